@@ -1,0 +1,76 @@
+// What the probes hand over: one reading of the whole machine. Plain values; made on the monitor's
+// thread, handed to the main thread by copy.
+#pragma once
+
+#include "core/base/Json.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmoran {
+
+/// An app as the platform names it.
+struct AppRef {
+    std::string name;                    ///< to show
+    std::optional<std::string> bundleID; ///< never empty: an empty one is stored as absent
+    std::optional<std::string> path;     ///< of the app, or of the executable if it has no bundle
+
+    /// `bundleID` if present, otherwise `path` if present, otherwise `name`. Two references with
+    /// the same id are the same app.
+    const std::string& id() const;
+
+    bool operator==(const AppRef&) const = default;
+};
+
+/// The device that sound goes to.
+struct OutputDeviceInfo {
+    enum class Kind { builtInSpeakers, headphones, other };
+
+    std::uint32_t objectID = 0;
+    std::string name; ///< or "Unknown device"
+    Kind kind = Kind::other;
+    std::optional<float> volume; ///< 0 to 1 as the device reports it; absent without such a control
+    bool isMuted = false;
+
+    bool operator==(const OutputDeviceInfo&) const = default;
+};
+
+std::string_view rawValue(OutputDeviceInfo::Kind kind);
+std::optional<OutputDeviceInfo::Kind> outputKindFrom(std::string_view rawValue);
+
+struct SystemSnapshot {
+    bool cameraOn = false;                    ///< at least one camera is running
+    std::vector<std::string> cameraDevices;   ///< running cameras' names, equal names are kept
+    std::vector<AppRef> cameraApps;           ///< whom the attribution names for the camera
+    bool microphoneOn = false;                ///< at least one process runs audio input
+    std::vector<AppRef> microphoneApps;       ///< who runs audio input, without duplicates
+    std::vector<AppRef> microphoneAttributed; ///< whom the attribution names for the microphone
+    bool speakerOn = false;                   ///< at least one process runs audio output
+    std::vector<AppRef> speakerApps;          ///< who runs audio output, without duplicates
+    std::optional<OutputDeviceInfo> output;   ///< the default output; absent when there is none
+
+    /// Everything off, no output.
+    static const SystemSnapshot& empty();
+
+    /// All fields in order; arrays element by element, so another order is another snapshot.
+    bool operator==(const SystemSnapshot&) const = default;
+};
+
+/// These three are exchanged by their field names, with a missing field read as its empty value;
+/// a name must stand in an AppRef, and nothing may stand that is not a field.
+void to_json(Json& json, const AppRef& ref);
+void from_json(const Json& json, AppRef& ref);
+void to_json(Json& json, const OutputDeviceInfo& output);
+void from_json(const Json& json, OutputDeviceInfo& output);
+void to_json(Json& json, const SystemSnapshot& snapshot);
+void from_json(const Json& json, SystemSnapshot& snapshot);
+
+} // namespace velmoran
+
+template <>
+struct std::hash<velmoran::AppRef> {
+    std::size_t operator()(const velmoran::AppRef& ref) const noexcept;
+};

@@ -1,0 +1,55 @@
+// All words that people read, in their language: sentences, lists, times of day, and the order of
+// names. The English sentence is the key. A value after construction; any thread.
+#pragma once
+
+#include "core/base/Timestamp.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmoran {
+
+/// English sentence to the sentence in one language.
+using Catalogue = std::map<std::string, std::string, std::less<>>;
+
+class Localizer {
+public:
+    /// English keys, locale "en_US", zone "UTC".
+    Localizer();
+    /// `locale` as ICU names it ("de_DE"), `timeZone` by its Olson name ("Europe/Berlin"). Later
+    /// catalogues overlay earlier ones. An unknown locale or zone acts as the default one.
+    Localizer(const std::string& locale, const std::string& timeZone,
+              const std::vector<Catalogue>& catalogues);
+    ~Localizer();
+    Localizer(Localizer&&) noexcept;
+    Localizer& operator=(Localizer&&) noexcept;
+
+    /// The sentence with its holes filled. Holes are "%@" (in order) or "%1$@" (by position),
+    /// "%lld" for a number handed over as text, and "%%" for the sign itself. A hole without an
+    /// argument stays empty; an argument's own percent signs are left alone.
+    std::string text(std::string_view key, const std::vector<std::string>& arguments = {}) const;
+    /// "A, B and C" in the way of the locale; empty for an empty list.
+    std::string list(const std::vector<std::string>& items) const;
+    /// Hour and minute in the locale's short form, the date left out.
+    std::string shortTime(Timestamp time) const;
+    /// "Today", "Yesterday", or weekday, day and abbreviated month in the locale's order.
+    std::string dayTitle(Timestamp day, Timestamp now) const;
+    /// Collation that ignores case and follows the locale: negative, zero or positive.
+    int compareIgnoringCase(std::string_view a, std::string_view b) const;
+    /// The moment that many calendar days before `now`, days being as long as they really were.
+    /// `now` itself if the calendar gives no date.
+    Timestamp daysBefore(Timestamp now, int days) const;
+
+private:
+    struct Facts;
+    std::unique_ptr<Facts> facts_;
+};
+
+/// The process-wide words. `main` sets them before anything else; until then they are English.
+const Localizer& words();
+void setWords(Localizer localizer);
+
+} // namespace velmoran

@@ -1,0 +1,187 @@
+// Everything that the program asks of the machine it runs on, as narrow interfaces: one per thing
+// in the world, each a door with no decisions behind it. A caller takes the least it needs. Three
+// machines stand behind it: the Mac, Linux, and a scripted one for tests, replays and the demo.
+#pragma once
+
+#include "core/base/Scheduler.h"
+#include "core/base/Subscription.h"
+#include "core/records/SystemSnapshot.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmoran {
+
+/// One client process of the audio system.
+struct AudioProcess {
+    std::uint32_t objectID = 0;          ///< the audio object of the process
+    std::int32_t pid = 0;                ///< 0 if it couldn't be read
+    std::optional<std::string> bundleID; ///< as the audio system reports it
+    bool isRunningInput = false;
+    bool isRunningOutput = false;
+
+    bool operator==(const AudioProcess&) const = default;
+};
+
+/// One audio device.
+struct AudioDeviceInfo {
+    std::uint32_t objectID = 0;
+    std::string name; ///< or "Unknown device"
+    bool hasInput = false;
+    bool hasOutput = false;
+    bool isRunningSomewhere = false;
+
+    bool operator==(const AudioDeviceInfo&) const = default;
+};
+
+/// One camera.
+struct CameraDeviceInfo {
+    std::uint32_t objectID = 0;
+    std::string name; ///< or "Unknown camera"
+    bool isRunningSomewhere = false;
+
+    bool operator==(const CameraDeviceInfo&) const = default;
+};
+
+/// From "cam" and "mic" (other keys are kept and ignored) to application identifiers, in the order
+/// of the report, duplicates included. An empty table is a report that nobody is named.
+using AttributionTable = std::map<std::string, std::vector<std::string>, std::less<>>;
+
+/// Lists are in the order of the system's object list; what can't be read is empty, false or its
+/// default text. Cheap: called on every refresh, on the monitor's queue.
+class AudioReadings {
+public:
+    virtual ~AudioReadings() = default;
+    virtual std::vector<AudioProcess> processes() = 0;
+    virtual std::vector<AudioDeviceInfo> devices() = 0;
+};
+
+class CameraReadings {
+public:
+    virtual ~CameraReadings() = default;
+    virtual std::vector<CameraDeviceInfo> devices() = 0;
+};
+
+class OutputDevices {
+public:
+    virtual ~OutputDevices() = default;
+    /// The default output; nothing when there is none. Monitor's queue.
+    virtual std::optional<OutputDeviceInfo> current() = 0;
+    /// Whether that audio device is connected now. Main thread.
+    virtual bool exists(std::uint32_t objectID) = 0;
+    /// True if the write took place. Main thread.
+    virtual bool setMuted(bool muted, std::uint32_t objectID) = 0;
+};
+
+/// Names apps. What can't be found out is named by the fallbacks of the implementation, never by
+/// an error. Monitor's queue.
+class AppNames {
+public:
+    virtual ~AppNames() = default;
+    virtual AppRef ofProcess(const AudioProcess& process) = 0;
+    virtual AppRef ofBundleID(const std::string& bundleID) = 0;
+};
+
+/// Reports from the system about who uses camera and microphone, beside the list of processes.
+class Attribution {
+public:
+    virtual ~Attribution() = default;
+    /// Returns at once. The receiver is called on a queue of the implementation's own.
+    virtual void start(std::function<void(const AttributionTable&)> receiver) = 0;
+    /// Returns when no further call of the receiver can come.
+    virtual void stop() = 0;
+};
+
+/// Which object a listener is for, as the platform addresses it.
+struct ListenerAddress {
+    enum class Interface { audio, camera };
+
+    Interface interface = Interface::audio;
+    std::uint32_t objectID = 0;
+    std::string_view selector; ///< four characters: "prs#", "dev#", "dOut", "piri", "piro", "gone"
+
+    bool operator==(const ListenerAddress&) const = default;
+};
+
+/// The object that stands for the whole audio or camera system.
+inline constexpr std::uint32_t systemObjectID = 1;
+
+class PropertyListeners {
+public:
+    virtual ~PropertyListeners() = default;
+    /// `onChange` is called on the monitor's queue whenever that property may have changed, from
+    /// now on for good. There is no removal and no error.
+    virtual void add(const ListenerAddress& address, std::function<void()> onChange) = 0;
+};
+
+/// One serial thread of work.
+class SerialQueue {
+public:
+    virtual ~SerialQueue() = default;
+    /// From any thread; in the order of posting.
+    virtual void post(std::function<void()> action) = 0;
+    /// On the queue. The first call comes after one interval; dropping the handle, on the queue
+    /// too, ends it.
+    [[nodiscard]] virtual Subscription every(Seconds interval, std::function<void()> action) = 0;
+};
+
+/// What a monitor of the machine's devices stands on.
+struct MonitorReadings {
+    SerialQueue& queue;
+    AudioReadings& audio;
+    CameraReadings& cameras;
+    OutputDevices& outputs;
+    AppNames& names;
+    Attribution& attribution;
+    PropertyListeners& listeners;
+};
+
+/// Where readings of the whole machine come from.
+class SnapshotSource {
+public:
+    virtual ~SnapshotSource() = default;
+    /// Returns at once. The handler is called on a thread of the source's own with each reading
+    /// that differs from the last; a second start only replaces it.
+    virtual void start(std::function<void(const SystemSnapshot&)> handler) = 0;
+    /// For good. Returns when no report of who uses what can come any more.
+    virtual void stop() = 0;
+};
+
+/// What is known of the origin of code. Both may take long the first time they see a path.
+class CodeSignatures {
+public:
+    virtual ~CodeSignatures() = default;
+    /// Who made or installed the code at that path; nothing if that can't be relied on. Not cached.
+    virtual std::optional<std::string> teamID(const std::string& path) = 0;
+    /// Under which identifier the operating system's own code stands; nothing for all other files.
+    /// Cached for good, the negative answer too. Any thread.
+    virtual std::optional<std::string> systemIdentifier(const std::string& path) = 0;
+};
+
+class Sounds {
+public:
+    virtual ~Sounds() = default;
+    /// The one sound of the program: a strong warning. Returns at once.
+    virtual void playWarning() = 0;
+};
+
+enum class Platform { macOS, linux };
+
+class Machine {
+public:
+    virtual ~Machine() = default;
+    virtual Platform platform() const = 0;
+    /// This application's own identifier; nothing when it has none.
+    virtual std::optional<std::string> ownBundleID() const = 0;
+    virtual SnapshotSource& snapshots() = 0;
+    virtual CodeSignatures& signatures() = 0;
+    virtual OutputDevices& outputs() = 0;
+    virtual Sounds& sounds() = 0;
+};
+
+} // namespace velmoran
