@@ -1,0 +1,35 @@
+// One card under the icon, already in words. A plain value, held by the notice center; main thread
+// only, since its actions are.
+#pragma once
+
+#include "core/base/Timestamp.h"
+#include "core/base/Uuid.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+struct NoticeButton {
+    Uuid id = Uuid::random();
+    std::string title;
+    bool prominent = false;       ///< drawn as the default action
+    std::function<void()> action; ///< run on click
+};
+
+struct NoticeItem {
+    Uuid id;                            ///< a warning's card has the id of its warning
+    std::optional<std::string> appPath; ///< the app whose icon is shown
+    std::optional<std::string> symbol;  ///< name of a symbol, used when there is no app
+    bool isStrong = false;              ///< the symbol takes the warning colour
+    std::string title;
+    std::optional<std::string> message;
+    std::string timeText;
+    std::vector<NoticeButton> buttons;
+    std::optional<Seconds> autoHideAfter; ///< absent: stays until closed
+    std::function<void()> onClose;        ///< run when the user closes the card; may be empty
+};
+
+} // namespace velmoran
