@@ -1,0 +1,193 @@
+#include "system/SystemMonitor.h"
+
+#include "tests/support/FakeReadings.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+using testing::FakeReadings;
+using Interface = ListenerAddress::Interface;
+
+struct SystemMonitorTest : ::testing::Test {
+    FakeReadings machine;
+    std::vector<SystemSnapshot> seen;
+    SystemMonitor monitor{machine.readings()};
+
+    void start() {
+        monitor.start([this](const SystemSnapshot& snapshot) { seen.push_back(snapshot); });
+        machine.queue.run();
+    }
+
+    long listenersOn(Interface interface, std::uint32_t objectID) const {
+        return std::count_if(machine.listeners.addresses.begin(), machine.listeners.addresses.end(),
+                             [&](const ListenerAddress& address) {
+                                 return address.interface == interface &&
+                                        address.objectID == objectID;
+                             });
+    }
+
+    AudioProcess recorder() {
+        machine.names.byPid[10] = {.name = "Recorder", .bundleID = "org.example.rec", .path = {}};
+        return {.objectID = 50,
+                .pid = 10,
+                .bundleID = {},
+                .isRunningInput = true,
+                .isRunningOutput = false};
+    }
+};
+
+TEST_F(SystemMonitorTest, DeliversOnceWithEverythingOffAndThenOnlyChanges) {
+    machine.outputs.output = OutputDeviceInfo{
+        .objectID = 3, .name = "Speakers", .kind = {}, .volume = 0.5F, .isMuted = false};
+    start();
+    ASSERT_EQ(seen.size(), 1U);
+    auto expected = SystemSnapshot::empty();
+    expected.output = machine.outputs.output;
+    EXPECT_EQ(seen.front(), expected);
+    machine.queue.pass(10);
+    EXPECT_EQ(seen.size(), 1U);
+}
+
+TEST_F(SystemMonitorTest, DoesNothingOnTheCallersThread) {
+    monitor.start([this](const SystemSnapshot& snapshot) { seen.push_back(snapshot); });
+    EXPECT_TRUE(seen.empty());
+    EXPECT_TRUE(machine.listeners.addresses.empty());
+    EXPECT_EQ(machine.attribution.starts, 0);
+}
+
+TEST_F(SystemMonitorTest, SeesAChangeAtThePollTwoSecondsLater) {
+    start();
+    machine.audio.processList = {recorder()};
+    machine.queue.pass(1.9);
+    EXPECT_EQ(seen.size(), 1U);
+    machine.queue.pass(0.1);
+    ASSERT_EQ(seen.size(), 2U);
+    EXPECT_TRUE(seen.back().microphoneOn);
+}
+
+TEST_F(SystemMonitorTest, SeesAChangeAtOnceWhenAnyListenerSpeaks) {
+    start();
+    ASSERT_EQ(machine.listeners.callbacks.size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i) {
+        machine.cameras.deviceList = {{1, "Cam " + std::to_string(i), true}};
+        machine.listeners.callbacks[i]();
+        EXPECT_EQ(seen.size(), i + 2);
+    }
+}
+
+TEST_F(SystemMonitorTest, ListensToTheSystemObjectsInTheirOrder) {
+    start();
+    const std::vector<ListenerAddress> expected = {{Interface::audio, 1, "prs#"},
+                                                   {Interface::audio, 1, "dev#"},
+                                                   {Interface::audio, 1, "dOut"},
+                                                   {Interface::camera, 1, "dev#"}};
+    EXPECT_EQ(machine.listeners.addresses, expected);
+}
+
+TEST_F(SystemMonitorTest, GivesANewObjectItsListenersOnce) {
+    start();
+    machine.audio.processList = {recorder()};
+    machine.audio.deviceList = {{60, "Mic", true, false, true}};
+    machine.cameras.deviceList = {{70, "Cam", false}};
+    machine.queue.pass(2);
+    EXPECT_EQ(listenersOn(Interface::audio, 50), 2);
+    EXPECT_EQ(listenersOn(Interface::audio, 60), 1);
+    EXPECT_EQ(listenersOn(Interface::camera, 70), 1);
+    machine.audio.processList.clear();
+    machine.queue.pass(2);
+    machine.audio.processList = {recorder()};
+    machine.queue.pass(2);
+    EXPECT_EQ(listenersOn(Interface::audio, 50), 2);
+    EXPECT_EQ(machine.listeners.addresses.size(), 8U);
+}
+
+TEST_F(SystemMonitorTest, DeliversAChangeOfVolumeAlone) {
+    machine.outputs.output = OutputDeviceInfo{
+        .objectID = 3, .name = "Speakers", .kind = {}, .volume = 0.5F, .isMuted = false};
+    start();
+    machine.outputs.output->volume = 0.6F;
+    machine.queue.pass(2);
+    EXPECT_EQ(seen.size(), 2U);
+}
+
+TEST_F(SystemMonitorTest, DeliversTheSameAppsInAnotherOrder) {
+    machine.names.byPid[11] = {.name = "Other", .bundleID = "org.example.other", .path = {}};
+    auto other = recorder();
+    other.objectID = 51;
+    other.pid = 11;
+    machine.audio.processList = {recorder(), other};
+    start();
+    std::swap(machine.audio.processList[0], machine.audio.processList[1]);
+    machine.queue.pass(2);
+    EXPECT_EQ(seen.size(), 2U);
+}
+
+TEST_F(SystemMonitorTest, ReplacesOnlyTheHandlerAtASecondStart) {
+    start();
+    std::vector<SystemSnapshot> second;
+    monitor.start([&](const SystemSnapshot& snapshot) { second.push_back(snapshot); });
+    machine.queue.run();
+    EXPECT_EQ(machine.listeners.addresses.size(), 4U);
+    EXPECT_EQ(machine.queue.timers(), 1U);
+    EXPECT_EQ(machine.attribution.starts, 1);
+    EXPECT_TRUE(second.empty());
+    machine.audio.processList = {recorder()};
+    machine.queue.pass(2);
+    EXPECT_EQ(second.size(), 1U);
+    EXPECT_EQ(seen.size(), 1U);
+}
+
+TEST_F(SystemMonitorTest, TakesEachAttributionReportToItsQueue) {
+    machine.cameras.deviceList = {{70, "Cam", true}};
+    start();
+    ASSERT_TRUE(seen.back().cameraApps.empty());
+    machine.attribution.receiver({{"cam", {"org.example.meet"}}});
+    EXPECT_TRUE(seen.back().cameraApps.empty());
+    machine.queue.run();
+    ASSERT_EQ(seen.back().cameraApps.size(), 1U);
+    EXPECT_EQ(seen.back().cameraApps.front().id(), "org.example.meet");
+    machine.attribution.receiver({});
+    machine.queue.run();
+    EXPECT_TRUE(seen.back().cameraApps.empty());
+}
+
+TEST_F(SystemMonitorTest, EndsItsTimerAndItsHandlerForGoodWhenStopped) {
+    start();
+    monitor.stop();
+    EXPECT_EQ(machine.attribution.stops, 1);
+    machine.queue.run();
+    EXPECT_EQ(machine.queue.timers(), 0U);
+    machine.audio.processList = {recorder()};
+    machine.listeners.callbacks.front()();
+    EXPECT_EQ(seen.size(), 1U);
+    start();
+    EXPECT_EQ(machine.queue.timers(), 0U);
+    EXPECT_EQ(seen.size(), 1U);
+    // The surviving listeners alone drive it now.
+    machine.cameras.deviceList = {{70, "Cam", true}};
+    machine.listeners.callbacks.front()();
+    EXPECT_EQ(seen.size(), 2U);
+}
+
+TEST(CurrentSnapshot, HasNobodyAttributed) {
+    FakeReadings machine;
+    machine.cameras.deviceList = {{70, "Cam", true}};
+    machine.names.byPid[10] = {.name = "Recorder", .bundleID = "org.example.rec", .path = {}};
+    machine.audio.processList = {{.objectID = 50,
+                                  .pid = 10,
+                                  .bundleID = {},
+                                  .isRunningInput = true,
+                                  .isRunningOutput = false}};
+    const auto snapshot =
+        currentSnapshot(machine.audio, machine.cameras, machine.outputs, machine.names);
+    EXPECT_TRUE(snapshot.cameraOn);
+    EXPECT_TRUE(snapshot.cameraApps.empty());
+    EXPECT_EQ(snapshot.microphoneApps.size(), 1U);
+    EXPECT_TRUE(snapshot.microphoneAttributed.empty());
+}
+
+} // namespace
+} // namespace velmoran
