@@ -1,0 +1,267 @@
+#include "support/PrivateSession.h"
+
+#include "support/SessionFiles.h"
+#include "support/XServer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ranges>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace velmoran::support {
+
+namespace {
+
+bool answers(const std::filesystem::path& socketPath) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string text = socketPath.string();
+    if (text.size() >= sizeof address.sun_path) {
+        return false;
+    }
+    std::memcpy(address.sun_path, text.c_str(), text.size() + 1);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool connected =
+        connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    close(fd);
+    return connected;
+}
+
+std::string inheritedOr(const char* name, const std::string& otherwise) {
+    const char* value = getenv(name); // NOLINT(concurrency-mt-unsafe)
+    return value != nullptr ? value : otherwise;
+}
+
+} // namespace
+
+PrivateSession::PrivateSession() {
+    std::string pattern = "/tmp/vs-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) {
+        throw std::system_error(errno, std::generic_category(), "mkdtemp");
+    }
+    folder_ = pattern;
+    environment_ = {
+        {"PATH", inheritedOr("PATH", "/usr/bin:/bin")},
+        {"LANG", "C.UTF-8"},
+        {"LC_ALL", "C.UTF-8"},
+        {"HOME", home()},
+        {"XDG_CONFIG_HOME", home() / ".config"},
+        {"XDG_DATA_HOME", home() / ".local/share"},
+        {"XDG_STATE_HOME", home() / ".local/state"},
+        {"XDG_CACHE_HOME", home() / ".cache"},
+        {"XDG_RUNTIME_DIR", runtimeFolder()},
+        {"TMPDIR", folder_ / "tmp"},
+        {"NO_AT_BRIDGE", "1"},
+    };
+    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME",
+                             "XDG_CACHE_HOME", "XDG_RUNTIME_DIR", "TMPDIR"}) {
+        std::filesystem::create_directories(environment_[name]);
+        std::filesystem::permissions(environment_[name], std::filesystem::perms::owner_all);
+    }
+    for (const char* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+        if (const std::string value = inheritedOr(name, ""); !value.empty()) {
+            environment_[name] = value;
+        }
+    }
+    writeConfiguration();
+}
+
+PrivateSession::~PrivateSession() {
+    while (!children_.empty()) {
+        children_.pop_back();
+    }
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+}
+
+void PrivateSession::enter() const {
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS",
+                             "PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR", "PULSE_SERVER"}) {
+        unsetenv(name); // NOLINT(concurrency-mt-unsafe)
+    }
+    for (const auto& [name, value] : environment_) {
+        setenv(name.c_str(), value.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+    }
+}
+
+void PrivateSession::writeConfiguration() {
+    const std::filesystem::path config = environment_["XDG_CONFIG_HOME"];
+    writeFile(folder_ / "bus.conf", files::bus(runtimeFolder() / "bus"));
+    writeFile(config / "pipewire/pipewire.conf.d/10-speaker.conf", files::speaker());
+    writeFile(config / "wireplumber/main.lua.d/51-headless.lua", files::noDevices());
+    writeFile(config / "wireplumber/bluetooth.lua.d/51-headless.lua", files::noBluetooth());
+    writeFile(config / "wireplumber/wireplumber.conf.d/51-headless.conf", files::headlessProfile());
+}
+
+void PrivateSession::startBus() {
+    start("bus", {"dbus-daemon", "--config-file=" + file("bus.conf").string(), "--nofork"});
+    await([&] { return answers(runtimeFolder() / "bus"); }, "the bus");
+    environment_["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + (runtimeFolder() / "bus").string();
+}
+
+void PrivateSession::startPipeWire() {
+    start("pipewire", {"pipewire"});
+    await([&] { return answers(runtimeFolder() / "pipewire-0"); }, "PipeWire");
+}
+
+void PrivateSession::startWirePlumber() {
+    start("wireplumber", {"wireplumber"});
+    // The default metadata is its sign of life: it is there when links are made.
+    await([&] { return graph().find("\"metadata.name\": \"default\"") != std::string::npos; },
+          "WirePlumber");
+}
+
+void PrivateSession::startPulse() {
+    start("pulse", {"pipewire-pulse"});
+    await([&] { return answers(runtimeFolder() / "pulse/native"); },
+          "PipeWire's PulseAudio server");
+}
+
+void PrivateSession::startSound() {
+    startBus();
+    startPipeWire();
+    startWirePlumber();
+    startPulse();
+    await(
+        [&] {
+            return run({"pactl", "get-default-sink"}).output == "virtual-speaker\n";
+        },
+        "the virtual speaker");
+}
+
+void PrivateSession::addMicrophone(const std::string& name, const std::string& description) {
+    const auto tone = file("tone.wav");
+    if (!std::filesystem::exists(tone)) {
+        writeFile(tone, files::tone(std::chrono::minutes(10)));
+    }
+    start(name, {"pw-cat", "-p", "-P",
+                 "media.class=Audio/Source node.name=" + name + " node.description=\"" +
+                     description + "\"",
+                 "--target", "0", tone});
+    // A recorder may come as soon as the session manager has taken it for a default source.
+    await(
+        [&] {
+            return child("pulse") == nullptr
+                       ? graph().find(name) != std::string::npos
+                       : run({"pactl", "list", "short", "sources"}).output.find(name) !=
+                                 std::string::npos &&
+                             run({"pactl", "set-default-source", name}).succeeded() &&
+                             run({"pactl", "get-default-source"}).output == name + "\n";
+        },
+        description);
+}
+
+bool PrivateSession::addCamera(const std::string& name, const std::string& description) {
+    // Not by --exists, which also wants the plug-in to have GStreamer's own version.
+    if (!run({"gst-inspect-1.0", "pipewiresink"}).succeeded() ||
+        !run({"gst-inspect-1.0", "videotestsrc"}).succeeded()) {
+        return false;
+    }
+    // The quotes are for gst-launch's own reader of pipelines and for the structure's.
+    const std::string properties =
+        "stream-properties=\"props,media.class=Video/Source,media.role=Camera,node.name=" + name +
+        ",node.description=\\\"" + description + "\\\"\"";
+    start(name, {"gst-launch-1.0", "-q", "videotestsrc", "is-live=true", "!",
+                 "video/x-raw,format=YUY2,width=320,height=240,framerate=30/1", "!", "pipewiresink",
+                 "mode=provide", properties});
+    await([&] { return graph().find("\"node.name\": \"" + name + "\"") != std::string::npos; },
+          description);
+    return true;
+}
+
+void PrivateSession::startDisplay() {
+    const auto number = file("display.out");
+    start("display", {"Xvfb", "-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp",
+                      "-noreset"});
+    await(
+        [&] {
+            const std::string text = readFile(number);
+            return !text.empty() && text.back() == '\n';
+        },
+        "the X server");
+    std::string text = readFile(number);
+    text.pop_back();
+    environment_["DISPLAY"] = ":" + text;
+    start("window manager", {"openbox"});
+    await([&] { return XServer(environment_["DISPLAY"]).hasWindowManager(); },
+          "the window manager");
+}
+
+void PrivateSession::startTray() {
+    start("tray",
+          {"trayer", "--edge", "top", "--align", "right", "--width", "20", "--height", "32"});
+    await([&] { return XServer(environment_["DISPLAY"]).hasTray(); }, "the tray");
+}
+
+void PrivateSession::stop(const std::string& name) {
+    std::erase_if(children_, [&](const Named& child) { return child.name == name; });
+}
+
+ChildProcess* PrivateSession::child(const std::string& name) {
+    const auto found = std::ranges::find(children_, name, &Named::name);
+    return found == children_.end() ? nullptr : found->process.get();
+}
+
+ChildProcess& PrivateSession::start(const std::string& name,
+                                    const std::vector<std::string>& arguments) {
+    stop(name);
+    std::string stem = name;
+    std::ranges::replace(stem, '/', '-');
+    std::filesystem::remove(file(stem + ".out"));
+    children_.push_back(
+        {name, std::make_unique<ChildProcess>(arguments, ChildProcess::Options{
+                                                             .environment = environment_,
+                                                             .output = file(stem + ".out"),
+                                                             .errors = file(stem + ".err"),
+                                                             .inheritsTerminal = false,
+                                                         })});
+    return *children_.back().process;
+}
+
+Finished PrivateSession::run(const std::vector<std::string>& arguments, Bound bound) {
+    const auto output = file("run" + std::to_string(runs_) + ".out");
+    const auto errors = file("run" + std::to_string(runs_) + ".err");
+    ++runs_;
+    ChildProcess process(arguments, ChildProcess::Options{
+                                        .environment = environment_,
+                                        .output = output,
+                                        .errors = errors,
+                                        .inheritsTerminal = false,
+                                    });
+    Finished result{.status = process.wait(bound), .output = {}, .errors = {}};
+    process.stop(Bound{200});
+    result.output = readFile(output);
+    result.errors = readFile(errors);
+    std::filesystem::remove(output);
+    std::filesystem::remove(errors);
+    return result;
+}
+
+std::string PrivateSession::graph() {
+    Finished dump = run({"pw-dump"});
+    return dump.succeeded() ? dump.output : std::string();
+}
+
+std::string PrivateSession::logs() const {
+    std::string all;
+    for (const auto& [name, process] : children_) {
+        all += "== " + name + " (" + process->title() + ")" +
+               (process->running() ? "" : ", has ended") + "\n" + process->errors();
+    }
+    return all;
+}
+
+void PrivateSession::await(const std::function<bool()>& ready, const std::string& what) {
+    ChildProcess& server = *children_.back().process;
+    if (!waitUntil([&] { return !server.running() || ready(); }) || !server.running()) {
+        throw std::runtime_error(what + " didn't come up\n" + logs());
+    }
+}
+
+} // namespace velmoran::support

@@ -1,0 +1,99 @@
+// A desktop session of a test's own: a home folder, a runtime folder, and the real servers that the
+// test asks for, each a child process that ends with it. Nothing of the person's own session is
+// seen or touched, so several can run side by side. It belongs to one test and lives on its thread.
+#pragma once
+
+#include "support/ChildProcess.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velmoran::support {
+
+/// What a program that ran to its end has left.
+struct Finished {
+    /// Empty when it had to be killed at the end of its time.
+    std::optional<ExitStatus> status;
+    std::string output;
+    std::string errors;
+
+    [[nodiscard]] bool succeeded() const { return status == 0; }
+};
+
+class PrivateSession {
+public:
+    /// Makes the folders under /tmp (short, since socket names have 107 characters), all 0700.
+    PrivateSession();
+    /// Ends every child in the reverse order of their starts, and removes the folders.
+    ~PrivateSession();
+    PrivateSession(const PrivateSession&) = delete;
+    PrivateSession& operator=(const PrivateSession&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& folder() const { return folder_; }
+    [[nodiscard]] std::filesystem::path home() const { return folder_ / "home"; }
+    [[nodiscard]] std::filesystem::path runtimeFolder() const { return folder_ / "run"; }
+    /// What the children get: HOME, the XDG folders, PATH, the servers' addresses once they run,
+    /// and the sanitizers' options. Whoever adds to it reaches the programs started afterwards.
+    [[nodiscard]] Environment& environment() { return environment_; }
+    /// Gives this process the same environment, for code under test that runs in the test itself.
+    void enter() const;
+
+    // Each returns when the server can be used, or throws std::runtime_error with its log.
+    void startBus();
+    void startPipeWire();
+    void startWirePlumber();
+    void startPulse();
+    /// The four above and a null sink "virtual-speaker" as the default output.
+    void startSound();
+    /// A microphone with a tone, the default one; ten minutes long. Muting it gives silence.
+    void addMicrophone(const std::string& name = "virtual-microphone",
+                       const std::string& description = "Virtual Microphone");
+    /// A test picture as a camera of the sound server. False if GStreamer's plug-in for PipeWire
+    /// isn't installed.
+    bool addCamera(const std::string& name = "virtual-camera",
+                   const std::string& description = "Virtual Camera");
+    /// Xvfb with openbox, a screen of 1280 x 800.
+    void startDisplay();
+    /// An XEmbed tray at the top right; wants the display.
+    void startTray();
+
+    /// Ends the server or device of that name ("bus", "pipewire", "wireplumber", "pulse", a
+    /// device's name, "display", "tray", or what `start` was given). Nothing if there is none.
+    void stop(const std::string& name);
+    /// Null when there is none of that name.
+    [[nodiscard]] ChildProcess* child(const std::string& name);
+
+    /// Starts a program in the session that runs beside the test.
+    ChildProcess& start(const std::string& name, const std::vector<std::string>& arguments);
+    /// Runs a program to its end, or kills it after `bound`.
+    Finished run(const std::vector<std::string>& arguments, Bound bound = patience);
+
+    /// The whole graph as pw-dump prints it; empty when PipeWire doesn't answer.
+    std::string graph();
+    /// The path under which a file of this name would be kept for a failing test to read.
+    [[nodiscard]] std::filesystem::path file(const std::string& name) const {
+        return folder_ / name;
+    }
+    /// All that the children have written, for a failure's message.
+    [[nodiscard]] std::string logs() const;
+
+private:
+    struct Named {
+        std::string name;
+        std::unique_ptr<ChildProcess> process;
+    };
+
+    /// For the child started last; throws when it ends or doesn't come up.
+    void await(const std::function<bool()>& ready, const std::string& what);
+    void writeConfiguration();
+
+    std::filesystem::path folder_;
+    Environment environment_;
+    std::vector<Named> children_;
+    int runs_ = 0;
+};
+
+} // namespace velmoran::support

@@ -1,0 +1,137 @@
+#include "support/XServer.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <xcb/xcb.h>
+
+namespace velmoran::support {
+
+namespace {
+
+struct Free {
+    void operator()(void* reply) const { std::free(reply); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, Free>;
+
+} // namespace
+
+XServer::XServer(const std::string& display) : connection_(xcb_connect(display.c_str(), &screen_)) {
+    if (xcb_connection_has_error(connection_) == 0) {
+        root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+    }
+}
+
+XServer::~XServer() {
+    xcb_disconnect(connection_);
+}
+
+std::uint32_t XServer::atom(const std::string& name) const {
+    const auto cookie =
+        xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
+    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_, cookie, nullptr));
+    return reply ? reply->atom : 0;
+}
+
+bool XServer::hasWindowManager() const {
+    const auto cookie = xcb_get_property(connection_, 0, root_, atom("_NET_SUPPORTING_WM_CHECK"),
+                                         XCB_ATOM_WINDOW, 0, 1);
+    const Reply<xcb_get_property_reply_t> reply(
+        xcb_get_property_reply(connection_, cookie, nullptr));
+    return reply && reply->value_len == 1;
+}
+
+std::uint32_t XServer::trayOwner() const {
+    const auto cookie =
+        xcb_get_selection_owner(connection_, atom("_NET_SYSTEM_TRAY_S" + std::to_string(screen_)));
+    const Reply<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(connection_, cookie, nullptr));
+    return reply ? reply->owner : 0;
+}
+
+bool XServer::hasTray() const {
+    return trayOwner() != 0;
+}
+
+std::vector<std::uint32_t> XServer::childrenOf(std::uint32_t window) const {
+    const Reply<xcb_query_tree_reply_t> reply(
+        xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
+    if (!reply) {
+        return {};
+    }
+    const auto* first = xcb_query_tree_children(reply.get());
+    return {first, first + xcb_query_tree_children_length(reply.get())};
+}
+
+std::string XServer::classOf(std::uint32_t window) const {
+    const auto cookie =
+        xcb_get_property(connection_, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64);
+    const Reply<xcb_get_property_reply_t> reply(
+        xcb_get_property_reply(connection_, cookie, nullptr));
+    if (!reply) {
+        return {};
+    }
+    const auto* text = static_cast<const char*>(xcb_get_property_value(reply.get()));
+    std::string result(text, static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
+    while (!result.empty() && result.back() == '\0') {
+        result.pop_back();
+    }
+    std::ranges::transform(result, result.begin(), [](unsigned char c) {
+        return c == 0 ? ' ' : static_cast<char>(std::tolower(c));
+    });
+    return result;
+}
+
+bool XServer::canBeSeen(std::uint32_t window) const {
+    const Reply<xcb_get_window_attributes_reply_t> reply(xcb_get_window_attributes_reply(
+        connection_, xcb_get_window_attributes(connection_, window), nullptr));
+    return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+std::vector<std::uint32_t> XServer::visibleWindows(const std::string& windowClass) const {
+    std::vector<std::uint32_t> result;
+    if (root_ == 0) {
+        return result;
+    }
+    std::vector<std::uint32_t> open{root_};
+    while (!open.empty()) {
+        const auto window = open.back();
+        open.pop_back();
+        for (const auto below : childrenOf(window)) {
+            open.push_back(below);
+            if (classOf(below).ends_with(" " + windowClass) && canBeSeen(below)) {
+                result.push_back(below);
+            }
+        }
+    }
+    return result;
+}
+
+int XServer::dockedIcons() const {
+    // A docked icon is reparented into the tray's window, so it can't be found by the owner's
+    // selection window alone: count windows with _XEMBED_INFO that can be seen.
+    if (root_ == 0) {
+        return 0;
+    }
+    const auto embedding = atom("_XEMBED_INFO");
+    int count = 0;
+    std::vector<std::uint32_t> open{root_};
+    while (!open.empty()) {
+        const auto window = open.back();
+        open.pop_back();
+        for (const auto below : childrenOf(window)) {
+            open.push_back(below);
+            const auto cookie =
+                xcb_get_property(connection_, 0, below, embedding, XCB_ATOM_ANY, 0, 2);
+            const Reply<xcb_get_property_reply_t> reply(
+                xcb_get_property_reply(connection_, cookie, nullptr));
+            if (reply && reply->value_len >= 2 && window != root_ && canBeSeen(below)) {
+                ++count;
+            }
+        }
+    }
+    return count;
+}
+
+} // namespace velmoran::support

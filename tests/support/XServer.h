@@ -1,0 +1,45 @@
+// A test's own look at an X server: who manages its windows, who keeps its tray, which windows
+// stand on it. One connection, closed with the object; on the thread that made it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct xcb_connection_t;
+
+namespace velmoran::support {
+
+class XServer {
+public:
+    /// As DISPLAY has it. A server that doesn't answer answers every question with no.
+    explicit XServer(const std::string& display);
+    ~XServer();
+    XServer(const XServer&) = delete;
+    XServer& operator=(const XServer&) = delete;
+
+    [[nodiscard]] bool hasWindowManager() const;
+    [[nodiscard]] bool hasTray() const;
+    /// Windows of this class (the second text of WM_CLASS, any case) that can be seen.
+    [[nodiscard]] std::vector<std::uint32_t> visibleWindows(const std::string& windowClass) const;
+    /// Windows that have put themselves into the tray.
+    [[nodiscard]] int dockedIcons() const;
+    [[nodiscard]] xcb_connection_t* connection() const { return connection_; }
+    [[nodiscard]] std::uint32_t root() const { return root_; }
+    /// WM_CLASS as "instance class", lower case; empty if it has none.
+    [[nodiscard]] std::string classOf(std::uint32_t window) const;
+
+private:
+    [[nodiscard]] std::uint32_t atom(const std::string& name) const;
+    [[nodiscard]] std::vector<std::uint32_t> childrenOf(std::uint32_t window) const;
+    [[nodiscard]] bool canBeSeen(std::uint32_t window) const;
+    [[nodiscard]] std::uint32_t trayOwner() const;
+
+    xcb_connection_t* connection_ = nullptr;
+    std::uint32_t root_ = 0;
+    int screen_ = 0;
+};
+
+} // namespace velmoran::support
