@@ -1,0 +1,39 @@
+#include "core/sessions/SystemProcess.h"
+
+#include "core/text/Localizer.h"
+
+namespace velmoran {
+
+const std::vector<SystemProcess>& SystemProcess::macOS() {
+    static const std::vector<SystemProcess> table = {
+        {"com.apple.systemsoundserverd", Role::playsSounds,
+         words().text("Plays the Mac's alert and system sounds.")},
+        {"com.apple.afplay", Role::playsSounds,
+         words().text(
+             "Apple's small sound player. Other apps and scripts start it to play a sound.")},
+        {"com.apple.avconferenced", Role::worksForOtherApps,
+         words().text("Runs the sound and video of FaceTime calls. It stops when the call ends.")},
+        {"com.apple.replayd", Role::worksForOtherApps,
+         words().text("Records the screen, with microphone, on behalf of another app.")},
+        {"com.apple.corespeechd", Role::listensForMacOS,
+         words().text("Listens for “Hey Siri” and voice commands, and runs dictation. It often "
+                      "turns the microphone on for a second or two.")},
+        {"com.apple.historicalaudiod", Role::listensForMacOS,
+         words().text("A part of the Mac's sound system that works with Siri's listening. Apple "
+                      "does not document more about it.")},
+    };
+    return table;
+}
+
+std::optional<SystemProcess> SystemProcess::known(std::string_view signingID) {
+    for (const auto* table : {&macOS(), &onLinux()}) {
+        for (const auto& process : *table) {
+            if (process.signingID == signingID) {
+                return process;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace velmoran

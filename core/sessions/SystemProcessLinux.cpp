@@ -1,0 +1,125 @@
+#include "core/sessions/SystemProcessLinux.h"
+
+#include "core/sessions/SystemProcess.h"
+#include "core/text/Localizer.h"
+
+#include <algorithm>
+
+namespace velmoran {
+
+namespace {
+
+/// One "*" at most, which never crosses a "/".
+bool matches(std::string_view pattern, std::string_view path) {
+    const auto star = pattern.find('*');
+    if (star == std::string_view::npos) {
+        return pattern == path;
+    }
+    const auto head = pattern.substr(0, star);
+    const auto tail = pattern.substr(star + 1);
+    return path.size() > head.size() + tail.size() && path.starts_with(head) &&
+           path.ends_with(tail) &&
+           path.substr(head.size(), path.size() - head.size() - tail.size()).find('/') ==
+               std::string_view::npos;
+}
+
+} // namespace
+
+const std::vector<SystemProcess>& SystemProcess::onLinux() {
+    static const std::vector<SystemProcess> table = [] {
+        const auto settings =
+            words().text("The sound settings. They listen to show how loud the microphone is.");
+        const auto applet = words().text(
+            "The desktop's volume control. It listens to show how loud the microphone is.");
+        const auto server = words().text("Carries sound and pictures between apps and devices.");
+        const auto manager =
+            words().text("Decides which app is connected to which microphone, speaker or camera.");
+        const auto portal =
+            words().text("Hands camera, microphone and screen to apps that asked for them.");
+        const auto desktop =
+            words().text("Draws the desktop, and records the screen on behalf of another app.");
+        const auto sounds = words().text("Plays the desktop's alert and event sounds.");
+        const auto speech = words().text("Reads texts aloud for other apps.");
+        return std::vector<SystemProcess>{
+            {"linux.pavucontrol", Role::listensForMacOS, settings},
+            {"linux.pavucontrol-qt", Role::listensForMacOS, settings},
+            {"linux.pwvucontrol", Role::listensForMacOS, settings},
+            {"linux.gnome-control-center", Role::listensForMacOS, settings},
+            {"linux.systemsettings", Role::listensForMacOS, settings},
+            {"linux.cinnamon-settings", Role::listensForMacOS, settings},
+            {"linux.mate-volume-control", Role::listensForMacOS, settings},
+            {"linux.plasmashell", Role::listensForMacOS, applet},
+            {"linux.kmix", Role::listensForMacOS, applet},
+            {"linux.xfce4-panel-plugin", Role::listensForMacOS, applet},
+            {"linux.mate-volume-applet", Role::listensForMacOS, applet},
+            {"linux.pasystray", Role::listensForMacOS, applet},
+            {"linux.cinnamon", Role::listensForMacOS, applet},
+            {"linux.pipewire", Role::worksForOtherApps, server},
+            {"linux.pipewire-pulse", Role::worksForOtherApps, server},
+            {"linux.pulseaudio", Role::worksForOtherApps, server},
+            {"linux.wireplumber", Role::worksForOtherApps, manager},
+            {"linux.pipewire-media-session", Role::worksForOtherApps, manager},
+            {"linux.xdg-desktop-portal", Role::worksForOtherApps, portal},
+            {"linux.gnome-shell", Role::worksForOtherApps, desktop},
+            {"linux.mutter", Role::worksForOtherApps, desktop},
+            {"linux.kwin", Role::worksForOtherApps, desktop},
+            {"linux.canberra", Role::playsSounds, sounds},
+            {"linux.speech-dispatcher", Role::playsSounds, speech},
+        };
+    }();
+    return table;
+}
+
+const std::vector<LinuxSystemProgram>& linuxSystemPrograms() {
+    static const std::vector<LinuxSystemProgram> table = {
+        {{"/usr/bin/pavucontrol"}, "linux.pavucontrol"},
+        {{"/usr/bin/pavucontrol-qt"}, "linux.pavucontrol-qt"},
+        {{"/usr/bin/pwvucontrol"}, "linux.pwvucontrol"},
+        {{"/usr/bin/gnome-control-center"}, "linux.gnome-control-center"},
+        {{"/usr/bin/systemsettings", "/usr/bin/systemsettings5", "/usr/bin/kcmshell5",
+          "/usr/bin/kcmshell6"},
+         "linux.systemsettings"},
+        // A script: its interpreter says nothing about what it is.
+        {{"/usr/share/cinnamon/cinnamon-settings/cinnamon-settings.py"}, "linux.cinnamon-settings"},
+        {{"/usr/bin/mate-volume-control"}, "linux.mate-volume-control"},
+        {{"/usr/bin/plasmashell"}, "linux.plasmashell"},
+        {{"/usr/bin/kmix"}, "linux.kmix"},
+        // The panel runs each of its plugins, the volume control among them, in this program.
+        {{"/usr/lib/*/xfce4/panel/wrapper-2.0", "/usr/lib/xfce4/panel/wrapper-2.0",
+          "/usr/lib64/xfce4/panel/wrapper-2.0"},
+         "linux.xfce4-panel-plugin"},
+        {{"/usr/bin/mate-volume-control-status-icon", "/usr/libexec/mate-volume-control-applet"},
+         "linux.mate-volume-applet"},
+        {{"/usr/bin/pasystray"}, "linux.pasystray"},
+        {{"/usr/bin/cinnamon"}, "linux.cinnamon"},
+        {{"/usr/bin/pipewire"}, "linux.pipewire"},
+        {{"/usr/bin/pipewire-pulse"}, "linux.pipewire-pulse"},
+        {{"/usr/bin/pulseaudio"}, "linux.pulseaudio"},
+        {{"/usr/bin/wireplumber"}, "linux.wireplumber"},
+        {{"/usr/bin/pipewire-media-session"}, "linux.pipewire-media-session"},
+        {{"/usr/libexec/xdg-desktop-portal", "/usr/libexec/xdg-desktop-portal-*",
+          "/usr/lib/xdg-desktop-portal", "/usr/lib/xdg-desktop-portal-*",
+          "/usr/lib/*/libexec/xdg-desktop-portal-kde", "/usr/lib/*/xdg-desktop-portal-kde"},
+         "linux.xdg-desktop-portal"},
+        {{"/usr/bin/gnome-shell"}, "linux.gnome-shell"},
+        {{"/usr/bin/mutter"}, "linux.mutter"},
+        {{"/usr/bin/kwin_wayland", "/usr/bin/kwin_x11"}, "linux.kwin"},
+        {{"/usr/bin/canberra-gtk-play"}, "linux.canberra"},
+        {{"/usr/bin/speech-dispatcher", "/usr/lib/speech-dispatcher-modules/sd_*",
+          "/usr/libexec/speech-dispatcher-modules/sd_*"},
+         "linux.speech-dispatcher"},
+    };
+    return table;
+}
+
+std::optional<std::string_view> linuxSystemIdentifier(std::string_view path) {
+    for (const auto& program : linuxSystemPrograms()) {
+        if (std::any_of(program.paths.begin(), program.paths.end(),
+                        [&](std::string_view pattern) { return matches(pattern, path); })) {
+            return program.signingID;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace velmoran
