@@ -1,0 +1,69 @@
+// A machine that exists only on paper: it answers what a recording says and remembers what was done
+// to it. For tests, replays and the demo. Owned by whoever plays the recording; one thread only.
+#pragma once
+
+#include "system/Machine.h"
+#include "system/scripted/MachineScript.h"
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace velmoran {
+
+/// Delivers nothing by itself: whoever plays a recording hands its readings over.
+class ScriptedSnapshots final : public SnapshotSource {
+public:
+    void start(std::function<void(const SystemSnapshot&)> handler) override;
+    void stop() override;
+
+    bool isStarted() const { return started_; }
+    bool isStopped() const { return stopped_; }
+    /// Hands a reading to the handler, as a monitor would; nothing before the start or after the
+    /// stop, which is for good.
+    void deliver(const SystemSnapshot& snapshot) const;
+
+private:
+    std::function<void(const SystemSnapshot&)> handler_;
+    bool started_ = false;
+    bool stopped_ = false;
+};
+
+class ScriptedMachine final : public Machine,
+                              private CodeSignatures,
+                              private OutputDevices,
+                              private Sounds {
+public:
+    ScriptedMachine() = default;
+    explicit ScriptedMachine(MachineScript answers) : script(std::move(answers)) {}
+
+    Platform platform() const override { return script.platform; }
+    std::optional<std::string> ownBundleID() const override { return script.ownBundleID; }
+    ScriptedSnapshots& snapshots() override { return snapshots_; }
+    CodeSignatures& signatures() override { return *this; }
+    OutputDevices& outputs() override { return *this; }
+    Sounds& sounds() override { return *this; }
+
+    /// A process begins anew on the same machine: nothing is started, all else stays as it is.
+    void restart() { snapshots_ = {}; }
+
+    MachineScript script;
+    /// The default output, as the last reading had it.
+    std::optional<OutputDeviceInfo> currentOutput;
+
+    std::function<void()> onSound; ///< called whenever the warning sound is played
+    /// Called whenever an output is to be muted or unmuted, with whether that worked.
+    std::function<void(std::uint32_t objectID, bool muted, bool done)> onOutputMute;
+
+private:
+    std::optional<std::string> teamID(const std::string& path) override;
+    std::optional<std::string> systemIdentifier(const std::string& path) override;
+    std::optional<OutputDeviceInfo> current() override { return currentOutput; }
+    bool exists(std::uint32_t objectID) override;
+    bool setMuted(bool muted, std::uint32_t objectID) override;
+    void playWarning() override;
+
+    ScriptedSnapshots snapshots_;
+};
+
+} // namespace velmoran
