@@ -1,0 +1,150 @@
+#include "app/qtbase/QtEventLoop.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QObject>
+#include <QTimerEvent>
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <map>
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+
+using Milliseconds = std::chrono::milliseconds;
+
+/// The longest time that Qt counts in one go.
+constexpr double longestWait = 2147483647;
+
+const QEvent::Type posted = static_cast<QEvent::Type>(QEvent::registerEventType());
+
+struct Posted final : QEvent {
+    explicit Posted(std::function<void()> given) : QEvent(posted), action(std::move(given)) {}
+    std::function<void()> action;
+};
+
+double milliseconds(Seconds seconds) {
+    const auto rounded = std::ceil(seconds * 1000);
+    return rounded > 0 ? rounded : 0; // 0 for what isn't a number, too
+}
+
+} // namespace
+
+/// Timers belong to this object itself, so that an action can drop its own handle.
+class QtEventLoop::Receiver final : public QObject {
+public:
+    Subscription add(double wait, bool repeats, std::function<void()> action,
+                     const std::shared_ptr<Receiver>& self) {
+        const auto key = next_++;
+        auto& timer = timers_[key];
+        timer.action = std::move(action);
+        timer.remaining = wait;
+        timer.interval = wait;
+        timer.repeats = repeats;
+        arm(key, timer);
+        return Subscription([weak = std::weak_ptr(self), key] {
+            if (const auto receiver = weak.lock()) {
+                receiver->drop(key);
+            }
+        });
+    }
+
+    bool event(QEvent* event) override {
+        if (event->type() == posted) {
+            std::exchange(static_cast<Posted*>(event)->action, nullptr)();
+            return true;
+        }
+        return QObject::event(event);
+    }
+
+protected:
+    void timerEvent(QTimerEvent* event) override {
+        const auto found = keys_.find(event->timerId());
+        if (found == keys_.end()) {
+            return;
+        }
+        const auto key = found->second;
+        auto& timer = timers_.at(key);
+        if (timer.remaining > 0) { // only a part of a very long wait is over
+            disarm(timer);
+            arm(key, timer);
+            return;
+        }
+        // A copy, since the action may drop its own handle.
+        const auto action = timer.action;
+        if (!timer.repeats) {
+            drop(key);
+        } else if (timer.interval > longestWait) {
+            disarm(timer);
+            timer.remaining = timer.interval;
+            arm(key, timer);
+        }
+        action();
+    }
+
+private:
+    struct Timer {
+        std::function<void()> action;
+        double remaining = 0; ///< milliseconds after the present wait
+        double interval = 0;
+        bool repeats = false;
+        int id = 0;
+    };
+
+    void arm(std::uint64_t key, Timer& timer) {
+        const auto wait = std::min(timer.remaining, longestWait);
+        timer.remaining -= wait;
+        // A single shot wakes the machine once, however precise it is.
+        const auto type = !timer.repeats || timer.interval < 1000 ? Qt::PreciseTimer
+                          : timer.interval < 20000                ? Qt::CoarseTimer
+                                                                  : Qt::VeryCoarseTimer;
+        timer.id = startTimer(Milliseconds(static_cast<std::int64_t>(wait)), type);
+        keys_[timer.id] = key;
+    }
+
+    void disarm(const Timer& timer) {
+        killTimer(timer.id);
+        keys_.erase(timer.id);
+    }
+
+    void drop(std::uint64_t key) {
+        const auto found = timers_.find(key);
+        if (found != timers_.end()) {
+            disarm(found->second);
+            // What the action holds may have handles of its own, so it goes last.
+            const auto node = timers_.extract(found);
+        }
+    }
+
+    std::uint64_t next_ = 0;
+    std::map<std::uint64_t, Timer> timers_;
+    std::map<int, std::uint64_t> keys_; ///< by Qt's number of the timer
+};
+
+QtEventLoop::QtEventLoop() : receiver_(std::make_shared<Receiver>()) {}
+
+QtEventLoop::~QtEventLoop() = default;
+
+Timestamp QtEventLoop::now() const {
+    const std::chrono::duration<double> sinceEpoch =
+        std::chrono::system_clock::now().time_since_epoch();
+    return {sinceEpoch.count() - secondsFromUnixEpoch};
+}
+
+void QtEventLoop::post(std::function<void()> action) {
+    QCoreApplication::postEvent(receiver_.get(), new Posted(std::move(action)));
+}
+
+Subscription QtEventLoop::after(Seconds delay, std::function<void()> action) {
+    return receiver_->add(milliseconds(delay), false, std::move(action), receiver_);
+}
+
+Subscription QtEventLoop::every(Seconds interval, std::function<void()> action) {
+    return receiver_->add(std::max(1.0, milliseconds(interval)), true, std::move(action),
+                          receiver_);
+}
+
+} // namespace velmoran

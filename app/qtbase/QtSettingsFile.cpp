@@ -1,0 +1,187 @@
+#include "app/qtbase/QtSettingsFile.h"
+
+#include <QByteArray>
+#include <QMetaType>
+#include <QStringList>
+#include <QVariant>
+#include <QVariantList>
+#include <cmath>
+
+// A text file keeps no types: there a truth value and a number are texts, and an array with one
+// element can't be told from the element. Where the platform keeps types, only those count.
+
+namespace velmoran {
+
+namespace {
+
+QString keyOf(const std::string& key) {
+    return QString::fromStdString(key);
+}
+
+bool is(const QVariant& value, QMetaType::Type type) {
+    return value.metaType().id() == type;
+}
+
+std::optional<bool> asBoolean(const QVariant& value) {
+    if (is(value, QMetaType::Bool)) {
+        return value.toBool();
+    }
+    if (is(value, QMetaType::QString)) {
+        const auto text = value.toString();
+        if (text == QLatin1String("true")) {
+            return true;
+        }
+        if (text == QLatin1String("false")) {
+            return false;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::int64_t> asInteger(const QVariant& value) {
+    if (is(value, QMetaType::Int) || is(value, QMetaType::LongLong)) {
+        return value.toLongLong();
+    }
+    if (is(value, QMetaType::QString)) {
+        bool done = false;
+        const auto number = value.toString().toLongLong(&done, 10);
+        return done ? std::optional<std::int64_t>(number) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+std::optional<double> asNumber(const QVariant& value) {
+    const bool number = is(value, QMetaType::Double) || is(value, QMetaType::Int) ||
+                        is(value, QMetaType::LongLong) || is(value, QMetaType::QString);
+    bool done = false;
+    const auto result = number ? value.toDouble(&done) : 0;
+    return done && std::isfinite(result) ? std::optional(result) : std::nullopt;
+}
+
+/// Nothing if it isn't an array.
+std::optional<QVariantList> asList(const QVariant& value) {
+    if (is(value, QMetaType::QVariantList) || is(value, QMetaType::QStringList)) {
+        return value.toList();
+    }
+    if (is(value, QMetaType::QString)) {
+        return QVariantList{value};
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+QtSettingsFile::QtSettingsFile()
+    : settings_(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Velmoran"),
+                QStringLiteral("Velmoran")) {
+    settings_.setFallbacksEnabled(false);
+}
+
+QtSettingsFile::QtSettingsFile(const QString& path) : settings_(path, QSettings::NativeFormat) {
+    settings_.setFallbacksEnabled(false);
+}
+
+QVariant QtSettingsFile::value(const std::string& key) const {
+    return settings_.value(keyOf(key));
+}
+
+std::optional<bool> QtSettingsFile::boolean(const std::string& key) const {
+    if (const auto written = asBoolean(value(key))) {
+        return written;
+    }
+    const auto found = booleans_.find(key);
+    return found == booleans_.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<std::int64_t> QtSettingsFile::integer(const std::string& key) const {
+    if (const auto written = asInteger(value(key))) {
+        return written;
+    }
+    const auto found = integers_.find(key);
+    return found == integers_.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<std::vector<double>> QtSettingsFile::numbers(const std::string& key) const {
+    const auto list = asList(value(key));
+    if (!list) {
+        return std::nullopt;
+    }
+    std::vector<double> result;
+    for (const auto& each : *list) {
+        const auto number = asNumber(each);
+        if (!number) {
+            return std::nullopt;
+        }
+        result.push_back(*number);
+    }
+    return result;
+}
+
+std::optional<std::string> QtSettingsFile::bytes(const std::string& key) const {
+    const auto written = value(key);
+    return is(written, QMetaType::QByteArray) ? std::optional(written.toByteArray().toStdString())
+                                              : std::nullopt;
+}
+
+std::optional<std::vector<std::string>> QtSettingsFile::texts(const std::string& key) const {
+    const auto list = asList(value(key));
+    if (!list) {
+        return std::nullopt;
+    }
+    std::vector<std::string> result;
+    for (const auto& each : *list) {
+        if (!is(each, QMetaType::QString)) {
+            return std::nullopt;
+        }
+        result.push_back(each.toString().toStdString());
+    }
+    return result;
+}
+
+void QtSettingsFile::registerBoolean(const std::string& key, bool given) {
+    booleans_[key] = given;
+}
+
+void QtSettingsFile::registerInteger(const std::string& key, std::int64_t given) {
+    integers_[key] = given;
+}
+
+void QtSettingsFile::setBoolean(const std::string& key, bool given) {
+    write(key, given);
+}
+
+void QtSettingsFile::setInteger(const std::string& key, std::int64_t given) {
+    write(key, static_cast<qlonglong>(given));
+}
+
+void QtSettingsFile::setNumbers(const std::string& key, const std::vector<double>& given) {
+    QVariantList list;
+    for (const auto each : given) {
+        list.append(each);
+    }
+    write(key, list);
+}
+
+void QtSettingsFile::setBytes(const std::string& key, const std::string& given) {
+    write(key, QByteArray::fromStdString(given));
+}
+
+void QtSettingsFile::setTexts(const std::string& key, const std::vector<std::string>& given) {
+    QStringList list;
+    for (const auto& each : given) {
+        list.append(QString::fromStdString(each));
+    }
+    write(key, list);
+}
+
+void QtSettingsFile::remove(const std::string& key) {
+    settings_.remove(keyOf(key));
+    settings_.sync();
+}
+
+void QtSettingsFile::write(const std::string& key, const QVariant& given) {
+    settings_.setValue(keyOf(key), given);
+    settings_.sync();
+}
+
+} // namespace velmoran

@@ -1,0 +1,136 @@
+#include "app/qtbase/QtSettingsFile.h"
+
+#include "app/model/SettingsStore.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <numeric>
+
+namespace velmoran {
+namespace {
+
+class QtSettingsFileTest : public testing::Test {
+protected:
+    QString path() const { return folder_.filePath("deeper/Velmoran.conf"); }
+
+    void write(const char* text) const {
+        QDir().mkpath(QFileInfo(path()).path());
+        QFile file(path());
+        ASSERT_TRUE(file.open(QFile::WriteOnly));
+        file.write(text);
+    }
+
+private:
+    QTemporaryDir folder_;
+};
+
+TEST_F(QtSettingsFileTest, HoldsNoKeyForAFreshUser) {
+    QtSettingsFile file(path());
+    const SettingsStore settings(file);
+    EXPECT_EQ(*settings.retentionDays, 90);
+    EXPECT_TRUE(*settings.hideSystemSounds);
+    EXPECT_FALSE(*settings.monitorSpeakerUse);
+    EXPECT_FALSE(*settings.floatingStopButton);
+    EXPECT_FALSE(*settings.awayWatchOnLock);
+    EXPECT_FALSE(*settings.onboardingDone);
+    EXPECT_FALSE(QFile::exists(path()));
+}
+
+TEST_F(QtSettingsFileTest, IsWrittenAtOnceAndReadAgain) {
+    std::string all(256, '\0');
+    std::iota(all.begin(), all.end(), '\0');
+    QtSettingsFile writer(path());
+    writer.setBoolean("flag", true);
+    writer.setInteger("days", 365);
+    writer.setNumbers("place", {12.5, -3});
+    writer.setBytes("data", all);
+    writer.setTexts("one", {"de"});
+    writer.setTexts("two", {"de-AT, \"x\"", "@en"});
+    // A second object shares what the first has in memory, so the file itself is looked at.
+    const auto copy = path() + ".copy";
+    ASSERT_TRUE(QFile::copy(path(), copy));
+    const QtSettingsFile reader(copy);
+    EXPECT_EQ(reader.boolean("flag"), true);
+    EXPECT_EQ(reader.integer("days"), 365);
+    EXPECT_EQ(reader.numbers("place"), (std::vector<double>{12.5, -3}));
+    EXPECT_EQ(reader.bytes("data"), all);
+    EXPECT_EQ(reader.texts("one"), (std::vector<std::string>{"de"}));
+    EXPECT_EQ(reader.texts("two"), (std::vector<std::string>{"de-AT, \"x\"", "@en"}));
+}
+
+TEST_F(QtSettingsFileTest, KeepsEmptyBytesApartFromNone) {
+    QtSettingsFile writer(path());
+    writer.setBytes("data", "");
+    ASSERT_TRUE(QFile::copy(path(), path() + ".copy"));
+    const QtSettingsFile reader(path() + ".copy");
+    EXPECT_EQ(reader.bytes("data"), "");
+    EXPECT_EQ(reader.bytes("other"), std::nullopt);
+}
+
+TEST_F(QtSettingsFileTest, TakesAWrongTypeForMissing) {
+    write("[General]\n"
+          "retentionDays=soon\n"
+          "warningSoundOn=maybe\n"
+          "monitorSpeakerUse=1\n"
+          "floatingStopPlace=1, 2, 3\n"
+          "trustRules=text\n"
+          "AppleLanguages=fr\n");
+    QtSettingsFile file(path());
+    const SettingsStore settings(file);
+    EXPECT_EQ(*settings.retentionDays, 90);
+    EXPECT_TRUE(*settings.warningSoundOn);
+    EXPECT_FALSE(*settings.monitorSpeakerUse);
+    EXPECT_EQ(*settings.floatingStopPlace, std::nullopt);
+    EXPECT_EQ(*settings.trustRulesData, std::nullopt);
+    EXPECT_EQ(*settings.language, std::nullopt);
+}
+
+TEST_F(QtSettingsFileTest, ReadsWhatAPersonWroteByHand) {
+    write("[General]\n"
+          "retentionDays=30\n"
+          "warningSoundOn=false\n"
+          "floatingStopPlace=10, 20.5\n"
+          "AppleLanguages=de-AT, en\n");
+    QtSettingsFile file(path());
+    const SettingsStore settings(file);
+    EXPECT_EQ(*settings.retentionDays, 30);
+    EXPECT_FALSE(*settings.warningSoundOn);
+    EXPECT_EQ(*settings.floatingStopPlace, (Point{10, 20.5}));
+    EXPECT_EQ(*settings.language, "de");
+}
+
+TEST_F(QtSettingsFileTest, TakesNoTextForANumberOfAPlace) {
+    write("[General]\nfloatingStopPlace=10, right\n");
+    EXPECT_EQ(QtSettingsFile(path()).numbers("floatingStopPlace"), std::nullopt);
+}
+
+TEST_F(QtSettingsFileTest, SurvivesAFileThatIsNone) {
+    write("\x01\x02[[[\n=\n\xFF\xFE====");
+    QtSettingsFile file(path());
+    const SettingsStore settings(file);
+    EXPECT_EQ(*settings.retentionDays, 90);
+}
+
+TEST_F(QtSettingsFileTest, RemovesAKeyForGood) {
+    QtSettingsFile file(path());
+    SettingsStore settings(file);
+    settings.language.set("de");
+    settings.floatingStopPlace.set(Point{1, 2});
+    settings.language.set(std::nullopt);
+    settings.floatingStopPlace.set(std::nullopt);
+    ASSERT_TRUE(QFile::copy(path(), path() + ".copy"));
+    const QtSettingsFile reader(path() + ".copy");
+    EXPECT_EQ(reader.texts("AppleLanguages"), std::nullopt);
+    EXPECT_EQ(reader.numbers("floatingStopPlace"), std::nullopt);
+}
+
+TEST_F(QtSettingsFileTest, KeepsTheValueInMemoryWhenItCannotBeWritten) {
+    QtSettingsFile file(QStringLiteral("/proc/nowhere/Velmoran.conf"));
+    file.setBoolean("flag", true);
+    EXPECT_EQ(file.boolean("flag"), true);
+}
+
+} // namespace
+} // namespace velmoran
