@@ -1,0 +1,72 @@
+// What the kernel tells of the machine's processes, read from /proc at the moment of asking. Holds
+// nothing but the place, so that tests can lay out processes of their own. Const throughout; any
+// thread. What can't be read (a process that is gone, or doesn't let itself be looked at) and what
+// has another form than the kernel's is nothing or empty; reads are bounded and never throw for it.
+#pragma once
+
+#include "system/linux/ProcEntries.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmoran {
+
+/// An open descriptor and what it leads to, as the kernel words it ("/dev/video0",
+/// "socket:[4711]").
+struct DescriptorLink {
+    int number = -1;
+    std::string target;
+
+    bool operator==(const DescriptorLink&) const = default;
+};
+
+class ProcFs {
+public:
+    explicit ProcFs(std::string root = "/proc");
+
+    const std::string& root() const { return root_; }
+    /// "/proc/PID/NAME", without asking whether it is there.
+    std::string path(pid_t pid, std::string_view name) const;
+
+    /// All processes that are visible, in no order.
+    std::vector<pid_t> pids() const;
+    std::optional<ProcStat> stat(pid_t pid) const;
+    std::optional<pid_t> parent(pid_t pid) const;
+    std::optional<std::uint64_t> startTicks(pid_t pid) const;
+    std::optional<uid_t> uid(pid_t pid) const;
+    std::optional<std::string> comm(pid_t pid) const;
+    std::vector<std::string> commandLine(pid_t pid) const;
+    std::vector<std::string> cgroupPaths(pid_t pid) const;
+    /// One variable of the environment that the process was started with: its own word.
+    std::optional<std::string> environmentVariable(pid_t pid, std::string_view name) const;
+
+    /// The file that the process runs, by the path under which *this* program sees it. A file that
+    /// was deleted or replaced since gives the path that it had. Nothing when it may not be read,
+    /// and also when the process sees other files under that path than this program does: in a
+    /// mount namespace of its own, anybody can put anything at "/usr/bin/firefox".
+    std::optional<std::string> executable(pid_t pid) const;
+    /// The same as the process's own namespace names it: a claim, of use only together with it.
+    std::optional<std::string> executableClaim(pid_t pid) const;
+    /// Whether it can be looked at: its executable, descriptors and folders.
+    bool isReadable(pid_t pid) const;
+    /// Whether it sees the same mounts as this program; false when that may not be read.
+    bool sharesMounts(pid_t pid) const;
+
+    /// The folder it works in now, as its own namespace names it.
+    std::optional<std::string> workingDirectory(pid_t pid) const;
+    /// "/proc/PID/root": behind it lie files as the process sees them.
+    std::string rootOf(pid_t pid) const { return path(pid, "root"); }
+
+    std::vector<DescriptorLink> descriptors(pid_t pid) const;
+
+private:
+    std::string root_;
+};
+
+/// Up to `limit` bytes of a file; nothing if it can't be opened or read, or is no regular file.
+std::optional<std::string> readFileUpTo(const std::string& path, std::size_t limit);
+/// The text of a symbolic link; nothing for anything else.
+std::optional<std::string> readLinkText(const std::string& path);
+
+} // namespace velmoran

@@ -1,0 +1,69 @@
+// A /proc laid out by a test: what the kernel would tell of processes that don't exist.
+#pragma once
+
+#include "support/TemporaryDirectory.h"
+#include "system/linux/ProcFs.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+class FakeProc {
+public:
+    struct Process {
+        std::string executable; ///< empty: may not be read
+        std::vector<std::string> arguments = {};
+        pid_t parent = 1;
+        std::string cgroup = "0::/user.slice/session-1.scope\n";
+        std::string mounts = "mnt:[1]";
+        std::string root = "/";
+        std::string workingDirectory = "/";
+        std::vector<std::string> environment = {};
+    };
+
+    FakeProc() { folder_.link("self/ns/mnt", "mnt:[1]"); }
+
+    ProcFs fs() const { return ProcFs(folder_.path()); }
+    const TemporaryDirectory& folder() const { return folder_; }
+
+    /// Also replaces one, as an exec does.
+    void add(pid_t pid, const Process& process, std::uint64_t startTicks = 100) {
+        const std::string at = std::to_string(pid) + '/';
+        std::filesystem::remove_all(folder_.path(std::to_string(pid)));
+        if (!process.executable.empty()) {
+            folder_.link(at + "exe", process.executable);
+            folder_.link(at + "ns/mnt", process.mounts);
+            folder_.link(at + "root", process.root);
+            folder_.link(at + "cwd", process.workingDirectory);
+            folder_.write(at + "environ", zeroEnded(process.environment));
+        }
+        folder_.write(at + "stat", statLine(pid, process.parent, startTicks));
+        folder_.write(at + "cmdline", zeroEnded(process.arguments));
+        folder_.write(at + "cgroup", process.cgroup);
+        folder_.write(at + "comm", "fake\n");
+        folder_.write(at + "status", "Name:\tfake\nUid:\t1000\t1000\t1000\t1000\n");
+    }
+    void remove(pid_t pid) { std::filesystem::remove_all(folder_.path(std::to_string(pid))); }
+
+    static std::string statLine(pid_t pid, pid_t parent, std::uint64_t startTicks) {
+        return std::to_string(pid) + " (fake) S " + std::to_string(parent) +
+               " 1 1 0 -1 4194560 1 0 0 0 0 0 0 0 20 0 1 0 " + std::to_string(startTicks) +
+               " 1000 10 18446744073709551615\n";
+    }
+
+private:
+    static std::string zeroEnded(const std::vector<std::string>& texts) {
+        std::string all;
+        for (const auto& text : texts) {
+            all += text;
+            all += '\0';
+        }
+        return all;
+    }
+
+    TemporaryDirectory folder_;
+};
+
+} // namespace velmoran
