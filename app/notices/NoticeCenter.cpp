@@ -28,13 +28,18 @@ void NoticeCenter::show(NoticeItem item) {
     if (hideAfter) {
         hideTasks_[id] = scheduler_.after(*hideAfter, [this, id] { dismiss(id); });
     }
+    if (const auto shown = this->item(id)) {
+        onShown(*shown);
+    }
     changed();
 }
 
 void NoticeCenter::dismiss(const Uuid& id) {
     // The task may be the caller, so it has to live until we are done.
     const auto task = hideTasks_.extract(id);
-    if (std::erase_if(items_, withID(id)) > 0) {
+    const auto gone = item(id);
+    if (gone && std::erase_if(items_, withID(id)) > 0) {
+        onDismissed(*gone);
         changed();
     }
 }

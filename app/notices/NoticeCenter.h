@@ -2,6 +2,7 @@
 // the application model; main thread only.
 #pragma once
 
+#include "app/model/Observable.h"
 #include "app/notices/NoticeItem.h"
 #include "core/base/Scheduler.h"
 
@@ -34,6 +35,8 @@ public:
     /// True while a strong card is on screen.
     bool strongWarningWaiting() const;
 
+    Event<const NoticeItem&> onShown;     ///< a card came or was replaced; before the hooks
+    Event<const NoticeItem&> onDismissed; ///< a card went, by whatever road; before the hooks
     std::function<void()> onChange;       ///< the panel's hook, called first
     std::function<void()> onItemsChanged; ///< the model's hook
 

@@ -1,0 +1,34 @@
+#include "app/notices/NoticeCenter.h"
+#include "system/scripted/ScriptedTime.h"
+
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+TEST(NoticeCenter, TellsOfEachCardThatComesIsReplacedOrGoes) {
+    ScriptedTime time;
+    NoticeCenter center(time);
+    std::vector<std::string> told;
+    center.onChange = [&] {
+        told.push_back("change");
+    };
+    const auto shown = center.onShown.subscribe(
+        [&](const NoticeItem& item) { told.push_back("shown " + item.title); });
+    const auto gone = center.onDismissed.subscribe(
+        [&](const NoticeItem& item) { told.push_back("gone " + item.title); });
+    NoticeItem item;
+    item.id = Uuid::random();
+    item.title = "a";
+    item.autoHideAfter = 8;
+    center.show(item);
+    item.title = "b";
+    center.show(item);
+    center.dismiss(Uuid::random());
+    time.advanceTo(8);
+    EXPECT_EQ(told, (std::vector<std::string>{"shown a", "change", "shown b", "change", "gone b",
+                                              "change"}));
+}
+
+} // namespace
+} // namespace velmoran
