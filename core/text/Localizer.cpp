@@ -1,19 +1,253 @@
 #include "core/text/Localizer.h"
 
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <stdexcept>
+#include <unicode/calendar.h>
+#include <unicode/coll.h>
+#include <unicode/datefmt.h>
+#include <unicode/listformatter.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
+#include <utility>
+
 namespace velmoran {
 
-struct Localizer::Facts {};
+namespace {
 
-Localizer::Localizer() = default;
-Localizer::~Localizer() = default;
-
-std::string Localizer::text(std::string_view key, const std::vector<std::string>&) const {
-    return std::string(key);
+icu::Locale localeOf(const std::string& name) {
+    const auto locale = icu::Locale::createCanonical(name.c_str());
+    // "C" is canonically a variant of English that sorts capitals first. A bogus locale has no
+    // variant to ask for.
+    if (locale.isBogus() || std::string_view(locale.getVariant()) == "POSIX") {
+        return icu::Locale::getUS();
+    }
+    int32_t count = 0;
+    const auto* all = icu::Locale::getAvailableLocales(count);
+    const bool known = std::any_of(all, all + count, [&](const icu::Locale& each) {
+        return std::string_view(each.getLanguage()) == locale.getLanguage();
+    });
+    return known ? locale : icu::Locale::getUS();
 }
 
+std::unique_ptr<icu::TimeZone> zoneOf(const std::string& name) {
+    std::unique_ptr<icu::TimeZone> zone(
+        icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
+    if (*zone == icu::TimeZone::getUnknown()) {
+        zone.reset(icu::TimeZone::createTimeZone("UTC"));
+    }
+    return zone;
+}
+
+std::string utf8(const icu::UnicodeString& text) {
+    std::string result;
+    text.toUTF8String(result);
+    return result;
+}
+
+/// Some 5.8 million years from the epoch: beyond it a calendar would stand still.
+constexpr UDate lastMoment = 1.8e17;
+
+UDate milliseconds(Timestamp time) {
+    return (time.seconds + secondsFromUnixEpoch) * 1000;
+}
+
+Timestamp timestamp(UDate time) {
+    return {time / 1000 - secondsFromUnixEpoch};
+}
+
+/// A hole at the beginning of `rest`.
+struct Hole {
+    std::size_t length = 0;
+    std::optional<std::size_t> position; ///< from 0; nothing for "the next one"
+};
+
+std::optional<Hole> holeAt(std::string_view rest) {
+    std::size_t at = 1;
+    Hole hole;
+    std::size_t position = 0;
+    const auto [end, error] =
+        std::from_chars(rest.data() + at, rest.data() + rest.size(), position);
+    if (error == std::errc() && position > 0 && end != rest.data() + rest.size() && *end == '$') {
+        hole.position = position - 1;
+        at = static_cast<std::size_t>(end - rest.data()) + 1;
+    }
+    for (const std::string_view kind : {"@", "lld"}) {
+        if (rest.substr(at).starts_with(kind)) {
+            hole.length = at + kind.size();
+            return hole;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string filled(std::string_view sentence, const std::vector<std::string>& arguments) {
+    std::string result;
+    std::size_t next = 0;
+    while (!sentence.empty()) {
+        const auto sign = std::min(sentence.find('%'), sentence.size());
+        result += sentence.substr(0, sign);
+        sentence.remove_prefix(sign);
+        if (sentence.empty()) {
+            break;
+        }
+        if (const auto hole = holeAt(sentence)) {
+            const auto index = hole->position ? *hole->position : next++;
+            if (index < arguments.size()) {
+                result += arguments[index];
+            }
+            sentence.remove_prefix(hole->length);
+        } else {
+            result += '%';
+            sentence.remove_prefix(sentence.starts_with("%%") ? 2 : 1);
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+/// All of ICU's objects are made once; the functions called on them later are const and may run on
+/// several threads, but for a calendar, which is copied for each question.
+struct Localizer::Facts {
+    Facts(const std::string& localeName, const std::string& timeZone,
+          const std::vector<Catalogue>& catalogues) {
+        const auto locale = localeOf(localeName);
+        const auto zone = zoneOf(timeZone);
+        UErrorCode status = U_ZERO_ERROR;
+        lists.reset(icu::ListFormatter::createInstance(locale, status));
+        times.reset(icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, locale));
+        days.reset(icu::DateFormat::createInstanceForSkeleton("EEEEdMMM", locale, status));
+        collator.reset(icu::Collator::createInstance(locale, status));
+        calendar.reset(icu::Calendar::createInstance(*zone, locale, status));
+        if (U_FAILURE(status) != 0 || !times) {
+            throw std::runtime_error(std::string("no language data: ") + u_errorName(status));
+        }
+        times->setTimeZone(*zone);
+        days->setTimeZone(*zone);
+        collator->setStrength(icu::Collator::SECONDARY);
+        for (const auto& catalogue : catalogues) {
+            for (const auto& [key, sentence] : catalogue) {
+                sentences[key] = sentence;
+            }
+        }
+    }
+
+    std::unique_ptr<icu::Calendar> calendarAt(Timestamp time, UErrorCode& status) const {
+        std::unique_ptr<icu::Calendar> result(calendar->clone());
+        const auto moment = milliseconds(time);
+        if (!(std::abs(moment) <= lastMoment)) {
+            status = U_ILLEGAL_ARGUMENT_ERROR;
+        } else {
+            result->setTime(moment, status);
+        }
+        return result;
+    }
+
+    Catalogue sentences;
+    std::unique_ptr<icu::ListFormatter> lists;
+    std::unique_ptr<icu::DateFormat> times;
+    std::unique_ptr<icu::DateFormat> days;
+    std::unique_ptr<icu::Collator> collator;
+    std::unique_ptr<icu::Calendar> calendar;
+};
+
+Localizer::Localizer() : Localizer("en_US", "UTC", {}) {}
+
+Localizer::Localizer(const std::string& locale, const std::string& timeZone,
+                     const std::vector<Catalogue>& catalogues)
+    : facts_(std::make_unique<const Facts>(locale, timeZone, catalogues)) {}
+
+Localizer::~Localizer() = default;
+Localizer::Localizer(Localizer&&) noexcept = default;
+Localizer& Localizer::operator=(Localizer&&) noexcept = default;
+
+std::string Localizer::text(std::string_view key, const std::vector<std::string>& arguments) const {
+    const auto found = facts_->sentences.find(key);
+    return filled(found == facts_->sentences.end() ? key : std::string_view(found->second),
+                  arguments);
+}
+
+std::string Localizer::list(const std::vector<std::string>& items) const {
+    std::vector<icu::UnicodeString> texts;
+    texts.reserve(items.size());
+    for (const auto& item : items) {
+        texts.push_back(icu::UnicodeString::fromUTF8(item));
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    icu::UnicodeString result;
+    facts_->lists->format(texts.data(), static_cast<int32_t>(texts.size()), result, status);
+    return utf8(result);
+}
+
+std::string Localizer::shortTime(Timestamp time) const {
+    icu::UnicodeString result;
+    return utf8(facts_->times->format(milliseconds(time), result));
+}
+
+std::string Localizer::dayTitle(Timestamp day, Timestamp now) const {
+    const auto start = startOfDay(day);
+    const auto today = startOfDay(now);
+    if (start && start == today) {
+        return text("Today");
+    }
+    // From the day's start, which no change of clocks can move into another day.
+    const auto next = start ? addingDays(*start, 1) : std::nullopt;
+    if (next && startOfDay(*next) == today) {
+        return text("Yesterday");
+    }
+    icu::UnicodeString result;
+    return utf8(facts_->days->format(milliseconds(day), result));
+}
+
+int Localizer::compareIgnoringCase(std::string_view a, std::string_view b) const {
+    const auto piece = [](std::string_view text) {
+        return icu::StringPiece(text.data(), static_cast<int32_t>(text.size()));
+    };
+    UErrorCode status = U_ZERO_ERROR;
+    return facts_->collator->compareUTF8(piece(a), piece(b), status);
+}
+
+std::optional<Timestamp> Localizer::startOfDay(Timestamp time) const {
+    UErrorCode status = U_ZERO_ERROR;
+    const auto calendar = facts_->calendarAt(time, status);
+    // Where clocks change at midnight, the day begins at the first moment that bears its date.
+    calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
+    calendar->setSkippedWallTimeOption(UCAL_WALLTIME_NEXT_VALID);
+    for (const auto field : {UCAL_HOUR_OF_DAY, UCAL_MINUTE, UCAL_SECOND, UCAL_MILLISECOND}) {
+        calendar->set(field, 0);
+    }
+    const auto start = calendar->getTime(status);
+    return U_SUCCESS(status) != 0 ? std::optional(timestamp(start)) : std::nullopt;
+}
+
+std::optional<Timestamp> Localizer::addingDays(Timestamp time, int days) const {
+    UErrorCode status = U_ZERO_ERROR;
+    const auto calendar = facts_->calendarAt(time, status);
+    calendar->add(UCAL_DAY_OF_MONTH, days, status);
+    const auto moved = calendar->getTime(status);
+    return U_SUCCESS(status) != 0 ? std::optional(timestamp(moved)) : std::nullopt;
+}
+
+Timestamp Localizer::daysBefore(Timestamp now, int days) const {
+    return addingDays(now, -days).value_or(now);
+}
+
+namespace {
+Localizer& processWide() {
+    static Localizer localizer;
+    return localizer;
+}
+} // namespace
+
 const Localizer& words() {
-    static const Localizer english;
-    return english;
+    return processWide();
+}
+
+void setWords(Localizer localizer) {
+    processWide() = std::move(localizer);
 }
 
 } // namespace velmoran

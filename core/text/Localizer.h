@@ -6,6 +6,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,19 +20,21 @@ class Localizer {
 public:
     /// English keys, locale "en_US", zone "UTC".
     Localizer();
-    /// `locale` as ICU names it ("de_DE"), `timeZone` by its Olson name ("Europe/Berlin"). Later
-    /// catalogues overlay earlier ones. An unknown locale or zone acts as the default one.
+    /// `locale` as ICU or POSIX names it ("de_DE", "de_DE.UTF-8"), `timeZone` by its Olson name
+    /// ("Europe/Berlin"). Later catalogues overlay earlier ones. An unknown locale or zone, and the
+    /// locale "C", act as the default one.
     Localizer(const std::string& locale, const std::string& timeZone,
               const std::vector<Catalogue>& catalogues);
     ~Localizer();
+    /// What was moved from may only be destroyed or assigned to.
     Localizer(Localizer&&) noexcept;
     Localizer& operator=(Localizer&&) noexcept;
 
     /// The sentence with its holes filled. Holes are "%@" (in order) or "%1$@" (by position),
-    /// "%lld" for a number handed over as text, and "%%" for the sign itself. A hole without an
-    /// argument stays empty; an argument's own percent signs are left alone.
+    /// "%lld" and "%1$lld" for a number handed over as text, and "%%" for the sign itself. A hole
+    /// without an argument stays empty; an argument's own percent signs are left alone.
     std::string text(std::string_view key, const std::vector<std::string>& arguments = {}) const;
-    /// "A, B and C" in the way of the locale; empty for an empty list.
+    /// "A, B, and C" in the way of the locale; empty for an empty list.
     std::string list(const std::vector<std::string>& items) const;
     /// Hour and minute in the locale's short form, the date left out.
     std::string shortTime(Timestamp time) const;
@@ -39,17 +42,24 @@ public:
     std::string dayTitle(Timestamp day, Timestamp now) const;
     /// Collation that ignores case and follows the locale: negative, zero or positive.
     int compareIgnoringCase(std::string_view a, std::string_view b) const;
-    /// The moment that many calendar days before `now`, days being as long as they really were.
-    /// `now` itself if the calendar gives no date.
+
+    /// The first moment of the calendar day of `time`; nothing if the calendar gives none.
+    std::optional<Timestamp> startOfDay(Timestamp time) const;
+    /// `time` moved by that many calendar days, days being as long as they really are; nothing if
+    /// the calendar gives no date.
+    std::optional<Timestamp> addingDays(Timestamp time, int days) const;
+    /// The moment that many calendar days before `now`; `now` itself if the calendar gives no date.
     Timestamp daysBefore(Timestamp now, int days) const;
 
 private:
     struct Facts;
-    std::unique_ptr<Facts> facts_;
+    std::unique_ptr<const Facts> facts_;
 };
 
 /// The process-wide words. `main` sets them before anything else; until then they are English.
 const Localizer& words();
+/// Only while no other thread asks for words. The reference that `words` gives stays good and
+/// speaks the new language.
 void setWords(Localizer localizer);
 
 } // namespace velmoran

@@ -1,0 +1,219 @@
+#include "core/text/Localizer.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <limits>
+#include <rapidcheck/gtest.h>
+#include <thread>
+
+namespace velmoran {
+namespace {
+
+/// Wednesday, 4 March 2026, 09:30 UTC.
+constexpr Timestamp wednesday{794309400};
+constexpr Seconds hour = 3600;
+
+Localizer german() {
+    return Localizer("de_DE", "Europe/Berlin",
+                     {{{"Today", "Heute"},
+                       {"Yesterday", "Gestern"},
+                       {"%@ turned on %@", "%2$@ wurde von %1$@ eingeschaltet"}}});
+}
+
+TEST(Localizer, GivesTheKeyWhereNoCatalogueHasIt) {
+    EXPECT_EQ(Localizer().text("Just now"), "Just now");
+    EXPECT_EQ(german().text("Just now"), "Just now");
+    EXPECT_EQ(german().text("Today"), "Heute");
+}
+
+TEST(Localizer, LetsALaterCatalogueOverlayAnEarlierOne) {
+    const Localizer overlaid(
+        "en_US", "UTC", {{{"a", "first"}, {"b", "first"}}, {{"b", "second"}, {"c", "second"}}});
+    EXPECT_EQ(overlaid.text("a"), "first");
+    EXPECT_EQ(overlaid.text("b"), "second");
+    EXPECT_EQ(overlaid.text("c"), "second");
+}
+
+TEST(Localizer, FillsHolesInOrderAndByPosition) {
+    EXPECT_EQ(Localizer().text("%@ turned on %@", {"Zoom", "the camera"}),
+              "Zoom turned on the camera");
+    EXPECT_EQ(german().text("%@ turned on %@", {"Zoom", "die Kamera"}),
+              "die Kamera wurde von Zoom eingeschaltet");
+    EXPECT_EQ(Localizer().text("%lld h %@ min", {"1", "05"}), "1 h 05 min");
+    EXPECT_EQ(Localizer().text("%2$lld of %1$lld", {"9", "4"}), "4 of 9");
+    EXPECT_EQ(Localizer().text("%1$@ and %1$@", {"a"}), "a and a");
+    EXPECT_EQ(Localizer().text("%12$@", std::vector<std::string>(12, "x")), "x");
+}
+
+TEST(Localizer, LeavesAHoleWithoutAnArgumentEmpty) {
+    EXPECT_EQ(Localizer().text("<%@><%@><%3$@>", {"a"}), "<a><><>");
+    EXPECT_EQ(Localizer().text("%99999999999999999999$@", {"a"}), "%99999999999999999999$@");
+}
+
+TEST(Localizer, LeavesPercentSignsThatAreNoHoleAlone) {
+    EXPECT_EQ(Localizer().text("%% %", {}), "% %");
+    EXPECT_EQ(Localizer().text("100%%", {}), "100%");
+    EXPECT_EQ(Localizer().text("%d %0$@ %ll %1$ %", {"a"}), "%d %0$@ %ll %1$ %");
+    EXPECT_EQ(Localizer().text("%@", {"50%@ %% %1$@"}), "50%@ %% %1$@");
+}
+
+RC_GTEST_PROP(Localizer, NeverReadsTheArguments, (const std::vector<std::string>& arguments)) {
+    std::string key;
+    std::string expected;
+    for (const auto& argument : arguments) {
+        key += "%@|";
+        expected += argument + "|";
+    }
+    RC_ASSERT(Localizer().text(key, arguments) == expected);
+}
+
+TEST(Localizer, JoinsListsInTheWayOfTheLocale) {
+    EXPECT_EQ(Localizer().list({}), "");
+    EXPECT_EQ(Localizer().list({"A"}), "A");
+    EXPECT_EQ(Localizer().list({"A", "B"}), "A and B");
+    EXPECT_EQ(Localizer().list({"A", "B", "C"}), "A, B, and C");
+    EXPECT_EQ(german().list({"Ä", "B", "C"}), "Ä, B und C");
+}
+
+TEST(Localizer, WritesShortTimesWithoutTheDate) {
+    // Releases of the language data differ in the blank before "AM".
+    const auto english = Localizer().shortTime(wednesday);
+    EXPECT_TRUE(english.starts_with("9:30") && english.ends_with("AM")) << english;
+    EXPECT_EQ(german().shortTime(wednesday), "10:30");
+    EXPECT_EQ(german().shortTime(wednesday + 12 * hour), "22:30");
+}
+
+TEST(Localizer, TitlesTodayAndYesterdayByTheCalendarOfItsZone) {
+    const Localizer english;
+    EXPECT_EQ(english.dayTitle(wednesday, wednesday), "Today");
+    EXPECT_EQ(english.dayTitle(wednesday - 9.5 * hour, wednesday), "Today");
+    EXPECT_EQ(english.dayTitle(wednesday - 9.5 * hour - 1, wednesday), "Yesterday");
+    EXPECT_EQ(english.dayTitle(wednesday - 33.5 * hour, wednesday), "Yesterday");
+    EXPECT_EQ(english.dayTitle(wednesday - 33.5 * hour - 1, wednesday), "Monday, Mar 2");
+    EXPECT_EQ(german().dayTitle(wednesday - 10 * hour, wednesday), "Heute");
+    EXPECT_EQ(german().dayTitle(wednesday - 11 * hour, wednesday), "Gestern");
+}
+
+TEST(Localizer, TitlesOtherDaysInTheOrderOfTheLocale) {
+    EXPECT_EQ(Localizer().dayTitle(wednesday, wednesday + 48 * hour), "Wednesday, Mar 4");
+    EXPECT_EQ(Localizer().dayTitle(wednesday, wednesday - 24 * hour), "Wednesday, Mar 4");
+    EXPECT_EQ(german().dayTitle(wednesday, wednesday + 48 * hour), "Mittwoch, 4. März");
+}
+
+TEST(Localizer, TitlesYesterdayOverAChangeOfClocks) {
+    // Sunday, 29 March 2026 has 23 hours in Berlin, Sunday, 25 October has 25.
+    constexpr Timestamp spring{796478400}; // Sunday noon, UTC
+    EXPECT_EQ(german().dayTitle(spring - 13.5 * hour, spring), "Gestern");
+    EXPECT_EQ(german().dayTitle(spring - 12.5 * hour, spring), "Heute");
+    constexpr Timestamp autumn{814622400}; // Sunday noon, UTC
+    EXPECT_EQ(german().dayTitle(autumn - 13.5 * hour, autumn), "Heute");
+    EXPECT_EQ(german().dayTitle(autumn - 14.5 * hour, autumn), "Gestern");
+}
+
+TEST(Localizer, KnowsHowLongADayReallyIs) {
+    const auto berlin = german();
+    const auto lengthOfDay = [&](Timestamp time) {
+        const auto start = *berlin.startOfDay(time);
+        return *berlin.addingDays(start, 1) - start;
+    };
+    EXPECT_EQ(lengthOfDay(wednesday), 24 * hour);
+    EXPECT_EQ(lengthOfDay({796478400}), 23 * hour);
+    EXPECT_EQ(lengthOfDay({814622400}), 25 * hour);
+}
+
+TEST(Localizer, BeginsADayAtItsFirstMomentWhereMidnightIsSkippedOrRepeated) {
+    // Cairo went from 00:00 to 01:00 on 26 April 2024; the day begins at what was 22:00 UTC.
+    const Localizer cairo("en_US", "Africa/Cairo", {});
+    EXPECT_EQ(cairo.startOfDay({735825600}), (Timestamp{735775200}));
+    // Havana goes from 01:00 back to 00:00 on 2 November 2025: the first of both midnights.
+    const Localizer havana("en_US", "America/Havana", {});
+    EXPECT_EQ(havana.startOfDay({783795600}), (Timestamp{783748800}));
+}
+
+TEST(Localizer, CountsDaysBackByTheCalendar) {
+    EXPECT_EQ(Localizer().daysBefore(wednesday, 30), wednesday - 30 * 24 * hour);
+    EXPECT_EQ(Localizer().daysBefore(wednesday, 0), wednesday);
+    // Over the short day of March: an hour less by the clock on the wall.
+    constexpr Timestamp monday{796564800};
+    EXPECT_EQ(german().daysBefore(monday, 2), monday - 47 * hour);
+}
+
+TEST(Localizer, StaysWhereItIsWhenTheCalendarGivesNoDate) {
+    for (const double odd : {1e300, -1e300, std::numeric_limits<double>::infinity()}) {
+        EXPECT_EQ(Localizer().daysBefore({odd}, 30), Timestamp{odd});
+        EXPECT_EQ(Localizer().startOfDay({odd}), std::nullopt);
+    }
+    EXPECT_EQ(Localizer().startOfDay({std::numeric_limits<double>::quiet_NaN()}), std::nullopt);
+}
+
+TEST(Localizer, ComparesWithoutCaseAndByTheLocale) {
+    const Localizer english;
+    EXPECT_EQ(english.compareIgnoringCase("zoom", "ZOOM"), 0);
+    EXPECT_LT(english.compareIgnoringCase("apple", "Banana"), 0);
+    EXPECT_GT(english.compareIgnoringCase("banana", "Apple"), 0);
+    EXPECT_LT(english.compareIgnoringCase("Ähre", "Zoom"), 0);
+    EXPECT_NE(english.compareIgnoringCase("resume", "résumé"), 0);
+    EXPECT_GT(Localizer("sv_SE", "UTC", {}).compareIgnoringCase("Ähre", "Zoom"), 0);
+    EXPECT_EQ(english.compareIgnoringCase("", ""), 0);
+    EXPECT_LT(english.compareIgnoringCase("", "a"), 0);
+}
+
+TEST(Localizer, ComparesTextThatIsNotUtf8) {
+    EXPECT_EQ(Localizer().compareIgnoringCase("\xff", "\xff"), 0);
+    EXPECT_NE(Localizer().compareIgnoringCase("\xff", "a"), 0);
+}
+
+RC_GTEST_PROP(Localizer, OrdersNamesWithoutContradiction,
+              (const std::string& a, const std::string& b, const std::string& c)) {
+    const auto sign = [](const std::string& x, const std::string& y) {
+        return words().compareIgnoringCase(x, y);
+    };
+    RC_ASSERT(sign(a, b) == -sign(b, a));
+    RC_ASSERT(!(sign(a, b) <= 0 && sign(b, c) <= 0) || sign(a, c) <= 0);
+}
+
+TEST(Localizer, TakesAnUnknownLocaleOrZoneAsTheDefault) {
+    for (const auto* locale : {"xx_XX", "", "C", "POSIX", "C.UTF-8", "not a locale"}) {
+        const Localizer odd(locale, "Nowhere/Land", {});
+        EXPECT_EQ(odd.list({"A", "B", "C"}), "A, B, and C") << locale;
+        EXPECT_EQ(odd.shortTime(wednesday), Localizer().shortTime(wednesday)) << locale;
+        EXPECT_LT(odd.compareIgnoringCase("apple", "Banana"), 0) << locale;
+        EXPECT_EQ(odd.dayTitle(wednesday, wednesday + 48 * hour), "Wednesday, Mar 4") << locale;
+    }
+    EXPECT_EQ(Localizer("de_DE.UTF-8", "Europe/Berlin", {}).shortTime(wednesday), "10:30");
+    EXPECT_EQ(Localizer("de_DE@euro", "Europe/Berlin", {}).list({"A", "B"}), "A und B");
+}
+
+TEST(Localizer, AnswersSeveralThreadsAtOnce) {
+    const auto words = german();
+    std::vector<std::thread> threads;
+    std::vector<int> wrong(4, 0);
+    for (auto& count : wrong) {
+        threads.emplace_back([&words, &count] {
+            for (int i = 0; i < 200; ++i) {
+                const auto now = wednesday + i * 24 * hour;
+                count += words.dayTitle(now, now) != "Heute";
+                count += words.shortTime(wednesday) != "10:30";
+                count += words.list({"A", "B"}) != "A und B";
+                count += words.compareIgnoringCase("a", "B") >= 0;
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(wrong, std::vector<int>(4, 0));
+}
+
+TEST(Words, AreEnglishUntilSetAndSpeakTheNewLanguageAtOnce) {
+    const auto& held = words();
+    EXPECT_EQ(held.text("Today"), "Today");
+    setWords(german());
+    EXPECT_EQ(held.text("Today"), "Heute");
+    EXPECT_EQ(words().text("Today"), "Heute");
+    setWords(Localizer());
+    EXPECT_EQ(held.text("Today"), "Today");
+}
+
+} // namespace
+} // namespace velmoran
