@@ -1,0 +1,16 @@
+// Tells web browsers from other apps, since closing one loses all its tabs. Pure; any thread.
+#pragma once
+
+#include "core/records/AppIdentity.h"
+
+#include <string>
+#include <vector>
+
+namespace velmoran::Browser {
+
+/// `installed`: identifiers of the applications that are registered for web links right now. The
+/// case of identifiers doesn't matter, and a helper whose identifier is a browser's with further
+/// parts behind it is that browser.
+bool isBrowser(const AppIdentity& app, const std::vector<std::string>& installed);
+
+} // namespace velmoran::Browser
