@@ -1,0 +1,236 @@
+#include "app/model/AppModel.h"
+
+#include "app/notices/NoticeWording.h"
+#include "core/text/Localizer.h"
+#include "core/warnings/WarningPolicy.h"
+
+#include <algorithm>
+#include <exception>
+#include <set>
+#include <utility>
+
+namespace velmoran {
+
+AppModel::AppModel(ModelSurroundings surroundings)
+    : settings(surroundings.settings),
+      notices(surroundings.scheduler),
+      around_(surroundings),
+      engine_(unknownGrace),
+      coalescer_(noticeWindow) {}
+
+AppModel::~AppModel() = default;
+
+void AppModel::start() {
+    loadTrust();
+    notices.onItemsChanged = [this] {
+        onChange();
+    };
+    openHistory();
+    const std::weak_ptr alive = alive_;
+    around_.machine.snapshots().start(
+        [this, alive, &scheduler = around_.scheduler](const SystemSnapshot& reading) {
+            scheduler.post([this, alive, reading] {
+                if (!alive.expired()) {
+                    receive(reading);
+                }
+            });
+        });
+}
+
+void AppModel::stopMonitor() {
+    around_.machine.snapshots().stop();
+}
+
+void AppModel::receive(const SystemSnapshot& reading) {
+    snapshot.set(reading);
+    syncSessions();
+    onChange();
+}
+
+StatusIconState AppModel::statusIconState() const {
+    // The plain readings, also of a use that the settings leave out: the icon never denies that a
+    // device is on.
+    return velmoran::statusIconState({.cameraOn = snapshot->cameraOn,
+                                      .microphoneOn = snapshot->microphoneOn,
+                                      .strongWarningWaiting = notices.strongWarningWaiting(),
+                                      .awayWatchOn = awayWatchOn.get()});
+}
+
+std::vector<UsageSession> AppModel::sessions(Device device) const {
+    std::vector<UsageSession> result;
+    std::copy_if(openSessions->begin(), openSessions->end(), std::back_inserter(result),
+                 [device](const UsageSession& session) { return session.device == device; });
+    std::stable_sort(result.begin(), result.end(),
+                     [](const auto& a, const auto& b) { return a.start < b.start; });
+    return result;
+}
+
+// MARK: - From an event to a card and a row
+
+void AppModel::handle(const std::vector<SessionEvent>& events) {
+    if (events.empty()) {
+        return;
+    }
+    for (const auto& event : events) {
+        SessionEvent told = event;
+        if (event.kind == SessionEvent::Kind::reattributed) {
+            takeBackNotice(event.session.id);
+        }
+        // Without a history nobody is warned: what can't be remembered is shown as open only, and
+        // the screens say why.
+        if (store_) {
+            if (event.kind != SessionEvent::Kind::ended) {
+                told.session = warned(event.session);
+            }
+            store_->saveSession(told.session);
+        }
+        onSessionEvent(told);
+    }
+    openSessions.set(engine_.open());
+    refreshHistory();
+}
+
+UsageSession AppModel::warned(const UsageSession& session) {
+    if (!session.observedFromStart) {
+        return session;
+    }
+    const auto level =
+        WarningPolicy::level(session.app, session.device, trust.get(), awayWatchOn.get());
+    if (!level) {
+        return session;
+    }
+    const auto updated =
+        engine_.update(session.id, [&](UsageSession& open) { open.warningLevel = level; });
+    const UsageSession result = updated.value_or(session);
+
+    // A card that has gone no longer collects sessions.
+    std::set<Uuid> shown;
+    for (const auto& item : notices.items()) {
+        shown.insert(item.id);
+    }
+    coalescer_.keepOnly(shown);
+    const bool alreadyStrong = std::any_of(
+        coalescer_.active().begin(), coalescer_.active().end(), [&](const WarningNotice& notice) {
+            return notice.app.id == result.app.id && notice.level == WarningLevel::strong;
+        });
+    const auto notice = coalescer_.registerSession(result, *level, awayWatchOn.get());
+    if (notice) {
+        show(*notice);
+        if (notice->level == WarningLevel::strong && !alreadyStrong && *settings.warningSoundOn) {
+            around_.machine.sounds().playWarning();
+        }
+    }
+    return result;
+}
+
+void AppModel::show(const WarningNotice& notice) {
+    const std::weak_ptr alive = alive_;
+    const auto whileAlive = [alive](auto action) {
+        return [alive, action] {
+            if (!alive.expired()) {
+                action();
+            }
+        };
+    };
+    const Uuid id = notice.id;
+    NoticeActions actions;
+    actions.stop = whileAlive([this, id, app = notice.app] {
+        notices.dismiss(id);
+        stop(app);
+    });
+    actions.thisWasMe = whileAlive([this, id] { notices.dismiss(id); });
+    actions.trustThisApp = whileAlive([this, id, app = notice.app, devices = notice.devices] {
+        setTrusted(true, app, devices);
+        notices.dismiss(id);
+    });
+    notices.show(
+        noticeItem(notice, trust.get(), *settings.standardNoticesStay, std::move(actions)));
+}
+
+void AppModel::takeBackNotice(const Uuid& sessionID) {
+    if (const auto notice = coalescer_.take(sessionID)) {
+        notices.dismiss(notice->id);
+    }
+}
+
+void AppModel::stop(const AppIdentity& app) {
+    NoticeItem item;
+    item.id = Uuid::random();
+    item.symbol = "exclamationmark.circle";
+    item.title = app.cannotBeNamed()
+                     ? words().text("Velmoran can't stop apps yet.")
+                     : words().text("Velmoran can't stop apps yet. Quit %@ yourself.", {app.name});
+    item.timeText = words().text("Just now");
+    notices.show(std::move(item));
+}
+
+// MARK: - Trust
+
+void AppModel::loadTrust() {
+    if (const auto& data = *settings.trustRulesData) {
+        try {
+            trust.set(decode<TrustList>(*data));
+        } catch (const DecodingError&) {
+            // Nobody is trusted then; the stored data stays until the next decision.
+        }
+    }
+}
+
+void AppModel::setTrusted(bool trusted, const AppIdentity& app,
+                          const std::vector<Device>& devices) {
+    auto list = trust.get();
+    list.setTrusted(trusted, app, devices);
+    keepTrust(list);
+}
+
+void AppModel::setAlwaysWarn(bool alwaysWarn, const AppIdentity& app,
+                             const std::vector<Device>& devices) {
+    auto list = trust.get();
+    list.setAlwaysWarn(alwaysWarn, app, devices);
+    keepTrust(list);
+}
+
+void AppModel::keepTrust(const TrustList& list) {
+    trust.set(list);
+    settings.trustRulesData.set(encode(list));
+}
+
+// MARK: - History
+
+void AppModel::openHistory() {
+    try {
+        auto opened = around_.openHistory();
+        opened->closeOpenRecords();
+        store_ = std::move(opened);
+    } catch (const std::exception&) {
+        historyUnavailable.set(true);
+        return;
+    }
+    pruneHistory();
+    pruneTimer_ = around_.scheduler.every(pruneInterval, [this] { pruneHistory(); });
+}
+
+void AppModel::pruneHistory() {
+    if (!store_) {
+        return;
+    }
+    store_->prune(words().daysBefore(around_.clock.now(), *settings.retentionDays));
+    refreshHistory();
+}
+
+void AppModel::deleteHistory() {
+    if (!store_) {
+        return;
+    }
+    store_->deleteAll();
+    for (const auto& session : *openSessions) {
+        store_->saveSession(session);
+    }
+    refreshHistory();
+}
+
+void AppModel::refreshHistory() {
+    historySessions.set(store_ ? store_->history() : HistoryView());
+}
+
+} // namespace velmoran

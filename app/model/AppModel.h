@@ -1,0 +1,130 @@
+// The running program: owns all state for the life of the process, reads snapshots into sessions,
+// tells of them and keeps their history. Every screen reads it and every action goes through it.
+// One per program, made by whoever is the program's shell; main thread only.
+#pragma once
+
+#include "app/model/Observable.h"
+#include "app/model/SettingsStore.h"
+#include "app/notices/NoticeCenter.h"
+#include "core/base/Scheduler.h"
+#include "core/history/HistoryStore.h"
+#include "core/sessions/SessionEngine.h"
+#include "core/sessions/SystemProcess.h"
+#include "core/trust/TrustList.h"
+#include "core/warnings/NoticeCoalescer.h"
+#include "core/warnings/StatusIconState.h"
+#include "system/Machine.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace velmoran {
+
+/// What a model stands on; all of it outlives the model.
+struct ModelSurroundings {
+    Machine& machine;
+    const Clock& clock;
+    Scheduler& scheduler;
+    KeyValueStore& settings;
+    /// Opens the history; throws if it can't be opened. Asked once, at the start.
+    std::function<std::shared_ptr<HistoryStore>()> openHistory;
+};
+
+class AppModel {
+public:
+    /// Nothing starts yet.
+    explicit AppModel(ModelSurroundings surroundings);
+    ~AppModel();
+    AppModel(const AppModel&) = delete;
+    AppModel& operator=(const AppModel&) = delete;
+
+    /// Brings everything up, once: trust, history with its repair, timers, and last of all the
+    /// monitor, so that no session gets ahead of the repair.
+    void start();
+    /// What a quit does: stops the monitor and nothing else. What is open stays open in the store,
+    /// and the next start repairs it, as after a crash.
+    void stopMonitor();
+
+    Observable<SystemSnapshot> snapshot;
+    Observable<std::vector<UsageSession>> openSessions; ///< in order of opening
+    Observable<HistoryView> historySessions;            ///< all stored sessions, newest first
+    Observable<bool> historyUnavailable;                ///< the history could not be opened
+    Observable<TrustList> trust;
+    Observable<bool> awayWatchOn; ///< an away watch is running
+
+    SettingsStore settings;
+    NoticeCenter notices;
+
+    /// The state has changed in a way that the status item has to look at.
+    Event<> onChange;
+    /// After a session's event has been told and stored.
+    Event<const SessionEvent&> onSessionEvent;
+
+    /// A new reading.
+    void receive(const SystemSnapshot& reading);
+    /// Brings the sessions up to date with the last reading and the settings.
+    void syncSessions();
+
+    /// The user's decisions about an app, kept at once.
+    void setTrusted(bool trusted, const AppIdentity& app, const std::vector<Device>& devices);
+    void setAlwaysWarn(bool alwaysWarn, const AppIdentity& app, const std::vector<Device>& devices);
+
+    /// The "Stop" of a card. Closing apps is not built yet, and the user is told so.
+    void stop(const AppIdentity& app);
+
+    /// Deletes what is older than the setting allows; what the settings screen calls after a change
+    /// of `retentionDays`.
+    void pruneHistory();
+    /// Deletes everything but what is going on right now.
+    void deleteHistory();
+
+    StatusIconState statusIconState() const;
+    /// Open sessions of a device, the earliest start first.
+    std::vector<UsageSession> sessions(Device device) const;
+
+    static constexpr Seconds unknownGrace = 1.0;
+    static constexpr Seconds followUpDelay = 1.1; ///< a little more than the graces it serves
+    static constexpr Seconds noticeWindow = 5.0;
+    static constexpr Seconds pruneInterval = 21600.0;
+
+private:
+    struct MicrophoneReading {
+        DeviceUse use;
+        std::vector<AppIdentity> helpers;
+        std::vector<AppIdentity> owners;
+        bool waitingForOwner = false;
+    };
+
+    AppIdentity identity(const AppRef& ref);
+    std::vector<AppIdentity> identities(const std::vector<AppRef>& refs);
+    bool hasRole(const AppIdentity& app, SystemProcess::Role role);
+    MicrophoneReading readMicrophone(Timestamp now);
+
+    void handle(const std::vector<SessionEvent>& events);
+    UsageSession warned(const UsageSession& session);
+    void show(const WarningNotice& notice);
+    void takeBackNotice(const Uuid& sessionID);
+    void save(const UsageSession& session);
+    void refreshHistory();
+    void scheduleFollowUp(bool wanted);
+    void loadTrust();
+    void keepTrust(const TrustList& list);
+    void openHistory();
+
+    ModelSurroundings around_;
+    SessionEngine engine_;
+    NoticeCoalescer coalescer_;
+    std::shared_ptr<HistoryStore> store_;
+    std::unordered_map<std::string, AppIdentity> identities_; ///< by AppIdentity::id, for good
+    Subscription pruneTimer_;
+    Subscription followUp_;
+    std::optional<Timestamp> helperUnownedSince_;
+    /// Gone when the model is: what callbacks from elsewhere hold weakly.
+    std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
+};
+
+} // namespace velmoran

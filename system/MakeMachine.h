@@ -1,0 +1,27 @@
+// The machine that this program runs on, as the build chose it.
+#pragma once
+
+#include "system/Machine.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace velmoran {
+
+struct MachineOptions {
+    /// Plays the warning sound. Absent: the program is silent.
+    std::unique_ptr<Sounds> sounds;
+    /// Where device nodes stand; another folder lets a stand-in be a camera.
+    std::filesystem::path deviceFolder = "/dev";
+};
+
+/// Starts reading at once, on a thread of its own; nothing is reported before the snapshots are
+/// started. Throws std::system_error if the system can't give it what it needs to run at all.
+std::unique_ptr<Machine> makeMachine(MachineOptions options = {});
+
+/// What there is to hear and see with, in words for a person who starts the program where no sound
+/// server answers; empty if one does.
+std::string soundServerProblem();
+
+} // namespace velmoran

@@ -1,0 +1,98 @@
+#include "app/notices/NoticeWording.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+namespace {
+
+WarningNotice warning(WarningLevel level, std::vector<Device> devices = {Device::camera}) {
+    WarningNotice notice;
+    notice.id = Uuid::random();
+    notice.app = {
+        .id = "zoom", .name = "Zoom", .bundleID = {}, .path = "/Applications/Zoom", .teamID = {}};
+    notice.devices = std::move(devices);
+    notice.level = level;
+    notice.start = {794136600.0};
+    return notice;
+}
+
+std::vector<std::pair<std::string, bool>> buttons(const NoticeItem& item) {
+    std::vector<std::pair<std::string, bool>> result;
+    for (const auto& button : item.buttons) {
+        result.emplace_back(button.title, button.prominent);
+    }
+    return result;
+}
+
+using Buttons = std::vector<std::pair<std::string, bool>>;
+
+TEST(NoticeWording, WordsAStandardWarning) {
+    const auto notice = warning(WarningLevel::standard);
+    const auto item = noticeItem(notice, {}, false, {});
+    EXPECT_EQ(item.id, notice.id);
+    EXPECT_EQ(item.appPath, "/Applications/Zoom");
+    EXPECT_EQ(item.symbol, std::nullopt);
+    EXPECT_FALSE(item.isStrong);
+    EXPECT_EQ(item.title, "Zoom turned on the camera");
+    EXPECT_EQ(item.message, std::nullopt);
+    EXPECT_EQ(item.timeText, "Just now");
+    EXPECT_EQ(buttons(item), (Buttons{{"Stop", false}, {"Trust this app", false}}));
+    EXPECT_EQ(item.autoHideAfter, 8.0);
+    EXPECT_FALSE(item.onClose);
+}
+
+TEST(NoticeWording, WordsAStrongWarningThatNeverGoesByItself) {
+    for (const bool stay : {false, true}) {
+        const auto item = noticeItem(warning(WarningLevel::strong), {}, stay, {});
+        EXPECT_TRUE(item.isStrong);
+        EXPECT_EQ(buttons(item), (Buttons{{"Stop", true}, {"This was me", false}}));
+        EXPECT_EQ(item.autoHideAfter, std::nullopt);
+    }
+}
+
+TEST(NoticeWording, KeepsStandardCardsWhenTheSettingSaysSo) {
+    EXPECT_EQ(noticeItem(warning(WarningLevel::standard), {}, true, {}).autoHideAfter,
+              std::nullopt);
+}
+
+TEST(NoticeWording, OffersOnlyStopWhenTheAppIsTrustedForAllDevices) {
+    TrustList trust;
+    const auto notice = warning(WarningLevel::standard, {Device::camera, Device::microphone});
+    trust.set(TrustKind::trustedAlwaysWarn, notice.app, {Device::camera});
+    EXPECT_EQ(buttons(noticeItem(notice, trust, false, {})),
+              (Buttons{{"Stop", false}, {"Trust this app", false}}));
+    trust.set(TrustKind::trustedAlwaysWarn, notice.app, {Device::microphone});
+    EXPECT_EQ(buttons(noticeItem(notice, trust, false, {})), (Buttons{{"Stop", false}}));
+    trust.set(TrustKind::alwaysWarn, notice.app, {Device::microphone});
+    EXPECT_EQ(buttons(noticeItem(notice, trust, false, {})).size(), 2U);
+}
+
+TEST(NoticeWording, ShowsTheClockTimeForAWarningDuringAnAwayWatch) {
+    auto notice = warning(WarningLevel::strong);
+    notice.duringAwayWatch = true;
+    const auto item = noticeItem(notice, {}, false, {});
+    EXPECT_NE(item.timeText, "Just now");
+    EXPECT_NE(item.timeText.find(":"), std::string::npos);
+    EXPECT_EQ(item.title, "Zoom turned on the camera while you were away");
+}
+
+TEST(NoticeWording, RunsTheActionOfTheButton) {
+    std::string run;
+    const NoticeActions actions{.stop = [&] { run += "stop "; },
+                                .thisWasMe = [&] { run += "me "; },
+                                .trustThisApp =
+                                    [&] {
+                                        run += "trust ";
+                                    }};
+    for (const auto level : {WarningLevel::standard, WarningLevel::strong}) {
+        for (const auto& button : noticeItem(warning(level), {}, false, actions).buttons) {
+            button.action();
+        }
+    }
+    EXPECT_EQ(run, "stop trust stop me ");
+}
+
+} // namespace
+} // namespace velmoran
