@@ -1,0 +1,158 @@
+#include "system/linux/NodeWatch.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+#include <sys/epoll.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+namespace velmoran {
+
+namespace {
+
+constexpr std::uint32_t nodeMask = IN_OPEN | IN_CLOSE_WRITE | IN_CLOSE_NOWRITE;
+// A change of attributes is how the right to read a node comes to the user's session.
+constexpr std::uint32_t folderMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO |
+                                     IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+
+std::string parentOf(const std::string& folder) {
+    const auto slash = folder.find_last_of('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : folder.substr(0, slash);
+}
+
+std::string nameOf(const std::string& folder) {
+    return folder.substr(folder.find_last_of('/') + 1);
+}
+
+} // namespace
+
+NodeWatch::NodeWatch(EventLoop& loop, std::string folder,
+                     std::function<bool(std::string_view)> isNode, Receiver receiver)
+    : folder_(std::move(folder)),
+      isNode_(std::move(isNode)),
+      receiver_(std::move(receiver)),
+      descriptor_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+    if (descriptor_ < 0) {
+        throw std::system_error(errno, std::generic_category(), "inotify_init1");
+    }
+    while (folder_.size() > 1 && folder_.back() == '/') {
+        folder_.pop_back();
+    }
+    watchFolder();
+    readable_ = loop.watch(descriptor_, EPOLLIN, [this](std::uint32_t) { read(); });
+}
+
+NodeWatch::~NodeWatch() {
+    readable_.reset();
+    ::close(descriptor_);
+}
+
+void NodeWatch::watchFolder() {
+    if (folderWatch_ >= 0) {
+        ::inotify_rm_watch(descriptor_, folderWatch_);
+    }
+    awaited_.clear();
+    std::string folder = folder_;
+    for (;;) {
+        const auto mask = awaited_.empty() ? folderMask : folderMask & ~std::uint32_t{IN_ATTRIB};
+        folderWatch_ = ::inotify_add_watch(descriptor_, folder.c_str(), mask);
+        if (folderWatch_ < 0) {
+            if (folder == "/" || folder == ".") {
+                return;
+            }
+            awaited_ = nameOf(folder);
+            folder = parentOf(folder);
+            continue;
+        }
+        // What was made between the two looks isn't announced any more.
+        const auto next = folder == "/" ? folder + awaited_ : folder + '/' + awaited_;
+        if (awaited_.empty() || ::access(next.c_str(), R_OK) != 0) {
+            return;
+        }
+        ::inotify_rm_watch(descriptor_, folderWatch_);
+        awaited_.clear();
+        folder = folder_;
+    }
+}
+
+void NodeWatch::watchNodes(const std::vector<std::string>& paths) {
+    std::map<int, std::string> watched;
+    for (const auto& path : paths) {
+        // The same file gives the same watch, a new one under the old name another.
+        const int watch = ::inotify_add_watch(descriptor_, path.c_str(), nodeMask);
+        if (watch >= 0) {
+            watched.emplace(watch, path);
+        }
+    }
+    for (const auto& [watch, path] : nodes_) {
+        if (!watched.contains(watch)) {
+            ::inotify_rm_watch(descriptor_, watch);
+        }
+    }
+    nodes_ = std::move(watched);
+}
+
+void NodeWatch::read() {
+    std::vector<NodeEvents> used;
+    bool folderChanged = false;
+    bool pathChanged = false;
+    bool lost = false;
+    alignas(inotify_event) std::array<char, 8192> buffer{};
+    for (ssize_t length = 0; (length = ::read(descriptor_, buffer.data(), buffer.size())) > 0;) {
+        for (std::size_t at = 0; at < static_cast<std::size_t>(length);) {
+            inotify_event event{};
+            std::memcpy(&event, buffer.data() + at, sizeof event);
+            const std::string_view name =
+                event.len == 0 ? std::string_view() : buffer.data() + at + sizeof event;
+            at += sizeof event + event.len;
+            if ((event.mask & IN_Q_OVERFLOW) != 0) {
+                lost = true;
+            } else if (event.wd == folderWatch_) {
+                if (!awaited_.empty()) {
+                    pathChanged |= name == awaited_ || name.empty();
+                } else if ((event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
+                    pathChanged = true;
+                } else {
+                    folderChanged |= isNode_(name);
+                }
+            } else if (const auto node = nodes_.find(event.wd); node != nodes_.end()) {
+                if ((event.mask & IN_IGNORED) != 0) {
+                    nodes_.erase(node);
+                    folderChanged = true;
+                    continue;
+                }
+                auto entry = std::find_if(used.begin(), used.end(), [&](const NodeEvents& other) {
+                    return other.path == node->second;
+                });
+                if (entry == used.end()) {
+                    used.emplace_back();
+                    entry = std::prev(used.end());
+                    entry->path = node->second;
+                }
+                entry->opens += (event.mask & IN_OPEN) != 0 ? 1 : 0;
+                entry->closes += (event.mask & (IN_CLOSE_WRITE | IN_CLOSE_NOWRITE)) != 0 ? 1 : 0;
+            }
+        }
+    }
+    if (pathChanged || lost) {
+        watchFolder();
+        folderChanged = true;
+    }
+    // What the receivers do may not outlive this object; nothing is touched after the last call.
+    if (folderChanged) {
+        receiver_.folderChanged();
+    }
+    if (lost) {
+        receiver_.eventsLost();
+    } else if (!used.empty()) {
+        receiver_.nodesUsed(used);
+    }
+}
+
+} // namespace velmoran

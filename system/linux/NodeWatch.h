@@ -1,0 +1,64 @@
+// The device nodes of one folder, by inotify: which come and go, and when one is opened or closed.
+// The kernel doesn't say by whom. Owned by the reader of those devices; lives on the loop's thread.
+#pragma once
+
+#include "core/base/Subscription.h"
+#include "system/linux/EventLoop.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmoran {
+
+/// What happened to one node since the last report. The kernel merges equal events that follow each
+/// other, so each number is the least that it can have been.
+struct NodeEvents {
+    std::string path;
+    int opens = 0;
+    int closes = 0;
+
+    bool operator==(const NodeEvents&) const = default;
+};
+
+class NodeWatch {
+public:
+    struct Receiver {
+        /// Nodes may have come, gone, or changed who may read them.
+        std::function<void()> folderChanged;
+        /// In the order of the first event of each.
+        std::function<void(const std::vector<NodeEvents>&)> nodesUsed;
+        /// The kernel had more to tell than it could keep: nothing that was counted holds any more.
+        std::function<void()> eventsLost;
+    };
+
+    /// `isNode` says by its file name whether something in the folder is of interest. The folder
+    /// need not be there yet. Throws std::system_error if the kernel gives no inotify descriptor.
+    NodeWatch(EventLoop& loop, std::string folder, std::function<bool(std::string_view)> isNode,
+              Receiver receiver);
+    ~NodeWatch();
+    NodeWatch(const NodeWatch&) = delete;
+    NodeWatch& operator=(const NodeWatch&) = delete;
+
+    /// From now on just these are watched for being opened. One that may not be read can't be; it
+    /// is tried again at each call. A node that was made anew under its old name is watched anew.
+    void watchNodes(const std::vector<std::string>& paths);
+
+private:
+    void watchFolder();
+    void read();
+
+    std::string folder_;
+    std::function<bool(std::string_view)> isNode_;
+    Receiver receiver_;
+    int descriptor_ = -1;
+    int folderWatch_ = -1;
+    std::string awaited_; ///< the name of the next folder on the way, while the folder isn't there
+    std::map<int, std::string> nodes_; ///< by inotify's watch
+    Subscription readable_;
+};
+
+} // namespace velmoran

@@ -1,0 +1,40 @@
+#include "system/linux/ProcMaps.h"
+
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+TEST(ProcMaps, ReadsAMappedNode) {
+    const auto mapping = parseProcMapping("7f2c6c000000-7f2c6c1c2000 rw-s 00000000 00:05 412"
+                                          "                        /dev/video0\n");
+    ASSERT_TRUE(mapping);
+    EXPECT_EQ(mapping->inode, 412u);
+    EXPECT_EQ(mapping->path, "/dev/video0");
+}
+
+TEST(ProcMaps, KeepsSpacesInsideAPathAndTheMarkOfADeletedFile) {
+    const auto mapping = parseProcMapping("55d0-55d1 r--p 00001000 fe:01 9  /tmp/a  b (deleted)\n");
+    ASSERT_TRUE(mapping);
+    EXPECT_EQ(mapping->path, "/tmp/a  b (deleted)");
+}
+
+TEST(ProcMaps, ReadsMemoryWithoutAFile) {
+    const auto mapping = parseProcMapping("7ffd1000-7ffd2000 rw-p 00000000 00:00 0 \n");
+    ASSERT_TRUE(mapping);
+    EXPECT_EQ(mapping->inode, 0u);
+    EXPECT_EQ(mapping->path, "");
+}
+
+TEST(ProcMaps, RefusesWhatIsCutShortOrInAnotherForm) {
+    for (const auto* line :
+         {"", "7f2c", "7f2c-", "7f2c-7f2d", "7f2c-7f2d rw-s", "7f2c-7f2d rw-s 0 00:05",
+          "7f2c-7f2d rw-s 0 00:05 x", "7f2c-7f2d rw-s 0 00-05 4", "xyz-7f2d rw-s 0 00:05 4 /dev/a",
+          "7f2c-7f2d rwxsp 0 00:05 4 /dev/a", "7f2c-7f2d rw-s 0 00:05 4/dev/a",
+          "7f2c-7f2d rw-s 0 00:05 99999999999999999999 /dev/a"}) {
+        EXPECT_FALSE(parseProcMapping(line)) << line;
+    }
+}
+
+} // namespace
+} // namespace velmoran
