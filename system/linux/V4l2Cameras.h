@@ -1,0 +1,52 @@
+// The cameras that programs open directly, by their device nodes: which there are, which are in
+// use, and by whom. Owned by the machine; made, used and destroyed on the loop's thread.
+#pragma once
+
+#include "system/linux/CameraUse.h"
+#include "system/linux/EventLoop.h"
+#include "system/linux/HeldNodes.h"
+#include "system/linux/NodeWatch.h"
+#include "system/linux/ProcessNaming.h"
+#include "system/linux/VideoDevices.h"
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+class V4l2Cameras {
+public:
+    /// Object ids are this number plus 1, 2, 3 …: out of the range that sound servers use.
+    static constexpr std::uint32_t firstObjectID = 0x56000000;
+
+    struct Places {
+        VideoDevices::Places devices = {};
+        std::string procRoot = "/proc";
+    };
+
+    /// `servesOthers` is true for processes that hold cameras for their clients (the sound server):
+    /// they use none themselves. Throws std::system_error without inotify.
+    V4l2Cameras(EventLoop& loop, ProcessNaming& naming, std::function<bool(pid_t)> servesOthers,
+                Places places);
+
+    /// From memory. A device keeps its object id as long as the program runs.
+    std::vector<CameraUse> cameras() const { return cameras_; }
+    /// Called after each change of the list; a second call replaces the first callback.
+    void onChange(std::function<void()> callback) { onChange_ = std::move(callback); }
+
+private:
+    void readDevices();
+    void update();
+
+    std::function<void()> onChange_;
+    HeldNodes held_;
+    VideoDevices devices_;
+    std::vector<VideoDevice> list_;
+    std::map<std::string, std::uint32_t> objectIDs_; ///< by key and name of a device
+    std::vector<CameraUse> cameras_;
+    NodeWatch watch_;
+};
+
+} // namespace velmoran

@@ -1,0 +1,273 @@
+#include "support/FakeNaming.h"
+#include "support/TemporaryDirectory.h"
+#include "system/linux/HeldNodes.h"
+#include "system/scripted/ScriptedTime.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace velmoran {
+namespace {
+
+using Users = std::optional<std::vector<std::string>>;
+const Users nobody = std::nullopt;
+const Users somebodyUnseen = std::vector<std::string>{};
+
+Users apps(std::vector<std::string> ids) {
+    return ids;
+}
+
+// A node that is a plain file, and processes that are folders.
+class HeldNodesTest : public ::testing::Test {
+protected:
+    HeldNodesTest() {
+        node_ = folder_.write("dev/video0", "");
+        held_.setNodes({*deviceNodeAt(node_)});
+    }
+
+    void open(pid_t pid, int descriptor = 3) {
+        folder_.link(at(pid) + "fd/" + std::to_string(descriptor), node_);
+    }
+    void close(pid_t pid, int descriptor = 3) {
+        std::filesystem::remove(folder_.path(at(pid) + "fd/" + std::to_string(descriptor)));
+    }
+    void map(pid_t pid) {
+        folder_.write(at(pid) + "maps", "7f00-7f01 r--p 00000000 00:05 1  /usr/lib/libc.so\n"
+                                        "7f2c-7f2d rw-s 00000000 00:05 412  " +
+                                            node_ + '\n');
+    }
+    void tell(int opens, int closes) {
+        NodeEvents events;
+        events.path = node_;
+        events.opens = opens;
+        events.closes = closes;
+        held_.take({events});
+    }
+    Users users() const { return held_.users(node_); }
+
+    static std::string at(pid_t pid) { return "proc/" + std::to_string(pid) + '/'; }
+
+    TemporaryDirectory folder_;
+    std::string node_;
+    ScriptedTime time_;
+    testing::FakeNaming naming_;
+    std::set<pid_t> servers_;
+    int changes_ = 0;
+    HeldNodes held_{NodeHolders(folder_.path("proc"), 1),
+                    {time_, naming_, [this](pid_t pid) { return servers_.contains(pid); },
+                     [this] {
+                         ++changes_;
+                     }}};
+};
+
+TEST_F(HeldNodesTest, CountsAnOpenAtOnceThatMapsTheNode) {
+    open(7);
+    map(7);
+    tell(1, 0);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+    EXPECT_EQ(changes_, 1);
+}
+
+TEST_F(HeldNodesTest, NeverCountsAnOpenThatClosesWithinTheGraceWithoutAMapping) {
+    open(7);
+    tell(1, 0);
+    time_.advanceTo(0.999);
+    EXPECT_EQ(users(), nobody);
+    close(7);
+    tell(0, 1);
+    time_.advanceTo(10);
+    EXPECT_EQ(users(), nobody);
+    EXPECT_EQ(changes_, 0);
+}
+
+TEST_F(HeldNodesTest, CountsAnOpenThatLastsForTheGrace) {
+    open(7);
+    tell(1, 0);
+    time_.advanceTo(0.999);
+    EXPECT_EQ(users(), nobody);
+    time_.advanceTo(1.0);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+    EXPECT_EQ(changes_, 1);
+}
+
+TEST_F(HeldNodesTest, FindsAMappingThatComesLaterInTheGrace) {
+    open(7);
+    tell(1, 0);
+    time_.advanceTo(0.040);
+    map(7);
+    EXPECT_EQ(users(), nobody);
+    time_.advanceTo(0.050);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+}
+
+TEST_F(HeldNodesTest, EndsTheUseWithTheClose) {
+    open(7);
+    map(7);
+    tell(1, 0);
+    close(7);
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+    EXPECT_EQ(changes_, 2);
+    EXPECT_FALSE(time_.nextDue());
+}
+
+TEST_F(HeldNodesTest, SleepsWhileNothingIsHeld) {
+    EXPECT_FALSE(time_.nextDue());
+    open(7);
+    tell(1, 0);
+    EXPECT_TRUE(time_.nextDue());
+    close(7);
+    tell(0, 1);
+    EXPECT_FALSE(time_.nextDue());
+}
+
+TEST_F(HeldNodesTest, ListsUsersInOrderOfOpening) {
+    open(9);
+    map(9);
+    tell(1, 0);
+    open(7);
+    map(7);
+    tell(1, 0);
+    EXPECT_EQ(users(), apps({"/bin/9", "/bin/7"}));
+    close(9);
+    tell(0, 1);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+}
+
+TEST_F(HeldNodesTest, ListsTwoProcessesOfOneAppOnce) {
+    naming_.paths = {{7, "/bin/browser"}, {8, "/bin/browser"}};
+    open(7);
+    map(7);
+    open(8);
+    map(8);
+    tell(2, 0);
+    EXPECT_EQ(users(), apps({"/bin/browser"}));
+}
+
+TEST_F(HeldNodesTest, PassesOverWhoHoldsItForOthers) {
+    servers_.insert(7);
+    open(7);
+    map(7);
+    tell(1, 0);
+    time_.advanceTo(5);
+    EXPECT_EQ(users(), nobody);
+    EXPECT_FALSE(time_.nextDue());
+}
+
+TEST_F(HeldNodesTest, IsOnWithoutAppsForAHolderOutOfSight) {
+    tell(1, 0);
+    time_.advanceTo(0.999);
+    EXPECT_EQ(users(), nobody);
+    time_.advanceTo(1.0);
+    EXPECT_EQ(users(), somebodyUnseen);
+    EXPECT_FALSE(time_.nextDue());
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+}
+
+TEST_F(HeldNodesTest, TakesAShortOpenOutOfSightForNoUse) {
+    tell(1, 0);
+    time_.advanceTo(0.5);
+    tell(0, 1);
+    tell(1, 1);
+    time_.advanceTo(10);
+    EXPECT_EQ(changes_, 0);
+}
+
+TEST_F(HeldNodesTest, FindsADescriptorThatComesAnInstantAfterItsEvent) {
+    tell(1, 0);
+    open(7);
+    map(7);
+    time_.advanceTo(0.010);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+    close(7);
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+    EXPECT_FALSE(time_.nextDue());
+}
+
+TEST_F(HeldNodesTest, LeavesNobodyBehindWhenTheKernelMergesEvents) {
+    open(7, 3);
+    open(7, 4);
+    map(7);
+    tell(1, 0);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+    close(7, 3);
+    close(7, 4);
+    tell(0, 1);
+    time_.advanceTo(10);
+    EXPECT_EQ(users(), nobody);
+}
+
+TEST_F(HeldNodesTest, LeavesNobodyBehindWhenADescriptorWasDuplicated) {
+    open(7, 3);
+    map(7);
+    tell(1, 0);
+    open(7, 4);
+    close(7, 3);
+    close(7, 4);
+    tell(0, 1);
+    time_.advanceTo(10);
+    EXPECT_EQ(users(), nobody);
+}
+
+TEST_F(HeldNodesTest, NoticesADescriptorThatWasHandedOn) {
+    open(7);
+    map(7);
+    tell(1, 0);
+    close(7);
+    open(8);
+    map(8);
+    time_.advanceTo(2.0);
+    EXPECT_EQ(users(), apps({"/bin/8"}));
+}
+
+TEST_F(HeldNodesTest, TellsOfAUserWhoWasThereFromTheStart) {
+    HeldNodes later(NodeHolders(folder_.path("proc"), 1),
+                    {time_, naming_, [](pid_t) { return false; },
+                     [] {
+                     }});
+    open(7);
+    later.setNodes({*deviceNodeAt(node_)});
+    EXPECT_EQ(later.users(node_), apps({"/bin/7"}));
+}
+
+TEST_F(HeldNodesTest, ForgetsANodeThatIsGone) {
+    open(7);
+    map(7);
+    tell(1, 0);
+    held_.setNodes({});
+    EXPECT_EQ(users(), nobody);
+    EXPECT_FALSE(time_.nextDue());
+}
+
+TEST_F(HeldNodesTest, LooksAnewAfterEventsWereLost) {
+    tell(1, 0);
+    time_.advanceTo(1.0);
+    EXPECT_EQ(users(), somebodyUnseen);
+    held_.takeLoss();
+    EXPECT_EQ(users(), nobody);
+    open(7);
+    map(7);
+    held_.takeLoss();
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+}
+
+TEST_F(HeldNodesTest, PassesOverADescriptorThatOnlyNamesTheNode) {
+    open(7);
+    map(7);
+    folder_.write(at(7) + "fdinfo/3", "pos:\t0\nflags:\t010000000\nmnt_id:\t25\n");
+    tell(1, 0);
+    EXPECT_EQ(users(), nobody);
+}
+
+TEST_F(HeldNodesTest, PassesOverThisProgramItself) {
+    open(1);
+    map(1);
+    tell(1, 0);
+    EXPECT_EQ(users(), nobody);
+}
+
+} // namespace
+} // namespace velmoran
