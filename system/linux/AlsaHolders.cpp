@@ -1,0 +1,190 @@
+#include "system/linux/AlsaHolders.h"
+
+#include "system/linux/NodeHolders.h"
+#include "system/linux/ProcFs.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <filesystem>
+#include <iterator>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include <unistd.h>
+
+namespace velmoran {
+
+namespace {
+
+// From one look at an open node to the next; the last one again and again. Just the status files of
+// open substreams are read.
+constexpr std::array<Seconds, 8> steps{0.010, 0.015, 0.025, 0.050, 0.100, 0.200, 0.300, 0.500};
+
+std::string statusFolder(const std::string& procRoot, const AlsaNode& node) {
+    return procRoot + "/asound/card" + std::to_string(node.card) + "/pcm" +
+           std::to_string(node.device) + (node.isCapture ? 'c' : 'p');
+}
+
+// The process of a thread; 0 if there is none to be seen.
+pid_t processOf(const std::string& procRoot, std::int32_t thread) {
+    const auto text =
+        readFileUpTo(procRoot + '/' + std::to_string(thread) + "/status", 4096).value_or("");
+    constexpr std::string_view key = "\nTgid:\t";
+    const auto at = text.find(key);
+    pid_t process = 0;
+    if (at != std::string::npos) {
+        std::from_chars(text.data() + at + key.size(), text.data() + text.size(), process);
+    }
+    return process;
+}
+
+} // namespace
+
+AlsaHolders::AlsaHolders(EventLoop& loop, ProcessNaming& naming,
+                         std::function<bool(pid_t)> servesOthers, Places places)
+    : loop_(loop),
+      naming_(naming),
+      servesOthers_(std::move(servesOthers)),
+      places_(std::move(places)),
+      watch_(loop, places_.deviceFolder,
+             [](std::string_view name) { return parseAlsaNode(name).card >= 0; },
+             {[this] { readFolder(); },
+              [this](const std::vector<NodeEvents>&) {
+                  step_ = 0;
+                  readStatuses();
+              },
+              [this] {
+                  readFolder();
+              }}) {
+    readFolder();
+}
+
+AlsaHolders::~AlsaHolders() {
+    for (const auto& process : processes_) {
+        naming_.unpin(process.objectID);
+    }
+}
+
+void AlsaHolders::readFolder() {
+    nodes_.clear();
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(places_.deviceFolder, error), end;
+         !error && entry != end; entry.increment(error)) {
+        if (parseAlsaNode(entry->path().filename().string()).card >= 0) {
+            nodes_.push_back(entry->path());
+        }
+    }
+    std::sort(nodes_.begin(), nodes_.end());
+    // Watched before they are read: no open can fall between the two.
+    watch_.watchNodes(nodes_);
+    step_ = 0;
+    readStatuses();
+}
+
+AlsaHolders::Owner AlsaHolders::ownerOf(const std::string& node, const AlsaStatus& status) {
+    Owner owner;
+    if (status.ownerPid > 0) {
+        owner.pid = processOf(places_.procRoot, status.ownerPid);
+    }
+    if (owner.pid == 0) {
+        // The thread that opened it has ended, or isn't in sight: perhaps a descriptor tells.
+        if (const auto device = deviceNodeAt(node)) {
+            const auto holders = NodeHolders(places_.procRoot, ::getpid()).of({*device});
+            if (holders.front().size() == 1) {
+                owner.pid = holders.front().front().pid;
+            }
+        }
+    }
+    // The one sound that this program makes is no use that anybody should be told of.
+    owner.serves = owner.pid == ::getpid() || (owner.pid != 0 && servesOthers_(owner.pid));
+    return owner;
+}
+
+void AlsaHolders::readStatuses() {
+    std::map<std::string, std::pair<std::int32_t, Owner>> owners;
+    std::vector<AudioProcess> processes;
+    bool held = false;
+    for (const auto& path : nodes_) {
+        const auto node = parseAlsaNode(std::filesystem::path(path).filename().string());
+        std::error_code error;
+        std::vector<std::string> substreams;
+        for (std::filesystem::directory_iterator entry(statusFolder(places_.procRoot, node), error),
+             end;
+             !error && entry != end; entry.increment(error)) {
+            if (entry->path().filename().string().starts_with("sub")) {
+                substreams.push_back(entry->path());
+            }
+        }
+        std::sort(substreams.begin(), substreams.end());
+        for (const auto& substream : substreams) {
+            const auto status =
+                parseAlsaStatus(readFileUpTo(substream + "/status", 4096).value_or(""));
+            if (!status.isOpen) {
+                continue;
+            }
+            const auto known = owners_.find(substream);
+            const auto owner = known != owners_.end() && known->second.first == status.ownerPid
+                                   ? known->second.second
+                                   : ownerOf(path, status);
+            owners[substream] = {status.ownerPid, owner};
+            if (owner.serves) {
+                continue;
+            }
+            held = true;
+            auto process = std::find_if(processes.begin(), processes.end(),
+                                        [&](const auto& other) { return other.pid == owner.pid; });
+            if (process == processes.end()) {
+                processes.emplace_back();
+                process = std::prev(processes.end());
+                process->pid = owner.pid;
+            }
+            process->isRunningInput |= node.isCapture && status.isRunning;
+            process->isRunningOutput |= !node.isCapture && status.isRunning;
+        }
+    }
+    owners_ = std::move(owners);
+    take(std::move(processes));
+    if (!held) {
+        nextLook_.reset();
+    } else if (!nextLook_ || step_ == 0) {
+        nextLook_ = loop_.after(steps.at(step_), [this] {
+            nextLook_.reset();
+            step_ = std::min(step_ + 1, steps.size() - 1);
+            readStatuses();
+        });
+    }
+}
+
+// Keeps those that were there in their order and under their object ids, and names the new ones.
+void AlsaHolders::take(std::vector<AudioProcess> found) {
+    std::vector<AudioProcess> processes;
+    for (const auto& old : processes_) {
+        const auto same = std::find_if(found.begin(), found.end(),
+                                       [&](const auto& other) { return other.pid == old.pid; });
+        if (same == found.end()) {
+            naming_.unpin(old.objectID);
+            continue;
+        }
+        same->objectID = old.objectID;
+        processes.push_back(*same);
+        found.erase(same);
+    }
+    for (auto& process : found) {
+        process.objectID = ++lastObjectID_;
+        naming_.pin(process.objectID,
+                    process.pid != 0
+                        ? naming_.identify(process.pid)
+                        : naming_.unidentified("alsa-" + std::to_string(process.objectID)));
+        processes.push_back(process);
+    }
+    if (processes != processes_) {
+        processes_ = std::move(processes);
+        if (onChange_) {
+            onChange_();
+        }
+    }
+}
+
+} // namespace velmoran
