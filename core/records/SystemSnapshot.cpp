@@ -33,7 +33,8 @@ std::optional<std::string> nonEmpty(std::optional<std::string> text) {
 
 template <class T>
 T orEmpty(const Json& object, const char* key) {
-    return ifPresent<T>(object, key).value_or(T{});
+    const auto found = object.find(key);
+    return found == object.end() ? T{} : found->get<T>();
 }
 
 } // namespace
@@ -88,7 +89,9 @@ void from_json(const Json& json, OutputDeviceInfo& output) {
     output.name = orEmpty<std::string>(json, "name");
     const auto kind = ifPresent<Json>(json, "kind");
     output.kind = kind ? caseFromJson(kinds, *kind) : OutputDeviceInfo::Kind::other;
-    output.volume = ifPresent<float>(json, "volume");
+    // Read as a double, which takes no truth value for a number.
+    const auto volume = ifPresent<double>(json, "volume");
+    output.volume = volume ? std::optional(static_cast<float>(*volume)) : std::nullopt;
     output.isMuted = orEmpty<bool>(json, "isMuted");
 }
 

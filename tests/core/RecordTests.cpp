@@ -136,6 +136,8 @@ TEST(SystemSnapshot, ReadsMissingFieldsAsEmptyAndRefusesUnknownOnes) {
     EXPECT_EQ(decode<SystemSnapshot>("{}"), SystemSnapshot::empty());
     EXPECT_THROW(decode<SystemSnapshot>(R"({"cameraon":true})"), DecodingError);
     EXPECT_THROW(decode<SystemSnapshot>(R"({"cameraOn":1})"), DecodingError);
+    EXPECT_THROW(decode<SystemSnapshot>(R"({"cameraOn":null})"), DecodingError);
+    EXPECT_THROW(decode<SystemSnapshot>(R"({"output":{"volume":true}})"), DecodingError);
     EXPECT_THROW(decode<SystemSnapshot>(R"({"microphoneApps":[{"bundleID":"x"}]})"), DecodingError);
     EXPECT_EQ(decode<SystemSnapshot>(R"({"microphoneApps":[{"name":"x","bundleID":""}]})")
                   .microphoneApps.front()

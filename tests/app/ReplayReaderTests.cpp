@@ -1,0 +1,275 @@
+#include "app/replay/ReplayReader.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace velmoran {
+namespace {
+
+std::string errorOf(const std::string& line) {
+    try {
+        parseReplayLine(line);
+        return "";
+    } catch (const DecodingError& error) {
+        return error.what();
+    }
+}
+
+template <class Action>
+Action actionOf(const std::string& line) {
+    return std::get<Action>(std::get<ReplayAction>(parseReplayLine(line)).doing);
+}
+
+TEST(ReplayParser, ReadsABeginningWithItsDefaults) {
+    const auto empty = std::get<ReplayBeginning>(parseReplayLine(R"({"begin": {}})"));
+    EXPECT_EQ(empty.time, Timestamp{794136600.0});
+    EXPECT_EQ(empty.timeZone, "UTC");
+    EXPECT_EQ(empty.locale, "en_US");
+    EXPECT_TRUE(empty.settings.empty());
+    EXPECT_FALSE(empty.trust);
+    EXPECT_TRUE(empty.history.empty());
+    EXPECT_FALSE(empty.historyFails);
+    EXPECT_EQ(empty.machine, MachineScript());
+}
+
+TEST(ReplayParser, ReadsABeginningWithEveryKey) {
+    const auto full = std::get<ReplayBeginning>(parseReplayLine(
+        R"({"begin": {"time": 5, "timeZone": "Europe/Berlin", "locale": "de_DE",)"
+        R"( "settings": {"retentionDays": 30, "floatingStopPlace": [1, 2.5], "language": "de",)"
+        R"( "trustRulesData": null, "awayWatchOnLock": true},)"
+        R"( "trust": {"rules": [{"app": {"id": "a", "name": "A"}, "device": "camera",)"
+        R"( "kind": "trusted"}]},)"
+        R"( "history": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "device": "camera",)"
+        R"( "app": {"id": "a", "name": "A"}, "start": 1, "connections": [],)"
+        R"( "observedFromStart": true}],)"
+        R"( "reports": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "start": 1,)"
+        R"( "events": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "kind": "lidOpened",)"
+        R"( "time": 2}], "slept": false, "ownReturn": []}],)"
+        R"( "historyFails": true, "machine": {"platform": "Linux"}}})"));
+    EXPECT_EQ(full.time, Timestamp{5});
+    EXPECT_EQ(full.settings.size(), 5U);
+    EXPECT_EQ(full.trust->rules().size(), 1U);
+    EXPECT_EQ(full.history.at(0).app.name, "A");
+    EXPECT_EQ(full.reports.size(), 1U);
+    EXPECT_TRUE(full.historyFails);
+    EXPECT_EQ(full.machine.platform, Platform::linux);
+}
+
+TEST(ReplayParser, ReadsEveryActionThatCanBeDone) {
+    EXPECT_FALSE(actionOf<replay::Leave>(R"({"at": 0, "quit": true})").crash);
+    EXPECT_TRUE(actionOf<replay::Leave>(R"({"at": 0, "crash": true})").crash);
+    EXPECT_NO_THROW(actionOf<replay::Launch>(R"({"launch": true, "at": 3})"));
+    EXPECT_NO_THROW(actionOf<replay::Wait>(R"({"at": 0, "wait": true})"));
+    EXPECT_NO_THROW(actionOf<replay::DeleteHistory>(R"({"at": 0, "deleteHistory": true})"));
+    EXPECT_TRUE(actionOf<replay::Snapshot>(R"({"at": 0, "snapshot": {"cameraOn": true}})")
+                    .reading.cameraOn);
+    const auto setting = actionOf<replay::Setting>(
+        R"({"at": 0, "setting": {"name": "retentionDays", "value": 365}})");
+    EXPECT_EQ(setting.name, "retentionDays");
+    EXPECT_EQ(setting.value, 365);
+    EXPECT_NO_THROW(actionOf<replay::ChangeMachine>(R"({"at": 0, "machine": {"outputs": [1]}})"));
+    const auto press =
+        actionOf<replay::Press>(R"({"at": 0, "press": {"notice": "n", "button": "b"}})");
+    EXPECT_EQ(press.notice, "n");
+    EXPECT_EQ(press.button, "b");
+    const auto decide = actionOf<replay::Decide>(
+        R"({"at": 0, "setAlwaysWarn": {"app": "a", "devices": ["microphone"], "value": true}})");
+    EXPECT_TRUE(decide.alwaysWarn);
+    EXPECT_TRUE(decide.value);
+    EXPECT_EQ(decide.devices, (std::vector<Device>{Device::microphone}));
+    for (const auto* word : {"openSessions", "history", "trust", "notices", "icon", "settings"}) {
+        EXPECT_EQ(actionOf<replay::Show>(R"({"at": 0, "show": ")" + std::string(word) + "\"}").word,
+                  word);
+    }
+}
+
+TEST(ReplayParser, ReadsWhatIsPlannedAndSaysSo) {
+    for (const auto* line :
+         {R"({"at": 0, "stopEverything": true})", R"({"at": 0, "stop": "a"})",
+          R"({"at": 0, "unmuteMicrophone": true})", R"({"at": 0, "lock": true})",
+          R"({"at": 0, "unlock": true})", R"({"at": 0, "signal": {"kind": "keyboardUsed"}})",
+          R"({"at": 0, "signal": {"kind": "lidMoved", "from": 12, "to": 47}})",
+          R"({"at": 0, "signal": {"kind": "devicePluggedIn", "name": "Stick"}})",
+          R"({"at": 0, "signal": {"kind": "devicePluggedIn"}})", R"({"at": 0, "show": "rows"})",
+          R"({"at": 0, "show": "recent"})", R"({"at": 0, "show": "reports"})",
+          R"({"at": 0, "show": "panel"})", R"({"at": 0, "show": {"days": 7}})",
+          R"({"at": 0, "show": {"appTimes": "week"}})"}) {
+        EXPECT_NO_THROW(actionOf<replay::NotBuilt>(line)) << line;
+    }
+}
+
+TEST(ReplayParser, RefusesWhatItCannotRead) {
+    for (const auto* line : {
+             "",
+             "x",
+             "{",
+             "[]",
+             "1",
+             "{}",
+             "null",
+             R"({"at": 1})",
+             R"({"wait": true})",
+             R"({"at": NaN, "wait": true})",
+             R"({"at": Infinity, "wait": true})",
+             R"({"at": 1e999, "wait": true})",
+             R"({"at": 1e10, "wait": true})",
+             R"({"at": -1, "wait": true})",
+             R"({"at": "1", "wait": true})",
+             R"({"at": true, "wait": true})",
+             R"({"at": null, "wait": true})",
+             R"({"at": 1, "wait": true} {})",
+             R"({"at": 1, "wait": true,})",
+             R"({"at": 1, "wait": false})",
+             R"({"at": 1, "wait": 1})",
+             R"({"at": 1, "wait": true, "quit": true})",
+             R"({"at": 1, "wait": true, "wait": true})",
+             R"({"at": 1, "at": 1, "wait": true})",
+             R"({"at": 1, "dance": true})",
+             R"({"at": 1, "wait": true, "why": "because"})",
+             R"({"at": 1, "Wait": true})",
+             R"({"at": 1, "snapshot": true})",
+             R"({"at": 1, "snapshot": {"cameraOn": 1}})",
+             R"({"at": 1, "snapshot": {"cameraOn": null}})",
+             R"({"at": 1, "snapshot": {"camera": true}})",
+             R"({"at": 1, "snapshot": {"cameraApps": [{"bundleID": "x"}]}})",
+             R"({"at": 1, "snapshot": {"cameraApps": [{"name": "x", "team": "y"}]}})",
+             R"({"at": 1, "snapshot": {"cameraApps": {"name": "x"}}})",
+             R"({"at": 1, "snapshot": {"output": {"kind": "loud"}}})",
+             R"({"at": 1, "snapshot": {"output": {"objectID": -1}}})",
+             R"({"at": 1, "snapshot": {"output": {"volume": "half"}}})",
+             R"({"at": 1, "setting": {"name": "retentionDays"}})",
+             R"({"at": 1, "setting": {"value": 1}})",
+             R"({"at": 1, "setting": {"name": "retentionDays", "value": "90"}})",
+             R"({"at": 1, "setting": {"name": "retentionDays", "value": 1.5}})",
+             R"({"at": 1, "setting": {"name": "retentionDays", "value": -1}})",
+             R"({"at": 1, "setting": {"name": "retentionDays", "value": 99999999999}})",
+             R"({"at": 1, "setting": {"name": "warningSoundOn", "value": 1}})",
+             R"({"at": 1, "setting": {"name": "floatingStopPlace", "value": [1, 2, 3]}})",
+             R"({"at": 1, "setting": {"name": "floatingStopPlace", "value": [1, "2"]}})",
+             R"({"at": 1, "setting": {"name": "language", "value": "fr"}})",
+             R"({"at": 1, "setting": {"name": "colour", "value": 1}})",
+             R"({"at": 1, "setting": {"name": "microphoneMuted", "value": true, "x": 1}})",
+             R"({"at": 1, "machine": {"colour": 1}})",
+             R"({"at": 1, "press": {"notice": "n"}})",
+             R"({"at": 1, "press": {"notice": "n", "button": 1}})",
+             R"({"at": 1, "stop": true})",
+             R"({"at": 1, "setTrusted": {"app": "a", "devices": ["keyboard"], "value": true}})",
+             R"({"at": 1, "setTrusted": {"app": "a", "devices": "camera", "value": true}})",
+             R"({"at": 1, "setTrusted": {"app": "a", "devices": []}})",
+             R"({"at": 1, "setTrusted": {"app": "a", "devices": [], "value": 1}})",
+             R"({"at": 1, "signal": {"kind": "dance"}})",
+             R"({"at": 1, "signal": {"kind": "lidMoved", "from": 1}})",
+             R"({"at": 1, "signal": {"kind": "lidMoved", "from": 1, "to": 1.5}})",
+             R"({"at": 1, "signal": {"kind": "keyboardUsed", "name": "x"}})",
+             R"({"at": 1, "signal": "keyboardUsed"})",
+             R"({"at": 1, "show": "everything"})",
+             R"({"at": 1, "show": true})",
+             R"({"at": 1, "show": {}})",
+             R"({"at": 1, "show": {"days": "7"}})",
+             R"({"at": 1, "show": {"days": 7, "appTimes": "week"}})",
+             R"({"at": 1, "show": {"appTimes": "year"}})",
+             R"({"begin": true})",
+             R"({"begin": {}, "at": 0})",
+             R"({"begin": {}, "begin": {}})",
+             R"({"begin": {"colour": 1}})",
+             R"({"begin": {"time": "now"}})",
+             R"({"begin": {"time": 1e300}})",
+             R"({"begin": {"locale": 1}})",
+             R"({"begin": {"timeZone": null}})",
+             R"({"begin": {"settings": {"colour": 1}}})",
+             R"({"begin": {"settings": {"monitorSpeakerUse": "yes"}}})",
+             R"({"begin": {"trust": {}}})",
+             R"({"begin": {"trust": {"rules": [], "x": 1}}})",
+             R"({"begin": {"trust": {"rules": [{"app": {"id": "a", "name": "A", "x": 1},)"
+             R"( "device": "camera", "kind": "trusted"}]}}})",
+             R"({"begin": {"history": {}}})",
+             R"({"begin": {"history": [{"id": "x"}]}})",
+             R"({"begin": {"reports": [1]}})",
+             R"({"begin": {"reports": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E"}]}})",
+             R"({"begin": {"historyFails": 0}})",
+             R"({"begin": {"machine": []}})",
+         }) {
+        EXPECT_NE(errorOf(line), "") << line;
+    }
+}
+
+TEST(ReplayParser, SaysWhatIsWrong) {
+    EXPECT_EQ(errorOf(R"({"at": 1, "dance": true})"), "unknown action \"dance\"");
+    EXPECT_EQ(errorOf(R"({"at": 1, "wait": true, "quit": true})"),
+              "two actions in one line, \"wait\" and \"quit\"");
+    EXPECT_EQ(errorOf(R"({"at": 1, "wait": true, "wait": true})"), "the key \"wait\" stands twice");
+    EXPECT_EQ(errorOf(R"({"wait": true})"), "no \"at\"");
+    EXPECT_EQ(errorOf(R"({"at": 1})"), "no action");
+    EXPECT_EQ(errorOf(R"({"at": 1, "snapshot": {"camera": true}})"),
+              "\"snapshot\": unknown key \"camera\"");
+    EXPECT_EQ(errorOf(R"({"at": 1, "snapshot": {"cameraOn": 1}})"),
+              "\"snapshot\": a value has a wrong type");
+    EXPECT_EQ(errorOf(R"({"at": 1, "setting": {"name": "retentionDays", "value": "9"}})"),
+              "\"retentionDays\" is not a number");
+    EXPECT_TRUE(errorOf("{\"at\": }").starts_with("not JSON, column 8: ")) << errorOf("{\"at\": }");
+}
+
+TEST(ReplayParser, WritesItsMessagesInOneLineOfUtf8) {
+    const std::vector<std::string> lines = {std::string("{\"at\": 0, \"\xFF\": 1}"),
+                                            "\xFF\xFE",
+                                            "{\n\n\x01",
+                                            R"({"at": 0, ")" + std::string(100000, 'x') +
+                                                R"(": 1})",
+                                            R"({"at": 0, "a\nb\u0000c": 1})",
+                                            std::string("{\"at\": 0, \"wa\0it\": 1}", 21)};
+    for (const auto& line : lines) {
+        const auto error = errorOf(line);
+        EXPECT_NE(error, "");
+        EXPECT_LT(error.size(), 500U);
+        EXPECT_NO_THROW((void)Json(error).dump()) << "not UTF-8";
+        for (const char c : error) {
+            EXPECT_FALSE(static_cast<unsigned char>(c) < 0x20) << error;
+        }
+    }
+}
+
+TEST(ReplayReader, SkipsBlankLinesAndRemarks) {
+    std::istringstream input("\xEF\xBB\xBF# a remark\n\n  \t\r\n{\"begin\": {}}\r\n"
+                             "#{\n{\"at\": 1, \"wait\": true}");
+    ReplayReader reader(input);
+    EXPECT_TRUE(std::holds_alternative<ReplayBeginning>(*reader.next()));
+    EXPECT_EQ(reader.lineNumber(), 4U);
+    EXPECT_EQ(std::get<ReplayAction>(*reader.next()).at, 1);
+    EXPECT_EQ(reader.lineNumber(), 6U);
+    EXPECT_FALSE(reader.next());
+}
+
+TEST(ReplayReader, RefusesATimeThatGoesBackAndNamesTheLine) {
+    std::istringstream input("{\"at\": 1, \"wait\": true}\n{\"at\": 1, \"wait\": true}\n"
+                             "{\"at\": 0.5, \"wait\": true}\n");
+    ReplayReader reader(input);
+    EXPECT_TRUE(reader.next());
+    EXPECT_TRUE(reader.next());
+    try {
+        reader.next();
+        FAIL();
+    } catch (const ReplayError& error) {
+        EXPECT_EQ(error.line(), 3U);
+        EXPECT_STREQ(error.what(), "the time goes back, from 1.0 to 0.5");
+    }
+}
+
+TEST(ReplayReader, RefusesABeginningThatIsNotTheFirst) {
+    for (const auto* text :
+         {"{\"begin\": {}}\n{\"begin\": {}}\n", "{\"at\": 0, \"wait\": true}\n{\"begin\": {}}\n"}) {
+        std::istringstream input(text);
+        ReplayReader reader(input);
+        EXPECT_TRUE(reader.next());
+        EXPECT_THROW(reader.next(), ReplayError) << text;
+    }
+}
+
+TEST(ReplayReader, RefusesAnIndentedRemarkAndAMarkInTheMiddle) {
+    for (const auto* text : {" # remark\n", "\n\xEF\xBB\xBF{\"at\": 0, \"wait\": true}\n"}) {
+        std::istringstream input(text);
+        EXPECT_THROW(ReplayReader(input).next(), ReplayError) << text;
+    }
+}
+
+} // namespace
+} // namespace velmoran
