@@ -18,7 +18,14 @@ namespace velmoran::support {
 
 namespace {
 
-bool answers(const std::filesystem::path& socketPath) {
+std::string inheritedOr(const char* name, const std::string& otherwise) {
+    const char* value = getenv(name); // NOLINT(concurrency-mt-unsafe)
+    return value != nullptr ? value : otherwise;
+}
+
+} // namespace
+
+bool socketAnswers(const std::filesystem::path& socketPath) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     const std::string text = socketPath.string();
@@ -32,13 +39,6 @@ bool answers(const std::filesystem::path& socketPath) {
     close(fd);
     return connected;
 }
-
-std::string inheritedOr(const char* name, const std::string& otherwise) {
-    const char* value = getenv(name); // NOLINT(concurrency-mt-unsafe)
-    return value != nullptr ? value : otherwise;
-}
-
-} // namespace
 
 PrivateSession::PrivateSession() {
     std::string pattern = "/tmp/vs-XXXXXX";
@@ -101,13 +101,13 @@ void PrivateSession::writeConfiguration() {
 
 void PrivateSession::startBus() {
     start("bus", {"dbus-daemon", "--config-file=" + file("bus.conf").string(), "--nofork"});
-    await([&] { return answers(runtimeFolder() / "bus"); }, "the bus");
+    await([&] { return socketAnswers(runtimeFolder() / "bus"); }, "the bus");
     environment_["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + (runtimeFolder() / "bus").string();
 }
 
 void PrivateSession::startPipeWire() {
     start("pipewire", {"pipewire"});
-    await([&] { return answers(runtimeFolder() / "pipewire-0"); }, "PipeWire");
+    await([&] { return socketAnswers(runtimeFolder() / "pipewire-0"); }, "PipeWire");
 }
 
 void PrivateSession::startWirePlumber() {
@@ -119,7 +119,7 @@ void PrivateSession::startWirePlumber() {
 
 void PrivateSession::startPulse() {
     start("pulse", {"pipewire-pulse"});
-    await([&] { return answers(runtimeFolder() / "pulse/native"); },
+    await([&] { return socketAnswers(runtimeFolder() / "pulse/native"); },
           "PipeWire's PulseAudio server");
 }
 

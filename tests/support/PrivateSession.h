@@ -23,6 +23,9 @@ struct Finished {
     [[nodiscard]] bool succeeded() const { return status == 0; }
 };
 
+/// Whether a server takes connections at this socket.
+[[nodiscard]] bool socketAnswers(const std::filesystem::path& socketPath);
+
 class PrivateSession {
 public:
     /// Makes the folders under /tmp (short, since socket names have 107 characters), all 0700.
