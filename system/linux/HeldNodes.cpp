@@ -101,11 +101,13 @@ void HeldNodes::compare(Node& node, const std::vector<NodeHolder>& found, int op
         const auto same = std::find_if(found.begin(), found.end(), [&](const NodeHolder& holder) {
             return holder.pid == hold.holder.pid;
         });
-        if (same == found.end()) {
-            return true;
+        if (same != found.end()) {
+            hold.holder = *same;
+            return false;
         }
-        hold.holder = *same;
-        return false;
+        // A mapping keeps the node open after its descriptor is closed.
+        hold.holder.descriptors.clear();
+        return !hold.holder.maps || !holders_.maps(hold.holder.pid, node.node);
     });
     const auto firstNew = node.holds.size();
     for (auto holder = found.rbegin(); holder != found.rend(); ++holder) {
@@ -162,7 +164,8 @@ void HeldNodes::lookAgain() {
     for (auto& node : nodes_) {
         for (auto& hold : node.holds) {
             if (!hold.serves && !hold.counts) {
-                hold.counts = holders_.maps(hold.holder.pid, node.node);
+                hold.holder.maps = holders_.maps(hold.holder.pid, node.node);
+                hold.counts = hold.holder.maps;
             }
         }
     }
@@ -198,7 +201,8 @@ void HeldNodes::hiddenGraceEnded(const std::string& path) {
 bool HeldNodes::allStillHeld() const {
     return std::all_of(nodes_.begin(), nodes_.end(), [this](const Node& node) {
         return std::all_of(node.holds.begin(), node.holds.end(), [&](const Hold& hold) {
-            return hold.serves || holders_.stillHolds(hold.holder, node.node);
+            return hold.serves || holders_.stillHolds(hold.holder, node.node) ||
+                   (hold.holder.maps && holders_.maps(hold.holder.pid, node.node));
         });
     });
 }

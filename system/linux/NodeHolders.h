@@ -28,7 +28,7 @@ std::optional<DeviceNode> deviceNodeAt(const std::string& path);
 /// One process that has a node open.
 struct NodeHolder {
     pid_t pid = 0;
-    std::vector<int> descriptors; ///< never empty
+    std::vector<int> descriptors; ///< at least one when found
     bool maps = false;            ///< memory of the node is mapped: pictures go through it
 
     bool operator==(const NodeHolder&) const = default;

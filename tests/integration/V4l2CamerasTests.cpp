@@ -1,0 +1,246 @@
+// Real processes, the real /proc and real inotify; only the cameras are plain files.
+#include "support/FakeNaming.h"
+#include "support/NodeUser.h"
+#include "support/TemporaryDirectory.h"
+#include "support/Waiting.h"
+#include "system/linux/V4l2Cameras.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+
+namespace velmoran {
+namespace {
+
+using support::NodeUser;
+using support::waitUntil;
+
+class V4l2CamerasTest : public ::testing::Test {
+protected:
+    V4l2CamerasTest() {
+        std::filesystem::create_directory(folder_.path("dev"));
+        node_ = folder_.write("dev/video0", std::string(4096, 'x'));
+        folder_.write("class/video0/name", "Stand-in: Stand-in\n");
+    }
+    ~V4l2CamerasTest() override {
+        loop_.runAndWait([this] { cameras_.reset(); });
+    }
+
+    void watch(const std::string& procRoot = "/proc") {
+        loop_.runAndWait([&] {
+            V4l2Cameras::Places places;
+            places.devices.deviceFolder = folder_.path("dev");
+            places.devices.classFolder = folder_.path("class");
+            places.devices.udev = false;
+            places.procRoot = procRoot;
+            cameras_ = std::make_unique<V4l2Cameras>(
+                loop_, naming_, [this](pid_t pid) { return pid == server_; }, places);
+            cameras_->onChange([this] { ++changes_; });
+        });
+    }
+    std::vector<CameraUse> cameras() {
+        std::vector<CameraUse> result;
+        loop_.runAndWait([&] { result = cameras_->cameras(); });
+        return result;
+    }
+    bool isOn(std::size_t index = 0) {
+        const auto all = cameras();
+        return all.size() > index && all[index].device.isRunningSomewhere;
+    }
+    static std::string nameOf(const NodeUser& user) { return "/bin/" + std::to_string(user.pid()); }
+
+    TemporaryDirectory folder_;
+    std::string node_;
+    testing::FakeNaming naming_;
+    std::atomic<pid_t> server_ = 0;
+    std::atomic<int> changes_ = 0;
+    EventLoop loop_;
+    std::unique_ptr<V4l2Cameras> cameras_;
+};
+
+TEST_F(V4l2CamerasTest, TellsWhoStreamsAndWhenThatEnds) {
+    watch();
+    ASSERT_EQ(cameras().size(), 1u);
+    EXPECT_EQ(cameras()[0].device.name, "Stand-in");
+    EXPECT_FALSE(isOn());
+    NodeUser user(node_);
+    ASSERT_TRUE(user.stream());
+    ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+    EXPECT_EQ(cameras()[0].apps, std::vector{nameOf(user)});
+    EXPECT_EQ(changes_, 1);
+    ASSERT_TRUE(user.unmap());
+    ASSERT_TRUE(user.close());
+    ASSERT_TRUE(waitUntil([this] { return !isOn(); }));
+    EXPECT_TRUE(cameras()[0].apps.empty());
+    EXPECT_EQ(changes_, 2);
+}
+
+TEST_F(V4l2CamerasTest, CountsAMappingThatComesAfterTheOpen) {
+    watch();
+    NodeUser user(node_);
+    ASSERT_TRUE(user.open());
+    ASSERT_TRUE(user.map());
+    ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+    EXPECT_EQ(cameras()[0].apps, std::vector{nameOf(user)});
+}
+
+TEST_F(V4l2CamerasTest, KeepsTheUseUntilTheLastUnmap) {
+    watch();
+    NodeUser user(node_);
+    NodeUser other(node_);
+    ASSERT_TRUE(user.stream());
+    ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+    ASSERT_TRUE(user.close());
+    ASSERT_TRUE(other.stream());
+    ASSERT_TRUE(waitUntil([this] { return cameras()[0].apps.size() == 2; }));
+    EXPECT_EQ(cameras()[0].apps, (std::vector{nameOf(user), nameOf(other)}));
+    ASSERT_TRUE(user.unmap());
+    ASSERT_TRUE(waitUntil([this] { return cameras()[0].apps.size() == 1; }));
+    EXPECT_EQ(cameras()[0].apps, std::vector{nameOf(other)});
+}
+
+TEST_F(V4l2CamerasTest, CountsAnOpenWithoutAMappingAfterTheGrace) {
+    watch();
+    NodeUser user(node_);
+    ASSERT_TRUE(user.open());
+    ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+    EXPECT_EQ(cameras()[0].apps, std::vector{nameOf(user)});
+}
+
+TEST_F(V4l2CamerasTest, SaysNothingOfProgramsThatOnlyListCameras) {
+    watch();
+    NodeUser lister(node_);
+    for (int time = 0; time < 100; ++time) {
+        ASSERT_TRUE(lister.touch());
+    }
+    NodeUser user(node_);
+    ASSERT_TRUE(user.stream());
+    ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+    EXPECT_EQ(cameras()[0].apps, std::vector{nameOf(user)});
+    EXPECT_EQ(changes_, 1);
+}
+
+TEST_F(V4l2CamerasTest, EndsTheUseOfAKilledProgram) {
+    watch();
+    NodeUser user(node_);
+    ASSERT_TRUE(user.stream());
+    ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+    user.end();
+    EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
+}
+
+TEST_F(V4l2CamerasTest, TellsTwoUsersInOrderOfOpening) {
+    watch();
+    NodeUser late(node_);
+    NodeUser early(node_);
+    ASSERT_TRUE(early.stream());
+    ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+    ASSERT_TRUE(late.stream());
+    ASSERT_TRUE(waitUntil([this] { return cameras()[0].apps.size() == 2; }));
+    EXPECT_EQ(cameras()[0].apps, (std::vector{nameOf(early), nameOf(late)}));
+}
+
+TEST_F(V4l2CamerasTest, LeavesTheSoundServersOwnHoldingToTheGraph) {
+    watch();
+    NodeUser server(node_);
+    server_ = server.pid();
+    ASSERT_TRUE(server.stream());
+    NodeUser user(node_);
+    ASSERT_TRUE(user.stream());
+    ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+    EXPECT_EQ(cameras()[0].apps, std::vector{nameOf(user)});
+    user.end();
+    EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
+}
+
+TEST_F(V4l2CamerasTest, IsOnWithoutAppsForAUserOutOfSight) {
+    watch(folder_.path("empty-proc"));
+    NodeUser user(node_);
+    ASSERT_TRUE(user.stream());
+    ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+    EXPECT_TRUE(cameras()[0].apps.empty());
+    user.end();
+    EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
+}
+
+TEST_F(V4l2CamerasTest, FindsCamerasThatComeAndGo) {
+    watch();
+    const auto first = cameras()[0].device.objectID;
+    const auto second = folder_.write("dev/video1", std::string(4096, 'x'));
+    ASSERT_TRUE(waitUntil([this] { return cameras().size() == 2; }));
+    EXPECT_NE(cameras()[1].device.objectID, first);
+    NodeUser user(second);
+    ASSERT_TRUE(user.stream());
+    ASSERT_TRUE(waitUntil([this] { return isOn(1); }));
+    std::filesystem::remove(second);
+    ASSERT_TRUE(waitUntil([this] { return cameras().size() == 1; }));
+    EXPECT_EQ(cameras()[0].device.objectID, first);
+    EXPECT_FALSE(isOn());
+}
+
+TEST_F(V4l2CamerasTest, WatchesANodeThatWasMadeAnewUnderItsName) {
+    watch();
+    const auto id = cameras()[0].device.objectID;
+    std::filesystem::remove(node_);
+    ASSERT_TRUE(waitUntil([this] { return cameras().empty(); }));
+    folder_.write("dev/video0", std::string(4096, 'x'));
+    ASSERT_TRUE(waitUntil([this] { return cameras().size() == 1; }));
+    EXPECT_EQ(cameras()[0].device.objectID, id);
+    NodeUser user(node_);
+    ASSERT_TRUE(user.stream());
+    EXPECT_TRUE(waitUntil([this] { return isOn(); }));
+}
+
+TEST_F(V4l2CamerasTest, FindsADeviceFolderThatIsMadeLater) {
+    std::filesystem::remove_all(folder_.path("dev"));
+    watch();
+    EXPECT_TRUE(cameras().empty());
+    folder_.write("dev/video0", std::string(4096, 'x'));
+    ASSERT_TRUE(waitUntil([this] { return cameras().size() == 1; }));
+    NodeUser user(node_);
+    ASSERT_TRUE(user.stream());
+    EXPECT_TRUE(waitUntil([this] { return isOn(); }));
+}
+
+TEST_F(V4l2CamerasTest, KnowsWhoWasThereBeforeIt) {
+    NodeUser user(node_);
+    ASSERT_TRUE(user.open());
+    watch();
+    EXPECT_TRUE(isOn());
+    EXPECT_EQ(cameras()[0].apps, std::vector{nameOf(user)});
+}
+
+std::size_t entriesOf(const char* folder) {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+TEST_F(V4l2CamerasTest, LeavesNothingBehindAfterHundredsOfUses) {
+    watch();
+    NodeUser user(node_);
+    const auto use = [&](bool streams) {
+        ASSERT_TRUE(streams ? user.stream() : user.open());
+        if (streams) {
+            ASSERT_TRUE(waitUntil([this] { return isOn(); }));
+            ASSERT_TRUE(user.unmap());
+        }
+        ASSERT_TRUE(user.close());
+        ASSERT_TRUE(waitUntil([this] { return !isOn(); }));
+    };
+    use(true);
+    const auto descriptors = entriesOf("/proc/self/fd");
+    const auto threads = entriesOf("/proc/self/task");
+    for (int time = 0; time < 300; ++time) {
+        use(time % 3 != 0);
+        if (HasFatalFailure()) {
+            return;
+        }
+    }
+    EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
+    EXPECT_EQ(entriesOf("/proc/self/task"), threads);
+}
+
+} // namespace
+} // namespace velmoran
