@@ -1,46 +1,112 @@
-// All sessions that the program remembers. In memory only so far: the file comes with the store
-// that takes this one's place. Main thread only.
+// The only lasting memory of what was seen: one row for each usage session and one for each away
+// report, in a single database file that never leaves the machine. Owned by the application model;
+// main thread only.
 #pragma once
 
+#include "core/base/Json.h"
+#include "core/history/HistoryView.h"
 #include "core/records/UsageSession.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace velmoran {
 
-/// All sessions as they were at one moment, newest start first. Cheap to copy and to compare.
-class HistoryView {
-public:
-    HistoryView() = default;
-    explicit HistoryView(std::shared_ptr<const std::vector<UsageSession>> list)
-        : list_(std::move(list)) {}
-
-    std::size_t size() const { return list_ ? list_->size() : 0; }
-    bool empty() const { return size() == 0; }
-    const UsageSession& operator[](std::size_t index) const { return (*list_)[index]; }
-    bool operator==(const HistoryView&) const = default;
-
-private:
-    std::shared_ptr<const std::vector<UsageSession>> list_;
-};
-
+/// Only opening can fail. After that no failure of a read or a write reaches the caller: a failed
+/// read is empty, a failed delete or repair is dropped. A session whose save failed stays pending:
+/// it shows in the lists at once and goes out with the next save or delete that works, so that the
+/// lists and the file agree again from then on; what is pending at the end of the process is lost.
+/// (A session that the database refuses for what is in it, such as a start that is no number, isn't
+/// kept.) A save that has returned without failing outlives a kill of the process.
+///
+/// The file may be written by another process meanwhile; what it wrote shows at the next read.
 class HistoryStore {
 public:
-    explicit HistoryStore(std::optional<std::filesystem::path> url);
+    /// Opens or makes the file, with all missing folders above it (0700; the file and its side
+    /// files 0600; what is there keeps its permissions), or a store in memory without a path.
+    /// Throws std::runtime_error or an exception derived from it when the folder can't be made or
+    /// the file can't be opened for reading and writing, isn't a database or isn't this store's;
+    /// the file is then left byte for byte as it was.
+    explicit HistoryStore(const std::optional<std::filesystem::path>& url);
+    ~HistoryStore();
+    HistoryStore(const HistoryStore&) = delete;
+    HistoryStore& operator=(const HistoryStore&) = delete;
 
+    /// Inserts the session, or overwrites all of the row with its id.
     void saveSession(const UsageSession& session);
-    std::vector<UsageSession> sessions() const;
-    HistoryView history() const;
+
+    /// All readable sessions, newest start first; equal starts in the order in which they were
+    /// first stored. Read from the file once and from then on kept up by the changed row, so that
+    /// the cost of a call after a save doesn't grow with the number of sessions. Empty if reading
+    /// fails.
+    HistoryView history();
+
+    /// A copy of `history()`. With `since`: only what started, ended or is open at or after that
+    /// moment; a session closed without an end counts by its start. With `limit`: no more than that
+    /// many of them.
+    std::vector<UsageSession> sessions(std::optional<Timestamp> since = std::nullopt,
+                                       std::optional<std::size_t> limit = std::nullopt);
+
+    /// After an unclean exit: sessions with neither end nor outcome get the outcome `endUnknown`.
     void closeOpenRecords();
+
+    /// Deletes sessions and away reports that started before that moment, open ones too.
     void prune(Timestamp before);
+
+    /// Deletes all sessions and away reports.
     void deleteAll();
-    std::size_t sessionCount() const { return rows_.size(); }
+
+    /// Rows of sessions in the file, unreadable ones among them; 0 if that can't be read.
+    std::size_t sessionCount();
+
+    /// Inserts the report, or overwrites the end and the payload of the one with this id; the
+    /// stored start stays. `Report` is anything with to_json. Nothing is stored if that throws.
+    template <class Report>
+    void saveAwayReport(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
+                        const Report& report) {
+        std::string payload;
+        try {
+            payload = encode(report);
+        } catch (const std::exception&) {
+            return;
+        }
+        saveAwayPayload(id, start, end, payload);
+    }
+
+    /// All reports that can be read as a `Report` (anything with from_json), newest stored start
+    /// first.
+    template <class Report>
+    std::vector<Report> awayReports() {
+        std::vector<Report> reports;
+        for (const auto& payload : *awayPayloads()) {
+            try {
+                reports.push_back(decode<Report>(payload));
+            } catch (const std::exception&) {
+                continue; // it stays in the file, unread
+            }
+        }
+        return reports;
+    }
+
+    void deleteAwayReport(const Uuid& id);
+
+    /// `saveAwayReport` with the report as JSON text already.
+    void saveAwayPayload(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
+                         const std::string& payload);
+
+    /// The texts behind `awayReports`, never null. The same pointer as last time means that nothing
+    /// has changed in between, so that a caller can spare itself the decoding.
+    std::shared_ptr<const std::vector<std::string>> awayPayloads();
 
 private:
-    std::vector<UsageSession> rows_;
+    class Implementation;
+    std::unique_ptr<Implementation> implementation_;
 };
 
 } // namespace velmoran

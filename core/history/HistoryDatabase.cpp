@@ -1,0 +1,229 @@
+#include "core/history/HistoryDatabase.h"
+
+#include "core/history/SessionRecord.h"
+
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <fmt/format.h>
+#include <fstream>
+#include <span>
+#include <sqlite3.h>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmoran {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Both stand in the first page of the file and say what it is before anything of it is believed.
+constexpr std::uint32_t applicationMark = 0x566C6D6E; // "Vlmn"
+constexpr int schemaVersion = 10000;                  // 1.0.0
+
+// Another process may be writing; its transactions last milliseconds.
+constexpr int busyTimeoutMilliseconds = 250;
+
+constexpr const char* schema = R"(
+CREATE TABLE SessionRecord (
+    id TEXT NOT NULL,
+    deviceRaw TEXT NOT NULL,
+    appID TEXT NOT NULL,
+    appName TEXT NOT NULL,
+    bundleID TEXT,
+    appPath TEXT,
+    teamID TEXT,
+    start REAL NOT NULL,
+    end REAL,
+    outcomeRaw TEXT,
+    levelRaw TEXT,
+    connectionsData BLOB,
+    observedFromStart INTEGER NOT NULL
+);
+CREATE TABLE AwayReportRecord (
+    id TEXT NOT NULL,
+    start REAL NOT NULL,
+    end REAL,
+    payload BLOB NOT NULL
+);
+)";
+
+constexpr const char* indexes = R"(
+CREATE UNIQUE INDEX IF NOT EXISTS SessionRecordById ON SessionRecord (id);
+CREATE INDEX IF NOT EXISTS SessionRecordByStart ON SessionRecord (start);
+CREATE UNIQUE INDEX IF NOT EXISTS AwayReportRecordById ON AwayReportRecord (id);
+)";
+
+constexpr std::array<const char*, 4> awayColumnNames = {"id", "start", "end", "payload"};
+
+[[noreturn]] void refuse(const fs::path& file, std::string_view why) {
+    throw std::runtime_error(fmt::format("{}: {}", file.string(), why));
+}
+
+void makeFolders(const fs::path& folder) {
+    if (folder.empty() || fs::is_directory(folder)) {
+        return;
+    }
+    makeFolders(folder.parent_path());
+    if (fs::create_directory(folder)) {
+        fs::permissions(folder, fs::perms::owner_all);
+    }
+}
+
+enum class FileState {
+    absent,
+    empty,    ///< of no bytes
+    marked,   ///< a database with our mark
+    unmarked, ///< a database without any mark: ours only if its tables are
+};
+
+/// Looks at the first bytes without the database library, which for a foreign database could begin
+/// to repair what isn't ours.
+FileState look(const fs::path& file) {
+    const auto status = fs::status(file);
+    if (!fs::exists(status)) {
+        return FileState::absent;
+    }
+    if (!fs::is_regular_file(status)) {
+        refuse(file, "not a file");
+    }
+    if (fs::file_size(file) == 0) {
+        return FileState::empty;
+    }
+    std::array<char, 100> header{};
+    std::ifstream stream(file, std::ios::binary);
+    constexpr std::string_view magic("SQLite format 3\0", 16);
+    if (!stream.read(header.data(), header.size()) ||
+        std::string_view(header.data(), magic.size()) != magic) {
+        refuse(file, "not a database");
+    }
+    std::uint32_t mark = 0;
+    for (const char byte : std::span(header).subspan(68, 4)) {
+        mark = mark << 8U | static_cast<unsigned char>(byte);
+    }
+    if (mark == applicationMark) {
+        return FileState::marked;
+    }
+    auto journal = file;
+    journal += "-journal";
+    std::error_code none;
+    if (mark != 0 || (fs::exists(journal, none) && fs::file_size(journal, none) > 0)) {
+        refuse(file, "a database of another program");
+    }
+    return FileState::unmarked;
+}
+
+bool hasColumns(SQLite::Database& connection, const char* table,
+                std::span<const char* const> expected) {
+    SQLite::Statement query(connection, "SELECT name FROM pragma_table_info(?) ORDER BY cid");
+    query.bindNoCopy(1, table);
+    std::vector<std::string> names;
+    while (query.executeStep()) {
+        names.push_back(query.getColumn(0).getString());
+    }
+    return std::ranges::equal(names, expected,
+                              [](const auto& name, const char* other) { return name == other; });
+}
+
+bool hasNothing(SQLite::Database& connection) {
+    return connection.execAndGet("SELECT count(*) FROM sqlite_master").getInt() == 0;
+}
+
+bool hasOurTables(SQLite::Database& connection) {
+    return hasColumns(connection, "SessionRecord", SessionRecord::columnNames) &&
+           hasColumns(connection, "AwayReportRecord", awayColumnNames);
+}
+
+/// Whether closing the last connection may fold the log into the file.
+void setFoldingAtClose(SQLite::Database& connection, bool allowed) {
+    sqlite3_db_config(connection.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, allowed ? 0 : 1,
+                      nullptr);
+}
+
+/// In one transaction, so that a kill leaves all of it or nothing.
+void build(SQLite::Database& connection) {
+    SQLite::Transaction transaction(connection, SQLite::TransactionBehavior::IMMEDIATE);
+    if (hasNothing(connection)) { // or else another process was faster
+        connection.exec(schema);
+    }
+    connection.exec(indexes);
+    connection.exec(fmt::format("PRAGMA application_id = {}; PRAGMA user_version = {}",
+                                applicationMark, schemaVersion));
+    transaction.commit();
+}
+
+void tune(SQLite::Database& connection) {
+    // What was committed has left the process and so outlives its kill; only a loss of power can
+    // take the last transactions, and never the file's soundness.
+    connection.exec("PRAGMA synchronous = NORMAL");
+    // What a person deletes is overwritten.
+    connection.exec("PRAGMA secure_delete = ON");
+}
+
+} // namespace
+
+HistoryDatabase::HistoryDatabase(const std::optional<fs::path>& url) {
+    if (url) {
+        open(fs::absolute(*url));
+    } else {
+        connection_ = std::make_unique<SQLite::Database>(":memory:", SQLite::OPEN_READWRITE |
+                                                                         SQLite::OPEN_CREATE);
+        build(*connection_);
+    }
+    tune(*connection_);
+}
+
+void HistoryDatabase::open(const fs::path& file) {
+    makeFolders(file.parent_path());
+    const auto state = look(file);
+    if (state == FileState::absent) {
+        // Made here and not by the library, so that it is private before anything stands in it; the
+        // library gives its side files the permissions of the file.
+        if (!std::ofstream(file, std::ios::app)) {
+            refuse(file, "can't be made");
+        }
+        fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+    }
+    try {
+        connection_ = std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READWRITE,
+                                                         busyTimeoutMilliseconds);
+        setFoldingAtClose(*connection_, false);
+        if (sqlite3_db_readonly(connection_->getHandle(), "main") != 0) {
+            refuse(file, "can't be written");
+        }
+        const bool isBlank = hasNothing(*connection_);
+        if (isBlank ? state == FileState::unmarked &&
+                          connection_->execAndGet("PRAGMA user_version").getInt() != 0
+                    : !hasOurTables(*connection_)) {
+            refuse(file, "a database of another program");
+        }
+        if (connection_->execAndGet("PRAGMA user_version").getInt() > schemaVersion) {
+            refuse(file, "written by a later version");
+        }
+        if (isBlank || state == FileState::unmarked) {
+            build(*connection_);
+        }
+        // Readers and the writer don't wait for each other, and a commit is one append.
+        connection_->exec("PRAGMA journal_mode = WAL");
+        setFoldingAtClose(*connection_, true);
+    } catch (...) {
+        connection_.reset();
+        if (state == FileState::absent) {
+            std::error_code none;
+            fs::remove(file, none);
+        }
+        throw;
+    }
+}
+
+void HistoryDatabase::emptyLog() noexcept {
+    sqlite3_wal_checkpoint_v2(connection_->getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE,
+                              nullptr, nullptr);
+}
+
+} // namespace velmoran
