@@ -1,0 +1,252 @@
+#include "system/linux/PulseOutputs.h"
+
+#include "core/text/Localizer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <pulse/proplist.h>
+#include <pulse/volume.h>
+
+namespace velmoran {
+
+namespace {
+
+// What both servers call the sink that they make where there is no other.
+constexpr const char* noSink = "auto_null";
+
+std::string textOf(const pa_proplist* properties, const char* key) {
+    const char* value = pa_proplist_gets(properties, key);
+    return value ? value : "";
+}
+
+SinkTraits::Port portOf(const pa_sink_port_info* port) {
+    switch (port ? port->type : unsigned{PA_DEVICE_PORT_TYPE_UNKNOWN}) {
+    case PA_DEVICE_PORT_TYPE_UNKNOWN:
+        return SinkTraits::Port::none;
+    case PA_DEVICE_PORT_TYPE_HEADPHONES:
+    case PA_DEVICE_PORT_TYPE_HEADSET:
+        return SinkTraits::Port::headphones;
+    case PA_DEVICE_PORT_TYPE_SPDIF:
+    case PA_DEVICE_PORT_TYPE_HDMI:
+    case PA_DEVICE_PORT_TYPE_TV:
+        return SinkTraits::Port::digital;
+    default:
+        return SinkTraits::Port::other;
+    }
+}
+
+} // namespace
+
+PulseOutputs::PulseOutputs(PulseConnection& connection, SerialQueue& queue)
+    : Listener(static_cast<pa_subscription_mask_t>(
+          PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_CARD | PA_SUBSCRIPTION_MASK_SERVER)),
+      connection_(connection),
+      queue_(queue) {
+    connection_.add(*this);
+}
+
+PulseOutputs::~PulseOutputs() {
+    connection_.remove(*this);
+    const std::lock_guard lock(shared_->mutex);
+    shared_->onChange = nullptr;
+}
+
+std::optional<OutputDeviceInfo> PulseOutputs::current() {
+    const std::lock_guard lock(shared_->mutex);
+    return shared_->answers.current;
+}
+
+bool PulseOutputs::exists(std::uint32_t objectID) {
+    const std::lock_guard lock(shared_->mutex);
+    return shared_->answers.names.contains(objectID);
+}
+
+bool PulseOutputs::setMuted(bool muted, std::uint32_t objectID) {
+    std::string name;
+    {
+        const std::lock_guard lock(shared_->mutex);
+        const auto found = shared_->answers.names.find(objectID);
+        if (found == shared_->answers.names.end()) {
+            return false;
+        }
+        name = found->second;
+    }
+    return connection_.perform(
+        [&](pa_context* context, pa_context_success_cb_t answer, void* data) {
+            return pa_context_set_sink_mute_by_name(context, name.c_str(), muted ? 1 : 0, answer,
+                                                    data);
+        },
+        bound);
+}
+
+void PulseOutputs::onChange(std::function<void()> callback) {
+    const std::lock_guard lock(shared_->mutex);
+    shared_->onChange = std::move(callback);
+}
+
+void PulseOutputs::connected(pa_context* context) {
+    disconnected();
+    ask(pa_context_get_server_info(
+        context,
+        [](pa_context*, const pa_server_info* info, void* data) {
+            auto* self = static_cast<PulseOutputs*>(data);
+            if (info) {
+                self->defaultSink_ = info->default_sink_name ? info->default_sink_name : "";
+            }
+            self->answered();
+        },
+        this));
+    ask(pa_context_get_card_info_list(
+        context,
+        [](pa_context*, const pa_card_info* info, int end, void* data) {
+            auto* self = static_cast<PulseOutputs*>(data);
+            end == 0 ? self->take(*info) : self->answered();
+        },
+        this));
+    ask(pa_context_get_sink_info_list(
+        context,
+        [](pa_context*, const pa_sink_info* info, int end, void* data) {
+            auto* self = static_cast<PulseOutputs*>(data);
+            end == 0 ? self->take(*info) : self->answered();
+        },
+        this));
+}
+
+void PulseOutputs::disconnected() {
+    sinks_.clear();
+    cards_.clear();
+    defaultSink_.clear();
+    unanswered_ = 0;
+    publish();
+}
+
+void PulseOutputs::changed(pa_context* context, pa_subscription_event_type_t event,
+                           std::uint32_t index) {
+    const auto facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
+    const bool isGone = (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_REMOVE;
+    if (facility == PA_SUBSCRIPTION_EVENT_SINK && isGone) {
+        sinks_.erase(index);
+        publish();
+    } else if (facility == PA_SUBSCRIPTION_EVENT_SINK) {
+        ask(pa_context_get_sink_info_by_index(
+            context, index,
+            [](pa_context*, const pa_sink_info* info, int end, void* data) {
+                auto* self = static_cast<PulseOutputs*>(data);
+                end == 0 ? self->take(*info) : self->answered();
+            },
+            this));
+    } else if (facility == PA_SUBSCRIPTION_EVENT_CARD && isGone) {
+        cards_.erase(index);
+    } else if (facility == PA_SUBSCRIPTION_EVENT_CARD) {
+        ask(pa_context_get_card_info_by_index(
+            context, index,
+            [](pa_context*, const pa_card_info* info, int end, void* data) {
+                auto* self = static_cast<PulseOutputs*>(data);
+                end == 0 ? self->take(*info) : self->answered();
+            },
+            this));
+    } else if (facility == PA_SUBSCRIPTION_EVENT_SERVER) {
+        ask(pa_context_get_server_info(
+            context,
+            [](pa_context*, const pa_server_info* info, void* data) {
+                auto* self = static_cast<PulseOutputs*>(data);
+                if (info) {
+                    self->defaultSink_ = info->default_sink_name ? info->default_sink_name : "";
+                }
+                self->answered();
+            },
+            this));
+    }
+}
+
+void PulseOutputs::ask(pa_operation* question) {
+    if (question) {
+        ++unanswered_;
+        asked(question);
+    }
+}
+
+// What is told between two answers may be half of it: a default that isn't in the list yet.
+void PulseOutputs::answered() {
+    if (--unanswered_ <= 0) {
+        unanswered_ = 0;
+        publish();
+    }
+}
+
+void PulseOutputs::take(const pa_sink_info& info) {
+    Sink sink;
+    sink.serverName = info.name ? info.name : "";
+    sink.card = info.card;
+    sink.traits.name = info.description ? info.description : "";
+    sink.traits.bus = textOf(info.proplist, PA_PROP_DEVICE_BUS);
+    sink.traits.formFactor = textOf(info.proplist, PA_PROP_DEVICE_FORM_FACTOR);
+    sink.traits.api = textOf(info.proplist, PA_PROP_DEVICE_API);
+    sink.traits.port = portOf(info.active_port);
+    if (pa_cvolume_valid(&info.volume) != 0) {
+        const auto average = static_cast<float>(pa_cvolume_avg(&info.volume));
+        sink.volume = std::min(average / static_cast<float>(PA_VOLUME_NORM), 1.0F);
+    }
+    sink.isMuted = info.mute != 0;
+    sinks_[info.index] = std::move(sink);
+}
+
+void PulseOutputs::take(const pa_card_info& info) {
+    cards_[info.index] = {textOf(info.proplist, PA_PROP_DEVICE_BUS),
+                          textOf(info.proplist, PA_PROP_DEVICE_FORM_FACTOR)};
+}
+
+std::uint32_t PulseOutputs::objectIDOf(const std::string& serverName) {
+    const auto [id, isNew] = objectIDs_.try_emplace(serverName, 0);
+    if (isNew) {
+        id->second = firstObjectID + static_cast<std::uint32_t>(objectIDs_.size());
+    }
+    return id->second;
+}
+
+void PulseOutputs::publish() {
+    Answers answers;
+    for (const auto& [index, sink] : sinks_) {
+        if (sink.serverName.empty() || sink.serverName == noSink) {
+            continue;
+        }
+        const auto objectID = objectIDOf(sink.serverName);
+        answers.names[objectID] = sink.serverName;
+        if (sink.serverName != defaultSink_) {
+            continue;
+        }
+        auto traits = sink.traits;
+        if (const auto card = cards_.find(sink.card); card != cards_.end()) {
+            traits.bus = traits.bus.empty() ? card->second.bus : traits.bus;
+            traits.formFactor =
+                traits.formFactor.empty() ? card->second.formFactor : traits.formFactor;
+        }
+        OutputDeviceInfo output;
+        output.objectID = objectID;
+        output.kind = outputKind(traits);
+        output.name = traits.name.empty() ? words().text("Unknown device") : traits.name;
+        output.volume = sink.volume;
+        output.isMuted = sink.isMuted;
+        answers.current = std::move(output);
+    }
+    {
+        const std::lock_guard lock(shared_->mutex);
+        if (answers == shared_->answers) {
+            return;
+        }
+        shared_->answers = std::move(answers);
+    }
+    queue_.post([shared = shared_] {
+        std::function<void()> onChange;
+        {
+            const std::lock_guard lock(shared->mutex);
+            onChange = shared->onChange;
+        }
+        if (onChange) {
+            onChange();
+        }
+    });
+}
+
+} // namespace velmoran

@@ -1,0 +1,89 @@
+// The outputs of the sound server, and the one that sound goes to now: mirrored in memory from what
+// libpulse announces. Owned by the machine.
+#pragma once
+
+#include "system/Machine.h"
+#include "system/linux/OutputKind.h"
+#include "system/linux/PulseConnection.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+/// Answers come from memory and from any thread; `setMuted` waits for the server. A sink keeps its
+/// object id as long as the program runs, also over a restart of the server, by the server's name
+/// for it; no other sink ever gets it. Volumes are as people see them, 1 being 100 %, and no more.
+/// The server's stand-in for a missing output ("auto_null") is no output.
+class PulseOutputs final : public OutputDevices, private PulseConnection::Listener {
+public:
+    /// Object ids are this number plus 1, 2, 3 …
+    static constexpr std::uint32_t firstObjectID = 0x4F000000;
+    /// The longest that `setMuted` waits.
+    static constexpr Seconds bound = 1.0;
+
+    PulseOutputs(PulseConnection& connection, SerialQueue& queue);
+    ~PulseOutputs() override;
+
+    std::optional<OutputDeviceInfo> current() override;
+    bool exists(std::uint32_t objectID) override;
+    bool setMuted(bool muted, std::uint32_t objectID) override;
+
+    /// Called on the queue after each change of what `current` or `exists` answers, until this
+    /// object is gone; a second call replaces the first callback. On the queue's thread.
+    void onChange(std::function<void()> callback);
+
+private:
+    struct Sink {
+        std::string serverName;
+        std::uint32_t card = PA_INVALID_INDEX;
+        SinkTraits traits;
+        std::optional<float> volume;
+        bool isMuted = false;
+    };
+    struct Card {
+        std::string bus;
+        std::string formFactor;
+    };
+    struct Answers {
+        std::optional<OutputDeviceInfo> current;
+        std::map<std::uint32_t, std::string> names; ///< the server's, of all sinks, by object id
+
+        bool operator==(const Answers&) const = default;
+    };
+    /// Outlives this object in what was posted.
+    struct Shared {
+        std::mutex mutex;
+        Answers answers;
+        std::function<void()> onChange;
+    };
+
+    void connected(pa_context* context) override;
+    void disconnected() override;
+    void changed(pa_context* context, pa_subscription_event_type_t event,
+                 std::uint32_t index) override;
+
+    void ask(pa_operation* question);
+    void answered();
+    void take(const pa_sink_info& info);
+    void take(const pa_card_info& info);
+    void publish();
+    std::uint32_t objectIDOf(const std::string& serverName);
+
+    PulseConnection& connection_;
+    SerialQueue& queue_;
+    std::shared_ptr<Shared> shared_ = std::make_shared<Shared>();
+    // The rest belongs to the connection's thread.
+    std::map<std::uint32_t, Sink> sinks_; ///< by the server's index
+    std::map<std::uint32_t, Card> cards_;
+    std::string defaultSink_;
+    std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name
+    int unanswered_ = 0;
+};
+
+} // namespace velmoran

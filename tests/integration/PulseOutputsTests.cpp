@@ -1,0 +1,194 @@
+// Outputs of a real sound server: null sinks that say of themselves what real cards say.
+#include "support/PrivateSession.h"
+#include "support/Waiting.h"
+#include "system/linux/EventLoop.h"
+#include "system/linux/PulseOutputs.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <iterator>
+
+namespace velmoran {
+namespace {
+
+using support::PrivateSession;
+using support::waitUntil;
+using Kind = OutputDeviceInfo::Kind;
+
+class PulseOutputsTest : public ::testing::Test {
+protected:
+    std::string address() const {
+        return "unix:" + (session_.runtimeFolder() / "pulse/native").string();
+    }
+    void run(const std::vector<std::string>& arguments) {
+        const auto finished = session_.run(arguments);
+        EXPECT_TRUE(finished.succeeded()) << finished.errors;
+    }
+    void addSink(const std::string& name, const std::string& description,
+                 const std::string& properties) {
+        run({"pactl", "load-module", "module-null-sink", "sink_name=" + name,
+             "sink_properties='device.description=\"" + description + "\" " + properties + "'"});
+    }
+    void choose(const std::string& name) { run({"pactl", "set-default-sink", name}); }
+    /// Waits until the current output has that name.
+    static testing::AssertionResult becomes(PulseOutputs& outputs, const std::string& name) {
+        const auto isIt = [&] {
+            const auto current = outputs.current();
+            return current && current->name == name;
+        };
+        if (waitUntil(isIt)) {
+            return testing::AssertionSuccess();
+        }
+        const auto current = outputs.current();
+        return testing::AssertionFailure()
+               << "the output is " << (current ? current->name : "none");
+    }
+
+    PrivateSession session_;
+    EventLoop loop_;
+};
+
+TEST_F(PulseOutputsTest, TellTheDefaultOutputAndFollowIt) {
+    session_.startSound();
+    PulseConnection connection(address());
+    PulseOutputs outputs(connection, loop_);
+    std::atomic<int> changes = 0;
+    loop_.runAndWait([&] { outputs.onChange([&] { ++changes; }); });
+    ASSERT_TRUE(waitUntil([&] { return outputs.current().has_value(); }));
+    const auto first = outputs.current()->objectID;
+    EXPECT_TRUE(outputs.exists(first));
+    EXPECT_FALSE(outputs.exists(first + 1000));
+
+    addSink("speakers", "Laptop Speakers", "device.bus=pci device.form_factor=internal");
+    choose("speakers");
+    ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
+    EXPECT_EQ(outputs.current()->kind, Kind::builtInSpeakers);
+    const auto speakers = outputs.current()->objectID;
+    EXPECT_NE(speakers, first);
+    EXPECT_TRUE(outputs.exists(first));
+
+    addSink("buds", "Loudspeaker by Bluetooth", "device.bus=bluetooth");
+    choose("buds");
+    ASSERT_TRUE(becomes(outputs, "Loudspeaker by Bluetooth"));
+    EXPECT_EQ(outputs.current()->kind, Kind::headphones);
+
+    addSink("usb", "USB Headphones", "device.bus=usb");
+    choose("usb");
+    ASSERT_TRUE(becomes(outputs, "USB Headphones"));
+    EXPECT_EQ(outputs.current()->kind, Kind::other);
+
+    addSink("jack", "Built-in Headphones", "device.bus=pci");
+    choose("jack");
+    ASSERT_TRUE(becomes(outputs, "Built-in Headphones"));
+    EXPECT_EQ(outputs.current()->kind, Kind::headphones);
+
+    choose("speakers");
+    ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
+    EXPECT_EQ(outputs.current()->objectID, speakers);
+    EXPECT_GE(changes, 5);
+}
+
+TEST_F(PulseOutputsTest, TellVolumeAndMute) {
+    session_.startSound();
+    PulseConnection connection(address());
+    PulseOutputs outputs(connection, loop_);
+    addSink("speakers", "Laptop Speakers", "device.bus=pci");
+    choose("speakers");
+    ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
+    run({"pactl", "set-sink-volume", "speakers", "50%"});
+    EXPECT_TRUE(waitUntil([&] {
+        return std::abs(outputs.current()->volume.value_or(0) - 0.5F) < 0.001F;
+    })) << outputs.current()->volume.value_or(-1);
+    run({"pactl", "set-sink-volume", "speakers", "140%"});
+    EXPECT_TRUE(waitUntil([&] { return outputs.current()->volume == 1.0F; }));
+    run({"pactl", "set-sink-mute", "speakers", "1"});
+    EXPECT_TRUE(waitUntil([&] { return outputs.current()->isMuted; }));
+    run({"pactl", "set-sink-mute", "speakers", "0"});
+    EXPECT_TRUE(waitUntil([&] { return !outputs.current()->isMuted; }));
+}
+
+TEST_F(PulseOutputsTest, AreMutedAndUnmutedForReal) {
+    session_.startSound();
+    PulseConnection connection(address());
+    PulseOutputs outputs(connection, loop_);
+    addSink("speakers", "Laptop Speakers", "device.bus=pci");
+    choose("speakers");
+    ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
+    const auto id = outputs.current()->objectID;
+    ASSERT_TRUE(outputs.setMuted(true, id));
+    EXPECT_EQ(session_.run({"pactl", "get-sink-mute", "speakers"}).output, "Mute: yes\n");
+    EXPECT_TRUE(waitUntil([&] { return outputs.current()->isMuted; }));
+    ASSERT_TRUE(outputs.setMuted(false, id));
+    EXPECT_EQ(session_.run({"pactl", "get-sink-mute", "speakers"}).output, "Mute: no\n");
+}
+
+TEST_F(PulseOutputsTest, CanNotBeMutedWhenTheyAreGone) {
+    session_.startSound();
+    PulseConnection connection(address());
+    PulseOutputs outputs(connection, loop_);
+    addSink("speakers", "Laptop Speakers", "device.bus=pci");
+    choose("speakers");
+    ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
+    const auto id = outputs.current()->objectID;
+    run({"pactl", "unload-module", "module-null-sink"});
+    ASSERT_TRUE(waitUntil([&] { return !outputs.exists(id); }));
+    EXPECT_FALSE(outputs.setMuted(true, id));
+    EXPECT_FALSE(outputs.setMuted(true, 0));
+}
+
+TEST_F(PulseOutputsTest, AnswerAtOnceWhenTheServerSaysNothing) {
+    session_.startSound();
+    PulseConnection connection(address());
+    PulseOutputs outputs(connection, loop_);
+    ASSERT_TRUE(waitUntil([&] { return outputs.current().has_value(); }));
+    const auto id = outputs.current()->objectID;
+    session_.child("pulse")->signal(SIGSTOP);
+    EXPECT_TRUE(outputs.current());
+    EXPECT_FALSE(outputs.setMuted(true, id));
+    session_.child("pulse")->signal(SIGCONT);
+    EXPECT_TRUE(waitUntil([&] { return outputs.setMuted(false, id); }));
+}
+
+TEST_F(PulseOutputsTest, AreFoundAgainWhenTheServerComesBack) {
+    PulseConnection connection(address());
+    PulseOutputs outputs(connection, loop_);
+    EXPECT_FALSE(outputs.current());
+    session_.startSound();
+    ASSERT_TRUE(waitUntil([&] { return outputs.current().has_value(); }));
+    const auto id = outputs.current()->objectID;
+    session_.stop("pulse");
+    ASSERT_TRUE(waitUntil([&] { return !outputs.current(); }));
+    EXPECT_FALSE(outputs.exists(id));
+    EXPECT_FALSE(outputs.setMuted(true, id));
+    session_.startPulse();
+    EXPECT_TRUE(waitUntil([&] { return outputs.current().has_value(); }, support::Bound{3000}));
+    EXPECT_EQ(outputs.current()->objectID, id);
+}
+
+std::size_t entriesOf(const char* folder) {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+TEST_F(PulseOutputsTest, LeaveNothingBehind) {
+    session_.startSound();
+    const auto round = [&] {
+        PulseConnection connection(address());
+        PulseOutputs outputs(connection, loop_);
+        ASSERT_TRUE(waitUntil([&] { return outputs.current().has_value(); }));
+    };
+    round();
+    const auto descriptors = entriesOf("/proc/self/fd");
+    const auto threads = entriesOf("/proc/self/task");
+    for (int time = 0; time < 20; ++time) {
+        round();
+    }
+    EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
+    EXPECT_EQ(entriesOf("/proc/self/task"), threads);
+}
+
+} // namespace
+} // namespace velmoran
