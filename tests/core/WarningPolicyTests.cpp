@@ -1,0 +1,81 @@
+#include "core/warnings/WarningPolicy.h"
+
+#include "support/Samples.h"
+
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+const AppIdentity zoom = app("zoom");
+
+TrustList trustOf(std::optional<TrustKind> kind) {
+    TrustList list;
+    list.set(kind, zoom, {Device::camera, Device::microphone});
+    return list;
+}
+
+const std::optional<TrustKind> everyKind[] = {std::nullopt, TrustKind::trusted,
+                                              TrustKind::alwaysWarn, TrustKind::trustedAlwaysWarn};
+
+TEST(WarningPolicy, NeverWarnsOfTheSpeaker) {
+    for (const auto& user : {zoom, AppIdentity::unknown(), app("unidentified:1")}) {
+        for (const auto kind : everyKind) {
+            for (const bool awayWatchOn : {false, true}) {
+                EXPECT_EQ(WarningPolicy::level(user, Device::speaker, trustOf(kind), awayWatchOn),
+                          std::nullopt);
+            }
+        }
+    }
+}
+
+TEST(WarningPolicy, WarnsStronglyOfAnAppThatCannotBeNamed) {
+    for (const auto& user : {AppIdentity::unknown(), app("unidentified"), app("unidentified:1")}) {
+        TrustList trust;
+        trust.set(TrustKind::trusted, user, {Device::camera});
+        for (const bool awayWatchOn : {false, true}) {
+            EXPECT_EQ(WarningPolicy::level(user, Device::camera, trust, awayWatchOn),
+                      WarningLevel::strong);
+        }
+    }
+}
+
+TEST(WarningPolicy, WarnsStronglyOfATrustedAppDuringTheAwayWatchOnly) {
+    const auto trust = trustOf(TrustKind::trusted);
+    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trust, true), WarningLevel::strong);
+    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trust, false), WarningLevel::quiet);
+}
+
+TEST(WarningPolicy, WarnsStronglyOfEveryAppDuringTheAwayWatch) {
+    for (const auto kind : everyKind) {
+        EXPECT_EQ(WarningPolicy::level(zoom, Device::microphone, trustOf(kind), true),
+                  WarningLevel::strong);
+    }
+}
+
+TEST(WarningPolicy, SoftensAnAlwaysWarnRuleByTrustAndDoesNotSilenceIt) {
+    EXPECT_EQ(
+        WarningPolicy::level(zoom, Device::camera, trustOf(TrustKind::trustedAlwaysWarn), false),
+        WarningLevel::standard);
+    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trustOf(TrustKind::alwaysWarn), false),
+              WarningLevel::strong);
+}
+
+TEST(WarningPolicy, TellsAnAppWithoutARuleInTheOrdinaryWay) {
+    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trustOf({}), false),
+              WarningLevel::standard);
+    auto anotherTeam = zoom;
+    anotherTeam.teamID = "T";
+    EXPECT_EQ(WarningPolicy::level(anotherTeam, Device::camera, trustOf(TrustKind::trusted), false),
+              WarningLevel::standard);
+}
+
+TEST(WarningPolicy, LooksAtTheRuleOfThatDevice) {
+    TrustList trust;
+    trust.setTrusted(true, zoom, {Device::camera});
+    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trust, false), WarningLevel::quiet);
+    EXPECT_EQ(WarningPolicy::level(zoom, Device::microphone, trust, false), WarningLevel::standard);
+}
+
+} // namespace
+} // namespace velmoran
