@@ -23,11 +23,11 @@ RC_GTEST_PROP(JsonOf, ConnectionRecordReadsBack, ()) {
 }
 
 RC_GTEST_PROP(JsonOf, UsageSessionReadsBack, ()) {
-    readsBack(*samples::session());
+    readsBack(*rc::gen::resize(20, samples::session()));
 }
 
 RC_GTEST_PROP(JsonOf, SystemSnapshotReadsBack, ()) {
-    readsBack(*samples::snapshot());
+    readsBack(*rc::gen::resize(20, samples::snapshot()));
 }
 
 /// Takes one required key out, or puts a value of another type under it.
@@ -50,11 +50,11 @@ RC_GTEST_PROP(JsonOf, AppIdentityNeedsItsRequiredKeys, ()) {
 }
 
 RC_GTEST_PROP(JsonOf, ConnectionRecordNeedsItsRequiredKeys, ()) {
-    needs(*samples::connection(), {"address", "port", "transport"});
+    needs(*rc::gen::resize(20, samples::connection()), {"address", "port", "transport"});
 }
 
 RC_GTEST_PROP(JsonOf, UsageSessionNeedsItsRequiredKeys, ()) {
-    needs(*samples::session(),
+    needs(*rc::gen::resize(8, samples::session()),
           {"id", "device", "app", "start", "connections", "observedFromStart"});
 }
 

@@ -87,7 +87,8 @@ RC_GTEST_PROP(TrustList, DoesWhatTwoDecisionsPerAppAndDeviceSay, ()) {
     const int count = *rc::gen::inRange(1, 40);
     for (int i = 0; i < count; ++i) {
         const auto user = *rc::gen::elementOf(apps);
-        const auto devices = *rc::gen::container<std::vector<Device>>(samples::device());
+        const auto devices =
+            *rc::gen::resize(8, rc::gen::container<std::vector<Device>>(samples::device()));
         const bool flag = *rc::gen::arbitrary<bool>();
         const int operation = *rc::gen::inRange(0, 3);
         const auto kind = trustKindOf(flag, *rc::gen::arbitrary<bool>());
@@ -117,10 +118,12 @@ RC_GTEST_PROP(TrustList, DoesWhatTwoDecisionsPerAppAndDeviceSay, ()) {
 
 RC_GTEST_PROP(TrustList, ListsEveryRuleOfADecisionOnceAndSorted, ()) {
     TrustList list;
-    for (const auto& user : *rc::gen::container<std::vector<AppIdentity>>(samples::identity())) {
+    for (const auto& user :
+         *rc::gen::resize(20, rc::gen::container<std::vector<AppIdentity>>(samples::identity()))) {
         list.set(*rc::gen::element(TrustKind::trusted, TrustKind::alwaysWarn,
                                    TrustKind::trustedAlwaysWarn),
-                 user, *rc::gen::container<std::vector<Device>>(samples::device()));
+                 user,
+                 *rc::gen::resize(8, rc::gen::container<std::vector<Device>>(samples::device())));
     }
     for (const auto kind :
          {TrustKind::trusted, TrustKind::alwaysWarn, TrustKind::trustedAlwaysWarn}) {
