@@ -1,0 +1,364 @@
+#include "system/linux/LinuxAppNames.h"
+
+#include "core/records/AppIdentity.h"
+#include "core/sessions/SystemProcessLinux.h"
+#include "core/text/Localizer.h"
+#include "system/linux/CgroupScope.h"
+#include "system/linux/FlatpakSandbox.h"
+#include "system/linux/ScriptArgument.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+
+namespace velmoran {
+
+namespace {
+
+constexpr int mostAncestors = 8;
+
+std::string fileName(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+bool isBelow(const std::string& path, const std::string& folder) {
+    return path.size() > folder.size() + 1 && path.starts_with(folder) &&
+           path[folder.size()] == '/';
+}
+
+bool startsIgnoringCase(const std::string& text, const std::string& start) {
+    return text.size() >= start.size() &&
+           std::equal(start.begin(), start.end(), text.begin(), [](char a, char b) {
+               return std::tolower(static_cast<unsigned char>(a)) ==
+                      std::tolower(static_cast<unsigned char>(b));
+           });
+}
+
+/// Programs that draw or play on behalf of the app that started them.
+bool worksForItsParent(const std::string& executable) {
+    constexpr std::array<std::string_view, 5> helpers{"WebKitWebProcess", "WebKitNetworkProcess",
+                                                      "WebKitGPUProcess", "QtWebEngineProcess",
+                                                      "xdg-dbus-proxy"};
+    return std::find(helpers.begin(), helpers.end(), fileName(executable)) != helpers.end();
+}
+
+} // namespace
+
+LinuxAppNames::LinuxAppNames(LinuxPlaces places)
+    : places_(std::move(places)),
+      proc_(places_.procRoot),
+      entries_(places_) {}
+
+AppRef LinuxAppNames::ofProcess(const AudioProcess& process) {
+    const auto known = pinned_.find(process.objectID);
+    return known != pinned_.end() ? known->second : identify(process.pid);
+}
+
+AppRef LinuxAppNames::ofBundleID(const std::string& bundleID) {
+    if (const auto known = seen_.find(bundleID); known != seen_.end()) {
+        return known->second;
+    }
+    const std::string unidentifiedStart = std::string(AppIdentity::unidentifiedID) + ':';
+    if (bundleID.starts_with(unidentifiedStart)) {
+        return unidentified(bundleID.substr(unidentifiedStart.size()));
+    }
+    if (bundleID.starts_with('/')) {
+        return nameFile(bundleID);
+    }
+    const std::lock_guard lock(mutex_);
+    entries_.refresh();
+    const auto* found = entries_.byID(bundleID);
+    if (found && found->isProtected) {
+        return AppRef{.name = found->entry.name,
+                      .bundleID = bundleID,
+                      .path =
+                          found->program.empty() ? std::nullopt : std::optional(found->program)};
+    }
+    return AppRef{.name = bundleID,
+                  .bundleID = bundleID.empty() ? std::nullopt : std::optional(bundleID),
+                  .path = {}};
+}
+
+AppRef LinuxAppNames::identify(pid_t pid) {
+    // The start before and after: else another process could have taken the id meanwhile.
+    const auto start = proc_.startTicks(pid);
+    if (!start) {
+        return unidentified(std::to_string(pid));
+    }
+    std::optional<AppRef> app;
+    {
+        const std::lock_guard lock(mutex_);
+        entries_.refresh();
+        app = nameFlatpak(pid);
+        const auto executable = app ? std::nullopt : proc_.executable(pid);
+        if (executable) {
+            app = nameSnap(pid, *executable);
+        }
+        if (executable && !app) {
+            app = nameExecutable(pid, *executable);
+        }
+    }
+    if (!app || proc_.startTicks(pid) != start) {
+        return unidentified(std::to_string(pid));
+    }
+    return remember(std::move(*app));
+}
+
+AppRef LinuxAppNames::unidentified(const std::string& key) {
+    return AppRef{.name = words().text("Unknown app"),
+                  .bundleID = std::string(AppIdentity::unidentifiedID) + ':' + key,
+                  .path = {}};
+}
+
+void LinuxAppNames::pin(std::uint32_t objectID, AppRef app) {
+    pinned_[objectID] = std::move(app);
+}
+
+void LinuxAppNames::unpin(std::uint32_t objectID) {
+    pinned_.erase(objectID);
+}
+
+std::optional<std::string> LinuxAppNames::iconName(const AppRef& app) {
+    const std::lock_guard lock(mutex_);
+    entries_.refresh();
+    if (app.bundleID) {
+        const auto* found = entries_.byID(*app.bundleID);
+        return found && found->isProtected ? found->entry.icon : std::nullopt;
+    }
+    if (!app.path) {
+        return std::nullopt;
+    }
+    for (const auto* found : entries_.byProgram(*app.path)) {
+        // Only if the name was believed as well.
+        if (found->entry.icon && found->entry.name == app.name) {
+            return found->entry.icon;
+        }
+    }
+    for (const auto& flatpak : places_.flatpaks) {
+        if (isBelow(*app.path, flatpak.path + "/app")) {
+            const auto* found = entries_.byFlatpak(fileName(*app.path));
+            return found ? found->entry.icon : std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<AppRef> LinuxAppNames::nameFlatpak(pid_t pid) {
+    const auto origin = flatpakOrigin(proc_, places_, pid);
+    if (!origin) {
+        return std::nullopt;
+    }
+    const bool isProtected = places_.protection.protects(origin->folder);
+    const auto* found = entries_.byFlatpak(origin->id);
+    const bool isNameBelieved =
+        found &&
+        (isProtected ? found->isProtected
+                     : !found->isProtected && !entries_.isProtectedName(found->entry.name));
+    return AppRef{.name = isNameBelieved ? found->entry.name : origin->id,
+                  .bundleID = isProtected ? std::optional(origin->id) : std::nullopt,
+                  .path = origin->folder};
+}
+
+std::optional<AppRef> LinuxAppNames::nameSnap(pid_t pid, const std::string& executable) {
+    for (const auto& root : places_.snapRoots) {
+        if (!isBelow(executable, root) || !places_.protection.protects(executable)) {
+            continue;
+        }
+        const auto end = executable.find('/', root.size() + 1);
+        if (end == std::string::npos) {
+            continue;
+        }
+        const std::string folder = executable.substr(0, end);
+        const std::string snap = fileName(folder);
+        const auto scope = parseCgroupScope(proc_.cgroupPaths(pid));
+        const bool isOfSnap = scope && scope->kind == CgroupScope::Kind::snap && scope->id == snap;
+        const auto* found = entries_.bySnap(snap, isOfSnap ? scope->app : std::string());
+        return AppRef{.name = found ? found->entry.name : snap,
+                      .bundleID = found ? std::optional(found->entry.id) : std::nullopt,
+                      .path = folder};
+    }
+    return std::nullopt;
+}
+
+AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable) {
+    // The system's own are themselves, whatever started them.
+    if (linuxSystemIdentifier(executable) && places_.protection.protects(executable)) {
+        const auto app = nameProgram(pid, executable);
+        return app ? *app : nameFile(executable);
+    }
+    if (isInterpreter(executable)) {
+        if (auto script = nameScript(pid, executable)) {
+            return *script;
+        }
+        return nameFile(executable);
+    }
+    if (auto app = nameProgram(pid, executable)) {
+        return *app;
+    }
+    if (auto app = nameHelper(pid, executable)) {
+        return *app;
+    }
+    if (places_.protection.protects(executable)) {
+        if (const auto entries = entries_.byFolderOf(executable); !entries.empty()) {
+            const auto& found = chosen(entries, pid);
+            return named(found, found.program);
+        }
+    }
+    return nameFile(executable);
+}
+
+std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& program) {
+    const auto entries = entries_.byProgram(program);
+    if (entries.empty()) {
+        return std::nullopt;
+    }
+    const auto& found = chosen(entries, pid);
+    // A program of root's is never renamed by an entry that isn't; nor does anything else take the
+    // name of one that is.
+    const bool isBelieved = found.isTrusted || (!places_.protection.protects(program) &&
+                                                !entries_.isProtectedName(found.entry.name));
+    if (!isBelieved) {
+        return nameFile(program);
+    }
+    return named(found, program);
+}
+
+std::optional<AppRef> LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter) {
+    const auto script = scriptPath(pid, interpreter);
+    if (!script) {
+        // A helper of the program that its parent runs in the same interpreter.
+        const auto parent = proc_.parent(pid).value_or(0);
+        if (interpreter.find("/electron") != std::string::npos &&
+            proc_.executable(parent) == interpreter) {
+            if (const auto its = scriptPath(parent, interpreter)) {
+                const auto app = nameProgram(parent, *its);
+                return app ? *app : nameFile(*its);
+            }
+        }
+        return std::nullopt;
+    }
+    const auto app = nameProgram(pid, *script);
+    return app ? *app : nameFile(*script);
+}
+
+std::optional<std::string> LinuxAppNames::scriptPath(pid_t pid,
+                                                     const std::string& interpreter) const {
+    auto script = scriptArgument(interpreter, proc_.commandLine(pid));
+    if (!script || script->empty() || script->find('\n') != std::string::npos) {
+        return std::nullopt;
+    }
+    const bool isDrive = script->size() > 2 && (*script)[1] == ':';
+    if (isDrive) {
+        std::replace(script->begin(), script->end(), '\\', '/');
+        const char drive =
+            static_cast<char>(std::tolower(static_cast<unsigned char>(script->front())));
+        auto prefix = proc_.environmentVariable(pid, "WINEPREFIX");
+        if (!prefix || prefix->empty()) {
+            prefix = proc_.environmentVariable(pid, "HOME").value_or("") + "/.wine";
+        }
+        // "Z:" is the whole file system by Wine's default.
+        script = (drive == 'z' ? std::string() : *prefix + "/drive_" + drive) + script->substr(2);
+    } else if (!script->starts_with('/')) {
+        const auto folder = proc_.workingDirectory(pid);
+        if (!folder) {
+            return std::nullopt;
+        }
+        script = *folder + '/' + *script;
+    }
+    // It must be the same file for the process as for this program.
+    struct stat ours {};
+    struct stat its {};
+    std::error_code error;
+    const auto real = std::filesystem::canonical(*script, error);
+    if (error || ::stat(script->c_str(), &ours) != 0 ||
+        ::stat((proc_.rootOf(pid) + *script).c_str(), &its) != 0 || ours.st_dev != its.st_dev ||
+        ours.st_ino != its.st_ino || !(S_ISREG(ours.st_mode) || S_ISDIR(ours.st_mode))) {
+        return std::nullopt;
+    }
+    // A command line is the process's own word: it can't make one of the system's own programs of
+    // it, nor what root installed of an interpreter that somebody else did.
+    const bool claimsTooMuch =
+        linuxSystemIdentifier(real.string()).has_value() ||
+        (places_.protection.protects(real) && !places_.protection.protects(interpreter));
+    return claimsTooMuch ? std::nullopt : std::optional(real.string());
+}
+
+std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& executable) {
+    const bool isProtected = places_.protection.protects(executable);
+    const bool worksForParent = isProtected && worksForItsParent(executable);
+    pid_t ancestor = pid;
+    for (int step = 0; step < mostAncestors; ++step) {
+        ancestor = proc_.parent(ancestor).value_or(0);
+        if (ancestor <= 1) {
+            break;
+        }
+        const auto program = proc_.executable(ancestor);
+        if (!program) {
+            break;
+        }
+        if (worksForParent) {
+            // Started through sandboxes and proxies; the first that is neither is the app.
+            if (isLauncher(*program) || worksForItsParent(*program)) {
+                continue;
+            }
+            return nameExecutable(ancestor, *program);
+        }
+        const auto folder = ownFolder(*program);
+        if (!folder || !isBelow(executable, *folder) ||
+            isProtected != places_.protection.protects(*program)) {
+            continue;
+        }
+        // A folder of the user's may hold anything; one named as its program is that program's.
+        const auto folderName = fileName(*folder);
+        if (!isProtected && !startsIgnoringCase(folderName, fileName(*program)) &&
+            !startsIgnoringCase(fileName(*program), folderName)) {
+            continue;
+        }
+        if (auto app = nameProgram(ancestor, *program)) {
+            return app;
+        }
+    }
+    return std::nullopt;
+}
+
+const DesktopEntries::Found&
+LinuxAppNames::chosen(const std::vector<const DesktopEntries::Found*>& entries, pid_t pid) const {
+    // Several apps may be one program called in different ways; the scope says which was meant.
+    if (entries.size() > 1) {
+        const auto scope = parseCgroupScope(proc_.cgroupPaths(pid));
+        for (const auto* found : entries) {
+            if (scope && scope->kind == CgroupScope::Kind::desktop &&
+                found->entry.id == scope->id && found->isTrusted == entries.front()->isTrusted) {
+                return *found;
+            }
+        }
+    }
+    return *entries.front();
+}
+
+AppRef LinuxAppNames::named(const DesktopEntries::Found& found, const std::string& path) const {
+    return AppRef{.name = found.entry.name,
+                  .bundleID = found.isTrusted ? std::optional(found.entry.id) : std::nullopt,
+                  .path = path};
+}
+
+AppRef LinuxAppNames::nameFile(const std::string& path) const {
+    return AppRef{.name = fileName(path), .bundleID = {}, .path = path};
+}
+
+AppRef LinuxAppNames::remember(AppRef app) {
+    const auto [known, isNew] = seen_.insert_or_assign(app.id(), app);
+    if (isNew) {
+        seenOrder_.push_back(known->first);
+        if (seenOrder_.size() > mostRemembered) {
+            seen_.erase(seenOrder_.front());
+            seenOrder_.pop_front();
+        }
+    }
+    return app;
+}
+
+} // namespace velmoran

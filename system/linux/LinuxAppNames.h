@@ -1,0 +1,76 @@
+// Which app a process is, told so that nobody can pass for another: by what the kernel says of the
+// file that it runs, never by its own words. Owned by the machine. All calls on the monitor's
+// thread, but for `iconName`, which any thread may make.
+//
+// An app's id is borrowed as easily as whoever grants it is fooled, so an id of a desktop entry is
+// given only where root stands behind both the entry and the program, a flatpak's only to a process
+// that runs files of its installation, a snap's by the snap's own folder. Everything else is known
+// by the path of its file. Entries that the user's programs could have written give a name and a
+// picture to programs in the user's folders, unless it is the name of one of root's.
+//
+// What remains: an interpreter's command line is the process's own word. A process that rewrites it
+// can pass for another script of the same interpreter; never for one of the system's own programs,
+// nor for one of root's if the interpreter isn't.
+#pragma once
+
+#include "system/Machine.h"
+#include "system/linux/DesktopEntries.h"
+#include "system/linux/LinuxPlaces.h"
+#include "system/linux/ProcFs.h"
+#include "system/linux/ProcessNaming.h"
+
+#include <deque>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+namespace velmoran {
+
+class LinuxAppNames final : public AppNames, public ProcessNaming {
+public:
+    explicit LinuxAppNames(LinuxPlaces places);
+
+    /// What was pinned under the process's object, or else who the process is now.
+    AppRef ofProcess(const AudioProcess& process) override;
+    /// The app that was seen under that id, or the installed one of that id, or the id as a name.
+    AppRef ofBundleID(const std::string& bundleID) override;
+
+    AppRef identify(pid_t pid) override;
+    AppRef unidentified(const std::string& key) override;
+    void pin(std::uint32_t objectID, AppRef app) override;
+    void unpin(std::uint32_t objectID) override;
+
+    /// The app's picture: a name of the icon theme or an absolute path.
+    std::optional<std::string> iconName(const AppRef& app);
+
+    /// How many ids are remembered; never above `mostRemembered`, the oldest go.
+    std::size_t remembered() const { return seen_.size(); }
+    std::size_t pinned() const { return pinned_.size(); }
+    int entryReadings() const { return entries_.readings(); }
+    static constexpr std::size_t mostRemembered = 2000;
+
+private:
+    std::optional<AppRef> nameFlatpak(pid_t pid);
+    std::optional<AppRef> nameSnap(pid_t pid, const std::string& executable);
+    std::optional<AppRef> nameScript(pid_t pid, const std::string& interpreter);
+    std::optional<AppRef> nameHelper(pid_t pid, const std::string& executable);
+    /// By an entry that starts exactly that file; nothing without one.
+    std::optional<AppRef> nameProgram(pid_t pid, const std::string& program);
+    AppRef nameFile(const std::string& path) const;
+    AppRef nameExecutable(pid_t pid, const std::string& executable);
+    AppRef named(const DesktopEntries::Found& found, const std::string& path) const;
+    const DesktopEntries::Found& chosen(const std::vector<const DesktopEntries::Found*>& entries,
+                                        pid_t pid) const;
+    std::optional<std::string> scriptPath(pid_t pid, const std::string& interpreter) const;
+    AppRef remember(AppRef app);
+
+    const LinuxPlaces places_;
+    const ProcFs proc_;
+    std::mutex mutex_; ///< around the entries
+    DesktopEntries entries_;
+    std::unordered_map<std::uint32_t, AppRef> pinned_;
+    std::unordered_map<std::string, AppRef> seen_;
+    std::deque<std::string> seenOrder_;
+};
+
+} // namespace velmoran
