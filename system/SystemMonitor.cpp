@@ -51,7 +51,13 @@ struct SystemMonitor::State : std::enable_shared_from_this<SystemMonitor::State>
             }
         });
         timer = readings.queue.every(pollInterval, [this] { refresh(); });
-        refresh();
+        // Behind what the attribution may have reported within its start: an app that is named from
+        // the first is no app that has just turned something on.
+        readings.queue.post([weak = weak_from_this()] {
+            if (const auto state = weak.lock()) {
+                state->refresh();
+            }
+        });
     }
 
     void listen(const ListenerAddress& address) {

@@ -94,12 +94,16 @@ struct FakeNames final : AppNames {
 
 struct FakeAttribution final : Attribution {
     std::function<void(const AttributionTable&)> receiver;
+    std::optional<AttributionTable> atStart; ///< reported within the start
     int starts = 0;
     int stops = 0;
 
     void start(std::function<void(const AttributionTable&)> given) override {
         receiver = std::move(given);
         ++starts;
+        if (atStart) {
+            receiver(*atStart);
+        }
     }
     void stop() override { ++stops; }
 };

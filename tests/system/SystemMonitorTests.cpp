@@ -154,6 +154,14 @@ TEST_F(SystemMonitorTest, TakesEachAttributionReportToItsQueue) {
     EXPECT_TRUE(seen.back().cameraApps.empty());
 }
 
+TEST_F(SystemMonitorTest, NamesInItsFirstSnapshotWhoIsReportedWithinTheStart) {
+    machine.cameras.deviceList = {{70, "Cam", true}};
+    machine.attribution.atStart = AttributionTable{{"cam", {"org.example.meet"}}};
+    start();
+    ASSERT_EQ(seen.size(), 1U);
+    ASSERT_EQ(seen.front().cameraApps.size(), 1U);
+}
+
 TEST_F(SystemMonitorTest, EndsItsTimerAndItsHandlerForGoodWhenStopped) {
     start();
     monitor.stop();
