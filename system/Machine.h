@@ -182,6 +182,9 @@ public:
     virtual CodeSignatures& signatures() = 0;
     virtual OutputDevices& outputs() = 0;
     virtual Sounds& sounds() = 0;
+    /// The picture of an app: a name of the desktop's icon theme or an absolute path. Nothing if
+    /// the platform draws it from the app's path, or there is none. Any thread.
+    virtual std::optional<std::string> iconName(const AppRef&) { return std::nullopt; }
 };
 
 } // namespace velmoran

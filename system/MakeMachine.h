@@ -17,11 +17,8 @@ struct MachineOptions {
 };
 
 /// Starts reading at once, on a thread of its own; nothing is reported before the snapshots are
-/// started. Throws std::system_error if the system can't give it what it needs to run at all.
+/// started. Throws an exception derived from std::runtime_error if the system can't give it what it
+/// needs to run at all; a sound server isn't among that.
 std::unique_ptr<Machine> makeMachine(MachineOptions options = {});
-
-/// What there is to hear and see with, in words for a person who starts the program where no sound
-/// server answers; empty if one does.
-std::string soundServerProblem();
 
 } // namespace velmoran
