@@ -82,6 +82,8 @@ public:
     /// Deletes everything but what is going on right now.
     void deleteHistory();
 
+    /// What a reading of this run has named under that id; nothing if none has.
+    std::optional<AppIdentity> seenApp(const std::string& id) const;
     StatusIconState statusIconState() const;
     /// Open sessions of a device, the earliest start first.
     std::vector<UsageSession> sessions(Device device) const;

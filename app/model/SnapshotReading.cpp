@@ -32,6 +32,11 @@ AppIdentity AppModel::identity(const AppRef& ref) {
     return identities_.emplace(app.id, std::move(app)).first->second;
 }
 
+std::optional<AppIdentity> AppModel::seenApp(const std::string& id) const {
+    const auto found = identities_.find(id);
+    return found == identities_.end() ? std::nullopt : std::optional(found->second);
+}
+
 std::vector<AppIdentity> AppModel::identities(const std::vector<AppRef>& refs) {
     std::vector<AppIdentity> apps;
     apps.reserve(refs.size());

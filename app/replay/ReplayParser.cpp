@@ -27,15 +27,21 @@ std::string printable(const std::string& text) {
     return Json::parse(written).get<std::string>() + (text.size() > longest ? "…" : "");
 }
 
+/// The library's message without "[json.exception.type_error.302] ".
+std::string withoutCode(const nlohmann::json::exception& error) {
+    const std::string text = error.what();
+    const auto bracket = text.find("] ");
+    return bracket == std::string::npos ? text : text.substr(bracket + 2);
+}
+
 std::string notJson(const nlohmann::json::exception& error) {
-    std::string text = error.what();
+    const std::string text = error.what();
     // "[json.exception.parse_error.101] parse error at line 1, column 5: what is wrong": the line
     // is always the first of the one that was given.
     const auto column = text.find("column ");
     const auto colon = column == std::string::npos ? column : text.find(": ", column);
     if (colon == std::string::npos) {
-        const auto bracket = text.find("] ");
-        return "not JSON: " + (bracket == std::string::npos ? text : text.substr(bracket + 2));
+        return "not JSON: " + withoutCode(error);
     }
     return "not JSON, " + text.substr(column, colon - column) + ": " + text.substr(colon + 2);
 }
@@ -92,8 +98,8 @@ Record record(const Json& json, const std::string& what) {
         return result;
     } catch (const DecodingError& error) {
         throw DecodingError("\"" + what + "\": " + error.what());
-    } catch (const nlohmann::json::exception&) {
-        throw DecodingError("\"" + what + "\": a value has a wrong type");
+    } catch (const nlohmann::json::exception& error) {
+        throw DecodingError("\"" + what + "\": " + withoutCode(error));
     }
 }
 

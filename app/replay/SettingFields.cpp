@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <optional>
+#include <utility>
 
 namespace velmoran {
 
@@ -100,8 +101,11 @@ void checkField(const std::string& name, const Json& value) {
 
 Json allFields(const SettingsStore& settings) {
     Json result = Json::object();
-    visit(settings,
-          [&](const char* each, const auto& field) { result[each] = written(field.get()); });
+    visit(settings, [&](const char* each, const auto& field) {
+        if (auto value = written(field.get()); !value.is_null()) {
+            result[each] = std::move(value);
+        }
+    });
     return result;
 }
 

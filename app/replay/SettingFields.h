@@ -15,7 +15,7 @@ void setField(SettingsStore& settings, const std::string& name, const Json& valu
 /// The same checks without any settings to change.
 void checkField(const std::string& name, const Json& value);
 
-/// All fields in their order; absent ones are null.
+/// All fields in their order, absent ones left out.
 Json allFields(const SettingsStore& settings);
 
 } // namespace velmoran

@@ -203,7 +203,7 @@ TEST(ReplayParser, SaysWhatIsWrong) {
     EXPECT_EQ(errorOf(R"({"at": 1, "snapshot": {"camera": true}})"),
               "\"snapshot\": unknown key \"camera\"");
     EXPECT_EQ(errorOf(R"({"at": 1, "snapshot": {"cameraOn": 1}})"),
-              "\"snapshot\": a value has a wrong type");
+              "\"snapshot\": type must be boolean, but is number");
     EXPECT_EQ(errorOf(R"({"at": 1, "setting": {"name": "retentionDays", "value": "9"}})"),
               "\"retentionDays\" is not a number");
     EXPECT_TRUE(errorOf("{\"at\": }").starts_with("not JSON, column 8: ")) << errorOf("{\"at\": }");

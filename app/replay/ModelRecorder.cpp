@@ -1,0 +1,110 @@
+#include "app/replay/ModelRecorder.h"
+
+#include "app/replay/SettingFields.h"
+
+#include <unordered_set>
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+const char* name(StatusIconState state) {
+    switch (state) {
+    case StatusIconState::idle:
+        return "idle";
+    case StatusIconState::inUse:
+        return "inUse";
+    case StatusIconState::alert:
+        return "alert";
+    case StatusIconState::awayWatch:
+        break;
+    }
+    return "awayWatch";
+}
+} // namespace
+
+ModelRecorder::ModelRecorder(AppModel& model, std::function<Seconds()> at, ReplayWriter& writer)
+    : model_(model),
+      at_(std::move(at)),
+      writer_(writer) {
+    subscriptions_.push_back(
+        model_.onSessionEvent.subscribe([this](const SessionEvent& event) { told(event); }));
+    subscriptions_.push_back(model_.notices.onShown.subscribe([this](const NoticeItem& item) {
+        writer_.write(at_(), "notice", {{"notice", writer_.notice(item)}});
+    }));
+    subscriptions_.push_back(model_.notices.onDismissed.subscribe([this](const NoticeItem& item) {
+        writer_.write(at_(), "dismissed",
+                      {{"id", writer_.noticeID(item.id)}, {"title", item.title}});
+        writer_.forgetNotice(item.id);
+    }));
+    subscriptions_.push_back(model_.historyUnavailable.subscribe([this](bool unavailable) {
+        if (unavailable) {
+            writer_.write(at_(), "historyUnavailable");
+        }
+    }));
+    subscriptions_.push_back(model_.onChange.subscribe([this] { lookAtIcon(); }));
+    lookAtIcon();
+}
+
+void ModelRecorder::soundPlayed() {
+    writer_.write(at_(), "sound");
+}
+
+void ModelRecorder::told(const SessionEvent& event) {
+    writer_.write(at_(), eventName(event.kind), {{"session", writer_.session(event.session)}});
+    forgetOldNames();
+}
+
+void ModelRecorder::lookAtIcon() {
+    const auto state = model_.statusIconState();
+    if (icon_ != state) {
+        icon_ = state;
+        writer_.write(at_(), "icon", {{"state", name(state)}});
+    }
+}
+
+// Now and then, so that a long run remembers as much as the history keeps and no more.
+void ModelRecorder::forgetOldNames() {
+    const auto& history = *model_.historySessions;
+    if (writer_.knownSessions() < 2 * (history.size() + model_.openSessions->size()) + 1000) {
+        return;
+    }
+    std::unordered_set<Uuid> ids;
+    for (std::size_t i = 0; i < history.size(); ++i) {
+        ids.insert(history[i].id);
+    }
+    for (const auto& session : *model_.openSessions) {
+        ids.insert(session.id);
+    }
+    writer_.keepOnlySessions(ids);
+}
+
+bool ModelRecorder::show(const std::string& word) {
+    Json value = Json::array();
+    if (word == "openSessions") {
+        for (const auto& session : *model_.openSessions) {
+            value.push_back(writer_.session(session));
+        }
+    } else if (word == "history") {
+        const auto& history = *model_.historySessions;
+        for (std::size_t i = 0; i < history.size(); ++i) {
+            value.push_back(writer_.session(history[i]));
+        }
+    } else if (word == "trust") {
+        value = *model_.trust;
+    } else if (word == "notices") {
+        for (const auto& item : model_.notices.items()) {
+            value.push_back(writer_.notice(item));
+        }
+    } else if (word == "icon") {
+        value = name(model_.statusIconState());
+    } else if (word == "settings") {
+        value = allFields(model_.settings);
+    } else {
+        return false;
+    }
+    writer_.write(at_(), word, {{"value", std::move(value)}});
+    return true;
+}
+
+} // namespace velmoran

@@ -1,0 +1,38 @@
+// Listens to one model, from before its start to its end, and writes a line for each thing that it
+// tells. Owned by whoever owns the model, and gone before it; main thread.
+#pragma once
+
+#include "app/model/AppModel.h"
+#include "app/replay/ReplayWriter.h"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace velmoran {
+
+class ModelRecorder {
+public:
+    /// `at` says the time that a line gets. Writes the state of the status icon, once. All three
+    /// outlive this.
+    ModelRecorder(AppModel& model, std::function<Seconds()> at, ReplayWriter& writer);
+
+    /// The warning sound was played: the machine tells that, not the model.
+    void soundPlayed();
+    /// A line with what the model holds under one of the words "openSessions", "history", "trust",
+    /// "notices", "icon" and "settings". False for any other word.
+    bool show(const std::string& word);
+
+private:
+    void told(const SessionEvent& event);
+    void lookAtIcon();
+    void forgetOldNames();
+
+    AppModel& model_;
+    std::function<Seconds()> at_;
+    ReplayWriter& writer_;
+    std::optional<StatusIconState> icon_;
+    std::vector<Subscription> subscriptions_;
+};
+
+} // namespace velmoran

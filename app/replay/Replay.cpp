@@ -1,0 +1,101 @@
+#include "app/replay/Replay.h"
+
+#include "app/replay/ReplayReader.h"
+
+#include <optional>
+#include <utility>
+
+namespace velmoran {
+
+Replay::Replay(const ReplayBeginning& beginning, Sink sink, const Translations& translations)
+    : time_(beginning.time),
+      stage_(beginning),
+      writer_(std::move(sink)) {
+    const auto catalogues = translations
+                                ? translations(beginning.locale, beginning.machine.platform)
+                                : std::vector<Catalogue>();
+    setWords(Localizer(beginning.locale, beginning.timeZone, catalogues));
+    stage_.machine.onSound = [this] {
+        if (recorder_) {
+            recorder_->soundPlayed();
+        }
+    };
+}
+
+Replay::~Replay() {
+    leave();
+}
+
+void Replay::perform(const ReplayAction& action) {
+    const bool isLaunch = std::holds_alternative<replay::Launch>(action.doing);
+    if (!std::exchange(begun_, true) && !isLaunch) {
+        launch();
+    }
+    time_.advanceTo(action.at);
+    if (isLaunch) {
+        if (model_) {
+            throw ReplayStop(ReplayStop::wrong, "\"launch\" while the program is running");
+        }
+        launch();
+    } else if (std::holds_alternative<replay::ChangeMachine>(action.doing) && !model_) {
+        stage_.machine.script.apply(std::get<replay::ChangeMachine>(action.doing).keys);
+    } else if (!std::holds_alternative<replay::Wait>(action.doing)) {
+        if (!model_) {
+            throw ReplayStop(ReplayStop::wrong,
+                             "the program isn't running; \"launch\" comes first");
+        }
+        if (const auto* end = std::get_if<replay::Leave>(&action.doing)) {
+            if (!end->crash) {
+                model_->stopMonitor();
+            }
+            leave();
+        } else if (const auto* show = std::get_if<replay::Show>(&action.doing)) {
+            recorder_->show(show->word);
+        } else {
+            stage_.perform(action.doing, *model_);
+        }
+    }
+    time_.runPosted();
+}
+
+void Replay::launch() {
+    stage_.machine.restart();
+    model_ = std::make_unique<AppModel>(stage_.surroundings(time_, time_));
+    recorder_ = std::make_unique<ModelRecorder>(
+        *model_, [this] { return time_.elapsed(); }, writer_);
+    model_->start();
+    time_.runPosted();
+}
+
+void Replay::leave() {
+    recorder_.reset();
+    model_.reset();
+    writer_.forgetAllNotices();
+    time_.runPosted();
+}
+
+int runReplay(std::istream& input, const std::string& name, const Replay::Sink& sink,
+              std::ostream& errors, const Translations& translations) {
+    ReplayReader reader(input);
+    std::optional<Replay> replay;
+    try {
+        while (const auto line = reader.next()) {
+            if (!replay) {
+                const auto* beginning = std::get_if<ReplayBeginning>(&*line);
+                replay.emplace(beginning ? *beginning : ReplayBeginning(), sink, translations);
+            }
+            if (const auto* action = std::get_if<ReplayAction>(&*line)) {
+                replay->perform(*action);
+            }
+        }
+        return 0;
+    } catch (const ReplayError& error) {
+        errors << name << ':' << error.line() << ": " << error.what() << '\n';
+        return ReplayStop::wrong;
+    } catch (const ReplayStop& stop) {
+        errors << name << ':' << reader.lineNumber() << ": " << stop.what() << '\n';
+        return stop.status();
+    }
+}
+
+} // namespace velmoran

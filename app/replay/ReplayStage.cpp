@@ -1,0 +1,142 @@
+#include "app/replay/ReplayStage.h"
+
+#include "app/replay/SettingFields.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace velmoran {
+
+namespace {
+
+std::optional<AppIdentity> appThatWasSeen(const AppModel& model, const std::string& id) {
+    if (const auto app = model.seenApp(id)) {
+        return app;
+    }
+    for (const auto& session : *model.openSessions) {
+        if (session.app.id == id) {
+            return session.app;
+        }
+    }
+    const auto& history = *model.historySessions;
+    for (std::size_t i = 0; i < history.size(); ++i) {
+        if (history[i].app.id == id) {
+            return history[i].app;
+        }
+    }
+    for (const auto& rule : model.trust->rules()) {
+        if (rule.app.id == id) {
+            return rule.app;
+        }
+    }
+    return std::nullopt;
+}
+
+struct Performer {
+    ReplayStage& stage;
+    AppModel& model;
+
+    void operator()(const replay::Snapshot& action) const {
+        stage.machine.currentOutput = action.reading.output;
+        stage.machine.snapshots().deliver(action.reading);
+    }
+
+    /// As the settings screen changes a field, with what that screen does then.
+    void operator()(const replay::Setting& action) const {
+        setField(model.settings, action.name, action.value);
+        if (action.name == "monitorSpeakerUse" || action.name == "ignoreSystemListening") {
+            model.syncSessions();
+            model.onChange();
+        } else if (action.name == "retentionDays") {
+            model.pruneHistory();
+        }
+    }
+
+    void operator()(const replay::ChangeMachine& action) const {
+        stage.machine.script.apply(action.keys);
+    }
+
+    void operator()(const replay::Press& action) const {
+        bool hasCard = false;
+        const auto items = model.notices.items();
+        for (const auto& item : items) {
+            if (item.title != action.notice) {
+                continue;
+            }
+            hasCard = true;
+            if (action.button == "Close") {
+                model.notices.close(item.id);
+                return;
+            }
+            const auto button =
+                std::find_if(item.buttons.begin(), item.buttons.end(),
+                             [&](const NoticeButton& each) { return each.title == action.button; });
+            if (button != item.buttons.end()) {
+                model.notices.press(item.id, button->id);
+                return;
+            }
+        }
+        throw ReplayStop(ReplayStop::absent,
+                         hasCard ? "the card \"" + action.notice + "\" has no button \"" +
+                                       action.button + "\""
+                                 : "no card \"" + action.notice + "\" is on screen");
+    }
+
+    void operator()(const replay::Decide& action) const {
+        const auto app = appThatWasSeen(model, action.app);
+        if (!app) {
+            throw ReplayStop(ReplayStop::wrong,
+                             "no app with the id \"" + action.app + "\" has been seen");
+        }
+        if (action.alwaysWarn) {
+            model.setAlwaysWarn(action.value, *app, action.devices);
+        } else {
+            model.setTrusted(action.value, *app, action.devices);
+        }
+    }
+
+    void operator()(const replay::DeleteHistory&) const { model.deleteHistory(); }
+
+    void operator()(const replay::NotBuilt& action) const {
+        throw ReplayStop(ReplayStop::notBuilt,
+                         "\"" + action.action + "\" isn't available in this version");
+    }
+
+    void operator()(const replay::Wait&) const {}
+    void operator()(const replay::Launch&) const {}
+    void operator()(const replay::Leave&) const {}
+    void operator()(const replay::Show&) const {}
+};
+
+} // namespace
+
+ReplayStage::ReplayStage(const ReplayBeginning& beginning) : machine(beginning.machine) {
+    SettingsStore fields(settings);
+    for (const auto& item : beginning.settings.items()) {
+        setField(fields, item.key(), item.value());
+    }
+    if (beginning.trust) {
+        fields.trustRulesData.set(encode(*beginning.trust));
+    }
+    if (!beginning.historyFails) {
+        history_ = std::make_shared<HistoryStore>(std::nullopt);
+        for (const auto& session : beginning.history) {
+            history_->saveSession(session);
+        }
+    }
+}
+
+ModelSurroundings ReplayStage::surroundings(const Clock& clock, Scheduler& scheduler) {
+    return {machine, clock, scheduler, settings, [this] {
+                if (!history_) {
+                    throw std::runtime_error("the recording says that it can't be opened");
+                }
+                return history_;
+            }};
+}
+
+void ReplayStage::perform(const replay::Doing& doing, AppModel& model) {
+    std::visit(Performer{*this, model}, doing);
+}
+
+} // namespace velmoran

@@ -1,0 +1,51 @@
+// The world that a recording is played in: a scripted machine, settings and a history, which stay
+// when the program in it ends and starts again. Time is not part of it: a replay brings a virtual
+// clock, the demo a real one. Owned by whoever plays the recording; one thread.
+#pragma once
+
+#include "app/model/AppModel.h"
+#include "app/model/MemorySettings.h"
+#include "app/replay/ReplayAction.h"
+#include "core/history/HistoryStore.h"
+#include "system/scripted/ScriptedMachine.h"
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace velmoran {
+
+/// The recording can't go on, though its lines can be read.
+class ReplayStop : public std::runtime_error {
+public:
+    ReplayStop(int status, const std::string& what) : std::runtime_error(what), status_(status) {}
+    int status() const { return status_; } ///< the exit status that the format gives it
+
+    static constexpr int wrong = 2;    ///< the line asks for what can't be
+    static constexpr int absent = 3;   ///< no such card or button
+    static constexpr int notBuilt = 4; ///< needs a part of the program that doesn't exist yet
+
+private:
+    int status_;
+};
+
+class ReplayStage {
+public:
+    explicit ReplayStage(const ReplayBeginning& beginning);
+
+    ScriptedMachine machine;
+    MemorySettings settings;
+
+    /// What a model on this stage stands on.
+    ModelSurroundings surroundings(const Clock& clock, Scheduler& scheduler);
+
+    /// Does what an action does to a running model, or to the machine. What the model puts off
+    /// until the present work is done is left to its scheduler. Throws ReplayStop. Beginnings and
+    /// ends of the process, and what is to be shown, are the player's business.
+    void perform(const replay::Doing& doing, AppModel& model);
+
+private:
+    std::shared_ptr<HistoryStore> history_; ///< none if it can't be opened
+};
+
+} // namespace velmoran

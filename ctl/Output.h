@@ -1,0 +1,25 @@
+// Standard output, line by line: what was written is on its way at once, and a reader that has gone
+// is noticed. One per process; main thread.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace velmoran {
+
+class Output {
+public:
+    /// `onGone` is called once, when nobody reads any more; later lines are dropped.
+    explicit Output(std::function<void()> onGone = {}) : onGone_(std::move(onGone)) {}
+
+    /// Adds the end of the line.
+    void write(const std::string& line);
+    /// Whether all lines so far went out.
+    bool isOpen() const { return open_; }
+
+private:
+    std::function<void()> onGone_;
+    bool open_ = true;
+};
+
+} // namespace velmoran
