@@ -108,25 +108,27 @@ std::vector<std::uint32_t> XServer::visibleWindows(const std::string& windowClas
     return result;
 }
 
+bool XServer::isEmbedded(std::uint32_t window) const {
+    const auto cookie =
+        xcb_get_property(connection_, 0, window, atom("_XEMBED_INFO"), XCB_ATOM_ANY, 0, 2);
+    const Reply<xcb_get_property_reply_t> reply(
+        xcb_get_property_reply(connection_, cookie, nullptr));
+    return reply && reply->value_len >= 2;
+}
+
 int XServer::dockedIcons() const {
-    // A docked icon is reparented into the tray's window, so it can't be found by the owner's
-    // selection window alone: count windows with _XEMBED_INFO that can be seen.
+    // A docked icon stands below the tray's own window, so never right below the root.
     if (root_ == 0) {
         return 0;
     }
-    const auto embedding = atom("_XEMBED_INFO");
     int count = 0;
-    std::vector<std::uint32_t> open{root_};
+    std::vector<std::uint32_t> open = childrenOf(root_);
     while (!open.empty()) {
         const auto window = open.back();
         open.pop_back();
         for (const auto below : childrenOf(window)) {
             open.push_back(below);
-            const auto cookie =
-                xcb_get_property(connection_, 0, below, embedding, XCB_ATOM_ANY, 0, 2);
-            const Reply<xcb_get_property_reply_t> reply(
-                xcb_get_property_reply(connection_, cookie, nullptr));
-            if (reply && reply->value_len >= 2 && window != root_ && canBeSeen(below)) {
+            if (isEmbedded(below) && canBeSeen(below)) {
                 ++count;
             }
         }

@@ -26,6 +26,8 @@ public:
     [[nodiscard]] std::vector<std::uint32_t> visibleWindows(const std::string& windowClass) const;
     /// Windows that have put themselves into the tray.
     [[nodiscard]] int dockedIcons() const;
+    /// Whether the window lets itself be embedded, as a tray icon does.
+    [[nodiscard]] bool isEmbedded(std::uint32_t window) const;
     [[nodiscard]] xcb_connection_t* connection() const { return connection_; }
     [[nodiscard]] std::uint32_t root() const { return root_; }
     /// WM_CLASS as "instance class", lower case; empty if it has none.
