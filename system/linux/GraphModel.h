@@ -110,6 +110,8 @@ public:
     std::optional<GraphSerial> clientWithID(std::uint32_t id) const;
     std::size_t size() const { return objects_.size(); }
 
+    /// Whether `uses` would be worked out anew.
+    bool isStale() const { return isStale_; }
     /// Worked out anew only after a change that can matter; the reference lasts until the next.
     const GraphUses& uses();
 

@@ -1,0 +1,351 @@
+#include "system/linux/ClientIdentity.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+
+using Ends = std::vector<std::uint64_t>;
+
+bool contains(const Ends& ends, std::uint64_t end) {
+    return std::find(ends.begin(), ends.end(), end) != ends.end();
+}
+
+Ends common(const Ends& ends, const Ends& others) {
+    Ends both;
+    std::copy_if(ends.begin(), ends.end(), std::back_inserter(both),
+                 [&](auto end) { return contains(others, end); });
+    return both;
+}
+
+} // namespace
+
+ClientIdentity::ClientIdentity(ConnectionFacts& facts, ProcessNaming& naming,
+                               std::string nativeSocket)
+    : facts_(facts),
+      naming_(naming),
+      nativeSocket_(std::move(nativeSocket)) {}
+
+ClientIdentity::Who ClientIdentity::cannotTell(GraphSerial client) const {
+    return {naming_.unidentified("client-" + std::to_string(client)), 0};
+}
+
+bool ClientIdentity::isNative(const UnixConnection& connection) const {
+    return connection.name == nativeSocket_ || connection.name == nativeSocket_ + "-manager";
+}
+
+Ends ClientIdentity::nativeEnds() const {
+    Ends ends;
+    for (const auto& connection : facts_.connections()) {
+        if (isNative(connection)) {
+            ends.push_back(connection.clientEnd);
+        }
+    }
+    return ends;
+}
+
+Ends ClientIdentity::servedEnds(pid_t server) const {
+    const auto held = facts_.socketsOf(server);
+    Ends ends;
+    for (const auto& connection : facts_.connections()) {
+        if (!isNative(connection) && contains(held, connection.serverEnd)) {
+            ends.push_back(connection.clientEnd);
+        }
+    }
+    return ends;
+}
+
+bool ClientIdentity::isClaimed(std::uint64_t connection) const {
+    return std::any_of(entries_.begin(), entries_.end(),
+                       [&](const auto& other) { return other.second.connection == connection; });
+}
+
+Ends ClientIdentity::unclaimedOf(Ends ends) const {
+    std::erase_if(ends, [this](auto end) { return isClaimed(end); });
+    return ends;
+}
+
+std::optional<ClientIdentity::Who> ClientIdentity::soleHolder(const Ends& ends,
+                                                              pid_t preferred) const {
+    std::optional<Who> sole;
+    for (const auto& [end, holders] : facts_.holdersOf(ends)) {
+        if (holders.empty()) {
+            return std::nullopt; // somebody who can't be seen
+        }
+        for (const auto pid : holders) {
+            auto app = naming_.identify(pid);
+            if (!sole) {
+                sole = Who{std::move(app), pid};
+            } else if (sole->app.id() != app.id()) {
+                return std::nullopt;
+            } else if (pid == preferred) {
+                sole->pid = pid;
+            }
+        }
+    }
+    return sole;
+}
+
+void ClientIdentity::appeared(GraphSerial client, std::optional<pid_t> connectedPid, bool isNew) {
+    auto& entry = entries_[client];
+    entry = {};
+    entry.connectedPid = connectedPid.value_or(0);
+    entry.who = cannotTell(client);
+    if (entry.connectedPid <= 0) {
+        return;
+    }
+    entry.isServed = facts_.isSoundServer(entry.connectedPid);
+    if (!entry.isServed) {
+        entry.who = {naming_.identify(entry.connectedPid), entry.connectedPid};
+        entry.isKnown = true;
+        if (isNew) {
+            claimNative(entry);
+        }
+    } else if (isNew) {
+        claimServed(entry);
+    }
+}
+
+void ClientIdentity::described(GraphSerial client, std::optional<pid_t> claimedPid,
+                               bool saysPulse) {
+    const auto found = entries_.find(client);
+    if (found == entries_.end()) {
+        return;
+    }
+    auto& entry = found->second;
+    const bool isFirst = !entry.isDescribed;
+    entry.isDescribed = true;
+    // The first word counts: nobody may change his mind once he has been looked up.
+    if (isFirst) {
+        entry.claimedPid = claimedPid;
+        entry.saysPulse = saysPulse;
+        if (entry.isServed && !entry.isKnown) {
+            resolveServed(client, entry);
+        }
+        if (entry.isServed) {
+            retryUnknown();
+        }
+    }
+}
+
+void ClientIdentity::opened(GraphSerial client) {
+    const auto found = entries_.find(client);
+    if (found == entries_.end() || found->second.isOpened) {
+        return;
+    }
+    auto& entry = found->second;
+    if (entry.connectedPid > 0) {
+        if (!entry.isServed) {
+            confirmNative(client, entry);
+        } else {
+            if (!entry.isKnown) {
+                resolveServed(client, entry);
+            }
+            confirmServed(client, entry);
+        }
+    }
+    // From now on a use can be told of under this name, so it stays.
+    entry.isOpened = true;
+}
+
+void ClientIdentity::left(GraphSerial client) {
+    entries_.erase(client);
+}
+
+ClientIdentity::Who ClientIdentity::who(GraphSerial client) const {
+    const auto found = entries_.find(client);
+    return found == entries_.end() ? cannotTell(client) : found->second.who;
+}
+
+bool ClientIdentity::isReady(GraphSerial client) const {
+    const auto found = entries_.find(client);
+    return found == entries_.end() || !found->second.isServed || found->second.isDescribed;
+}
+
+void ClientIdentity::claimNative(Entry& entry) const {
+    // Certain only if there is one connection left over and no earlier client of that process of
+    // which isn't known which connection it has.
+    const bool hasUncertain = std::any_of(entries_.begin(), entries_.end(), [&](const auto& other) {
+        return &other.second != &entry && other.second.connection == 0 &&
+               other.second.connectedPid == entry.connectedPid;
+    });
+    if (hasUncertain) {
+        return;
+    }
+    const auto left = unclaimedOf(common(nativeEnds(), facts_.socketsOf(entry.connectedPid)));
+    if (left.size() == 1) {
+        entry.connection = left.front();
+    }
+}
+
+void ClientIdentity::claimServed(Entry& entry) const {
+    // If one connection alone is nobody's yet, and no other client is without one, it is this
+    // client's, whatever it will say; known before it has said anything, and before it can be gone.
+    const auto open = unclaimedOf(servedEnds(entry.connectedPid));
+    entry.hadConnection = !open.empty();
+    const bool hasUncertain = std::any_of(entries_.begin(), entries_.end(), [&](const auto& other) {
+        return &other.second != &entry && other.second.isServed && !other.second.isKnown;
+    });
+    if (open.size() != 1 || hasUncertain) {
+        return;
+    }
+    if (auto sole = soleHolder(open, 0)) {
+        entry.connection = open.front();
+        entry.isSure = true;
+        entry.who = std::move(*sole);
+        entry.isKnown = true;
+    }
+}
+
+void ClientIdentity::confirmNative(GraphSerial client, Entry& entry) const {
+    const auto all = nativeEnds();
+    Ends candidates;
+    if (entry.connection != 0) {
+        if (!contains(all, entry.connection)) {
+            return; // already hung up: nobody else can have it any more
+        }
+        candidates = {entry.connection};
+    } else {
+        if (all.empty() || !facts_.isReadable(entry.connectedPid)) {
+            return; // the kernel doesn't say more than who connected
+        }
+        const auto open = unclaimedOf(all);
+        candidates = common(open, facts_.socketsOf(entry.connectedPid));
+        const auto wanted = std::count_if(entries_.begin(), entries_.end(), [&](const auto& other) {
+            return other.second.connection == 0 && !other.second.isServed &&
+                   other.second.connectedPid == entry.connectedPid;
+        });
+        if (candidates.size() < static_cast<std::size_t>(wanted)) {
+            // Some of its connections are elsewhere by now: with anybody who holds more of them
+            // than clients were announced for him.
+            std::map<pid_t, std::pair<Ends, std::ptrdiff_t>> others;
+            for (const auto& [end, holders] : facts_.holdersOf(open)) {
+                for (const auto pid : holders) {
+                    others[pid].first.push_back(end);
+                }
+                if (holders.empty()) {
+                    candidates.push_back(end);
+                }
+            }
+            for (const auto& [serial, other] : entries_) {
+                if (other.connection == 0 || other.isServed) {
+                    ++others[other.connectedPid].second;
+                }
+            }
+            for (const auto& [pid, holding] : others) {
+                if (std::ssize(holding.first) > holding.second) {
+                    for (const auto end : holding.first) {
+                        if (!contains(candidates, end)) {
+                            candidates.push_back(end);
+                        }
+                    }
+                }
+            }
+        }
+        if (candidates.empty()) {
+            return;
+        }
+    }
+    const auto sole = soleHolder(candidates, entry.connectedPid);
+    entry.who = sole ? *sole : cannotTell(client);
+}
+
+void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
+    const auto ends = servedEnds(entry.connectedPid);
+    for (auto& [serial, other] : entries_) {
+        if (other.isServed && other.connectedPid == entry.connectedPid &&
+            !contains(ends, other.connection)) {
+            other.connection = 0; // hung up; the number may be given out again
+        }
+    }
+    const auto open = unclaimedOf(ends);
+    if (!entry.saysPulse && entry.claimedPid == entry.connectedPid) {
+        // A module that the server itself has loaded has no connection behind it. If anybody's is
+        // left over it may just as well be a client that says so.
+        if (open.empty() && !entry.hadConnection) {
+            entry.who = {naming_.identify(entry.connectedPid), entry.connectedPid};
+            entry.isKnown = true;
+        }
+        return;
+    }
+    if (open.empty()) {
+        return;
+    }
+    const auto claim = entry.claimedPid.value_or(0);
+    Ends own = claim > 0 ? common(open, facts_.socketsOf(claim)) : Ends();
+    pid_t pid = claim;
+    if (own.empty() && claim > 0) {
+        // Inside a sandbox a process goes by another number.
+        for (const auto& [end, holders] : facts_.holdersOf(open)) {
+            for (const auto holder : holders) {
+                if (facts_.innerPid(holder) == claim && holder != claim) {
+                    pid = own.empty() || pid == holder ? holder : 0;
+                    own.push_back(end);
+                }
+            }
+        }
+        if (pid == 0) {
+            own.clear();
+        }
+    }
+    if (!own.empty()) {
+        entry.connection = own.front();
+        entry.isSure = own.size() == open.size();
+        entry.who = {naming_.identify(pid), pid};
+        entry.isKnown = true;
+        if (open.size() == 1) {
+            for (auto& [serial, other] : entries_) {
+                other.isSure = true; // everybody's claim has come true
+            }
+        }
+        return;
+    }
+    // Two clients say that they are this process, and it has one connection. If the first was
+    // believed while the second was on its way, either may be the liar.
+    for (auto& [serial, other] : entries_) {
+        if (&other != &entry && other.isServed && !other.isSure && other.connection != 0 &&
+            claim > 0 && other.claimedPid == claim) {
+            other.who = cannotTell(serial);
+            other.isKnown = false;
+            return;
+        }
+    }
+    if (const auto sole = soleHolder(open, 0)) {
+        entry.connection = open.size() == 1 ? open.front() : 0;
+        entry.isSure = true;
+        entry.who = *sole;
+        entry.isKnown = true;
+    } else if (open.size() == 1 && claim > 0 && !facts_.isReadable(claim) &&
+               facts_.holdersOf(open).at(open.front()).empty()) {
+        // Nobody is seen to hold it, and the process that is claimed can't be looked at.
+        entry.connection = open.front();
+        auto app = naming_.identify(claim);
+        entry.who = app.bundleID && app.bundleID->starts_with("unidentified:")
+                        ? Who{std::move(app), 0}
+                        : cannotTell(client);
+    }
+}
+
+void ClientIdentity::confirmServed(GraphSerial client, Entry& entry) const {
+    if (!entry.isKnown || entry.connection == 0) {
+        return;
+    }
+    if (!contains(servedEnds(entry.connectedPid), entry.connection)) {
+        return; // already hung up
+    }
+    const auto sole = soleHolder({entry.connection}, entry.who.pid);
+    entry.who = sole ? *sole : cannotTell(client);
+}
+
+void ClientIdentity::retryUnknown() {
+    for (auto& [serial, entry] : entries_) {
+        if (entry.isServed && entry.isDescribed && !entry.isKnown && !entry.isOpened &&
+            entry.connection == 0) {
+            resolveServed(serial, entry);
+        }
+    }
+}
+
+} // namespace velmoran

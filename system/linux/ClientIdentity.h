@@ -1,0 +1,90 @@
+// Whose a client of the sound server is, by what the kernel says of its connection and never by
+// what it says itself. A client's own word for its process is only a hint at which connection is
+// its own: it is believed if that process holds a connection that no other client has. Where it
+// can't be known, the client is an app that can't be named. Owned by the graph's reader; monitor's
+// thread.
+#pragma once
+
+#include "core/records/SystemSnapshot.h"
+#include "system/linux/ConnectionFacts.h"
+#include "system/linux/GraphModel.h"
+#include "system/linux/ProcessNaming.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+class ClientIdentity {
+public:
+    struct Who {
+        AppRef app;
+        pid_t pid = 0; ///< 0 if it isn't known
+
+        bool operator==(const Who&) const = default;
+    };
+
+    /// `nativeSocket` is the path of the server's own socket.
+    ClientIdentity(ConnectionFacts& facts, ProcessNaming& naming, std::string nativeSocket);
+
+    /// A client was announced. `connectedPid` is the server's word for the process that connected.
+    /// Reads that process at once, as it may be gone soon. `isNew` is false for those that were
+    /// there before this program: their connections may have changed hands already.
+    void appeared(GraphSerial client, std::optional<pid_t> connectedPid, bool isNew);
+    /// What the client says of itself has come or changed; both are its own words.
+    void described(GraphSerial client, std::optional<pid_t> claimedPid, bool saysPulse);
+    /// The client has made its first node, so whoever holds its connection now is its user: a
+    /// connection can have been handed on since.
+    void opened(GraphSerial client);
+    void left(GraphSerial client);
+    /// After the server has gone.
+    void clear() { entries_.clear(); }
+
+    /// Whether all is there that `opened` goes by; not yet for a client that another process
+    /// connected for, until that has said whom for.
+    bool isReady(GraphSerial client) const;
+    /// Also for a client that was never announced: an app that can't be named.
+    Who who(GraphSerial client) const;
+
+private:
+    struct Entry {
+        pid_t connectedPid = 0;
+        std::optional<pid_t> claimedPid;
+        bool saysPulse = false;
+        bool isServed = false; ///< connected by a sound server, on behalf of a client of its own
+        bool isDescribed = false;
+        bool isOpened = false;
+        bool hadConnection = false; ///< one of the server's was nobody's yet when it appeared
+        bool isKnown = false;
+        /// The client's end of the connection that must be this client's; 0 if several could be.
+        std::uint64_t connection = 0;
+        /// False while a connection of somebody unknown was there when the claim was believed.
+        bool isSure = false;
+        Who who;
+    };
+
+    Who cannotTell(GraphSerial client) const;
+    bool isNative(const UnixConnection& connection) const;
+    std::vector<std::uint64_t> nativeEnds() const;
+    std::vector<std::uint64_t> servedEnds(pid_t server) const;
+    std::vector<std::uint64_t> unclaimedOf(std::vector<std::uint64_t> ends) const;
+    bool isClaimed(std::uint64_t connection) const;
+    /// The one app that holds all of them; nothing if that is several, or none that can be seen.
+    std::optional<Who> soleHolder(const std::vector<std::uint64_t>& ends, pid_t preferred) const;
+
+    void claimNative(Entry& entry) const;
+    void claimServed(Entry& entry) const;
+    void confirmNative(GraphSerial client, Entry& entry) const;
+    void resolveServed(GraphSerial client, Entry& entry);
+    void confirmServed(GraphSerial client, Entry& entry) const;
+    void retryUnknown();
+
+    ConnectionFacts& facts_;
+    ProcessNaming& naming_;
+    std::string nativeSocket_;
+    std::map<GraphSerial, Entry> entries_;
+};
+
+} // namespace velmoran

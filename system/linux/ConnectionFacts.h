@@ -1,0 +1,44 @@
+// What the kernel knows of the connections to a sound server, as those need it who find out whose a
+// client is. Two stand behind it: the machine, and tables that a test lays out.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace velmoran {
+
+/// Both ends of a connection to a Unix socket that has a name. Sockets go by their inode, which
+/// "/proc/PID/fd" shows as "socket:[INODE]".
+struct UnixConnection {
+    std::string name;            ///< of the socket that was connected to
+    std::uint64_t serverEnd = 0; ///< what the server accepted
+    std::uint64_t clientEnd = 0;
+
+    bool operator==(const UnixConnection&) const = default;
+};
+
+class ConnectionFacts {
+public:
+    virtual ~ConnectionFacts() = default;
+    /// All that stand now; empty also when the kernel doesn't say.
+    virtual std::vector<UnixConnection> connections() = 0;
+    /// The sockets that the process holds; empty when it can't be looked at.
+    virtual std::vector<std::uint64_t> socketsOf(pid_t pid) = 0;
+    /// Who holds each of these sockets; one that nobody is seen to hold has an empty list. Costs a
+    /// walk over all processes.
+    virtual std::map<std::uint64_t, std::vector<pid_t>>
+    holdersOf(const std::vector<std::uint64_t>& sockets) = 0;
+    /// False for one that is gone or forbids being looked at.
+    virtual bool isReadable(pid_t pid) = 0;
+    /// What the process calls itself inside its own process namespace.
+    virtual std::optional<pid_t> innerPid(pid_t pid) = 0;
+    /// Whether the process runs the system's own sound server, which connects on behalf of others.
+    virtual bool isSoundServer(pid_t pid) = 0;
+};
+
+} // namespace velmoran

@@ -1,0 +1,205 @@
+#include "system/linux/PeerSockets.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstring>
+
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <linux/sock_diag.h>
+#include <linux/unix_diag.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velmoran {
+
+namespace {
+
+template <typename Value>
+std::optional<Value> valueAt(const std::byte* bytes, std::size_t size) {
+    if (size < sizeof(Value)) {
+        return std::nullopt;
+    }
+    Value value;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+}
+
+constexpr std::size_t aligned(std::size_t size) {
+    return (size + 3U) & ~std::size_t{3};
+}
+
+void addConnection(const std::byte* bytes, std::size_t size, std::vector<UnixConnection>& to) {
+    const auto message = valueAt<unix_diag_msg>(bytes, size);
+    if (!message || message->udiag_state != TCP_ESTABLISHED) {
+        return;
+    }
+    UnixConnection connection;
+    connection.serverEnd = message->udiag_ino;
+    for (std::size_t at = aligned(sizeof *message); at < size;) {
+        const auto attribute = valueAt<rtattr>(bytes + at, size - at);
+        if (!attribute || attribute->rta_len < sizeof *attribute ||
+            attribute->rta_len > size - at) {
+            break;
+        }
+        const std::byte* payload = bytes + at + sizeof *attribute;
+        const std::size_t length = attribute->rta_len - sizeof *attribute;
+        if (attribute->rta_type == UNIX_DIAG_NAME) {
+            connection.name.assign(reinterpret_cast<const char*>(payload), length);
+            // A path may come with its closing zero; an abstract name begins with one.
+            while (!connection.name.empty() && connection.name.back() == '\0') {
+                connection.name.pop_back();
+            }
+        } else if (attribute->rta_type == UNIX_DIAG_PEER) {
+            connection.clientEnd = valueAt<std::uint32_t>(payload, length).value_or(0);
+        }
+        at += aligned(attribute->rta_len);
+    }
+    if (!connection.name.empty() && connection.clientEnd != 0) {
+        to.push_back(std::move(connection));
+    }
+}
+
+} // namespace
+
+std::optional<std::uint64_t> socketInode(std::string_view linkText) {
+    constexpr std::string_view prefix = "socket:[";
+    if (!linkText.starts_with(prefix) || !linkText.ends_with(']')) {
+        return std::nullopt;
+    }
+    linkText.remove_prefix(prefix.size());
+    linkText.remove_suffix(1);
+    std::uint64_t inode = 0;
+    const auto end = linkText.data() + linkText.size();
+    const auto [rest, error] = std::from_chars(linkText.data(), end, inode);
+    return error == std::errc() && rest == end ? std::optional(inode) : std::nullopt;
+}
+
+std::optional<pid_t> parseInnerPid(std::string_view status) {
+    constexpr std::string_view key = "\nNSpid:";
+    const auto begin = status.find(key);
+    if (begin == std::string_view::npos) {
+        return std::nullopt;
+    }
+    auto line = status.substr(begin + key.size());
+    line = line.substr(0, line.find('\n'));
+    line = line.substr(line.find_last_of(" \t") + 1);
+    pid_t pid = 0;
+    const auto end = line.data() + line.size();
+    const auto [rest, error] = std::from_chars(line.data(), end, pid);
+    return error == std::errc() && rest == end && pid > 0 ? std::optional(pid) : std::nullopt;
+}
+
+bool parseUnixDump(const std::byte* bytes, std::size_t size,
+                   std::vector<UnixConnection>& connections) {
+    while (size > 0) {
+        const auto header = valueAt<nlmsghdr>(bytes, size);
+        if (!header || header->nlmsg_len < sizeof *header || header->nlmsg_len > size ||
+            header->nlmsg_type == NLMSG_DONE || header->nlmsg_type == NLMSG_ERROR) {
+            return false;
+        }
+        if (header->nlmsg_type == SOCK_DIAG_BY_FAMILY) {
+            addConnection(bytes + sizeof *header, header->nlmsg_len - sizeof *header, connections);
+        }
+        const auto step = std::min(aligned(header->nlmsg_len), size);
+        bytes += step;
+        size -= step;
+    }
+    return true;
+}
+
+PeerSockets::PeerSockets(ProcFs proc)
+    : proc_(std::move(proc)),
+      netlink_(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG)) {
+    // The kernel answers while the request is being sent; the bound is for one that never does.
+    timeval bound{};
+    bound.tv_usec = 200'000;
+    ::setsockopt(netlink_, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
+}
+
+PeerSockets::~PeerSockets() {
+    if (netlink_ >= 0) {
+        ::close(netlink_);
+    }
+}
+
+std::vector<UnixConnection> PeerSockets::connections() {
+    std::vector<UnixConnection> found;
+    struct {
+        nlmsghdr header;
+        unix_diag_req request;
+    } question{};
+    question.header.nlmsg_len = sizeof question;
+    question.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
+    question.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
+    question.request.sdiag_family = AF_UNIX;
+    question.request.udiag_states = 1U << TCP_ESTABLISHED;
+    question.request.udiag_show = UDIAG_SHOW_NAME | UDIAG_SHOW_PEER;
+    if (::send(netlink_, &question, sizeof question, 0) != sizeof question) {
+        return found;
+    }
+    alignas(nlmsghdr) std::array<std::byte, 32768> answer;
+    for (;;) {
+        const auto size = ::recv(netlink_, answer.data(), answer.size(), 0);
+        if (size <= 0 || !parseUnixDump(answer.data(), static_cast<std::size_t>(size), found)) {
+            return found;
+        }
+    }
+}
+
+std::vector<std::uint64_t> PeerSockets::socketsOf(pid_t pid) {
+    std::vector<std::uint64_t> sockets;
+    for (const auto& descriptor : proc_.descriptors(pid)) {
+        if (const auto inode = socketInode(descriptor.target)) {
+            sockets.push_back(*inode);
+        }
+    }
+    return sockets;
+}
+
+std::map<std::uint64_t, std::vector<pid_t>>
+PeerSockets::holdersOf(const std::vector<std::uint64_t>& sockets) {
+    std::map<std::uint64_t, std::vector<pid_t>> holders;
+    for (const auto socket : sockets) {
+        holders[socket];
+    }
+    if (holders.empty()) {
+        return holders;
+    }
+    for (const auto pid : proc_.pids()) {
+        for (const auto socket : socketsOf(pid)) {
+            const auto found = holders.find(socket);
+            if (found != holders.end() && (found->second.empty() || found->second.back() != pid)) {
+                found->second.push_back(pid);
+            }
+        }
+    }
+    return holders;
+}
+
+bool PeerSockets::isReadable(pid_t pid) {
+    return proc_.isReadable(pid);
+}
+
+std::optional<pid_t> PeerSockets::innerPid(pid_t pid) {
+    const auto status = readFileUpTo(proc_.path(pid, "status"), 16384);
+    return status ? parseInnerPid(*status) : std::nullopt;
+}
+
+bool PeerSockets::isSoundServer(pid_t pid) {
+    const auto executable = proc_.executable(pid);
+    if (!executable) {
+        return false;
+    }
+    const auto name = std::string_view(*executable).substr(executable->rfind('/') + 1);
+    struct stat file {};
+    // Root's own file: a copy in somebody's home, with a socket of the same name, is no server.
+    return (name == "pipewire" || name == "pipewire-pulse") &&
+           ::stat(proc_.path(pid, "exe").c_str(), &file) == 0 && file.st_uid == 0 &&
+           (file.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+} // namespace velmoran

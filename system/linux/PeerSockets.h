@@ -1,0 +1,43 @@
+// The kernel's own word on who is connected to whom over Unix sockets: a dump by NETLINK_SOCK_DIAG
+// (sock_diag(7)), joined with the descriptors under /proc. Keeps nothing but one netlink socket.
+// Owned by the graph's reader; monitor's thread.
+#pragma once
+
+#include "system/linux/ConnectionFacts.h"
+#include "system/linux/ProcFs.h"
+
+#include <cstddef>
+#include <string_view>
+
+namespace velmoran {
+
+class PeerSockets : public ConnectionFacts {
+public:
+    explicit PeerSockets(ProcFs proc = ProcFs());
+    ~PeerSockets() override;
+    PeerSockets(const PeerSockets&) = delete;
+    PeerSockets& operator=(const PeerSockets&) = delete;
+
+    std::vector<UnixConnection> connections() override;
+    std::vector<std::uint64_t> socketsOf(pid_t pid) override;
+    std::map<std::uint64_t, std::vector<pid_t>>
+    holdersOf(const std::vector<std::uint64_t>& sockets) override;
+    bool isReadable(pid_t pid) override;
+    std::optional<pid_t> innerPid(pid_t pid) override;
+    bool isSoundServer(pid_t pid) override;
+
+private:
+    ProcFs proc_;
+    int netlink_ = -1;
+};
+
+/// The inode in "socket:[4711]"; nothing for any other text.
+std::optional<std::uint64_t> socketInode(std::string_view linkText);
+/// The last number of the line "NSpid:" in /proc/PID/status.
+std::optional<pid_t> parseInnerPid(std::string_view status);
+/// One answer of the kernel: adds the connections that it tells of. False once the dump is done or
+/// was refused. Bytes of another form than the kernel's end the dump.
+bool parseUnixDump(const std::byte* bytes, std::size_t size,
+                   std::vector<UnixConnection>& connections);
+
+} // namespace velmoran

@@ -1,0 +1,66 @@
+// One life of the connection to a PipeWire server, from the open socket until either side ends it:
+// asks for all objects that matter and hands on what the server says of them. Uses libpipewire; the
+// only file that does, with its source. Owned by the graph's reader; the loop's thread only.
+#pragma once
+
+#include "system/linux/EventLoop.h"
+#include "system/linux/GraphModel.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <sys/types.h>
+
+namespace velmoran {
+
+/// Whoever is told. None of these may end the connection from inside the call.
+class PipeWireListener {
+public:
+    virtual ~PipeWireListener() = default;
+    /// `connectedPid` is what the server knows from the socket; absent if it says nothing.
+    virtual void clientAppeared(std::uint32_t id, GraphSerial serial,
+                                std::optional<pid_t> connectedPid) = 0;
+    /// The client's own words, each time they change.
+    virtual void clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
+                                 bool saysPulse) = 0;
+    virtual void nodeAppeared(std::optional<std::uint32_t> clientID) = 0;
+    /// State, or anything else of it, is now so. Comes first when the server has told its state.
+    virtual void nodeIs(const GraphNode& node) = 0;
+    virtual void portIs(const GraphPort& port) = 0;
+    virtual void linkIs(const GraphLink& link) = 0;
+    /// Any object by its short id, also one of a kind that was never told of.
+    virtual void objectRemoved(std::uint32_t id) = 0;
+    /// The session manager, which makes devices and links, has come to the graph or left it.
+    virtual void sessionManagerIs(bool present) = 0;
+    /// Everything that was there at the connection's begin has been told.
+    virtual void pictureIsComplete() = 0;
+    /// The server has gone. Nothing else comes.
+    virtual void connectionLost() = 0;
+    /// The end of what came at once.
+    virtual void turnEnded() = 0;
+};
+
+class PipeWireConnection {
+public:
+    /// Takes over the descriptor, a connected socket. Null if the library can't be used.
+    static std::unique_ptr<PipeWireConnection> open(EventLoop& loop, int socket,
+                                                    PipeWireListener& listener);
+    ~PipeWireConnection();
+    PipeWireConnection(const PipeWireConnection&) = delete;
+    PipeWireConnection& operator=(const PipeWireConnection&) = delete;
+
+    /// Waits on this thread until the picture is complete or the server has gone, with the calls
+    /// that come of it but `turnEnded`. False if neither happened in time; it goes on by itself.
+    bool waitForPicture(Seconds bound);
+
+private:
+    struct State;
+
+    explicit PipeWireConnection(std::unique_ptr<State> state);
+
+    std::unique_ptr<State> state_;
+};
+
+} // namespace velmoran

@@ -1,0 +1,349 @@
+#include "system/linux/PipeWireGraph.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include <sys/epoll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace velmoran {
+
+namespace {
+
+// Far from the numbers that other readers of this machine give to their objects.
+constexpr std::uint32_t firstObjectID = 0x50000000;
+
+int openPidfd(pid_t pid) {
+    return static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
+}
+
+} // namespace
+
+Subscription PipeWireGraph::Callbacks::add(std::function<void()> callback) {
+    const auto key = next_++;
+    list_->emplace(key, std::move(callback));
+    return Subscription([weak = std::weak_ptr(list_), key] {
+        if (const auto list = weak.lock()) {
+            list->erase(key);
+        }
+    });
+}
+
+void PipeWireGraph::Callbacks::call() const {
+    const auto copy = *list_; // one of them may end another
+    for (const auto& [key, callback] : copy) {
+        if (list_->contains(key)) {
+            callback();
+        }
+    }
+}
+
+PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, ConnectionFacts& facts,
+                             std::string socketPath, Times times)
+    : loop_(loop),
+      naming_(naming),
+      socket_(loop, std::move(socketPath)),
+      times_(times),
+      identity_(facts, naming, socket_.path()),
+      nextObjectID_(firstObjectID) {
+    loop_.runAndWait([this] {
+        if (!connect(true)) {
+            seekServer();
+        }
+        publish();
+        wasConnected_ = isConnected();
+    });
+}
+
+PipeWireGraph::~PipeWireGraph() {
+    loop_.runAndWait([this] {
+        release_.reset();
+        for (auto& [pid, held] : heldProcesses_) {
+            held.second.reset();
+            ::close(held.first);
+        }
+        socket_.stop();
+        connection_.reset();
+        for (const auto& [object, app] : pinned_) {
+            naming_.unpin(object);
+        }
+    });
+}
+
+Subscription PipeWireGraph::onChange(std::function<void()> callback) {
+    return changeCallbacks_.add(std::move(callback));
+}
+
+Subscription PipeWireGraph::onConnection(std::function<void()> callback) {
+    return connectionCallbacks_.add(std::move(callback));
+}
+
+bool PipeWireGraph::connect(bool waits) {
+    const int socket = socket_.connect();
+    if (socket < 0) {
+        return false;
+    }
+    isComplete_ = false;
+    isLost_ = false;
+    connection_ = PipeWireConnection::open(loop_, socket, *this);
+    if (connection_ && waits) {
+        connection_->waitForPicture(times_.firstPicture);
+    }
+    if (isLost_) {
+        disconnect();
+    }
+    return connection_ != nullptr;
+}
+
+void PipeWireGraph::seekServer() {
+    socket_.callUntilFound([this] { return connect(false); });
+}
+
+void PipeWireGraph::disconnect() {
+    connection_.reset();
+    isComplete_ = false;
+    isLost_ = false;
+    model_.clear();
+    identity_.clear();
+    objectIDs_.clear();
+    isStale_ = true;
+}
+
+void PipeWireGraph::clientAppeared(std::uint32_t id, GraphSerial serial,
+                                   std::optional<pid_t> connectedPid) {
+    identity_.appeared(serial, connectedPid, isComplete_);
+    model_.addClient(id, serial);
+}
+
+void PipeWireGraph::clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
+                                    bool saysPulse) {
+    identity_.described(serial, claimedPid, saysPulse);
+    isStale_ = true;
+}
+
+void PipeWireGraph::nodeAppeared(std::optional<std::uint32_t> clientID) {
+    // The stream runs some milliseconds later: the time to look who holds the connection. Of the
+    // many that are there at the start only those are looked at that use something.
+    if (!isComplete_ || !clientID) {
+        return;
+    }
+    if (const auto client = model_.clientWithID(*clientID); client && identity_.isReady(*client)) {
+        identity_.opened(*client);
+        isStale_ = true;
+    }
+}
+
+void PipeWireGraph::nodeIs(const GraphNode& node) {
+    model_.setNode(node);
+}
+
+void PipeWireGraph::portIs(const GraphPort& port) {
+    model_.setPort(port);
+}
+
+void PipeWireGraph::linkIs(const GraphLink& link) {
+    model_.setLink(link);
+}
+
+void PipeWireGraph::objectRemoved(std::uint32_t id) {
+    if (const auto client = model_.clientWithID(id)) {
+        identity_.left(*client);
+    }
+    model_.remove(id);
+}
+
+void PipeWireGraph::sessionManagerIs(bool present) {
+    if (!isComplete_) {
+        return;
+    }
+    if (!present) {
+        holdUses();
+        releaseAfter(times_.absence);
+    } else if (hold_.isHolding()) {
+        releaseAfter(times_.settling);
+    }
+}
+
+void PipeWireGraph::pictureIsComplete() {
+    isComplete_ = true;
+    isStale_ = true;
+    if (hold_.isHolding()) {
+        releaseAfter(times_.settling);
+    }
+}
+
+void PipeWireGraph::connectionLost() {
+    isLost_ = true;
+}
+
+void PipeWireGraph::turnEnded() {
+    if (isLost_) {
+        // What was shown last, not what is left of it: the server takes its objects down one by
+        // one before it goes.
+        holdUses();
+        releaseAfter(times_.absence);
+        disconnect();
+        seekServer();
+    }
+    publish();
+    if (wasConnected_ != isConnected()) {
+        wasConnected_ = isConnected();
+        connectionCallbacks_.call();
+    }
+}
+
+void PipeWireGraph::holdUses() {
+    hold_.hold(shown_);
+    isStale_ = true;
+    watchHeldProcesses();
+}
+
+void PipeWireGraph::releaseAfter(Seconds delay) {
+    release_ = loop_.after(delay, [this] {
+        hold_.release();
+        isStale_ = true;
+        watchHeldProcesses();
+        publish();
+    });
+}
+
+void PipeWireGraph::watchHeldProcesses() {
+    const auto wanted = hold_.heldProcesses();
+    for (auto entry = heldProcesses_.begin(); entry != heldProcesses_.end();) {
+        if (std::binary_search(wanted.begin(), wanted.end(), entry->first)) {
+            ++entry;
+            continue;
+        }
+        entry->second.second.reset();
+        ::close(entry->second.first);
+        entry = heldProcesses_.erase(entry);
+    }
+    for (const auto pid : wanted) {
+        if (heldProcesses_.contains(pid)) {
+            continue;
+        }
+        const int pidfd = openPidfd(pid);
+        if (pidfd < 0) {
+            if (errno == ESRCH) {
+                hold_.drop(pid);
+                isStale_ = true;
+            }
+            continue;
+        }
+        auto watch = loop_.watch(pidfd, EPOLLIN, [this, pid](std::uint32_t) {
+            hold_.drop(pid);
+            isStale_ = true;
+            watchHeldProcesses();
+            publish();
+        });
+        heldProcesses_.emplace(pid, std::pair(pidfd, std::move(watch)));
+    }
+}
+
+std::uint32_t PipeWireGraph::objectID(GraphSerial serial) {
+    const auto [entry, isNew] = objectIDs_.try_emplace(serial, nextObjectID_);
+    if (isNew) {
+        ++nextObjectID_;
+    }
+    return entry->second;
+}
+
+ClientIdentity::Who PipeWireGraph::whoIs(const GraphUses::User& user) {
+    if (user.client == 0) {
+        return {naming_.unidentified("node-" + std::to_string(user.node)), 0};
+    }
+    identity_.opened(user.client);
+    return identity_.who(user.client);
+}
+
+GraphPicture PipeWireGraph::livePicture() {
+    GraphPicture picture;
+    const auto& uses = model_.uses();
+    for (const auto& user : uses.users) {
+        auto who = whoIs(user);
+        picture.processes.push_back(
+            {{.objectID = objectID(user.client != 0 ? user.client : user.node),
+              .pid = who.pid,
+              .bundleID = who.app.bundleID,
+              .isRunningInput = user.microphone,
+              .isRunningOutput = user.speaker},
+             std::move(who.app)});
+    }
+    for (const auto& device : uses.audioDevices) {
+        picture.devices.push_back({objectID(device.node),
+                                   device.name.empty() ? "Unknown device" : device.name,
+                                   device.hasInput, device.hasOutput, device.isRunning});
+    }
+    for (const auto& camera : uses.cameras) {
+        GraphPicture::Camera entry;
+        entry.device = {objectID(camera.node), camera.name.empty() ? "Unknown camera" : camera.name,
+                        camera.isRunning};
+        for (const auto& user : camera.users) {
+            auto who = whoIs(user);
+            const bool isKnown =
+                std::any_of(entry.users.begin(), entry.users.end(),
+                            [&](const auto& other) { return other.app.id() == who.app.id(); });
+            if (!isKnown) {
+                entry.users.push_back({std::move(who.app), who.pid});
+            }
+        }
+        picture.cameras.push_back(std::move(entry));
+    }
+    return picture;
+}
+
+void PipeWireGraph::pin(const GraphPicture& picture) {
+    std::map<std::uint32_t, AppRef> wanted;
+    for (const auto& entry : picture.processes) {
+        wanted.emplace(entry.process.objectID, entry.app);
+    }
+    for (const auto& [object, app] : wanted) {
+        const auto known = pinned_.find(object);
+        if (known == pinned_.end() || known->second != app) {
+            naming_.pin(object, app);
+        }
+    }
+    for (const auto& [object, app] : pinned_) {
+        if (!wanted.contains(object)) {
+            naming_.unpin(object);
+        }
+    }
+    pinned_ = std::move(wanted);
+}
+
+void PipeWireGraph::publish() {
+    // While the picture of a new server isn't whole, what is held stands alone.
+    if (!isStale_ && !model_.isStale()) {
+        return;
+    }
+    auto picture = hold_.merged(isComplete_ ? livePicture() : GraphPicture());
+    isStale_ = false;
+    if (isComplete_) {
+        model_.uses();
+    } else if (connection_) {
+        isStale_ = true;
+    }
+    if (picture == shown_) {
+        return;
+    }
+    shown_ = std::move(picture);
+    pin(shown_);
+    processes_.clear();
+    for (const auto& entry : shown_.processes) {
+        processes_.push_back(entry.process);
+    }
+    cameras_.clear();
+    for (const auto& camera : shown_.cameras) {
+        CameraUse use;
+        use.device = camera.device;
+        for (const auto& user : camera.users) {
+            use.apps.push_back(user.app.id());
+        }
+        cameras_.push_back(std::move(use));
+    }
+    changeCallbacks_.call();
+}
+
+} // namespace velmoran

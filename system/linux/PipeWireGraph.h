@@ -1,0 +1,130 @@
+// Who uses microphone, speaker and the cameras behind PipeWire, read from the server's own graph:
+// connects, finds the server again when it comes back, mirrors the graph in memory, and works out
+// whose each client is. A reading costs a look at the mirror and nothing else. Owned by the
+// machine; lives on the event loop's thread, on which every call but the first and last must be.
+#pragma once
+
+#include "system/linux/CameraUse.h"
+#include "system/linux/ClientIdentity.h"
+#include "system/linux/EventLoop.h"
+#include "system/linux/GraphModel.h"
+#include "system/linux/PipeWireConnection.h"
+#include "system/linux/ProcessNaming.h"
+#include "system/linux/ServerSocket.h"
+#include "system/linux/UseHold.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+/// What goes on while the server is away stays as it was: for `absence` from its end on, and once a
+/// server is there again, for `settling` from its first whole picture on. Within that time an app
+/// whose process still runs counts as using what it used, so that one that comes back by itself has
+/// never been away. The same holds for a session manager that is started anew.
+struct PipeWireTimes {
+    Seconds absence = 3.0;
+    Seconds settling = 3.0;
+    Seconds firstPicture = 0.5; ///< the constructor waits no longer than this
+};
+
+class PipeWireGraph : private PipeWireListener {
+public:
+    using Times = PipeWireTimes;
+
+    /// Returns when the first whole picture is there, or there is no server, or it doesn't answer;
+    /// so what the first reading tells was going on before this program. Any thread.
+    PipeWireGraph(EventLoop& loop, ProcessNaming& naming, ConnectionFacts& facts,
+                  std::string socketPath = ServerSocket::defaultPath(), Times times = {});
+    /// Any thread; while the loop runs.
+    ~PipeWireGraph() override;
+    PipeWireGraph(const PipeWireGraph&) = delete;
+    PipeWireGraph& operator=(const PipeWireGraph&) = delete;
+
+    /// One a client that hears or plays, in the order of their coming. The object id belongs to
+    /// that client alone for as long as this program runs, and its app is pinned under it; `pid` is
+    /// the process that is believed to be behind it, 0 if that isn't known.
+    std::vector<AudioProcess> processes() const { return processes_; }
+    std::vector<AudioDeviceInfo> devices() const { return shown_.devices; }
+    std::vector<CameraUse> cameras() const { return cameras_; }
+    /// Whether a server answers; without one the lists are empty, or what is held of them.
+    bool isConnected() const { return connection_ != nullptr && isComplete_; }
+
+    /// Whether some of it is kept from before the server went, and not told again by now.
+    bool isHolding() const { return !hold_.isEmpty(); }
+
+    /// Called on the loop's thread once at the end of each turn that changed one of the three
+    /// lists.
+    [[nodiscard]] Subscription onChange(std::function<void()> callback);
+    /// Called on the loop's thread when `isConnected` has changed.
+    [[nodiscard]] Subscription onConnection(std::function<void()> callback);
+
+private:
+    class Callbacks {
+    public:
+        Subscription add(std::function<void()> callback);
+        void call() const;
+
+    private:
+        std::shared_ptr<std::map<int, std::function<void()>>> list_ =
+            std::make_shared<std::map<int, std::function<void()>>>();
+        int next_ = 0;
+    };
+
+    void clientAppeared(std::uint32_t id, GraphSerial serial,
+                        std::optional<pid_t> connectedPid) override;
+    void clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
+                         bool saysPulse) override;
+    void nodeAppeared(std::optional<std::uint32_t> clientID) override;
+    void nodeIs(const GraphNode& node) override;
+    void portIs(const GraphPort& port) override;
+    void linkIs(const GraphLink& link) override;
+    void objectRemoved(std::uint32_t id) override;
+    void sessionManagerIs(bool present) override;
+    void pictureIsComplete() override;
+    void connectionLost() override;
+    void turnEnded() override;
+
+    bool connect(bool waits);
+    void seekServer();
+    void disconnect();
+    void holdUses();
+    void releaseAfter(Seconds delay);
+    void watchHeldProcesses();
+    void publish();
+    GraphPicture livePicture();
+    std::uint32_t objectID(GraphSerial serial);
+    ClientIdentity::Who whoIs(const GraphUses::User& user);
+    void pin(const GraphPicture& picture);
+
+    EventLoop& loop_;
+    ProcessNaming& naming_;
+    ServerSocket socket_;
+    Times times_;
+    GraphModel model_;
+    ClientIdentity identity_;
+    UseHold hold_;
+    std::unique_ptr<PipeWireConnection> connection_;
+    bool isComplete_ = false;
+    bool isLost_ = false;
+    bool isStale_ = false; ///< beside the model: names, or what is held
+    bool wasConnected_ = false;
+
+    std::map<GraphSerial, std::uint32_t> objectIDs_;
+    std::uint32_t nextObjectID_;
+    std::map<std::uint32_t, AppRef> pinned_;
+    Subscription release_;
+    std::map<pid_t, std::pair<int, Subscription>> heldProcesses_; ///< pidfd and its watch
+
+    GraphPicture shown_;
+    std::vector<AudioProcess> processes_;
+    std::vector<CameraUse> cameras_;
+    Callbacks changeCallbacks_;
+    Callbacks connectionCallbacks_;
+};
+
+} // namespace velmoran

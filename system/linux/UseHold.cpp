@@ -1,0 +1,104 @@
+#include "system/linux/UseHold.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+
+bool isIdle(const GraphPicture::Process& entry) {
+    return !entry.process.isRunningInput && !entry.process.isRunningOutput;
+}
+
+} // namespace
+
+void UseHold::hold(const GraphPicture& picture) {
+    isHolding_ = true;
+    for (const auto& entry : picture.processes) {
+        if (std::find(held_.processes.begin(), held_.processes.end(), entry) ==
+            held_.processes.end()) {
+            held_.processes.push_back(entry);
+        }
+    }
+    for (const auto& camera : picture.cameras) {
+        if (!camera.users.empty() &&
+            std::find(held_.cameras.begin(), held_.cameras.end(), camera) == held_.cameras.end()) {
+            held_.cameras.push_back(camera);
+        }
+    }
+}
+
+void UseHold::drop(pid_t pid) {
+    if (pid <= 0) {
+        return;
+    }
+    std::erase_if(held_.processes, [&](const auto& entry) { return entry.process.pid == pid; });
+    for (auto& camera : held_.cameras) {
+        std::erase_if(camera.users, [&](const auto& user) { return user.pid == pid; });
+    }
+    std::erase_if(held_.cameras, [](const auto& camera) { return camera.users.empty(); });
+}
+
+void UseHold::release() {
+    isHolding_ = false;
+    held_ = {};
+}
+
+std::vector<pid_t> UseHold::heldProcesses() const {
+    std::vector<pid_t> pids;
+    for (const auto& entry : held_.processes) {
+        pids.push_back(entry.process.pid);
+    }
+    for (const auto& camera : held_.cameras) {
+        for (const auto& user : camera.users) {
+            pids.push_back(user.pid);
+        }
+    }
+    std::sort(pids.begin(), pids.end());
+    pids.erase(std::unique(pids.begin(), pids.end()), pids.end());
+    std::erase_if(pids, [](pid_t pid) { return pid <= 0; });
+    return pids;
+}
+
+GraphPicture UseHold::merged(GraphPicture live) {
+    if (!isHolding_) {
+        return live;
+    }
+    for (auto& entry : held_.processes) {
+        for (const auto& now : live.processes) {
+            if (now.app.id() == entry.app.id()) {
+                entry.process.isRunningInput &= !now.process.isRunningInput;
+                entry.process.isRunningOutput &= !now.process.isRunningOutput;
+            }
+        }
+    }
+    std::erase_if(held_.processes, isIdle);
+    for (auto& camera : held_.cameras) {
+        std::erase_if(camera.users, [&](const auto& user) {
+            return std::any_of(live.cameras.begin(), live.cameras.end(), [&](const auto& other) {
+                return std::any_of(other.users.begin(), other.users.end(),
+                                   [&](const auto& now) { return now.app.id() == user.app.id(); });
+            });
+        });
+    }
+    std::erase_if(held_.cameras, [](const auto& camera) { return camera.users.empty(); });
+
+    live.processes.insert(live.processes.begin(), held_.processes.begin(), held_.processes.end());
+    for (const auto& camera : held_.cameras) {
+        // The same camera has another number under a new server.
+        const auto same =
+            std::find_if(live.cameras.begin(), live.cameras.end(), [&](const auto& other) {
+                return other.device.name == camera.device.name;
+            });
+        if (same == live.cameras.end()) {
+            live.cameras.push_back(camera);
+            continue;
+        }
+        same->users.insert(same->users.begin(), camera.users.begin(), camera.users.end());
+        same->device.isRunningSomewhere = true;
+    }
+    return live;
+}
+
+} // namespace velmoran

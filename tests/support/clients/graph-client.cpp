@@ -1,0 +1,185 @@
+// A recorder that does what it is told: usage: graph-client [OPTION]...
+//   --fd N          speak over this open connection instead of an own one
+//   --filter NAME   have no class and no wishes, like a JACK client; else ask for the microphone
+//   --class CLASS   what it says it is
+//   --prop KEY=VAL  a property of the node, such as a false process id
+//   --hide          forbid other processes to look at it
+//   --reconnect     come back by itself when the server has gone
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include <sys/prctl.h>
+
+#include <pipewire/filter.h>
+#include <pipewire/pipewire.h>
+#include <spa/param/audio/format-utils.h>
+
+namespace {
+
+struct Options {
+    int fd = -1;
+    std::string filter;
+    std::string mediaClass;
+    std::vector<std::pair<std::string, std::string>> properties;
+    bool reconnects = false;
+};
+
+struct Client {
+    pw_main_loop* loop = nullptr;
+    bool isLost = false;
+};
+
+void onCoreError(void* data, std::uint32_t id, int, int result, const char*) {
+    auto* client = static_cast<Client*>(data);
+    if (id == PW_ID_CORE && result == -EPIPE) {
+        client->isLost = true;
+        pw_main_loop_quit(client->loop);
+    }
+}
+
+void onProcess(void* data) {
+    auto* stream = *static_cast<pw_stream**>(data);
+    if (auto* buffer = pw_stream_dequeue_buffer(stream)) {
+        pw_stream_queue_buffer(stream, buffer);
+    }
+}
+
+void onFilterProcess(void*, spa_io_position*) {}
+
+pw_properties* properties(const Options& options) {
+    auto* props = pw_properties_new(PW_KEY_NODE_NAME, "graph-client", nullptr);
+    if (!options.mediaClass.empty()) {
+        pw_properties_set(props, PW_KEY_MEDIA_CLASS, options.mediaClass.c_str());
+    }
+    for (const auto& [key, value] : options.properties) {
+        pw_properties_set(props, key.c_str(), value.c_str());
+    }
+    return props;
+}
+
+pw_core* connect(pw_context* context, const Options& options) {
+    auto* props = pw_properties_new(nullptr, nullptr);
+    for (const auto& [key, value] : options.properties) {
+        pw_properties_set(props, key.c_str(), value.c_str());
+    }
+    return options.fd >= 0 ? pw_context_connect_fd(context, dup(options.fd), props, 0)
+                           : pw_context_connect(context, props, 0);
+}
+
+// Until the server goes. False if there was none.
+bool run(const Options& options) {
+    Client client;
+    client.loop = pw_main_loop_new(nullptr);
+    auto* context = pw_context_new(pw_main_loop_get_loop(client.loop), nullptr, 0);
+    auto* core = connect(context, options);
+    const bool isConnected = core != nullptr;
+    if (isConnected) {
+        pw_core_events coreEvents{};
+        coreEvents.version = PW_VERSION_CORE_EVENTS;
+        coreEvents.error = onCoreError;
+        spa_hook coreHook{};
+        pw_core_add_listener(core, &coreHook, &coreEvents, &client);
+
+        pw_stream* stream = nullptr;
+        pw_filter* filter = nullptr;
+        spa_hook hook{};
+        pw_stream_events streamEvents{};
+        streamEvents.version = PW_VERSION_STREAM_EVENTS;
+        streamEvents.process = onProcess;
+        pw_filter_events filterEvents{};
+        filterEvents.version = PW_VERSION_FILTER_EVENTS;
+        filterEvents.process = onFilterProcess;
+        if (options.filter.empty()) {
+            auto* props = properties(options);
+            pw_properties_set(props, PW_KEY_MEDIA_TYPE, "Audio");
+            pw_properties_set(props, PW_KEY_MEDIA_CATEGORY, "Capture");
+            stream = pw_stream_new(core, "recorder", props);
+            pw_stream_add_listener(stream, &hook, &streamEvents, &stream);
+            std::uint8_t bytes[1024];
+            spa_pod_builder builder{};
+            spa_pod_builder_init(&builder, bytes, sizeof bytes);
+            spa_audio_info_raw info{};
+            info.format = SPA_AUDIO_FORMAT_F32;
+            info.channels = 1;
+            info.rate = 48000;
+            const spa_pod* format =
+                spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &info);
+            pw_stream_connect(stream, PW_DIRECTION_INPUT, PW_ID_ANY,
+                              static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT |
+                                                           PW_STREAM_FLAG_MAP_BUFFERS),
+                              &format, 1);
+        } else {
+            auto* props = properties(options);
+            pw_properties_set(props, PW_KEY_NODE_NAME, options.filter.c_str());
+            filter = pw_filter_new(core, options.filter.c_str(), props);
+            pw_filter_add_listener(filter, &hook, &filterEvents, nullptr);
+            for (const auto direction : {PW_DIRECTION_INPUT, PW_DIRECTION_OUTPUT}) {
+                pw_filter_add_port(filter, direction, PW_FILTER_PORT_FLAG_MAP_BUFFERS, 0,
+                                   pw_properties_new(PW_KEY_FORMAT_DSP, "32 bit float mono audio",
+                                                     PW_KEY_PORT_NAME,
+                                                     direction == PW_DIRECTION_INPUT ? "in" : "out",
+                                                     nullptr),
+                                   nullptr, 0);
+            }
+            pw_filter_connect(filter, PW_FILTER_FLAG_RT_PROCESS, nullptr, 0);
+        }
+        pw_main_loop_run(client.loop);
+        if (stream != nullptr) {
+            pw_stream_destroy(stream);
+        }
+        if (filter != nullptr) {
+            pw_filter_destroy(filter);
+        }
+        spa_hook_remove(&coreHook);
+        pw_core_disconnect(core);
+    }
+    pw_context_destroy(context);
+    pw_main_loop_destroy(client.loop);
+    return isConnected;
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    Options options;
+    for (int index = 1; index < count; ++index) {
+        const std::string_view option = arguments[index];
+        const std::string value = index + 1 < count ? arguments[index + 1] : "";
+        if (option == "--hide") {
+            prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+            continue;
+        }
+        if (option == "--reconnect") {
+            options.reconnects = true;
+            continue;
+        }
+        ++index;
+        if (option == "--fd") {
+            options.fd = std::atoi(value.c_str());
+        } else if (option == "--filter") {
+            options.filter = value;
+        } else if (option == "--class") {
+            options.mediaClass = value;
+        } else if (option == "--prop") {
+            const auto equals = value.find('=');
+            options.properties.emplace_back(value.substr(0, equals), value.substr(equals + 1));
+        } else {
+            std::fprintf(stderr, "graph-client: unknown option %s\n", arguments[index - 1]);
+            return 2;
+        }
+    }
+    pw_init(nullptr, nullptr);
+    do {
+        if (!run(options)) {
+            usleep(20'000);
+        }
+    } while (options.reconnects);
+    return 0;
+}
