@@ -122,9 +122,11 @@ TEST(Localizer, KnowsHowLongADayReallyIs) {
 }
 
 TEST(Localizer, BeginsADayAtItsFirstMomentWhereMidnightIsSkippedOrRepeated) {
-    // Cairo went from 00:00 to 01:00 on 26 April 2024; the day begins at what was 22:00 UTC.
-    const Localizer cairo("en_US", "Africa/Cairo", {});
-    EXPECT_EQ(cairo.startOfDay({735825600}), (Timestamp{735775200}));
+    // São Paulo went from 00:00 to 01:00 on 4 November 2018, at 03:00 UTC.
+    const Localizer saoPaulo("en_US", "America/Sao_Paulo", {});
+    EXPECT_EQ(saoPaulo.startOfDay({563036400}), (Timestamp{562993200}));
+    EXPECT_EQ(saoPaulo.dayTitle({562993200}, {563122800}), "Yesterday");
+    EXPECT_EQ(saoPaulo.dayTitle({562910400}, {563036400}), "Yesterday");
     // Havana goes from 01:00 back to 00:00 on 2 November 2025: the first of both midnights.
     const Localizer havana("en_US", "America/Havana", {});
     EXPECT_EQ(havana.startOfDay({783795600}), (Timestamp{783748800}));
@@ -173,7 +175,8 @@ RC_GTEST_PROP(Localizer, OrdersNamesWithoutContradiction,
 }
 
 TEST(Localizer, TakesAnUnknownLocaleOrZoneAsTheDefault) {
-    for (const auto* locale : {"xx_XX", "", "C", "POSIX", "C.UTF-8", "not a locale"}) {
+    for (const auto* locale :
+         {"xx_XX", "", "C", "POSIX", "C.UTF-8", "en_US_POSIX", "not a locale"}) {
         const Localizer odd(locale, "Nowhere/Land", {});
         EXPECT_EQ(odd.list({"A", "B", "C"}), "A, B, and C") << locale;
         EXPECT_EQ(odd.shortTime(wednesday), Localizer().shortTime(wednesday)) << locale;

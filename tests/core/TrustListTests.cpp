@@ -260,6 +260,17 @@ TEST(TrustList, SortsByNameWhateverTheCaseAndKeepsEqualNamesInOrder) {
               "alpha(3) Beta(2) Gamma(5) gamma(4) zoom(1) ");
 }
 
+TEST(TrustList, KeepsManyAppsOfOneNameInOrder) {
+    TrustList list;
+    std::string expected;
+    for (int i = 100; i < 200; ++i) {
+        const auto id = std::to_string(i * 7919 % 1000);
+        list.setTrusted(true, named(id, i % 2 == 0 ? "same" : "SAME"), camera);
+        expected += (i % 2 == 0 ? "same(" : "SAME(") + id + ") ";
+    }
+    EXPECT_EQ(namesIn(list.entries(TrustKind::trusted)), expected);
+}
+
 TEST(TrustList, SortsInTheOrderOfTheLocale) {
     TrustList list;
     list.setTrusted(true, named("1", "Ähre"), camera);
