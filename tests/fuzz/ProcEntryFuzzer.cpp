@@ -1,5 +1,6 @@
 // Whatever bytes stand under /proc: no reader of an entry may crash, and what one accepts has the
 // form that it promises.
+#include "system/linux/CgroupScope.h"
 #include "system/linux/ProcEntries.h"
 
 #include <cstddef>
@@ -26,5 +27,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     }
     parseStatusUid(text);
+    if (const auto scope = parseCgroupScope(text); scope && scope->id.empty()) {
+        std::abort();
+    }
     return 0;
 }

@@ -28,7 +28,7 @@ public:
     ProcFs fs() const { return ProcFs(folder_.path()); }
     const TemporaryDirectory& folder() const { return folder_; }
 
-    /// Also replaces one, as an exec does.
+    /// Also in place of one that was there.
     void add(pid_t pid, const Process& process, std::uint64_t startTicks = 100) {
         const std::string at = std::to_string(pid) + '/';
         std::filesystem::remove_all(folder_.path(std::to_string(pid)));
@@ -44,6 +44,10 @@ public:
         folder_.write(at + "cgroup", process.cgroup);
         folder_.write(at + "comm", "fake\n");
         folder_.write(at + "status", "Name:\tfake\nUid:\t1000\t1000\t1000\t1000\n");
+    }
+    /// The same process with another program, as an exec leaves it.
+    void exec(pid_t pid, const std::string& executable) {
+        folder_.link(std::to_string(pid) + "/exe", executable);
     }
     void remove(pid_t pid) { std::filesystem::remove_all(folder_.path(std::to_string(pid))); }
 

@@ -418,8 +418,8 @@ TEST_F(LinuxAppNamesTest, RemembersABoundedNumberOfApps) {
     EXPECT_EQ(names().remembered(), 1U);
     EXPECT_EQ(names().pinned(), 0U);
     for (std::size_t i = 0; i < LinuxAppNames::mostRemembered + 10; ++i) {
-        world.proc.add(11, {.executable = world.path("tmp/mount-" + std::to_string(i))});
-        names().identify(11);
+        world.proc.exec(10, world.path("tmp/mount-" + std::to_string(i)));
+        names().identify(10);
     }
     EXPECT_EQ(names().remembered(), LinuxAppNames::mostRemembered);
 }

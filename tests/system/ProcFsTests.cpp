@@ -1,17 +1,15 @@
 #include "system/linux/ProcFs.h"
 
 #include "support/FakeProc.h"
+#include "support/RunningProgram.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <fstream>
 
 namespace velmoran {
 namespace {
@@ -107,37 +105,15 @@ TEST(ProcFs, TellsNothingOfAProcessThatIsGone) {
     EXPECT_THAT(proc.descriptors(child), IsEmpty());
 }
 
-/// Runs a copy of "sleep" under a name of the test's choice until it goes out of scope.
-class RunningCopy {
-public:
-    explicit RunningCopy(const std::string& at) {
-        std::filesystem::create_directories(std::filesystem::path(at).parent_path());
-        std::filesystem::copy_file("/bin/sleep", at);
-        pid_ = fork();
-        if (pid_ == 0) {
-            execl(at.c_str(), "sleep", "60", nullptr);
-            _exit(127);
-        }
-        // Until the exec has taken place the child runs the test's own file.
-        const auto own = std::filesystem::read_symlink("/proc/self/exe").string();
-        while (ProcFs().executableClaim(pid_) == own) {
-        }
-    }
-    RunningCopy(const RunningCopy&) = delete;
-    RunningCopy& operator=(const RunningCopy&) = delete;
-    ~RunningCopy() {
-        kill(pid_, SIGKILL);
-        waitpid(pid_, nullptr, 0);
-    }
-    pid_t pid() const { return pid_; }
-
-private:
-    pid_t pid_ = 0;
-};
+/// A copy of "sleep" under a name of the test's choice.
+std::string copyOfSleep(const std::string& at) {
+    std::filesystem::copy_file("/bin/sleep", at);
+    return at;
+}
 
 TEST(ProcFs, GivesTheFormerPathOfADeletedExecutable) {
     const TemporaryDirectory folder;
-    const RunningCopy copy(folder.path("napper"));
+    const RunningProgram copy(copyOfSleep(folder.path("napper")), {"sleep", "60"});
     EXPECT_EQ(ProcFs().executable(copy.pid()), folder.path("napper"));
     std::filesystem::remove(folder.path("napper"));
     EXPECT_EQ(ProcFs().executable(copy.pid()), folder.path("napper"));
@@ -145,7 +121,7 @@ TEST(ProcFs, GivesTheFormerPathOfADeletedExecutable) {
 
 TEST(ProcFs, IsNotFooledByAFileThatIsCalledDeleted) {
     const TemporaryDirectory folder;
-    const RunningCopy copy(folder.path("trusted (deleted)"));
+    const RunningProgram copy(copyOfSleep(folder.path("trusted (deleted)")), {"sleep", "60"});
     EXPECT_EQ(ProcFs().executable(copy.pid()), folder.path("trusted (deleted)"));
 }
 
