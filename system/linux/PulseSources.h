@@ -1,0 +1,109 @@
+// Who records and plays on a sound server that speaks libpulse and nothing else, and its devices.
+// Owned by the machine; made, asked and destroyed on the monitor's queue. What the server tells
+// comes on the connection's thread and hops over as values.
+#pragma once
+
+#include "system/Machine.h"
+#include "system/linux/ClientIdentity.h"
+#include "system/linux/PulseConnection.h"
+#include "system/linux/PulseModel.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace velmoran {
+
+/// All from memory. A process here is a client of the server that has a stream; what it says of
+/// itself is believed only as far as the kernel bears it out.
+class PulseSources final : public AudioReadings, private PulseConnection::Listener {
+public:
+    /// Object ids of clients are this number plus 1, 2, 3 …; of devices they begin at the second.
+    static constexpr std::uint32_t firstObjectID = 0x50000000;
+    static constexpr std::uint32_t firstDeviceID = 0x51000000;
+
+    /// `socket` is the path of the server's socket: the connections to it are its clients'.
+    PulseSources(PulseConnection& connection, SerialQueue& queue, ConnectionFacts& facts,
+                 ProcessNaming& naming, std::string socket);
+    ~PulseSources() override;
+
+    std::vector<AudioProcess> processes() override { return processes_; }
+    std::vector<AudioDeviceInfo> devices() override { return devices_; }
+    /// Called after each change of either list; a second call replaces the first callback.
+    void onChange(std::function<void()> callback) { onChange_ = std::move(callback); }
+
+private:
+    /// The kernel's facts, the server being whoever answers on our own connection.
+    class Facts final : public ConnectionFacts {
+    public:
+        explicit Facts(ConnectionFacts& kernel) : kernel_(kernel) {}
+
+        std::vector<UnixConnection> connections() override { return kernel_.connections(); }
+        std::vector<std::uint64_t> socketsOf(pid_t pid) override { return kernel_.socketsOf(pid); }
+        std::map<std::uint64_t, std::vector<pid_t>>
+        holdersOf(const std::vector<std::uint64_t>& sockets) override {
+            return kernel_.holdersOf(sockets);
+        }
+        bool isReadable(pid_t pid) override { return kernel_.isReadable(pid); }
+        std::optional<pid_t> innerPid(pid_t pid) override { return kernel_.innerPid(pid); }
+        bool isSoundServer(pid_t pid) override { return pid == server; }
+
+        std::optional<pid_t> server;
+
+    private:
+        ConnectionFacts& kernel_;
+    };
+    using Hop = std::function<void(PulseSources&)>;
+
+    void connected(pa_context* context) override;
+    void disconnected() override;
+    void changed(pa_context* context, pa_subscription_event_type_t event,
+                 std::uint32_t index) override;
+
+    void ask(pa_operation* question);
+    void answered();
+    void hop(Hop action);
+    void clientCame(std::uint32_t index, bool isNew);
+    void askClient(pa_context* context, std::uint32_t index);
+    void clientSpoke(const pa_client_info& info, bool mayBeSilent);
+    void askStreamer(pa_context* context, std::uint32_t client);
+    void take(const pa_sink_info& info);
+    void take(const pa_source_info& info);
+    void take(pa_context* context, const pa_source_output_info& info);
+    void take(pa_context* context, const pa_sink_input_info& info);
+
+    void update(const PulseModel& model);
+    void forget();
+    std::optional<pid_t> findServer();
+    std::uint32_t deviceIDOf(bool isSource, std::uint32_t index);
+
+    PulseConnection& connection_;
+    SerialQueue& queue_;
+    /// What was posted holds this weakly.
+    std::shared_ptr<PulseSources*> self_ = std::make_shared<PulseSources*>(this);
+
+    // Of the connection's thread.
+    PulseModel model_;
+    PulseModel handedOver_;
+    std::map<std::uint32_t, bool> clients_; ///< whether it has said who it is
+    int unanswered_ = 0;
+
+    // Of the queue's.
+    Facts facts_;
+    ProcessNaming& naming_;
+    ClientIdentity identity_;
+    std::string socket_;
+    std::function<void()> onChange_;
+    std::map<std::uint32_t, std::uint32_t> objectIDs_; ///< of clients, by the server's index
+    std::uint32_t lastObjectID_ = firstObjectID;
+    std::map<std::pair<bool, std::uint32_t>, std::uint32_t> deviceIDs_; ///< by "is a source", index
+    std::uint32_t lastDeviceID_ = firstDeviceID;
+    std::vector<AudioProcess> processes_;
+    std::vector<AudioDeviceInfo> devices_;
+};
+
+} // namespace velmoran

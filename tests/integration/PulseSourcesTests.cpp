@@ -1,0 +1,183 @@
+// A real PulseAudio daemon with a null microphone and speaker, and real clients of it.
+#include "support/FakeNaming.h"
+#include "support/PrivateSession.h"
+#include "support/Waiting.h"
+#include "system/linux/EventLoop.h"
+#include "system/linux/PeerSockets.h"
+#include "system/linux/PulseSources.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+
+namespace velmoran {
+namespace {
+
+using support::PrivateSession;
+using support::waitUntil;
+
+class PulseSourcesTest : public ::testing::Test {
+protected:
+    PulseSourcesTest() {
+        startServer();
+        connection_ = std::make_unique<PulseConnection>("unix:" + socket());
+        loop_.runAndWait([this] {
+            sources_ =
+                std::make_unique<PulseSources>(*connection_, loop_, facts_, naming_, socket());
+            sources_->onChange([this] { ++changes_; });
+        });
+    }
+    ~PulseSourcesTest() override {
+        loop_.runAndWait([this] { sources_.reset(); });
+    }
+
+    std::string socket() const { return session_.runtimeFolder() / "pulse/native"; }
+    void startServer() {
+        session_.start("pulseaudio",
+                       {"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
+                        "--exit-idle-time=-1", "--disallow-exit", "-L",
+                        "module-native-protocol-unix", "-L", "module-null-sink sink_name=speaker",
+                        "-L", "module-null-source source_name=mic"});
+        ASSERT_TRUE(waitUntil([this] {
+            return session_.run({"pactl", "info"}).succeeded();
+        })) << session_.logs();
+    }
+    support::ChildProcess& record(const std::string& name, const std::string& source) {
+        return session_.start(name, {"parecord", "--raw", "-d", source, "/dev/null"});
+    }
+    std::vector<AudioProcess> processes() {
+        std::vector<AudioProcess> result;
+        loop_.runAndWait([&] { result = sources_->processes(); });
+        return result;
+    }
+    std::optional<AudioProcess> processOf(pid_t pid) {
+        for (const auto& process : processes()) {
+            if (process.pid == pid) {
+                return process;
+            }
+        }
+        return std::nullopt;
+    }
+    bool records(pid_t pid) {
+        const auto process = processOf(pid);
+        return process && process->isRunningInput;
+    }
+
+    PrivateSession session_;
+    testing::FakeNaming naming_;
+    PeerSockets facts_;
+    std::atomic<int> changes_ = 0;
+    EventLoop loop_;
+    std::unique_ptr<PulseConnection> connection_;
+    std::unique_ptr<PulseSources> sources_;
+};
+
+TEST_F(PulseSourcesTest, TellWhoRecordsAndWhenThatEnds) {
+    auto& recorder = record("recorder", "mic");
+    const auto pid = recorder.pid();
+    ASSERT_TRUE(waitUntil([&] { return records(pid); })) << session_.logs();
+    const auto process = *processOf(pid);
+    EXPECT_FALSE(process.isRunningOutput);
+    EXPECT_EQ(naming_.pinned[process.objectID].path, "/bin/" + std::to_string(pid));
+    recorder.stop();
+    EXPECT_TRUE(waitUntil([&] { return processes().empty(); }));
+    EXPECT_TRUE(naming_.pinned.empty());
+}
+
+TEST_F(PulseSourcesTest, TakeARecordingOfWhatIsPlayedForNoMicrophone) {
+    auto& recorder = record("recorder", "speaker.monitor");
+    const auto pid = recorder.pid();
+    ASSERT_TRUE(waitUntil([&] { return processOf(pid).has_value(); }));
+    auto& other = record("other", "mic");
+    const auto otherPid = other.pid();
+    ASSERT_TRUE(waitUntil([&] { return records(otherPid); }));
+    EXPECT_FALSE(records(pid));
+}
+
+TEST_F(PulseSourcesTest, FollowAMicrophoneAtSecondHand) {
+    auto& recorder = record("recorder", "speaker.monitor");
+    const auto pid = recorder.pid();
+    ASSERT_TRUE(waitUntil([&] { return processOf(pid).has_value(); }));
+    EXPECT_FALSE(records(pid));
+    ASSERT_TRUE(
+        session_.run({"pactl", "load-module", "module-loopback", "source=mic", "sink=speaker"})
+            .succeeded());
+    EXPECT_TRUE(waitUntil([&] { return records(pid); }));
+}
+
+TEST_F(PulseSourcesTest, TellWhoPlays) {
+    auto& player = session_.start("player", {"pacat", "--raw", "-d", "speaker", "/dev/zero"});
+    const auto pid = player.pid();
+    ASSERT_TRUE(waitUntil([&] {
+        const auto process = processOf(pid);
+        return process && process->isRunningOutput;
+    }));
+    EXPECT_FALSE(records(pid));
+}
+
+TEST_F(PulseSourcesTest, BelieveTheKernelAndNotTheClient) {
+    session_.environment()["PULSE_PROP"] = "application.process.id=1 application.name=System";
+    auto& liar = record("liar", "mic");
+    const auto pid = liar.pid();
+    EXPECT_TRUE(waitUntil([&] { return records(pid); }));
+    EXPECT_FALSE(processOf(1));
+}
+
+TEST_F(PulseSourcesTest, TellTwoRecordersApartWhenOneStealsTheOthersNumber) {
+    auto& honest = record("honest", "mic");
+    const auto honestPid = honest.pid();
+    ASSERT_TRUE(waitUntil([&] { return records(honestPid); }));
+    session_.environment()["PULSE_PROP"] = "application.process.id=" + std::to_string(honestPid);
+    auto& thief = record("thief", "mic");
+    const auto thiefPid = thief.pid();
+    EXPECT_TRUE(waitUntil([&] { return records(thiefPid); }));
+    EXPECT_TRUE(records(honestPid));
+}
+
+TEST_F(PulseSourcesTest, ListTheDevices) {
+    const auto devices = [this] {
+        std::vector<AudioDeviceInfo> result;
+        loop_.runAndWait([&] { result = sources_->devices(); });
+        return result;
+    };
+    ASSERT_TRUE(waitUntil([&] { return devices().size() == 2; }));
+    EXPECT_EQ(devices()[0].name, "Null Input");
+    EXPECT_TRUE(devices()[0].hasInput);
+    EXPECT_FALSE(devices()[0].hasOutput);
+    EXPECT_FALSE(devices()[0].isRunningSomewhere);
+    EXPECT_EQ(devices()[1].name, "Null Output");
+    EXPECT_TRUE(devices()[1].hasOutput);
+    EXPECT_NE(devices()[0].objectID, devices()[1].objectID);
+    record("recorder", "mic");
+    EXPECT_TRUE(waitUntil([&] { return devices()[0].isRunningSomewhere; }));
+}
+
+TEST_F(PulseSourcesTest, FindTheServerAgain) {
+    auto& recorder = record("recorder", "mic");
+    const auto pid = recorder.pid();
+    ASSERT_TRUE(waitUntil([&] { return records(pid); }));
+    session_.stop("pulseaudio");
+    ASSERT_TRUE(waitUntil([&] { return processes().empty(); }));
+    session_.stop("recorder");
+    startServer();
+    auto& next = record("recorder", "mic");
+    const auto nextPid = next.pid();
+    EXPECT_TRUE(waitUntil([&] { return records(nextPid); }));
+}
+
+TEST_F(PulseSourcesTest, LeaveNobodyBehindAfterManyShortClients) {
+    for (int time = 0; time < 100; ++time) {
+        session_.run({"pactl", "list", "short", "sources"});
+    }
+    auto& recorder = record("recorder", "mic");
+    const auto pid = recorder.pid();
+    ASSERT_TRUE(waitUntil([&] { return records(pid); }));
+    recorder.stop();
+    EXPECT_TRUE(waitUntil([&] { return processes().empty(); }));
+    EXPECT_TRUE(naming_.pinned.empty());
+}
+
+} // namespace
+} // namespace velmoran
