@@ -1,0 +1,90 @@
+#include "app/replay/WatchLines.h"
+
+#include "core/text/DurationFormat.h"
+#include "core/text/Localizer.h"
+#include "core/warnings/DeviceWording.h"
+
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+
+/// A terminal obeys control characters, and a name comes from whoever runs the program.
+std::string harmless(std::string text) {
+    for (auto& c : text) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+            c = ' ';
+        }
+    }
+    // The same characters in their two-byte form.
+    for (auto at = text.find('\xC2'); at != std::string::npos; at = text.find('\xC2', at + 1)) {
+        if (at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0) {
+            text.replace(at, 2, " ");
+        }
+    }
+    return text;
+}
+
+} // namespace
+
+WatchLines::WatchLines(AppModel& model, const Clock& clock, TimeOfDay timeOfDay, Sink sink)
+    : clock_(clock),
+      timeOfDay_(std::move(timeOfDay)),
+      sink_(std::move(sink)) {
+    subscriptions_.push_back(
+        model.onSessionEvent.subscribe([this](const SessionEvent& event) { told(event); }));
+    subscriptions_.push_back(model.historyUnavailable.subscribe([this](bool unavailable) {
+        if (unavailable) {
+            say(words().text("History can't be saved right now. Velmoran couldn't open its file "
+                             "on this computer."));
+        }
+    }));
+}
+
+void WatchLines::say(const std::string& sentence) {
+    write(clock_.now(), sentence);
+}
+
+void WatchLines::told(const SessionEvent& event) {
+    const auto& session = event.session;
+    const auto time = event.kind == SessionEvent::Kind::started ? session.start
+                      : session.end                             ? *session.end
+                                                                : clock_.now();
+    write(time, sentence(event));
+}
+
+std::string WatchLines::sentence(const SessionEvent& event) const {
+    const auto& session = event.session;
+    const auto device = DeviceWording::the({session.device});
+    if (event.kind == SessionEvent::Kind::ended) {
+        const auto duration = DurationFormat::text(session.duration(clock_.now()));
+        return session.observedFromStart
+                   ? words().text("%@ turned off %@ (%@)", {session.app.name, device, duration})
+                   : words().text("%@ turned off %@ (at least %@)",
+                                  {session.app.name, device, duration});
+    }
+    if (event.kind == SessionEvent::Kind::reattributed) {
+        return words().text("It was %@ that turned on %@", {session.app.name, device});
+    }
+    if (!session.observedFromStart) {
+        return words().text("%@ was already using %@", {session.app.name, device});
+    }
+    if (session.app.cannotBeNamed() && session.device != Device::speaker) {
+        return words().text("%@ turned on %@. We couldn't tell which app it is.",
+                            {session.app.name, device});
+    }
+    if (session.warningLevel == WarningLevel::quiet) {
+        return words().text("%@ turned on %@ (trusted)", {session.app.name, device});
+    }
+    if (session.warningLevel == WarningLevel::strong) {
+        return words().text("%@ turned on %@ (always warn)", {session.app.name, device});
+    }
+    return words().text("%@ turned on %@", {session.app.name, device});
+}
+
+void WatchLines::write(Timestamp time, const std::string& sentence) {
+    sink_(timeOfDay_(time) + "  " + harmless(sentence));
+}
+
+} // namespace velmoran

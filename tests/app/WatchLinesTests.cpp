@@ -1,0 +1,107 @@
+#include "ModelFixture.h"
+#include "app/replay/WatchLines.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+using testing::appRef;
+
+/// Half an hour past nine at the beginning of replay time, in seconds of the day.
+std::string clockTime(Timestamp time) {
+    const auto second = static_cast<int>(std::floor(time.seconds - 794136600.0));
+    std::string text = "09:30:00";
+    text[7] = static_cast<char>('0' + second % 10);
+    text[6] = static_cast<char>('0' + second / 10 % 6);
+    text[4] = static_cast<char>('0' + second / 60 % 10);
+    return text;
+}
+
+struct WatchLinesTest : testing::ModelFixture {
+    std::vector<std::string> written;
+    std::unique_ptr<WatchLines> lines;
+
+    void watch() {
+        launch();
+        lines = std::make_unique<WatchLines>(
+            *model, time, clockTime, [this](const std::string& line) { written.push_back(line); });
+        receive({});
+    }
+    ~WatchLinesTest() override { lines.reset(); }
+};
+
+TEST_F(WatchLinesTest, SaysStartAndEndWithDuration) {
+    watch();
+    time.advanceTo(1);
+    receive(microphone({appRef("Firefox")}));
+    time.advanceTo(31.9);
+    receive({});
+    EXPECT_EQ(written,
+              (std::vector<std::string>{"09:30:01  Firefox turned on the microphone",
+                                        "09:30:31  Firefox turned off the microphone (30 s)"}));
+}
+
+TEST_F(WatchLinesTest, SaysTheUnknownOneAndWhoItWas) {
+    watch();
+    time.advanceTo(2);
+    receive(camera({}));
+    time.advanceTo(5);
+    receive(camera({appRef("Meet")}));
+    EXPECT_EQ(written, (std::vector<std::string>{
+                           "09:30:02  Unknown app turned on the camera. We couldn't tell which "
+                           "app it is.",
+                           "09:30:05  It was Meet that turned on the camera"}));
+}
+
+TEST_F(WatchLinesTest, MarksWhatIsTrustedAndWhatIsAlwaysWarnedAbout) {
+    watch();
+    const AppIdentity meet{
+        .id = "org.example.Meet", .name = "Meet", .bundleID = {}, .path = {}, .teamID = {}};
+    model->setTrusted(true, meet, {Device::camera});
+    model->setAlwaysWarn(true, meet, {Device::microphone});
+    receive(camera({appRef("Meet")}));
+    receive({});
+    receive(microphone({appRef("Meet")}));
+    EXPECT_EQ(written,
+              (std::vector<std::string>{"09:30:00  Meet turned on the camera (trusted)",
+                                        "09:30:00  Meet turned off the camera (0 s)",
+                                        "09:30:00  Meet turned on the microphone (always warn)"}));
+}
+
+TEST_F(WatchLinesTest, DoesNotPretendToHaveSeenTheBeginning) {
+    launch();
+    lines = std::make_unique<WatchLines>(
+        *model, time, clockTime, [this](const std::string& line) { written.push_back(line); });
+    receive(camera({appRef("Meet")}));
+    time.advanceTo(90);
+    receive({});
+    EXPECT_EQ(written,
+              (std::vector<std::string>{"09:30:00  Meet was already using the camera",
+                                        "09:31:30  Meet turned off the camera (at least 1 min)"}));
+}
+
+TEST_F(WatchLinesTest, SaysThatThereIsNoHistory) {
+    historyFails = true;
+    model = std::make_unique<AppModel>(
+        ModelSurroundings{machine, time, time, settings, []() -> std::shared_ptr<HistoryStore> {
+                              throw std::runtime_error("no");
+                          }});
+    lines = std::make_unique<WatchLines>(
+        *model, time, clockTime, [this](const std::string& line) { written.push_back(line); });
+    model->start();
+    EXPECT_EQ(written, (std::vector<std::string>{
+                           "09:30:00  History can't be saved right now. Velmoran couldn't open "
+                           "its file on this computer."}));
+}
+
+TEST_F(WatchLinesTest, KeepsATerminalFromObeyingAName) {
+    watch();
+    receive(camera({appRef("\x1B]0;gone\x07\nroot\xC2\x9B\xC3\xA9")}));
+    ASSERT_EQ(written.size(), 1U);
+    EXPECT_EQ(written[0], "09:30:00   ]0;gone  root \xC3\xA9 turned on the camera");
+}
+
+} // namespace
+} // namespace velmoran
