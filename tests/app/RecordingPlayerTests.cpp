@@ -1,0 +1,82 @@
+#include "app/replay/RecordingPlayer.h"
+
+#include "system/scripted/ScriptedTime.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace velmoran {
+namespace {
+
+/// A recording that plays while the test advances the time.
+struct Stage {
+    explicit Stage(std::unique_ptr<std::istream> recording)
+        : player(std::move(recording)),
+          stage(player.beginning()),
+          model(stage.surroundings(time, time)) {
+        told = model.onSessionEvent.subscribe([this](const SessionEvent&) { ++events; });
+        model.start();
+        player.play(stage, model, time, time, [this](const auto& error) {
+            ++ends;
+            message = error.value_or("");
+        });
+    }
+
+    ScriptedTime time;
+    RecordingPlayer player;
+    ReplayStage stage;
+    AppModel model;
+    Subscription told;
+    int events = 0;
+    int ends = 0;
+    std::string message;
+};
+
+std::unique_ptr<std::istream> recording(const char* text) {
+    return std::make_unique<std::istringstream>(text);
+}
+
+TEST(RecordingPlayer, PlaysLinesAtTheirTimesUntilTheEnd) {
+    Stage stage(recording("{\"begin\": {}}\n{\"at\": 0, \"snapshot\": {}}\n"
+                          "{\"at\": 2, \"snapshot\": {\"cameraOn\": true, \"cameraApps\": "
+                          "[{\"name\": \"A\"}]}}\n{\"at\": 3, \"show\": \"icon\"}\n"));
+    stage.time.advanceTo(1.9);
+    EXPECT_EQ(stage.events, 0);
+    stage.time.advanceTo(2);
+    EXPECT_EQ(stage.events, 1);
+    EXPECT_EQ(stage.ends, 0);
+    stage.time.advanceTo(3);
+    EXPECT_EQ(stage.ends, 1);
+    EXPECT_EQ(stage.message, "");
+}
+
+TEST(RecordingPlayer, EndsAtWhatItCannotDo) {
+    Stage bad(recording("{\"at\": 0, \"snapshot\": {}}\n{\"at\": 1}\n"));
+    bad.time.advanceTo(5);
+    EXPECT_EQ(bad.ends, 1);
+    EXPECT_EQ(bad.message, "2: no action");
+    Stage absent(recording("{\"at\": 1, \"press\": {\"notice\": \"a\", \"button\": \"b\"}}\n"));
+    absent.time.advanceTo(5);
+    EXPECT_EQ(absent.message, "1: no card \"a\" is on screen");
+    Stage quit(recording("{\"at\": 1, \"quit\": true}\n{\"at\": 2, \"launch\": true}\n"));
+    quit.time.advanceTo(5);
+    EXPECT_EQ(quit.ends, 1);
+    EXPECT_EQ(quit.message, "");
+    Stage empty(recording(""));
+    EXPECT_EQ(empty.ends, 1);
+}
+
+TEST(RecordingPlayer, PlaysTheRecordingThatTheProgramBrings) {
+    Stage stage(builtInRecording());
+    bool strong = false;
+    const auto shown = stage.model.notices.onShown.subscribe(
+        [&](const NoticeItem& item) { strong = strong || item.isStrong; });
+    stage.time.advanceTo(60);
+    EXPECT_EQ(stage.ends, 1);
+    EXPECT_EQ(stage.message, "");
+    EXPECT_EQ(stage.events, 8);
+    EXPECT_TRUE(strong);
+}
+
+} // namespace
+} // namespace velmoran
