@@ -1,0 +1,46 @@
+#include "app/translations/Catalogues.h"
+
+#include "app/translations/CatalogueTable.h"
+
+#include <algorithm>
+#include <string>
+
+namespace velmoran {
+
+namespace {
+
+std::string languageOf(std::string_view locale) {
+    const auto end = std::find_if(locale.begin(), locale.end(), [](char c) {
+        return c == '_' || c == '-' || c == '.' || c == '@';
+    });
+    std::string language(locale.begin(), end);
+    for (auto& c : language) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return language;
+}
+
+void add(std::vector<Catalogue>& result, const std::string& name) {
+    for (const auto& table : catalogueTables()) {
+        if (table.name == name) {
+            auto& catalogue = result.emplace_back();
+            for (const auto& entry : table.entries) {
+                catalogue.emplace(entry.key, entry.text);
+            }
+        }
+    }
+}
+
+} // namespace
+
+std::vector<Catalogue> catalogues(std::string_view locale, Platform platform) {
+    const std::string language = languageOf(locale) == "de" ? "de" : "en";
+    std::vector<Catalogue> result;
+    add(result, language);
+    if (platform == Platform::linux) {
+        add(result, "linux_" + language);
+    }
+    return result;
+}
+
+} // namespace velmoran

@@ -1,0 +1,196 @@
+#include "app/translations/CatalogueTable.h"
+#include "app/translations/Catalogues.h"
+#include "support/SourceTexts.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+
+namespace velmoran {
+namespace {
+
+/// Every key that stands in the sources, with where it stands first.
+std::map<std::string, std::string> textsInTheSources() {
+    std::map<std::string, std::string> texts;
+    const std::filesystem::path root = VELMORAN_SOURCE_DIR;
+    for (const char* room : {"core", "system", "app", "ctl"}) {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(root / room)) {
+            if (entry.path().extension() != ".cpp" && entry.path().extension() != ".h") {
+                continue;
+            }
+            std::ifstream file(entry.path(), std::ios::binary);
+            const std::string source{std::istreambuf_iterator<char>(file), {}};
+            for (const auto& text : SourceTexts(source).found()) {
+                texts.emplace(text.key, entry.path().lexically_relative(root).string() + ":" +
+                                            std::to_string(text.line));
+            }
+        }
+    }
+    return texts;
+}
+
+const CatalogueTable& table(std::string_view name) {
+    const auto tables = catalogueTables();
+    const auto found = std::find_if(tables.begin(), tables.end(),
+                                    [&](const auto& each) { return each.name == name; });
+    if (found == tables.end()) {
+        throw std::runtime_error("no catalogue " + std::string(name));
+    }
+    return *found;
+}
+
+std::set<std::string, std::less<>> keys(std::string_view name) {
+    std::set<std::string, std::less<>> result;
+    for (const auto& entry : table(name).entries) {
+        result.emplace(entry.key);
+    }
+    return result;
+}
+
+/// What each hole stands for, by its place among the arguments: "1@ 2lld".
+std::multiset<std::string> holes(std::string_view sentence) {
+    static const std::regex hole("%%|%(?:([0-9]+)\\$)?(@|lld)");
+    std::multiset<std::string> result;
+    int next = 1;
+    const std::string text(sentence);
+    for (std::sregex_iterator at(text.begin(), text.end(), hole), end; at != end; ++at) {
+        if (at->str() != "%%") {
+            const auto place = (*at)[1].matched ? (*at)[1].str() : std::to_string(next++);
+            result.insert(place + (*at)[2].str());
+        }
+    }
+    return result;
+}
+
+bool namesTheMac(std::string_view text) {
+    static const std::regex names("\\b(Mac|macOS|Dock|menu bar|Menüleiste)\\b");
+    return std::regex_search(text.begin(), text.end(), names);
+}
+
+std::vector<std::string> keysFoundIn(std::string_view source) {
+    std::vector<std::string> result;
+    for (const auto& text : SourceTexts(source).found()) {
+        result.push_back(text.key);
+    }
+    return result;
+}
+
+TEST(SourceTexts, JoinsAdjacentLiterals) {
+    EXPECT_EQ(keysFoundIn("a(words().text(\"One \"\n   \"two\", {x}));"),
+              std::vector<std::string>{"One two"});
+}
+
+TEST(SourceTexts, LeavesOutCommentsAndLiterals) {
+    EXPECT_TRUE(keysFoundIn("// text(\"no\")\n/* text(\"no\") */ \"text(\\\"no\\\")\" "
+                            "R\"x(text(\"no\"))x\" '\"' context(\"no\")")
+                    .empty());
+}
+
+TEST(SourceTexts, TellsOfAKeyThatIsNoLiteral) {
+    EXPECT_EQ(keysFoundIn("words().text(key); other.text(key);"), std::vector<std::string>{""});
+}
+
+TEST(Translations, EveryKeyIsALiteralWhereItIsUsed) {
+    const auto texts = textsInTheSources();
+    EXPECT_GT(texts.size(), 20U);
+    EXPECT_FALSE(texts.contains("")) << "words().text() without a literal at " << texts.at("");
+}
+
+TEST(Translations, EveryKeyHasAGermanText) {
+    const auto german = keys("de");
+    for (const auto& [key, place] : textsInTheSources()) {
+        EXPECT_TRUE(german.contains(key)) << place << ": \"" << key << "\" has no German text in "
+                                          << "app/translations/velmoran_de.json";
+    }
+}
+
+TEST(Translations, NoCatalogueHasAKeyThatIsNotUsed) {
+    const auto used = textsInTheSources();
+    for (const auto& each : catalogueTables()) {
+        for (const auto& entry : each.entries) {
+            EXPECT_TRUE(used.contains(std::string(entry.key)))
+                << "velmoran_" << each.name << ".json: \"" << entry.key << "\"";
+        }
+    }
+}
+
+TEST(Translations, NoTextIsEmptyOrTwiceInACatalogue) {
+    for (const auto& each : catalogueTables()) {
+        EXPECT_EQ(keys(each.name).size(), each.entries.size()) << each.name;
+        for (const auto& entry : each.entries) {
+            EXPECT_FALSE(entry.text.empty()) << entry.key;
+        }
+    }
+}
+
+TEST(Translations, HolesAreThoseOfTheKey) {
+    for (const auto& each : catalogueTables()) {
+        for (const auto& entry : each.entries) {
+            EXPECT_EQ(holes(entry.text), holes(entry.key)) << each.name << ": " << entry.text;
+        }
+    }
+}
+
+TEST(Translations, NoLinuxTextNamesTheMac) {
+    const auto texts = textsInTheSources();
+    for (const char* locale : {"en_US", "de_DE"}) {
+        const Localizer linux(locale, "UTC", catalogues(locale, Platform::linux));
+        for (const auto& [key, place] : texts) {
+            const auto text = linux.text(key);
+            EXPECT_FALSE(namesTheMac(text)) << place << " in " << locale << ": " << text;
+        }
+    }
+}
+
+TEST(Translations, AnOverlayRewordsOnlyWhatNamesTheMac) {
+    for (const char* name : {"linux_en", "linux_de"}) {
+        for (const auto& entry : table(name).entries) {
+            EXPECT_TRUE(namesTheMac(entry.key) ||
+                        entry.key.find("System Settings") != std::string_view::npos)
+                << name << ": " << entry.key;
+        }
+    }
+    EXPECT_EQ(keys("linux_en"), keys("linux_de"));
+}
+
+TEST(Translations, TheLanguageIsThatOfTheLocale) {
+    const auto stop = [](std::string_view locale) {
+        return Localizer("en_US", "UTC", catalogues(locale, Platform::macOS)).text("Stop");
+    };
+    EXPECT_EQ(stop("de_DE.UTF-8"), "Stoppen");
+    EXPECT_EQ(stop("de-AT"), "Stoppen");
+    EXPECT_EQ(stop("DE"), "Stoppen");
+    EXPECT_EQ(stop("den_CA"), "Stop");
+    EXPECT_EQ(stop("fr_FR"), "Stop");
+    EXPECT_EQ(stop("C"), "Stop");
+    EXPECT_EQ(stop(""), "Stop");
+}
+
+TEST(Translations, ThePlatformChangesOnlyItsOwnNames) {
+    const std::string key = "%@ is part of macOS, so Velmoran didn't close it.";
+    const auto text = [&](const char* locale, Platform platform) {
+        return Localizer(locale, "UTC", catalogues(locale, platform)).text(key, {"Siri"});
+    };
+    EXPECT_EQ(text("en_US", Platform::macOS),
+              "Siri is part of macOS, so Velmoran didn't close it.");
+    EXPECT_EQ(text("en_US", Platform::linux),
+              "Siri is part of the system, so Velmoran didn't close it.");
+    EXPECT_EQ(text("de_DE", Platform::linux),
+              "Siri gehört zum System und wurde deshalb nicht von Velmoran beendet.");
+}
+
+TEST(Translations, AGermanCardReadsAsAWhole) {
+    const Localizer german("de_DE", "UTC", catalogues("de_DE", Platform::linux));
+    EXPECT_EQ(german.text("%@ turned on %@", {"Zoom", german.text("the camera and microphone")}),
+              "Zoom hat Kamera und Mikrofon eingeschaltet");
+    EXPECT_EQ(german.text("%lld h %@ min", {"2", "05"}), "2 Std. 05 Min.");
+}
+
+} // namespace
+} // namespace velmoran
