@@ -141,6 +141,71 @@ TEST_F(RealProcessNames, AProgramMountedOverAnother) {
     EXPECT_EQ(identify(program).bundleID, "unidentified:" + std::to_string(program.pid()));
 }
 
+TEST_F(RealProcessNames, ASandboxAsFlatpakMakesItAndOneThatPretends) {
+    const std::string bwrap = "/usr/bin/bwrap";
+    if (!std::filesystem::exists(bwrap)) {
+        GTEST_SKIP() << "needs bubblewrap";
+    }
+    const std::string deployed = "flatpak/app/org.example.App/x86_64/stable/abc/files";
+    copyOfSleep(deployed + "/bin/player");
+    const auto thief = copyOfSleep("thief/bin/player");
+    const auto info = home.write(
+        "info", "[Application]\nname=org.example.App\n[Instance]\napp-path=" + home.path(deployed) +
+                    "\nruntime-path=/usr\n");
+    std::filesystem::permissions(home.path("flatpak"), std::filesystem::perms(0755));
+    places.flatpaks = {{.name = "test", .path = home.path("flatpak")}};
+    places.protection = WriteProtection(home.path(), getuid());
+    const auto sandboxed = [&](const std::string& app, const std::string& program) {
+        std::vector<std::string> arguments{"bwrap", "--die-with-parent", "--proc", "/proc"};
+        for (const char* shared : {"/usr", "/lib", "/lib64", "/bin"}) {
+            if (std::filesystem::is_symlink(shared)) {
+                arguments.insert(arguments.end(),
+                                 {"--symlink", std::filesystem::read_symlink(shared), shared});
+            } else if (std::filesystem::exists(shared)) {
+                arguments.insert(arguments.end(), {"--ro-bind", shared, shared});
+            }
+        }
+        arguments.insert(arguments.end(),
+                         {"--ro-bind", app, "/app", "--ro-bind", info, "/.flatpak-info",
+                          "--ro-bind", home.path("thief"), "/thief", program, "60"});
+        return arguments;
+    };
+    const RunningProgram genuine(bwrap, sandboxed(home.path(deployed), "/app/bin/player"));
+    const RunningProgram forged(bwrap, sandboxed(home.path("thief"), "/app/bin/player"));
+    const RunningProgram beside(bwrap, sandboxed(home.path(deployed), "/thief/bin/player"));
+    // The sandbox is a child of the one that makes it, or has taken its place.
+    const ProcFs proc;
+    const auto inside = [&](const RunningProgram& outer, const std::string& program) {
+        pid_t found = 0;
+        waitUntil([&] {
+            for (const pid_t pid : proc.pids()) {
+                const bool isOfIt = pid == outer.pid() || proc.parent(pid) == outer.pid();
+                if (isOfIt && proc.executableClaim(pid) == program &&
+                    !proc.commandLine(pid).empty()) {
+                    found = pid;
+                }
+            }
+            return found != 0 || !outer.isRunning();
+        });
+        return found;
+    };
+    const pid_t genuinePid = inside(genuine, "/app/bin/player");
+    if (genuinePid == 0) {
+        GTEST_SKIP() << "may not make a sandbox here";
+    }
+    const pid_t forgedPid = inside(forged, "/app/bin/player");
+    const pid_t besidePid = inside(beside, "/thief/bin/player");
+    ASSERT_TRUE(forgedPid != 0 && besidePid != 0);
+
+    EXPECT_EQ(identify(genuinePid), (AppRef{.name = "org.example.App",
+                                            .bundleID = "org.example.App",
+                                            .path = home.path("flatpak/app/org.example.App")}));
+    EXPECT_EQ(LinuxCodeSignatures(places).teamID(home.path("flatpak/app/org.example.App")),
+              "flatpak:test");
+    EXPECT_EQ(identify(forgedPid).bundleID, "unidentified:" + std::to_string(forgedPid));
+    EXPECT_EQ(identify(besidePid).bundleID, "unidentified:" + std::to_string(besidePid));
+}
+
 /// What a process of the given user, or the present one, says when asked by `ask`.
 int askAsUser(uid_t user, const std::function<int()>& ask) {
     const pid_t child = fork();
