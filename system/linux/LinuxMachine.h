@@ -1,0 +1,50 @@
+// The Linux desktop as a machine: puts the readings of the sound server, of cameras and sound cards
+// that are opened directly, of the output and of app names together. Owned by whoever runs the
+// program; made and destroyed on the main thread, read on a thread of its own.
+#pragma once
+
+#include "system/MakeMachine.h"
+#include "system/SystemMonitor.h"
+#include "system/linux/EventLoop.h"
+#include "system/linux/LinuxAppNames.h"
+#include "system/linux/LinuxCodeSignatures.h"
+#include "system/linux/PeerSockets.h"
+#include "system/linux/PulseConnection.h"
+#include "system/linux/PulseOutputs.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace velmoran {
+
+class LinuxReadings;
+
+class LinuxMachine final : public Machine {
+public:
+    /// Returns when the first picture of the sound server is there, or there is none. Throws
+    /// std::system_error or std::runtime_error if the kernel denies it a thread or a descriptor.
+    explicit LinuxMachine(MachineOptions options);
+    ~LinuxMachine() override;
+
+    Platform platform() const override { return Platform::linux; }
+    std::optional<std::string> ownBundleID() const override { return "org.velmoran.Velmoran"; }
+    SnapshotSource& snapshots() override { return *monitor_; }
+    CodeSignatures& signatures() override { return signatures_; }
+    OutputDevices& outputs() override { return outputs_; }
+    Sounds& sounds() override { return *sounds_; }
+    std::optional<std::string> iconName(const AppRef& app) override { return names_.iconName(app); }
+
+private:
+    std::unique_ptr<Sounds> sounds_;
+    LinuxCodeSignatures signatures_;
+    LinuxAppNames names_;
+    PeerSockets peers_;
+    PulseConnection pulse_;
+    EventLoop loop_;
+    PulseOutputs outputs_;
+    std::unique_ptr<LinuxReadings> readings_; ///< its cameras and cards live on the loop's thread
+    std::unique_ptr<SystemMonitor> monitor_;
+};
+
+} // namespace velmoran

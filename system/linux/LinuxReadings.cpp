@@ -1,0 +1,120 @@
+#include "system/linux/LinuxReadings.h"
+
+#include "core/sessions/SystemProcess.h"
+
+#include <unistd.h>
+
+namespace velmoran {
+
+LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : seams_(seams) {
+    graph_ = std::make_unique<PipeWireGraph>(seams_.loop, seams_.naming, seams_.connections);
+    seams_.loop.runAndWait([this, &deviceFolder] {
+        const auto serves = [this](pid_t pid) {
+            return servesOthers(pid);
+        };
+        V4l2Cameras::Places places;
+        places.devices.deviceFolder = deviceFolder;
+        places.devices.udev = deviceFolder == "/dev";
+        directCameras_ = std::make_unique<V4l2Cameras>(seams_.loop, seams_.naming, serves, places);
+        directCards_ = std::make_unique<AlsaHolders>(seams_.loop, seams_.naming, serves,
+                                                     AlsaHolders::Places{});
+        lastTable_ = attributionTable();
+        graphChanges_ = graph_->onChange([this] { changed(); });
+        directCameras_->onChange([this] { changed(); });
+        directCards_->onChange([this] { changed(); });
+    });
+}
+
+LinuxReadings::~LinuxReadings() {
+    seams_.loop.runAndWait([this] {
+        graphChanges_.reset();
+        directCards_.reset();
+        directCameras_.reset();
+        receiver_ = nullptr;
+        onChange_ = nullptr;
+    });
+    graph_.reset();
+}
+
+bool LinuxReadings::servesOthers(pid_t pid) {
+    const auto app = seams_.naming.identify(pid);
+    const auto identifier = app.path ? seams_.signatures.systemIdentifier(*app.path) : std::nullopt;
+    const auto process = identifier ? SystemProcess::known(*identifier) : std::nullopt;
+    return process && process->role == SystemProcess::Role::worksForOtherApps;
+}
+
+std::vector<AudioProcess> LinuxReadings::Audio::processes() {
+    auto processes = all.graph_->processes();
+    const auto direct = all.directCards_->processes();
+    processes.insert(processes.end(), direct.begin(), direct.end());
+    // The warning sound is this program's own and nobody's business.
+    for (auto& process : processes) {
+        if (process.pid == ::getpid()) {
+            process.isRunningOutput = false;
+        }
+    }
+    return processes;
+}
+
+std::vector<AudioDeviceInfo> LinuxReadings::Audio::devices() {
+    return all.graph_->devices();
+}
+
+std::vector<CameraUse> LinuxReadings::cameraUses() const {
+    auto uses = graph_->cameras();
+    const auto direct = directCameras_->cameras();
+    uses.insert(uses.end(), direct.begin(), direct.end());
+    return uses;
+}
+
+std::vector<CameraDeviceInfo> LinuxReadings::Cameras::devices() {
+    std::vector<CameraDeviceInfo> devices;
+    for (const auto& use : all.cameraUses()) {
+        devices.push_back(use.device);
+    }
+    return devices;
+}
+
+AttributionTable LinuxReadings::attributionTable() const {
+    AttributionTable table;
+    for (const auto& use : cameraUses()) {
+        for (const auto& app : use.apps) {
+            table["cam"].push_back(app);
+        }
+    }
+    return table;
+}
+
+void LinuxReadings::CameraAttribution::start(
+    std::function<void(const AttributionTable&)> receiver) {
+    all.receiver_ = std::move(receiver);
+    all.lastTable_ = all.attributionTable();
+    if (!all.lastTable_.empty()) {
+        all.receiver_(all.lastTable_);
+    }
+}
+
+void LinuxReadings::CameraAttribution::stop() {
+    all.seams_.loop.runAndWait([this] { all.receiver_ = nullptr; });
+}
+
+void LinuxReadings::Listeners::add(const ListenerAddress& address, std::function<void()> onChange) {
+    // Every listener runs the same refresh, and a change of anything is one change here.
+    if (address.objectID == systemObjectID && !all.onChange_) {
+        all.onChange_ = std::move(onChange);
+    }
+}
+
+void LinuxReadings::changed() {
+    auto table = attributionTable();
+    if (receiver_ && table != lastTable_) {
+        // The receiver's refresh takes everything else along; a refresh before it would show a
+        // camera that nobody uses.
+        lastTable_ = std::move(table);
+        receiver_(lastTable_);
+    } else if (onChange_) {
+        onChange_();
+    }
+}
+
+} // namespace velmoran

@@ -1,0 +1,89 @@
+// Who uses camera, microphone and speaker on this machine, from all sources at once: the sound
+// server's graph, and the device nodes that programs open past it. Owned by the machine; all
+// readings on the loop's thread.
+#pragma once
+
+#include "system/Machine.h"
+#include "system/linux/AlsaHolders.h"
+#include "system/linux/PipeWireGraph.h"
+#include "system/linux/V4l2Cameras.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+class LinuxReadings {
+public:
+    struct Seams {
+        EventLoop& loop;
+        ProcessNaming& naming;
+        ConnectionFacts& connections;
+        CodeSignatures& signatures;
+    };
+
+    /// `deviceFolder`: where camera nodes stand; another one than /dev is taken as it is, without
+    /// udev. Any thread; waits for the loop's.
+    LinuxReadings(Seams seams, const std::string& deviceFolder);
+    ~LinuxReadings();
+    LinuxReadings(const LinuxReadings&) = delete;
+    LinuxReadings& operator=(const LinuxReadings&) = delete;
+
+    AudioReadings& audio() { return audio_; }
+    CameraReadings& cameras() { return cameras_; }
+    /// Of cameras alone: on Linux it is known at once who listens.
+    Attribution& attribution() { return attribution_; }
+    PropertyListeners& listeners() { return listeners_; }
+
+    /// Whether PipeWire answers. The loop's thread.
+    bool hasSoundServer() const { return graph_->isConnected(); }
+    /// Something beside these readings has changed that a snapshot shows. The loop's thread.
+    void noteChange() { changed(); }
+
+private:
+    struct Audio final : AudioReadings {
+        LinuxReadings& all;
+        explicit Audio(LinuxReadings& owner) : all(owner) {}
+        std::vector<AudioProcess> processes() override;
+        std::vector<AudioDeviceInfo> devices() override;
+    };
+    struct Cameras final : CameraReadings {
+        LinuxReadings& all;
+        explicit Cameras(LinuxReadings& owner) : all(owner) {}
+        std::vector<CameraDeviceInfo> devices() override;
+    };
+    struct CameraAttribution final : Attribution {
+        LinuxReadings& all;
+        explicit CameraAttribution(LinuxReadings& owner) : all(owner) {}
+        void start(std::function<void(const AttributionTable&)> receiver) override;
+        void stop() override;
+    };
+    struct Listeners final : PropertyListeners {
+        LinuxReadings& all;
+        explicit Listeners(LinuxReadings& owner) : all(owner) {}
+        void add(const ListenerAddress& address, std::function<void()> onChange) override;
+    };
+
+    std::vector<CameraUse> cameraUses() const;
+    AttributionTable attributionTable() const;
+    bool servesOthers(pid_t pid);
+    void changed();
+
+    Seams seams_;
+    Audio audio_{*this};
+    Cameras cameras_{*this};
+    CameraAttribution attribution_{*this};
+    Listeners listeners_{*this};
+    std::unique_ptr<PipeWireGraph> graph_;
+    std::unique_ptr<V4l2Cameras> directCameras_;
+    std::unique_ptr<AlsaHolders> directCards_;
+    Subscription graphChanges_;
+
+    std::function<void(const AttributionTable&)> receiver_;
+    std::function<void()> onChange_;
+    AttributionTable lastTable_;
+};
+
+} // namespace velmoran
