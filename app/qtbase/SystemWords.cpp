@@ -1,0 +1,26 @@
+#include "app/qtbase/SystemWords.h"
+
+#include "app/model/SettingsStore.h"
+#include "app/translations/Catalogues.h"
+#include "core/text/Localizer.h"
+
+#include <QLocale>
+#include <QTimeZone>
+#include <string>
+
+namespace velmoran {
+
+void setSystemWords(KeyValueStore& settings, Platform platform) {
+    std::string locale = QLocale::system().name().toStdString();
+    if (locale == "C") {
+        locale = "en_US";
+    }
+    if (const auto& language = *SettingsStore(settings).language;
+        language && !locale.starts_with(*language)) {
+        locale = *language;
+    }
+    setWords(Localizer(locale, QTimeZone::systemTimeZoneId().toStdString(),
+                       catalogues(locale, platform)));
+}
+
+} // namespace velmoran

@@ -1,0 +1,14 @@
+// Sets the process-wide words to the user's language, formats and time zone. Called by `main`
+// before anything else is worded; main thread.
+#pragma once
+
+#include "app/model/KeyValueStore.h"
+#include "system/Machine.h"
+
+namespace velmoran {
+
+/// The language is the user's choice in the settings, or else the system's; the formats of times
+/// and lists are the system's wherever they are of that language.
+void setSystemWords(KeyValueStore& settings, Platform platform);
+
+} // namespace velmoran
