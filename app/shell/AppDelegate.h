@@ -1,0 +1,35 @@
+// Owns the running program and brings it up in order: the status item first, then the model. One
+// per program, made by `main`; main thread.
+#pragma once
+
+#include "app/model/AppModel.h"
+#include "app/shell/StatusItemController.h"
+
+#include <functional>
+#include <memory>
+
+namespace velmoran {
+
+class AppDelegate {
+public:
+    /// The surroundings outlive the delegate.
+    AppDelegate(ModelSurroundings surroundings, AppPicture picture, std::function<void()> quit);
+    ~AppDelegate();
+
+    void didFinishLaunching();
+    /// Stops the monitor and nothing else: what is open is repaired by the next start.
+    void willTerminate();
+    /// Somebody started the program a second time.
+    void reopen();
+
+    AppModel& model() { return model_; }
+
+private:
+    ModelSurroundings around_;
+    AppPicture picture_;
+    std::function<void()> quit_;
+    AppModel model_;
+    std::unique_ptr<StatusItemController> statusItem_;
+};
+
+} // namespace velmoran

@@ -1,0 +1,61 @@
+#include "app/shell/CurrentUse.h"
+
+#include "core/text/DurationFormat.h"
+#include "core/text/Localizer.h"
+#include "core/warnings/DeviceWording.h"
+
+namespace velmoran {
+
+namespace {
+
+std::string title(const SystemSnapshot& snapshot) {
+    std::vector<Device> on;
+    if (snapshot.cameraOn) {
+        on.push_back(Device::camera);
+    }
+    if (snapshot.microphoneOn) {
+        on.push_back(Device::microphone);
+    }
+    if (on.empty()) {
+        return words().text("Camera and microphone are off");
+    }
+    if (on.size() == 2) {
+        return words().text("Camera and microphone are in use");
+    }
+    return on.front() == Device::camera ? words().text("The camera is in use")
+                                        : words().text("The microphone is in use");
+}
+
+} // namespace
+
+NoticeItem currentUseItem(const std::vector<UsageSession>& open, const SystemSnapshot& snapshot,
+                          bool historyUnavailable, Timestamp now) {
+    NoticeItem item;
+    item.id = Uuid::random();
+    item.symbol = snapshot.cameraOn ? "camera" : "microphone";
+    item.title = title(snapshot);
+    std::string lines;
+    for (const auto& session : open) {
+        if (session.device == Device::speaker) {
+            continue;
+        }
+        lines += (lines.empty() ? "" : "\n") +
+                 words().text("%1$@ uses %2$@ (%3$@)",
+                              {session.app.name, DeviceWording::the({session.device}),
+                               DurationFormat::text(session.duration(now))});
+    }
+    if (historyUnavailable) {
+        lines +=
+            (lines.empty() ? "" : "\n") +
+            words().text("History can't be saved right now. Velmoran couldn't open its file on "
+                         "this Mac.");
+    }
+    if (!lines.empty()) {
+        item.message = lines;
+    }
+    item.timeText = words().shortTime(now);
+    item.autoHideAfter = 8.0;
+    return item;
+}
+
+} // namespace velmoran

@@ -1,0 +1,39 @@
+// Keeps the panel with the cards as the notice center has them. Owned by the status item; main
+// thread.
+#pragma once
+
+#include "app/notices/NoticeCenter.h"
+#include "app/shell/NoticePanel.h"
+
+#include <QRect>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace velmoran {
+
+class NoticePanelController {
+public:
+    /// `anchor` answers with the status item's rectangle on the screen, or nothing. The center
+    /// outlives the controller.
+    NoticePanelController(NoticeCenter& notices, std::function<std::optional<QRect>()> anchor,
+                          AppPicture picture);
+    ~NoticePanelController();
+    NoticePanelController(const NoticePanelController&) = delete;
+    NoticePanelController& operator=(const NoticePanelController&) = delete;
+
+    /// Brings the cards, if there are any, in front of everything.
+    void raise();
+    const NoticePanel& panel() const { return panel_; }
+
+private:
+    void update();
+    void place();
+
+    NoticeCenter& notices_;
+    std::function<std::optional<QRect>()> anchor_;
+    AppPicture picture_;
+    NoticePanel panel_;
+};
+
+} // namespace velmoran

@@ -1,0 +1,31 @@
+#include "app/shell/NoticePlacing.h"
+
+#include <algorithm>
+
+namespace velmoran {
+
+namespace {
+constexpr int gap = 2;  ///< between the status item and the panel
+constexpr int edge = 4; ///< between the panel and the sides of the screen
+} // namespace
+
+QPoint noticePanelPlace(const QRect& visible, const std::optional<QRect>& anchor,
+                        const QSize& panel) {
+    // QRect's own right and bottom are one short of the edge.
+    const int left = visible.x();
+    const int right = visible.x() + visible.width();
+    const int top = visible.y();
+    const int bottom = visible.y() + visible.height();
+
+    const QRect at = anchor.value_or(QRect(right - 40, top, 24, 0));
+    int x = at.x() + at.width() / 2 - panel.width() / 2;
+    x = std::max(x, left + edge);
+    x = std::min(x, right - panel.width() - edge);
+
+    const bool isLow = anchor && at.y() + at.height() / 2 > top + visible.height() / 2;
+    const int y = isLow ? std::min(bottom, at.y()) - gap - panel.height()
+                        : std::max(top, at.y() + at.height()) + gap;
+    return {x, y};
+}
+
+} // namespace velmoran

@@ -1,0 +1,18 @@
+// Where the panel with the cards stands: under the status item, or above it where the tray is at
+// the bottom of the screen. Pure.
+#pragma once
+
+#include <QPoint>
+#include <QRect>
+#include <QSize>
+#include <optional>
+
+namespace velmoran {
+
+/// Upper left corner of a panel of that size, in the coordinates of the screen, y downward.
+/// `visible` is the part of the screen that no bars take, empty without a screen; `anchor` is the
+/// status item's rectangle, nothing where the desktop doesn't tell it.
+QPoint noticePanelPlace(const QRect& visible, const std::optional<QRect>& anchor,
+                        const QSize& panel);
+
+} // namespace velmoran

@@ -1,0 +1,52 @@
+// The icon in the tray, with its menu and the cards below it. Owned by the application delegate;
+// lives as long as the program; main thread.
+#pragma once
+
+#include "app/model/AppModel.h"
+#include "app/shell/NoticePanelController.h"
+
+#include <QMenu>
+#include <QPoint>
+#include <QSystemTrayIcon>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace velmoran {
+
+class StatusItemController final : public QObject {
+public:
+    struct Actions {
+        std::function<void()> quit;
+    };
+
+    /// The model outlives the controller. Docks into the tray as soon as one is there.
+    StatusItemController(AppModel& model, const Clock& clock, AppPicture picture, Actions actions);
+    ~StatusItemController() override;
+
+    /// What a click on the icon does, and a second start of the program: brings the cards to the
+    /// front, or tells what is on.
+    void showCards();
+
+    NoticePanelController& noticePanel() { return noticePanel_; }
+
+private:
+    void dockWhenATrayIsThere();
+    void dock();
+    void refreshIcon();
+    std::optional<QRect> anchor() const;
+
+    AppModel& model_;
+    const Clock& clock_;
+    QMenu menu_;
+    QSystemTrayIcon item_;
+    std::optional<QPoint> lastClick_;
+    std::optional<Uuid> currentUse_; ///< the card of `showCards`
+    std::optional<StatusIconState> shown_;
+    NoticePanelController noticePanel_;
+    Subscription modelChanges_;
+    bool docked_ = false;
+};
+
+} // namespace velmoran

@@ -1,0 +1,81 @@
+#include "app/shell/X11Window.h"
+
+#include <QBitmap>
+#include <QGuiApplication>
+#include <QPainter>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include <xcb/xcb.h>
+
+namespace velmoran {
+
+namespace {
+
+xcb_connection_t* connection() {
+    // Asked first: the native interface of another platform is no X11.
+    if (QGuiApplication::platformName() != "xcb") {
+        return nullptr;
+    }
+    const auto* native = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return native ? native->connection() : nullptr;
+}
+
+template <class Reply>
+std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
+    return {reply, &std::free};
+}
+
+xcb_atom_t atom(xcb_connection_t* x, const std::string& name) {
+    const auto cookie =
+        xcb_intern_atom(x, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
+    const auto reply = owned(xcb_intern_atom_reply(x, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+bool hasOwner(const std::string& selection) {
+    auto* x = connection();
+    if (!x) {
+        return false;
+    }
+    const auto name = atom(x, selection);
+    const auto cookie = xcb_get_selection_owner(x, name);
+    const auto reply = owned(xcb_get_selection_owner_reply(x, cookie, nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+} // namespace
+
+bool hasCompositor() {
+    return !connection() || hasOwner("_NET_WM_CM_S0");
+}
+
+bool hasXembedTray() {
+    return hasOwner("_NET_SYSTEM_TRAY_S0");
+}
+
+void setOnAllDesktops(QWidget& window) {
+    auto* x = connection();
+    if (!x || !window.internalWinId()) {
+        return;
+    }
+    const auto id = static_cast<xcb_window_t>(window.internalWinId());
+    const std::uint32_t all = 0xFFFFFFFF;
+    // Read by the window manager when it maps the window; once it is mapped, it wants a message.
+    xcb_change_property(x, XCB_PROP_MODE_REPLACE, id, atom(x, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL,
+                        32, 1, &all);
+}
+
+QRegion roundedRegion(const QRect& rectangle, int radius) {
+    QBitmap bitmap(rectangle.size());
+    bitmap.fill(Qt::color0);
+    QPainter painter(&bitmap);
+    painter.setBrush(Qt::color1);
+    painter.setPen(Qt::NoPen);
+    painter.drawRoundedRect(QRect(QPoint(0, 0), rectangle.size()), radius, radius);
+    painter.end();
+    return QRegion(bitmap).translated(rectangle.topLeft());
+}
+
+} // namespace velmoran

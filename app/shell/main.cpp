@@ -1,0 +1,166 @@
+// velmoran: the program in the tray.
+#include "app/qtbase/QtEventLoop.h"
+#include "app/qtbase/QtSettingsFile.h"
+#include "app/qtbase/SystemWords.h"
+#include "app/replay/RecordingPlayer.h"
+#include "app/shell/AppDelegate.h"
+#include "app/shell/CanberraSounds.h"
+#include "app/shell/SignalWatch.h"
+#include "app/shell/SingleInstance.h"
+#include "system/MakeMachine.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QIcon>
+#include <QStandardPaths>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+namespace {
+
+using namespace velmoran;
+
+constexpr int wrongArguments = 2;
+
+int complain(const std::string& what, int status) {
+    std::cerr << "velmoran: " << what << '\n';
+    return status;
+}
+
+std::filesystem::path historyFile() {
+    const auto folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    return std::filesystem::path(folder.toStdString()) / "Velmoran" / "History.store";
+}
+
+/// The picture of an app that is running or was seen, by what its desktop entry says.
+AppPicture pictureFrom(Machine& machine) {
+    return [&machine](const std::string& path) {
+        const auto name = machine.iconName({.name = {}, .bundleID = std::nullopt, .path = path});
+        if (!name) {
+            return QIcon();
+        }
+        return name->starts_with('/') ? QIcon(QString::fromStdString(*name))
+                                      : QIcon::fromTheme(QString::fromStdString(*name));
+    };
+}
+
+int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder) {
+    SingleInstance instance("org.velmoran.Velmoran");
+    if (instance.role() == SingleInstance::Role::second) {
+        return 0;
+    }
+    QtEventLoop loop;
+    QtSettingsFile settings;
+    setSystemWords(settings, Platform::linux);
+    MachineOptions options;
+    options.sounds = std::make_unique<CanberraSounds>();
+    if (!deviceFolder.isEmpty()) {
+        options.deviceFolder = deviceFolder.toStdString();
+    }
+    const auto machine = makeMachine(std::move(options));
+    AppDelegate delegate({*machine, loop, loop, settings,
+                          [] {
+                              return std::make_shared<HistoryStore>(historyFile());
+                          }},
+                         pictureFrom(*machine), [&app] { app.quit(); });
+    instance.onShow([&] { delegate.reopen(); });
+    delegate.didFinishLaunching();
+    signals.start();
+    const int status = QApplication::exec();
+    delegate.willTerminate();
+    return status;
+}
+
+int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString>& file) {
+    auto recording = file ? std::make_unique<std::ifstream>(file->toStdString(), std::ios::binary)
+                          : builtInRecording();
+    const std::string name = file ? file->toStdString() : "the built-in recording";
+    if (!*recording) {
+        return complain(name + " can't be opened", wrongArguments);
+    }
+    std::optional<RecordingPlayer> player;
+    try {
+        player.emplace(std::move(recording));
+    } catch (const ReplayError& error) {
+        std::cerr << name << ':' << error.line() << ": " << error.what() << '\n';
+        return wrongArguments;
+    }
+    QtEventLoop loop;
+    ReplayStage stage(player->beginning());
+    setSystemWords(stage.settings, stage.machine.platform());
+    CanberraSounds sounds;
+    stage.machine.onSound = [&] {
+        sounds.playWarning();
+    };
+    AppDelegate delegate(stage.surroundings(loop, loop), pictureFrom(stage.machine),
+                         [&app] { app.quit(); });
+    delegate.didFinishLaunching();
+    signals.start();
+    int status = 0;
+    player->play(stage, delegate.model(), loop, loop,
+                 [&](const std::optional<std::string>& problem) {
+                     if (problem) {
+                         std::cerr << name << ':' << *problem << '\n';
+                         status = wrongArguments;
+                     }
+                     QApplication::quit();
+                 });
+    QApplication::exec();
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // Cards have to be placed and stay on top, which a Wayland compositor leaves to no program.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY")) {
+        qputenv("QT_QPA_PLATFORM", "xcb");
+    } else if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
+               qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        return complain("there is no display; velmoranctl watch runs in a terminal", 1);
+    }
+    // Before any other thread, so that all of them leave these signals to the main one.
+    SignalWatch signals([] { QApplication::quit(); });
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Velmoran"));
+    QApplication::setApplicationVersion(QStringLiteral(VELMORAN_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("org.velmoran.Velmoran"));
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Tells you which app turned on the camera or the microphone."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption demo(QStringLiteral("demo"),
+                                  QStringLiteral("Play a recording instead: FILE, or a built-in "
+                                                 "one. Touches neither history nor settings."));
+    QCommandLineOption devices(QStringLiteral("device-folder"),
+                               QStringLiteral("Where camera nodes stand."), QStringLiteral("DIR"));
+    devices.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(demo);
+    parser.addOption(devices);
+    parser.addPositionalArgument(QStringLiteral("FILE"),
+                                 QStringLiteral("A recording to play with --demo."),
+                                 QStringLiteral("[FILE]"));
+    parser.process(app);
+    const auto files = parser.positionalArguments();
+    if (files.size() > 1 || (!files.isEmpty() && !parser.isSet(demo))) {
+        return complain("unexpected argument \"" + files.last().toStdString() +
+                            "\"; velmoran --help tells what there is",
+                        wrongArguments);
+    }
+    try {
+        if (parser.isSet(demo)) {
+            return runDemo(app, signals,
+                           files.isEmpty() ? std::nullopt : std::optional(files.first()));
+        }
+        return runReal(app, signals, parser.value(devices));
+    } catch (const std::exception& error) {
+        return complain(error.what(), 1);
+    }
+}
