@@ -166,7 +166,8 @@ TEST_F(DesktopEntriesTest, RootsEntryNeverMeansAProgramInTheUsersPath) {
 TEST_F(DesktopEntriesTest, DoesNotTrustAProgramOfTheUsersInRootsEntry) {
     const auto tool = world.program("home/u/tool");
     world.entry("tool", "Name=Tool\nExec=" + tool);
-    const auto* found = read().byProgram(tool).front();
+    const auto entries = read();
+    const auto* found = entries.byProgram(tool).front();
     EXPECT_TRUE(found->isProtected);
     EXPECT_FALSE(found->isTrusted);
 }
