@@ -1,6 +1,8 @@
 // velmoranctl: Velmoran without a desktop.
 #include "app/replay/Replay.h"
+#include "app/translations/Catalogues.h"
 #include "ctl/Output.h"
+#include "ctl/Watch.h"
 
 #include <CLI/CLI.hpp>
 #include <fstream>
@@ -18,14 +20,14 @@ int replayFile(const std::string& path) {
         output.write(line);
     };
     if (path == "-") {
-        return runReplay(std::cin, path, sink, std::cerr);
+        return runReplay(std::cin, path, sink, std::cerr, catalogues);
     }
     std::ifstream file(path, std::ios::binary);
     if (!file) {
         std::cerr << path << ": it can't be opened\n";
         return ReplayStop::wrong;
     }
-    return runReplay(file, path, sink, std::cerr);
+    return runReplay(file, path, sink, std::cerr, catalogues);
 }
 
 } // namespace
@@ -40,6 +42,18 @@ int main(int argc, char** argv) {
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.get_formatter()->label("Subcommands", "Commands");
     app.get_formatter()->label("REQUIRED", "");
+
+    auto* watch = app.add_subcommand(
+        "watch", "Print a line whenever an app turns the camera or the microphone on or off");
+    watch->footer("Runs until Ctrl-C. What was seen is kept in the history, unless a Velmoran on\n"
+                  "the desktop is keeping it already.");
+    velmoran::WatchOptions options;
+    watch->add_flag("--json", options.json,
+                    "Print JSON Lines for other programs instead of sentences");
+    auto* demo = watch->add_option("--demo", options.demoFile,
+                                   "Play a recording instead of watching this computer: FILE, or "
+                                   "the one that comes with the program");
+    demo->expected(0, 1)->type_name("[FILE]");
 
     auto* replay = app.add_subcommand(
         "replay", "Print what Velmoran would have told of a recording, as JSON Lines");
@@ -58,9 +72,13 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : wrongArguments;
     }
-    if (!*replay) {
-        std::cerr << "A command is missing.\n\n" << app.help();
-        return wrongArguments;
+    if (*replay) {
+        return replayFile(file);
     }
-    return replayFile(file);
+    if (*watch) {
+        options.demo = demo->count() > 0;
+        return velmoran::runWatch(options, argc, argv);
+    }
+    std::cerr << "A command is missing.\n\n" << app.help();
+    return wrongArguments;
 }

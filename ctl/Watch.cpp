@@ -1,0 +1,180 @@
+#include "ctl/Watch.h"
+
+#include "app/qtbase/QtEventLoop.h"
+#include "app/qtbase/QtSettingsFile.h"
+#include "app/qtbase/UserHistory.h"
+#include "app/replay/ModelRecorder.h"
+#include "app/replay/RecordingPlayer.h"
+#include "app/replay/WatchLines.h"
+#include "app/translations/Catalogues.h"
+#include "core/text/Localizer.h"
+#include "ctl/EndSignals.h"
+#include "ctl/Output.h"
+#include "system/MakeMachine.h"
+#include "system/SoundServer.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QLocale>
+#include <QTimeZone>
+#include <cmath>
+#include <csignal>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+namespace velmoran {
+
+namespace {
+
+struct TellingSounds final : Sounds {
+    std::function<void()> onSound;
+    void playWarning() override {
+        if (onSound) {
+            onSound();
+        }
+    }
+};
+
+std::string timeOfDay(Timestamp time) {
+    const auto milliseconds = std::floor((time.seconds + secondsFromUnixEpoch) * 1000);
+    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(milliseconds))
+        .toString(QStringLiteral("HH:mm:ss"))
+        .toStdString();
+}
+
+void setUsersWords() {
+    QtSettingsFile file;
+    const SettingsStore chosen(file);
+    const auto locale = (*chosen.language).value_or(QLocale::system().name().toStdString());
+    setWords(Localizer(locale, QTimeZone::systemTimeZoneId().toStdString(),
+                       catalogues(locale, Platform::linux)));
+}
+
+/// What is told of one model, on standard output.
+class Teller {
+public:
+    Teller(AppModel& model, const QtEventLoop& loop, bool json)
+        : output_([] { QCoreApplication::quit(); }),
+          writer_([this](const std::string& line) { output_.write(line); }) {
+        if (json) {
+            recorder_.emplace(
+                model,
+                [&loop, start = loop.now()] {
+                    return std::round((loop.now() - start) * 1e6) / 1e6;
+                },
+                writer_);
+        } else {
+            lines_.emplace(model, loop, timeOfDay,
+                           [this](const std::string& line) { output_.write(line); });
+        }
+    }
+
+    /// A sentence that isn't about a use; beside JSON it goes where it disturbs no reader.
+    void say(const std::string& sentence) {
+        if (lines_) {
+            lines_->say(sentence);
+        } else {
+            std::cerr << sentence << std::endl;
+        }
+    }
+
+    void soundPlayed() {
+        if (recorder_) {
+            recorder_->soundPlayed();
+        }
+    }
+
+private:
+    Output output_;
+    ReplayWriter writer_;
+    std::optional<ModelRecorder> recorder_;
+    std::optional<WatchLines> lines_;
+};
+
+int watchThisComputer(bool json, QtEventLoop& loop) {
+    auto sounds = std::make_unique<TellingSounds>();
+    auto& telling = *sounds;
+    MachineOptions options;
+    options.sounds = std::move(sounds);
+    std::unique_ptr<Machine> machine;
+    try {
+        machine = makeMachine(std::move(options));
+    } catch (const std::exception& error) {
+        std::cerr << "velmoranctl: this computer can't be watched: " << error.what() << '\n';
+        return 1;
+    }
+    bool keptElsewhere = false;
+    QtSettingsFile settings;
+    AppModel model({*machine, loop, loop, settings, [&keptElsewhere] {
+                        try {
+                            return openUserHistory(WhenKept::giveWay);
+                        } catch (const HistoryIsKept&) {
+                            keptElsewhere = true;
+                            return std::make_shared<HistoryStore>(std::nullopt);
+                        }
+                    }});
+    Teller teller(model, loop, json);
+    telling.onSound = [&] {
+        teller.soundPlayed();
+    };
+    model.start();
+    if (keptElsewhere) {
+        teller.say(words().text("Velmoran is already running and keeps the history. This watch "
+                                "keeps none."));
+    }
+    if (!soundServerAnswers()) {
+        teller.say(words().text("No sound server can be reached. Until one can, only programs that "
+                                "open a device directly are seen."));
+    }
+    const auto status = QCoreApplication::exec();
+    telling.onSound = nullptr;
+    model.stopMonitor();
+    return status;
+}
+
+int watchRecording(const WatchOptions& options, QtEventLoop& loop) {
+    const auto name = options.demoFile.empty() ? std::string("demo") : options.demoFile;
+    std::unique_ptr<std::istream> recording = builtInRecording();
+    if (!options.demoFile.empty()) {
+        recording = std::make_unique<std::ifstream>(options.demoFile, std::ios::binary);
+        if (!*recording) {
+            std::cerr << name << ": it can't be opened\n";
+            return ReplayStop::wrong;
+        }
+    }
+    try {
+        RecordingPlayer player(std::move(recording));
+        ReplayStage stage(player.beginning());
+        AppModel model(stage.surroundings(loop, loop));
+        Teller teller(model, loop, options.json);
+        stage.machine.onSound = [&] {
+            teller.soundPlayed();
+        };
+        model.start();
+        player.play(stage, model, loop, loop, [&](const std::optional<std::string>& error) {
+            if (error) {
+                std::cerr << name << ':' << *error << '\n';
+            }
+            loop.post([status = error ? ReplayStop::wrong : 0] { QCoreApplication::exit(status); });
+        });
+        return QCoreApplication::exec();
+    } catch (const ReplayError& error) {
+        std::cerr << name << ':' << error.line() << ": " << error.what() << '\n';
+        return ReplayStop::wrong;
+    }
+}
+
+} // namespace
+
+int runWatch(const WatchOptions& options, int& argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN); // a reader that goes is noticed when writing
+    const QCoreApplication application(argc, argv);
+    const EndSignals endings([] { QCoreApplication::quit(); });
+    QtEventLoop loop;
+    setUsersWords();
+    return options.demo ? watchRecording(options, loop) : watchThisComputer(options.json, loop);
+}
+
+} // namespace velmoran

@@ -1,0 +1,192 @@
+// velmoranctl as a person or another program meets it: its arguments, its output, its ends.
+#include "core/base/Json.h"
+#include "support/ChildProcess.h"
+#include "support/TemporaryDirectory.h"
+#include "support/Waiting.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
+
+namespace velmoran {
+namespace {
+
+using support::ChildProcess;
+using support::waitUntil;
+
+class Ctl : public testing::Test {
+protected:
+    /// Starts a program in a world of its own: no sound server, no settings, no history.
+    ChildProcess start(const std::vector<std::string>& arguments) {
+        const auto number = std::to_string(++started_);
+        const auto* path = std::getenv("PATH");
+        ChildProcess::Options options;
+        options.environment = {{"HOME", folder_.path()},
+                               {"XDG_RUNTIME_DIR", folder_.path()},
+                               {"PATH", path ? path : "/usr/bin:/bin"},
+                               {"LANG", "C.UTF-8"},
+                               {"TZ", "UTC"}};
+        // What a sanitizer was told holds for the child, too.
+        for (const auto* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
+            if (const auto* value = std::getenv(name)) {
+                options.environment[name] = value;
+            }
+        }
+        options.output = folder_.path("output" + number);
+        options.errors = folder_.path("errors" + number);
+        return {arguments, options};
+    }
+
+    ChildProcess ctl(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), VELMORANCTL);
+        return start(arguments);
+    }
+
+    static bool says(const ChildProcess& child, const std::string& text) {
+        return waitUntil([&] { return child.output().find(text) != std::string::npos; });
+    }
+
+    std::string history() const { return folder_.path(".local/share/Velmoran/History.store"); }
+
+    /// Three uses within half a second.
+    std::string recording() const {
+        std::string text = "{\"at\": 0, \"snapshot\": {}}\n";
+        for (int i = 1; i <= 6; ++i) {
+            text += "{\"at\": 0." + std::to_string(i) + ", \"snapshot\": " +
+                    (i % 2 == 1 ? R"({"microphoneOn": true, "microphoneApps": [{"name": "Meet"}]})"
+                                : "{}") +
+                    "}\n";
+        }
+        return folder_.write("recording.jsonl", text);
+    }
+
+    TemporaryDirectory folder_;
+
+private:
+    int started_ = 0;
+};
+
+std::vector<std::string> lines(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> result;
+    for (std::string line; std::getline(stream, line);) {
+        result.push_back(line);
+    }
+    return result;
+}
+
+TEST_F(Ctl, HelpsAndSaysItsVersion) {
+    for (const auto& arguments : std::vector<std::vector<std::string>>{
+             {"--help"}, {"-h"}, {"--version"}, {"replay", "--help"}, {"watch", "--help"}}) {
+        auto child = ctl(arguments);
+        EXPECT_EQ(child.wait(), 0) << child.title();
+        EXPECT_NE(child.output(), "") << child.title();
+        EXPECT_EQ(child.errors(), "") << child.title();
+    }
+    auto version = ctl({"--version"});
+    EXPECT_EQ(version.wait(), 0);
+    EXPECT_TRUE(std::regex_match(version.output(), std::regex("velmoranctl \\d+\\.\\d+\\.\\d+\n")));
+}
+
+TEST_F(Ctl, EndsWith2ForArgumentsThatItDoesNotKnow) {
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{},
+                                                                       {"dance"},
+                                                                       {"--dance"},
+                                                                       {"replay"},
+                                                                       {"replay", "a", "b"},
+                                                                       {"replay", "--dance", "a"},
+                                                                       {"watch", "dance"},
+                                                                       {"watch", "--dance"},
+                                                                       {"replay", "/nowhere"}}) {
+        auto child = ctl(arguments);
+        EXPECT_EQ(child.wait(), 2) << child.title();
+        EXPECT_NE(child.errors(), "") << child.title();
+        EXPECT_EQ(child.output(), "") << child.title();
+    }
+}
+
+TEST_F(Ctl, WatchesARecordingInWords) {
+    auto child = ctl({"watch", "--demo", recording()});
+    ASSERT_EQ(child.wait(), 0) << child.errors();
+    const auto told = lines(child.output());
+    ASSERT_EQ(told.size(), 6U);
+    const std::regex on(R"(\d\d:\d\d:\d\d  Meet turned on the microphone)");
+    const std::regex off(R"(\d\d:\d\d:\d\d  Meet turned off the microphone \(0 s\))");
+    for (std::size_t i = 0; i < told.size(); ++i) {
+        EXPECT_TRUE(std::regex_match(told[i], i % 2 == 0 ? on : off)) << told[i];
+    }
+}
+
+TEST_F(Ctl, WatchesARecordingInJson) {
+    auto child = ctl({"watch", "--json", "--demo", recording()});
+    ASSERT_EQ(child.wait(), 0) << child.errors();
+    std::string events;
+    double last = 0;
+    for (const auto& line : lines(child.output())) {
+        const auto json = Json::parse(line);
+        EXPECT_GE(json.at("at").get<double>(), last);
+        last = json.at("at").get<double>();
+        events += json.at("event").get<std::string>() + " ";
+    }
+    EXPECT_EQ(events, "icon notice icon started ended icon notice icon started ended icon notice "
+                      "icon started ended icon ");
+    EXPECT_GE(last, 0.6);
+}
+
+TEST_F(Ctl, SaysWhatIsWrongWithARecording) {
+    const auto path = folder_.write("bad.jsonl", "{\"at\": 0, \"wait\": true}\n{\"at\": 0}\n");
+    auto watch = ctl({"watch", "--demo", path});
+    EXPECT_EQ(watch.wait(), 2);
+    EXPECT_EQ(watch.errors(), path + ":2: no action\n");
+    auto replay = ctl({"replay", path});
+    EXPECT_EQ(replay.wait(), 2);
+    EXPECT_EQ(replay.errors(), path + ":2: no action\n");
+}
+
+TEST_F(Ctl, EndsCleanlyWhenItsReaderGoes) {
+    auto child =
+        start({"bash", "-o", "pipefail", "-c",
+               std::string("'") + VELMORANCTL "' watch --demo '" + recording() + "' | head -n 1"});
+    EXPECT_EQ(child.wait(), 0) << child.errors();
+    EXPECT_EQ(lines(child.output()).size(), 1U);
+    EXPECT_EQ(child.errors(), "");
+}
+
+TEST_F(Ctl, WatchSaysThatNoSoundServerAnswersAndEndsBySignals) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        auto child = ctl({"watch"});
+        EXPECT_TRUE(says(child, "No sound server can be reached."));
+        child.signal(signal);
+        EXPECT_EQ(child.wait(), 0) << signal;
+        EXPECT_EQ(child.errors(), "");
+    }
+}
+
+TEST_F(Ctl, WatchSaysThatThereIsNoHistoryAndLeavesTheFileAlone) {
+    folder_.write(".local/share/Velmoran/History.store", "something else altogether");
+    auto words = ctl({"watch"});
+    EXPECT_TRUE(says(words, "History can't be saved right now. Velmoran couldn't open its file on "
+                            "this computer."));
+    EXPECT_EQ(words.stop(), 0);
+    auto json = ctl({"watch", "--json"});
+    EXPECT_TRUE(says(json, "\"event\":\"historyUnavailable\""));
+    EXPECT_EQ(json.stop(), 0);
+    EXPECT_EQ(support::readFile(history()), "something else altogether");
+}
+
+TEST_F(Ctl, WatchGivesWayToTheOneThatKeepsTheHistory) {
+    auto first = ctl({"watch"});
+    ASSERT_TRUE(says(first, "No sound server"));
+    auto second = ctl({"watch"});
+    EXPECT_TRUE(says(second, "Velmoran is already running and keeps the history."));
+    EXPECT_EQ(first.stop(), 0);
+    EXPECT_EQ(second.stop(), 0);
+    auto third = ctl({"watch"});
+    EXPECT_TRUE(says(third, "No sound server"));
+    EXPECT_EQ(third.output().find("already running"), std::string::npos);
+}
+
+} // namespace
+} // namespace velmoran
