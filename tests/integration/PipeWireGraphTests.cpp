@@ -166,6 +166,10 @@ TEST_F(PipeWireGraphWithServers, IsNotDeceivedByTheProcessIdOfAnotherClient) {
 
 TEST_F(PipeWireGraphWithServers, NamesNoLiarFalselyThatWasThereBefore) {
     auto& honest = session.start("honest", {"pactl", "subscribe"});
+    ASSERT_TRUE(waitUntil([&] {
+        return session.graph().find("\"application.process.binary\": \"pactl\"") !=
+               std::string::npos;
+    }));
     {
         GraphWatcher first;
         session.environment()["PULSE_PROP"] =
