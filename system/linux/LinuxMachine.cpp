@@ -1,9 +1,6 @@
 #include "system/linux/LinuxMachine.h"
 
 #include "system/linux/LinuxReadings.h"
-#include "system/linux/ServerSocket.h"
-
-#include <unistd.h>
 
 namespace velmoran {
 
@@ -20,9 +17,9 @@ LinuxMachine::LinuxMachine(MachineOptions options)
       signatures_(LinuxPlaces::ofThisUser()),
       names_(LinuxPlaces::ofThisUser()),
       outputs_(pulse_, loop_),
-      readings_(
-          std::make_unique<LinuxReadings>(LinuxReadings::Seams{loop_, names_, peers_, signatures_},
-                                          options.deviceFolder.string())) {
+      readings_(std::make_unique<LinuxReadings>(
+          LinuxReadings::Seams{loop_, names_, peers_, signatures_, pulse_},
+          options.deviceFolder.string())) {
     loop_.runAndWait([this] { outputs_.onChange([this] { readings_->noteChange(); }); });
     monitor_ = std::make_unique<SystemMonitor>(
         MonitorReadings{loop_, readings_->audio(), readings_->cameras(), outputs_, names_,

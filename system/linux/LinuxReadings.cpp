@@ -1,6 +1,11 @@
 #include "system/linux/LinuxReadings.h"
 
 #include "core/sessions/SystemProcess.h"
+#include "system/SoundServer.h"
+
+#include <chrono>
+#include <future>
+#include <utility>
 
 #include <unistd.h>
 
@@ -20,20 +25,63 @@ LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : sea
                                                      AlsaHolders::Places{});
         lastTable_ = attributionTable();
         graphChanges_ = graph_->onChange([this] { changed(); });
+        graphConnection_ = graph_->onConnection([this] { graphConnectionChanged(); });
         directCameras_->onChange([this] { changed(); });
         directCards_->onChange([this] { changed(); });
     });
+    awaitStreams();
 }
 
 LinuxReadings::~LinuxReadings() {
     seams_.loop.runAndWait([this] {
         graphChanges_.reset();
+        graphConnection_.reset();
+        patience_.reset();
+        streams_.reset();
         directCards_.reset();
         directCameras_.reset();
         receiver_ = nullptr;
         onChange_ = nullptr;
     });
     graph_.reset();
+}
+
+void LinuxReadings::awaitStreams() {
+    const auto told = std::make_shared<std::promise<void>>();
+    bool isWaiting = false;
+    seams_.loop.runAndWait([&] {
+        if (graph_->isConnected()) {
+            return;
+        }
+        useStreams();
+        isWaiting = soundServerAnswers();
+        streams_->onChange([this, told, first = true]() mutable {
+            if (std::exchange(first, false)) {
+                told->set_value();
+            }
+            changed();
+        });
+    });
+    if (isWaiting) {
+        told->get_future().wait_for(std::chrono::duration<double>(firstPicture));
+    }
+}
+
+void LinuxReadings::useStreams() {
+    streams_ =
+        std::make_unique<PulseSources>(seams_.pulse, seams_.loop, seams_.connections, seams_.naming,
+                                       PulseConnection::socketPath({}).value_or(std::string()));
+    streams_->onChange([this] { changed(); });
+}
+
+void LinuxReadings::graphConnectionChanged() {
+    if (graph_->isConnected()) {
+        patience_.reset();
+        streams_.reset();
+        changed();
+    } else {
+        patience_ = seams_.loop.after(patienceWithGraph, [this] { useStreams(); });
+    }
 }
 
 bool LinuxReadings::servesOthers(pid_t pid) {
@@ -45,6 +93,10 @@ bool LinuxReadings::servesOthers(pid_t pid) {
 
 std::vector<AudioProcess> LinuxReadings::Audio::processes() {
     auto processes = all.graph_->processes();
+    if (all.streams_) {
+        const auto streams = all.streams_->processes();
+        processes.insert(processes.end(), streams.begin(), streams.end());
+    }
     const auto direct = all.directCards_->processes();
     processes.insert(processes.end(), direct.begin(), direct.end());
     // The warning sound is this program's own and nobody's business.
@@ -57,7 +109,12 @@ std::vector<AudioProcess> LinuxReadings::Audio::processes() {
 }
 
 std::vector<AudioDeviceInfo> LinuxReadings::Audio::devices() {
-    return all.graph_->devices();
+    auto devices = all.graph_->devices();
+    if (all.streams_) {
+        const auto more = all.streams_->devices();
+        devices.insert(devices.end(), more.begin(), more.end());
+    }
+    return devices;
 }
 
 std::vector<CameraUse> LinuxReadings::cameraUses() const {

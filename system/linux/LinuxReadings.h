@@ -1,11 +1,12 @@
 // Who uses camera, microphone and speaker on this machine, from all sources at once: the sound
-// server's graph, and the device nodes that programs open past it. Owned by the machine; all
-// readings on the loop's thread.
+// server's graph, or a server's streams where none has a graph, and the device nodes that programs
+// open past it. Owned by the machine; all readings on the loop's thread.
 #pragma once
 
 #include "system/Machine.h"
 #include "system/linux/AlsaHolders.h"
 #include "system/linux/PipeWireGraph.h"
+#include "system/linux/PulseSources.h"
 #include "system/linux/V4l2Cameras.h"
 
 #include <functional>
@@ -22,7 +23,14 @@ public:
         ProcessNaming& naming;
         ConnectionFacts& connections;
         CodeSignatures& signatures;
+        PulseConnection& pulse;
     };
+
+    /// How long the graph's server has to be away before one without a graph is asked: PipeWire
+    /// speaks libpulse too, and must not be heard by half while it only restarts.
+    static constexpr Seconds patienceWithGraph = 8.0;
+    /// How long the constructor waits to learn what is going on already.
+    static constexpr Seconds firstPicture = 0.5;
 
     /// `deviceFolder`: where camera nodes stand; another one than /dev is taken as it is, without
     /// udev. Any thread; waits for the loop's.
@@ -37,8 +45,6 @@ public:
     Attribution& attribution() { return attribution_; }
     PropertyListeners& listeners() { return listeners_; }
 
-    /// Whether PipeWire answers. The loop's thread.
-    bool hasSoundServer() const { return graph_->isConnected(); }
     /// Something beside these readings has changed that a snapshot shows. The loop's thread.
     void noteChange() { changed(); }
 
@@ -70,6 +76,9 @@ private:
     AttributionTable attributionTable() const;
     bool servesOthers(pid_t pid);
     void changed();
+    void awaitStreams();
+    void useStreams();
+    void graphConnectionChanged();
 
     Seams seams_;
     Audio audio_{*this};
@@ -79,7 +88,10 @@ private:
     std::unique_ptr<PipeWireGraph> graph_;
     std::unique_ptr<V4l2Cameras> directCameras_;
     std::unique_ptr<AlsaHolders> directCards_;
+    std::unique_ptr<PulseSources> streams_; ///< while there is no graph
     Subscription graphChanges_;
+    Subscription graphConnection_;
+    Subscription patience_;
 
     std::function<void(const AttributionTable&)> receiver_;
     std::function<void()> onChange_;
