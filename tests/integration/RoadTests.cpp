@@ -1,0 +1,256 @@
+// The whole road with real programs: a client begins to use a device, and the running program says
+// who it was, shows it in its icon, and keeps it in the history with its end.
+#include "app/model/AppModel.h"
+#include "app/model/MemorySettings.h"
+#include "app/qtbase/QtEventLoop.h"
+#include "support/PrivateSession.h"
+#include "system/MakeMachine.h"
+
+#include <QCoreApplication>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <set>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace velmoran {
+namespace {
+
+using support::ChildProcess;
+using support::PrivateSession;
+
+class Road : public ::testing::Test {
+protected:
+    Road() {
+        session_.startSound();
+        session_.addMicrophone();
+        session_.enter();
+        std::filesystem::create_directories(deviceFolder());
+    }
+
+    std::filesystem::path deviceFolder() const { return session_.file("dev"); }
+
+    /// A stand-in for a camera's node; before `start`.
+    std::filesystem::path addNode() {
+        support::writeFile(deviceFolder() / "video0", std::string(4096, 'x'));
+        return deviceFolder() / "video0";
+    }
+
+    void start() {
+        machine_ = makeMachine({.sounds = nullptr, .deviceFolder = deviceFolder()});
+        model_ = std::make_unique<AppModel>(ModelSurroundings{
+            .machine = *machine_,
+            .clock = loop_,
+            .scheduler = loop_,
+            .settings = settings_,
+            .openHistory =
+                [this] {
+                    return std::make_shared<HistoryStore>(session_.home() / "History.store");
+                },
+        });
+        model_->start();
+    }
+
+    void quit() {
+        model_->stopMonitor();
+        model_.reset();
+        machine_.reset();
+    }
+
+    /// Lets the program work until that is true.
+    bool becomes(const std::function<bool()>& condition, support::Bound bound = support::patience) {
+        return support::waitUntil(
+            [&] {
+                QCoreApplication::processEvents();
+                return condition();
+            },
+            bound);
+    }
+
+    const NoticeItem* card(const std::string& title) {
+        for (const auto& item : model_->notices.items()) {
+            if (item.title == title) {
+                return &item;
+            }
+        }
+        return nullptr;
+    }
+
+    bool press(const std::string& title, const std::string& button) {
+        if (const auto* item = card(title)) {
+            for (const auto& candidate : item->buttons) {
+                if (candidate.title == button) {
+                    const auto action = candidate.action;
+                    action();
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+
+    std::string told() {
+        std::string all = session_.logs() + "\ncards:";
+        for (const auto& item : model_->notices.items()) {
+            all += "\n  " + item.title + " / " + item.message.value_or("");
+        }
+        return all + "\nopen: " + std::to_string(model_->openSessions.get().size());
+    }
+
+    /// What another reader finds in the file.
+    std::vector<UsageSession> stored() {
+        HistoryStore reader(session_.home() / "History.store");
+        return reader.sessions();
+    }
+
+    /// One use from its start to its end, with everything that has to be told of it.
+    void checkUse(const std::vector<std::string>& command, const std::string& appName,
+                  Device device, const std::string& title) {
+        start();
+        ASSERT_EQ(model_->statusIconState(), StatusIconState::idle);
+        session_.start("client", command);
+        ASSERT_TRUE(becomes([&] { return card(title) != nullptr; })) << told();
+        EXPECT_EQ(model_->statusIconState(), StatusIconState::inUse);
+        std::vector<std::string> buttons;
+        for (const auto& button : card(title)->buttons) {
+            buttons.push_back(button.title);
+        }
+        EXPECT_EQ(buttons, (std::vector<std::string>{"Stop", "Trust this app"}));
+        ASSERT_EQ(model_->openSessions.get().size(), 1U) << told();
+        auto rows = stored();
+        ASSERT_EQ(rows.size(), 1U);
+        EXPECT_EQ(rows[0].app.name, appName);
+        EXPECT_EQ(rows[0].device, device);
+        EXPECT_EQ(rows[0].warningLevel, WarningLevel::standard);
+        EXPECT_FALSE(rows[0].end.has_value());
+
+        session_.stop("client");
+        ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << told();
+        EXPECT_EQ(model_->statusIconState(), StatusIconState::idle);
+        rows = stored();
+        ASSERT_EQ(rows.size(), 1U);
+        EXPECT_EQ(rows[0].outcome, SessionOutcome::endedNormally);
+        ASSERT_TRUE(rows[0].end.has_value());
+        EXPECT_GT(*rows[0].end, rows[0].start);
+
+        // Trusted, the same program is quiet the next time, and stands in the history all the same.
+        ASSERT_TRUE(press(title, "Trust this app"));
+        ASSERT_EQ(card(title), nullptr);
+        session_.start("client", command);
+        ASSERT_TRUE(becomes([&] { return stored().size() == 2; })) << told();
+        EXPECT_EQ(stored()[0].warningLevel, WarningLevel::quiet);
+        EXPECT_EQ(card(title), nullptr);
+        EXPECT_EQ(model_->statusIconState(), StatusIconState::inUse);
+        session_.stop("client");
+        ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << told();
+        EXPECT_TRUE(model_->notices.items().empty());
+        quit();
+    }
+
+    int count_ = 1;
+    char name_[16] = "road";
+    char* arguments_[2] = {name_, nullptr};
+    PrivateSession session_;
+    QCoreApplication application_{count_, arguments_};
+    QtEventLoop loop_;
+    MemorySettings settings_;
+    std::unique_ptr<Machine> machine_;
+    std::unique_ptr<AppModel> model_;
+};
+
+TEST_F(Road, TellsOfANativeRecorder) {
+    checkUse({"pw-record", session_.file("native.wav")}, "pw-cat", Device::microphone,
+             "pw-cat turned on the microphone");
+}
+
+TEST_F(Road, TellsOfAPulseRecorder) {
+    checkUse({"parecord", "--raw", session_.file("pulse.raw")}, "pacat", Device::microphone,
+             "pacat turned on the microphone");
+}
+
+TEST_F(Road, TellsOfACameraOfTheSoundServer) {
+    ASSERT_TRUE(session_.addCamera());
+    checkUse({"gst-launch-1.0", "-q", "pipewiresrc", "target-object=virtual-camera", "!",
+              "video/x-raw", "!", "fakesink"},
+             "gst-launch-1.0", Device::camera, "gst-launch-1.0 turned on the camera");
+}
+
+TEST_F(Road, TellsOfACameraThatIsOpenedDirectly) {
+    checkUse({HOLD_NODE, addNode()}, "hold-node", Device::camera, "hold-node turned on the camera");
+}
+
+TEST_F(Road, FindsAServerAgainThatCameBackAndTellsNothingTwice) {
+    const auto node = addNode();
+    start();
+    session_.start("camera", {HOLD_NODE, node});
+    session_.start("before", {"pw-record", session_.file("before.wav")});
+    ASSERT_TRUE(becomes([&] { return model_->openSessions.get().size() == 2; })) << told();
+
+    for (const char* part : {"before", "virtual-microphone", "pulse", "wireplumber", "pipewire"}) {
+        session_.stop(part);
+    }
+    ASSERT_TRUE(becomes([&] { return model_->openSessions.get().size() == 1; })) << told();
+    session_.startPipeWire();
+    session_.startWirePlumber();
+    session_.startPulse();
+    session_.addMicrophone();
+    session_.start("after", {"parecord", "--raw", session_.file("after.raw")});
+    EXPECT_TRUE(becomes([&] { return card("pacat turned on the microphone") != nullptr; }))
+        << told();
+    // The camera was on all along: one row, still open.
+    int cameras = 0;
+    for (const auto& row : stored()) {
+        cameras += row.device == Device::camera ? 1 : 0;
+    }
+    EXPECT_EQ(cameras, 1);
+    EXPECT_EQ(model_->sessions(Device::camera).size(), 1U);
+    quit();
+}
+
+// What the process holds, so that a client that comes and goes can be seen to leave nothing.
+std::set<std::string> entries(const char* folder) {
+    std::set<std::string> result;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        result.insert(entry.path().filename());
+    }
+    return result;
+}
+
+std::string childrenFile() {
+    return "/proc/self/task/" + std::to_string(getpid()) + "/children";
+}
+
+TEST_F(Road, LeavesNoDescriptorNoThreadAndNoProcessBehindAClient) {
+    start();
+    const auto use = [&] {
+        const auto before = model_->historySessions.get().size();
+        session_.start("client", {"parecord", "--raw", "/dev/null"});
+        ASSERT_TRUE(becomes([&] { return model_->historySessions.get().size() > before; }))
+            << told();
+        session_.stop("client");
+        ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << told();
+    };
+    // The first use makes what is kept for all others.
+    use();
+    const auto descriptors = entries("/proc/self/fd").size();
+    const auto threads = entries("/proc/self/task").size();
+    const auto children = support::readFile(childrenFile());
+    const char* wish = getenv("VELMORAN_ROAD_CLIENTS"); // NOLINT(concurrency-mt-unsafe)
+    const int clients = wish ? std::atoi(wish) : 40;    // NOLINT(cert-err34-c)
+    ASSERT_GT(clients, 0);
+    for (int i = 0; i < clients && !HasFatalFailure(); ++i) {
+        use();
+    }
+    // What is closed late, as a pidfd of a process that has just ended, closes in the end.
+    EXPECT_TRUE(becomes([&] { return entries("/proc/self/fd").size() <= descriptors; }))
+        << entries("/proc/self/fd").size() << " descriptors, were " << descriptors;
+    EXPECT_TRUE(becomes([&] { return entries("/proc/self/task").size() <= threads; }))
+        << entries("/proc/self/task").size() << " threads, were " << threads;
+    EXPECT_EQ(support::readFile(childrenFile()), children) << "ids of child processes";
+    quit();
+}
+
+} // namespace
+} // namespace velmoran
