@@ -4,11 +4,11 @@
 #include "core/history/HistoryDatabase.h"
 #include "core/history/Run.h"
 #include "core/history/SessionRecord.h"
+#include "core/history/SessionTable.h"
 
 #include <algorithm>
 #include <cmath>
 #include <sqlite3.h>
-#include <string_view>
 #include <utility>
 
 namespace velmoran {
@@ -18,25 +18,6 @@ namespace {
 // A session that is stored for the first time while the file can't be written stands behind all
 // others with the same start until it has a row.
 constexpr std::int64_t firstPendingRow = std::int64_t{1} << 62U;
-
-constexpr const char* upsertSession = R"(
-INSERT INTO SessionRecord (id, deviceRaw, appID, appName, bundleID, appPath, teamID, start, end,
-                           outcomeRaw, levelRaw, connectionsData, observedFromStart)
-VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13)
-ON CONFLICT (id) DO UPDATE SET
-    deviceRaw = ?2, appID = ?3, appName = ?4, bundleID = ?5, appPath = ?6, teamID = ?7,
-    start = ?8, end = ?9, outcomeRaw = ?10, levelRaw = ?11, connectionsData = ?12,
-    observedFromStart = ?13
-)";
-
-constexpr const char* allSessions = R"(
-SELECT rowid, id, deviceRaw, appID, appName, bundleID, appPath, teamID, start, end, outcomeRaw,
-       levelRaw, connectionsData, observedFromStart
-FROM SessionRecord NOT INDEXED
-)";
-
-constexpr const char* closeSessions =
-    "UPDATE SessionRecord SET outcomeRaw = 'endUnknown' WHERE end IS NULL AND outcomeRaw IS NULL";
 
 /// The database won't ever take it, so there is no sense in trying again.
 bool isRefusal(const SQLite::Exception& error) {
@@ -51,39 +32,6 @@ bool isDamage(const SQLite::Exception& error) {
 
 bool isOpen(const UsageSession& session) {
     return !session.end && !session.outcome;
-}
-
-template <class Enum>
-std::optional<std::string_view> rawValueOf(std::optional<Enum> value) {
-    return value ? std::optional(rawValue(*value)) : std::nullopt;
-}
-
-Column columnOf(sqlite3_stmt* statement, int index) {
-    Column column;
-    switch (sqlite3_column_type(statement, index)) {
-    case SQLITE_INTEGER:
-        column.kind = Column::Kind::integer;
-        column.integer = sqlite3_column_int64(statement, index);
-        return column;
-    case SQLITE_FLOAT:
-        column.kind = Column::Kind::real;
-        column.real = sqlite3_column_double(statement, index);
-        return column;
-    case SQLITE_TEXT:
-        column.kind = Column::Kind::text;
-        break;
-    case SQLITE_BLOB:
-        column.kind = Column::Kind::blob;
-        break;
-    default:
-        return column;
-    }
-    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, index));
-    const auto count = static_cast<std::size_t>(sqlite3_column_bytes(statement, index));
-    if (bytes != nullptr) {
-        column.bytes = {bytes, count};
-    }
-    return column;
 }
 
 } // namespace
@@ -101,10 +49,9 @@ public:
         if (found == pending_.end()) {
             found = pending_.emplace(pending_.end());
         }
-        *found = {session, connectionsText(session.connections)};
-        if (!inTransaction([] {}) && isLoaded_) {
-            overlay(*found);
-        }
+        found->session = session;
+        found->connections = connectionsText(session.connections);
+        inTransaction([] {});
     }
 
     HistoryView list() {
@@ -116,7 +63,7 @@ public:
     }
 
     void closeOpen() {
-        inTransaction([this] { run(close_); });
+        inTransaction([this] { sessions_.closeOpen(); });
         isLoaded_ = false;
     }
 
@@ -165,8 +112,7 @@ public:
 
     std::size_t count() {
         try {
-            Run query(count_);
-            return query.step() ? static_cast<std::size_t>(query.column(0).getInt64()) : 0;
+            return sessions_.count();
         } catch (const std::exception&) {
             return 0;
         }
@@ -222,6 +168,7 @@ private:
     struct Pending {
         UsageSession session;
         std::optional<std::string> connections; ///< its connectionsData
+        bool isShown = false;                   ///< stands in the list though not in the file
     };
 
     struct Written {
@@ -230,15 +177,28 @@ private:
         bool isKnown = true; ///< false if `old` couldn't be read
     };
 
-    /// Writes what is pending and does the work, all or nothing. True when that is in the file.
+    /// Writes what is pending and does the work, then brings the list up to date. True when the
+    /// work is in the file.
     template <class Work>
     bool inTransaction(Work work) {
         std::vector<Written> written;
+        std::vector<Pending> failed;
+        bool needsReading = false; // places of what was shown before it had a row have changed
         try {
             run(begin_);
             for (const auto& each : pending_) {
-                if (auto done = write(each)) {
-                    written.push_back(*std::move(done));
+                try {
+                    written.push_back(write(each));
+                    needsReading |= each.isShown;
+                } catch (const SQLite::Exception& error) {
+                    if (!isInTransaction()) {
+                        throw;
+                    }
+                    if (isRefusal(error)) {
+                        needsReading |= each.isShown;
+                    } else {
+                        failed.push_back(each); // mustn't keep the others out of the file
+                    }
                 }
             }
             work();
@@ -247,17 +207,16 @@ private:
             if (isInTransaction()) {
                 database_.connection().tryExec("ROLLBACK");
             }
-            hasFailed_ = true;
+            showPending();
             return false;
         }
-        pending_.clear();
-        if (std::exchange(hasFailed_, false)) {
-            isLoaded_ = false; // places of what was pending have changed
-        }
+        pending_ = std::move(failed);
+        isLoaded_ &= !needsReading;
         if (isLoaded_) {
             for (auto& each : written) {
                 take(std::move(each));
             }
+            showPending();
         }
         return true;
     }
@@ -284,46 +243,16 @@ private:
         }
     }
 
-    /// Nothing if the database refuses this session for good.
-    std::optional<Written> write(const Pending& pending) {
+    Written write(const Pending& pending) {
         const auto& session = pending.session;
         const std::string key = session.id.text();
         Written written;
         try {
-            Run query(findSession_);
-            if (query.bind(1, key).step()) {
-                written.old =
-                    HistoryView::Place{{query.column(1).getDouble()}, query.column(0).getInt64()};
-            }
+            written.old = sessions_.find(key);
         } catch (const SQLite::Exception&) {
             written.isKnown = false;
         }
-        try {
-            Run upsert(upsert_);
-            upsert.bind(1, key)
-                .bind(2, rawValue(session.device))
-                .bind(3, session.app.id)
-                .bind(4, session.app.name)
-                .bind(5, session.app.bundleID)
-                .bind(6, session.app.path)
-                .bind(7, session.app.teamID)
-                .bind(8, session.start)
-                .bind(9, session.end)
-                .bind(10, rawValueOf(session.outcome))
-                .bind(11, rawValueOf(session.warningLevel))
-                .bind(13, session.observedFromStart);
-            if (pending.connections) {
-                upsert.bindBlob(12, *pending.connections);
-            } else {
-                upsert.bind(12, std::optional<std::string>());
-            }
-            upsert.step();
-        } catch (const SQLite::Exception& error) {
-            if (isRefusal(error) && isInTransaction()) {
-                return std::nullopt;
-            }
-            throw;
-        }
+        sessions_.put(session, key, pending.connections);
         const auto row =
             written.old ? written.old->row : database_.connection().getLastInsertRowid();
         written.entry = {
@@ -342,58 +271,32 @@ private:
     }
 
     void load() {
-        std::vector<HistoryView::Entry> entries;
         list_ = {};
         try {
-            read(entries);
+            list_ = HistoryView::sorted(sessions_.readAll());
         } catch (const SQLite::Exception& error) {
             isDamaged_ = isDamage(error); // reading it all again at each event wouldn't help
             return;
         }
-        list_ = HistoryView::sorted(std::move(entries));
         isLoaded_ = true;
-        for (const auto& each : pending_) {
-            overlay(each);
-        }
+        showPending();
     }
 
-    void read(std::vector<HistoryView::Entry>& entries) {
-        // The library's wrapper counts references for each column; with a million of them it shows.
-        sqlite3_stmt* statement = nullptr;
-        auto& connection = database_.connection();
-        connection.check(
-            sqlite3_prepare_v2(connection.getHandle(), allSessions, -1, &statement, nullptr));
-        const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> owner(statement,
-                                                                          sqlite3_finalize);
-        int result = SQLITE_ROW;
-        while ((result = sqlite3_step(statement)) == SQLITE_ROW) {
-            int index = 0;
-            const auto next = [&] {
-                return columnOf(statement, ++index);
-            };
-            // Braces: evaluated in the order of the columns.
-            const SessionRecord record{next(), next(), next(), next(), next(), next(), next(),
-                                       next(), next(), next(), next(), next(), next()};
-            if (auto session = sessionFrom(record)) {
-                const HistoryView::Place place{session->start, sqlite3_column_int64(statement, 0)};
-                entries.push_back(
-                    {place, std::make_shared<const UsageSession>(*std::move(session))});
+    /// Shows sessions that aren't in the file yet as if they were.
+    void showPending() {
+        if (!isLoaded_) {
+            return;
+        }
+        for (auto& each : pending_) {
+            const auto old = list_.placeOf(each.session.id);
+            if (old) {
+                list_ = list_.without(*old);
             }
+            list_ = list_.with(
+                {{each.session.start, old ? old->row : nextPendingRow_++},
+                 std::make_shared<const UsageSession>(asStored(each.session, each.connections))});
+            each.isShown = true;
         }
-        if (result != SQLITE_DONE) {
-            connection.check(result);
-        }
-    }
-
-    /// Shows a session that isn't in the file yet as if it were.
-    void overlay(const Pending& pending) {
-        const auto old = list_.placeOf(pending.session.id);
-        if (old) {
-            list_ = list_.without(*old);
-        }
-        list_ = list_.with(
-            {{pending.session.start, old ? old->row : nextPendingRow_++},
-             std::make_shared<const UsageSession>(asStored(pending.session, pending.connections))});
     }
 
     /// The number changes when another connection has written to the file, never by our own writes.
@@ -416,11 +319,7 @@ private:
     SQLite::Statement begin_{database_.connection(), "BEGIN IMMEDIATE"};
     SQLite::Statement commit_{database_.connection(), "COMMIT"};
     SQLite::Statement dataVersion_{database_.connection(), "PRAGMA data_version"};
-    SQLite::Statement findSession_{database_.connection(),
-                                   "SELECT rowid, start FROM SessionRecord WHERE id = ?"};
-    SQLite::Statement upsert_{database_.connection(), upsertSession};
-    SQLite::Statement close_{database_.connection(), closeSessions};
-    SQLite::Statement count_{database_.connection(), "SELECT count(*) FROM SessionRecord"};
+    SessionTable sessions_{database_.connection()};
     SQLite::Statement pruneSessions_{database_.connection(),
                                      "DELETE FROM SessionRecord WHERE start < ?"};
     SQLite::Statement pruneReports_{database_.connection(),
@@ -442,7 +341,6 @@ private:
     HistoryView list_;
     bool isLoaded_ = false;  ///< `list_` is the file's content with what is pending
     bool isDamaged_ = false; ///< the table can't be read, and trying again won't change that
-    bool hasFailed_ = false; ///< a transaction has failed since the last one that didn't
     std::vector<Pending> pending_;
     std::int64_t nextPendingRow_ = firstPendingRow;
     std::int64_t lastDataVersion_ = -1;

@@ -4,9 +4,12 @@
 
 #include "core/base/Timestamp.h"
 
+#include <SQLiteCpp/Column.h>
+#include <SQLiteCpp/Exception.h>
 #include <SQLiteCpp/Statement.h>
 #include <limits>
 #include <optional>
+#include <sqlite3.h>
 #include <string>
 #include <string_view>
 
@@ -46,10 +49,18 @@ public:
     }
     Run& bindBlob(int index, const std::string& bytes) {
         if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-            throw SQLite::Exception("too big");
+            throw SQLite::Exception("too big", SQLITE_TOOBIG);
         }
         statement_.bindNoCopy(index, bytes.data(), static_cast<int>(bytes.size()));
         return *this;
+    }
+
+    Run& bindBlob(int index, const std::optional<std::string>& bytes) {
+        if (!bytes) {
+            statement_.bind(index);
+            return *this;
+        }
+        return bindBlob(index, *bytes);
     }
 
     bool step() { return statement_.executeStep(); }
