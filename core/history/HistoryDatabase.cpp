@@ -174,8 +174,8 @@ HistoryDatabase::HistoryDatabase(const std::optional<fs::path>& url) {
         connection_ = std::make_unique<SQLite::Database>(":memory:", SQLite::OPEN_READWRITE |
                                                                          SQLite::OPEN_CREATE);
         build(*connection_);
+        tune(*connection_);
     }
-    tune(*connection_);
 }
 
 void HistoryDatabase::open(const fs::path& file) {
@@ -208,6 +208,7 @@ void HistoryDatabase::open(const fs::path& file) {
         if (isBlank || state == FileState::unmarked) {
             build(*connection_);
         }
+        tune(*connection_);
         // Readers and the writer don't wait for each other, and a commit is one append.
         connection_->exec("PRAGMA journal_mode = WAL");
         setFoldingAtClose(*connection_, true);

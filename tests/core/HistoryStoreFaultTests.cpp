@@ -191,10 +191,12 @@ TEST(HistoryStoreFaults, AreSurvivedAtEveryCallToTheFiles) {
         FaultyFiles files;
         bool wasHit = true;
         int survived = 0;
+        const HistoryFile file;
+        file.open().saveSession(sessionNumber(7, 99)); // so that opening finds something
+        const auto beginning = file.bytes();
         for (int call = 1; wasHit; ++call) {
             ASSERT_LT(call, 5000) << "no run without a failure";
-            const HistoryFile file;
-            file.open().saveSession(sessionNumber(7, 99)); // so that opening finds something
+            file.replace(beginning);
             std::optional<HistoryStore> store;
             files.failAt(call, lasting);
             try {
@@ -235,8 +237,7 @@ TEST(HistoryStoreFaults, OfDamagedPagesCrashNothing) {
         }
         store.saveAwayPayload(idNumber(1), {1}, {}, std::string(9000, 'x'));
     }
-    std::ifstream stream(file.path(), std::ios::binary);
-    const std::string good{std::istreambuf_iterator<char>(stream), {}};
+    const auto good = file.bytes();
     constexpr std::size_t pageSize = 4096;
     ASSERT_GT(good.size(), 20 * pageSize);
     std::mt19937 random(20010101);
@@ -249,10 +250,7 @@ TEST(HistoryStoreFaults, OfDamagedPagesCrashNothing) {
         for (std::size_t flips = 0; flips < (round % 3 == 0 ? 400U : 3U); ++flips) {
             bad[page + random() % pageSize] = static_cast<char>(random());
         }
-        for (const auto* suffix : {"-wal", "-shm"}) {
-            std::filesystem::remove(file.path().string() + suffix);
-        }
-        std::ofstream(file.path(), std::ios::binary | std::ios::trunc) << bad;
+        file.replace(bad);
         try {
             auto store = file.open();
             ++opened;

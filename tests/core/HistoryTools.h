@@ -8,6 +8,7 @@
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
 #include <fmt/format.h>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -79,6 +80,19 @@ public:
     }
     /// What a program that starts now would read.
     std::vector<UsageSession> freshRead() const { return HistoryStore(path()).sessions(); }
+
+    /// The file alone, without what only its log holds.
+    std::string bytes() const {
+        std::ifstream stream(path(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    /// Puts another file in its place; no store may have it open.
+    void replace(const std::string& content) const {
+        for (const auto* suffix : {"-wal", "-shm", "-journal"}) {
+            std::filesystem::remove(path().string() + suffix);
+        }
+        std::ofstream(path(), std::ios::binary | std::ios::trunc) << content;
+    }
 
 private:
     TemporaryDirectory folder_;
