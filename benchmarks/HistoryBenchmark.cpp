@@ -231,5 +231,3 @@ BENCHMARK(opening)->Arg(100)->Arg(100000)->Unit(benchmark::kMillisecond)->UseRea
 BENCHMARK(bareReading)->Arg(100000)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
-
-BENCHMARK_MAIN();
