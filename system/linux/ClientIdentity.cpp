@@ -186,7 +186,8 @@ void ClientIdentity::claimServed(Entry& entry) const {
     const auto open = unclaimedOf(servedEnds(entry.connectedPid));
     entry.hadConnection = !open.empty();
     const bool hasUncertain = std::any_of(entries_.begin(), entries_.end(), [&](const auto& other) {
-        return &other.second != &entry && other.second.isServed && !other.second.isKnown;
+        return &other.second != &entry && other.second.isServed &&
+               (!other.second.isKnown || !other.second.isSure);
     });
     if (open.size() != 1 || hasUncertain) {
         return;
@@ -253,6 +254,9 @@ void ClientIdentity::confirmNative(GraphSerial client, Entry& entry) const {
 }
 
 void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
+    if (entry.isContested) {
+        return;
+    }
     const auto ends = servedEnds(entry.connectedPid);
     for (auto& [serial, other] : entries_) {
         if (other.isServed && other.connectedPid == entry.connectedPid &&
@@ -267,6 +271,7 @@ void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
         if (open.empty() && !entry.hadConnection) {
             entry.who = {naming_.identify(entry.connectedPid), entry.connectedPid};
             entry.isKnown = true;
+            entry.isSure = true;
         }
         return;
     }
@@ -309,6 +314,8 @@ void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
             claim > 0 && other.claimedPid == claim) {
             other.who = cannotTell(serial);
             other.isKnown = false;
+            other.isContested = true;
+            entry.isContested = true;
             return;
         }
     }

@@ -62,6 +62,8 @@ private:
         std::uint64_t connection = 0;
         /// False while a connection of somebody unknown was there when the claim was believed.
         bool isSure = false;
+        /// Another client says that it is the same process, and one of the two lies: for good.
+        bool isContested = false;
         Who who;
     };
 
