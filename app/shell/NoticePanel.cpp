@@ -2,8 +2,7 @@
 
 #include "app/shell/X11Window.h"
 
-#include <QLayout>
-#include <QVBoxLayout>
+#include <QPixmap>
 #include <QWindow>
 
 namespace velmoran {
@@ -16,7 +15,7 @@ NoticePanel::NoticePanel() {
     setAttribute(Qt::WA_QuitOnClose, false);
     setWindowTitle(QStringLiteral("Velmoran"));
     setObjectName(QStringLiteral("notices"));
-    setFixedWidth(panelWidth);
+    setFixedWidth(NoticeStackView::stackWidth);
 }
 
 void NoticePanel::prepare() {
@@ -27,23 +26,26 @@ void NoticePanel::prepare() {
     setOnAllDesktops(*this);
 }
 
+void NoticePanel::warmUp() {
+    if (stack_) {
+        return;
+    }
+    NoticeItem item;
+    item.symbol = "app";
+    item.title = item.timeText = "Velmoran";
+    item.message = "Velmoran";
+    NoticeButton button;
+    button.title = "Velmoran";
+    item.buttons = {button};
+    NoticeStackView stack({item}, {}, {}, this);
+    QPixmap picture(stack.size() * devicePixelRatioF());
+    picture.fill(Qt::transparent);
+    stack.render(&picture);
+}
+
 void NoticePanel::setItems(const std::vector<NoticeItem>& items, const AppPicture& picture,
                            const NoticeView::Clicks& clicks) {
-    auto* stack = new QWidget(this);
-    auto* column = new QVBoxLayout(stack);
-    column->setContentsMargins(padding, padding, padding, padding);
-    column->setSpacing(spacing);
-    views_.clear();
-    for (const auto& item : items) {
-        views_.push_back(new NoticeView(item, picture, clicks, stack));
-        column->addWidget(views_.back());
-    }
-    stack->setFixedWidth(panelWidth);
-    // Wrapped lines make the height follow from the width.
-    const int height = column->hasHeightForWidth() ? column->totalHeightForWidth(panelWidth)
-                                                   : column->totalSizeHint().height();
-    stack->setGeometry(0, 0, panelWidth, height);
-    column->activate();
+    auto* stack = new NoticeStackView(items, picture, clicks, this);
     if (stack_) {
         // Later, since a click on one of its buttons may have brought us here.
         stack_->hide();
@@ -51,27 +53,20 @@ void NoticePanel::setItems(const std::vector<NoticeItem>& items, const AppPictur
     }
     stack_ = stack;
     stack_->show();
-    setFixedHeight(height);
-    cutCorners(!hasCompositor());
-    update();
+    setFixedHeight(stack_->height());
+    const bool cut = !hasCompositor();
+    stack_->setCornersAreCut(cut);
+    if (cut) {
+        setMask(stack_->shape());
+    } else {
+        clearMask();
+    }
+    stack_->announceNewest();
 }
 
 void NoticePanel::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     setOnAllDesktops(*this);
-}
-
-void NoticePanel::cutCorners(bool cut) {
-    QRegion shape;
-    for (auto* view : views_) {
-        view->setCornersAreCut(cut);
-        shape += roundedRegion(view->geometry(), NoticeView::cornerRadius);
-    }
-    if (cut) {
-        setMask(shape);
-    } else {
-        clearMask();
-    }
 }
 
 } // namespace velmoran

@@ -2,7 +2,7 @@
 // Made once, before the first card, since making a window takes longer than showing one.
 #pragma once
 
-#include "app/shell/NoticeView.h"
+#include "app/shell/NoticeStackView.h"
 
 #include <QWidget>
 #include <vector>
@@ -13,25 +13,21 @@ class NoticePanel final : public QWidget {
 public:
     NoticePanel();
 
-    static constexpr int panelWidth = 368;
-    static constexpr int padding = 12;
-    static constexpr int spacing = 8;
-
     /// Replaces what is shown by cards for these, and takes the size that they need. Where it
     /// stands is left alone.
     void setItems(const std::vector<NoticeItem>& items, const AppPicture& picture,
                   const NoticeView::Clicks& clicks);
-    /// Makes the window and its fonts ready without showing it.
+    /// Makes the window ready without showing it.
     void prepare();
+    /// Loads what drawing a first card needs, fonts above all: some tens of milliseconds that the
+    /// first card then doesn't take.
+    void warmUp();
 
 protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    void cutCorners(bool cut);
-
-    QWidget* stack_ = nullptr;
-    std::vector<NoticeView*> views_; ///< of the stack, which owns them
+    NoticeStackView* stack_ = nullptr;
 };
 
 } // namespace velmoran

@@ -4,9 +4,15 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QTimer>
+#include <chrono>
 #include <utility>
 
 namespace velmoran {
+
+namespace {
+constexpr std::chrono::milliseconds warmUpDelay(400);
+}
 
 NoticePanelController::NoticePanelController(NoticeCenter& notices,
                                              std::function<std::optional<QRect>()> anchor,
@@ -18,6 +24,8 @@ NoticePanelController::NoticePanelController(NoticeCenter& notices,
         update();
     };
     panel_.prepare();
+    // After the start, which it would only hold up.
+    QTimer::singleShot(warmUpDelay, &panel_, [this] { panel_.warmUp(); });
 }
 
 NoticePanelController::~NoticePanelController() {

@@ -3,8 +3,10 @@
 #pragma once
 
 #include "app/notices/NoticeItem.h"
+#include "app/shell/CardColors.h"
 
 #include <QIcon>
+#include <QPixmap>
 #include <QWidget>
 #include <functional>
 
@@ -15,23 +17,33 @@ using AppPicture = std::function<QIcon(const std::string& path)>;
 
 class NoticeView final : public QWidget {
 public:
+    using Press = std::function<void(const Uuid& item, const Uuid& button)>;
     struct Clicks {
-        std::function<void(const Uuid& item, const Uuid& button)> press;
+        Press press;
         std::function<void(const Uuid& item)> close;
     };
 
-    NoticeView(const NoticeItem& item, const AppPicture& picture, Clicks clicks,
+    /// Has its final size at once.
+    NoticeView(const NoticeItem& item, const AppPicture& picture, const Clicks& clicks,
                QWidget* parent = nullptr);
 
+    static constexpr int cardWidth = 344;
     static constexpr int cornerRadius = 12;
     /// Where there is no compositor the corners are cut by a mask, and the card fills its whole
     /// rectangle.
     void setCornersAreCut(bool cut) { cornersAreCut_ = cut; }
+    /// Has it read aloud by whoever reads the screen aloud.
+    void announce();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    /// Gives the lower edge of the last row.
+    int addButtons(const NoticeItem& item, const Press& press, int left, int top);
+
+    CardColors colors_;
+    QPixmap picture_;
     bool cornersAreCut_ = false;
 };
 

@@ -1,8 +1,8 @@
 #include "app/shell/X11Window.h"
 
-#include <QBitmap>
 #include <QGuiApplication>
-#include <QPainter>
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -68,14 +68,18 @@ void setOnAllDesktops(QWidget& window) {
 }
 
 QRegion roundedRegion(const QRect& rectangle, int radius) {
-    QBitmap bitmap(rectangle.size());
-    bitmap.fill(Qt::color0);
-    QPainter painter(&bitmap);
-    painter.setBrush(Qt::color1);
-    painter.setPen(Qt::NoPen);
-    painter.drawRoundedRect(QRect(QPoint(0, 0), rectangle.size()), radius, radius);
-    painter.end();
-    return QRegion(bitmap).translated(rectangle.topLeft());
+    const int corner = std::min({radius, rectangle.width() / 2, rectangle.height() / 2});
+    QRegion region(rectangle.adjusted(0, corner, 0, -corner));
+    for (int row = 0; row < corner; ++row) {
+        // Where the circle crosses the middle of the row.
+        const double away = corner - row - 0.5;
+        const int in =
+            corner - static_cast<int>(std::lround(std::sqrt(corner * corner - away * away)));
+        const int width = rectangle.width() - 2 * in;
+        region += QRect(rectangle.left() + in, rectangle.top() + row, width, 1);
+        region += QRect(rectangle.left() + in, rectangle.bottom() - row, width, 1);
+    }
+    return region;
 }
 
 } // namespace velmoran

@@ -1,0 +1,35 @@
+// One text of a card: wrapped to a given width, between words where that is possible and inside
+// them where not, and cut with an ellipsis after so many lines. Knows its height at once, so that a
+// card is laid out in one go. Owned by its card; main thread.
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QLabel>
+#include <QTextLayout>
+
+namespace velmoran {
+
+/// The text as it may stand on a card: without control characters and without the marks that turn
+/// the direction of what follows, since a part of it may come from the program that is being told
+/// of. Line breaks stay.
+QString harmlessText(const QString& text);
+
+class CardText final : public QLabel {
+public:
+    CardText(const QString& text, const QFont& font, const QColor& color, int width, int mostLines,
+             QWidget* parent);
+
+    /// The text was longer than its lines.
+    bool isCut() const { return isCut_; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QTextLayout layout_;
+    QColor color_;
+    bool isCut_ = false;
+};
+
+} // namespace velmoran

@@ -1,0 +1,32 @@
+// The cards one below the other, oldest first. Made anew for each change of the cards, owned by the
+// panel; main thread.
+#pragma once
+
+#include "app/shell/NoticeView.h"
+
+#include <QRegion>
+#include <vector>
+
+namespace velmoran {
+
+class NoticeStackView final : public QWidget {
+public:
+    /// Has its final size at once.
+    NoticeStackView(const std::vector<NoticeItem>& items, const AppPicture& picture,
+                    const NoticeView::Clicks& clicks, QWidget* parent = nullptr);
+
+    static constexpr int padding = 12;
+    static constexpr int spacing = 8;
+    static constexpr int stackWidth = NoticeView::cardWidth + 2 * padding;
+
+    void setCornersAreCut(bool cut);
+    /// What of the rectangle the cards cover.
+    QRegion shape() const;
+    /// The newest card is read aloud.
+    void announceNewest();
+
+private:
+    std::vector<NoticeView*> views_;
+};
+
+} // namespace velmoran
