@@ -2,11 +2,11 @@
 
 #include "app/qtbase/QtEventLoop.h"
 #include "app/qtbase/QtSettingsFile.h"
+#include "app/qtbase/SystemWords.h"
 #include "app/qtbase/UserHistory.h"
 #include "app/replay/ModelRecorder.h"
 #include "app/replay/RecordingPlayer.h"
 #include "app/replay/WatchLines.h"
-#include "app/translations/Catalogues.h"
 #include "core/text/Localizer.h"
 #include "ctl/EndSignals.h"
 #include "ctl/Output.h"
@@ -15,8 +15,6 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QLocale>
-#include <QTimeZone>
 #include <cmath>
 #include <csignal>
 #include <fstream>
@@ -42,14 +40,6 @@ std::string timeOfDay(Timestamp time) {
     return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(milliseconds))
         .toString(QStringLiteral("HH:mm:ss"))
         .toStdString();
-}
-
-void setUsersWords() {
-    QtSettingsFile file;
-    const SettingsStore chosen(file);
-    const auto locale = (*chosen.language).value_or(QLocale::system().name().toStdString());
-    setWords(Localizer(locale, QTimeZone::systemTimeZoneId().toStdString(),
-                       catalogues(locale, Platform::linux)));
 }
 
 /// What is told of one model, on standard output.
@@ -93,20 +83,24 @@ private:
     std::optional<WatchLines> lines_;
 };
 
-int watchThisComputer(bool json, QtEventLoop& loop) {
+int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
+    QtSettingsFile settings;
+    setSystemWords(settings, Platform::linux);
     auto sounds = std::make_unique<TellingSounds>();
     auto& telling = *sounds;
-    MachineOptions options;
-    options.sounds = std::move(sounds);
+    MachineOptions machineOptions;
+    machineOptions.sounds = std::move(sounds);
+    if (!options.deviceFolder.empty()) {
+        machineOptions.deviceFolder = options.deviceFolder;
+    }
     std::unique_ptr<Machine> machine;
     try {
-        machine = makeMachine(std::move(options));
+        machine = makeMachine(std::move(machineOptions));
     } catch (const std::exception& error) {
         std::cerr << "velmoranctl: this computer can't be watched: " << error.what() << '\n';
         return 1;
     }
     bool keptElsewhere = false;
-    QtSettingsFile settings;
     AppModel model({*machine, loop, loop, settings, [&keptElsewhere] {
                         try {
                             return openUserHistory(WhenKept::giveWay);
@@ -115,7 +109,7 @@ int watchThisComputer(bool json, QtEventLoop& loop) {
                             return std::make_shared<HistoryStore>(std::nullopt);
                         }
                     }});
-    Teller teller(model, loop, json);
+    Teller teller(model, loop, options.json);
     telling.onSound = [&] {
         teller.soundPlayed();
     };
@@ -147,6 +141,7 @@ int watchRecording(const WatchOptions& options, QtEventLoop& loop) {
     try {
         RecordingPlayer player(std::move(recording));
         ReplayStage stage(player.beginning());
+        setSystemWords(stage.settings, stage.machine.platform());
         AppModel model(stage.surroundings(loop, loop));
         Teller teller(model, loop, options.json);
         stage.machine.onSound = [&] {
@@ -173,8 +168,7 @@ int runWatch(const WatchOptions& options, int& argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const EndSignals endings([] { QCoreApplication::quit(); });
     QtEventLoop loop;
-    setUsersWords();
-    return options.demo ? watchRecording(options, loop) : watchThisComputer(options.json, loop);
+    return options.demo ? watchRecording(options, loop) : watchThisComputer(options, loop);
 }
 
 } // namespace velmoran

@@ -7,9 +7,10 @@
 namespace velmoran {
 
 struct WatchOptions {
-    bool json = false;    ///< JSON Lines instead of sentences
-    bool demo = false;    ///< a recording instead of this computer; keeps no history
-    std::string demoFile; ///< empty: the one that the program brings along
+    bool json = false;        ///< JSON Lines instead of sentences
+    bool demo = false;        ///< a recording instead of this computer; keeps no history
+    std::string deviceFolder; ///< where device nodes stand; empty: /dev
+    std::string demoFile;     ///< empty: the one that the program brings along
 };
 
 /// Gives the exit status: 0 when a signal, the end of the recording or the going of the reader

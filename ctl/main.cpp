@@ -55,6 +55,11 @@ int main(int argc, char** argv) {
                                    "the one that comes with the program");
     demo->expected(0, 1)->type_name("[FILE]");
 
+    watch
+        ->add_option("--device-folder", options.deviceFolder,
+                     "Look for cameras in FOLDER instead of /dev")
+        ->type_name("FOLDER");
+
     auto* replay = app.add_subcommand(
         "replay", "Print what Velmoran would have told of a recording, as JSON Lines");
     replay->footer("Time in a recording is virtual: hours take milliseconds, and every run gives\n"
