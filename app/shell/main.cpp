@@ -2,6 +2,7 @@
 #include "app/qtbase/QtEventLoop.h"
 #include "app/qtbase/QtSettingsFile.h"
 #include "app/qtbase/SystemWords.h"
+#include "app/qtbase/UserHistory.h"
 #include "app/replay/RecordingPlayer.h"
 #include "app/shell/AppDelegate.h"
 #include "app/shell/CanberraSounds.h"
@@ -12,7 +13,6 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QIcon>
-#include <QStandardPaths>
 #include <cstdio>
 #include <exception>
 #include <fstream>
@@ -29,11 +29,6 @@ constexpr int wrongArguments = 2;
 int complain(const std::string& what, int status) {
     std::cerr << "velmoran: " << what << '\n';
     return status;
-}
-
-std::filesystem::path historyFile() {
-    const auto folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    return std::filesystem::path(folder.toStdString()) / "Velmoran" / "History.store";
 }
 
 /// The picture of an app that is running or was seen, by what its desktop entry says.
@@ -64,7 +59,7 @@ int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder
     const auto machine = makeMachine(std::move(options));
     AppDelegate delegate({*machine, loop, loop, settings,
                           [] {
-                              return std::make_shared<HistoryStore>(historyFile());
+                              return openUserHistory(WhenKept::share);
                           }},
                          pictureFrom(*machine), [&app] { app.quit(); });
     instance.onShow([&] { delegate.reopen(); });
