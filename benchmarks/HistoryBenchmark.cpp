@@ -64,12 +64,12 @@ public:
                 INSERT INTO SessionRecord SELECT
                     printf('%08X-0000-4000-8000-%012X', (i * 2654435761) % 4294967296, i),
                     CASE i % 3 WHEN 0 THEN 'camera' WHEN 1 THEN 'microphone' ELSE 'speaker' END,
-                    'org.example.application' || i % 40, 'Application ' || i % 40,
-                    'org.example.application' || i % 40, '/usr/bin/application' || i % 40, 'system',
+                    'org.example.application' || (i % 40), 'Application ' || (i % 40),
+                    'org.example.application' || (i % 40), '/usr/bin/application' || (i % 40), 'system',
                     700000000.25 + i * 60, 700000000.25 + i * 60 + 45, 'endedNormally', 'standard',
-                    CASE i % 2 WHEN 0 THEN CAST('[{{"address":"192.0.2.' || i % 256 ||
+                    CASE i % 2 WHEN 0 THEN CAST('[{{"address":"192.0.2.' || (i % 256) ||
                         '","port":443,"transport":"TCP","firstSeen":' || (700000001.5 + i * 60) ||
-                        '}},{{"address":"2001:db8::' || i % 256 ||
+                        '}},{{"address":"2001:db8::' || (i % 256) ||
                         '","port":3478,"transport":"UDP","firstSeen":' || (700000016.5 + i * 60) ||
                         '}}]' AS BLOB) END, 1
                 FROM n)",
@@ -190,8 +190,10 @@ void opening(benchmark::State& state) {
         HistoryStore store{file};
         store.closeOpenRecords();
         store.prune({0});
-        if (store.history().size() != static_cast<std::size_t>(state.range(0))) {
-            state.SkipWithError("not all sessions were read");
+        const auto sessions = store.history();
+        if (sessions.size() != static_cast<std::size_t>(state.range(0)) ||
+            sessions[0].connections.size() + sessions[1].connections.size() != 2) {
+            state.SkipWithError("not everything was read");
         }
     }
 }

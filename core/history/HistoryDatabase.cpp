@@ -190,8 +190,8 @@ void HistoryDatabase::open(const fs::path& file) {
         fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
     }
     try {
-        connection_ = std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READWRITE,
-                                                         busyTimeoutMilliseconds);
+        connection_ = std::make_unique<SQLite::Database>(
+            file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMilliseconds);
         setFoldingAtClose(*connection_, false);
         if (sqlite3_db_readonly(connection_->getHandle(), "main") != 0) {
             refuse(file, "can't be written");
