@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 #include <sys/socket.h>
@@ -18,9 +19,12 @@ struct Address {
     socklen_t size = 0;
 };
 
-/// In the abstract namespace, with the user in the name: each user has a program of their own.
+/// In the abstract namespace, with the user and the session's runtime folder in the name: each user
+/// has a program of their own, and so has a session that is closed off from the user's other one.
 Address addressOf(const std::string& name) {
-    const std::string full = name + "-" + std::to_string(::getuid());
+    const char* session = std::getenv("XDG_RUNTIME_DIR"); // NOLINT(concurrency-mt-unsafe)
+    const std::string full =
+        name + "-" + std::to_string(::getuid()) + (session ? std::string("-") + session : "");
     Address address;
     address.value.sun_family = AF_UNIX;
     const auto length = std::min(full.size(), sizeof address.value.sun_path - 1);

@@ -70,7 +70,7 @@ TEST(PrivateSession, HasADisplayWithAWindowManagerAndATray) {
     XServer server(session.environment()["DISPLAY"]);
     EXPECT_TRUE(server.hasWindowManager());
     EXPECT_TRUE(server.hasTray());
-    EXPECT_EQ(server.dockedIcons(), 0);
+    EXPECT_TRUE(server.dockedIcons().empty());
 }
 
 TEST(PrivateSession, LeavesNoProcessAndNoFolderBehind) {

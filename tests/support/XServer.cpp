@@ -54,6 +54,12 @@ bool XServer::hasTray() const {
     return trayOwner() != 0;
 }
 
+std::uint32_t XServer::parentOf(std::uint32_t window) const {
+    const Reply<xcb_query_tree_reply_t> reply(
+        xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
+    return reply ? reply->parent : 0;
+}
+
 std::vector<std::uint32_t> XServer::childrenOf(std::uint32_t window) const {
     const Reply<xcb_query_tree_reply_t> reply(
         xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
@@ -109,19 +115,28 @@ std::vector<std::uint32_t> XServer::visibleWindows(const std::string& windowClas
 }
 
 bool XServer::isEmbedded(std::uint32_t window) const {
+    // Toolkits let any window of theirs be embedded. One that is stands in another program's
+    // window, which has a class; a window manager's frame has none.
     const auto cookie =
         xcb_get_property(connection_, 0, window, atom("_XEMBED_INFO"), XCB_ATOM_ANY, 0, 2);
     const Reply<xcb_get_property_reply_t> reply(
         xcb_get_property_reply(connection_, cookie, nullptr));
-    return reply && reply->value_len >= 2;
+    if (!reply || reply->value_len < 2) {
+        return false;
+    }
+    for (auto above = parentOf(window); above != root_ && above != 0; above = parentOf(above)) {
+        if (!classOf(above).empty()) {
+            return true;
+        }
+    }
+    return false;
 }
 
-int XServer::dockedIcons() const {
-    // A docked icon stands below the tray's own window, so never right below the root.
+std::vector<std::uint32_t> XServer::dockedIcons() const {
+    std::vector<std::uint32_t> result;
     if (root_ == 0) {
-        return 0;
+        return result;
     }
-    int count = 0;
     std::vector<std::uint32_t> open = childrenOf(root_);
     while (!open.empty()) {
         const auto window = open.back();
@@ -129,11 +144,29 @@ int XServer::dockedIcons() const {
         for (const auto below : childrenOf(window)) {
             open.push_back(below);
             if (isEmbedded(below) && canBeSeen(below)) {
-                ++count;
+                result.push_back(below);
             }
         }
     }
-    return count;
+    return result;
+}
+
+std::string XServer::picture(std::uint32_t window) const {
+    const Reply<xcb_get_geometry_reply_t> size(
+        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+    if (!size) {
+        return {};
+    }
+    const Reply<xcb_get_image_reply_t> image(
+        xcb_get_image_reply(connection_,
+                            xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window, 0, 0,
+                                          size->width, size->height, ~0U),
+                            nullptr));
+    if (!image) {
+        return {};
+    }
+    const auto* pixels = xcb_get_image_data(image.get());
+    return {pixels, pixels + xcb_get_image_data_length(image.get())};
 }
 
 } // namespace velmoran::support

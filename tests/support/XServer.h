@@ -25,8 +25,10 @@ public:
     /// Windows of this class (the second text of WM_CLASS, any case) that can be seen.
     [[nodiscard]] std::vector<std::uint32_t> visibleWindows(const std::string& windowClass) const;
     /// Windows that have put themselves into the tray.
-    [[nodiscard]] int dockedIcons() const;
-    /// Whether the window lets itself be embedded, as a tray icon does.
+    [[nodiscard]] std::vector<std::uint32_t> dockedIcons() const;
+    /// What a window shows, as the server's raw pixels; empty if it can't be seen.
+    [[nodiscard]] std::string picture(std::uint32_t window) const;
+    /// Whether the window stands in another program's, as a tray icon does.
     [[nodiscard]] bool isEmbedded(std::uint32_t window) const;
     [[nodiscard]] xcb_connection_t* connection() const { return connection_; }
     [[nodiscard]] std::uint32_t root() const { return root_; }
@@ -35,6 +37,7 @@ public:
 
 private:
     [[nodiscard]] std::uint32_t atom(const std::string& name) const;
+    [[nodiscard]] std::uint32_t parentOf(std::uint32_t window) const;
     [[nodiscard]] std::vector<std::uint32_t> childrenOf(std::uint32_t window) const;
     [[nodiscard]] bool canBeSeen(std::uint32_t window) const;
     [[nodiscard]] std::uint32_t trayOwner() const;

@@ -1,0 +1,148 @@
+// The two programs as a person starts them, with a real recorder beside them.
+#include "core/history/HistoryStore.h"
+#include "support/PrivateSession.h"
+#include "support/XServer.h"
+
+#include <csignal>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+namespace {
+
+using support::ChildProcess;
+using support::PrivateSession;
+using support::waitUntil;
+
+class Program : public ::testing::Test {
+protected:
+    Program() {
+        session_.startSound();
+        session_.addMicrophone();
+        std::filesystem::create_directories(session_.file("dev"));
+    }
+
+    std::vector<UsageSession> stored() {
+        const auto file = session_.home() / ".local/share/Velmoran/History.store";
+        return std::filesystem::exists(file) ? HistoryStore(file).sessions()
+                                             : std::vector<UsageSession>();
+    }
+
+    /// A recorder runs whose start the program has seen. One that is faster than the program's
+    /// first look is told of as something that was going on before; then another one is started.
+    void record() {
+        for (const bool mayBeEarly : {true, false}) {
+            const auto before = stored().size();
+            session_.start("recorder", {"pw-record", session_.file("recording.wav")});
+            ASSERT_TRUE(waitUntil([&] { return stored().size() == before + 1; }))
+                << session_.logs();
+            if (stored()[0].observedFromStart) {
+                return;
+            }
+            ASSERT_TRUE(mayBeEarly) << session_.logs();
+            stopRecording();
+        }
+    }
+
+    void stopRecording() {
+        session_.stop("recorder");
+        ASSERT_TRUE(waitUntil([&] { return stored()[0].end.has_value(); })) << session_.logs();
+    }
+
+    PrivateSession session_;
+};
+
+class DesktopProgram : public Program {
+protected:
+    DesktopProgram() {
+        session_.startDisplay();
+        session_.startTray();
+        display_ = std::make_unique<support::XServer>(session_.environment()["DISPLAY"]);
+    }
+
+    /// With its icon in the tray, and nothing else on the screen.
+    void startVelmoran() {
+        auto& velmoran = session_.start(
+            "velmoran", {VELMORAN, "--device-folder", session_.file("dev").string()});
+        ASSERT_TRUE(waitUntil([&] {
+            return display_->dockedIcons().size() == 1 || !velmoran.running();
+        })) << session_.logs();
+        ASSERT_TRUE(velmoran.running()) << session_.logs();
+    }
+
+    /// Windows of the program beside its icon.
+    std::vector<std::uint32_t> cards() {
+        auto windows = display_->visibleWindows("velmoran");
+        std::erase_if(windows, [&](std::uint32_t window) { return display_->isEmbedded(window); });
+        return windows;
+    }
+
+    /// Its pixels; empty while nothing is drawn into it.
+    std::string icon() {
+        const auto icons = display_->dockedIcons();
+        const auto pixels = icons.empty() ? std::string() : display_->picture(icons.front());
+        const bool isBlank =
+            pixels.size() < 8 || pixels.substr(4) == pixels.substr(0, pixels.size() - 4);
+        return isBlank ? std::string() : pixels;
+    }
+
+    std::unique_ptr<support::XServer> display_;
+};
+
+TEST_F(DesktopProgram, ShowsACardAndAnotherIconWhileARecorderRuns) {
+    startVelmoran();
+    ASSERT_TRUE(waitUntil([&] { return !icon().empty(); }));
+    const std::string idle = icon();
+    EXPECT_TRUE(cards().empty());
+
+    record();
+    ASSERT_TRUE(waitUntil([&] { return cards().size() == 1; })) << session_.logs();
+    EXPECT_TRUE(waitUntil([&] { return !icon().empty() && icon() != idle; }));
+    EXPECT_EQ(stored()[0].app.name, "pw-cat");
+
+    stopRecording();
+    EXPECT_TRUE(waitUntil([&] { return icon() == idle; }));
+    // The card goes by itself after eight seconds.
+    EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
+    EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
+}
+
+TEST_F(DesktopProgram, ASecondStartLeavesTheFirstAloneAndEnds) {
+    startVelmoran();
+    const auto second = session_.run({VELMORAN});
+    EXPECT_EQ(second.status, 0) << second.errors;
+    EXPECT_EQ(display_->dockedIcons().size(), 1U);
+    EXPECT_TRUE(session_.child("velmoran")->running());
+}
+
+TEST_F(Program, WatchesInATerminal) {
+    auto& watch = session_.start("watch", {VELMORANCTL, "watch"});
+    record();
+    EXPECT_TRUE(waitUntil([&] {
+        return watch.output().find("  pw-cat turned on the microphone\n") != std::string::npos;
+    })) << watch.output()
+        << watch.errors();
+    stopRecording();
+    watch.signal(SIGINT);
+    EXPECT_EQ(watch.wait(), 0) << watch.errors();
+}
+
+TEST_F(Program, WatchWritesJsonForOtherPrograms) {
+    auto& watch = session_.start("watch", {VELMORANCTL, "watch", "--json"});
+    record();
+    for (const char* part : {"\"event\":\"notice\"", "\"pw-cat turned on the microphone\"",
+                             "\"event\":\"started\"", "\"state\":\"inUse\""}) {
+        EXPECT_TRUE(waitUntil([&] { return watch.output().find(part) != std::string::npos; }))
+            << part << "\n"
+            << watch.output();
+    }
+    stopRecording();
+    EXPECT_TRUE(waitUntil([&] {
+        return watch.output().find("\"event\":\"ended\"") != std::string::npos;
+    })) << watch.output();
+}
+
+} // namespace
+} // namespace velmoran
