@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <mutex>
 #include <stdexcept>
 #include <unicode/calendar.h>
 #include <unicode/coll.h>
@@ -109,8 +110,9 @@ std::string filled(std::string_view sentence, const std::vector<std::string>& ar
 
 } // namespace
 
-/// All of ICU's objects are made once; the functions called on them later are const and may run on
-/// several threads, but for a calendar, which is copied for each question.
+/// All of ICU's objects are made once. The collator and the list formatter never change; the date
+/// formats build parts of themselves at their first uses and are called under a lock; the calendar
+/// is copied for each question.
 struct Localizer::Facts {
     Facts(const std::string& localeName, const std::string& timeZone,
           const std::vector<Catalogue>& catalogues) {
@@ -146,7 +148,14 @@ struct Localizer::Facts {
         return result;
     }
 
+    std::string format(const icu::DateFormat& format, Timestamp time) const {
+        const std::lock_guard lock(mutex);
+        icu::UnicodeString result;
+        return utf8(format.format(milliseconds(time), result));
+    }
+
     Catalogue sentences;
+    mutable std::mutex mutex;
     std::unique_ptr<icu::ListFormatter> lists;
     std::unique_ptr<icu::DateFormat> times;
     std::unique_ptr<icu::DateFormat> days;
@@ -183,8 +192,7 @@ std::string Localizer::list(const std::vector<std::string>& items) const {
 }
 
 std::string Localizer::shortTime(Timestamp time) const {
-    icu::UnicodeString result;
-    return utf8(facts_->times->format(milliseconds(time), result));
+    return facts_->format(*facts_->times, time);
 }
 
 std::string Localizer::dayTitle(Timestamp day, Timestamp now) const {
@@ -198,8 +206,7 @@ std::string Localizer::dayTitle(Timestamp day, Timestamp now) const {
     if (next && startOfDay(*next) == today) {
         return text("Yesterday");
     }
-    icu::UnicodeString result;
-    return utf8(facts_->days->format(milliseconds(day), result));
+    return facts_->format(*facts_->days, day);
 }
 
 int Localizer::compareIgnoringCase(std::string_view a, std::string_view b) const {
