@@ -87,16 +87,7 @@ void PulseOutputs::onChange(std::function<void()> callback) {
 
 void PulseOutputs::connected(pa_context* context) {
     disconnected();
-    ask(pa_context_get_server_info(
-        context,
-        [](pa_context*, const pa_server_info* info, void* data) {
-            auto* self = static_cast<PulseOutputs*>(data);
-            if (info) {
-                self->defaultSink_ = info->default_sink_name ? info->default_sink_name : "";
-            }
-            self->answered();
-        },
-        this));
+    askForDefault(context);
     ask(pa_context_get_card_info_list(
         context,
         [](pa_context*, const pa_card_info* info, int end, void* data) {
@@ -125,6 +116,11 @@ void PulseOutputs::changed(pa_context* context, pa_subscription_event_type_t eve
                            std::uint32_t index) {
     const auto facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
     const bool isGone = (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_REMOVE;
+    if (facility == PA_SUBSCRIPTION_EVENT_SINK &&
+        (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_CHANGE) {
+        // A default that was chosen before the sink was listed need not be announced again.
+        askForDefault(context);
+    }
     if (facility == PA_SUBSCRIPTION_EVENT_SINK && isGone) {
         sinks_.erase(index);
         publish();
@@ -147,17 +143,21 @@ void PulseOutputs::changed(pa_context* context, pa_subscription_event_type_t eve
             },
             this));
     } else if (facility == PA_SUBSCRIPTION_EVENT_SERVER) {
-        ask(pa_context_get_server_info(
-            context,
-            [](pa_context*, const pa_server_info* info, void* data) {
-                auto* self = static_cast<PulseOutputs*>(data);
-                if (info) {
-                    self->defaultSink_ = info->default_sink_name ? info->default_sink_name : "";
-                }
-                self->answered();
-            },
-            this));
+        askForDefault(context);
     }
+}
+
+void PulseOutputs::askForDefault(pa_context* context) {
+    ask(pa_context_get_server_info(
+        context,
+        [](pa_context*, const pa_server_info* info, void* data) {
+            auto* self = static_cast<PulseOutputs*>(data);
+            if (info) {
+                self->defaultSink_ = info->default_sink_name ? info->default_sink_name : "";
+            }
+            self->answered();
+        },
+        this));
 }
 
 void PulseOutputs::ask(pa_operation* question) {

@@ -68,6 +68,7 @@ private:
     void changed(pa_context* context, pa_subscription_event_type_t event,
                  std::uint32_t index) override;
 
+    void askForDefault(pa_context* context);
     void ask(pa_operation* question);
     void answered();
     void take(const pa_sink_info& info);

@@ -35,7 +35,7 @@ protected:
     }
     void choose(const std::string& name) { run({"pactl", "set-default-sink", name}); }
     /// Waits until the current output has that name.
-    static testing::AssertionResult becomes(PulseOutputs& outputs, const std::string& name) {
+    testing::AssertionResult becomes(PulseOutputs& outputs, const std::string& name) {
         const auto isIt = [&] {
             const auto current = outputs.current();
             return current && current->name == name;
@@ -45,7 +45,9 @@ protected:
         }
         const auto current = outputs.current();
         return testing::AssertionFailure()
-               << "the output is " << (current ? current->name : "none");
+               << "the output is " << (current ? current->name : "none") << ", the server says "
+               << session_.run({"pactl", "get-default-sink"}).output
+               << session_.run({"pactl", "list", "short", "sinks"}).output;
     }
 
     PrivateSession session_;
