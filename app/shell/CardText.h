@@ -22,6 +22,8 @@ public:
 
     /// The text was longer than its lines.
     bool isCut() const { return isCut_; }
+    /// What is drawn, with the ellipsis; lines that were apart in the text are so by U+2028.
+    QString shownText() const { return layout_.text(); }
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -4,6 +4,8 @@
 #include "core/text/Localizer.h"
 #include "core/warnings/DeviceWording.h"
 
+#include <algorithm>
+
 namespace velmoran {
 
 namespace {
@@ -26,6 +28,13 @@ std::string title(const SystemSnapshot& snapshot) {
                                         : words().text("The microphone is in use");
 }
 
+/// In one line, since each use has one and a name comes from whoever uses the device.
+std::string inOneLine(std::string name) {
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return name;
+}
+
 } // namespace
 
 NoticeItem currentUseItem(const std::vector<UsageSession>& open, const SystemSnapshot& snapshot,
@@ -41,7 +50,7 @@ NoticeItem currentUseItem(const std::vector<UsageSession>& open, const SystemSna
         }
         lines += (lines.empty() ? "" : "\n") +
                  words().text("%1$@ uses %2$@ (%3$@)",
-                              {session.app.name, DeviceWording::the({session.device}),
+                              {inOneLine(session.app.name), DeviceWording::the({session.device}),
                                DurationFormat::text(session.duration(now))});
     }
     if (historyUnavailable) {

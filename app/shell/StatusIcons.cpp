@@ -49,13 +49,13 @@ void drawAlert(QPainter& painter) {
     painter.drawEllipse(inset(1.0));
     painter.setBrush(Qt::white);
     QPainterPath stroke;
-    stroke.moveTo(7.9, 4.2);
-    stroke.lineTo(10.1, 4.2);
-    stroke.lineTo(9.75, 10.4);
-    stroke.lineTo(8.25, 10.4);
+    stroke.moveTo(7.9, 4);
+    stroke.lineTo(10.1, 4);
+    stroke.lineTo(9.75, 10);
+    stroke.lineTo(8.25, 10);
     stroke.closeSubpath();
     painter.drawPath(stroke);
-    painter.drawEllipse(QRectF(7.8, 11.6, 2.4, 2.4));
+    painter.drawEllipse(QRectF(7.8, 11.7, 2.4, 2.4));
 }
 
 } // namespace

@@ -1,0 +1,61 @@
+#include "app/shell/CurrentUse.h"
+#include "support/Samples.h"
+
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+const Timestamp start{1000};
+
+SystemSnapshot on(bool camera, bool microphone) {
+    SystemSnapshot snapshot;
+    snapshot.cameraOn = camera;
+    snapshot.microphoneOn = microphone;
+    return snapshot;
+}
+
+TEST(CurrentUse, SaysWhenNothingIsOn) {
+    const auto item = currentUseItem({}, on(false, false), false, start);
+    EXPECT_EQ(item.title, "Camera and microphone are off");
+    EXPECT_EQ(item.message, std::nullopt);
+    EXPECT_FALSE(item.isStrong);
+    EXPECT_TRUE(item.buttons.empty());
+}
+
+TEST(CurrentUse, SaysWhatIsOnAndWhoUsesItForHowLong) {
+    const auto item = currentUseItem({sessionOf(app("zoom"), Device::camera, start),
+                                      sessionOf(app("meet"), Device::microphone, start + 60)},
+                                     on(true, true), false, start + 125);
+    EXPECT_EQ(item.title, "Camera and microphone are in use");
+    EXPECT_EQ(item.message, "Name of zoom uses the camera (2 min)\n"
+                            "Name of meet uses the microphone (1 min)");
+}
+
+TEST(CurrentUse, TellsTheTwoDevicesApart) {
+    EXPECT_EQ(currentUseItem({}, on(true, false), false, start).title, "The camera is in use");
+    EXPECT_EQ(currentUseItem({}, on(false, true), false, start).title, "The microphone is in use");
+}
+
+TEST(CurrentUse, LeavesTheSpeakerOut) {
+    const auto item = currentUseItem({sessionOf(app("music"), Device::speaker, start)},
+                                     on(false, false), false, start);
+    EXPECT_EQ(item.message, std::nullopt);
+}
+
+TEST(CurrentUse, SaysThatTheHistoryIsUnavailable) {
+    const auto item = currentUseItem({}, on(false, false), true, start);
+    ASSERT_TRUE(item.message);
+    EXPECT_NE(item.message->find("History can't be saved right now."), std::string::npos);
+}
+
+TEST(CurrentUse, ANameCannotAddALine) {
+    auto user = app("x");
+    user.name = "One\nTwo uses the camera";
+    const auto item =
+        currentUseItem({sessionOf(user, Device::camera, start)}, on(true, false), false, start);
+    EXPECT_EQ(item.message, "One Two uses the camera uses the camera (0 s)");
+}
+
+} // namespace
+} // namespace velmoran

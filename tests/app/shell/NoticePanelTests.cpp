@@ -1,0 +1,278 @@
+#include "app/shell/NoticePanelController.h"
+#include "core/text/Localizer.h"
+#include "system/scripted/ScriptedTime.h"
+
+#include <QAccessible>
+#include <QCoreApplication>
+#include <QPushButton>
+#include <QToolButton>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+NoticeItem item(const std::string& title) {
+    NoticeItem result;
+    result.id = Uuid::random();
+    result.title = title;
+    result.timeText = "Just now";
+    return result;
+}
+
+NoticeButton button(
+    const std::string& title, bool prominent = false, std::function<void()> action = [] {}) {
+    NoticeButton result;
+    result.title = title;
+    result.prominent = prominent;
+    result.action = std::move(action);
+    return result;
+}
+
+struct NoticePanelTest : ::testing::Test {
+    ScriptedTime time;
+    NoticeCenter notices{time};
+    std::optional<QRect> anchor = QRect(400, 0, 24, 24);
+    std::vector<std::string> picturesAskedFor;
+    NoticePanelController controller{notices, [this] { return anchor; },
+                                     [this](const std::string& path) {
+                                         picturesAskedFor.push_back(path);
+                                         return QIcon();
+                                     }};
+
+    /// Cards that were replaced go once the event loop runs.
+    void settle() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+
+    std::vector<QWidget*> cards() {
+        settle();
+        const auto found = controller.panel().findChildren<QWidget*>(QStringLiteral("notice"));
+        return {found.begin(), found.end()};
+    }
+
+    /// What somebody who has the card read aloud hears, in its order.
+    static void collect(QAccessibleInterface* of, std::vector<std::string>& names) {
+        for (int i = 0; i < of->childCount(); ++i) {
+            auto* child = of->child(i);
+            names.push_back(child->text(QAccessible::Name).toStdString());
+            collect(child, names);
+        }
+    }
+    static std::vector<std::string> spoken(QWidget* card) {
+        std::vector<std::string> names;
+        collect(QAccessible::queryAccessibleInterface(card), names);
+        return names;
+    }
+    std::vector<std::string> titles() {
+        std::vector<std::string> result;
+        for (auto* card : cards()) {
+            result.push_back(card->accessibleName().toStdString());
+        }
+        return result;
+    }
+
+    template <class Button>
+    static Button* named(QWidget* card, const std::string& name) {
+        for (auto* each : card->findChildren<Button*>()) {
+            if (QAccessible::queryAccessibleInterface(each)->text(QAccessible::Name) ==
+                QString::fromStdString(name)) {
+                return each;
+            }
+        }
+        return nullptr;
+    }
+};
+
+TEST_F(NoticePanelTest, IsNotOnTheScreenBeforeTheFirstCard) {
+    EXPECT_FALSE(controller.panel().isVisible());
+}
+
+TEST_F(NoticePanelTest, ShowsTitleMessageTimeAndButtonsInTheirOrder) {
+    auto card = item("Zoom turned on the camera");
+    card.message = "We couldn't tell which app it is.";
+    card.buttons = {button("Stop", true), button("This was me")};
+    notices.show(card);
+    ASSERT_TRUE(controller.panel().isVisible());
+    ASSERT_EQ(cards().size(), 1U);
+    EXPECT_THAT(spoken(cards().front()),
+                ElementsAre("Zoom turned on the camera", "We couldn't tell which app it is.",
+                            "Just now", "Stop", "This was me", "Close"));
+}
+
+TEST_F(NoticePanelTest, ShowsNoButtonsWhereThereAreNone) {
+    notices.show(item("Microphone muted."));
+    EXPECT_THAT(spoken(cards().front()), ElementsAre("Microphone muted.", "Just now", "Close"));
+}
+
+TEST_F(NoticePanelTest, OnlyTheDefaultButtonIsProminent) {
+    auto card = item("Zoom turned on the camera");
+    card.buttons = {button("Stop", true), button("This was me")};
+    notices.show(card);
+    EXPECT_TRUE(named<QPushButton>(cards().front(), "Stop")->property("prominent").toBool());
+    EXPECT_FALSE(
+        named<QPushButton>(cards().front(), "This was me")->property("prominent").toBool());
+    const auto face = [&](const char* name) {
+        const auto image = named<QPushButton>(cards().front(), name)->grab().toImage();
+        return image.pixelColor(6, image.height() / 2);
+    };
+    EXPECT_EQ(face("Stop"), controller.panel().palette().color(QPalette::Highlight));
+    EXPECT_NE(face("This was me"), face("Stop"));
+}
+
+TEST_F(NoticePanelTest, AClickRunsTheButtonsActionOnce) {
+    int stops = 0;
+    int trusts = 0;
+    auto card = item("Zoom turned on the camera");
+    card.buttons = {button("Stop", false,
+                           [&] {
+                               ++stops;
+                               notices.dismiss(card.id);
+                           }),
+                    button("Trust this app", false, [&] { ++trusts; })};
+    notices.show(card);
+    named<QPushButton>(cards().front(), "Stop")->click();
+    EXPECT_EQ(stops, 1);
+    EXPECT_EQ(trusts, 0);
+    EXPECT_FALSE(controller.panel().isVisible());
+}
+
+TEST_F(NoticePanelTest, TheCrossClosesItsOwnCard) {
+    bool closed = false;
+    auto first = item("First");
+    first.onClose = [&] {
+        closed = true;
+    };
+    notices.show(first);
+    notices.show(item("Second"));
+    named<QToolButton>(cards().front(), "Close")->click();
+    EXPECT_TRUE(closed);
+    EXPECT_THAT(titles(), ElementsAre("Second"));
+}
+
+TEST_F(NoticePanelTest, StacksCardsOldestFirstWithEightPointsBetween) {
+    notices.show(item("First"));
+    notices.show(item("Second"));
+    notices.show(item("Third"));
+    EXPECT_THAT(titles(), ElementsAre("First", "Second", "Third"));
+    const auto shown = cards();
+    EXPECT_EQ(shown[0]->geometry().topLeft(), QPoint(12, 12));
+    EXPECT_EQ(shown[1]->y(), shown[0]->y() + shown[0]->height() + 8);
+    EXPECT_EQ(shown[2]->y(), shown[1]->y() + shown[1]->height() + 8);
+    EXPECT_EQ(controller.panel().width(), 368);
+    EXPECT_EQ(controller.panel().height(), shown[2]->y() + shown[2]->height() + 12);
+}
+
+TEST_F(NoticePanelTest, ACardShownAgainChangesInItsPlace) {
+    auto first = item("Zoom turned on the camera");
+    notices.show(first);
+    notices.show(item("Second"));
+    first.title = "Zoom turned on the camera and microphone";
+    notices.show(first);
+    EXPECT_THAT(titles(), ElementsAre("Zoom turned on the camera and microphone", "Second"));
+    EXPECT_TRUE(controller.panel().isVisible());
+}
+
+TEST_F(NoticePanelTest, DismissingTheLastCardTakesThePanelAway) {
+    const auto first = item("First");
+    const auto second = item("Second");
+    notices.show(first);
+    notices.show(second);
+    notices.dismiss(first.id);
+    EXPECT_TRUE(controller.panel().isVisible());
+    notices.dismiss(second.id);
+    EXPECT_FALSE(controller.panel().isVisible());
+    notices.show(item("Third"));
+    EXPECT_TRUE(controller.panel().isVisible());
+    EXPECT_THAT(titles(), ElementsAre("Third"));
+}
+
+TEST_F(NoticePanelTest, StandsUnderTheStatusItem) {
+    notices.show(item("First"));
+    EXPECT_EQ(controller.panel().pos(), QPoint(400 + 12 - 184, 26));
+}
+
+TEST_F(NoticePanelTest, StandsNearTheTopRightWithoutAStatusItem) {
+    anchor.reset();
+    notices.show(item("First"));
+    const auto screen = controller.panel().screen()->availableGeometry();
+    EXPECT_EQ(controller.panel().pos(), QPoint(screen.width() - 368 - 4, 2));
+}
+
+TEST_F(NoticePanelTest, NeverTakesTheFocus) {
+    notices.show(item("First"));
+    const auto& panel = controller.panel();
+    EXPECT_TRUE(panel.windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus));
+    EXPECT_TRUE(panel.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    EXPECT_TRUE(panel.windowFlags().testFlag(Qt::FramelessWindowHint));
+    EXPECT_TRUE(panel.testAttribute(Qt::WA_ShowWithoutActivating));
+    EXPECT_FALSE(panel.isActiveWindow());
+    for (auto* each : panel.findChildren<QAbstractButton*>()) {
+        EXPECT_EQ(each->focusPolicy(), Qt::NoFocus);
+    }
+}
+
+TEST_F(NoticePanelTest, AsksForThePictureOfTheApp) {
+    auto card = item("Zoom turned on the camera");
+    card.appPath = "/opt/zoom/zoom";
+    notices.show(card);
+    EXPECT_THAT(picturesAskedFor, ElementsAre("/opt/zoom/zoom"));
+}
+
+TEST_F(NoticePanelTest, AsksForNoPictureWhereThereIsNoApp) {
+    auto card = item("Microphone muted.");
+    card.symbol = "checkmark.circle";
+    notices.show(card);
+    EXPECT_THAT(picturesAskedFor, IsEmpty());
+}
+
+TEST_F(NoticePanelTest, TheSymbolOfAStrongCardIsRed) {
+    const auto red = [&](bool strong) {
+        auto card = item("Something");
+        card.symbol = "exclamationmark.circle";
+        card.isStrong = strong;
+        notices.show(card);
+        const auto image = cards().back()->grab(QRect(12, 12, 32, 32)).toImage();
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const auto color = image.pixelColor(x, y);
+                count += color.red() > color.green() + 100 && color.red() > color.blue() + 100;
+            }
+        }
+        notices.dismiss(card.id);
+        return count;
+    };
+    EXPECT_GT(red(true), 60);
+    EXPECT_EQ(red(false), 0);
+}
+
+TEST_F(NoticePanelTest, ANameCannotFillTheScreenOrWriteASecondTitle) {
+    notices.show(item(std::string(5000, 'm') + "\nSystem: all is well turned on the camera"));
+    EXPECT_LT(cards().front()->height(), 150);
+    EXPECT_EQ(cards().front()->accessibleName().count('\n'), 0);
+}
+
+TEST_F(NoticePanelTest, LongButtonsGoToARowOfTheirOwn) {
+    auto card = item("Something");
+    card.buttons = {button(std::string(22, 'm')), button(std::string(22, 'n'))};
+    notices.show(card);
+    auto* first = named<QPushButton>(cards().front(), std::string(22, 'm'));
+    auto* second = named<QPushButton>(cards().front(), std::string(22, 'n'));
+    EXPECT_EQ(second->x(), first->x());
+    EXPECT_EQ(second->y(), first->geometry().bottom() + 1 + 8);
+    EXPECT_TRUE(cards().front()->rect().contains(second->geometry()));
+}
+
+TEST_F(NoticePanelTest, AGoneControllerIsToldNothing) {
+    NoticeCenter other(time);
+    {
+        const NoticePanelController gone(other, [] { return std::nullopt; }, {});
+    }
+    other.show(item("First"));
+    EXPECT_EQ(other.onChange, nullptr);
+}
+
+} // namespace
+} // namespace velmoran

@@ -1,0 +1,57 @@
+#include "app/shell/NoticePlacing.h"
+
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+const QRect underABar(0, 24, 1280, 776);
+const QSize panel(368, 150);
+
+TEST(NoticePlacing, PutsThePanelUnderTheMiddleOfTheStatusItem) {
+    EXPECT_EQ(noticePanelPlace(underABar, QRect(1000, 0, 24, 24), panel), QPoint(828, 26));
+}
+
+TEST(NoticePlacing, PutsItNearTheTopRightWithoutAStatusItem) {
+    // As if an item of 24 by 0 stood 40 from the right edge.
+    EXPECT_EQ(noticePanelPlace({0, 24, 3000, 776}, std::nullopt, {40, 150}),
+              QPoint(3000 - 40 + 12 - 20, 26));
+    EXPECT_EQ(noticePanelPlace(underABar, std::nullopt, panel), QPoint(1280 - 368 - 4, 26));
+}
+
+TEST(NoticePlacing, KeepsFourPointsFromTheSides) {
+    EXPECT_EQ(noticePanelPlace(underABar, QRect(1250, 0, 24, 24), panel).x(), 1280 - 368 - 4);
+    EXPECT_EQ(noticePanelPlace(underABar, QRect(10, 0, 24, 24), panel).x(), 4);
+}
+
+TEST(NoticePlacing, OnAScreenThatIsTooNarrowTheRightSideWins) {
+    EXPECT_EQ(noticePanelPlace({0, 0, 300, 600}, QRect(100, 0, 24, 24), panel).x(), 300 - 368 - 4);
+}
+
+TEST(NoticePlacing, StandsBelowABarThatTakesNoRoomOfItsOwn) {
+    EXPECT_EQ(noticePanelPlace({0, 0, 1280, 800}, QRect(1000, 4, 24, 32), panel).y(), 38);
+}
+
+TEST(NoticePlacing, StandsBelowTheBarEvenIfTheItemEndsHigher) {
+    EXPECT_EQ(noticePanelPlace({0, 40, 1280, 760}, QRect(1000, 4, 24, 24), panel).y(), 42);
+}
+
+TEST(NoticePlacing, StandsAboveATrayAtTheBottom) {
+    const QRect overABar(0, 0, 1280, 770);
+    EXPECT_EQ(noticePanelPlace(overABar, QRect(1000, 773, 24, 24), panel),
+              QPoint(828, 770 - 150 - 2));
+    EXPECT_EQ(noticePanelPlace({0, 0, 1280, 800}, QRect(1000, 773, 24, 24), panel).y(),
+              773 - 150 - 2);
+}
+
+TEST(NoticePlacing, KeepsToTheScreenOfTheItem) {
+    const QRect second(1280, 0, 1920, 1080);
+    EXPECT_EQ(noticePanelPlace(second, QRect(1290, 0, 24, 24), panel), QPoint(1284, 26));
+}
+
+TEST(NoticePlacing, HasAnAnswerWithoutAScreen) {
+    EXPECT_EQ(noticePanelPlace(QRect(0, 0, 0, 0), std::nullopt, panel), QPoint(-372, 2));
+}
+
+} // namespace
+} // namespace velmoran
