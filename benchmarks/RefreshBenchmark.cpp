@@ -5,7 +5,6 @@
 #include "system/SystemMonitor.h"
 #include "system/linux/EventLoop.h"
 #include "system/linux/LinuxAppNames.h"
-#include "system/linux/LinuxCodeSignatures.h"
 #include "system/linux/LinuxReadings.h"
 #include "system/linux/PeerSockets.h"
 #include "system/linux/ProcFs.h"
@@ -51,13 +50,12 @@ private:
 
 void refreshWithNothingChanged(benchmark::State& state) {
     const Crowd crowd(200);
-    LinuxCodeSignatures signatures(LinuxPlaces::ofThisUser());
     LinuxAppNames names(LinuxPlaces::ofThisUser());
     PeerSockets peers;
     PulseConnection pulse;
     EventLoop loop;
     PulseOutputs outputs(pulse, loop);
-    LinuxReadings readings({loop, names, peers, signatures, pulse}, "/dev");
+    LinuxReadings readings({loop, names, peers, pulse}, "/dev");
     // On the thread that it belongs to, so that the CPU time is all there is.
     loop.runAndWait([&] {
         auto last = currentSnapshot(readings.audio(), readings.cameras(), outputs, names);

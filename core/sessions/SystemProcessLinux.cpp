@@ -50,7 +50,6 @@ const std::vector<SystemProcess>& SystemProcess::onLinux() {
             {"linux.mate-volume-control", Role::listensForMacOS, settings},
             {"linux.plasmashell", Role::listensForMacOS, applet},
             {"linux.kmix", Role::listensForMacOS, applet},
-            {"linux.xfce4-panel-plugin", Role::listensForMacOS, applet},
             {"linux.mate-volume-applet", Role::listensForMacOS, applet},
             {"linux.pasystray", Role::listensForMacOS, applet},
             {"linux.cinnamon", Role::listensForMacOS, applet},
@@ -84,10 +83,6 @@ const std::vector<LinuxSystemProgram>& linuxSystemPrograms() {
         {{"/usr/bin/mate-volume-control"}, "linux.mate-volume-control"},
         {{"/usr/bin/plasmashell"}, "linux.plasmashell"},
         {{"/usr/bin/kmix"}, "linux.kmix"},
-        // The panel runs each of its plugins, the volume control among them, in this program.
-        {{"/usr/lib/*/xfce4/panel/wrapper-2.0", "/usr/lib/xfce4/panel/wrapper-2.0",
-          "/usr/lib64/xfce4/panel/wrapper-2.0"},
-         "linux.xfce4-panel-plugin"},
         {{"/usr/bin/mate-volume-control-status-icon", "/usr/libexec/mate-volume-control-applet"},
          "linux.mate-volume-applet"},
         {{"/usr/bin/pasystray"}, "linux.pasystray"},

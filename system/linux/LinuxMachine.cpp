@@ -17,9 +17,8 @@ LinuxMachine::LinuxMachine(MachineOptions options)
       signatures_(LinuxPlaces::ofThisUser()),
       names_(LinuxPlaces::ofThisUser()),
       outputs_(pulse_, loop_),
-      readings_(std::make_unique<LinuxReadings>(
-          LinuxReadings::Seams{loop_, names_, peers_, signatures_, pulse_},
-          options.deviceFolder.string())) {
+      readings_(std::make_unique<LinuxReadings>(LinuxReadings::Seams{loop_, names_, peers_, pulse_},
+                                                options.deviceFolder.string())) {
     loop_.runAndWait([this] { outputs_.onChange([this] { readings_->noteChange(); }); });
     monitor_ = std::make_unique<SystemMonitor>(
         MonitorReadings{loop_, readings_->audio(), readings_->cameras(), outputs_, names_,

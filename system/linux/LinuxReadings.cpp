@@ -1,7 +1,7 @@
 #include "system/linux/LinuxReadings.h"
 
-#include "core/sessions/SystemProcess.h"
 #include "system/SoundServer.h"
+#include "system/linux/ServingPrograms.h"
 
 #include <chrono>
 #include <future>
@@ -14,8 +14,8 @@ namespace velmoran {
 LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : seams_(seams) {
     graph_ = std::make_unique<PipeWireGraph>(seams_.loop, seams_.naming, seams_.connections);
     seams_.loop.runAndWait([this, &deviceFolder] {
-        const auto serves = [this](pid_t pid) {
-            return servesOthers(pid);
+        const auto serves = [](pid_t pid) {
+            return servesOthers(pid, ProcFs());
         };
         V4l2Cameras::Places places;
         places.devices.deviceFolder = deviceFolder;
@@ -82,13 +82,6 @@ void LinuxReadings::graphConnectionChanged() {
     } else {
         patience_ = seams_.loop.after(patienceWithGraph, [this] { useStreams(); });
     }
-}
-
-bool LinuxReadings::servesOthers(pid_t pid) {
-    const auto app = seams_.naming.identify(pid);
-    const auto identifier = app.path ? seams_.signatures.systemIdentifier(*app.path) : std::nullopt;
-    const auto process = identifier ? SystemProcess::known(*identifier) : std::nullopt;
-    return process && process->role == SystemProcess::Role::worksForOtherApps;
 }
 
 std::vector<AudioProcess> LinuxReadings::Audio::processes() {

@@ -22,7 +22,6 @@ public:
         EventLoop& loop;
         ProcessNaming& naming;
         ConnectionFacts& connections;
-        CodeSignatures& signatures;
         PulseConnection& pulse;
     };
 
@@ -74,7 +73,6 @@ private:
 
     std::vector<CameraUse> cameraUses() const;
     AttributionTable attributionTable() const;
-    bool servesOthers(pid_t pid);
     void changed();
     void awaitStreams();
     void useStreams();
