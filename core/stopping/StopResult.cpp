@@ -17,6 +17,7 @@ std::string joined(const std::vector<std::string>& parts) {
 
 std::string names(const std::vector<AppIdentity>& apps) {
     std::vector<std::string> list;
+    list.reserve(apps.size());
     for (const auto& app : apps) {
         list.push_back(app.name);
     }
