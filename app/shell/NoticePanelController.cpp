@@ -38,6 +38,12 @@ void NoticePanelController::raise() {
     }
 }
 
+void NoticePanelController::redraw() {
+    if (panel_.isVisible()) {
+        update();
+    }
+}
+
 void NoticePanelController::update() {
     if (notices_.items().empty()) {
         panel_.hide();

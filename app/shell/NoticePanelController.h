@@ -24,6 +24,8 @@ public:
 
     /// Brings the cards, if there are any, in front of everything.
     void raise();
+    /// Draws the cards that are shown in the colours of now.
+    void redraw();
     const NoticePanel& panel() const { return panel_; }
 
 private:

@@ -2,6 +2,7 @@
 
 #include "app/shell/CurrentUse.h"
 #include "app/shell/StatusIcons.h"
+#include "app/shell/TrayInk.h"
 #include "app/shell/X11Window.h"
 #include "core/text/Localizer.h"
 
@@ -10,8 +11,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusServiceWatcher>
-#include <QGuiApplication>
-#include <QPalette>
+#include <QEvent>
 #include <cstdio>
 #include <utility>
 
@@ -49,9 +49,10 @@ StatusItemController::StatusItemController(AppModel& model, const Clock& clock, 
             [this](QSystemTrayIcon::ActivationReason reason) {
                 if (reason == QSystemTrayIcon::Trigger) {
                     lastClick_ = QCursor::pos();
-                    showCards();
+                    togglePanel();
                 }
             });
+    qApp->installEventFilter(this);
     refreshIcon();
     modelChanges_ = model_.onChange.subscribe([this] { refreshIcon(); });
     dockWhenATrayIsThere();
@@ -85,6 +86,7 @@ void StatusItemController::dockWhenATrayIsThere() {
 void StatusItemController::dock() {
     if (!docked_) {
         docked_ = true;
+        redrawIcon();
         item_.show();
     }
 }
@@ -95,15 +97,33 @@ void StatusItemController::refreshIcon() {
         return;
     }
     shown_ = state;
-    item_.setIcon(statusIcon(state, QGuiApplication::palette().color(QPalette::WindowText)));
+    item_.setIcon(statusIcon(state, currentTrayInk()));
     item_.setToolTip(qt(statusIconLabel(state)));
 }
 
-void StatusItemController::showCards() {
+void StatusItemController::redrawIcon() {
+    shown_.reset();
+    refreshIcon();
+}
+
+bool StatusItemController::eventFilter(QObject* watched, QEvent* event) {
+    // Somebody went from light to dark.
+    if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange) {
+        redrawIcon();
+        noticePanel_.redraw();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void StatusItemController::togglePanel() {
     if (currentUse_ && model_.notices.item(*currentUse_)) {
         model_.notices.dismiss(*currentUse_);
-        return;
+    } else {
+        showCards();
     }
+}
+
+void StatusItemController::showCards() {
     if (!model_.notices.items().empty()) {
         noticePanel_.raise();
         return;

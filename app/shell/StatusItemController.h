@@ -25,16 +25,22 @@ public:
     StatusItemController(AppModel& model, const Clock& clock, AppPicture picture, Actions actions);
     ~StatusItemController() override;
 
-    /// What a click on the icon does, and a second start of the program: brings the cards to the
-    /// front, or tells what is on.
+    /// A click on the icon: shows the cards, or takes away the one that tells what is on.
+    void togglePanel();
+    /// What the menu and a second start of the program do: brings the cards to the front, or tells
+    /// what is on.
     void showCards();
 
     NoticePanelController& noticePanel() { return noticePanel_; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void dockWhenATrayIsThere();
     void dock();
     void refreshIcon();
+    void redrawIcon();
     std::optional<QRect> anchor() const;
 
     AppModel& model_;

@@ -34,25 +34,46 @@ xcb_atom_t atom(xcb_connection_t* x, const std::string& name) {
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-bool hasOwner(const std::string& selection) {
+/// None on another platform too.
+xcb_window_t ownerOf(const std::string& selection) {
     auto* x = connection();
     if (!x) {
-        return false;
+        return XCB_WINDOW_NONE;
     }
-    const auto name = atom(x, selection);
-    const auto cookie = xcb_get_selection_owner(x, name);
+    const auto cookie = xcb_get_selection_owner(x, atom(x, selection));
     const auto reply = owned(xcb_get_selection_owner_reply(x, cookie, nullptr));
-    return reply && reply->owner != XCB_WINDOW_NONE;
+    return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
 }
+
+constexpr const char* traySelection = "_NET_SYSTEM_TRAY_S0";
 
 } // namespace
 
 bool hasCompositor() {
-    return !connection() || hasOwner("_NET_WM_CM_S0");
+    return !connection() || ownerOf("_NET_WM_CM_S0") != XCB_WINDOW_NONE;
 }
 
 bool hasXembedTray() {
-    return hasOwner("_NET_SYSTEM_TRAY_S0");
+    return ownerOf(traySelection) != XCB_WINDOW_NONE;
+}
+
+std::optional<QColor> xembedTrayForeground() {
+    const auto tray = ownerOf(traySelection);
+    if (tray == XCB_WINDOW_NONE) {
+        return std::nullopt;
+    }
+    auto* x = connection();
+    const auto cookie =
+        xcb_get_property(x, 0, tray, atom(x, "_NET_SYSTEM_TRAY_COLORS"), XCB_ATOM_CARDINAL, 0, 12);
+    const auto reply = owned(xcb_get_property_reply(x, cookie, nullptr));
+    if (!reply || reply->format != 32 || reply->value_len < 3) {
+        return std::nullopt;
+    }
+    const auto* numbers = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+    const auto part = [&](int which) {
+        return static_cast<int>((numbers[which] >> 8) & 0xFF);
+    };
+    return QColor(part(0), part(1), part(2));
 }
 
 void setOnAllDesktops(QWidget& window) {

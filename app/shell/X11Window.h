@@ -2,8 +2,10 @@
 // desktop with a compositor, where the windows aren't X11's.
 #pragma once
 
+#include <QColor>
 #include <QRegion>
 #include <QWidget>
+#include <optional>
 
 namespace velmoran {
 
@@ -11,6 +13,9 @@ namespace velmoran {
 bool hasCompositor();
 /// Whether a tray of the old kind (XEmbed) is there to dock into.
 bool hasXembedTray();
+/// The colour in which that tray says that pictures show up on it (_NET_SYSTEM_TRAY_COLORS, whose
+/// first three of twelve numbers are red, green and blue in 16 bits); nothing if it says none.
+std::optional<QColor> xembedTrayForeground();
 /// The window shows on every desktop. It must have been created.
 void setOnAllDesktops(QWidget& window);
 /// A rectangle with round corners, as a mask has them.
