@@ -23,6 +23,8 @@ public:
     void reopen();
 
     AppModel& model() { return model_; }
+    /// Null before the launch.
+    StatusItemController* statusItem() const { return statusItem_.get(); }
 
 private:
     ModelSurroundings around_;

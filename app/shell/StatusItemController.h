@@ -32,6 +32,7 @@ public:
     void showCards();
 
     NoticePanelController& noticePanel() { return noticePanel_; }
+    const QSystemTrayIcon& item() const { return item_; }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -1,0 +1,149 @@
+#include "app/ModelFixture.h"
+#include "app/shell/AppDelegate.h"
+#include "app/shell/StatusItemController.h"
+
+#include <QMenu>
+#include <gmock/gmock.h>
+
+namespace velmoran {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::SizeIs;
+
+SystemSnapshot recordedBy(const std::string& name) {
+    return testing::ModelFixture::microphone({testing::appRef(name)});
+}
+
+struct StatusItem : testing::ModelFixture {
+    int quits = 0;
+    std::unique_ptr<StatusItemController> item;
+
+    void SetUp() override {
+        launchWatching();
+        item = std::make_unique<StatusItemController>(*model, time, AppPicture(),
+                                                      StatusItemController::Actions{.quit = [this] {
+                                                          ++quits;
+                                                      }});
+    }
+
+    std::string toolTip() const { return item->item().toolTip().toStdString(); }
+    const QWidget& panel() const { return item->noticePanel().panel(); }
+};
+
+TEST_F(StatusItem, SaysWhatIsOn) {
+    EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
+    receive(recordedBy("Zoom"));
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
+    receive({});
+    EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
+}
+
+TEST_F(StatusItem, ShowsAnotherPictureForAnotherState) {
+    const auto picture = [&] {
+        return item->item().icon().pixmap(22).toImage();
+    };
+    const auto idle = picture();
+    receive(recordedBy("Zoom"));
+    EXPECT_NE(picture(), idle);
+    receive({});
+    EXPECT_EQ(picture(), idle);
+}
+
+TEST_F(StatusItem, WarnsWhileAStrongCardIsShown) {
+    SystemSnapshot unknown;
+    unknown.cameraOn = true;
+    receive(unknown);
+    time.advanceBy(2);
+    ASSERT_THAT(model->notices.items(), SizeIs(1));
+    EXPECT_EQ(toolTip(), "Velmoran: a warning is waiting");
+    model->notices.dismiss(model->notices.items().front().id);
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
+}
+
+TEST_F(StatusItem, AClickTellsWhatIsOnAndASecondOneClosesThat) {
+    item->togglePanel();
+    EXPECT_TRUE(panel().isVisible());
+    ASSERT_THAT(model->notices.items(), SizeIs(1));
+    EXPECT_EQ(model->notices.items().front().title, "Camera and microphone are off");
+    item->togglePanel();
+    EXPECT_FALSE(panel().isVisible());
+    EXPECT_THAT(model->notices.items(), SizeIs(0));
+}
+
+TEST_F(StatusItem, AClickAddsNothingToAWarning) {
+    receive(recordedBy("Zoom"));
+    ASSERT_THAT(model->notices.items(), SizeIs(1));
+    item->togglePanel();
+    EXPECT_THAT(model->notices.items(), SizeIs(1));
+    EXPECT_TRUE(panel().isVisible());
+}
+
+TEST_F(StatusItem, ASecondStartShowsItselfHoweverOftenItComes) {
+    item->showCards();
+    item->showCards();
+    EXPECT_TRUE(panel().isVisible());
+    EXPECT_THAT(model->notices.items(), SizeIs(1));
+}
+
+TEST_F(StatusItem, HasAMenuInWhichEverythingWorks) {
+    std::vector<std::string> titles;
+    for (const auto* action : item->item().contextMenu()->actions()) {
+        titles.push_back(action->isSeparator() ? "-" : action->text().toStdString());
+        EXPECT_TRUE(action->isEnabled());
+    }
+    EXPECT_THAT(titles, ElementsAre("What is on now", "-", "Quit Velmoran"));
+    item->item().contextMenu()->actions().front()->trigger();
+    EXPECT_TRUE(panel().isVisible());
+    EXPECT_EQ(quits, 0);
+    item->item().contextMenu()->actions().back()->trigger();
+    EXPECT_EQ(quits, 1);
+}
+
+TEST_F(StatusItem, ModelChangesAfterItsEndTellNobody) {
+    item.reset();
+    receive(recordedBy("Zoom"));
+    EXPECT_THAT(model->notices.items(), SizeIs(1));
+}
+
+struct Delegate : testing::ModelFixture {
+    AppDelegate delegate{ModelSurroundings{machine, time, time, settings,
+                                           [this] {
+                                               return store;
+                                           }},
+                         AppPicture(), [] {
+                         }};
+};
+
+TEST_F(Delegate, StartsTheModelOnlyOnceTheStatusItemIsThere) {
+    EXPECT_FALSE(delegate.statusItem());
+    delegate.didFinishLaunching();
+    ASSERT_TRUE(delegate.statusItem());
+    delegate.model().receive({});
+    delegate.model().receive(recordedBy("Zoom"));
+    time.runPosted();
+    EXPECT_THAT(delegate.model().notices.items(), SizeIs(1));
+    EXPECT_TRUE(delegate.statusItem()->noticePanel().panel().isVisible());
+}
+
+TEST_F(Delegate, StopsOnlyTheMonitorAtTheEnd) {
+    delegate.didFinishLaunching();
+    delegate.model().receive({});
+    delegate.model().receive(recordedBy("Zoom"));
+    time.runPosted();
+    delegate.willTerminate();
+    ASSERT_THAT(store->sessions(), SizeIs(1));
+    EXPECT_EQ(store->sessions().front().end, std::nullopt);
+    EXPECT_EQ(store->sessions().front().outcome, std::nullopt);
+}
+
+TEST_F(Delegate, AReopenBeforeTheStartDoesNothing) {
+    delegate.reopen();
+    EXPECT_THAT(delegate.model().notices.items(), SizeIs(0));
+    delegate.didFinishLaunching();
+    delegate.reopen();
+    EXPECT_THAT(delegate.model().notices.items(), SizeIs(1));
+}
+
+} // namespace
+} // namespace velmoran
