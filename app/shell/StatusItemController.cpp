@@ -3,14 +3,10 @@
 #include "app/shell/CurrentUse.h"
 #include "app/shell/StatusIcons.h"
 #include "app/shell/TrayInk.h"
-#include "app/shell/X11Window.h"
 #include "core/text/Localizer.h"
 
 #include <QApplication>
 #include <QCursor>
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusServiceWatcher>
 #include <QEvent>
 #include <cstdio>
 #include <utility>
@@ -19,18 +15,8 @@ namespace velmoran {
 
 namespace {
 
-constexpr const char* trayService = "org.kde.StatusNotifierWatcher";
-/// How long a desktop that is only just starting may take to bring up its tray.
-constexpr int patienceMilliseconds = 5000;
-
 QString qt(const std::string& text) {
     return QString::fromStdString(text);
-}
-
-bool hasStatusNotifierTray() {
-    auto bus = QDBusConnection::sessionBus();
-    return bus.isConnected() && bus.interface() &&
-           bus.interface()->isServiceRegistered(QString::fromLatin1(trayService)).value();
 }
 
 } // namespace
@@ -44,61 +30,46 @@ StatusItemController::StatusItemController(AppModel& model, const Clock& clock, 
     menu_.addAction(qt(words().text("What is on now")), this, [this] { showCards(); });
     menu_.addSeparator();
     menu_.addAction(qt(words().text("Quit Velmoran")), this, std::move(actions.quit));
-    item_.setContextMenu(&menu_);
-    connect(&item_, &QSystemTrayIcon::activated, this,
+    qApp->installEventFilter(this);
+    modelChanges_ = model_.onChange.subscribe([this] { refreshIcon(); });
+    arrival_ = std::make_unique<TrayArrival>([this](TrayArrival::Outcome outcome) {
+        if (outcome == TrayArrival::Outcome::noneInTime) {
+            std::fputs("velmoran: there is no tray on this desktop; cards appear at the top right "
+                       "of the screen\n",
+                       stderr);
+        }
+        // Made all the same: it docks when a tray of the old kind comes.
+        dock();
+    });
+}
+
+StatusItemController::~StatusItemController() = default;
+
+void StatusItemController::dock() {
+    if (item_) {
+        return;
+    }
+    item_ = std::make_unique<QSystemTrayIcon>();
+    item_->setContextMenu(&menu_);
+    connect(item_.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
                 if (reason == QSystemTrayIcon::Trigger) {
                     lastClick_ = QCursor::pos();
                     togglePanel();
                 }
             });
-    qApp->installEventFilter(this);
     refreshIcon();
-    modelChanges_ = model_.onChange.subscribe([this] { refreshIcon(); });
-    dockWhenATrayIsThere();
-}
-
-StatusItemController::~StatusItemController() = default;
-
-void StatusItemController::dockWhenATrayIsThere() {
-    // Qt decides between the two kinds of tray at its first look, for good; a program that starts
-    // before the desktop's panel would be left with the old kind.
-    if (hasXembedTray() || hasStatusNotifierTray()) {
-        dock();
-        return;
-    }
-    if (QDBusConnection::sessionBus().isConnected()) {
-        auto* watcher =
-            new QDBusServiceWatcher(QString::fromLatin1(trayService), QDBusConnection::sessionBus(),
-                                    QDBusServiceWatcher::WatchForRegistration, this);
-        connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, [this] { dock(); });
-    }
-    QTimer::singleShot(patienceMilliseconds, this, [this] {
-        if (!docked_ && !hasXembedTray()) {
-            std::fputs("velmoran: there is no tray on this desktop; cards appear at the top right "
-                       "of the screen\n",
-                       stderr);
-        }
-        dock();
-    });
-}
-
-void StatusItemController::dock() {
-    if (!docked_) {
-        docked_ = true;
-        redrawIcon();
-        item_.show();
-    }
+    item_->show();
 }
 
 void StatusItemController::refreshIcon() {
     const auto state = model_.statusIconState();
-    if (shown_ == state) {
+    if (!item_ || shown_ == state) {
         return;
     }
     shown_ = state;
-    item_.setIcon(statusIcon(state, currentTrayInk()));
-    item_.setToolTip(qt(statusIconLabel(state)));
+    item_->setIcon(statusIcon(state, currentTrayInk()));
+    item_->setToolTip(qt(statusIconLabel(state)));
 }
 
 void StatusItemController::redrawIcon() {
@@ -135,7 +106,7 @@ void StatusItemController::showCards() {
 }
 
 std::optional<QRect> StatusItemController::anchor() const {
-    if (const auto place = item_.geometry(); !place.isEmpty()) {
+    if (const auto place = item_ ? item_->geometry() : QRect(); !place.isEmpty()) {
         return place;
     }
     if (lastClick_) {

@@ -4,11 +4,11 @@
 
 #include "app/model/AppModel.h"
 #include "app/shell/NoticePanelController.h"
+#include "app/shell/TrayArrival.h"
 
 #include <QMenu>
 #include <QPoint>
 #include <QSystemTrayIcon>
-#include <QTimer>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -32,14 +32,15 @@ public:
     void showCards();
 
     NoticePanelController& noticePanel() { return noticePanel_; }
-    const QSystemTrayIcon& item() const { return item_; }
+    /// Puts the icon into the tray now, if that wasn't done yet.
+    void dock();
+    /// Null before it is docked.
+    const QSystemTrayIcon* item() const { return item_.get(); }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void dockWhenATrayIsThere();
-    void dock();
     void refreshIcon();
     void redrawIcon();
     std::optional<QRect> anchor() const;
@@ -47,13 +48,13 @@ private:
     AppModel& model_;
     const Clock& clock_;
     QMenu menu_;
-    QSystemTrayIcon item_;
+    std::unique_ptr<QSystemTrayIcon> item_; ///< its making is what binds Qt to a kind of tray
     std::optional<QPoint> lastClick_;
     std::optional<Uuid> currentUse_; ///< the card of `showCards`
     std::optional<StatusIconState> shown_;
     NoticePanelController noticePanel_;
     Subscription modelChanges_;
-    bool docked_ = false;
+    std::unique_ptr<TrayArrival> arrival_;
 };
 
 } // namespace velmoran

@@ -25,9 +25,10 @@ struct StatusItem : testing::ModelFixture {
                                                       StatusItemController::Actions{.quit = [this] {
                                                           ++quits;
                                                       }});
+        item->dock();
     }
 
-    std::string toolTip() const { return item->item().toolTip().toStdString(); }
+    std::string toolTip() const { return item->item()->toolTip().toStdString(); }
     const QWidget& panel() const { return item->noticePanel().panel(); }
 };
 
@@ -41,7 +42,7 @@ TEST_F(StatusItem, SaysWhatIsOn) {
 
 TEST_F(StatusItem, ShowsAnotherPictureForAnotherState) {
     const auto picture = [&] {
-        return item->item().icon().pixmap(22).toImage();
+        return item->item()->icon().pixmap(22).toImage();
     };
     const auto idle = picture();
     receive(recordedBy("Zoom"));
@@ -88,16 +89,27 @@ TEST_F(StatusItem, ASecondStartShowsItselfHoweverOftenItComes) {
 
 TEST_F(StatusItem, HasAMenuInWhichEverythingWorks) {
     std::vector<std::string> titles;
-    for (const auto* action : item->item().contextMenu()->actions()) {
+    for (const auto* action : item->item()->contextMenu()->actions()) {
         titles.push_back(action->isSeparator() ? "-" : action->text().toStdString());
         EXPECT_TRUE(action->isEnabled());
     }
     EXPECT_THAT(titles, ElementsAre("What is on now", "-", "Quit Velmoran"));
-    item->item().contextMenu()->actions().front()->trigger();
+    item->item()->contextMenu()->actions().front()->trigger();
     EXPECT_TRUE(panel().isVisible());
     EXPECT_EQ(quits, 0);
-    item->item().contextMenu()->actions().back()->trigger();
+    item->item()->contextMenu()->actions().back()->trigger();
     EXPECT_EQ(quits, 1);
+}
+
+TEST_F(StatusItem, ShowsCardsBeforeThereIsATray) {
+    item.reset();
+    item = std::make_unique<StatusItemController>(*model, time, AppPicture(),
+                                                  StatusItemController::Actions{.quit = {}});
+    ASSERT_EQ(item->item(), nullptr);
+    receive(recordedBy("Zoom"));
+    EXPECT_TRUE(panel().isVisible());
+    item->dock();
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
 }
 
 TEST_F(StatusItem, ModelChangesAfterItsEndTellNobody) {

@@ -1,0 +1,211 @@
+// The tray icon and the cards as a window manager, a tray and a mouse see them. What is told comes
+// from a recording, so that no sound server is needed.
+#include "support/PrivateSession.h"
+#include "support/XServer.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <sstream>
+#include <string>
+
+namespace velmoran {
+namespace {
+
+using support::PrivateSession;
+using support::waitUntil;
+
+struct Place {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
+
+class Desktop : public ::testing::Test {
+protected:
+    Desktop() {
+        session_.startDisplay();
+        display_ = std::make_unique<support::XServer>(session_.environment()["DISPLAY"]);
+        std::ofstream(session_.file("recording.jsonl"))
+            << "{\"at\": 0, \"snapshot\": {}}\n"
+               "{\"at\": 0.5, \"snapshot\": {\"microphoneOn\": true, \"microphoneApps\": "
+               "[{\"name\": \"Zoom\", \"path\": \"/opt/zoom\"}]}}\n"
+               "{\"at\": 600, \"wait\": true}\n";
+    }
+
+    void startTray(const std::string& edge) {
+        session_.start("tray", {"trayer", "--edge", edge, "--align", "right", "--width", "20",
+                                "--height", "32"});
+        ASSERT_TRUE(waitUntil([&] { return display_->hasTray(); })) << session_.logs();
+    }
+
+    void startVelmoran() {
+        session_.start("velmoran", {VELMORAN, "--demo", session_.file("recording.jsonl").string()});
+    }
+
+    std::vector<std::uint32_t> cards() {
+        auto windows = display_->visibleWindows("velmoran");
+        std::erase_if(windows, [&](std::uint32_t window) { return display_->isEmbedded(window); });
+        return windows;
+    }
+
+    [[nodiscard]] bool cardComes() {
+        return waitUntil([&] { return cards().size() == 1; });
+    }
+
+    /// Waits until two looks at it give the same, since a window manager moves what it is handed.
+    Place placeOf(std::uint32_t window) {
+        Place place;
+        EXPECT_TRUE(waitUntil([&] {
+            const auto before = place;
+            std::map<std::string, int> numbers;
+            std::istringstream lines(
+                session_.run({"xdotool", "getwindowgeometry", "--shell", std::to_string(window)})
+                    .output);
+            for (std::string line; std::getline(lines, line);) {
+                const auto equals = line.find('=');
+                numbers[line.substr(0, equals)] = std::atoi(line.c_str() + equals + 1);
+            }
+            place = {numbers["X"], numbers["Y"], numbers["WIDTH"], numbers["HEIGHT"]};
+            return place.width > 0 && place.x == before.x && place.y == before.y;
+        }));
+        return place;
+    }
+
+    std::string focused() { return session_.run({"xdotool", "getwindowfocus"}).output; }
+
+    void click(int x, int y) {
+        EXPECT_TRUE(
+            session_
+                .run({"xdotool", "mousemove", std::to_string(x), std::to_string(y), "click", "1"})
+                .succeeded());
+    }
+
+    PrivateSession session_;
+    std::unique_ptr<support::XServer> display_;
+};
+
+TEST_F(Desktop, ACardLeavesTheFocusWhereItIsAndAnswersTheFirstClick) {
+    startTray("top");
+    session_.start("editor", {"xev", "-geometry", "200x100+100+300"});
+    std::string before;
+    ASSERT_TRUE(waitUntil([&] {
+        const auto windows = session_.run({"xdotool", "search", "--name", "Event Tester"}).output;
+        before = focused();
+        return !windows.empty() && windows.find(before) != std::string::npos;
+    })) << session_.logs();
+
+    startVelmoran();
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    EXPECT_EQ(focused(), before);
+    const auto card = placeOf(cards().front());
+    EXPECT_EQ(card.width, 368);
+    // The cross: 8 from the card's edges, which are 12 inside the window's, and 20 wide.
+    click(card.x + card.width - 12 - 8 - 10, card.y + 12 + 8 + 10);
+    EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
+    EXPECT_EQ(focused(), before);
+    EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
+}
+
+TEST_F(Desktop, TheCardStandsUnderATrayAtTheTop) {
+    startTray("top");
+    startVelmoran();
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    const auto card = placeOf(cards().front());
+    EXPECT_EQ(card.y, 32 + 2);
+    EXPECT_EQ(card.x + card.width, 1280 - 4);
+}
+
+TEST_F(Desktop, TheCardStandsAboveATrayAtTheBottom) {
+    startTray("bottom");
+    startVelmoran();
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    const auto card = placeOf(cards().front());
+    EXPECT_EQ(card.y + card.height, 800 - 32 - 2);
+    EXPECT_EQ(card.x + card.width, 1280 - 4);
+}
+
+TEST_F(Desktop, AClickOnTheIconTellsWhatIsOn) {
+    startTray("top");
+    std::ofstream(session_.file("recording.jsonl"))
+        << "{\"at\": 0, \"snapshot\": {}}\n{\"at\": 600, \"wait\": true}\n";
+    startVelmoran();
+    ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; })) << session_.logs();
+    const auto icon = placeOf(display_->dockedIcons().front());
+    click(icon.x + icon.width / 2, icon.y + icon.height / 2);
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    click(icon.x + icon.width / 2, icon.y + icon.height / 2);
+    EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
+}
+
+TEST_F(Desktop, WithoutATrayItSaysSoAndShowsCardsAtTheTopRight) {
+    startVelmoran();
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    const auto card = placeOf(cards().front());
+    EXPECT_EQ(card.x + card.width, 1280 - 4);
+    EXPECT_EQ(card.y, 2);
+    EXPECT_TRUE(waitUntil([&] {
+        return session_.logs().find("there is no tray on this desktop") != std::string::npos;
+    })) << session_.logs();
+    EXPECT_TRUE(session_.child("velmoran")->running());
+}
+
+/// A tray of the new kind, played on the session bus: a watcher to which items announce themselves.
+class NotifierDesktop : public Desktop {
+protected:
+    NotifierDesktop() { session_.startBus(); }
+
+    void startWatcher() {
+        session_.start("watcher",
+                       {"/usr/bin/python3", "-m", "dbusmock", "--session", service, path, service});
+        ASSERT_TRUE(waitUntil([&] {
+            return session_.run({"gdbus", "introspect", "--session", "-d", service, "-o", path})
+                .succeeded();
+        })) << session_.logs();
+        mock({"AddMethod", "", "RegisterStatusNotifierItem", "s", "", ""});
+    }
+
+    /// A bar comes that shows items.
+    void startBar() {
+        mock({"AddProperty", service, "IsStatusNotifierHostRegistered", "<true>"});
+        mock({"EmitSignal", service, "StatusNotifierHostRegistered", "", "@av []"});
+    }
+
+    void mock(std::vector<std::string> call) {
+        std::vector<std::string> arguments{"gdbus", "call", "--session", "-d",
+                                           service, "-o",   path,        "-m"};
+        call.front() = "org.freedesktop.DBus.Mock." + call.front();
+        arguments.insert(arguments.end(), call.begin(), call.end());
+        const auto finished = session_.run(arguments);
+        ASSERT_TRUE(finished.succeeded()) << finished.errors;
+    }
+
+    [[nodiscard]] bool itemIsRegistered() {
+        return session_.child("watcher")->output().find("RegisterStatusNotifierItem") !=
+               std::string::npos;
+    }
+
+    const std::string service = "org.kde.StatusNotifierWatcher";
+    const std::string path = "/StatusNotifierWatcher";
+};
+
+TEST_F(NotifierDesktop, TheIconGoesToATrayOfTheNewKind) {
+    startWatcher();
+    startBar();
+    startVelmoran();
+    EXPECT_TRUE(waitUntil([&] { return itemIsRegistered(); })) << session_.logs();
+}
+
+TEST_F(NotifierDesktop, TheIconGoesToABarThatComesAfterTheProgram) {
+    startVelmoran();
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    startWatcher();
+    EXPECT_FALSE(itemIsRegistered());
+    startBar();
+    EXPECT_TRUE(waitUntil([&] { return itemIsRegistered(); })) << session_.logs();
+    EXPECT_EQ(session_.logs().find("there is no tray"), std::string::npos);
+}
+
+} // namespace
+} // namespace velmoran
