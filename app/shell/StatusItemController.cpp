@@ -53,7 +53,8 @@ void StatusItemController::dock() {
     item_->setContextMenu(&menu_);
     connect(item_.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
-                if (reason == QSystemTrayIcon::Trigger) {
+                // Of two quick clicks the second comes as a double one.
+                if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
                     lastClick_ = QCursor::pos();
                     togglePanel();
                 }

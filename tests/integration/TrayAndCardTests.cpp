@@ -113,7 +113,8 @@ TEST_F(Desktop, TheCardStandsUnderATrayAtTheTop) {
     startVelmoran();
     ASSERT_TRUE(cardComes()) << session_.logs();
     const auto card = placeOf(cards().front());
-    EXPECT_EQ(card.y, 32 + 2);
+    const auto icon = placeOf(display_->dockedIcons().front());
+    EXPECT_EQ(card.y, icon.y + icon.height + 2);
     EXPECT_EQ(card.x + card.width, 1280 - 4);
 }
 
@@ -122,7 +123,8 @@ TEST_F(Desktop, TheCardStandsAboveATrayAtTheBottom) {
     startVelmoran();
     ASSERT_TRUE(cardComes()) << session_.logs();
     const auto card = placeOf(cards().front());
-    EXPECT_EQ(card.y + card.height, 800 - 32 - 2);
+    const auto icon = placeOf(display_->dockedIcons().front());
+    EXPECT_EQ(card.y + card.height, icon.y - 2);
     EXPECT_EQ(card.x + card.width, 1280 - 4);
 }
 
@@ -136,7 +138,19 @@ TEST_F(Desktop, AClickOnTheIconTellsWhatIsOn) {
     click(icon.x + icon.width / 2, icon.y + icon.height / 2);
     ASSERT_TRUE(cardComes()) << session_.logs();
     click(icon.x + icon.width / 2, icon.y + icon.height / 2);
-    EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
+    // Long before it would go by itself.
+    EXPECT_TRUE(waitUntil([&] { return cards().empty(); }, support::Bound{6000}));
+}
+
+TEST_F(Desktop, ASecondStartLetsTheFirstShowItself) {
+    startTray("top");
+    session_.start("velmoran", {VELMORAN});
+    ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; })) << session_.logs();
+    EXPECT_TRUE(cards().empty());
+    const auto second = session_.run({VELMORAN});
+    EXPECT_EQ(second.status, 0) << second.errors;
+    EXPECT_TRUE(cardComes()) << session_.logs();
+    EXPECT_EQ(display_->dockedIcons().size(), 1U);
 }
 
 TEST_F(Desktop, WithoutATrayItSaysSoAndShowsCardsAtTheTopRight) {
