@@ -28,6 +28,7 @@ std::string the(const std::vector<Device>& devices) {
         return words().text("the camera and microphone");
     }
     std::vector<std::string> phrases;
+    phrases.reserve(sorted.size());
     for (const auto device : sorted) {
         phrases.push_back(one(device));
     }

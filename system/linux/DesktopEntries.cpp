@@ -44,10 +44,14 @@ std::string foldedName(std::string_view name) {
                                                            &g_free);
     std::string letters;
     // Blanks and signs that can't be seen make no other name of it.
-    for (const gchar* at = folded.get(); *at; at = g_utf8_next_char(at)) {
+    // As g_utf8_next_char, which casts the const away.
+    const auto next = [](const gchar* at) {
+        return at + g_utf8_skip[static_cast<guchar>(*at)];
+    };
+    for (const gchar* at = folded.get(); *at; at = next(at)) {
         const gunichar letter = g_utf8_get_char(at);
         if (g_unichar_isgraph(letter) && !g_unichar_iszerowidth(letter)) {
-            letters.append(at, static_cast<std::size_t>(g_utf8_next_char(at) - at));
+            letters.append(at, static_cast<std::size_t>(next(at) - at));
         }
     }
     return letters;
