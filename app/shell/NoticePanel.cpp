@@ -15,7 +15,6 @@ NoticePanel::NoticePanel() {
     setAttribute(Qt::WA_QuitOnClose, false);
     setWindowTitle(QStringLiteral("Velmoran"));
     setObjectName(QStringLiteral("notices"));
-    setFixedWidth(NoticeStackView::stackWidth);
 }
 
 void NoticePanel::prepare() {
@@ -53,7 +52,6 @@ void NoticePanel::setItems(const std::vector<NoticeItem>& items, const AppPictur
     }
     stack_ = stack;
     stack_->show();
-    setFixedHeight(stack_->height());
     const bool cut = !hasCompositor();
     stack_->setCornersAreCut(cut);
     if (cut) {
@@ -62,6 +60,11 @@ void NoticePanel::setItems(const std::vector<NoticeItem>& items, const AppPictur
         clearMask();
     }
     stack_->announceNewest();
+}
+
+void NoticePanel::placeAt(const QPoint& place) {
+    // In one step: on a desktop that shows it growing before it moves it would jump.
+    setGeometry(QRect(place, wantedSize()));
 }
 
 void NoticePanel::showEvent(QShowEvent* event) {

@@ -13,10 +13,13 @@ class NoticePanel final : public QWidget {
 public:
     NoticePanel();
 
-    /// Replaces what is shown by cards for these, and takes the size that they need. Where it
-    /// stands is left alone.
+    /// Replaces what is shown by cards for these. Where it stands is left alone until `placeAt`.
     void setItems(const std::vector<NoticeItem>& items, const AppPicture& picture,
                   const NoticeView::Clicks& clicks);
+    /// What the cards take.
+    QSize wantedSize() const { return stack_ ? stack_->size() : QSize(); }
+    /// Takes that size, with the upper left corner there.
+    void placeAt(const QPoint& place);
     /// Makes the window ready without showing it.
     void prepare();
     /// Loads what drawing a first card needs, fonts above all: some tens of milliseconds that the

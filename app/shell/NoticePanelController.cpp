@@ -68,7 +68,7 @@ void NoticePanelController::place() {
         screen = QGuiApplication::primaryScreen();
     }
     const QRect visible = screen ? screen->availableGeometry() : QRect();
-    panel_.move(noticePanelPlace(visible, anchor, panel_.size()));
+    panel_.placeAt(noticePanelPlace(visible, anchor, panel_.wantedSize()));
 }
 
 } // namespace velmoran
