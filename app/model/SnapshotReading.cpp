@@ -51,7 +51,10 @@ bool AppModel::hasRole(const AppIdentity& app, SystemProcess::Role role) {
         return false;
     }
     const auto signingID = around_.machine.signatures().systemIdentifier(*app.path);
-    const auto process = signingID ? SystemProcess::known(*signingID) : std::nullopt;
+    // The other platform's are no part of this system.
+    const auto& table = around_.machine.platform() == Platform::linux ? SystemProcess::onLinux()
+                                                                      : SystemProcess::macOS();
+    const auto process = signingID ? SystemProcess::known(*signingID, table) : std::nullopt;
     return process && process->role == role;
 }
 

@@ -2,6 +2,8 @@
 
 #include "core/text/Localizer.h"
 
+#include <algorithm>
+
 namespace velmoran {
 
 const std::vector<SystemProcess>& SystemProcess::macOS() {
@@ -26,14 +28,16 @@ const std::vector<SystemProcess>& SystemProcess::macOS() {
 }
 
 std::optional<SystemProcess> SystemProcess::known(std::string_view signingID) {
-    for (const auto* table : {&macOS(), &onLinux()}) {
-        for (const auto& process : *table) {
-            if (process.signingID == signingID) {
-                return process;
-            }
-        }
-    }
-    return std::nullopt;
+    const auto found = known(signingID, macOS());
+    return found ? found : known(signingID, onLinux());
+}
+
+std::optional<SystemProcess> SystemProcess::known(std::string_view signingID,
+                                                  const std::vector<SystemProcess>& table) {
+    const auto found = std::find_if(table.begin(), table.end(), [&](const SystemProcess& process) {
+        return process.signingID == signingID;
+    });
+    return found == table.end() ? std::nullopt : std::optional(*found);
 }
 
 } // namespace velmoran

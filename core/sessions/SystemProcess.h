@@ -28,6 +28,9 @@ struct SystemProcess {
     /// The first row with that identifier, macOS first; nothing for any other process, which is
     /// treated like any app.
     static std::optional<SystemProcess> known(std::string_view signingID);
+    /// The same in one of the two tables.
+    static std::optional<SystemProcess> known(std::string_view signingID,
+                                              const std::vector<SystemProcess>& table);
 
     bool operator==(const SystemProcess&) const = default;
 };

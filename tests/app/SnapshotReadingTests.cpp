@@ -165,6 +165,44 @@ TEST_F(SnapshotReadingTest, ServesTheWaitsByReadingsWhenTheyCome) {
     EXPECT_EQ(openApps(), Titles{"Unknown app"});
 }
 
+TEST_F(SnapshotReadingTest, PutsTheSecondLookOffWithEachReading) {
+    launchWatching();
+    receive(camera({}));
+    time.advanceTo(0.5);
+    auto reading = camera({});
+    reading.speakerOn = true;
+    receive(reading);
+    time.advanceTo(1.59);
+    EXPECT_TRUE(openApps().empty());
+    time.advanceTo(1.6);
+    EXPECT_EQ(openApps(), Titles{"Unknown app"});
+    const auto before = changes;
+    time.advanceTo(60); // the card stays, and nothing is waited for
+    EXPECT_EQ(changes, before);
+}
+
+TEST_F(SnapshotReadingTest, TakesNoSecondLookWhenTheWaitIsOver) {
+    launchWatching();
+    receive(camera({}));
+    time.advanceTo(0.5);
+    receive(camera({appRef("Zoom")}));
+    const auto before = changes;
+    time.advanceTo(8.4); // a little before the card goes
+    EXPECT_EQ(changes, before);
+}
+
+TEST_F(SnapshotReadingTest, KnowsTheSystemsProcessesOfItsPlatformOnly) {
+    machine.script.signingIDs["/usr/bin/pavucontrol"] = "linux.pavucontrol";
+    const AppRef mixer{.name = "pavucontrol", .bundleID = {}, .path = "/usr/bin/pavucontrol"};
+    launchWatching();
+    receive(microphone({listener(), mixer}));
+    EXPECT_EQ(openApps(), Titles{"pavucontrol"});
+    receive({});
+    machine.script.platform = Platform::linux;
+    receive(microphone({listener(), mixer}));
+    EXPECT_EQ(openApps(), Titles{"corespeechd"});
+}
+
 TEST_F(SnapshotReadingTest, MakesSpeakerSessionsOnlyWhenAsked) {
     launchWatching();
     SystemSnapshot playing;
