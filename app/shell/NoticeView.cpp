@@ -36,8 +36,8 @@ QPixmap pictureOf(const NoticeItem& item, const AppPicture& picture, const CardC
         }
         return symbolPixmap(QStringLiteral("app"), colors.secondary, pictureSize, pixelsPerPoint);
     }
-    if (item.symbol || item.isStrong) {
-        return symbolPixmap(QString::fromStdString(item.symbol.value_or("exclamationmark.circle")),
+    if (item.symbol) {
+        return symbolPixmap(QString::fromStdString(*item.symbol),
                             item.isStrong ? colors.warning : colors.secondary, pictureSize,
                             pixelsPerPoint);
     }

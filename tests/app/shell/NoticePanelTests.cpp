@@ -4,6 +4,7 @@
 
 #include <QAccessible>
 #include <QCoreApplication>
+#include <QLabel>
 #include <QPushButton>
 #include <QToolButton>
 #include <gmock/gmock.h>
@@ -225,6 +226,20 @@ TEST_F(NoticePanelTest, AsksForNoPictureWhereThereIsNoApp) {
     card.symbol = "checkmark.circle";
     notices.show(card);
     EXPECT_THAT(picturesAskedFor, IsEmpty());
+}
+
+TEST_F(NoticePanelTest, HasNoPictureWhereThereIsNeitherAnAppNorASymbol) {
+    const auto titleStart = [&](std::optional<std::string> symbol) {
+        auto card = item("Unknown app turned on the camera");
+        card.symbol = std::move(symbol);
+        card.isStrong = true;
+        notices.show(card);
+        const auto start = cards().back()->findChildren<QLabel*>().front()->x();
+        notices.dismiss(card.id);
+        return start;
+    };
+    EXPECT_EQ(titleStart(std::nullopt), 12);
+    EXPECT_GE(titleStart("exclamationmark.circle"), 12 + 32);
 }
 
 TEST_F(NoticePanelTest, TheSymbolOfAStrongCardIsRed) {
