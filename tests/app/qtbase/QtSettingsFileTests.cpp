@@ -35,6 +35,7 @@ TEST_F(QtSettingsFileTest, HoldsNoKeyForAFreshUser) {
     EXPECT_FALSE(*settings.floatingStopButton);
     EXPECT_FALSE(*settings.awayWatchOnLock);
     EXPECT_FALSE(*settings.onboardingDone);
+    EXPECT_EQ(*settings.language, std::nullopt); // the system's own is no choice of the user's
     EXPECT_FALSE(QFile::exists(path()));
 }
 
