@@ -29,8 +29,13 @@ protected:
     void open(pid_t pid, int descriptor = 3) {
         folder_.link(at(pid) + "fd/" + std::to_string(descriptor), node_);
     }
+    /// The last close comes after the memory is unmapped, as the kernel has it.
     void close(pid_t pid, int descriptor = 3) {
-        std::filesystem::remove(folder_.path(at(pid) + "fd/" + std::to_string(descriptor)));
+        const auto descriptors = folder_.path(at(pid) + "fd");
+        std::filesystem::remove(descriptors + '/' + std::to_string(descriptor));
+        if (std::filesystem::is_empty(descriptors)) {
+            std::filesystem::remove(folder_.path(at(pid) + "maps"));
+        }
     }
     void map(pid_t pid) {
         folder_.write(at(pid) + "maps", "7f00-7f01 r--p 00000000 00:05 1  /usr/lib/libc.so\n"
