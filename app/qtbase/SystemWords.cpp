@@ -15,8 +15,8 @@ void setSystemWords(KeyValueStore& settings, Platform platform) {
     if (locale == "C") {
         locale = "en_US";
     }
-    if (const auto& language = *SettingsStore(settings).language;
-        language && !locale.starts_with(*language)) {
+    const SettingsStore chosen(settings);
+    if (const auto& language = *chosen.language; language && !locale.starts_with(*language)) {
         locale = *language;
     }
     setWords(Localizer(locale, QTimeZone::systemTimeZoneId().toStdString(),

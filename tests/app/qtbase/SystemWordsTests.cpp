@@ -1,0 +1,42 @@
+#include "app/qtbase/SystemWords.h"
+
+#include "app/model/MemorySettings.h"
+#include "core/text/Localizer.h"
+
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+struct SystemWords : ::testing::Test {
+    MemorySettings settings;
+    void TearDown() override { setWords(Localizer()); }
+};
+
+TEST_F(SystemWords, AreInTheLanguageThatWasChosen) {
+    settings.setTexts("AppleLanguages", {"de"});
+    setSystemWords(settings, Platform::linux);
+    EXPECT_EQ(words().text("Stop"), "Stoppen");
+    settings.setTexts("AppleLanguages", {"en"});
+    setSystemWords(settings, Platform::linux);
+    EXPECT_EQ(words().text("Stop"), "Stop");
+}
+
+TEST_F(SystemWords, AreThoseOfThePlatform) {
+    settings.setTexts("AppleLanguages", {"de"});
+    const auto* key = "%@ is part of macOS, so Velmoran didn't close it.";
+    setSystemWords(settings, Platform::linux);
+    EXPECT_EQ(words().text(key, {"Siri"}),
+              "Siri gehört zum System und wurde deshalb nicht von Velmoran beendet.");
+    setSystemWords(settings, Platform::macOS);
+    EXPECT_EQ(words().text(key, {"Siri"}),
+              "Siri gehört zu macOS und wurde deshalb nicht von Velmoran beendet.");
+}
+
+TEST_F(SystemWords, DoNotWriteSettings) {
+    setSystemWords(settings, Platform::linux);
+    EXPECT_EQ(settings.texts("AppleLanguages"), std::nullopt);
+}
+
+} // namespace
+} // namespace velmoran
