@@ -135,11 +135,24 @@ void HeldNodes::compare(Node& node, const std::vector<NodeHolder>& found, int op
         hold.counts = hold.counts || (!hold.serves && hold.holder.maps);
     }
 
-    // Events that were merged make both numbers too small: more descriptors gone than closes told
-    // means that there were as many closes.
+    // The look is later than the events that led to it, so it may have seen what is only told with
+    // the next ones: those have been counted by then.
+    if (opens > 0 || closes > 0) {
+        opens -= std::min(opens, std::exchange(node.opensAhead, 0));
+        closes -= std::min(closes, std::exchange(node.closesAhead, 0));
+    }
+    // More descriptors gone than closes told means that there were as many closes, whether those
+    // are still to be told or were merged.
     const int change = static_cast<int>(descriptorsOf(found)) - static_cast<int>(before);
-    closes = std::max(closes, -change);
-    node.hidden = std::max(0, node.hidden + opens - closes - change);
+    if (closes < -change) {
+        node.closesAhead += -change - closes;
+        closes = -change;
+    }
+    node.hidden += opens - closes - change;
+    if (node.hidden < 0) {
+        node.opensAhead -= node.hidden;
+        node.hidden = 0;
+    }
     if (node.hidden == 0) {
         node.hiddenCounts = false;
         node.hiddenGrace.reset();

@@ -57,6 +57,8 @@ private:
         std::vector<Hold> holds; ///< in order of opening
         /// Opens that no process in sight explains, less such closes: somebody else has it.
         int hidden = 0;
+        int opensAhead = 0; ///< seen already, and not told of yet
+        int closesAhead = 0;
         bool hiddenCounts = false;
         Subscription hiddenGrace;
     };

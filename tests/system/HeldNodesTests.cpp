@@ -228,6 +228,35 @@ TEST_F(HeldNodesTest, NoticesADescriptorThatWasHandedOn) {
     EXPECT_EQ(users(), apps({"/bin/8"}));
 }
 
+TEST_F(HeldNodesTest, TakesNoOpenTwiceThatWasSeenBeforeItWasTold) {
+    open(7);
+    map(7);
+    tell(1, 0);
+    // Closed and opened again before the close is told.
+    tell(0, 1);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+    tell(1, 0);
+    close(7);
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+    time_.advanceTo(10);
+    EXPECT_EQ(users(), nobody);
+    EXPECT_FALSE(time_.nextDue());
+}
+
+TEST_F(HeldNodesTest, StillFindsSomebodyOutOfSightAfterACloseThatWasSeenAhead) {
+    open(7);
+    map(7);
+    tell(1, 0);
+    close(7);
+    time_.advanceTo(2.0); // the look that makes sure sees it first
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+    tell(1, 0); // by nobody in sight
+    time_.advanceTo(4.0);
+    EXPECT_EQ(users(), apps({}));
+}
+
 TEST_F(HeldNodesTest, TellsOfAUserWhoWasThereFromTheStart) {
     HeldNodes later(NodeHolders(folder_.path("proc"), 1),
                     {time_, naming_, [](pid_t) { return false; },
