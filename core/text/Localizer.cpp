@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <functional>
 #include <mutex>
 #include <stdexcept>
 #include <unicode/calendar.h>
@@ -113,28 +114,48 @@ std::string filled(std::string_view sentence, const std::vector<std::string>& ar
 /// All of ICU's objects are made once. The collator and the list formatter never change; the date
 /// formats build parts of themselves at their first uses and are called under a lock; the calendar
 /// is copied for each question.
+/// Made by the first who needs it: much of the language's data is never asked for while nothing is
+/// on, and would only take memory.
+template <class T>
+class OnFirstUse {
+public:
+    explicit OnFirstUse(std::function<T*(UErrorCode&)> make) : make_(std::move(make)) {}
+
+    T& operator*() const {
+        std::call_once(made_, [this] {
+            UErrorCode status = U_ZERO_ERROR;
+            value_.reset(make_(status));
+            if (U_FAILURE(status) != 0 || !value_) {
+                throw std::runtime_error(std::string("no language data: ") + u_errorName(status));
+            }
+        });
+        return *value_;
+    }
+    T* operator->() const { return &**this; }
+
+private:
+    std::function<T*(UErrorCode&)> make_;
+    mutable std::once_flag made_;
+    mutable std::unique_ptr<T> value_;
+};
+
 struct Localizer::Facts {
     Facts(const std::string& localeName, const std::string& timeZone,
-          const std::vector<Catalogue>& catalogues) {
-        const auto locale = localeOf(localeName);
-        const auto zone = zoneOf(timeZone);
-        UErrorCode status = U_ZERO_ERROR;
-        lists.reset(icu::ListFormatter::createInstance(locale, status));
-        times.reset(icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, locale));
-        days.reset(icu::DateFormat::createInstanceForSkeleton("EEEEdMMM", locale, status));
-        collator.reset(icu::Collator::createInstance(locale, status));
-        calendar.reset(icu::Calendar::createInstance(*zone, locale, status));
-        if (U_FAILURE(status) != 0 || !times) {
-            throw std::runtime_error(std::string("no language data: ") + u_errorName(status));
-        }
-        times->setTimeZone(*zone);
-        days->setTimeZone(*zone);
-        collator->setStrength(icu::Collator::SECONDARY);
+          const std::vector<Catalogue>& catalogues)
+        : locale(localeOf(localeName)),
+          zone(zoneOf(timeZone)) {
         for (const auto& catalogue : catalogues) {
             for (const auto& [key, sentence] : catalogue) {
                 sentences[key] = sentence;
             }
         }
+    }
+
+    icu::DateFormat* inZone(icu::DateFormat* format) const {
+        if (format) {
+            format->setTimeZone(*zone);
+        }
+        return format;
     }
 
     std::unique_ptr<icu::Calendar> calendarAt(Timestamp time, UErrorCode& status) const {
@@ -154,13 +175,29 @@ struct Localizer::Facts {
         return utf8(format.format(milliseconds(time), result));
     }
 
+    const icu::Locale locale;
+    const std::unique_ptr<icu::TimeZone> zone;
     Catalogue sentences;
     mutable std::mutex mutex;
-    std::unique_ptr<icu::ListFormatter> lists;
-    std::unique_ptr<icu::DateFormat> times;
-    std::unique_ptr<icu::DateFormat> days;
-    std::unique_ptr<icu::Collator> collator;
-    std::unique_ptr<icu::Calendar> calendar;
+    OnFirstUse<icu::ListFormatter> lists{[this](UErrorCode& status) {
+        return icu::ListFormatter::createInstance(locale, status);
+    }};
+    OnFirstUse<icu::DateFormat> times{[this](UErrorCode&) {
+        return inZone(icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, locale));
+    }};
+    OnFirstUse<icu::DateFormat> days{[this](UErrorCode& status) {
+        return inZone(icu::DateFormat::createInstanceForSkeleton("EEEEdMMM", locale, status));
+    }};
+    OnFirstUse<icu::Collator> collator{[this](UErrorCode& status) {
+        auto* made = icu::Collator::createInstance(locale, status);
+        if (made) {
+            made->setStrength(icu::Collator::SECONDARY);
+        }
+        return made;
+    }};
+    OnFirstUse<icu::Calendar> calendar{[this](UErrorCode& status) {
+        return icu::Calendar::createInstance(*zone, locale, status);
+    }};
 };
 
 Localizer::Localizer() : Localizer("en_US", "UTC", {}) {}
