@@ -1,5 +1,7 @@
 #include "system/linux/PipeWireGraph.h"
 
+#include "core/text/Localizer.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <utility>
@@ -272,13 +274,15 @@ GraphPicture PipeWireGraph::livePicture() {
              std::move(who.app)});
     }
     for (const auto& device : uses.audioDevices) {
-        picture.devices.push_back({objectID(device.node),
-                                   device.name.empty() ? "Unknown device" : device.name,
-                                   device.hasInput, device.hasOutput, device.isRunning});
+        picture.devices.push_back(
+            {objectID(device.node),
+             device.name.empty() ? words().text("Unknown device") : device.name, device.hasInput,
+             device.hasOutput, device.isRunning});
     }
     for (const auto& camera : uses.cameras) {
         GraphPicture::Camera entry;
-        entry.device = {objectID(camera.node), camera.name.empty() ? "Unknown camera" : camera.name,
+        entry.device = {objectID(camera.node),
+                        camera.name.empty() ? words().text("Unknown camera") : camera.name,
                         camera.isRunning};
         for (const auto& user : camera.users) {
             auto who = whoIs(user);
