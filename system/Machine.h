@@ -5,11 +5,14 @@
 
 #include "core/base/Scheduler.h"
 #include "core/base/Subscription.h"
+#include "core/records/AppIdentity.h"
 #include "core/records/SystemSnapshot.h"
+#include "core/stopping/PanicController.h"
 
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -170,6 +173,39 @@ public:
     virtual void playWarning() = 0;
 };
 
+/// All microphones of the machine at once.
+class Microphones {
+public:
+    virtual ~Microphones() = default;
+    /// Mutes or unmutes every device with input, by its switch, else by its volume. Doesn't block;
+    /// calls take effect in their order. `done` is called once, in the call or later and then on
+    /// any thread, within two seconds whatever the sound server does. Main thread.
+    virtual void setMuted(bool muted, std::function<void(const MuteOutcome&)> done) = 0;
+    /// `arrived` is called on any thread whenever a device with input has appeared, for as long as
+    /// the handle is kept; not for those that are there already. Main thread.
+    [[nodiscard]] virtual Subscription onArrival(std::function<void()> arrived) = 0;
+};
+
+/// The remote end of a socket.
+struct Connection {
+    std::string address; ///< as printed
+    std::uint16_t port = 0;
+    std::string transport; ///< "TCP" or "UDP"
+
+    auto operator<=>(const Connection&) const = default;
+};
+
+class Connections {
+public:
+    using Found = std::map<std::string, std::vector<Connection>>; ///< by AppIdentity::id
+
+    virtual ~Connections() = default;
+    /// The peers of all processes of each app, sorted by address and then port, without duplicates
+    /// and without loopback. Doesn't block; `done` is called once, in the call or later and then on
+    /// any thread. Main thread.
+    virtual void ofApps(std::vector<AppIdentity> apps, std::function<void(const Found&)> done) = 0;
+};
+
 enum class Platform { macOS, linux };
 
 class Machine {
@@ -182,6 +218,16 @@ public:
     virtual CodeSignatures& signatures() = 0;
     virtual OutputDevices& outputs() = 0;
     virtual Sounds& sounds() = 0;
+    virtual Microphones& microphones() = 0;
+    virtual Connections& connections() = 0;
+    /// Ends apps, politely and then by force. The scheduler is the main thread's and outlives it.
+    virtual std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) = 0;
+    /// Whether the session or the system stands on that app, so that it is never closed. Main
+    /// thread.
+    virtual bool isProtected(const AppIdentity& app) = 0;
+    /// Identifiers of the applications that are registered for web links at this moment. Main
+    /// thread.
+    virtual std::vector<std::string> browsers() = 0;
     /// The picture of an app: a name of the desktop's icon theme or an absolute path. Nothing if
     /// the platform draws it from the app's path, or there is none. Any thread.
     virtual std::optional<std::string> iconName(const AppRef&) { return std::nullopt; }

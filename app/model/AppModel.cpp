@@ -1,5 +1,6 @@
 #include "app/model/AppModel.h"
 
+#include "app/model/StopTools.h"
 #include "app/notices/NoticeWording.h"
 #include "core/text/Localizer.h"
 #include "core/warnings/WarningPolicy.h"
@@ -16,7 +17,16 @@ AppModel::AppModel(ModelSurroundings surroundings)
       notices(surroundings.scheduler),
       around_(surroundings),
       engine_(unknownGrace),
-      coalescer_(noticeWindow) {}
+      coalescer_(noticeWindow),
+      muter_(std::make_unique<SystemMuter>(
+          surroundings.machine, surroundings.scheduler,
+          [this](const MuteOutcome& outcome) { onMicrophonesMuted(true, outcome); })),
+      closer_(std::make_unique<SystemCloser>(
+          surroundings.machine.makeCloser(surroundings.scheduler),
+          [this](const AppIdentity& app, bool gone) { onAppClosed(app, gone); })),
+      panic_(*muter_, *closer_, [&machine = surroundings.machine](const AppIdentity& app) {
+          return machine.isProtected(app);
+      }) {}
 
 AppModel::~AppModel() = default;
 
@@ -27,6 +37,17 @@ void AppModel::start() {
     };
     openHistory();
     const std::weak_ptr alive = alive_;
+    startMuteKeeper(true);
+    // What is plugged in under a mute is muted at once, and not at the keeper's next look.
+    microphoneArrivals_ =
+        around_.machine.microphones().onArrival([this, alive, &scheduler = around_.scheduler] {
+            scheduler.post([this, alive] {
+                if (!alive.expired() && muteKeeper_) {
+                    muteMicrophones(true, false);
+                }
+            });
+        });
+    connectionTimer_ = around_.scheduler.every(connectionInterval, [this] { sampleConnections(); });
     around_.machine.snapshots().start(
         [this, alive, &scheduler = around_.scheduler](const SystemSnapshot& reading) {
             scheduler.post([this, alive, reading] {
@@ -42,6 +63,7 @@ void AppModel::stopMonitor() {
 }
 
 void AppModel::receive(const SystemSnapshot& reading) {
+    guardSpeakers(*snapshot, reading);
     snapshot.set(reading);
     syncSessions();
     onChange();
@@ -88,6 +110,12 @@ void AppModel::handle(const std::vector<SessionEvent>& events) {
     }
     openSessions.set(engine_.open());
     refreshHistory();
+    // So that the peers of a new session are seen at once.
+    if (std::any_of(events.begin(), events.end(), [](const SessionEvent& event) {
+            return event.kind != SessionEvent::Kind::ended;
+        })) {
+        sampleConnections();
+    }
 }
 
 UsageSession AppModel::warned(const UsageSession& session) {
@@ -153,15 +181,10 @@ void AppModel::takeBackNotice(const Uuid& sessionID) {
     }
 }
 
-void AppModel::stop(const AppIdentity& app) {
-    NoticeItem item;
-    item.id = Uuid::random();
-    item.symbol = "exclamationmark.circle";
-    item.title = app.cannotBeNamed()
-                     ? words().text("Velmoran can't stop apps yet.")
-                     : words().text("Velmoran can't stop apps yet. Quit %@ yourself.", {app.name});
-    item.timeText = words().text("Just now");
-    notices.show(std::move(item));
+void AppModel::save(const UsageSession& session) {
+    if (store_) {
+        store_->saveSession(session);
+    }
 }
 
 // MARK: - Trust

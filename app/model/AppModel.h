@@ -10,6 +10,9 @@
 #include "core/history/HistoryStore.h"
 #include "core/sessions/SessionEngine.h"
 #include "core/sessions/SystemProcess.h"
+#include "core/stopping/Browser.h"
+#include "core/stopping/BrowserQuestion.h"
+#include "core/stopping/PanicController.h"
 #include "core/trust/TrustList.h"
 #include "core/warnings/NoticeCoalescer.h"
 #include "core/warnings/StatusIconState.h"
@@ -32,6 +35,13 @@ struct ModelSurroundings {
     KeyValueStore& settings;
     /// Opens the history; throws if it can't be opened. Asked once, at the start.
     std::function<std::shared_ptr<HistoryStore>()> openHistory;
+    /// Asks the user before a stop closes browsers. The answer comes once, in the call or later, on
+    /// the main thread. Where nobody can be asked the answer is to cancel.
+    std::function<void(const BrowserQuestion&, std::function<void(BrowserAnswer)>)>
+        askAboutBrowsers =
+            [](const BrowserQuestion&, const std::function<void(BrowserAnswer)>& answer) {
+                answer(BrowserAnswer::cancel);
+            };
 };
 
 class AppModel {
@@ -54,7 +64,9 @@ public:
     Observable<HistoryView> historySessions;            ///< all stored sessions, newest first
     Observable<bool> historyUnavailable;                ///< the history could not be opened
     Observable<TrustList> trust;
-    Observable<bool> awayWatchOn; ///< an away watch is running
+    Observable<bool> awayWatchOn;             ///< an away watch is running
+    Observable<bool> isStopping;              ///< a stop is under way
+    Observable<bool> stopShortcutUnavailable; ///< the system refused the stop shortcut
 
     SettingsStore settings;
     NoticeCenter notices;
@@ -63,6 +75,13 @@ public:
     Event<> onChange;
     /// After a session's event has been told and stored.
     Event<const SessionEvent&> onSessionEvent;
+    /// After a stop, a launch or the user muted (true) or unmuted all microphones; what the keeper
+    /// repeats is not told.
+    Event<bool, const MuteOutcome&> onMicrophonesMuted;
+    /// A stop has tried to close an app; true if it is gone.
+    Event<const AppIdentity&, bool> onAppClosed;
+    /// Peers were added to the open session with that id.
+    Event<const Uuid&, const std::vector<ConnectionRecord>&> onConnections;
 
     /// A new reading.
     void receive(const SystemSnapshot& reading);
@@ -73,8 +92,16 @@ public:
     void setTrusted(bool trusted, const AppIdentity& app, const std::vector<Device>& devices);
     void setAlwaysWarn(bool alwaysWarn, const AppIdentity& app, const std::vector<Device>& devices);
 
-    /// The "Stop" of a card. Closing apps is not built yet, and the user is told so.
+    /// Mutes all microphones and closes all apps that use camera or microphone; the user is asked
+    /// before browsers are closed. Does nothing while a stop or such a question is under way.
+    void stopEverything();
+    /// The same for one app, whose use of the microphone decides about the mute.
     void stop(const AppIdentity& app);
+    /// Ends the mute that a stop has left behind, and what keeps it up.
+    void unmuteMicrophone();
+
+    /// Looks up whom the apps of open sessions are talking to; the answer comes later.
+    void sampleConnections();
 
     /// Deletes what is older than the setting allows; what the settings screen calls after a change
     /// of `retentionDays`.
@@ -92,6 +119,8 @@ public:
     static constexpr Seconds followUpDelay = 1.1; ///< a little more than the graces it serves
     static constexpr Seconds noticeWindow = 5.0;
     static constexpr Seconds pruneInterval = 21600.0;
+    static constexpr Seconds muteInterval = 3.0;
+    static constexpr Seconds connectionInterval = 15.0;
 
 private:
     struct MicrophoneReading {
@@ -105,6 +134,20 @@ private:
     std::vector<AppIdentity> identities(const std::vector<AppRef>& refs);
     bool hasRole(const AppIdentity& app, SystemProcess::Role role);
     MicrophoneReading readMicrophone(Timestamp now);
+
+    void guardSpeakers(const SystemSnapshot& before, const SystemSnapshot& now);
+    void tellOfGuard(std::uint32_t outputID, bool muted);
+
+    using Stopping = std::function<void(PanicController::Completion)>;
+    std::vector<AppIdentity> openBrowsers() const;
+    void askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep,
+                  const std::function<void(BrowserAnswer)>& decide);
+    void run(const Stopping& stopping, std::function<void()> retry);
+    void finishStop(const StopResult& result, std::function<void()> retry);
+    void startMuteKeeper(bool told);
+    void muteMicrophones(bool muted, bool told);
+    void addConnections(const std::vector<UsageSession>& sampled, Timestamp seen,
+                        const Connections::Found& found);
 
     void handle(const std::vector<SessionEvent>& events);
     UsageSession warned(const UsageSession& session);
@@ -122,6 +165,15 @@ private:
     NoticeCoalescer coalescer_;
     std::shared_ptr<HistoryStore> store_;
     std::unordered_map<std::string, AppIdentity> identities_; ///< by AppIdentity::id, for good
+    std::unique_ptr<MicrophoneMuting> muter_;
+    std::unique_ptr<AppClosing> closer_;
+    PanicController panic_;
+    bool isAsking_ = false; ///< about browsers
+    bool isSampling_ = false;
+    bool sampleAgain_ = false; ///< something has changed since the sampling began
+    Subscription muteKeeper_;
+    Subscription microphoneArrivals_;
+    Subscription connectionTimer_;
     Subscription pruneTimer_;
     Subscription followUp_;
     std::optional<Timestamp> helperUnownedSince_;

@@ -48,4 +48,48 @@ NoticeItem noticeItem(const WarningNotice& notice, const TrustList& trust, bool 
     return item;
 }
 
+NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultActions actions) {
+    const bool all = result.everythingStopped();
+    NoticeItem item;
+    item.id = id;
+    item.symbol = all ? "checkmark.circle" : "exclamationmark.circle";
+    item.title = result.headline();
+    item.message = result.detail();
+    item.timeText = words().text("Just now");
+    if (!result.notClosed.empty()) {
+        item.buttons.push_back(button(words().text("Details"), false, std::move(actions.details)));
+        item.buttons.push_back(
+            button(words().text("Try again"), false, std::move(actions.tryAgain)));
+    }
+    if (all) {
+        item.autoHideAfter = standardNoticeStay;
+    }
+    return item;
+}
+
+NoticeItem speakersMutedItem(const Uuid& id, const std::optional<std::string>& player,
+                             std::function<void()> unmute) {
+    NoticeItem item;
+    item.id = id;
+    item.symbol = "speaker.slash";
+    item.title = words().text("Headphones disconnected, so the speakers were muted");
+    if (player) {
+        item.message = words().text("%@ would have played out loud.", {*player});
+    }
+    item.timeText = words().text("Just now");
+    item.buttons.push_back(button(words().text("Unmute speakers"), false, std::move(unmute)));
+    return item;
+}
+
+NoticeItem speakersNotMutedItem(const Uuid& id) {
+    NoticeItem item;
+    item.id = id;
+    item.symbol = "speaker.wave.2";
+    item.title = words().text("Headphones disconnected");
+    item.message =
+        words().text("Sound now comes out of the speakers. Velmoran couldn't mute them.");
+    item.timeText = words().text("Just now");
+    return item;
+}
+
 } // namespace velmoran

@@ -2,10 +2,13 @@
 #pragma once
 
 #include "app/notices/NoticeItem.h"
+#include "core/stopping/StopResult.h"
 #include "core/trust/TrustList.h"
 #include "core/warnings/WarningNotice.h"
 
 #include <functional>
+#include <optional>
+#include <string>
 
 namespace velmoran {
 
@@ -22,5 +25,20 @@ inline constexpr Seconds standardNoticeStay = 8.0;
 /// `standardNoticesStay` is the user's setting that no card hides by itself.
 NoticeItem noticeItem(const WarningNotice& notice, const TrustList& trust, bool standardNoticesStay,
                       NoticeActions actions);
+
+/// What the buttons of a stop's card do.
+struct StopResultActions {
+    std::function<void()> details;  ///< "Details"
+    std::function<void()> tryAgain; ///< "Try again"
+};
+
+/// The buttons are there only if an app refused to close.
+NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultActions actions);
+
+/// The speakers were muted since headphones came off. `player`: the app that is playing, if one is.
+NoticeItem speakersMutedItem(const Uuid& id, const std::optional<std::string>& player,
+                             std::function<void()> unmute);
+/// They should have been, and it failed.
+NoticeItem speakersNotMutedItem(const Uuid& id);
 
 } // namespace velmoran

@@ -21,6 +21,18 @@ const char* name(StatusIconState state) {
     }
     return "awayWatch";
 }
+
+const char* name(BrowserAnswer answer) {
+    switch (answer) {
+    case BrowserAnswer::close:
+        return "close";
+    case BrowserAnswer::keep:
+        return "keep";
+    case BrowserAnswer::cancel:
+        break;
+    }
+    return "cancel";
+}
 } // namespace
 
 ModelRecorder::ModelRecorder(AppModel& model, std::function<Seconds()> at, ReplayWriter& writer)
@@ -42,12 +54,41 @@ ModelRecorder::ModelRecorder(AppModel& model, std::function<Seconds()> at, Repla
             writer_.write(at_(), "historyUnavailable");
         }
     }));
+    subscriptions_.push_back(model_.isStopping.subscribe([this](bool stopping) {
+        writer_.write(at_(), "stopping", {{"value", stopping}});
+    }));
+    subscriptions_.push_back(
+        model_.onMicrophonesMuted.subscribe([this](bool on, const MuteOutcome& outcome) {
+            writer_.write(
+                at_(), "mute",
+                {{"on", on}, {"muted", outcome.mutedCount}, {"failed", outcome.unmutable}});
+        }));
+    subscriptions_.push_back(
+        model_.onAppClosed.subscribe([this](const AppIdentity& app, bool gone) {
+            writer_.write(at_(), "close", {{"app", app.id}, {"gone", gone}});
+        }));
+    subscriptions_.push_back(model_.onConnections.subscribe(
+        [this](const Uuid& session, const std::vector<ConnectionRecord>& added) {
+            writer_.write(at_(), "connections",
+                          {{"session", writer_.sessionID(session)}, {"connections", added}});
+        }));
     subscriptions_.push_back(model_.onChange.subscribe([this] { lookAtIcon(); }));
     lookAtIcon();
 }
 
 void ModelRecorder::soundPlayed() {
     writer_.write(at_(), "sound");
+}
+
+void ModelRecorder::outputMuted(std::uint32_t device, bool muted, bool done) {
+    writer_.write(at_(), "outputMute", {{"device", device}, {"on", muted}, {"done", done}});
+}
+
+void ModelRecorder::asked(const BrowserQuestion& question, BrowserAnswer answer) {
+    writer_.write(at_(), "asked",
+                  {{"browsers", question.browsers},
+                   {"keepOffered", question.keepOffered},
+                   {"answer", name(answer)}});
 }
 
 void ModelRecorder::told(const SessionEvent& event) {

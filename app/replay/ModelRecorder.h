@@ -5,6 +5,7 @@
 #include "app/model/AppModel.h"
 #include "app/replay/ReplayWriter.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -19,6 +20,10 @@ public:
 
     /// The warning sound was played: the machine tells that, not the model.
     void soundPlayed();
+    /// Likewise: an output was to be muted or unmuted.
+    void outputMuted(std::uint32_t device, bool muted, bool done);
+    /// Likewise: somebody was asked about browsers.
+    void asked(const BrowserQuestion& question, BrowserAnswer answer);
     /// A line with what the model holds under one of the words "openSessions", "history", "trust",
     /// "notices", "icon" and "settings". False for any other word.
     bool show(const std::string& word);

@@ -20,6 +20,16 @@ Replay::Replay(const ReplayBeginning& beginning, Sink sink, const Translations& 
             recorder_->soundPlayed();
         }
     };
+    stage_.machine.onOutputMute = [this](std::uint32_t device, bool muted, bool done) {
+        if (recorder_) {
+            recorder_->outputMuted(device, muted, done);
+        }
+    };
+    stage_.onAsked = [this](const BrowserQuestion& question, BrowserAnswer answer) {
+        if (recorder_) {
+            recorder_->asked(question, answer);
+        }
+    };
 }
 
 Replay::~Replay() {

@@ -57,6 +57,12 @@ struct Decide {
     std::vector<Device> devices;
     bool value = false;
 };
+struct StopEverything {};
+/// As the "Stop" of the details of a session.
+struct Stop {
+    std::string app; ///< id
+};
+struct UnmuteMicrophone {};
 struct DeleteHistory {};
 struct Show {
     std::string word;
@@ -67,8 +73,9 @@ struct NotBuilt {
     std::string action;
 };
 
-using Doing = std::variant<Launch, Leave, Snapshot, Setting, ChangeMachine, Press, Decide,
-                           DeleteHistory, Show, Wait, NotBuilt>;
+using Doing =
+    std::variant<Launch, Leave, Snapshot, Setting, ChangeMachine, Press, Decide, StopEverything,
+                 Stop, UnmuteMicrophone, DeleteHistory, Show, Wait, NotBuilt>;
 
 } // namespace replay
 

@@ -244,8 +244,7 @@ Doing decide(const Json& value, const std::string& name) {
 }
 
 Doing stop(const Json& value, const std::string& name) {
-    strict::text(value, name);
-    return replay::NotBuilt{name};
+    return replay::Stop{strict::text(value, name)};
 }
 
 Doing signal(const Json& value, const std::string& name) {
@@ -320,11 +319,11 @@ const std::map<std::string, Reader, std::less<>>& readers() {
         {"setting", setting},
         {"machine", machine},
         {"press", press},
-        {"stopEverything", plain(replay::NotBuilt{"stopEverything"})},
+        {"stopEverything", plain(replay::StopEverything{})},
         {"stop", stop},
         {"setTrusted", decide},
         {"setAlwaysWarn", decide},
-        {"unmuteMicrophone", plain(replay::NotBuilt{"unmuteMicrophone"})},
+        {"unmuteMicrophone", plain(replay::UnmuteMicrophone{})},
         {"lock", plain(replay::NotBuilt{"lock"})},
         {"unlock", plain(replay::NotBuilt{"unlock"})},
         {"signal", signal},

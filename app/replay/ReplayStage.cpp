@@ -36,6 +36,13 @@ struct Performer {
     ReplayStage& stage;
     AppModel& model;
 
+    AppIdentity seen(const std::string& id) const {
+        if (auto app = appThatWasSeen(model, id)) {
+            return *app;
+        }
+        throw ReplayStop(ReplayStop::wrong, "no app with the id \"" + id + "\" has been seen");
+    }
+
     void operator()(const replay::Snapshot& action) const {
         stage.machine.currentOutput = action.reading.output;
         stage.machine.snapshots().deliver(action.reading);
@@ -83,17 +90,17 @@ struct Performer {
     }
 
     void operator()(const replay::Decide& action) const {
-        const auto app = appThatWasSeen(model, action.app);
-        if (!app) {
-            throw ReplayStop(ReplayStop::wrong,
-                             "no app with the id \"" + action.app + "\" has been seen");
-        }
+        const auto app = seen(action.app);
         if (action.alwaysWarn) {
-            model.setAlwaysWarn(action.value, *app, action.devices);
+            model.setAlwaysWarn(action.value, app, action.devices);
         } else {
-            model.setTrusted(action.value, *app, action.devices);
+            model.setTrusted(action.value, app, action.devices);
         }
     }
+
+    void operator()(const replay::StopEverything&) const { model.stopEverything(); }
+    void operator()(const replay::Stop& action) const { model.stop(seen(action.app)); }
+    void operator()(const replay::UnmuteMicrophone&) const { model.unmuteMicrophone(); }
 
     void operator()(const replay::DeleteHistory&) const { model.deleteHistory(); }
 
@@ -127,12 +134,21 @@ ReplayStage::ReplayStage(const ReplayBeginning& beginning) : machine(beginning.m
 }
 
 ModelSurroundings ReplayStage::surroundings(const Clock& clock, Scheduler& scheduler) {
-    return {machine, clock, scheduler, settings, [this] {
-                if (!history_) {
-                    throw std::runtime_error("the recording says that it can't be opened");
-                }
-                return history_;
-            }};
+    const auto openHistory = [this] {
+        if (!history_) {
+            throw std::runtime_error("the recording says that it can't be opened");
+        }
+        return history_;
+    };
+    const auto ask = [this](const BrowserQuestion& question,
+                            const std::function<void(BrowserAnswer)>& answered) {
+        const auto answer = machine.script.browserAnswer;
+        if (onAsked) {
+            onAsked(question, answer);
+        }
+        answered(answer);
+    };
+    return {machine, clock, scheduler, settings, openHistory, ask};
 }
 
 void ReplayStage::perform(const replay::Doing& doing, AppModel& model) {

@@ -9,6 +9,7 @@
 #include "core/history/HistoryStore.h"
 #include "system/scripted/ScriptedMachine.h"
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -38,6 +39,8 @@ public:
 
     /// What a model on this stage stands on.
     ModelSurroundings surroundings(const Clock& clock, Scheduler& scheduler);
+    /// Called when the recording has answered for the person who is asked about browsers.
+    std::function<void(const BrowserQuestion&, BrowserAnswer)> onAsked;
 
     /// Does what an action does to a running model, or to the machine. What the model puts off
     /// until the present work is done is left to its scheduler. Throws ReplayStop. Beginnings and

@@ -30,6 +30,7 @@ public:
     /// The records in the form in which they stand in the output.
     Json session(const UsageSession& session);
     Json notice(const NoticeItem& item);
+    std::string sessionID(const Uuid& id) { return sessions_.name(id); }
     std::string noticeID(const Uuid& id) { return notices_.name(id); }
 
     /// Forgets a card's short name: it never comes again.

@@ -6,11 +6,21 @@
 #include <string>
 #include <vector>
 
-namespace velmoran::Browser {
+namespace velmoran {
+
+/// What the user wants done with browsers that a stop would close.
+enum class BrowserAnswer {
+    close,
+    keep, ///< stop everything else and leave the browsers open
+    cancel,
+};
+
+namespace Browser {
 
 /// `installed`: identifiers of the applications that are registered for web links right now. The
 /// case of identifiers doesn't matter, and a helper whose identifier is a browser's with further
 /// parts behind it is that browser.
 bool isBrowser(const AppIdentity& app, const std::vector<std::string>& installed);
 
-} // namespace velmoran::Browser
+} // namespace Browser
+} // namespace velmoran

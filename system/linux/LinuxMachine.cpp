@@ -1,5 +1,6 @@
 #include "system/linux/LinuxMachine.h"
 
+#include "system/ProtectedPrograms.h"
 #include "system/linux/LinuxReadings.h"
 
 namespace velmoran {
@@ -8,6 +9,20 @@ namespace {
 
 struct NoSounds final : Sounds {
     void playWarning() override {}
+};
+
+// Nothing is muted, closed or looked up yet; what asks is told so by the empty answer.
+struct NoMicrophones final : Microphones {
+    void setMuted(bool, std::function<void(const MuteOutcome&)> done) override { done({}); }
+    Subscription onArrival(std::function<void()>) override { return {}; }
+};
+struct NoConnections final : Connections {
+    void ofApps(std::vector<AppIdentity>, std::function<void(const Found&)> done) override {
+        done({});
+    }
+};
+struct NoClosing final : AppClosing {
+    void close(const AppIdentity&, std::function<void(bool)> done) override { done(false); }
 };
 
 } // namespace
@@ -23,6 +38,28 @@ LinuxMachine::LinuxMachine(MachineOptions options)
     monitor_ = std::make_unique<SystemMonitor>(
         MonitorReadings{loop_, readings_->audio(), readings_->cameras(), outputs_, names_,
                         readings_->attribution(), readings_->listeners()});
+}
+
+Microphones& LinuxMachine::microphones() {
+    static NoMicrophones none;
+    return none;
+}
+
+Connections& LinuxMachine::connections() {
+    static NoConnections none;
+    return none;
+}
+
+std::unique_ptr<AppClosing> LinuxMachine::makeCloser(Scheduler&) {
+    return std::make_unique<NoClosing>();
+}
+
+bool LinuxMachine::isProtected(const AppIdentity& app) {
+    return velmoran::isProtected(app, Platform::linux, ownBundleID());
+}
+
+std::vector<std::string> LinuxMachine::browsers() {
+    return {};
 }
 
 LinuxMachine::~LinuxMachine() {

@@ -33,6 +33,11 @@ public:
     CodeSignatures& signatures() override { return signatures_; }
     OutputDevices& outputs() override { return outputs_; }
     Sounds& sounds() override { return *sounds_; }
+    Microphones& microphones() override;
+    Connections& connections() override;
+    std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
+    bool isProtected(const AppIdentity& app) override;
+    std::vector<std::string> browsers() override;
     std::optional<std::string> iconName(const AppRef& app) override { return names_.iconName(app); }
 
 private:

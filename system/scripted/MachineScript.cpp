@@ -35,24 +35,23 @@ Platform platformFrom(const Json& json, const std::string& what) {
     throw DecodingError("\"" + what + "\" is neither \"macOS\" nor \"Linux\"");
 }
 
-MachineScript::BrowserAnswer answerFrom(const Json& json, const std::string& what) {
-    using Answer = MachineScript::BrowserAnswer;
+BrowserAnswer answerFrom(const Json& json, const std::string& what) {
     const auto name = strict::text(json, what);
     if (name == "close") {
-        return Answer::close;
+        return BrowserAnswer::close;
     }
     if (name == "keep") {
-        return Answer::keep;
+        return BrowserAnswer::keep;
     }
     if (name == "cancel") {
-        return Answer::cancel;
+        return BrowserAnswer::cancel;
     }
     throw DecodingError("\"" + what + "\" is none of \"close\", \"keep\" and \"cancel\"");
 }
 
-MachineScript::Connection connectionFrom(const Json& json, const std::string& what) {
+Connection connectionFrom(const Json& json, const std::string& what) {
     strict::onlyKeys(json, what, {"address", "port", "transport"});
-    MachineScript::Connection connection;
+    Connection connection;
     connection.address = strict::text(strict::member(json, what, "address"), what + ".address");
     connection.port = static_cast<std::uint16_t>(
         strict::integer(strict::member(json, what, "port"), what + ".port", 0, UINT16_MAX));

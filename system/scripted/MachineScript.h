@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/base/Json.h"
+#include "core/stopping/Browser.h"
 #include "system/Machine.h"
 
 #include <cstdint>
@@ -14,13 +15,6 @@
 namespace velmoran {
 
 struct MachineScript {
-    struct Connection {
-        std::string address;
-        std::uint16_t port = 0;
-        std::string transport;
-
-        bool operator==(const Connection&) const = default;
-    };
     struct Microphone {
         std::string name;
         bool hasMute = true;
@@ -28,7 +22,6 @@ struct MachineScript {
 
         bool operator==(const Microphone&) const = default;
     };
-    enum class BrowserAnswer { close, keep, cancel };
 
     Platform platform = Platform::macOS;
     std::optional<std::string> ownBundleID;

@@ -1,6 +1,42 @@
 #include "system/scripted/ScriptedMachine.h"
 
+#include "system/ProtectedPrograms.h"
+
+#include <map>
+
 namespace velmoran {
+
+namespace {
+
+/// Closes apps in the time that the script gives each. Main thread; what is under way goes with it.
+class ScriptedCloser final : public AppClosing {
+public:
+    ScriptedCloser(const MachineScript& script, Scheduler& scheduler)
+        : script_(script),
+          scheduler_(scheduler) {}
+
+    void close(const AppIdentity& app, std::function<void(bool)> done) override {
+        const bool refuses = script_.refusesToClose.contains(app.id);
+        const auto wanted = script_.closeSeconds.find(app.id);
+        const auto usual = wanted == script_.closeSeconds.end() ? ScriptedMachine::usualCloseSeconds
+                                                                : wanted->second;
+        const auto number = ++asked_;
+        underWay_[number] = scheduler_.after(refuses ? ScriptedMachine::closePatience : usual,
+                                             [this, number, refuses, done = std::move(done)] {
+                                                 const auto handle = std::move(underWay_[number]);
+                                                 underWay_.erase(number);
+                                                 done(!refuses);
+                                             });
+    }
+
+private:
+    const MachineScript& script_;
+    Scheduler& scheduler_;
+    int asked_ = 0;
+    std::map<int, Subscription> underWay_;
+};
+
+} // namespace
 
 void ScriptedSnapshots::start(std::function<void(const SystemSnapshot&)> handler) {
     handler_ = std::move(handler);
@@ -45,6 +81,76 @@ bool ScriptedMachine::setMuted(bool muted, std::uint32_t objectID) {
         onOutputMute(objectID, muted, done);
     }
     return done;
+}
+
+std::unique_ptr<AppClosing> ScriptedMachine::makeCloser(Scheduler& scheduler) {
+    return std::make_unique<ScriptedCloser>(script, scheduler);
+}
+
+bool ScriptedMachine::isProtected(const AppIdentity& app) {
+    return velmoran::isProtected(app, script.platform, script.ownBundleID);
+}
+
+void ScriptedMachine::restart() {
+    snapshots_ = {};
+    mute_ = std::make_unique<MicrophoneMute>(static_cast<InputControls&>(*this));
+    arrived_.reset();
+}
+
+// MARK: - Microphones and peers
+
+void ScriptedMachine::setMuted(bool muted, std::function<void(const MuteOutcome&)> done) {
+    done(mute_->setMuted(muted));
+}
+
+Subscription ScriptedMachine::onArrival(std::function<void()> arrived) {
+    arrived_ = std::make_shared<std::function<void()>>(std::move(arrived));
+    return Subscription([mine = std::weak_ptr(arrived_)] {
+        if (const auto callback = mine.lock()) {
+            *callback = nullptr;
+        }
+    });
+}
+
+void ScriptedMachine::microphoneArrived() const {
+    if (arrived_ && *arrived_) {
+        (*arrived_)();
+    }
+}
+
+std::vector<InputControls::Input> ScriptedMachine::inputs() {
+    std::vector<Input> result;
+    for (const auto& microphone : script.microphones) {
+        result.push_back(
+            {.objectID = static_cast<std::uint32_t>(result.size()), .name = microphone.name});
+    }
+    return result;
+}
+
+bool ScriptedMachine::setMuteSwitch(std::uint32_t objectID, bool) {
+    return script.microphones.at(objectID).hasMute;
+}
+
+std::optional<float> ScriptedMachine::settableVolume(std::uint32_t objectID, int) {
+    const auto volume = script.microphones.at(objectID).volume;
+    return volume ? std::optional(static_cast<float>(*volume)) : std::nullopt;
+}
+
+bool ScriptedMachine::setVolume(std::uint32_t objectID, int, float volume) {
+    script.microphones.at(objectID).volume = static_cast<double>(volume);
+    return true;
+}
+
+void ScriptedMachine::ofApps(std::vector<AppIdentity> apps,
+                             std::function<void(const Found&)> done) {
+    Found found;
+    for (const auto& app : apps) {
+        const auto peers = app.path ? script.connections.find(*app.path) : script.connections.end();
+        if (peers != script.connections.end()) {
+            found[app.id] = peers->second;
+        }
+    }
+    done(found);
 }
 
 void ScriptedMachine::playWarning() {

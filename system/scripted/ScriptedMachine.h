@@ -3,6 +3,7 @@
 #pragma once
 
 #include "system/Machine.h"
+#include "system/MicrophoneMute.h"
 #include "system/scripted/MachineScript.h"
 
 #include <functional>
@@ -32,7 +33,10 @@ private:
 class ScriptedMachine final : public Machine,
                               private CodeSignatures,
                               private OutputDevices,
-                              private Sounds {
+                              private Sounds,
+                              private Microphones,
+                              private InputControls,
+                              private Connections {
 public:
     ScriptedMachine() = default;
     explicit ScriptedMachine(MachineScript answers) : script(std::move(answers)) {}
@@ -43,9 +47,22 @@ public:
     CodeSignatures& signatures() override { return *this; }
     OutputDevices& outputs() override { return *this; }
     Sounds& sounds() override { return *this; }
+    Microphones& microphones() override { return *this; }
+    Connections& connections() override { return *this; }
+    std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
+    bool isProtected(const AppIdentity& app) override;
+    std::vector<std::string> browsers() override { return script.browsers; }
 
-    /// A process begins anew on the same machine: nothing is started, all else stays as it is.
-    void restart() { snapshots_ = {}; }
+    /// A process begins anew on the same machine: nothing is started and nothing remembered, all
+    /// else stays as it is.
+    void restart();
+    /// Somebody plugs a microphone in; `script` has it already.
+    void microphoneArrived() const;
+
+    /// How long an app takes to close that the script says nothing of, and how long it takes to
+    /// give one up that refuses.
+    static constexpr Seconds usualCloseSeconds = 0.1;
+    static constexpr Seconds closePatience = 3.5;
 
     MachineScript script;
     /// The default output, as the last reading had it.
@@ -62,8 +79,19 @@ private:
     bool exists(std::uint32_t objectID) override;
     bool setMuted(bool muted, std::uint32_t objectID) override;
     void playWarning() override;
+    void setMuted(bool muted, std::function<void(const MuteOutcome&)> done) override;
+    [[nodiscard]] Subscription onArrival(std::function<void()> arrived) override;
+    std::vector<Input> inputs() override;
+    bool setMuteSwitch(std::uint32_t objectID, bool muted) override;
+    int volumeElements() const override { return 1; }
+    std::optional<float> settableVolume(std::uint32_t objectID, int element) override;
+    bool setVolume(std::uint32_t objectID, int element, float volume) override;
+    void ofApps(std::vector<AppIdentity> apps, std::function<void(const Found&)> done) override;
 
     ScriptedSnapshots snapshots_;
+    std::unique_ptr<MicrophoneMute> mute_ =
+        std::make_unique<MicrophoneMute>(static_cast<InputControls&>(*this));
+    std::shared_ptr<std::function<void()>> arrived_; ///< while somebody wants to hear of it
 };
 
 } // namespace velmoran

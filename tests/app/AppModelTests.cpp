@@ -211,12 +211,17 @@ TEST_F(AppModelTest, LeavesAnEndedSessionsCardAlone) {
     EXPECT_EQ(titles().size(), 1U);
 }
 
-TEST_F(AppModelTest, SaysThatItCannotStopAppsAndLeavesTheAppAlone) {
+TEST_F(AppModelTest, StopsTheAppOfACard) {
     launchWatching();
     receive(camera({appRef("Zoom")}));
     press("Stop");
-    EXPECT_EQ(titles(), Titles{"Velmoran can't stop apps yet. Quit Zoom yourself."});
-    EXPECT_EQ(model->openSessions->size(), 1U);
+    EXPECT_TRUE(titles().empty());
+    EXPECT_TRUE(*model->isStopping);
+    time.advanceBy(0.1);
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_EQ(titles(), Titles{"Zoom was closed."});
+    receive({});
+    EXPECT_EQ(told.back().session.outcome, SessionOutcome::stoppedByUser);
 }
 
 TEST_F(AppModelTest, DismissesAStrongCardWithoutTrustWhenItWasTheUser) {

@@ -83,11 +83,16 @@ TEST(ReplayParser, ReadsEveryActionThatCanBeDone) {
     }
 }
 
+TEST(ReplayParser, ReadsStopsAndTheEndOfTheMute) {
+    EXPECT_NO_THROW(actionOf<replay::StopEverything>(R"({"at": 0, "stopEverything": true})"));
+    EXPECT_EQ(actionOf<replay::Stop>(R"({"at": 0, "stop": "a"})").app, "a");
+    EXPECT_NO_THROW(actionOf<replay::UnmuteMicrophone>(R"({"at": 0, "unmuteMicrophone": true})"));
+}
+
 TEST(ReplayParser, ReadsWhatIsPlannedAndSaysSo) {
     for (const auto* line :
-         {R"({"at": 0, "stopEverything": true})", R"({"at": 0, "stop": "a"})",
-          R"({"at": 0, "unmuteMicrophone": true})", R"({"at": 0, "lock": true})",
-          R"({"at": 0, "unlock": true})", R"({"at": 0, "signal": {"kind": "keyboardUsed"}})",
+         {R"({"at": 0, "lock": true})", R"({"at": 0, "unlock": true})",
+          R"({"at": 0, "signal": {"kind": "keyboardUsed"}})",
           R"({"at": 0, "signal": {"kind": "lidMoved", "from": 12, "to": 47}})",
           R"({"at": 0, "signal": {"kind": "devicePluggedIn", "name": "Stick"}})",
           R"({"at": 0, "signal": {"kind": "devicePluggedIn"}})", R"({"at": 0, "show": "rows"})",

@@ -19,7 +19,7 @@ TEST(MachineScript, HasItsDefaultsWithoutAnyKey) {
     EXPECT_EQ(script.microphones[0].name, "Built-in Microphone");
     EXPECT_TRUE(script.microphones[0].hasMute);
     EXPECT_EQ(script.microphones[0].volume, std::nullopt);
-    EXPECT_EQ(script.browserAnswer, MachineScript::BrowserAnswer::cancel);
+    EXPECT_EQ(script.browserAnswer, BrowserAnswer::cancel);
 }
 
 TEST(MachineScript, TakesEveryKey) {
@@ -44,7 +44,7 @@ TEST(MachineScript, TakesEveryKey) {
     EXPECT_EQ(script.closeSeconds.at("a"), 2);
     EXPECT_TRUE(script.refusesToClose.contains("b"));
     EXPECT_EQ(script.browsers.at(0), "c");
-    EXPECT_EQ(script.browserAnswer, MachineScript::BrowserAnswer::keep);
+    EXPECT_EQ(script.browserAnswer, BrowserAnswer::keep);
     EXPECT_TRUE(script.shortcutRefused);
 }
 

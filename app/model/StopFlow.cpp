@@ -1,0 +1,157 @@
+// The part of the model that stops: what is asked before, what is done, and what is told after.
+#include "app/model/AppModel.h"
+
+#include "app/notices/NoticeWording.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace velmoran {
+
+void AppModel::stopEverything() {
+    if (*isStopping || isAsking_) {
+        return;
+    }
+    const auto browsers = openBrowsers();
+    askAbout(browsers, true, [this, browsers](BrowserAnswer answer) {
+        if (answer == BrowserAnswer::cancel) {
+            return;
+        }
+        // What the user was not asked about isn't closed either: a browser may have come since.
+        auto spared = *settings.confirmClosingBrowser ? openBrowsers() : std::vector<AppIdentity>();
+        if (answer == BrowserAnswer::close) {
+            std::erase_if(spared, [&](const AppIdentity& app) {
+                return std::find(browsers.begin(), browsers.end(), app) != browsers.end();
+            });
+        }
+        auto open = engine_.open();
+        std::erase_if(open, [&](const UsageSession& session) {
+            return std::find(spared.begin(), spared.end(), session.app) != spared.end();
+        });
+        run([this, open = std::move(open)](
+                PanicController::Completion done) { panic_.stopAll(open, std::move(done)); },
+            [this] { stopEverything(); });
+    });
+}
+
+void AppModel::stop(const AppIdentity& app) {
+    if (*isStopping || isAsking_) {
+        return;
+    }
+    std::vector<AppIdentity> browsers;
+    if (Browser::isBrowser(app, around_.machine.browsers())) {
+        browsers.push_back(app);
+    }
+    askAbout(browsers, false, [this, app](BrowserAnswer answer) {
+        if (answer == BrowserAnswer::close) {
+            run(
+                [this, app](PanicController::Completion done) {
+                    panic_.stop(app, engine_.open(), std::move(done));
+                },
+                [this, app] { stop(app); });
+        }
+    });
+}
+
+/// Apps with open sessions that are browsers by what is registered now, each once.
+std::vector<AppIdentity> AppModel::openBrowsers() const {
+    const auto installed = around_.machine.browsers();
+    std::vector<AppIdentity> browsers;
+    for (const auto& session : engine_.open()) {
+        if (session.device != Device::speaker && Browser::isBrowser(session.app, installed) &&
+            std::find(browsers.begin(), browsers.end(), session.app) == browsers.end()) {
+            browsers.push_back(session.app);
+        }
+    }
+    return browsers;
+}
+
+void AppModel::askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep,
+                        const std::function<void(BrowserAnswer)>& decide) {
+    if (!*settings.confirmClosingBrowser || browsers.empty()) {
+        decide(BrowserAnswer::close);
+        return;
+    }
+    BrowserQuestion question;
+    question.keepOffered = offerKeep;
+    for (const auto& browser : browsers) {
+        question.browsers.push_back(browser.name);
+    }
+    isAsking_ = true;
+    around_.askAboutBrowsers(
+        question, [this, alive = std::weak_ptr(alive_), offerKeep, decide](BrowserAnswer answer) {
+            if (alive.expired()) {
+                return;
+            }
+            isAsking_ = false;
+            decide(answer == BrowserAnswer::keep && !offerKeep ? BrowserAnswer::cancel : answer);
+        });
+}
+
+void AppModel::run(const Stopping& stopping, std::function<void()> retry) {
+    isStopping.set(true);
+    stopping(
+        [this, alive = std::weak_ptr(alive_), retry = std::move(retry)](const StopResult& result) {
+            if (!alive.expired()) {
+                finishStop(result, retry);
+            }
+        });
+}
+
+void AppModel::finishStop(const StopResult& result, std::function<void()> retry) {
+    isStopping.set(false);
+    if (result.microphoneMuted == true) {
+        settings.microphoneMuted.set(true);
+        startMuteKeeper(false);
+    }
+    engine_.markStoppedByUser(result.stoppedSessionIDs);
+
+    const auto id = Uuid::random();
+    const auto dismissed = [this, alive = std::weak_ptr(alive_), id](auto action) {
+        return [this, alive, id, action] {
+            if (!alive.expired()) {
+                notices.dismiss(id);
+                action();
+            }
+        };
+    };
+    // There is no window of the history to open yet: for now the card just goes.
+    notices.show(
+        stopResultItem(result, id, {.details = dismissed([] {}), .tryAgain = dismissed(retry)}));
+}
+
+// MARK: - The mute and its keeper
+
+void AppModel::startMuteKeeper(bool told) {
+    if (!*settings.microphoneMuted || muteKeeper_) {
+        return;
+    }
+    muteMicrophones(true, told);
+    muteKeeper_ = around_.scheduler.every(muteInterval, [this] { muteMicrophones(true, false); });
+}
+
+void AppModel::unmuteMicrophone() {
+    settings.microphoneMuted.set(false);
+    muteKeeper_.reset();
+    muteMicrophones(false, true);
+}
+
+void AppModel::muteMicrophones(bool muted, bool told) {
+    const auto report = [this, muted](const MuteOutcome& outcome) {
+        onMicrophonesMuted(muted, outcome);
+    };
+    around_.machine.microphones().setMuted(
+        muted, [told, report, alive = std::weak_ptr(alive_),
+                &scheduler = around_.scheduler](const MuteOutcome& outcome) {
+            if (!told) {
+                return;
+            }
+            scheduler.post([report, alive, outcome] {
+                if (!alive.expired()) {
+                    report(outcome);
+                }
+            });
+        });
+}
+
+} // namespace velmoran
