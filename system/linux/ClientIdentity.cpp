@@ -164,6 +164,11 @@ bool ClientIdentity::isReady(GraphSerial client) const {
     return found == entries_.end() || !found->second.isServed || found->second.isDescribed;
 }
 
+bool ClientIdentity::isServed(GraphSerial client) const {
+    const auto found = entries_.find(client);
+    return found != entries_.end() && found->second.isServed;
+}
+
 void ClientIdentity::claimNative(Entry& entry) const {
     // Certain only if there is one connection left over and no earlier client of that process of
     // which isn't known which connection it has.

@@ -45,6 +45,8 @@ public:
     /// Whether all is there that `opened` goes by; not yet for a client that another process
     /// connected for, until that has said whom for.
     bool isReady(GraphSerial client) const;
+    /// Whether a sound server connected it, on behalf of a client of its own.
+    bool isServed(GraphSerial client) const;
     /// Also for a client that was never announced: an app that can't be named.
     Who who(GraphSerial client) const;
 

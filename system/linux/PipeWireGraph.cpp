@@ -49,6 +49,11 @@ PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, ConnectionF
       socket_(loop, std::move(socketPath)),
       times_(times),
       identity_(facts, naming, socket_.path()),
+      confirmation_(loop, times.confirmation,
+                    [this] {
+                        isStale_ = true;
+                        publish();
+                    }),
       nextObjectID_(firstObjectID) {
     loop_.runAndWait([this] {
         if (!connect(true)) {
@@ -170,6 +175,7 @@ void PipeWireGraph::sessionManagerIs(bool present) {
 
 void PipeWireGraph::pictureIsComplete() {
     isComplete_ = true;
+    isFirstPicture_ = true;
     isStale_ = true;
     if (hold_.isHolding()) {
         releaseAfter(times_.settling);
@@ -263,16 +269,25 @@ ClientIdentity::Who PipeWireGraph::whoIs(const GraphUses::User& user) {
 GraphPicture PipeWireGraph::livePicture() {
     GraphPicture picture;
     const auto& uses = model_.uses();
+    const bool atOnce = std::exchange(isFirstPicture_, false);
+    confirmation_.begin();
     for (const auto& user : uses.users) {
+        const bool isSure = atOnce || !identity_.isServed(user.client);
+        const bool hears = user.microphone && confirmation_.counts({user.client, true}, isSure);
+        const bool plays = user.speaker && confirmation_.counts({user.client, false}, isSure);
+        if (!hears && !plays) {
+            continue;
+        }
         auto who = whoIs(user);
         picture.processes.push_back(
             {{.objectID = objectID(user.client != 0 ? user.client : user.node),
               .pid = who.pid,
               .bundleID = who.app.bundleID,
-              .isRunningInput = user.microphone,
-              .isRunningOutput = user.speaker},
+              .isRunningInput = hears,
+              .isRunningOutput = plays},
              std::move(who.app)});
     }
+    confirmation_.end();
     for (const auto& device : uses.audioDevices) {
         picture.devices.push_back(
             {objectID(device.node),

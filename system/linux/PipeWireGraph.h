@@ -11,6 +11,7 @@
 #include "system/linux/PipeWireConnection.h"
 #include "system/linux/ProcessNaming.h"
 #include "system/linux/ServerSocket.h"
+#include "system/linux/UseConfirmation.h"
 #include "system/linux/UseHold.h"
 
 #include <functional>
@@ -30,6 +31,9 @@ struct PipeWireTimes {
     Seconds absence = 3.0;
     Seconds settling = 3.0;
     Seconds firstPicture = 0.5; ///< the constructor waits no longer than this
+    /// How long a stream of a PulseAudio client has to run before it counts, as one that is to
+    /// begin with a pause runs for a moment. What the first picture shows counts at once.
+    Seconds confirmation = 0.02;
 };
 
 class PipeWireGraph : private PipeWireListener {
@@ -108,10 +112,12 @@ private:
     GraphModel model_;
     ClientIdentity identity_;
     UseHold hold_;
+    UseConfirmation confirmation_;
     std::unique_ptr<PipeWireConnection> connection_;
     bool isComplete_ = false;
     bool isLost_ = false;
-    bool isStale_ = false; ///< beside the model: names, or what is held
+    bool isStale_ = false;        ///< beside the model: names, or what is held
+    bool isFirstPicture_ = false; ///< of this connection
     bool wasConnected_ = false;
 
     std::map<GraphSerial, std::uint32_t> objectIDs_;

@@ -1,0 +1,78 @@
+#include "system/linux/UseConfirmation.h"
+#include "system/scripted/ScriptedTime.h"
+
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+struct UseConfirmationTest : ::testing::Test {
+    ScriptedTime time;
+    int confirmed = 0;
+    UseConfirmation confirmation{time, 0.02, [this] {
+                                     ++confirmed;
+                                 }};
+    const UseConfirmation::Use use{7, true};
+
+    bool look(bool atOnce = false) {
+        confirmation.begin();
+        const bool counts = confirmation.counts(use, atOnce);
+        confirmation.end();
+        return counts;
+    }
+    void lookAtNothing() {
+        confirmation.begin();
+        confirmation.end();
+    }
+};
+
+TEST_F(UseConfirmationTest, CountsWhatHasLasted) {
+    EXPECT_FALSE(look());
+    time.advanceTo(0.019);
+    EXPECT_FALSE(look());
+    EXPECT_EQ(confirmed, 0);
+    time.advanceTo(0.02);
+    EXPECT_EQ(confirmed, 1);
+    EXPECT_TRUE(look());
+}
+
+TEST_F(UseConfirmationTest, NeverCountsWhatWasThereForAMoment) {
+    EXPECT_FALSE(look());
+    time.advanceTo(0.004);
+    lookAtNothing();
+    time.advanceTo(1);
+    EXPECT_EQ(confirmed, 0);
+}
+
+TEST_F(UseConfirmationTest, BeginsAnewWithEachUse) {
+    EXPECT_FALSE(look());
+    time.advanceTo(0.015);
+    lookAtNothing();
+    EXPECT_FALSE(look());
+    time.advanceTo(0.03);
+    EXPECT_FALSE(look());
+    time.advanceTo(0.035);
+    EXPECT_TRUE(look());
+    lookAtNothing();
+    EXPECT_FALSE(look());
+}
+
+TEST_F(UseConfirmationTest, CountsAtOnceWhatIsSure) {
+    EXPECT_TRUE(look(true));
+    EXPECT_TRUE(look(false)) << "it was sure when it came";
+    time.advanceTo(1);
+    EXPECT_EQ(confirmed, 0);
+}
+
+TEST_F(UseConfirmationTest, TellsTheDirectionsOfAClientApart) {
+    confirmation.begin();
+    EXPECT_TRUE(confirmation.counts({7, false}, true));
+    EXPECT_FALSE(confirmation.counts({7, true}, false));
+    EXPECT_FALSE(confirmation.counts({8, true}, false));
+    confirmation.end();
+    time.advanceTo(0.02);
+    EXPECT_EQ(confirmed, 2);
+}
+
+} // namespace
+} // namespace velmoran
