@@ -97,6 +97,8 @@ void AppModel::handle(const std::vector<SessionEvent>& events) {
         SessionEvent told = event;
         if (event.kind == SessionEvent::Kind::reattributed) {
             takeBackNotice(event.session.id);
+        } else if (event.kind == SessionEvent::Kind::ended && *isStopping) {
+            endedInStop_.push_back(event.session);
         }
         // Without a history nobody is warned: what can't be remembered is shown as open only, and
         // the screens say why.
@@ -245,6 +247,7 @@ void AppModel::deleteHistory() {
     if (!store_) {
         return;
     }
+    endedInStop_.clear();
     store_->deleteAll();
     for (const auto& session : *openSessions) {
         store_->saveSession(session);

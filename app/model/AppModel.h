@@ -168,7 +168,8 @@ private:
     std::unique_ptr<MicrophoneMuting> muter_;
     std::unique_ptr<AppClosing> closer_;
     PanicController panic_;
-    bool isAsking_ = false; ///< about browsers
+    bool isAsking_ = false;                 ///< about browsers
+    std::vector<UsageSession> endedInStop_; ///< while a stop is under way
     bool isSampling_ = false;
     bool sampleAgain_ = false; ///< something has changed since the sampling began
     Subscription muteKeeper_;

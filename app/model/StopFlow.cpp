@@ -105,6 +105,14 @@ void AppModel::finishStop(const StopResult& result, std::function<void()> retry)
         startMuteKeeper(false);
     }
     engine_.markStoppedByUser(result.stoppedSessionIDs);
+    // An app that goes mostly takes its sessions with it before the closer has seen that it went.
+    for (auto& session : std::exchange(endedInStop_, {})) {
+        if (result.stoppedSessionIDs.contains(session.id)) {
+            session.outcome = SessionOutcome::stoppedByUser;
+            save(session);
+        }
+    }
+    refreshHistory();
 
     const auto id = Uuid::random();
     const auto dismissed = [this, alive = std::weak_ptr(alive_), id](auto action) {

@@ -27,6 +27,8 @@ struct ModelFixture : ::testing::Test {
     int sounds = 0;
     int changes = 0;
     std::vector<SessionEvent> told;
+    /// Takes the place of a person who cancels.
+    decltype(ModelSurroundings::askAboutBrowsers) askAboutBrowsers;
     std::unique_ptr<AppModel> model;
     std::vector<Subscription> subscriptions;
 
@@ -37,13 +39,17 @@ struct ModelFixture : ::testing::Test {
         machine.onSound = [this] {
             ++sounds;
         };
-        model = std::make_unique<AppModel>(ModelSurroundings{
-            machine, time, time, settings, [this]() -> std::shared_ptr<HistoryStore> {
-                if (historyFails) {
-                    throw std::runtime_error("no history");
-                }
-                return store;
-            }});
+        ModelSurroundings surroundings{machine, time, time, settings,
+                                       [this]() -> std::shared_ptr<HistoryStore> {
+                                           if (historyFails) {
+                                               throw std::runtime_error("no history");
+                                           }
+                                           return store;
+                                       }};
+        if (askAboutBrowsers) {
+            surroundings.askAboutBrowsers = askAboutBrowsers;
+        }
+        model = std::make_unique<AppModel>(surroundings);
         subscriptions.push_back(model->onChange.subscribe([this] { ++changes; }));
         subscriptions.push_back(model->onSessionEvent.subscribe(
             [this](const SessionEvent& event) { told.push_back(event); }));

@@ -94,5 +94,56 @@ TEST(NoticeWording, RunsTheActionOfTheButton) {
     EXPECT_EQ(run, "stop trust stop me ");
 }
 
+// MARK: - What a stop did
+
+AppIdentity named(const std::string& name) {
+    return {.id = name, .name = name, .bundleID = {}, .path = {}, .teamID = {}};
+}
+
+TEST(NoticeWording, WordsAStopInWhichAllWentWell) {
+    StopResult result;
+    result.microphoneMuted = true;
+    result.closed = {named("Zoom")};
+    const auto id = Uuid::random();
+    const auto item = stopResultItem(result, id, {});
+    EXPECT_EQ(item.id, id);
+    EXPECT_EQ(item.symbol, "checkmark.circle");
+    EXPECT_EQ(item.appPath, std::nullopt);
+    EXPECT_FALSE(item.isStrong);
+    EXPECT_EQ(item.title, "Microphone muted. Zoom was closed.");
+    EXPECT_EQ(item.message, "The microphone stays muted until you unmute it in the Microphone row "
+                            "of the panel.");
+    EXPECT_EQ(item.timeText, "Just now");
+    EXPECT_TRUE(item.buttons.empty());
+    EXPECT_EQ(item.autoHideAfter, 8.0);
+}
+
+TEST(NoticeWording, KeepsAStopOnScreenThatLeftSomethingOn) {
+    StopResult result;
+    result.protectedApps = {named("diag")};
+    const auto item = stopResultItem(result, Uuid::random(), {});
+    EXPECT_EQ(item.symbol, "exclamationmark.circle");
+    EXPECT_EQ(item.autoHideAfter, std::nullopt);
+    EXPECT_TRUE(item.buttons.empty()) << "only for an app that refused";
+}
+
+TEST(NoticeWording, OffersAnotherTryForAnAppThatRefused) {
+    StopResult result;
+    result.notClosed = {named("Mule")};
+    int details = 0;
+    int tries = 0;
+    const auto item = stopResultItem(result, Uuid::random(),
+                                     {.details = [&] { ++details; },
+                                      .tryAgain =
+                                          [&] {
+                                              ++tries;
+                                          }});
+    EXPECT_EQ(buttons(item), (Buttons{{"Details", false}, {"Try again", false}}));
+    item.buttons[0].action();
+    EXPECT_EQ(details, 1);
+    item.buttons[1].action();
+    EXPECT_EQ(tries, 1);
+}
+
 } // namespace
 } // namespace velmoran

@@ -1,0 +1,428 @@
+// What a stop asks, does and says, on a scripted machine.
+#include "tests/app/ModelFixture.h"
+
+namespace velmoran {
+namespace {
+
+using testing::appRef;
+using Titles = std::vector<std::string>;
+
+AppRef surf() {
+    return {.name = "Surf", .bundleID = "org.example.surf", .path = "/Applications/Surf"};
+}
+
+struct StopFlowTest : testing::ModelFixture {
+    std::vector<std::pair<bool, MuteOutcome>> mutes;
+    std::vector<std::pair<std::string, bool>> closed;
+    std::vector<BrowserQuestion> questions;
+    std::function<void(BrowserAnswer)> answer; ///< to the last question
+
+    void begin() {
+        machine.script.browsers = {"org.example.surf"};
+        askAboutBrowsers = [this](const BrowserQuestion& question, auto answered) {
+            questions.push_back(question);
+            answer = answered;
+        };
+        launch();
+        subscriptions.push_back(model->onMicrophonesMuted.subscribe(
+            [this](bool on, const MuteOutcome& outcome) { mutes.emplace_back(on, outcome); }));
+        subscriptions.push_back(model->onAppClosed.subscribe(
+            [this](const AppIdentity& app, bool gone) { closed.emplace_back(app.name, gone); }));
+        receive({});
+    }
+
+    void passTime(Seconds seconds) { time.advanceBy(seconds); }
+    AppIdentity seen(const AppRef& app) { return model->seenApp(app.id()).value(); }
+    SessionOutcome storedOutcome() { return store->sessions().front().outcome.value(); }
+};
+
+using Closed = std::vector<std::pair<std::string, bool>>;
+
+TEST_F(StopFlowTest, MutesAndClosesAndSaysSo) {
+    begin();
+    receive(microphone({appRef("Zoom")}));
+    model->stopEverything();
+    EXPECT_TRUE(*model->isStopping);
+    time.runPosted();
+    ASSERT_EQ(mutes.size(), 1U);
+    EXPECT_TRUE(mutes[0].first);
+    EXPECT_EQ(mutes[0].second.mutedCount, 1);
+    EXPECT_FALSE(*model->settings.microphoneMuted) << "only once the stop is over";
+    passTime(0.1);
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
+    EXPECT_EQ(titles().back(), "Microphone muted. Zoom was closed.");
+    EXPECT_TRUE(*model->settings.microphoneMuted);
+    receive({});
+    EXPECT_EQ(storedOutcome(), SessionOutcome::stoppedByUser);
+}
+
+TEST_F(StopFlowTest, TellsOfAStopToTheUserAlsoWhenTheSessionEndedBeforeTheAnswer) {
+    begin();
+    receive(microphone({appRef("Zoom")}));
+    model->stopEverything();
+    time.runPosted();
+    passTime(0.05);
+    receive({});
+    EXPECT_EQ(storedOutcome(), SessionOutcome::endedNormally) << "nobody knows yet why";
+    passTime(0.05);
+    EXPECT_EQ(storedOutcome(), SessionOutcome::stoppedByUser);
+    EXPECT_EQ((*model->historySessions)[0].outcome, SessionOutcome::stoppedByUser);
+}
+
+TEST_F(StopFlowTest, BringsNothingBackIntoADeletedHistory) {
+    begin();
+    receive(microphone({appRef("Zoom")}));
+    model->stopEverything();
+    time.runPosted();
+    receive({});
+    model->deleteHistory();
+    passTime(1);
+    EXPECT_EQ(store->sessionCount(), 0U);
+}
+
+TEST_F(StopFlowTest, LeavesTheSessionsOfAnAppThatRefuses) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({appRef("Mule")}));
+    model->stopEverything();
+    time.runPosted();
+    passTime(3.4);
+    EXPECT_TRUE(*model->isStopping);
+    passTime(0.1);
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_EQ(closed, (Closed{{"Mule", false}}));
+    receive({});
+    EXPECT_EQ(storedOutcome(), SessionOutcome::endedNormally);
+}
+
+TEST_F(StopFlowTest, TriesAgainWhenItIsTold) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({appRef("Mule")}));
+    model->stop(seen(appRef("Mule")));
+    passTime(3.5);
+    const auto card = model->notices.items().back();
+    EXPECT_EQ(card.title, "Nothing could be stopped.");
+    EXPECT_EQ(card.autoHideAfter, std::nullopt);
+    machine.script.refusesToClose.clear();
+    press("Try again");
+    EXPECT_FALSE(model->notices.item(card.id));
+    passTime(0.1);
+    EXPECT_EQ(titles().back(), "Mule was closed.");
+}
+
+TEST_F(StopFlowTest, TakesTheCardAwayForDetails) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({appRef("Mule")}));
+    model->stop(seen(appRef("Mule")));
+    passTime(3.5);
+    const auto id = model->notices.items().back().id;
+    press("Details");
+    EXPECT_FALSE(model->notices.item(id));
+    EXPECT_FALSE(*model->isStopping);
+}
+
+TEST_F(StopFlowTest, DropsASecondPressWhateverItsDoor) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->settings.confirmClosingBrowser.set(false);
+    model->stop(seen(appRef("Zoom")));
+    model->settings.confirmClosingBrowser.set(true);
+    model->stopEverything();
+    model->stop(seen(surf()));
+    passTime(1);
+    EXPECT_TRUE(questions.empty());
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
+    EXPECT_TRUE(mutes.empty());
+}
+
+TEST_F(StopFlowTest, ClosesABrowserWithoutAskingWhenTheSettingIsOff) {
+    begin();
+    model->settings.confirmClosingBrowser.set(false);
+    receive(camera({surf()}));
+    model->stopEverything();
+    time.runPosted();
+    passTime(0.1);
+    EXPECT_TRUE(questions.empty());
+    EXPECT_EQ(closed, (Closed{{"Surf", true}}));
+}
+
+TEST_F(StopFlowTest, AsksBeforeItClosesABrowser) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    ASSERT_EQ(questions.size(), 1U);
+    EXPECT_EQ(questions[0], (BrowserQuestion{.browsers = {"Surf"}, .keepOffered = true}));
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_TRUE(mutes.empty());
+    answer(BrowserAnswer::close);
+    time.runPosted();
+    passTime(0.2);
+    EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Zoom", true}}));
+}
+
+TEST_F(StopFlowTest, KeepsTheBrowserAndStopsTheRest) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    answer(BrowserAnswer::keep);
+    time.runPosted();
+    passTime(0.2);
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
+    EXPECT_EQ(mutes.size(), 1U);
+}
+
+TEST_F(StopFlowTest, DoesNothingWhenItIsCancelled) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    answer(BrowserAnswer::cancel);
+    passTime(5);
+    EXPECT_TRUE(closed.empty());
+    EXPECT_TRUE(mutes.empty());
+    EXPECT_FALSE(*model->isStopping);
+    model->stopEverything();
+    EXPECT_EQ(questions.size(), 2U) << "the next press asks again";
+}
+
+TEST_F(StopFlowTest, AsksOnceHoweverOftenItIsPressed) {
+    begin();
+    receive(camera({surf()}));
+    model->stopEverything();
+    model->stopEverything();
+    model->stop(seen(surf()));
+    EXPECT_EQ(questions.size(), 1U);
+}
+
+TEST_F(StopFlowTest, OffersNoKeepingForOneApp) {
+    begin();
+    receive(camera({surf()}));
+    model->stop(seen(surf()));
+    ASSERT_EQ(questions.size(), 1U);
+    EXPECT_FALSE(questions[0].keepOffered);
+    answer(BrowserAnswer::keep);
+    passTime(1);
+    EXPECT_TRUE(closed.empty());
+}
+
+TEST_F(StopFlowTest, AsksAboutBrowsersThatUseOnlyTheSpeakerNever) {
+    settings.setBoolean("monitorSpeakerUse", true);
+    begin();
+    SystemSnapshot playing;
+    playing.speakerOn = true;
+    playing.speakerApps = {surf()};
+    receive(playing);
+    ASSERT_EQ(model->openSessions->size(), 1U);
+    model->stopEverything();
+    EXPECT_TRUE(questions.empty());
+    time.runPosted();
+    EXPECT_EQ(titles().back(), "Microphone muted. No app was using the camera or microphone.");
+}
+
+TEST_F(StopFlowTest, ClosesNoBrowserThatItDidNotAskAbout) {
+    begin();
+    machine.script.browsers = {"org.example.surf", "org.example.Late"};
+    receive(camera({surf()}));
+    model->stopEverything();
+    receive(camera({surf(), appRef("Late"), appRef("Zoom")}));
+    answer(BrowserAnswer::close);
+    time.runPosted();
+    passTime(0.3);
+    EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Zoom", true}}));
+}
+
+TEST_F(StopFlowTest, LeavesTheMicrophoneAloneForACameraOnlyApp) {
+    begin();
+    receive(camera({appRef("Zoom")}));
+    model->stop(seen(appRef("Zoom")));
+    passTime(1);
+    EXPECT_TRUE(mutes.empty());
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+}
+
+TEST_F(StopFlowTest, StartsNoKeeperWhenNothingCouldBeMuted) {
+    begin();
+    machine.script.microphones = {{"Bare Mic", false, std::nullopt}};
+    model->stopEverything();
+    time.runPosted();
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    machine.script.microphones = {{"New Mic", false, 0.5}};
+    passTime(10);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+}
+
+TEST_F(StopFlowTest, KeepsTheMuteUpUntilItIsUndone) {
+    begin();
+    model->stopEverything();
+    time.runPosted();
+    machine.script.microphones = {{"New Mic", false, 0.5}};
+    passTime(2.9);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+    passTime(0.1);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0);
+    EXPECT_EQ(mutes.size(), 1U) << "the keeper's own aren't told";
+    model->unmuteMicrophone();
+    time.runPosted();
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    passTime(10);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+    ASSERT_EQ(mutes.size(), 2U);
+    EXPECT_FALSE(mutes[1].first);
+}
+
+TEST_F(StopFlowTest, MutesAMicrophoneThatArrivesAtOnce) {
+    begin();
+    model->stopEverything();
+    time.runPosted();
+    machine.script.microphones.push_back({"New Mic", false, 0.5});
+    machine.microphoneArrived();
+    time.runPosted();
+    EXPECT_EQ(machine.script.microphones[1].volume, 0.0);
+}
+
+TEST_F(StopFlowTest, LeavesAMicrophoneThatArrivesWithoutAMute) {
+    begin();
+    machine.script.microphones.push_back({"New Mic", false, 0.5});
+    machine.microphoneArrived();
+    time.runPosted();
+    EXPECT_EQ(machine.script.microphones[1].volume, 0.5);
+}
+
+TEST_F(StopFlowTest, MutesAgainAfterARestart) {
+    begin();
+    model->stopEverything();
+    time.runPosted();
+    mutes.clear();
+    machine.script.microphones = {{"Mic", false, 0.5}};
+    launch();
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0);
+    machine.script.microphones[0].volume = 0.7;
+    passTime(3);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0);
+}
+
+TEST_F(StopFlowTest, AnswersThatComeAfterTheModelsEndDoNothing) {
+    begin();
+    receive(camera({surf()}));
+    model->stopEverything();
+    subscriptions.clear();
+    model.reset();
+    answer(BrowserAnswer::close);
+    time.advanceBy(5);
+    EXPECT_TRUE(closed.empty());
+}
+
+TEST_F(StopFlowTest, EndsWithTheModelInTheMiddle) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({appRef("Mule")}));
+    model->stopEverything();
+    subscriptions.clear();
+    model.reset();
+    time.advanceBy(5);
+    EXPECT_TRUE(closed.empty());
+}
+
+// MARK: - The speakers
+
+SystemSnapshot output(std::uint32_t id, OutputDeviceInfo::Kind kind, bool isMuted = false) {
+    SystemSnapshot snapshot;
+    snapshot.output = OutputDeviceInfo{
+        .objectID = id, .name = "Out", .kind = kind, .volume = 0.5F, .isMuted = isMuted};
+    return snapshot;
+}
+
+using Kind = OutputDeviceInfo::Kind;
+
+struct OutputGuardTest : StopFlowTest {
+    std::vector<std::pair<std::uint32_t, bool>> outputMutes;
+
+    void beginGuarding(bool enabled = true) {
+        settings.setBoolean("speakerAutoMute", enabled);
+        settings.setBoolean("monitorSpeakerUse", true);
+        machine.script.outputs = {1};
+        machine.onOutputMute = [this](std::uint32_t id, bool muted, bool) {
+            outputMutes.emplace_back(id, muted);
+        };
+        begin();
+    }
+};
+
+using OutputMutes = std::vector<std::pair<std::uint32_t, bool>>;
+
+TEST_F(OutputGuardTest, MutesWhenTheHeadphonesGoAndNamesWhoPlays) {
+    beginGuarding();
+    auto playing = output(2, Kind::headphones);
+    playing.speakerOn = true;
+    playing.speakerApps = {appRef("Music")};
+    receive(playing);
+    playing.output = output(1, Kind::builtInSpeakers).output;
+    receive(playing);
+    EXPECT_EQ(outputMutes, (OutputMutes{{1, true}}));
+    const auto card = model->notices.items().back();
+    EXPECT_EQ(card.title, "Headphones disconnected, so the speakers were muted");
+    EXPECT_EQ(card.message, "Music would have played out loud.");
+    EXPECT_EQ(card.symbol, "speaker.slash");
+    EXPECT_EQ(card.timeText, "Just now");
+    EXPECT_EQ(card.autoHideAfter, std::nullopt);
+    EXPECT_FALSE(card.isStrong);
+    press("Unmute speakers");
+    EXPECT_EQ(outputMutes, (OutputMutes{{1, true}, {1, false}}));
+    EXPECT_FALSE(model->notices.item(card.id));
+}
+
+TEST_F(OutputGuardTest, SaysWhenItCouldNotMute) {
+    beginGuarding();
+    machine.script.outputMuteFails = true;
+    receive(output(2, Kind::headphones));
+    receive(output(1, Kind::builtInSpeakers));
+    const auto card = model->notices.items().back();
+    EXPECT_EQ(card.title, "Headphones disconnected");
+    EXPECT_EQ(card.message, "Sound now comes out of the speakers. Velmoran couldn't mute them.");
+    EXPECT_EQ(card.symbol, "speaker.wave.2");
+    EXPECT_TRUE(card.buttons.empty());
+    EXPECT_EQ(card.autoHideAfter, std::nullopt);
+}
+
+TEST_F(OutputGuardTest, HasNothingToSayWhenNobodyPlays) {
+    beginGuarding();
+    receive(output(1, Kind::headphones));
+    receive(output(1, Kind::builtInSpeakers));
+    EXPECT_EQ(outputMutes, (OutputMutes{{1, true}}));
+    EXPECT_EQ(model->notices.items().back().message, std::nullopt);
+}
+
+TEST_F(OutputGuardTest, DoesNothingWhenItIsOff) {
+    beginGuarding(false);
+    receive(output(2, Kind::headphones));
+    receive(output(1, Kind::builtInSpeakers));
+    EXPECT_TRUE(outputMutes.empty());
+    EXPECT_TRUE(titles().empty());
+}
+
+TEST_F(OutputGuardTest, LeavesSpeakersThatWerePickedByHand) {
+    beginGuarding();
+    machine.script.outputs = {1, 2};
+    receive(output(2, Kind::headphones));
+    receive(output(1, Kind::builtInSpeakers));
+    EXPECT_TRUE(outputMutes.empty());
+}
+
+TEST_F(OutputGuardTest, LeavesEveryOtherChange) {
+    beginGuarding();
+    receive(output(1, Kind::builtInSpeakers));
+    receive(output(2, Kind::headphones));
+    receive(output(3, Kind::other));
+    receive(output(2, Kind::headphones));
+    receive(output(1, Kind::builtInSpeakers, true));
+    receive({});
+    receive(output(1, Kind::builtInSpeakers));
+    EXPECT_TRUE(outputMutes.empty());
+    EXPECT_TRUE(titles().empty());
+}
+
+} // namespace
+} // namespace velmoran
