@@ -11,11 +11,7 @@ struct NoSounds final : Sounds {
     void playWarning() override {}
 };
 
-// Nothing is muted, closed or looked up yet; what asks is told so by the empty answer.
-struct NoMicrophones final : Microphones {
-    void setMuted(bool, std::function<void(const MuteOutcome&)> done) override { done({}); }
-    Subscription onArrival(std::function<void()>) override { return {}; }
-};
+// Nothing is closed or looked up yet; what asks is told so by the empty answer.
 struct NoConnections final : Connections {
     void ofApps(std::vector<AppIdentity>, std::function<void(const Found&)> done) override {
         done({});
@@ -32,17 +28,13 @@ LinuxMachine::LinuxMachine(MachineOptions options)
       signatures_(LinuxPlaces::ofThisUser()),
       names_(LinuxPlaces::ofThisUser()),
       outputs_(pulse_, loop_),
+      microphones_(pulse_),
       readings_(std::make_unique<LinuxReadings>(LinuxReadings::Seams{loop_, names_, peers_, pulse_},
                                                 options.deviceFolder.string())) {
     loop_.runAndWait([this] { outputs_.onChange([this] { readings_->noteChange(); }); });
     monitor_ = std::make_unique<SystemMonitor>(
         MonitorReadings{loop_, readings_->audio(), readings_->cameras(), outputs_, names_,
                         readings_->attribution(), readings_->listeners()});
-}
-
-Microphones& LinuxMachine::microphones() {
-    static NoMicrophones none;
-    return none;
 }
 
 Connections& LinuxMachine::connections() {

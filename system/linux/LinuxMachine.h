@@ -10,6 +10,7 @@
 #include "system/linux/LinuxCodeSignatures.h"
 #include "system/linux/PeerSockets.h"
 #include "system/linux/PulseConnection.h"
+#include "system/linux/PulseMicrophones.h"
 #include "system/linux/PulseOutputs.h"
 
 #include <memory>
@@ -33,7 +34,7 @@ public:
     CodeSignatures& signatures() override { return signatures_; }
     OutputDevices& outputs() override { return outputs_; }
     Sounds& sounds() override { return *sounds_; }
-    Microphones& microphones() override;
+    Microphones& microphones() override { return microphones_; }
     Connections& connections() override;
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
@@ -48,6 +49,7 @@ private:
     PulseConnection pulse_;
     EventLoop loop_;
     PulseOutputs outputs_;
+    PulseMicrophones microphones_;
     std::unique_ptr<LinuxReadings> readings_; ///< its cameras and cards live on the loop's thread
     std::unique_ptr<SystemMonitor> monitor_;
 };

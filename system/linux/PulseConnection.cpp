@@ -244,6 +244,19 @@ bool PulseConnection::perform(const Question& question, Seconds bound) {
     return waiting.success;
 }
 
+void PulseConnection::use(const std::function<void(pa_context*)>& action) {
+    const Lock lock(loop_);
+    action(ready_ ? context_ : nullptr);
+}
+
+pa_time_event* PulseConnection::alarm(Seconds delay, pa_time_event_cb_t callback, void* userdata) {
+    return pa_context_rttime_new(context_, later(delay), callback, userdata);
+}
+
+void PulseConnection::freeAlarm(pa_time_event* alarm) {
+    pa_threaded_mainloop_get_api(loop_)->time_free(alarm);
+}
+
 void PulseConnection::seekLater(Seconds delay) {
     auto* api = pa_threaded_mainloop_get_api(loop_);
     if (retry_) {

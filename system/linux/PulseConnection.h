@@ -13,6 +13,7 @@
 
 #include <pulse/context.h>
 #include <pulse/introspect.h>
+#include <pulse/mainloop-api.h>
 #include <pulse/operation.h>
 #include <pulse/subscribe.h>
 #include <pulse/thread-mainloop.h>
@@ -63,6 +64,14 @@ public:
     /// Asks, and waits for the answer. True if the server said that it was done; false if there is
     /// no server, it refused, or it said nothing until the bound. Any other thread.
     bool perform(const Question& question, Seconds bound);
+
+    /// Calls it at once with the connection's lock held, as a listener is called; the context is
+    /// null while there is no server. Any other thread.
+    void use(const std::function<void(pa_context*)>& action);
+    /// Calls back once on the connection's thread. It is the caller's to free, rung or not. Both
+    /// with the lock held.
+    pa_time_event* alarm(Seconds delay, pa_time_event_cb_t callback, void* userdata);
+    void freeAlarm(pa_time_event* alarm);
 
     /// Where the server's socket is to be found; nothing if that isn't a local path.
     static std::optional<std::string> socketPath(const std::string& server);

@@ -1,0 +1,122 @@
+// The microphones of the sound server: every source that isn't the monitor of an output, muted and
+// unmuted together. Owned by the machine. It has no thread: what is wanted is written to the
+// server's socket in the caller's own call, and the answers come on the connection's thread.
+#pragma once
+
+#include "system/Machine.h"
+#include "system/MicrophoneMute.h"
+#include "system/linux/ChannelVolumes.h"
+#include "system/linux/PulseConnection.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <pulse/volume.h>
+
+namespace velmoran {
+
+/// Sources are mirrored from what the server announces, so that a call needs to ask for nothing.
+/// The server takes the writes of two calls in the order of the calls, however long it sleeps in
+/// between. A call while it is away finds no device; if that was an unmute, it is made up for when
+/// the server is back, since nobody repeats it. When this object goes, answers that are still due
+/// are not given any more.
+class PulseMicrophones final : public Microphones, private PulseConnection::Listener {
+public:
+    /// After that long, devices that the server hasn't answered for count as not muted.
+    static constexpr Seconds bound = 1.5;
+
+    explicit PulseMicrophones(PulseConnection& connection);
+    ~PulseMicrophones() override;
+
+    void setMuted(bool muted, std::function<void(const MuteOutcome&)> done) override;
+    /// A source that changes to another port (a headset in the jack) counts as one that appeared.
+    Subscription onArrival(std::function<void()> arrived) override;
+
+private:
+    struct Source {
+        std::string serverName;
+        std::string name; ///< to show
+        std::string port; ///< the active one; empty without
+        pa_cvolume volume{};
+    };
+    /// What the last call wanted of a source.
+    struct Wish {
+        bool muted = false;
+        std::chrono::steady_clock::time_point end; ///< from then on others may change it
+        int repeats = 0;
+    };
+    struct Call;
+    /// What a call wants of one source.
+    struct Write {
+        Write(Call& owner, std::uint32_t source, std::string sourceName)
+            : call(owner),
+              index(source),
+              name(std::move(sourceName)) {}
+
+        Call& call;
+        std::uint32_t index; ///< the server's
+        std::string name;
+        bool byVolume = false;
+        std::optional<bool> success;
+        pa_operation* operation = nullptr;
+    };
+    struct Call {
+        Call(PulseMicrophones& owner, bool wanted, std::function<void(const MuteOutcome&)> answer)
+            : microphones(owner),
+              muted(wanted),
+              done(std::move(answer)) {}
+
+        PulseMicrophones& microphones;
+        bool muted;
+        std::function<void(const MuteOutcome&)> done;
+        bool begun = false;
+        std::list<Write> writes; ///< in the order of the server's list
+        pa_time_event* alarm = nullptr;
+    };
+    class VolumeControls;
+    /// Outlives this object in the handles.
+    struct Arrivals {
+        std::mutex mutex;
+        std::map<int, std::function<void()>> receivers;
+        int last = 0;
+    };
+
+    void connected(pa_context* context) override;
+    void disconnected() override;
+    void changed(pa_context* context, pa_subscription_event_type_t event,
+                 std::uint32_t index) override;
+
+    void take(pa_context* context, const pa_source_info& info);
+    void insist(pa_context* context, std::uint32_t index, bool isMuted);
+    void listed(pa_context* context);
+    void begin(pa_context* context, Call& call);
+    void answered(pa_context* context, Write& write, bool success);
+    void proceed(pa_context* context, Call& call);
+    void finish(Call& call);
+    void tellArrival();
+    static void forget(Write& write);
+
+    PulseConnection& connection_;
+    std::shared_ptr<Arrivals> arrivals_ = std::make_shared<Arrivals>();
+    // The rest is used with the connection's lock held.
+    std::map<std::uint32_t, Source> sources_; ///< by the server's index
+    std::map<std::uint32_t, Wish> wishes_;    ///< by the server's index
+    std::list<Call> calls_;
+    bool isListing_ = false; ///< the first list of this connection is on its way
+    bool hasArrived_ = false;
+    bool owesUnmute_ = false;
+    std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name, over its restarts
+    ChannelVolumes volumes_;
+    std::unique_ptr<VolumeControls> controls_;
+    MicrophoneMute byVolume_;
+};
+
+} // namespace velmoran
