@@ -1,0 +1,307 @@
+// Microphones of real sound servers, muted and heard by real recorders.
+#include "support/PrivateSession.h"
+#include "support/Recorder.h"
+#include "support/SessionFiles.h"
+#include "support/Waiting.h"
+#include "system/linux/PulseMicrophones.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <future>
+#include <memory>
+#include <ostream>
+
+namespace velmoran {
+namespace {
+
+using support::PrivateSession;
+using support::Recorder;
+using support::waitUntil;
+
+enum class Server { pipeWire, pulseAudio };
+
+void PrintTo(Server server, std::ostream* stream) {
+    *stream << (server == Server::pipeWire ? "PipeWire" : "PulseAudio");
+}
+
+class PulseMicrophonesTest : public ::testing::TestWithParam<Server> {
+protected:
+    struct Answer {
+        MuteOutcome outcome;
+        double seconds = 0;
+    };
+
+    bool isPulseAudio() const { return GetParam() == Server::pulseAudio; }
+    std::string address() const {
+        return "unix:" + (session_.runtimeFolder() / "pulse/native").string();
+    }
+
+    void startServer() {
+        if (isPulseAudio()) {
+            startPulseAudio();
+        } else {
+            session_.startSound();
+        }
+    }
+    void startPulseAudio() {
+        session_.start("pulse",
+                       {"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
+                        "--exit-idle-time=-1", "--disallow-exit", "-L",
+                        "module-native-protocol-unix", "-L", "module-null-sink sink_name=speaker"});
+        ASSERT_TRUE(waitUntil([this] {
+            return session_.run({"pactl", "info"}).succeeded();
+        })) << session_.logs();
+    }
+    /// The same server again after `session_.stop("pulse")`; PulseAudio's comes without sources.
+    void startServerAgain() { isPulseAudio() ? startPulseAudio() : session_.startPulse(); }
+
+    /// A microphone that gives a tone, and silence once muted.
+    void addMicrophone(const std::string& name) {
+        if (isPulseAudio()) {
+            const auto tone = session_.file("tone.wav");
+            support::writeFile(tone, support::files::tone(std::chrono::minutes(2)));
+            run({"pactl", "load-module", "module-null-sink", "sink_name=behind-" + name});
+            run({"pactl", "load-module", "module-remap-source", "source_name=" + name,
+                 "master=behind-" + name + ".monitor"});
+            session_.start("player " + name, {"paplay", "--device=behind-" + name, tone});
+        } else {
+            session_.addMicrophone(name, name);
+        }
+    }
+    /// One with a left and a right channel.
+    void addStereo(const std::string& name) {
+        if (isPulseAudio()) {
+            run({"pactl", "load-module", "module-null-source", "source_name=" + name,
+                 "channels=2"});
+        } else {
+            run({"pactl", "load-module", "module-null-sink", "media.class=Audio/Source/Virtual",
+                 "sink_name=" + name, "channel_map=front-left,front-right"});
+        }
+    }
+    void run(const std::vector<std::string>& arguments) {
+        const auto finished = session_.run(arguments);
+        EXPECT_TRUE(finished.succeeded()) << finished.errors;
+    }
+    /// The device obeys, and says so, a moment after the server has taken the word.
+    bool becomes(bool muted, const std::string& source) {
+        const std::string wanted = muted ? "Mute: yes\n" : "Mute: no\n";
+        return waitUntil([&] {
+            return session_.run({"pactl", "get-source-mute", source}).output == wanted;
+        });
+    }
+    std::string volumes(const std::string& source) {
+        return session_.run({"pactl", "get-source-volume", source}).output;
+    }
+
+    void connect() {
+        connection_ = std::make_unique<PulseConnection>(address());
+        microphones_ = std::make_unique<PulseMicrophones>(*connection_);
+        arrival_ = microphones_->onArrival([this] { ++arrivals_; });
+    }
+    /// The same, once `count` microphones can be muted; they are unmuted then.
+    void connectTo(int count) {
+        connect();
+        ASSERT_TRUE(waitUntil([&] { return set(false).outcome.mutedCount == count; }))
+            << session_.logs();
+        arrivals_ = 0;
+    }
+    std::future<Answer> begin(bool muted) {
+        auto promise = std::make_shared<std::promise<Answer>>();
+        const auto begun = std::chrono::steady_clock::now();
+        microphones_->setMuted(muted, [promise, begun](const MuteOutcome& outcome) {
+            const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begun;
+            promise->set_value({outcome, passed.count()});
+        });
+        return promise->get_future();
+    }
+    Answer set(bool muted) {
+        auto answer = begin(muted);
+        if (answer.wait_for(support::patience) != std::future_status::ready) {
+            ADD_FAILURE() << "no answer";
+            return {};
+        }
+        return answer.get();
+    }
+
+    PrivateSession session_;
+    std::unique_ptr<PulseConnection> connection_;
+    std::unique_ptr<PulseMicrophones> microphones_;
+    Subscription arrival_;
+    std::atomic<int> arrivals_ = 0;
+};
+
+TEST_P(PulseMicrophonesTest, FallSilentForARealRecorderAndAreHeardAgain) {
+    startServer();
+    addMicrophone("mic");
+    addMicrophone("webcam");
+    const Recorder first(session_, "mic");
+    const Recorder second(session_, "webcam");
+    ASSERT_TRUE(first.hearsSound()) << session_.logs();
+    ASSERT_TRUE(second.hearsSound()) << session_.logs();
+    connectTo(2);
+    ASSERT_TRUE(first.hearsSound());
+
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    EXPECT_TRUE(first.hearsSilence());
+    EXPECT_TRUE(second.hearsSilence());
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    EXPECT_TRUE(first.hearsSilence());
+    EXPECT_EQ(set(false).outcome, (MuteOutcome{2, {}}));
+    EXPECT_TRUE(first.hearsSound());
+    EXPECT_TRUE(second.hearsSound());
+}
+
+TEST_P(PulseMicrophonesTest, LeaveMonitorsOfOutputsAlone) {
+    startServer();
+    connect();
+    const std::string monitor = isPulseAudio() ? "speaker.monitor" : "virtual-speaker.monitor";
+    ASSERT_EQ(session_.run({"pactl", "get-source-mute", monitor}).output, "Mute: no\n");
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{0, {}}));
+    EXPECT_TRUE(becomes(false, monitor));
+}
+
+TEST_P(PulseMicrophonesTest, KeepTheUsersVolumeOfEachChannel) {
+    startServer();
+    addStereo("stereo");
+    run({"pactl", "set-source-volume", "stereo", "37%", "81%"});
+    ASSERT_TRUE(waitUntil([&] {
+        const auto text = volumes("stereo");
+        return text.find(" 37% ") != std::string::npos && text.find(" 81% ") != std::string::npos;
+    })) << volumes("stereo");
+    const auto before = volumes("stereo");
+    connectTo(1);
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{1, {}}));
+    EXPECT_TRUE(becomes(true, "stereo"));
+    EXPECT_EQ(volumes("stereo"), before);
+    set(true);
+    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
+    EXPECT_TRUE(becomes(false, "stereo"));
+    EXPECT_EQ(volumes("stereo"), before);
+}
+
+TEST_P(PulseMicrophonesTest, TellOfOneThatAppears) {
+    startServer();
+    addMicrophone("mic");
+    connectTo(1);
+    addMicrophone("headset");
+    EXPECT_TRUE(waitUntil([&] { return arrivals_ == 1; })) << arrivals_;
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    EXPECT_TRUE(becomes(true, "headset"));
+    // Changes of what is known are no arrivals.
+    set(false);
+    run({"pactl", "set-source-volume", "headset", "40%"});
+    const Recorder recorder(session_, "headset");
+    EXPECT_TRUE(recorder.hearsSound());
+    EXPECT_EQ(arrivals_, 1);
+    arrival_.reset();
+    addMicrophone("third");
+    EXPECT_TRUE(waitUntil([&] { return set(true).outcome.mutedCount == 3; }));
+    EXPECT_EQ(arrivals_, 1);
+}
+
+TEST_P(PulseMicrophonesTest, TakeTheLastOfManyCalls) {
+    startServer();
+    addMicrophone("mic");
+    connectTo(1);
+    std::vector<std::future<Answer>> answers;
+    for (int time = 0; time < 101; ++time) {
+        answers.push_back(begin(time % 2 == 0));
+    }
+    for (auto& answer : answers) {
+        ASSERT_EQ(answer.wait_for(support::patience), std::future_status::ready);
+        EXPECT_EQ(answer.get().outcome, (MuteOutcome{1, {}}));
+    }
+    EXPECT_TRUE(becomes(true, "mic"));
+    EXPECT_EQ(set(false).outcome.mutedCount, 1);
+    EXPECT_TRUE(becomes(false, "mic"));
+}
+
+TEST_P(PulseMicrophonesTest, AnswerAtOnceWithoutAServer) {
+    connect();
+    const auto answer = set(true);
+    EXPECT_EQ(answer.outcome, (MuteOutcome{0, {}}));
+    EXPECT_LT(answer.seconds, 1.0);
+}
+
+TEST_P(PulseMicrophonesTest, AnswerInTimeWhenTheServerHangsAndObeyInOrderWhenItWakes) {
+    startServer();
+    addMicrophone("mic");
+    connectTo(1);
+    session_.child("pulse")->signal(SIGSTOP);
+    auto first = begin(true);
+    auto second = begin(false);
+    auto third = begin(true);
+    for (auto* answer : {&first, &second, &third}) {
+        ASSERT_EQ(answer->wait_for(support::patience), std::future_status::ready);
+        const auto got = answer->get();
+        EXPECT_EQ(got.outcome.mutedCount, 0);
+        EXPECT_EQ(got.outcome.unmutable.size(), 1U);
+        EXPECT_LT(got.seconds, 2.0);
+    }
+    session_.child("pulse")->signal(SIGCONT);
+    EXPECT_TRUE(becomes(true, "mic"));
+    EXPECT_EQ(set(false).outcome.mutedCount, 1);
+    EXPECT_TRUE(becomes(false, "mic"));
+}
+
+TEST_P(PulseMicrophonesTest, AnswerInTimeWhenTheServerDiesAndTellWhenItIsBack) {
+    startServer();
+    addMicrophone("mic");
+    connectTo(1);
+    session_.child("pulse")->signal(SIGSTOP);
+    auto answer = begin(true);
+    session_.child("pulse")->signal(SIGKILL);
+    ASSERT_EQ(answer.wait_for(support::patience), std::future_status::ready);
+    const auto got = answer.get();
+    EXPECT_EQ(got.outcome.mutedCount, 0);
+    EXPECT_LT(got.seconds, 2.0);
+
+    session_.stop("pulse");
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{0, {}}));
+    EXPECT_EQ(arrivals_, 0);
+    startServerAgain();
+    if (isPulseAudio()) {
+        addMicrophone("mic");
+    }
+    ASSERT_TRUE(waitUntil([&] { return arrivals_ > 0; }));
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{1, {}}));
+    EXPECT_TRUE(becomes(true, "mic"));
+}
+
+// Where the mute outlives the server that was asked for it.
+class LastingMicrophonesTest : public PulseMicrophonesTest {};
+
+TEST_P(LastingMicrophonesTest, MakeUpForAnUnmuteThatNoServerTook) {
+    startServer();
+    addMicrophone("mic");
+    connectTo(1);
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{1, {}}));
+    session_.stop("pulse");
+    ASSERT_TRUE(waitUntil([&] { return set(false).outcome.mutedCount == 0; }));
+    startServerAgain();
+    EXPECT_TRUE(becomes(false, "mic"));
+}
+
+TEST_P(PulseMicrophonesTest, GoWhileAnAnswerIsDue) {
+    startServer();
+    addMicrophone("mic");
+    connectTo(1);
+    session_.child("pulse")->signal(SIGSTOP);
+    auto answer = begin(true);
+    microphones_.reset();
+    connection_.reset();
+    EXPECT_NE(answer.wait_for(std::chrono::seconds(0)), std::future_status::timeout)
+        << "the receiver is still held";
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, PulseMicrophonesTest,
+                         ::testing::Values(Server::pipeWire, Server::pulseAudio),
+                         ::testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Servers, LastingMicrophonesTest, ::testing::Values(Server::pipeWire),
+                         ::testing::PrintToStringParamName());
+
+} // namespace
+} // namespace velmoran
