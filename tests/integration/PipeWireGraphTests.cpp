@@ -403,6 +403,7 @@ TEST_F(PipeWireGraphWithServers, LeavesNothingBehindAfterHundredsOfClients) {
     const auto countOf = [](const char* folder) {
         return std::distance(std::filesystem::directory_iterator(folder), {});
     };
+    { const GraphWatcher first; } // what a process starts once and for all
     const auto before = countOf("/proc/self/fd");
     const auto threadsBefore = countOf("/proc/self/task");
     {

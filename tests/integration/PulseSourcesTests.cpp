@@ -60,6 +60,12 @@ protected:
         }
         return std::nullopt;
     }
+    /// What is pinned now, by object id.
+    decltype(testing::FakeNaming::pinned) pinned() {
+        decltype(testing::FakeNaming::pinned) result;
+        loop_.runAndWait([&] { result = naming_.pinned; });
+        return result;
+    }
     bool records(pid_t pid) {
         const auto process = processOf(pid);
         return process && process->isRunningInput;
@@ -80,10 +86,10 @@ TEST_F(PulseSourcesTest, TellWhoRecordsAndWhenThatEnds) {
     ASSERT_TRUE(waitUntil([&] { return records(pid); })) << session_.logs();
     const auto process = *processOf(pid);
     EXPECT_FALSE(process.isRunningOutput);
-    EXPECT_EQ(naming_.pinned[process.objectID].path, "/bin/" + std::to_string(pid));
+    EXPECT_EQ(pinned()[process.objectID].path, "/bin/" + std::to_string(pid));
     recorder.stop();
     EXPECT_TRUE(waitUntil([&] { return processes().empty(); }));
-    EXPECT_TRUE(naming_.pinned.empty());
+    EXPECT_TRUE(pinned().empty());
 }
 
 TEST_F(PulseSourcesTest, TakeARecordingOfWhatIsPlayedForNoMicrophone) {
@@ -176,7 +182,7 @@ TEST_F(PulseSourcesTest, LeaveNobodyBehindAfterManyShortClients) {
     ASSERT_TRUE(waitUntil([&] { return records(pid); }));
     recorder.stop();
     EXPECT_TRUE(waitUntil([&] { return processes().empty(); }));
-    EXPECT_TRUE(naming_.pinned.empty());
+    EXPECT_TRUE(pinned().empty());
 }
 
 } // namespace
