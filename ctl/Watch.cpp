@@ -85,7 +85,7 @@ private:
 
 int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
     QtSettingsFile settings;
-    setSystemWords(settings, Platform::linux);
+    setSystemWords(settings, thisPlatform());
     auto sounds = std::make_unique<TellingSounds>();
     auto& telling = *sounds;
     MachineOptions machineOptions;

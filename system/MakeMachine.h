@@ -21,4 +21,7 @@ struct MachineOptions {
 /// needs to run at all; a sound server isn't among that.
 std::unique_ptr<Machine> makeMachine(MachineOptions options = {});
 
+/// What that machine's platform is, known before it is made: words are needed first.
+Platform thisPlatform();
+
 } // namespace velmoran

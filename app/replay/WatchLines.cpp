@@ -37,7 +37,7 @@ WatchLines::WatchLines(AppModel& model, const Clock& clock, TimeOfDay timeOfDay,
     subscriptions_.push_back(model.historyUnavailable.subscribe([this](bool unavailable) {
         if (unavailable) {
             say(words().text("History can't be saved right now. Velmoran couldn't open its file "
-                             "on this computer."));
+                             "on this Mac."));
         }
     }));
 }

@@ -50,7 +50,7 @@ int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder
     }
     QtEventLoop loop;
     QtSettingsFile settings;
-    setSystemWords(settings, Platform::linux);
+    setSystemWords(settings, thisPlatform());
     MachineOptions options;
     options.sounds = std::make_unique<CanberraSounds>();
     if (!deviceFolder.isEmpty()) {

@@ -61,6 +61,10 @@ LinuxMachine::~LinuxMachine() {
     });
 }
 
+Platform thisPlatform() {
+    return Platform::linux;
+}
+
 std::unique_ptr<Machine> makeMachine(MachineOptions options) {
     return std::make_unique<LinuxMachine>(std::move(options));
 }

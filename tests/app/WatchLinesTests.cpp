@@ -93,7 +93,7 @@ TEST_F(WatchLinesTest, SaysThatThereIsNoHistory) {
     model->start();
     EXPECT_EQ(written, (std::vector<std::string>{
                            "09:30:00  History can't be saved right now. Velmoran couldn't open "
-                           "its file on this computer."}));
+                           "its file on this Mac."}));
 }
 
 TEST_F(WatchLinesTest, KeepsATerminalFromObeyingAName) {
