@@ -331,6 +331,16 @@ DesktopEntries::byFolderOf(const std::string& realPath) const {
     return {};
 }
 
+std::vector<std::string> DesktopEntries::foldersOf(const std::string& program) const {
+    std::vector<std::string> folders;
+    for (const auto& [folder, its] : programOfFolder_) {
+        if (its == program) {
+            folders.push_back(folder);
+        }
+    }
+    return folders;
+}
+
 const DesktopEntries::Found* DesktopEntries::byFlatpak(std::string_view id) const {
     const Found* found = byID(id);
     return found && found->entry.flatpak == id ? found : nullptr;

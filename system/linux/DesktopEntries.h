@@ -53,6 +53,8 @@ public:
     /// "/opt/app"), in the same order: for wrappers and helpers. Empty if several programs share
     /// the folder.
     std::vector<const Found*> byFolderOf(const std::string& realPath) const;
+    /// The folders of which `byFolderOf` gives that program's entries.
+    std::vector<std::string> foldersOf(const std::string& program) const;
     const Found* byFlatpak(std::string_view id) const;
     /// `app` is the snap's program, or empty for whichever comes first.
     const Found* bySnap(std::string_view snap, std::string_view app) const;

@@ -37,14 +37,6 @@ bool startsIgnoringCase(const std::string& text, const std::string& start) {
            });
 }
 
-/// Programs that draw or play on behalf of the app that started them.
-bool worksForItsParent(const std::string& executable) {
-    constexpr std::array<std::string_view, 5> helpers{"WebKitWebProcess", "WebKitNetworkProcess",
-                                                      "WebKitGPUProcess", "QtWebEngineProcess",
-                                                      "xdg-dbus-proxy"};
-    return std::find(helpers.begin(), helpers.end(), fileName(executable)) != helpers.end();
-}
-
 } // namespace
 
 LinuxAppNames::LinuxAppNames(LinuxPlaces places)
@@ -88,23 +80,31 @@ AppRef LinuxAppNames::identify(pid_t pid) {
     if (!start) {
         return unidentified(std::to_string(pid));
     }
-    std::optional<AppRef> app;
-    {
-        const std::lock_guard lock(mutex_);
-        entries_.refresh();
-        app = nameFlatpak(pid);
-        const auto executable = app ? std::nullopt : proc_.executable(pid);
-        if (executable) {
-            app = nameSnap(pid, *executable);
-        }
-        if (executable && !app) {
-            app = nameExecutable(pid, *executable);
-        }
-    }
+    auto app = look(pid);
     if (!app || proc_.startTicks(pid) != start) {
         return unidentified(std::to_string(pid));
     }
     return remember(std::move(*app));
+}
+
+std::optional<AppRef> LinuxAppNames::look(pid_t pid) {
+    const std::lock_guard lock(mutex_);
+    entries_.refresh();
+    if (auto app = nameFlatpak(pid)) {
+        return app;
+    }
+    const auto executable = proc_.executable(pid);
+    if (!executable) {
+        return std::nullopt;
+    }
+    auto app = nameSnap(pid, *executable);
+    return app ? app : nameExecutable(pid, *executable);
+}
+
+AppTraces LinuxAppNames::tracesOf(const std::string& id) {
+    const std::lock_guard lock(mutex_);
+    entries_.refresh();
+    return AppTraces::of(id, entries_, places_);
 }
 
 AppRef LinuxAppNames::unidentified(const std::string& key) {

@@ -1,6 +1,6 @@
 // Which app a process is, told so that nobody can pass for another: by what the kernel says of the
 // file that it runs, never by its own words. Owned by the machine. All calls on the monitor's
-// thread, but for `iconName`, which any thread may make.
+// thread, but for `iconName`, `look` and `tracesOf`, which any thread may make.
 //
 // An app's id is borrowed as easily as whoever grants it is fooled, so an id of a desktop entry is
 // given only where root stands behind both the entry and the program, a flatpak's only to a process
@@ -14,6 +14,7 @@
 #pragma once
 
 #include "system/Machine.h"
+#include "system/linux/AppTraces.h"
 #include "system/linux/DesktopEntries.h"
 #include "system/linux/LinuxPlaces.h"
 #include "system/linux/ProcFs.h"
@@ -39,6 +40,13 @@ public:
     AppRef unidentified(const std::string& key) override;
     void pin(std::uint32_t objectID, AppRef app) override;
     void unpin(std::uint32_t objectID) override;
+
+    /// Who the process is now, without remembering the answer: for whoever looks through many.
+    /// Nothing for one that can't be named. The caller sees to it that the process id isn't
+    /// another's meanwhile.
+    std::optional<AppRef> look(pid_t pid);
+    /// What each process of the app of that id shows at least.
+    AppTraces tracesOf(const std::string& id);
 
     /// The app's picture: a name of the icon theme or an absolute path.
     std::optional<std::string> iconName(const AppRef& app);
