@@ -131,7 +131,7 @@ UsageSession AppModel::warned(const UsageSession& session) {
     }
     const auto updated =
         engine_.update(session.id, [&](UsageSession& open) { open.warningLevel = level; });
-    const UsageSession result = updated.value_or(session);
+    UsageSession result = updated.value_or(session);
 
     // A card that has gone no longer collects sessions.
     std::set<Uuid> shown;

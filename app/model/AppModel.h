@@ -143,7 +143,7 @@ private:
     void askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep,
                   const std::function<void(BrowserAnswer)>& decide);
     void run(const Stopping& stopping, std::function<void()> retry);
-    void finishStop(const StopResult& result, std::function<void()> retry);
+    void finishStop(const StopResult& result, const std::function<void()>& retry);
     void startMuteKeeper(bool told);
     void muteMicrophones(bool muted, bool told);
     void addConnections(const std::vector<UsageSession>& sampled, Timestamp seen,

@@ -98,7 +98,7 @@ void AppModel::run(const Stopping& stopping, std::function<void()> retry) {
         });
 }
 
-void AppModel::finishStop(const StopResult& result, std::function<void()> retry) {
+void AppModel::finishStop(const StopResult& result, const std::function<void()>& retry) {
     isStopping.set(false);
     if (result.microphoneMuted == true) {
         settings.microphoneMuted.set(true);

@@ -10,7 +10,7 @@ namespace velmoran {
 namespace {
 
 std::optional<AppIdentity> appThatWasSeen(const AppModel& model, const std::string& id) {
-    if (const auto app = model.seenApp(id)) {
+    if (auto app = model.seenApp(id)) {
         return app;
     }
     for (const auto& session : *model.openSessions) {

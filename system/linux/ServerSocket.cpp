@@ -120,12 +120,9 @@ void ServerSocket::readFolder() {
             std::memcpy(&event, buffer.data() + at, sizeof event);
             if ((event.mask & IN_IGNORED) != 0) {
                 folderWatch_ = -1; // the folder itself has gone
-                isOurs = true;
-            } else if ((event.mask & IN_Q_OVERFLOW) != 0) {
-                isOurs = true;
-            } else if (event.len > 0 && name_ == buffer.data() + at + sizeof event) {
-                isOurs = true;
             }
+            isOurs = isOurs || (event.mask & (IN_IGNORED | IN_Q_OVERFLOW)) != 0 ||
+                     (event.len > 0 && name_ == buffer.data() + at + sizeof event);
             at += sizeof event + event.len;
         }
     }

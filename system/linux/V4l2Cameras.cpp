@@ -8,7 +8,7 @@
 namespace velmoran {
 
 V4l2Cameras::V4l2Cameras(EventLoop& loop, ProcessNaming& naming,
-                         std::function<bool(pid_t)> servesOthers, Places places)
+                         std::function<bool(pid_t)> servesOthers, const Places& places)
     : held_(NodeHolders(places.procRoot, ::getpid()), {loop, naming, std::move(servesOthers),
                                                        [this] {
                                                            update();

@@ -29,7 +29,7 @@ public:
     /// `servesOthers` is true for processes that hold cameras for their clients (the sound server):
     /// they use none themselves. Throws std::system_error without inotify.
     V4l2Cameras(EventLoop& loop, ProcessNaming& naming, std::function<bool(pid_t)> servesOthers,
-                Places places);
+                const Places& places);
 
     /// From memory. A device keeps its object id as long as the program runs.
     std::vector<CameraUse> cameras() const { return cameras_; }
