@@ -80,6 +80,9 @@ public:
     Event<bool, const MuteOutcome&> onMicrophonesMuted;
     /// A stop has tried to close an app; true if it is gone.
     Event<const AppIdentity&, bool> onAppClosed;
+    /// What was asked of `stopEverything` or `stop` is over, its card shown: with what the stop
+    /// did, or with nothing when the user didn't want it after all. Not for what was dropped.
+    Event<const std::optional<StopResult>&> onStopEnded;
     /// Peers were added to the open session with that id.
     Event<const Uuid&, const std::vector<ConnectionRecord>&> onConnections;
 
@@ -97,6 +100,8 @@ public:
     void stopEverything();
     /// The same for one app, whose use of the microphone decides about the mute.
     void stop(const AppIdentity& app);
+    /// A stop, or the question before it, is under way: another one would be dropped.
+    bool isBusyStopping() const { return *isStopping || isAsking_; }
     /// Ends the mute that a stop has left behind, and what keeps it up.
     void unmuteMicrophone();
 

@@ -9,12 +9,13 @@
 namespace velmoran {
 
 void AppModel::stopEverything() {
-    if (*isStopping || isAsking_) {
+    if (isBusyStopping()) {
         return;
     }
     const auto browsers = openBrowsers();
     askAbout(browsers, true, [this, browsers](BrowserAnswer answer) {
         if (answer == BrowserAnswer::cancel) {
+            onStopEnded(std::nullopt);
             return;
         }
         // What the user was not asked about isn't closed either: a browser may have come since.
@@ -35,7 +36,7 @@ void AppModel::stopEverything() {
 }
 
 void AppModel::stop(const AppIdentity& app) {
-    if (*isStopping || isAsking_) {
+    if (isBusyStopping()) {
         return;
     }
     std::vector<AppIdentity> browsers;
@@ -49,6 +50,8 @@ void AppModel::stop(const AppIdentity& app) {
                     panic_.stop(app, engine_.open(), std::move(done));
                 },
                 [this, app] { stop(app); });
+        } else {
+            onStopEnded(std::nullopt);
         }
     });
 }
@@ -126,6 +129,7 @@ void AppModel::finishStop(const StopResult& result, const std::function<void()>&
     // There is no window of the history to open yet: for now the card just goes.
     notices.show(
         stopResultItem(result, id, {.details = dismissed([] {}), .tryAgain = dismissed(retry)}));
+    onStopEnded(result);
 }
 
 // MARK: - The mute and its keeper
