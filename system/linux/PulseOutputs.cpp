@@ -3,6 +3,7 @@
 #include "core/text/Localizer.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include <pulse/proplist.h>
@@ -14,6 +15,9 @@ namespace {
 
 // What both servers call the sink that they make where there is no other.
 constexpr const char* noSink = "auto_null";
+// When the default is asked for again, after a sink has come or gone: what the server said about it
+// at that moment may be older than the choice, and it need not say so.
+constexpr std::array<Seconds, 2> secondLooks = {0.3, 1.2};
 
 std::string textOf(const pa_proplist* properties, const char* key) {
     const char* value = pa_proplist_gets(properties, key);
@@ -47,6 +51,7 @@ PulseOutputs::PulseOutputs(PulseConnection& connection, SerialQueue& queue)
 }
 
 PulseOutputs::~PulseOutputs() {
+    connection_.use([this](pa_context*) { endLooks(); });
     connection_.remove(*this);
     const std::lock_guard lock(shared_->mutex);
     shared_->onChange = nullptr;
@@ -109,6 +114,7 @@ void PulseOutputs::disconnected() {
     cards_.clear();
     defaultSink_.clear();
     unanswered_ = 0;
+    endLooks();
     publish();
 }
 
@@ -120,6 +126,8 @@ void PulseOutputs::changed(pa_context* context, pa_subscription_event_type_t eve
         (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_CHANGE) {
         // A default that was chosen before the sink was listed need not be announced again.
         askForDefault(context);
+        endLooks();
+        lookAgain(context);
     }
     if (facility == PA_SUBSCRIPTION_EVENT_SINK && isGone) {
         sinks_.erase(index);
@@ -144,6 +152,29 @@ void PulseOutputs::changed(pa_context* context, pa_subscription_event_type_t eve
             this));
     } else if (facility == PA_SUBSCRIPTION_EVENT_SERVER) {
         askForDefault(context);
+    }
+}
+
+void PulseOutputs::lookAgain(pa_context* context) {
+    context_ = context;
+    nextLook_ = connection_.alarm(
+        secondLooks[looks_++],
+        [](pa_mainloop_api* loop, pa_time_event* event, const timeval*, void* data) {
+            auto* self = static_cast<PulseOutputs*>(data);
+            loop->time_free(event);
+            self->nextLook_ = nullptr;
+            if (self->looks_ < secondLooks.size()) {
+                self->lookAgain(self->context_);
+            }
+            self->askForDefault(self->context_);
+        },
+        this);
+}
+
+void PulseOutputs::endLooks() {
+    looks_ = 0;
+    if (nextLook_) {
+        connection_.freeAlarm(std::exchange(nextLook_, nullptr));
     }
 }
 
@@ -207,7 +238,9 @@ std::uint32_t PulseOutputs::objectIDOf(const std::string& serverName) {
 
 void PulseOutputs::publish() {
     Answers answers;
+    bool isDefaultThere = false;
     for (const auto& [index, sink] : sinks_) {
+        isDefaultThere = isDefaultThere || sink.serverName == defaultSink_;
         if (sink.serverName.empty() || sink.serverName == noSink) {
             continue;
         }
@@ -232,6 +265,11 @@ void PulseOutputs::publish() {
     }
     {
         const std::lock_guard lock(shared_->mutex);
+        // The default has gone and the next one isn't chosen yet: that moment is no lack of
+        // outputs.
+        if (!isDefaultThere && nextLook_ && !answers.names.empty()) {
+            answers.current = shared_->answers.current;
+        }
         if (answers == shared_->answers) {
             return;
         }

@@ -6,6 +6,7 @@
 #include "system/linux/OutputKind.h"
 #include "system/linux/PulseConnection.h"
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -19,6 +20,7 @@ namespace velmoran {
 /// Answers come from memory and from any thread; `setMuted` waits for the server. A sink keeps its
 /// object id as long as the program runs, also over a restart of the server, by the server's name
 /// for it; no other sink ever gets it. Volumes are as people see them, 1 being 100 %, and no more.
+/// Where the default output has gone, it is the current one until the server has chosen another.
 /// The server's stand-in for a missing output ("auto_null") is no output.
 class PulseOutputs final : public OutputDevices, private PulseConnection::Listener {
 public:
@@ -69,6 +71,8 @@ private:
                  std::uint32_t index) override;
 
     void askForDefault(pa_context* context);
+    void lookAgain(pa_context* context);
+    void endLooks();
     void ask(pa_operation* question);
     void answered();
     void take(const pa_sink_info& info);
@@ -85,6 +89,9 @@ private:
     std::string defaultSink_;
     std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name
     int unanswered_ = 0;
+    pa_context* context_ = nullptr;
+    pa_time_event* nextLook_ = nullptr; ///< while it is being settled which sink is the default
+    std::size_t looks_ = 0;
 };
 
 } // namespace velmoran
