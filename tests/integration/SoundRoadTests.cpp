@@ -1,0 +1,297 @@
+// The running program with a real sound server: the mute that it keeps up, and the speakers that it
+// guards.
+#include "app/model/AppModel.h"
+#include "app/model/MemorySettings.h"
+#include "app/qtbase/QtEventLoop.h"
+#include "support/PrivateSession.h"
+#include "system/MakeMachine.h"
+
+#include <QCoreApplication>
+#include <csignal>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+namespace {
+
+using support::PrivateSession;
+
+/// The real loop, but nothing is ever repeated: what happens then, an event has brought about.
+class WithoutRepeats final : public Scheduler {
+public:
+    explicit WithoutRepeats(Scheduler& loop) : loop_(loop) {}
+    void post(std::function<void()> action) override { loop_.post(std::move(action)); }
+    Subscription after(Seconds delay, std::function<void()> action) override {
+        return loop_.after(delay, std::move(action));
+    }
+    Subscription every(Seconds, std::function<void()>) override {
+        return Subscription([] {});
+    }
+
+private:
+    Scheduler& loop_;
+};
+
+class SoundRoad : public ::testing::Test {
+protected:
+    SoundRoad() {
+        session_.startSound();
+        session_.enter();
+        std::filesystem::create_directories(session_.file("dev"));
+    }
+    ~SoundRoad() override {
+        if (model_) {
+            model_->stopMonitor();
+        }
+        model_.reset();
+        machine_.reset();
+    }
+
+    void start() { startWith(loop_); }
+    void startWithoutRepeats() { startWith(withoutRepeats_); }
+
+    bool becomes(const std::function<bool()>& condition, support::Bound bound = support::patience) {
+        return support::waitUntil(
+            [&] {
+                QCoreApplication::processEvents();
+                return condition();
+            },
+            bound);
+    }
+    bool isMuted(const std::string& kind, const std::string& name) {
+        return session_.run({"pactl", "get-" + kind + "-mute", name}).output == "Mute: yes\n";
+    }
+    void run(const std::vector<std::string>& arguments) {
+        const auto finished = session_.run(arguments);
+        EXPECT_TRUE(finished.succeeded()) << finished.errors;
+    }
+    void addSink(const std::string& name, const std::string& description,
+                 const std::string& properties) {
+        run({"pactl", "load-module", "module-null-sink", "sink_name=" + name,
+             "sink_properties='device.description=\"" + description + "\" " + properties + "'"});
+    }
+    /// Makes it the default and waits until the program knows. PipeWire's server sometimes keeps a
+    /// choice to itself that falls together with the arrival of a sink: then it is made again.
+    bool choose(const std::string& name, const std::string& description) {
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            run({"pactl", "set-default-sink", name});
+            if (outputBecomes(description, support::Bound{3000})) {
+                return true;
+            }
+            run({"pactl", "set-default-sink", "virtual-speaker"});
+        }
+        return false;
+    }
+    bool outputBecomes(const std::string& description, support::Bound bound = support::patience) {
+        return becomes(
+            [&] {
+                const auto& output = model_->snapshot->output;
+                return output && output->name == description;
+            },
+            bound);
+    }
+    const NoticeItem* card(const std::string& title) {
+        for (const auto& item : model_->notices.items()) {
+            if (item.title == title) {
+                return &item;
+            }
+        }
+        return nullptr;
+    }
+    std::string told() {
+        std::string all = session_.logs() + "\ncards:";
+        for (const auto& item : model_->notices.items()) {
+            all += "\n  " + item.title + " / " + item.message.value_or("");
+        }
+        const auto& output = model_->snapshot->output;
+        return all + "\noutput: " + (output ? output->name : "none") + '\n' +
+               session_.run({"pactl", "get-default-sink"}).output +
+               session_.run({"pactl", "list", "short", "sinks"}).output;
+    }
+
+    PrivateSession session_;
+    MemorySettings settings_;
+    std::unique_ptr<AppModel> model_;
+
+private:
+    void startWith(Scheduler& scheduler) {
+        machine_ = makeMachine({.sounds = nullptr, .deviceFolder = session_.file("dev")});
+        model_ = std::make_unique<AppModel>(ModelSurroundings{
+            .machine = *machine_,
+            .clock = loop_,
+            .scheduler = scheduler,
+            .settings = settings_,
+            .openHistory =
+                [this] {
+                    return std::make_shared<HistoryStore>(session_.home() / "History.store");
+                },
+        });
+        model_->start();
+    }
+
+    int count_ = 1;
+    char name_[16] = "sound-road";
+    char* arguments_[2] = {name_, nullptr};
+    QCoreApplication application_{count_, arguments_};
+    QtEventLoop loop_;
+    WithoutRepeats withoutRepeats_{loop_};
+    std::unique_ptr<Machine> machine_;
+};
+
+// MARK: - The mute
+
+TEST_F(SoundRoad, MutesWithOnePressUntilTheUserUnmutes) {
+    session_.addMicrophone("mic", "Mic");
+    startWithoutRepeats();
+    int count = -1;
+    const auto mutes = model_->onMicrophonesMuted.subscribe(
+        [&](bool, const MuteOutcome& outcome) { count = outcome.mutedCount; });
+    ASSERT_TRUE(becomes([&] {
+        model_->unmuteMicrophone();
+        return count == 1;
+    })) << told();
+    model_->stopEverything();
+    ASSERT_TRUE(becomes([&] { return !*model_->isStopping; }));
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    EXPECT_TRUE(settings_.boolean("microphoneMuted").value_or(false));
+    EXPECT_NE(card("Microphone muted. No app was using the camera or microphone."), nullptr)
+        << told();
+    model_->unmuteMicrophone();
+    EXPECT_TRUE(becomes([&] { return !isMuted("source", "mic"); })) << told();
+}
+
+TEST_F(SoundRoad, MutesAMicrophoneThatAppearsUnderAMute) {
+    session_.addMicrophone("mic", "Mic");
+    settings_.setBoolean("microphoneMuted", true);
+    startWithoutRepeats();
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    session_.addMicrophone("headset", "Headset");
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "headset"); })) << told();
+}
+
+TEST_F(SoundRoad, MutesAgainWhatAnotherProgramUnmutes) {
+    session_.addMicrophone("mic", "Mic");
+    settings_.setBoolean("microphoneMuted", true);
+    start();
+    ASSERT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    // What comes right after the mute is set right at once; this is what comes later.
+    ASSERT_TRUE(becomes([&] {
+        run({"pactl", "set-source-mute", "mic", "0"});
+        return !isMuted("source", "mic");
+    })) << told();
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    model_->unmuteMicrophone();
+    EXPECT_TRUE(becomes([&] { return !isMuted("source", "mic"); })) << told();
+}
+
+TEST_F(SoundRoad, SaysThatADyingServerMutedNothingAndMutesWhenItIsBack) {
+    session_.addMicrophone("mic", "Mic");
+    settings_.setBoolean("microphoneMuted", true);
+    startWithoutRepeats();
+    ASSERT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    session_.child("pulse")->signal(SIGSTOP);
+    model_->stopEverything();
+    session_.child("pulse")->signal(SIGKILL);
+    ASSERT_TRUE(becomes([&] { return !*model_->isStopping; }));
+    const auto* result = card("No app was using the camera or microphone.");
+    ASSERT_NE(result, nullptr) << told();
+    EXPECT_NE(result->message.value_or("").find("The microphone couldn't be muted."),
+              std::string::npos)
+        << result->message.value_or("");
+
+    // All of the sound server comes anew, with a microphone that knows of no mute.
+    for (const char* part : {"mic", "pulse", "wireplumber", "pipewire"}) {
+        session_.stop(part);
+    }
+    std::filesystem::remove_all(session_.home() / ".local/state/wireplumber");
+    session_.startPipeWire();
+    session_.startWirePlumber();
+    session_.startPulse();
+    session_.addMicrophone("mic", "Mic");
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+}
+
+// MARK: - The speakers
+
+class GuardedSpeakers : public SoundRoad {
+protected:
+    static constexpr const char* mutedTitle = "Headphones disconnected, so the speakers were muted";
+
+    GuardedSpeakers() {
+        addSink("speakers", "Laptop Speakers",
+                "device.bus=pci device.form_factor=internal priority.session=3000");
+    }
+    void listen(const std::string& headphones, const std::string& properties) {
+        settings_.setBoolean("speakerAutoMute", true);
+        start();
+        addSink("headphones", headphones, properties);
+        ASSERT_TRUE(choose("headphones", headphones)) << told();
+        ASSERT_EQ(model_->snapshot->output->kind, OutputDeviceInfo::Kind::headphones);
+    }
+    void takeHeadphonesAway() {
+        const auto modules = session_.run({"pactl", "list", "short", "modules"}).output;
+        const auto at = modules.find("sink_name=headphones");
+        ASSERT_NE(at, std::string::npos);
+        const auto line = modules.rfind('\n', at) + 1;
+        run({"pactl", "unload-module", modules.substr(line, modules.find('\t', line) - line)});
+        ASSERT_TRUE(outputBecomes("Laptop Speakers")) << told();
+    }
+};
+
+TEST_F(GuardedSpeakers, AreMutedWhenHeadphonesGoWhileAnAppPlays) {
+    settings_.setBoolean("monitorSpeakerUse", true);
+    listen("Buds", "device.bus=bluetooth");
+    session_.addMicrophone(); // for its file with the tone
+    // It plays there all the time, so that its use doesn't depend on how fast a stream is moved.
+    session_.start("player", {"paplay", "--device=speakers", session_.file("tone.wav")});
+    ASSERT_TRUE(becomes([&] { return model_->sessions(Device::speaker).size() == 1; })) << told();
+    takeHeadphonesAway();
+    ASSERT_NE(card(mutedTitle), nullptr) << told();
+    EXPECT_EQ(card(mutedTitle)->message, "pacat would have played out loud.");
+    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << told();
+
+    ASSERT_EQ(card(mutedTitle)->buttons.size(), 1U);
+    EXPECT_EQ(card(mutedTitle)->buttons[0].title, "Unmute speakers");
+    const auto unmute = card(mutedTitle)->buttons[0].action;
+    unmute();
+    EXPECT_EQ(card(mutedTitle), nullptr);
+    EXPECT_TRUE(becomes([&] { return !isMuted("sink", "speakers"); })) << told();
+}
+
+TEST_F(GuardedSpeakers, AreMutedWithNothingToNameWhenNobodyPlays) {
+    listen("Built-in Headphones", "device.bus=pci device.form_factor=internal");
+    takeHeadphonesAway();
+    ASSERT_NE(card(mutedTitle), nullptr) << told();
+    EXPECT_EQ(card(mutedTitle)->message, std::nullopt);
+    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << told();
+}
+
+TEST_F(GuardedSpeakers, AreLeftAloneWhenTheyArePickedByHand) {
+    listen("Buds", "device.bus=bluetooth");
+    ASSERT_TRUE(choose("speakers", "Laptop Speakers")) << told();
+    EXPECT_EQ(model_->snapshot->output->kind, OutputDeviceInfo::Kind::builtInSpeakers);
+    EXPECT_TRUE(model_->notices.items().empty()) << told();
+    EXPECT_FALSE(isMuted("sink", "speakers"));
+}
+
+TEST_F(GuardedSpeakers, AreLeftAloneWhenTheyAreSilentAlready) {
+    listen("Buds", "device.bus=bluetooth");
+    run({"pactl", "set-sink-mute", "speakers", "1"});
+    takeHeadphonesAway();
+    EXPECT_TRUE(model_->snapshot->output->isMuted);
+    EXPECT_TRUE(model_->notices.items().empty()) << told();
+}
+
+TEST_F(GuardedSpeakers, AreLeftAloneUnlessTheUserWantsThat) {
+    listen("Buds", "device.bus=bluetooth");
+    model_->settings.speakerAutoMute.set(false);
+    takeHeadphonesAway();
+    EXPECT_TRUE(model_->notices.items().empty()) << told();
+    EXPECT_FALSE(isMuted("sink", "speakers"));
+}
+
+} // namespace
+} // namespace velmoran
