@@ -28,7 +28,8 @@ def enter_session(*options):
         return
     subprocess.run([ROOT / "scripts/install-packages", "build", "run", "server", "test", "benchmark"],
                    check=True)
-    build("velmoran", "velmoranctl", "private-session", "window-watch", "hold-node")
+    build("velmoran", "velmoranctl", "private-session", "window-watch", "hold-node",
+          "silence-watch", "stop-press")
     os.execv(SESSION, [str(SESSION), *options, "--", "env", "VELMORAN_BENCHMARK=inside",
                        f"PRESET={BUILD.name}", sys.executable, *sys.argv])
 
