@@ -14,7 +14,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     pkg_check_modules(Udev REQUIRED IMPORTED_TARGET libudev)
     pkg_check_modules(GLib REQUIRED IMPORTED_TARGET glib-2.0)
     pkg_check_modules(Canberra REQUIRED IMPORTED_TARGET libcanberra)
-    pkg_check_modules(Xcb REQUIRED IMPORTED_TARGET xcb)
+    pkg_check_modules(Xcb REQUIRED IMPORTED_TARGET xcb xcb-shape)
 endif()
 
 if(VELMORAN_TESTS)

@@ -87,6 +87,10 @@ QPixmap symbolPixmap(const QString& name, const QColor& ink, int points, double 
         painter.setPen(QPen(ink, 3.6, Qt::SolidLine, Qt::RoundCap));
         painter.drawLine(QPointF(7, 7), QPointF(25, 25));
         painter.drawLine(QPointF(25, 7), QPointF(7, 25));
+    } else if (name == "stop.fill") {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(ink);
+        painter.drawRoundedRect(QRectF(2, 2, 28, 28), 6, 6);
     } else if (name == "app") {
         drawApp(painter);
     } else if (name == "camera") {

@@ -6,21 +6,14 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include <xcb/shape.h>
 #include <xcb/xcb.h>
 
 namespace velmoran {
 
 namespace {
-
-xcb_connection_t* connection() {
-    // Asked first: the native interface of another platform is no X11.
-    if (QGuiApplication::platformName() != "xcb") {
-        return nullptr;
-    }
-    const auto* native = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return native ? native->connection() : nullptr;
-}
 
 template <class Reply>
 std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
@@ -36,7 +29,7 @@ xcb_atom_t atom(xcb_connection_t* x, const std::string& name) {
 
 /// None on another platform too.
 xcb_window_t ownerOf(const std::string& selection) {
-    auto* x = connection();
+    auto* x = x11Connection();
     if (!x) {
         return XCB_WINDOW_NONE;
     }
@@ -49,8 +42,17 @@ constexpr const char* traySelection = "_NET_SYSTEM_TRAY_S0";
 
 } // namespace
 
+xcb_connection_t* x11Connection() {
+    // Asked first: the native interface of another platform is no X11.
+    if (QGuiApplication::platformName() != "xcb") {
+        return nullptr;
+    }
+    const auto* native = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return native ? native->connection() : nullptr;
+}
+
 bool hasCompositor() {
-    return !connection() || ownerOf("_NET_WM_CM_S0") != XCB_WINDOW_NONE;
+    return !x11Connection() || ownerOf("_NET_WM_CM_S0") != XCB_WINDOW_NONE;
 }
 
 bool hasXembedTray() {
@@ -62,7 +64,7 @@ std::optional<QColor> xembedTrayForeground() {
     if (tray == XCB_WINDOW_NONE) {
         return std::nullopt;
     }
-    auto* x = connection();
+    auto* x = x11Connection();
     const auto cookie =
         xcb_get_property(x, 0, tray, atom(x, "_NET_SYSTEM_TRAY_COLORS"), XCB_ATOM_CARDINAL, 0, 12);
     const auto reply = owned(xcb_get_property_reply(x, cookie, nullptr));
@@ -77,7 +79,7 @@ std::optional<QColor> xembedTrayForeground() {
 }
 
 void setOnAllDesktops(QWidget& window) {
-    auto* x = connection();
+    auto* x = x11Connection();
     if (!x || !window.internalWinId()) {
         return;
     }
@@ -86,6 +88,33 @@ void setOnAllDesktops(QWidget& window) {
     // Read by the window manager when it maps the window; once it is mapped, it wants a message.
     xcb_change_property(x, XCB_PROP_MODE_REPLACE, id, atom(x, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL,
                         32, 1, &all);
+}
+
+void setInputShape(QWidget& window, const QRegion& shape) {
+    auto* x = x11Connection();
+    if (!x || !window.internalWinId()) {
+        return;
+    }
+    const auto extension = xcb_get_extension_data(x, &xcb_shape_id);
+    if (!extension || !extension->present) {
+        return;
+    }
+    const double scale = window.devicePixelRatioF();
+    const auto pixels = [scale](int points) {
+        return static_cast<int>(std::lround(points * scale));
+    };
+    std::vector<xcb_rectangle_t> rectangles;
+    for (const auto& part : shape) {
+        const int left = pixels(part.x());
+        const int top = pixels(part.y());
+        rectangles.push_back({static_cast<std::int16_t>(left), static_cast<std::int16_t>(top),
+                              static_cast<std::uint16_t>(pixels(part.x() + part.width()) - left),
+                              static_cast<std::uint16_t>(pixels(part.y() + part.height()) - top)});
+    }
+    xcb_shape_rectangles(x, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
+                         static_cast<xcb_window_t>(window.internalWinId()), 0, 0,
+                         static_cast<std::uint32_t>(rectangles.size()), rectangles.data());
+    xcb_flush(x);
 }
 
 QRegion roundedRegion(const QRect& rectangle, int radius) {

@@ -7,7 +7,12 @@
 #include <QWidget>
 #include <optional>
 
+struct xcb_connection_t;
+
 namespace velmoran {
+
+/// Qt's own connection to the X server; null where the windows aren't X11's.
+xcb_connection_t* x11Connection();
 
 /// Whether translucent windows are blended; without that they are black where nothing is drawn.
 bool hasCompositor();
@@ -18,6 +23,9 @@ bool hasXembedTray();
 std::optional<QColor> xembedTrayForeground();
 /// The window shows on every desktop. It must have been created.
 void setOnAllDesktops(QWidget& window);
+/// The window takes the mouse there only; elsewhere it goes to what is below. `shape` is in points
+/// of the window, which must have been created.
+void setInputShape(QWidget& window, const QRegion& shape);
 /// A rectangle with round corners, as a mask has them.
 QRegion roundedRegion(const QRect& rectangle, int radius);
 

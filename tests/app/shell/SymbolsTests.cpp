@@ -14,6 +14,7 @@ TEST(Symbols, AreAllDifferentPictures) {
                            "exclamationmark.circle",
                            "speaker.wave.2",
                            "speaker.slash",
+                           "stop.fill",
                            "xmark",
                            "app",
                            "camera",

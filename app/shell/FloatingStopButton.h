@@ -1,0 +1,56 @@
+// The floating stop button: on the screen exactly while camera or microphone is on, if the user
+// wants it. Decides when it is there, what it says and where; the panel shows it. Owned by the
+// application delegate; main thread.
+#pragma once
+
+#include "app/model/AppModel.h"
+#include "app/shell/FloatingPanel.h"
+#include "app/shell/FloatingStopPlacing.h"
+
+#include <QObject>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+class FloatingStopButton final : public QObject {
+public:
+    /// Both outlive the button. `press` is what a click does.
+    FloatingStopButton(AppModel& model, Scheduler& scheduler, std::function<void()> press);
+    ~FloatingStopButton() override;
+
+    bool visible() const { return visible_; }
+    bool expanded() const { return expanded_; }
+    /// Null until it has been shown once; kept from then on.
+    FloatingPanel* panel() const { return panel_.get(); }
+    /// What the button says; empty while nothing is on.
+    static std::string label(const SystemSnapshot& snapshot);
+
+    static constexpr Seconds labelTime = 4.0;      ///< after it came
+    static constexpr Seconds labelTimeAfter = 0.8; ///< after the mouse has left it
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void refresh();
+    void layOut();
+    void startLabelTimer(Seconds seconds);
+    void hover(bool inside);
+    void savePlace();
+    void makePanel();
+    static std::vector<ScreenArea> screens();
+
+    AppModel& model_;
+    Scheduler& scheduler_;
+    std::function<void()> press_;
+    std::unique_ptr<FloatingPanel> panel_;
+    bool visible_ = false;
+    bool expanded_ = false;
+    bool hovering_ = false;
+    Subscription collapse_; ///< the label's pending fold
+    std::vector<Subscription> watching_;
+};
+
+} // namespace velmoran
