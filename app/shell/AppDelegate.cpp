@@ -15,12 +15,20 @@ AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::didFinishLaunching() {
     statusItem_ = std::make_unique<StatusItemController>(
-        model_, around_.clock, picture_, StatusItemController::Actions{.quit = quit_});
+        model_, around_.clock, picture_,
+        StatusItemController::Actions{.stopEverything = [this] { stopEverything(); },
+                                      .quit = quit_});
+    floatingStop_ = std::make_unique<FloatingStopButton>(model_, around_.scheduler,
+                                                         [this] { stopEverything(); });
     model_.start();
 }
 
 void AppDelegate::willTerminate() {
     model_.stopMonitor();
+}
+
+void AppDelegate::stopEverything() {
+    model_.stopEverything();
 }
 
 void AppDelegate::reopen() {

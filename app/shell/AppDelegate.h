@@ -1,8 +1,9 @@
-// Owns the running program and brings it up in order: the status item first, then the model. One
-// per program, made by `main`; main thread.
+// Owns the running program and brings it up in order: what is on the screen first, then the model.
+// One per program, made by `main`; main thread.
 #pragma once
 
 #include "app/model/AppModel.h"
+#include "app/shell/FloatingStopButton.h"
 #include "app/shell/StatusItemController.h"
 
 #include <functional>
@@ -22,9 +23,13 @@ public:
     /// Somebody started the program a second time.
     void reopen();
 
+    /// What the menu, the floating button and the shortcut do.
+    void stopEverything();
+
     AppModel& model() { return model_; }
     /// Null before the launch.
     StatusItemController* statusItem() const { return statusItem_.get(); }
+    FloatingStopButton* floatingStop() const { return floatingStop_.get(); }
 
 private:
     ModelSurroundings around_;
@@ -32,6 +37,7 @@ private:
     std::function<void()> quit_;
     AppModel model_;
     std::unique_ptr<StatusItemController> statusItem_;
+    std::unique_ptr<FloatingStopButton> floatingStop_;
 };
 
 } // namespace velmoran

@@ -5,6 +5,7 @@
 #include "core/warnings/DeviceWording.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace velmoran {
 
@@ -37,27 +38,32 @@ std::string inOneLine(std::string name) {
 
 } // namespace
 
-NoticeItem currentUseItem(const std::vector<UsageSession>& open, const SystemSnapshot& snapshot,
-                          bool historyUnavailable, Timestamp now) {
+NoticeItem currentUseItem(const CurrentUse& use, Timestamp now, std::function<void()> unmute) {
     NoticeItem item;
     item.id = Uuid::random();
-    item.symbol = snapshot.cameraOn ? "camera" : "microphone";
-    item.title = title(snapshot);
+    item.symbol = use.snapshot.cameraOn ? "camera" : "microphone";
+    item.title = title(use.snapshot);
     std::string lines;
-    for (const auto& session : open) {
-        if (session.device == Device::speaker) {
-            continue;
+    const auto add = [&lines](const std::string& line) {
+        lines += (lines.empty() ? "" : "\n") + line;
+    };
+    for (const auto& session : use.open) {
+        if (session.device != Device::speaker) {
+            add(words().text("%1$@ uses %2$@ (%3$@)",
+                             {inOneLine(session.app.name), DeviceWording::the({session.device}),
+                              DurationFormat::text(session.duration(now))}));
         }
-        lines += (lines.empty() ? "" : "\n") +
-                 words().text("%1$@ uses %2$@ (%3$@)",
-                              {inOneLine(session.app.name), DeviceWording::the({session.device}),
-                               DurationFormat::text(session.duration(now))});
     }
-    if (historyUnavailable) {
-        lines +=
-            (lines.empty() ? "" : "\n") +
-            words().text("History can't be saved right now. Velmoran couldn't open its file on "
-                         "this Mac.");
+    if (use.microphoneMuted) {
+        add(words().text("The microphone has been muted since a stop."));
+        NoticeButton button;
+        button.title = words().text("Unmute microphone");
+        button.action = std::move(unmute);
+        item.buttons.push_back(std::move(button));
+    }
+    if (use.historyUnavailable) {
+        add(words().text("History can't be saved right now. Velmoran couldn't open its file on "
+                         "this Mac."));
     }
     if (!lines.empty()) {
         item.message = lines;

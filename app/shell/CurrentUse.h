@@ -7,13 +7,20 @@
 #include "core/records/SystemSnapshot.h"
 #include "core/records/UsageSession.h"
 
+#include <functional>
 #include <vector>
 
 namespace velmoran {
 
+struct CurrentUse {
+    std::vector<UsageSession> open = {};
+    SystemSnapshot snapshot = {};
+    bool historyUnavailable = false; ///< nobody is being warned, and the card says why
+    bool microphoneMuted = false;    ///< by a stop: the card says so and offers to end it
+};
+
 /// One line for each open session on camera or microphone, with how long it has been going on.
-/// `historyUnavailable` says that nobody is being warned, and why.
-NoticeItem currentUseItem(const std::vector<UsageSession>& open, const SystemSnapshot& snapshot,
-                          bool historyUnavailable, Timestamp now);
+/// `unmute` is what the button does that is there while the microphone is muted.
+NoticeItem currentUseItem(const CurrentUse& use, Timestamp now, std::function<void()> unmute);
 
 } // namespace velmoran

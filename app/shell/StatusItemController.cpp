@@ -27,9 +27,7 @@ StatusItemController::StatusItemController(AppModel& model, const Clock& clock, 
       clock_(clock),
       noticePanel_(
           model.notices, [this] { return anchor(); }, std::move(picture)) {
-    menu_.addAction(qt(words().text("What is on now")), this, [this] { showCards(); });
-    menu_.addSeparator();
-    menu_.addAction(qt(words().text("Quit Velmoran")), this, std::move(actions.quit));
+    makeMenu(std::move(actions));
     qApp->installEventFilter(this);
     modelChanges_ = model_.onChange.subscribe([this] { refreshIcon(); });
     arrival_ = std::make_unique<TrayArrival>([this](TrayArrival::Outcome outcome) {
@@ -44,6 +42,25 @@ StatusItemController::StatusItemController(AppModel& model, const Clock& clock, 
 }
 
 StatusItemController::~StatusItemController() = default;
+
+void StatusItemController::makeMenu(Actions actions) {
+    menu_.addAction(qt(words().text("What is on now")), this, [this] { showCards(); });
+    stop_ = menu_.addAction(qt(words().text("Stop camera and microphone")), this,
+                            std::move(actions.stopEverything));
+    unmute_ = menu_.addAction(qt(words().text("Unmute microphone")), this,
+                              [this] { model_.unmuteMicrophone(); });
+    menu_.addSeparator();
+    menu_.addAction(qt(words().text("Quit Velmoran")), this, std::move(actions.quit));
+    stopping_ = model_.isStopping.subscribe([this](bool) { refreshMenu(); });
+    muting_ = model_.settings.microphoneMuted.subscribe([this](bool) { refreshMenu(); });
+    refreshMenu();
+}
+
+void StatusItemController::refreshMenu() {
+    // Also while nothing is on: it mutes the microphones, before anybody turns one on.
+    stop_->setEnabled(!*model_.isStopping);
+    unmute_->setVisible(*model_.settings.microphoneMuted);
+}
 
 void StatusItemController::dock() {
     if (item_) {
@@ -100,8 +117,16 @@ void StatusItemController::showCards() {
         noticePanel_.raise();
         return;
     }
-    auto item = currentUseItem(*model_.openSessions, *model_.snapshot, *model_.historyUnavailable,
-                               clock_.now());
+    auto item = currentUseItem({.open = *model_.openSessions,
+                                .snapshot = *model_.snapshot,
+                                .historyUnavailable = *model_.historyUnavailable,
+                                .microphoneMuted = *model_.settings.microphoneMuted},
+                               clock_.now(), [this] {
+                                   if (currentUse_) {
+                                       model_.notices.dismiss(*currentUse_);
+                                   }
+                                   model_.unmuteMicrophone();
+                               });
     currentUse_ = item.id;
     model_.notices.show(std::move(item));
 }

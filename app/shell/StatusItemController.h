@@ -18,6 +18,7 @@ namespace velmoran {
 class StatusItemController final : public QObject {
 public:
     struct Actions {
+        std::function<void()> stopEverything;
         std::function<void()> quit;
     };
 
@@ -41,6 +42,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void makeMenu(Actions actions);
+    void refreshMenu();
     void refreshIcon();
     void redrawIcon();
     std::optional<QRect> anchor() const;
@@ -48,12 +51,16 @@ private:
     AppModel& model_;
     const Clock& clock_;
     QMenu menu_;
+    QAction* stop_ = nullptr;
+    QAction* unmute_ = nullptr;             ///< there while a stop's mute is in force
     std::unique_ptr<QSystemTrayIcon> item_; ///< its making is what binds Qt to a kind of tray
     std::optional<QPoint> lastClick_;
     std::optional<Uuid> currentUse_; ///< the card of `showCards`
     std::optional<StatusIconState> shown_;
     NoticePanelController noticePanel_;
     Subscription modelChanges_;
+    Subscription stopping_;
+    Subscription muting_;
     std::unique_ptr<TrayArrival> arrival_;
 };
 

@@ -15,8 +15,12 @@ SystemSnapshot on(bool camera, bool microphone) {
     return snapshot;
 }
 
+NoticeItem currentUseItem(CurrentUse use, Timestamp now) {
+    return velmoran::currentUseItem(use, now, [] {});
+}
+
 TEST(CurrentUse, SaysWhenNothingIsOn) {
-    const auto item = currentUseItem({}, on(false, false), false, start);
+    const auto item = currentUseItem({.snapshot = on(false, false)}, start);
     EXPECT_EQ(item.title, "Camera and microphone are off");
     EXPECT_EQ(item.message, std::nullopt);
     EXPECT_FALSE(item.isStrong);
@@ -24,36 +28,53 @@ TEST(CurrentUse, SaysWhenNothingIsOn) {
 }
 
 TEST(CurrentUse, SaysWhatIsOnAndWhoUsesItForHowLong) {
-    const auto item = currentUseItem({sessionOf(app("zoom"), Device::camera, start),
-                                      sessionOf(app("meet"), Device::microphone, start + 60)},
-                                     on(true, true), false, start + 125);
+    const auto item =
+        currentUseItem({.open = {sessionOf(app("zoom"), Device::camera, start),
+                                 sessionOf(app("meet"), Device::microphone, start + 60)},
+                        .snapshot = on(true, true)},
+                       start + 125);
     EXPECT_EQ(item.title, "Camera and microphone are in use");
     EXPECT_EQ(item.message, "Name of zoom uses the camera (2 min)\n"
                             "Name of meet uses the microphone (1 min)");
 }
 
 TEST(CurrentUse, TellsTheTwoDevicesApart) {
-    EXPECT_EQ(currentUseItem({}, on(true, false), false, start).title, "The camera is in use");
-    EXPECT_EQ(currentUseItem({}, on(false, true), false, start).title, "The microphone is in use");
+    EXPECT_EQ(currentUseItem({.snapshot = on(true, false)}, start).title, "The camera is in use");
+    EXPECT_EQ(currentUseItem({.snapshot = on(false, true)}, start).title,
+              "The microphone is in use");
 }
 
 TEST(CurrentUse, LeavesTheSpeakerOut) {
-    const auto item = currentUseItem({sessionOf(app("music"), Device::speaker, start)},
-                                     on(false, false), false, start);
+    const auto item = currentUseItem(
+        {.open = {sessionOf(app("music"), Device::speaker, start)}, .snapshot = on(false, false)},
+        start);
     EXPECT_EQ(item.message, std::nullopt);
 }
 
 TEST(CurrentUse, SaysThatTheHistoryIsUnavailable) {
-    const auto item = currentUseItem({}, on(false, false), true, start);
+    const auto item =
+        currentUseItem({.snapshot = on(false, false), .historyUnavailable = true}, start);
     ASSERT_TRUE(item.message);
     EXPECT_NE(item.message->find("History can't be saved right now."), std::string::npos);
+}
+
+TEST(CurrentUse, OffersToUnmuteOnlyWhileAMuteIsInForce) {
+    int unmuted = 0;
+    const auto item = velmoran::currentUseItem(
+        {.snapshot = on(false, true), .microphoneMuted = true}, start, [&] { ++unmuted; });
+    EXPECT_EQ(item.message, "The microphone has been muted since a stop.");
+    ASSERT_EQ(item.buttons.size(), 1U);
+    EXPECT_EQ(item.buttons.front().title, "Unmute microphone");
+    item.buttons.front().action();
+    EXPECT_EQ(unmuted, 1);
+    EXPECT_TRUE(currentUseItem({.snapshot = on(false, true)}, start).buttons.empty());
 }
 
 TEST(CurrentUse, ANameCannotAddALine) {
     auto user = app("x");
     user.name = "One\nTwo uses the camera";
-    const auto item =
-        currentUseItem({sessionOf(user, Device::camera, start)}, on(true, false), false, start);
+    const auto item = currentUseItem(
+        {.open = {sessionOf(user, Device::camera, start)}, .snapshot = on(true, false)}, start);
     EXPECT_EQ(item.message, "One Two uses the camera uses the camera (0 s)");
 }
 

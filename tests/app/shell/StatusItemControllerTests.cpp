@@ -16,20 +16,41 @@ SystemSnapshot recordedBy(const std::string& name) {
 }
 
 struct StatusItem : testing::ModelFixture {
+    int stops = 0;
     int quits = 0;
     std::unique_ptr<StatusItemController> item;
 
     void SetUp() override {
         launchWatching();
-        item = std::make_unique<StatusItemController>(*model, time, AppPicture(),
-                                                      StatusItemController::Actions{.quit = [this] {
-                                                          ++quits;
-                                                      }});
+        item = std::make_unique<StatusItemController>(
+            *model, time, AppPicture(),
+            StatusItemController::Actions{.stopEverything = [this] { ++stops; },
+                                          .quit =
+                                              [this] {
+                                                  ++quits;
+                                              }});
         item->dock();
     }
 
     std::string toolTip() const { return item->item()->toolTip().toStdString(); }
     const QWidget& panel() const { return item->noticePanel().panel(); }
+    std::vector<std::string> menu() const {
+        std::vector<std::string> titles;
+        for (const auto* action : item->item()->contextMenu()->actions()) {
+            if (action->isVisible()) {
+                titles.push_back(action->isSeparator() ? "-" : action->text().toStdString());
+            }
+        }
+        return titles;
+    }
+    QAction* entry(const std::string& title) const {
+        for (auto* action : item->item()->contextMenu()->actions()) {
+            if (action->text().toStdString() == title) {
+                return action;
+            }
+        }
+        throw std::runtime_error("no entry " + title);
+    }
 };
 
 TEST_F(StatusItem, SaysWhatIsOn) {
@@ -88,23 +109,51 @@ TEST_F(StatusItem, ASecondStartShowsItselfHoweverOftenItComes) {
 }
 
 TEST_F(StatusItem, HasAMenuInWhichEverythingWorks) {
-    std::vector<std::string> titles;
-    for (const auto* action : item->item()->contextMenu()->actions()) {
-        titles.push_back(action->isSeparator() ? "-" : action->text().toStdString());
-        EXPECT_TRUE(action->isEnabled());
-    }
-    EXPECT_THAT(titles, ElementsAre("What is on now", "-", "Quit Velmoran"));
-    item->item()->contextMenu()->actions().front()->trigger();
+    EXPECT_THAT(menu(),
+                ElementsAre("What is on now", "Stop camera and microphone", "-", "Quit Velmoran"));
+    EXPECT_TRUE(entry("Stop camera and microphone")->isEnabled());
+    entry("What is on now")->trigger();
     EXPECT_TRUE(panel().isVisible());
+    EXPECT_EQ(stops, 0);
+    entry("Stop camera and microphone")->trigger();
+    EXPECT_EQ(stops, 1);
     EXPECT_EQ(quits, 0);
-    item->item()->contextMenu()->actions().back()->trigger();
+    entry("Quit Velmoran")->trigger();
     EXPECT_EQ(quits, 1);
+}
+
+TEST_F(StatusItem, OffersToUnmuteWhileAMuteIsInForce) {
+    model->settings.microphoneMuted.set(true);
+    EXPECT_THAT(menu(), ElementsAre("What is on now", "Stop camera and microphone",
+                                    "Unmute microphone", "-", "Quit Velmoran"));
+    entry("Unmute microphone")->trigger();
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    EXPECT_THAT(menu(),
+                ElementsAre("What is on now", "Stop camera and microphone", "-", "Quit Velmoran"));
+}
+
+TEST_F(StatusItem, TheCardThatTellsWhatIsOnUnmutesAndGoes) {
+    model->settings.microphoneMuted.set(true);
+    item->showCards();
+    press("Unmute microphone");
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    EXPECT_THAT(model->notices.items(), SizeIs(0));
+}
+
+TEST_F(StatusItem, CannotStopWhileAStopIsUnderWay) {
+    receive(recordedBy("Zoom"));
+    auto* stop = entry("Stop camera and microphone");
+    model->stopEverything();
+    EXPECT_FALSE(stop->isEnabled());
+    time.advanceBy(10);
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_TRUE(stop->isEnabled());
 }
 
 TEST_F(StatusItem, ShowsCardsBeforeThereIsATray) {
     item.reset();
     item = std::make_unique<StatusItemController>(*model, time, AppPicture(),
-                                                  StatusItemController::Actions{.quit = {}});
+                                                  StatusItemController::Actions{});
     ASSERT_EQ(item->item(), nullptr);
     receive(recordedBy("Zoom"));
     EXPECT_TRUE(panel().isVisible());
