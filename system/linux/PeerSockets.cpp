@@ -1,36 +1,17 @@
 #include "system/linux/PeerSockets.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <cstring>
 
-#include <linux/netlink.h>
 #include <linux/rtnetlink.h>
-#include <linux/sock_diag.h>
 #include <linux/unix_diag.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace velmoran {
 
 namespace {
-
-template <typename Value>
-std::optional<Value> valueAt(const std::byte* bytes, std::size_t size) {
-    if (size < sizeof(Value)) {
-        return std::nullopt;
-    }
-    Value value;
-    std::memcpy(&value, bytes, sizeof value);
-    return value;
-}
-
-constexpr std::size_t aligned(std::size_t size) {
-    return (size + 3U) & ~std::size_t{3};
-}
 
 void addConnection(const std::byte* bytes, std::size_t size, std::vector<UnixConnection>& to) {
     const auto message = valueAt<unix_diag_msg>(bytes, size);
@@ -39,7 +20,7 @@ void addConnection(const std::byte* bytes, std::size_t size, std::vector<UnixCon
     }
     UnixConnection connection;
     connection.serverEnd = message->udiag_ino;
-    for (std::size_t at = aligned(sizeof *message); at < size;) {
+    for (std::size_t at = netlinkAligned(sizeof *message); at < size;) {
         const auto attribute = valueAt<rtattr>(bytes + at, size - at);
         if (!attribute || attribute->rta_len < sizeof *attribute ||
             attribute->rta_len > size - at) {
@@ -56,7 +37,7 @@ void addConnection(const std::byte* bytes, std::size_t size, std::vector<UnixCon
         } else if (attribute->rta_type == UNIX_DIAG_PEER) {
             connection.clientEnd = valueAt<std::uint32_t>(payload, length).value_or(0);
         }
-        at += aligned(attribute->rta_len);
+        at += netlinkAligned(attribute->rta_len);
     }
     if (!connection.name.empty() && connection.clientEnd != 0) {
         to.push_back(std::move(connection));
@@ -95,59 +76,23 @@ std::optional<pid_t> parseInnerPid(std::string_view status) {
 
 bool parseUnixDump(const std::byte* bytes, std::size_t size,
                    std::vector<UnixConnection>& connections) {
-    while (size > 0) {
-        const auto header = valueAt<nlmsghdr>(bytes, size);
-        if (!header || header->nlmsg_len < sizeof *header || header->nlmsg_len > size ||
-            header->nlmsg_type == NLMSG_DONE || header->nlmsg_type == NLMSG_ERROR) {
-            return false;
-        }
-        if (header->nlmsg_type == SOCK_DIAG_BY_FAMILY) {
-            addConnection(bytes + sizeof *header, header->nlmsg_len - sizeof *header, connections);
-        }
-        const auto step = std::min(aligned(header->nlmsg_len), size);
-        bytes += step;
-        size -= step;
-    }
-    return true;
+    return walkDiagMessages(bytes, size, [&](const std::byte* message, std::size_t length) {
+        addConnection(message, length, connections);
+    });
 }
 
-PeerSockets::PeerSockets(ProcFs proc)
-    : proc_(std::move(proc)),
-      netlink_(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG)) {
-    // The kernel answers while the request is being sent; the bound is for one that never does.
-    timeval bound{};
-    bound.tv_usec = 200'000;
-    ::setsockopt(netlink_, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
-}
-
-PeerSockets::~PeerSockets() {
-    if (netlink_ >= 0) {
-        ::close(netlink_);
-    }
-}
+PeerSockets::PeerSockets(ProcFs proc) : proc_(std::move(proc)) {}
 
 std::vector<UnixConnection> PeerSockets::connections() {
     std::vector<UnixConnection> found;
-    struct {
-        nlmsghdr header;
-        unix_diag_req request;
-    } question{};
-    question.header.nlmsg_len = sizeof question;
-    question.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
-    question.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
-    question.request.sdiag_family = AF_UNIX;
-    question.request.udiag_states = 1U << TCP_ESTABLISHED;
-    question.request.udiag_show = UDIAG_SHOW_NAME | UDIAG_SHOW_PEER;
-    if (::send(netlink_, &question, sizeof question, 0) != sizeof question) {
-        return found;
-    }
-    alignas(nlmsghdr) std::array<std::byte, 32768> answer;
-    for (;;) {
-        const auto size = ::recv(netlink_, answer.data(), answer.size(), 0);
-        if (size <= 0 || !parseUnixDump(answer.data(), static_cast<std::size_t>(size), found)) {
-            return found;
-        }
-    }
+    unix_diag_req request{};
+    request.sdiag_family = AF_UNIX;
+    request.udiag_states = 1U << TCP_ESTABLISHED;
+    request.udiag_show = UDIAG_SHOW_NAME | UDIAG_SHOW_PEER;
+    diag_.dump(request, [&](const std::byte* bytes, std::size_t size) {
+        return parseUnixDump(bytes, size, found);
+    });
+    return found;
 }
 
 std::vector<std::uint64_t> PeerSockets::socketsOf(pid_t pid) {

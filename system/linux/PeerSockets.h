@@ -5,6 +5,7 @@
 
 #include "system/linux/ConnectionFacts.h"
 #include "system/linux/ProcFs.h"
+#include "system/linux/SocketDiag.h"
 
 #include <cstddef>
 #include <string_view>
@@ -14,9 +15,6 @@ namespace velmoran {
 class PeerSockets : public ConnectionFacts {
 public:
     explicit PeerSockets(ProcFs proc = ProcFs());
-    ~PeerSockets() override;
-    PeerSockets(const PeerSockets&) = delete;
-    PeerSockets& operator=(const PeerSockets&) = delete;
 
     std::vector<UnixConnection> connections() override;
     std::vector<std::uint64_t> socketsOf(pid_t pid) override;
@@ -28,7 +26,7 @@ public:
 
 private:
     ProcFs proc_;
-    int netlink_ = -1;
+    SocketDiag diag_;
 };
 
 /// The inode in "socket:[4711]"; nothing for any other text.
