@@ -11,12 +11,7 @@ struct NoSounds final : Sounds {
     void playWarning() override {}
 };
 
-// Nothing is closed or looked up yet; what asks is told so by the empty answer.
-struct NoConnections final : Connections {
-    void ofApps(std::vector<AppIdentity>, std::function<void(const Found&)> done) override {
-        done({});
-    }
-};
+// Nothing is closed yet; what asks is told so by the empty answer.
 struct NoClosing final : AppClosing {
     void close(const AppIdentity&, std::function<void(bool)> done) override { done(false); }
 };
@@ -29,17 +24,14 @@ LinuxMachine::LinuxMachine(MachineOptions options)
       names_(LinuxPlaces::ofThisUser()),
       outputs_(pulse_, loop_),
       microphones_(pulse_),
+      processes_(names_),
+      connections_([this](const AppIdentity& app) { return processes_.of(app); }),
       readings_(std::make_unique<LinuxReadings>(LinuxReadings::Seams{loop_, names_, peers_, pulse_},
                                                 options.deviceFolder.string())) {
     loop_.runAndWait([this] { outputs_.onChange([this] { readings_->noteChange(); }); });
     monitor_ = std::make_unique<SystemMonitor>(
         MonitorReadings{loop_, readings_->audio(), readings_->cameras(), outputs_, names_,
                         readings_->attribution(), readings_->listeners()});
-}
-
-Connections& LinuxMachine::connections() {
-    static NoConnections none;
-    return none;
 }
 
 std::unique_ptr<AppClosing> LinuxMachine::makeCloser(Scheduler&) {

@@ -5,9 +5,11 @@
 
 #include "system/MakeMachine.h"
 #include "system/SystemMonitor.h"
+#include "system/linux/AppProcesses.h"
 #include "system/linux/EventLoop.h"
 #include "system/linux/LinuxAppNames.h"
 #include "system/linux/LinuxCodeSignatures.h"
+#include "system/linux/LinuxConnections.h"
 #include "system/linux/PeerSockets.h"
 #include "system/linux/PulseConnection.h"
 #include "system/linux/PulseMicrophones.h"
@@ -35,7 +37,7 @@ public:
     OutputDevices& outputs() override { return outputs_; }
     Sounds& sounds() override { return *sounds_; }
     Microphones& microphones() override { return microphones_; }
-    Connections& connections() override;
+    Connections& connections() override { return connections_; }
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
     std::vector<std::string> browsers() override;
@@ -50,6 +52,8 @@ private:
     EventLoop loop_;
     PulseOutputs outputs_;
     PulseMicrophones microphones_;
+    AppProcesses processes_;
+    LinuxConnections connections_;
     std::unique_ptr<LinuxReadings> readings_; ///< its cameras and cards live on the loop's thread
     std::unique_ptr<SystemMonitor> monitor_;
 };
