@@ -1,6 +1,7 @@
 #include "app/shell/CardText.h"
 
 #include <QFontMetricsF>
+#include <QGuiApplication>
 #include <QPainter>
 #include <QTextOption>
 #include <cmath>
@@ -72,6 +73,8 @@ CardText::CardText(const QString& text, const QFont& font, const QColor& color, 
     setTextFormat(Qt::PlainText); // for whoever reads the screen aloud; the drawing is our own
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    // The direction of our own language, whatever the script of a name that the text begins with.
+    option.setTextDirection(QGuiApplication::layoutDirection());
     layout_.setFont(font);
     layout_.setTextOption(option);
     QString shown = text;

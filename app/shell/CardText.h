@@ -24,6 +24,8 @@ public:
     bool isCut() const { return isCut_; }
     /// What is drawn, with the ellipsis; lines that were apart in the text are so by U+2028.
     QString shownText() const { return layout_.text(); }
+    /// How far from the left the character stands, in the first line.
+    qreal leftOf(int character) const { return layout_.lineAt(0).cursorToX(character); }
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -53,6 +53,13 @@ TEST(CardText, CutsBetweenLinesThatStandForThemselves) {
     EXPECT_TRUE(text.shownText().endsWith(QStringLiteral("c\u2026")));
 }
 
+TEST(CardText, KeepsANameOfAnotherScriptAtTheBeginningOfItsSentence) {
+    const QString name = QString::fromUtf8("\u0639\u0631\u0628\u064A");
+    const CardText text(name + " turned on the camera", QGuiApplication::font(), Qt::black, 600, 3,
+                        nullptr);
+    EXPECT_LT(text.leftOf(1), text.leftOf(static_cast<int>(name.size()) + 5));
+}
+
 TEST(CardText, AnEmptyTextTakesOneLine) {
     const CardText text(QString(), QGuiApplication::font(), Qt::black, 300, 3, nullptr);
     EXPECT_LE(lines(text), 1);
