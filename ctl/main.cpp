@@ -1,6 +1,7 @@
 // velmoranctl: Velmoran without a desktop.
 #include "app/replay/Replay.h"
 #include "app/translations/Catalogues.h"
+#include "ctl/Ask.h"
 #include "ctl/Output.h"
 #include "ctl/Watch.h"
 
@@ -72,6 +73,36 @@ int main(int argc, char** argv) {
         ->required()
         ->type_name("");
 
+    auto* stop = app.add_subcommand(
+        "stop", "Mute the microphones and close the apps that use them or the camera");
+    stop->footer(
+        "APP is the id, name or path of an app that is using the camera or the microphone;\n"
+        "without it everything is stopped. Waits until the stop has ended, and says what\n"
+        "happened. The Velmoran that is running does it, and asks on its screen before it\n"
+        "closes a browser.\n\n"
+        "Exit status: 0 when everything is stopped, 1 if Velmoran isn't running, 2 for an\n"
+        "APP that isn't using either or isn't the only one of that name, 3 if something\n"
+        "couldn't be stopped, the user cancelled, or a stop was under way already.");
+    std::string stopped;
+    auto* stoppedOption = stop->add_option("APP", stopped, "The app to stop")->type_name("");
+
+    auto* unmute = app.add_subcommand("unmute", "Unmute the microphones that a stop has muted");
+    unmute->footer("Exit status: 0 when they are unmuted, 1 if Velmoran isn't running, 3 if a\n"
+                   "microphone couldn't be unmuted.");
+
+    auto* status = app.add_subcommand("status", "Print what is on, since when, and who uses it");
+    status->footer(
+        "With --json one object: \"cameraOn\", \"microphoneOn\", \"microphoneMuted\" (by "
+        "Velmoran),\n"
+        "\"stopping\" (a stop is under way), and \"uses\", an array of {\"device\": \"camera\",\n"
+        "\"microphone\" or \"speaker\", \"app\": {\"id\", \"name\", \"path\"}, \"since\": seconds "
+        "since\n"
+        "1970-01-01 00:00:00 UTC, \"seenFromStart\": false if the use is older than that}. An app\n"
+        "without a path has none.\n\n"
+        "Exit status: 0, or 1 if Velmoran isn't running.");
+    bool json = false;
+    status->add_flag("--json", json, "Print JSON for other programs instead of sentences");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -79,6 +110,19 @@ int main(int argc, char** argv) {
     }
     if (*replay) {
         return replayFile(file);
+    }
+    if (*stop) {
+        if (stoppedOption->count() > 0 && stopped.empty()) {
+            std::cerr << "APP is empty.\n";
+            return wrongArguments;
+        }
+        return velmoran::askToStop(stopped, argc, argv);
+    }
+    if (*unmute) {
+        return velmoran::askToUnmute(argc, argv);
+    }
+    if (*status) {
+        return velmoran::askForStatus(json, argc, argv);
     }
     if (*watch) {
         options.demo = demo->count() > 0;

@@ -2,31 +2,12 @@
 
 #include "core/text/DurationFormat.h"
 #include "core/text/Localizer.h"
+#include "core/text/PlainLine.h"
 #include "core/warnings/DeviceWording.h"
 
 #include <utility>
 
 namespace velmoran {
-
-namespace {
-
-/// A terminal obeys control characters, and a name comes from whoever runs the program.
-std::string harmless(std::string text) {
-    for (auto& c : text) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-            c = ' ';
-        }
-    }
-    // The same characters in their two-byte form.
-    for (auto at = text.find('\xC2'); at != std::string::npos; at = text.find('\xC2', at + 1)) {
-        if (at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0) {
-            text.replace(at, 2, " ");
-        }
-    }
-    return text;
-}
-
-} // namespace
 
 WatchLines::WatchLines(AppModel& model, const Clock& clock, TimeOfDay timeOfDay, Sink sink)
     : clock_(clock),
@@ -84,7 +65,7 @@ std::string WatchLines::sentence(const SessionEvent& event) const {
 }
 
 void WatchLines::write(Timestamp time, const std::string& sentence) {
-    sink_(timeOfDay_(time) + "  " + harmless(sentence));
+    sink_(timeOfDay_(time) + "  " + plainLine(sentence));
 }
 
 } // namespace velmoran

@@ -1,0 +1,172 @@
+#include "app/bus/BusLink.h"
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <QTimer>
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <fmt/format.h>
+#include <poll.h>
+#include <time.h>
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+
+/// Messages in one turn of the event loop; everything else of the program has its turn in between.
+constexpr int messagesPerTurn = 8;
+/// Messages that wait for the bus to take them, and above which no further one is answered.
+constexpr std::uint64_t tooManyUnsent = 64;
+
+std::string variable(const char* name) {
+    const char* value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
+    return value ? value : "";
+}
+
+std::uint64_t monotonicMicroseconds() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * 1000000 +
+           static_cast<std::uint64_t>(now.tv_nsec) / 1000;
+}
+
+} // namespace
+
+std::string sessionBusAddress() {
+    if (auto given = variable("DBUS_SESSION_BUS_ADDRESS"); !given.empty()) {
+        return given;
+    }
+    const auto folder = variable("XDG_RUNTIME_DIR");
+    if (folder.empty()) {
+        return {};
+    }
+    std::string address = "unix:path=";
+    for (const char c : folder) {
+        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                           (c >= '0' && c <= '9') ||
+                           std::string("-_/.\\*").find(c) != std::string::npos;
+        address +=
+            plain ? std::string(1, c) : fmt::format("%{:02x}", static_cast<unsigned char>(c));
+    }
+    return address + "/bus";
+}
+
+/// What wakes the link up.
+class BusLink::Turns {
+public:
+    Turns(BusLink& link, int reading, int writing)
+        : readable(reading, QSocketNotifier::Read),
+          writable(writing, QSocketNotifier::Write) {
+        writable.setEnabled(false);
+        later.setSingleShot(true);
+        QObject::connect(&readable, &QSocketNotifier::activated, [&link] { link.turn(); });
+        QObject::connect(&writable, &QSocketNotifier::activated, [&link] { link.turn(); });
+        QObject::connect(&later, &QTimer::timeout, [&link] { link.turn(); });
+    }
+
+    QSocketNotifier readable;
+    QSocketNotifier writable;
+    QTimer later;
+};
+
+std::unique_ptr<BusLink> BusLink::open(const std::string& address, Calls calls) {
+    if (address.empty()) {
+        return nullptr;
+    }
+    sd_bus* made = nullptr;
+    if (sd_bus_new(&made) < 0) {
+        return nullptr;
+    }
+    BusHandle bus(made);
+    // No message of ours has descriptors, and those of others would be opened in our process.
+    if (sd_bus_set_address(made, address.c_str()) < 0 || sd_bus_set_bus_client(made, 1) < 0 ||
+        sd_bus_negotiate_fds(made, 0) < 0 || sd_bus_start(made) < 0 || sd_bus_get_fd(made) < 0) {
+        return nullptr;
+    }
+    return std::unique_ptr<BusLink>(new BusLink(std::move(bus), std::move(calls)));
+}
+
+BusLink::BusLink(BusHandle bus, Calls calls) : bus_(std::move(bus)), calls_(std::move(calls)) {
+    const int socket = sd_bus_get_fd(bus_.get());
+    turns_ = std::make_unique<Turns>(*this, socket, socket);
+    settle();
+}
+
+BusLink::~BusLink() {
+    turns_.reset();
+}
+
+void BusLink::pause() {
+    isPaused_ = true;
+    settle();
+}
+
+void BusLink::resume() {
+    isPaused_ = false;
+    settle();
+}
+
+bool BusLink::isClogged() const {
+    std::uint64_t unsent = 0;
+    return sd_bus_get_n_queued_write(bus_.get(), &unsent) >= 0 && unsent > tooManyUnsent;
+}
+
+void BusLink::settle() {
+    if (isLost_) {
+        return;
+    }
+    std::uint64_t due = 0;
+    const int events = sd_bus_get_events(bus_.get());
+    if (events < 0 || sd_bus_get_timeout(bus_.get(), &due) < 0) {
+        // Not in the middle of a call of the library or of our owner.
+        turns_->readable.setEnabled(false);
+        turns_->writable.setEnabled(false);
+        turns_->later.stop();
+        if (!isPaused_) {
+            turns_->later.start(0);
+        }
+        return;
+    }
+    const bool clogged = isClogged();
+    turns_->readable.setEnabled(!isPaused_ && !clogged && (events & POLLIN) != 0);
+    turns_->writable.setEnabled(!isPaused_ && (events & POLLOUT) != 0);
+    if (isPaused_ || due == UINT64_MAX || (clogged && due == 0)) {
+        turns_->later.stop();
+    } else {
+        const auto now = monotonicMicroseconds();
+        const auto wait = due > now ? (due - now + 999) / 1000 : 0;
+        turns_->later.start(std::chrono::milliseconds(std::min<std::uint64_t>(wait, 3600000)));
+    }
+    if (std::exchange(wasClogged_, clogged) && !clogged) {
+        calls_.drained();
+    }
+}
+
+void BusLink::turn() {
+    for (int i = 0; i < messagesPerTurn && !isPaused_ && !isLost_; ++i) {
+        const int result = sd_bus_process(bus_.get(), nullptr);
+        if (result < 0 || sd_bus_is_open(bus_.get()) <= 0) {
+            fail();
+            return;
+        }
+        if (result == 0) {
+            break;
+        }
+        if (isClogged()) {
+            break;
+        }
+    }
+    settle();
+}
+
+void BusLink::fail() {
+    isLost_ = true;
+    turns_->readable.setEnabled(false);
+    turns_->writable.setEnabled(false);
+    turns_->later.stop();
+    calls_.lost();
+}
+
+} // namespace velmoran

@@ -1,0 +1,69 @@
+// One connection to the user's session bus, read at the event loop's own pace: a message is taken
+// from the socket only when the one before it has been dealt with, so that whatever is sent to us
+// waits with the bus and not in our memory. Never waits for the bus. Owned by whoever speaks over
+// it; main thread, with Qt's event loop.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <systemd/sd-bus.h>
+
+namespace velmoran {
+
+/// Counted references of the bus library.
+struct BusDeleter {
+    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+    void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
+};
+using BusHandle = std::unique_ptr<sd_bus, BusDeleter>;
+using BusMessage = std::unique_ptr<sd_bus_message, BusDeleter>;
+using BusSlot = std::unique_ptr<sd_bus_slot, BusDeleter>;
+
+/// Where the user's session bus is: what the environment says, or the socket in the user's runtime
+/// folder. Empty if there is neither.
+std::string sessionBusAddress();
+
+class BusLink {
+public:
+    struct Calls {
+        /// The link has failed and takes part in nothing any more. Told once; the link has to live
+        /// until the call is over.
+        std::function<void()> lost;
+        /// What was written has gone out, after there had been too much of it.
+        std::function<void()> drained = [] {
+        };
+    };
+
+    /// Begins to connect to that address; null if that fails at once.
+    static std::unique_ptr<BusLink> open(const std::string& address, Calls calls);
+    ~BusLink();
+    BusLink(const BusLink&) = delete;
+    BusLink& operator=(const BusLink&) = delete;
+
+    sd_bus* bus() const { return bus_.get(); }
+    /// After whatever has made the library write or wait for something, outside its callbacks.
+    void settle();
+    /// Takes nothing from the socket until `resume`.
+    void pause();
+    void resume();
+    /// The bus doesn't take what we write: whoever only tells something waits for `drained`.
+    bool isClogged() const;
+
+private:
+    class Turns;
+
+    BusLink(BusHandle bus, Calls calls);
+    void turn();
+    void fail();
+
+    BusHandle bus_;
+    Calls calls_;
+    bool isPaused_ = false;
+    bool wasClogged_ = false;
+    bool isLost_ = false;
+    std::unique_ptr<Turns> turns_;
+};
+
+} // namespace velmoran

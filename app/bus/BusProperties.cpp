@@ -1,0 +1,189 @@
+#include "app/bus/BusProperties.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace velmoran::bus {
+
+const char* const introspection =
+    R"(<!DOCTYPE node PUBLIC "-//freedesktop//DTD D-BUS Object Introspection 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/introspect.dtd">
+<node>
+  <interface name="org.velmoran.Velmoran1">
+    <method name="StopEverything">
+      <arg name="outcome" type="s" direction="out"/>
+      <arg name="headline" type="s" direction="out"/>
+      <arg name="detail" type="s" direction="out"/>
+    </method>
+    <method name="Stop">
+      <arg name="app" type="s" direction="in"/>
+      <arg name="outcome" type="s" direction="out"/>
+      <arg name="headline" type="s" direction="out"/>
+      <arg name="detail" type="s" direction="out"/>
+    </method>
+    <method name="UnmuteMicrophone">
+      <arg name="outcome" type="s" direction="out"/>
+      <arg name="headline" type="s" direction="out"/>
+      <arg name="detail" type="s" direction="out"/>
+    </method>
+    <method name="Status">
+      <arg name="json" type="s" direction="out"/>
+    </method>
+    <property name="CameraOn" type="b" access="read"/>
+    <property name="MicrophoneOn" type="b" access="read"/>
+    <property name="MicrophoneMuted" type="b" access="read"/>
+    <property name="Stopping" type="b" access="read"/>
+    <property name="Uses" type="aa{sv}" access="read"/>
+  </interface>
+  <interface name="org.freedesktop.DBus.Properties">
+    <method name="Get">
+      <arg name="interface" type="s" direction="in"/>
+      <arg name="property" type="s" direction="in"/>
+      <arg name="value" type="v" direction="out"/>
+    </method>
+    <method name="GetAll">
+      <arg name="interface" type="s" direction="in"/>
+      <arg name="properties" type="a{sv}" direction="out"/>
+    </method>
+    <method name="Set">
+      <arg name="interface" type="s" direction="in"/>
+      <arg name="property" type="s" direction="in"/>
+      <arg name="value" type="v" direction="in"/>
+    </method>
+    <signal name="PropertiesChanged">
+      <arg name="interface" type="s"/>
+      <arg name="changed" type="a{sv}"/>
+      <arg name="invalidated" type="as"/>
+    </signal>
+  </interface>
+  <interface name="org.freedesktop.DBus.Introspectable">
+    <method name="Introspect">
+      <arg name="xml" type="s" direction="out"/>
+    </method>
+  </interface>
+  <interface name="org.freedesktop.DBus.Peer">
+    <method name="Ping"/>
+    <method name="GetMachineId">
+      <arg name="machine" type="s" direction="out"/>
+    </method>
+  </interface>
+</node>
+)";
+
+namespace {
+
+int appendFlag(sd_bus_message* message, bool value) {
+    return sd_bus_message_append(message, "v", "b", value ? 1 : 0);
+}
+
+int appendText(sd_bus_message* message, const char* key, const std::string& value) {
+    return sd_bus_message_append(message, "{sv}", key, "s", busText(value).c_str());
+}
+
+int appendUse(sd_bus_message* message, const ProgramStatus::Use& use) {
+    sd_bus_message_open_container(message, 'a', "{sv}");
+    appendText(message, "Device", std::string(rawValue(use.device)));
+    appendText(message, "AppID", use.app.id);
+    appendText(message, "AppName", use.app.name);
+    if (use.app.path) {
+        appendText(message, "AppPath", *use.app.path);
+    }
+    sd_bus_message_append(message, "{sv}", "Since", "x", use.since);
+    sd_bus_message_append(message, "{sv}", "SeenFromStart", "b", use.seenFromStart ? 1 : 0);
+    return sd_bus_message_close_container(message);
+}
+
+int appendUses(sd_bus_message* message, const std::vector<ProgramStatus::Use>& uses) {
+    sd_bus_message_open_container(message, 'v', "aa{sv}");
+    sd_bus_message_open_container(message, 'a', "a{sv}");
+    for (const auto& use : uses) {
+        appendUse(message, use);
+    }
+    sd_bus_message_close_container(message);
+    return sd_bus_message_close_container(message);
+}
+
+struct Property {
+    const char* name;
+    int (*append)(sd_bus_message* message, const ProgramStatus& status);
+    bool (*differs)(const ProgramStatus& before, const ProgramStatus& now);
+};
+
+using Status = const ProgramStatus&;
+
+const Property table[] = {
+    {"CameraOn",
+     [](sd_bus_message* message, Status now) { return appendFlag(message, now.cameraOn); },
+     [](Status before, Status now) {
+         return before.cameraOn != now.cameraOn;
+     }},
+    {"MicrophoneOn",
+     [](sd_bus_message* message, Status now) { return appendFlag(message, now.microphoneOn); },
+     [](Status before, Status now) {
+         return before.microphoneOn != now.microphoneOn;
+     }},
+    {"MicrophoneMuted",
+     [](sd_bus_message* message, Status now) { return appendFlag(message, now.microphoneMuted); },
+     [](Status before, Status now) {
+         return before.microphoneMuted != now.microphoneMuted;
+     }},
+    {"Stopping",
+     [](sd_bus_message* message, Status now) { return appendFlag(message, now.stopping); },
+     [](Status before, Status now) {
+         return before.stopping != now.stopping;
+     }},
+    {"Uses", [](sd_bus_message* message, Status now) { return appendUses(message, now.uses); },
+     [](Status before, Status now) {
+         return before.uses != now.uses;
+     }},
+};
+
+} // namespace
+
+std::string introspectionOfParent(const std::string& child) {
+    return R"(<!DOCTYPE node PUBLIC "-//freedesktop//DTD D-BUS Object Introspection 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/introspect.dtd">
+<node>
+  <node name=")" +
+           child + "\"/>\n</node>\n";
+}
+
+const std::vector<std::string>& properties() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> result;
+        for (const auto& property : table) {
+            result.emplace_back(property.name);
+        }
+        return result;
+    }();
+    return names;
+}
+
+int appendProperty(sd_bus_message* message, const std::string& property,
+                   const ProgramStatus& status) {
+    for (const auto& each : table) {
+        if (property == each.name) {
+            return each.append(message, status);
+        }
+    }
+    return -1;
+}
+
+std::vector<std::string> changedProperties(const ProgramStatus& before, const ProgramStatus& now) {
+    std::vector<std::string> changed;
+    for (const auto& each : table) {
+        if (each.differs(before, now)) {
+            changed.emplace_back(each.name);
+        }
+    }
+    return changed;
+}
+
+std::string busText(const std::string& text) {
+    // The JSON library's replacement, taken out of its quotes again.
+    auto valid = Json::parse(encode(text)).get<std::string>();
+    valid.resize(std::min(valid.find('\0'), valid.size()));
+    return valid;
+}
+
+} // namespace velmoran::bus

@@ -1,0 +1,76 @@
+// The running program as other programs of the same user reach it over the session bus: they may
+// stop, unmute and ask what is on. Where there is no bus it does nothing, and when the bus has gone
+// it looks for it again. A request that comes while one of its kind is under way is dropped, and
+// whatever waits to be read waits with the bus. Owned by `main` beside the model; main thread, with
+// Qt's event loop.
+#pragma once
+
+#include "app/bus/BusLink.h"
+#include "app/bus/CallerCheck.h"
+#include "app/bus/ProgramStatus.h"
+#include "app/model/AppModel.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+class BusService {
+public:
+    struct Options {
+        std::string address = sessionBusAddress();
+        /// Until it is looked whether a lost bus is back.
+        Seconds retryInterval = 10.0;
+    };
+
+    /// Both outlive the service.
+    BusService(AppModel& model, Scheduler& scheduler);
+    BusService(AppModel& model, Scheduler& scheduler, Options options);
+    ~BusService();
+    BusService(const BusService&) = delete;
+    BusService& operator=(const BusService&) = delete;
+
+    /// The longest name of an app that is looked at, in bytes.
+    static constexpr std::size_t longestName = 4096;
+
+private:
+    void connect();
+    void lost();
+    static int received(sd_bus_message* message, void* service, sd_bus_error* error);
+    void admit(BusMessage call);
+    void answer(sd_bus_message* call);
+    void answerAsProgram(sd_bus_message* call, const std::string& member);
+    void answerAboutProperties(sd_bus_message* call, const std::string& member);
+
+    void stopEverything(sd_bus_message* call);
+    void stop(sd_bus_message* call);
+    void unmute(sd_bus_message* call);
+    void stopEnded(const std::optional<StopResult>& result);
+    void unmuteEnded(const MuteOutcome& result);
+
+    void refuse(sd_bus_message* call, const char* error, const std::string& why);
+    BusMessage replyTo(sd_bus_message* call);
+    void sendWords(BusMessage reply, const char* outcome, const std::string& headline,
+                   const std::string& detail);
+    void send(const BusMessage& message);
+
+    void tellChanges();
+    void tellChangesSoon();
+
+    AppModel& model_;
+    Scheduler& scheduler_;
+    Options options_;
+    std::unique_ptr<CallerCheck> callers_;
+    std::unique_ptr<BusLink> link_;
+    BusMessage stopReply_;   ///< for the one whose stop is under way
+    BusMessage unmuteReply_; ///< likewise
+    ProgramStatus told_;
+    bool isTelling_ = false;
+    Subscription retry_;
+    std::vector<Subscription> subscriptions_;
+    std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
+};
+
+} // namespace velmoran

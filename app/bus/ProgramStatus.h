@@ -1,0 +1,52 @@
+// What is on right now, as other programs are told it. Plain values; any thread.
+#pragma once
+
+#include "core/base/Json.h"
+#include "core/base/Timestamp.h"
+#include "core/records/Device.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+class AppModel;
+
+struct ProgramStatus {
+    struct App {
+        std::string id;
+        std::string name;
+        std::optional<std::string> path;
+
+        bool operator==(const App&) const = default;
+    };
+
+    struct Use {
+        Device device = Device::camera;
+        App app;
+        std::int64_t since = 0;     ///< whole seconds since 1970-01-01 00:00:00 UTC
+        bool seenFromStart = false; ///< otherwise the use is older than `since`
+
+        Timestamp start() const { return {static_cast<double>(since) - secondsFromUnixEpoch}; }
+        bool operator==(const Use&) const = default;
+    };
+
+    bool cameraOn = false;
+    bool microphoneOn = false;
+    bool microphoneMuted = false; ///< by Velmoran, until the user unmutes it
+    bool stopping = false;        ///< a stop is under way
+    std::vector<Use> uses;        ///< in the order in which they began to be seen
+
+    bool operator==(const ProgramStatus&) const = default;
+};
+
+/// Main thread.
+ProgramStatus statusOf(const AppModel& model);
+
+void to_json(Json& json, const ProgramStatus& status);
+/// Throws DecodingError for what it doesn't know; further keys are left alone.
+void from_json(const Json& json, ProgramStatus& status);
+
+} // namespace velmoran

@@ -1,0 +1,54 @@
+#include "app/bus/StatusLines.h"
+
+#include "core/text/Localizer.h"
+#include "core/warnings/DeviceWording.h"
+
+#include <algorithm>
+
+namespace velmoran {
+
+namespace {
+
+std::string moment(Timestamp time, Timestamp now) {
+    const auto hour = words().shortTime(time);
+    return words().startOfDay(time) == words().startOfDay(now)
+               ? hour
+               : words().dayTitle(time, now) + ", " + hour;
+}
+
+} // namespace
+
+std::vector<std::string> statusLines(const ProgramStatus& status, Timestamp now) {
+    std::vector<std::string> lines;
+    for (const auto& use : status.uses) {
+        const std::vector<std::string> holes = {use.app.name, DeviceWording::the({use.device}),
+                                                moment(use.start(), now)};
+        lines.push_back(use.seenFromStart
+                            ? words().text("%@ is using %@ (since %@)", holes)
+                            : words().text("%@ is using %@ (since %@ or earlier)", holes));
+    }
+    const auto isTold = [&](Device device) {
+        return std::any_of(status.uses.begin(), status.uses.end(),
+                           [&](const auto& use) { return use.device == device; });
+    };
+    // Also what isn't told as a use: the answer never denies that a device is on.
+    if (status.cameraOn && !isTold(Device::camera)) {
+        lines.push_back(words().text("The camera is in use"));
+    }
+    if (status.microphoneOn && !isTold(Device::microphone)) {
+        lines.push_back(words().text("The microphone is in use"));
+    }
+    if (!status.cameraOn && !status.microphoneOn && !isTold(Device::camera) &&
+        !isTold(Device::microphone)) {
+        lines.push_back(words().text("Camera and microphone are off"));
+    }
+    if (status.microphoneMuted) {
+        lines.push_back(words().text("The microphone is muted"));
+    }
+    if (status.stopping) {
+        lines.push_back(words().text("A stop is under way"));
+    }
+    return lines;
+}
+
+} // namespace velmoran
