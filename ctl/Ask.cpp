@@ -7,6 +7,7 @@
 #include "app/qtbase/SystemWords.h"
 #include "core/text/Localizer.h"
 #include "core/text/PlainLine.h"
+#include "system/MakeMachine.h"
 
 #include <QCoreApplication>
 #include <chrono>
@@ -45,7 +46,7 @@ int complain(const std::string& sentence, int status) {
 void speakTheUsersLanguage(int& argc, char** argv) {
     const QCoreApplication application(argc, argv);
     QtSettingsFile settings;
-    setSystemWords(settings, Platform::linux);
+    setSystemWords(settings, thisPlatform());
 }
 
 /// A reply to come, or the exit status of its failure.

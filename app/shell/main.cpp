@@ -1,4 +1,5 @@
 // velmoran: the program in the tray.
+#include "app/bus/BusService.h"
 #include "app/qtbase/QtEventLoop.h"
 #include "app/qtbase/QtSettingsFile.h"
 #include "app/qtbase/SystemWords.h"
@@ -64,6 +65,7 @@ int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder
                          pictureFrom(*machine), [&app] { app.quit(); });
     instance.onShow([&] { delegate.reopen(); });
     delegate.didFinishLaunching();
+    const BusService bus(delegate.model(), loop);
     signals.start();
     const int status = QApplication::exec();
     delegate.willTerminate();
