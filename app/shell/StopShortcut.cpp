@@ -1,0 +1,57 @@
+#include "app/shell/StopShortcut.h"
+
+#include "app/shell/PortalShortcut.h"
+#include "app/shell/X11KeyGrab.h"
+#include "app/shell/X11Window.h"
+
+#include <utility>
+
+namespace velmoran {
+
+StopShortcut::StopShortcut() = default;
+StopShortcut::~StopShortcut() = default;
+
+bool StopShortcut::set(bool enabled, std::function<void()> action) {
+    grab_.reset();
+    portal_.reset();
+    action_ = std::move(action);
+    if (!enabled) {
+        return true;
+    }
+    const auto pressed = [this] {
+        // A copy, since it may switch the shortcut off.
+        if (const auto run = action_) {
+            run();
+        }
+    };
+    // Later, since whoever tells of the loss is what goes.
+    const auto lost = [this] {
+        QMetaObject::invokeMethod(
+            this, [this] { lose(); }, Qt::QueuedConnection);
+    };
+    // A Wayland desktop lets X11 programs have its keys only while one of them has the focus.
+    if (x11Connection() && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        auto grab = std::make_unique<X11KeyGrab>(pressed, lost);
+        if (!grab->take()) {
+            return false;
+        }
+        grab_ = std::move(grab);
+        return true;
+    }
+    auto portal = std::make_unique<PortalShortcut>(pressed, lost);
+    if (!portal->ask()) {
+        return false;
+    }
+    portal_ = std::move(portal);
+    return true;
+}
+
+void StopShortcut::lose() {
+    grab_.reset();
+    portal_.reset();
+    if (onLost) {
+        onLost();
+    }
+}
+
+} // namespace velmoran

@@ -1,0 +1,37 @@
+// Control, Alt, Super and "." for stopping from any program. On X11 the keys are taken from the
+// server; on Wayland the desktop is asked for them through its portal, where it has one. One per
+// program, owned by the application delegate; main thread.
+#pragma once
+
+#include <QObject>
+#include <functional>
+#include <memory>
+
+namespace velmoran {
+
+class PortalShortcut;
+class X11KeyGrab;
+
+class StopShortcut final : public QObject {
+public:
+    StopShortcut();
+    ~StopShortcut() override;
+
+    /// Switches the shortcut on, with what a press does from now on, or off. False if it can't be
+    /// had: another program has the keys, or the desktop gives none. A press that was on its way
+    /// when it was switched off does nothing.
+    bool set(bool enabled, std::function<void()> action);
+
+    /// The shortcut was there, or promised, and can't be had after all: the keyboard has changed,
+    /// or the desktop's answer, which it may ask the user for, is no. It is off then.
+    std::function<void()> onLost;
+
+private:
+    void lose();
+
+    std::function<void()> action_;
+    std::unique_ptr<X11KeyGrab> grab_;
+    std::unique_ptr<PortalShortcut> portal_;
+};
+
+} // namespace velmoran
