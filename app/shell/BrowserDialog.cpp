@@ -1,0 +1,132 @@
+#include "app/shell/BrowserDialog.h"
+
+#include "app/shell/CardColors.h"
+#include "app/shell/CardText.h"
+#include "app/shell/Symbols.h"
+
+#include <QFontMetrics>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <string>
+
+namespace velmoran {
+
+namespace {
+
+constexpr int textWidth = 340;
+constexpr int symbolSize = 40;
+constexpr int margin = 20;
+constexpr int buttonPadding = 40; ///< at least what a style puts around a title
+constexpr int mostMessageLines = 4;
+constexpr int mostTextLines = 14;
+
+// What the window ends with; all else cancels.
+constexpr int closing = 1000;
+constexpr int keeping = 1001;
+
+QString qt(const std::string& text) {
+    // In one line: names come from whoever is asked about.
+    return harmlessText(QString::fromStdString(text)).simplified();
+}
+
+QPushButton* addButton(QDialog& dialog, QVBoxLayout& column, const std::string& title, int result) {
+    const auto whole = qt(title);
+    auto* button = new QPushButton(&dialog);
+    const auto shown =
+        QFontMetrics(button->font()).elidedText(whole, Qt::ElideMiddle, textWidth - buttonPadding);
+    // An ampersand would be taken for the mark of a key.
+    button->setText(QString(shown).replace(QLatin1Char('&'), QStringLiteral("&&")));
+    button->setAccessibleName(whole);
+    if (shown != whole) {
+        button->setToolTip(whole);
+    }
+    column.addWidget(button);
+    QObject::connect(button, &QPushButton::clicked, &dialog,
+                     [&dialog, result] { dialog.done(result); });
+    return button;
+}
+
+QDialog* makeWindow(const BrowserQuestion& question) {
+    auto* dialog = new QDialog(nullptr, Qt::Dialog | Qt::WindowStaysOnTopHint);
+    dialog->setObjectName(QStringLiteral("browserQuestion"));
+    dialog->setWindowTitle(QStringLiteral("Velmoran"));
+    dialog->setAttribute(Qt::WA_QuitOnClose, false);
+    dialog->setAccessibleName(qt(question.message()));
+    dialog->setAccessibleDescription(qt(question.text()));
+    const CardColors colors(dialog->palette());
+
+    auto* row = new QHBoxLayout(dialog);
+    row->setContentsMargins(margin, margin, margin, margin);
+    row->setSpacing(margin * 3 / 4);
+    row->setSizeConstraint(QLayout::SetFixedSize);
+    auto* symbol = new QLabel(dialog);
+    symbol->setPixmap(symbolPixmap(QStringLiteral("exclamationmark.circle"), colors.warning,
+                                   symbolSize, dialog->devicePixelRatioF()));
+    row->addWidget(symbol, 0, Qt::AlignTop);
+    auto* column = new QVBoxLayout;
+    row->addLayout(column);
+
+    QFont bold = dialog->font();
+    bold.setWeight(QFont::DemiBold);
+    bold.setPointSizeF(bold.pointSizeF() * 1.15);
+    column->addWidget(new CardText(qt(question.message()), bold, colors.text, textWidth,
+                                   mostMessageLines, dialog));
+    column->addSpacing(2);
+    column->addWidget(new CardText(qt(question.text()), dialog->font(), colors.text, textWidth,
+                                   mostTextLines, dialog));
+    column->addSpacing(margin / 2);
+    addButton(*dialog, *column, question.closeButton(), closing);
+    if (question.keepOffered) {
+        addButton(*dialog, *column, question.keepButton(), keeping);
+    }
+    auto* cancel = addButton(*dialog, *column, question.cancelButton(), QDialog::Rejected);
+    cancel->setDefault(true);
+    cancel->setFocus();
+    return dialog;
+}
+
+BrowserAnswer answerOf(int result) {
+    return result == closing   ? BrowserAnswer::close
+           : result == keeping ? BrowserAnswer::keep
+                               : BrowserAnswer::cancel;
+}
+
+} // namespace
+
+BrowserDialog::BrowserDialog() = default;
+
+BrowserDialog::~BrowserDialog() {
+    if (window_) {
+        window_->disconnect();
+        // Not later: the program may be at its end.
+        delete window_.release();
+    }
+}
+
+void BrowserDialog::ask(const BrowserQuestion& question, const Answer& answer) {
+    if (window_) {
+        raise();
+        answer(BrowserAnswer::cancel);
+        return;
+    }
+    window_.reset(makeWindow(question));
+    QObject::connect(window_.get(), &QDialog::finished, window_.get(), [this, answer](int result) {
+        // A copy: the answer may bring the next question.
+        const auto tell = answer;
+        window_.reset();
+        tell(answerOf(result));
+    });
+    window_->open();
+    raise();
+}
+
+void BrowserDialog::raise() {
+    if (window_) {
+        window_->raise();
+        window_->activateWindow();
+    }
+}
+
+} // namespace velmoran

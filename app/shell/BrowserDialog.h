@@ -1,0 +1,42 @@
+// The question before a stop closes browsers, as a window in front of the others. The program goes
+// on meanwhile. One per program, owned by the application delegate, its window there only while it
+// asks; main thread.
+#pragma once
+
+#include "core/stopping/Browser.h"
+#include "core/stopping/BrowserQuestion.h"
+
+#include <QDialog>
+#include <functional>
+#include <memory>
+
+namespace velmoran {
+
+class BrowserDialog final {
+public:
+    using Answer = std::function<void(BrowserAnswer)>;
+
+    BrowserDialog();
+    /// An open question gets no answer any more.
+    ~BrowserDialog();
+    BrowserDialog(const BrowserDialog&) = delete;
+    BrowserDialog& operator=(const BrowserDialog&) = delete;
+
+    /// Shows the question and calls `answer` once, when the person has answered. Escape and closing
+    /// the window cancel, and so does Enter as long as no other button was chosen: what a browser
+    /// has open can't be brought back, while a stop can be asked for again. One question at a time:
+    /// another one is cancelled at once, and the first one comes to the front.
+    void ask(const BrowserQuestion& question, const Answer& answer);
+    /// Brings an open question to the front.
+    void raise();
+    /// Null while nothing is asked.
+    QDialog* window() const { return window_.get(); }
+
+private:
+    struct Later {
+        void operator()(QDialog* dialog) const { dialog->deleteLater(); }
+    };
+    std::unique_ptr<QDialog, Later> window_;
+};
+
+} // namespace velmoran
