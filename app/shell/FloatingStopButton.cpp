@@ -36,6 +36,12 @@ std::string FloatingStopButton::label(const SystemSnapshot& snapshot) {
     return snapshot.microphoneOn ? words().text("Stop microphone") : std::string();
 }
 
+QRect FloatingStopButton::frame() const {
+    constexpr int margin = FloatingStopView::margin;
+    return visible_ && panel_ ? panel_->geometry().adjusted(margin, margin, -margin, -margin)
+                              : QRect();
+}
+
 void FloatingStopButton::refresh() {
     const auto& snapshot = *model_.snapshot;
     if (*model_.settings.floatingStopButton && (snapshot.cameraOn || snapshot.microphoneOn)) {

@@ -24,6 +24,8 @@ public:
     bool expanded() const { return expanded_; }
     /// Null until it has been shown once; kept from then on.
     FloatingPanel* panel() const { return panel_.get(); }
+    /// What can be seen of it, on the desktop; empty while it isn't there.
+    QRect frame() const;
     /// What the button says; empty while nothing is on.
     static std::string label(const SystemSnapshot& snapshot);
 

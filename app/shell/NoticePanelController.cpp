@@ -68,7 +68,14 @@ void NoticePanelController::place() {
         screen = QGuiApplication::primaryScreen();
     }
     const QRect visible = screen ? screen->availableGeometry() : QRect();
-    panel_.placeAt(noticePanelPlace(visible, anchor, panel_.wantedSize()));
+    auto at = noticePanelPlace(visible, anchor, panel_.wantedSize());
+    if (obstacle) {
+        constexpr int padding = NoticeStackView::padding;
+        const auto cards =
+            QRect(at, panel_.wantedSize()).adjusted(padding, padding, -padding, -padding);
+        at.ry() += noticeClearance(visible, cards, obstacle());
+    }
+    panel_.placeAt(at);
 }
 
 } // namespace velmoran

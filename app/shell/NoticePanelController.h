@@ -28,6 +28,10 @@ public:
     void redraw();
     const NoticePanel& panel() const { return panel_; }
 
+    /// What the cards don't stand on top of or below, in the screen's coordinates; an empty
+    /// rectangle while there is nothing. May be unset. Asked for whenever cards are placed.
+    std::function<QRect()> obstacle;
+
 private:
     void update();
     void place();

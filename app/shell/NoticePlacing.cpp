@@ -7,6 +7,7 @@ namespace velmoran {
 namespace {
 constexpr int gap = 2;  ///< between the status item and the panel
 constexpr int edge = 4; ///< between the panel and the sides of the screen
+constexpr int room = 8; ///< between the cards and what they keep clear of
 } // namespace
 
 QPoint noticePanelPlace(const QRect& visible, const std::optional<QRect>& anchor,
@@ -26,6 +27,17 @@ QPoint noticePanelPlace(const QRect& visible, const std::optional<QRect>& anchor
     const int y = isLow ? std::min(bottom, at.y()) - gap - panel.height()
                         : std::max(top, at.y() + at.height()) + gap;
     return {x, y};
+}
+
+int noticeClearance(const QRect& visible, const QRect& cards, const QRect& obstacle) {
+    if (!cards.intersects(obstacle)) {
+        return 0;
+    }
+    const bool isLow = cards.center().y() > visible.center().y();
+    const int by = isLow ? obstacle.top() - room - cards.bottom() - 1
+                         : obstacle.bottom() + 1 + room - cards.top();
+    const auto moved = cards.translated(0, by);
+    return moved.top() >= visible.top() && moved.bottom() <= visible.bottom() ? by : 0;
 }
 
 } // namespace velmoran

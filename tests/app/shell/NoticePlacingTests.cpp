@@ -53,5 +53,24 @@ TEST(NoticePlacing, HasAnAnswerWithoutAScreen) {
     EXPECT_EQ(noticePanelPlace(QRect(0, 0, 0, 0), std::nullopt, panel), QPoint(-372, 2));
 }
 
+const QRect screen(0, 30, 1280, 770);
+
+TEST(NoticePlacing, CardsAtTheTopGoBelowAnObstacle) {
+    const QRect cards(900, 44, 344, 120);
+    EXPECT_EQ(noticeClearance(screen, cards, QRect(1216, 54, 40, 40)), 94 + 8 - 44);
+    EXPECT_EQ(noticeClearance(screen, cards, QRect(100, 54, 40, 40)), 0);
+    EXPECT_EQ(noticeClearance(screen, cards, QRect()), 0);
+}
+
+TEST(NoticePlacing, CardsAtTheBottomGoAboveAnObstacle) {
+    const QRect cards(900, 640, 344, 120);
+    const auto by = noticeClearance(screen, cards, QRect(1216, 700, 40, 40));
+    EXPECT_EQ(cards.translated(0, by).bottom() + 1 + 8, 700);
+}
+
+TEST(NoticePlacing, CardsThatHaveNoRoomStayWhereTheyAre) {
+    EXPECT_EQ(noticeClearance(screen, QRect(900, 44, 344, 720), QRect(1216, 54, 40, 40)), 0);
+}
+
 } // namespace
 } // namespace velmoran
