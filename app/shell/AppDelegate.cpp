@@ -4,12 +4,24 @@
 
 namespace velmoran {
 
+namespace {
+
+ModelSurroundings askingAtTheScreen(ModelSurroundings surroundings, BrowserDialog& dialog) {
+    surroundings.askAboutBrowsers = [&dialog](const BrowserQuestion& question,
+                                              const BrowserDialog::Answer& answer) {
+        dialog.ask(question, answer);
+    };
+    return surroundings;
+}
+
+} // namespace
+
 AppDelegate::AppDelegate(ModelSurroundings surroundings, AppPicture picture,
                          std::function<void()> quit)
-    : around_(surroundings),
+    : around_(askingAtTheScreen(std::move(surroundings), browserDialog_)),
       picture_(std::move(picture)),
       quit_(std::move(quit)),
-      model_(surroundings) {}
+      model_(around_) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -20,6 +32,10 @@ void AppDelegate::didFinishLaunching() {
                                       .quit = quit_});
     floatingStop_ = std::make_unique<FloatingStopButton>(model_, around_.scheduler,
                                                          [this] { stopEverything(); });
+    statusItem_->noticePanel().obstacle = [this] {
+        return floatingStop_->frame();
+    };
+    watchShortcut();
     model_.start();
 }
 
@@ -27,7 +43,22 @@ void AppDelegate::willTerminate() {
     model_.stopMonitor();
 }
 
+void AppDelegate::watchShortcut() {
+    const auto apply = [this] {
+        const bool done =
+            stopShortcut_.set(*model_.settings.stopShortcutOn, [this] { stopEverything(); });
+        model_.stopShortcutUnavailable.set(!done);
+    };
+    stopShortcut_.onLost = [this] {
+        model_.stopShortcutUnavailable.set(true);
+    };
+    shortcutChoice_ = model_.settings.stopShortcutOn.subscribe([apply](bool) { apply(); });
+    apply();
+}
+
 void AppDelegate::stopEverything() {
+    // Whoever presses again hasn't seen the question yet.
+    browserDialog_.raise();
     model_.stopEverything();
 }
 

@@ -3,8 +3,10 @@
 #pragma once
 
 #include "app/model/AppModel.h"
+#include "app/shell/BrowserDialog.h"
 #include "app/shell/FloatingStopButton.h"
 #include "app/shell/StatusItemController.h"
+#include "app/shell/StopShortcut.h"
 
 #include <functional>
 #include <memory>
@@ -13,7 +15,8 @@ namespace velmoran {
 
 class AppDelegate {
 public:
-    /// The surroundings outlive the delegate.
+    /// The surroundings outlive the delegate. Whom the model asks about browsers is the person at
+    /// the screen, whatever the surroundings say.
     AppDelegate(ModelSurroundings surroundings, AppPicture picture, std::function<void()> quit);
     ~AppDelegate();
 
@@ -30,14 +33,20 @@ public:
     /// Null before the launch.
     StatusItemController* statusItem() const { return statusItem_.get(); }
     FloatingStopButton* floatingStop() const { return floatingStop_.get(); }
+    BrowserDialog& browserDialog() { return browserDialog_; }
 
 private:
+    void watchShortcut();
+
+    BrowserDialog browserDialog_;
     ModelSurroundings around_;
     AppPicture picture_;
     std::function<void()> quit_;
     AppModel model_;
     std::unique_ptr<StatusItemController> statusItem_;
     std::unique_ptr<FloatingStopButton> floatingStop_;
+    StopShortcut stopShortcut_;
+    Subscription shortcutChoice_;
 };
 
 } // namespace velmoran

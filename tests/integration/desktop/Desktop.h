@@ -1,0 +1,71 @@
+// A private X server with a window manager, on which the tests of this program run as an
+// application of their own. Started by `main` before the first test; on the test's thread.
+#pragma once
+
+#include "app/ModelFixture.h"
+#include "app/qtbase/QtEventLoop.h"
+#include "support/PrivateSession.h"
+#include "support/XServer.h"
+
+#include <QCoreApplication>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velmoran {
+
+support::PrivateSession& desktopSession();
+
+/// Lets the application go on until the condition holds.
+[[nodiscard]] inline bool eventually(const std::function<bool()>& condition,
+                                     support::Bound bound = support::patience) {
+    return support::waitUntil(
+        [&] {
+            QCoreApplication::processEvents();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            return condition();
+        },
+        bound);
+}
+
+struct DesktopFixture : ::testing::Test {
+    support::PrivateSession& session = desktopSession();
+    support::XServer display{session.environment()["DISPLAY"]};
+
+    /// Keys and mouse as a person has them.
+    void hand(const std::vector<std::string>& does) {
+        std::vector<std::string> command{"xdotool"};
+        command.insert(command.end(), does.begin(), does.end());
+        const auto finished = session.run(command);
+        ASSERT_TRUE(finished.succeeded()) << finished.errors;
+    }
+
+    /// After this the application has been handed all that the server had for it so far.
+    void settle() {
+        // An answer comes after all events that were before it.
+        for (int i = 0; i < 3; ++i) {
+            (void)session.run({"xdotool", "getmouselocation"});
+            QCoreApplication::processEvents();
+        }
+    }
+
+    [[nodiscard]] std::string focused() {
+        return session.run({"xdotool", "getwindowfocus"}).output;
+    }
+
+    /// Another program's window that has the focus; gives its id.
+    std::uint32_t startEditor(const std::string& geometry = "200x100+100+300") {
+        session.start("editor", {"xev", "-geometry", geometry});
+        std::string focus;
+        EXPECT_TRUE(eventually([&] {
+            focus = focused();
+            const auto windows =
+                session.run({"xdotool", "search", "--name", "Event Tester"}).output;
+            return !windows.empty() && windows.find(focus) != std::string::npos;
+        })) << session.logs();
+        return static_cast<std::uint32_t>(std::strtoul(focus.c_str(), nullptr, 10));
+    }
+};
+
+} // namespace velmoran

@@ -1,0 +1,274 @@
+// The floating button under a window manager and a mouse.
+#include "app/shell/AppDelegate.h"
+#include "integration/desktop/Desktop.h"
+
+#include <cstring>
+#include <gmock/gmock.h>
+#include <xcb/xcb.h>
+
+namespace velmoran {
+namespace {
+
+struct FloatingStopOnADesktop : testing::ModelFixture {
+    support::PrivateSession& session = desktopSession();
+    support::XServer display{session.environment()["DISPLAY"]};
+    QtEventLoop loop;
+    std::unique_ptr<AppDelegate> delegate;
+
+    void SetUp() override {
+        settings.setBoolean("floatingStopButton", true);
+        // Cards stand at the top right; here nothing else is wanted in the way.
+        settings.setNumbers("floatingStopPlace", {900, 500});
+        hand({"mousemove", "20", "780"});
+        delegate = std::make_unique<AppDelegate>(ModelSurroundings{machine, loop, loop, settings,
+                                                                   [this] {
+                                                                       return store;
+                                                                   }},
+                                                 AppPicture(), [] {});
+        delegate->didFinishLaunching();
+        delegate->model().receive({});
+    }
+
+    void hand(const std::vector<std::string>& does) {
+        std::vector<std::string> command{"xdotool"};
+        command.insert(command.end(), does.begin(), does.end());
+        const auto finished = session.run(command);
+        ASSERT_TRUE(finished.succeeded()) << finished.errors;
+    }
+    void moveTo(QPoint place) {
+        hand({"mousemove", std::to_string(place.x()), std::to_string(place.y())});
+    }
+
+    void turnOn() {
+        delegate->model().receive(microphone({testing::appRef("Zoom")}));
+        ASSERT_TRUE(eventually([&] { return isOnTheScreen(); }));
+    }
+    FloatingStopButton& button() { return *delegate->floatingStop(); }
+    std::uint32_t window() { return static_cast<std::uint32_t>(button().panel()->internalWinId()); }
+    bool isOnTheScreen() {
+        if (!button().panel()) {
+            return false;
+        }
+        auto* x = display.connection();
+        auto* answer =
+            xcb_get_window_attributes_reply(x, xcb_get_window_attributes(x, window()), nullptr);
+        const bool seen = answer != nullptr && answer->map_state == XCB_MAP_STATE_VIEWABLE;
+        std::free(answer);
+        return seen;
+    }
+    /// Where the server has it.
+    QRect place() {
+        auto* x = display.connection();
+        auto* answer = xcb_get_geometry_reply(x, xcb_get_geometry(x, window()), nullptr);
+        const QRect result = answer != nullptr
+                                 ? QRect(answer->x, answer->y, answer->width, answer->height)
+                                 : QRect();
+        std::free(answer);
+        return result;
+    }
+    bool stopped() {
+        const auto& items = delegate->model().notices.items();
+        return !items.empty() && items.back().title == "Microphone muted. Zoom was closed.";
+    }
+    bool neverStopped() {
+        return !*delegate->model().isStopping && !*delegate->model().settings.microphoneMuted;
+    }
+    std::string focused() { return session.run({"xdotool", "getwindowfocus"}).output; }
+
+    std::uint32_t startEditor() {
+        session.start("editor", {"xev", "-geometry", "300x200+700+400"});
+        std::string focus;
+        EXPECT_TRUE(eventually([&] {
+            focus = focused();
+            const auto windows =
+                session.run({"xdotool", "search", "--name", "Event Tester"}).output;
+            return !windows.empty() && windows.find(focus) != std::string::npos;
+        })) << session.logs();
+        return static_cast<std::uint32_t>(std::strtoul(focus.c_str(), nullptr, 10));
+    }
+    void TearDown() override { session.stop("editor"); }
+
+    void makeFullScreen(std::uint32_t other) {
+        auto* x = display.connection();
+        const auto atom = [x](const char* name) {
+            auto* answer = xcb_intern_atom_reply(
+                x, xcb_intern_atom(x, 0, static_cast<std::uint16_t>(std::strlen(name)), name),
+                nullptr);
+            const auto result = answer->atom;
+            std::free(answer);
+            return result;
+        };
+        xcb_client_message_event_t event{};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = other;
+        event.type = atom("_NET_WM_STATE");
+        event.data.data32[0] = 1; // add
+        event.data.data32[1] = atom("_NET_WM_STATE_FULLSCREEN");
+        event.data.data32[3] = 1;
+        xcb_send_event(x, 0, display.root(),
+                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                       reinterpret_cast<const char*>(&event));
+        xcb_flush(x);
+        EXPECT_TRUE(eventually([&] {
+            auto* answer = xcb_get_geometry_reply(x, xcb_get_geometry(x, other), nullptr);
+            const bool full = answer != nullptr && answer->width == 1280 && answer->height == 800;
+            std::free(answer);
+            return full;
+        }));
+    }
+};
+
+TEST_F(FloatingStopOnADesktop, AClickStopsAndLeavesTheFocusWhereItIs) {
+    startEditor();
+    const auto before = focused();
+    turnOn();
+    EXPECT_EQ(focused(), before);
+    moveTo(place().center());
+    hand({"click", "1"});
+    EXPECT_TRUE(eventually([&] { return stopped(); }));
+    EXPECT_EQ(focused(), before);
+}
+
+TEST_F(FloatingStopOnADesktop, StandsAboveAFullScreenWindow) {
+    const auto editor = startEditor();
+    turnOn();
+    makeFullScreen(editor);
+    moveTo(place().center());
+    hand({"click", "1"});
+    EXPECT_TRUE(eventually([&] { return stopped(); }));
+}
+
+TEST_F(FloatingStopOnADesktop, IsDraggedAndStopsNothing) {
+    turnOn();
+    const auto from = place();
+    moveTo(from.center());
+    hand({"mousedown", "1"});
+    for (int step = 1; step <= 10; ++step) {
+        moveTo(from.center() + QPoint(-40, 12) * step);
+    }
+    EXPECT_TRUE(
+        eventually([&] { return place().topLeft() == from.topLeft() + QPoint(-400, 120); }));
+    EXPECT_EQ(*delegate->model().settings.floatingStopPlace, (Point{900, 500}));
+    hand({"mouseup", "1"});
+    EXPECT_TRUE(eventually([&] {
+        return *delegate->model().settings.floatingStopPlace != Point{900, 500};
+    }));
+    // In the left half now, where the icon is at the other end.
+    const auto kept = **delegate->model().settings.floatingStopPlace;
+    EXPECT_EQ(kept, (Point{from.left() - 400 + 32.0, 500 + 120}));
+    EXPECT_EQ(settings.numbers("floatingStopPlace"), (std::vector<double>{kept.x, kept.y}));
+    EXPECT_EQ(place().left(), from.left() - 400);
+    EXPECT_TRUE(neverStopped());
+}
+
+TEST_F(FloatingStopOnADesktop, GoesWhenTheDeviceGoesOff) {
+    turnOn();
+    delegate->model().receive({});
+    EXPECT_FALSE(button().visible());
+    EXPECT_FALSE(button().panel()->isVisible());
+    EXPECT_TRUE(eventually([&] { return !isOnTheScreen(); }));
+    turnOn();
+    EXPECT_EQ(place().center().y(), 500 - 1);
+}
+
+TEST_F(FloatingStopOnADesktop, UnfoldsUnderTheMouse) {
+    turnOn();
+    ASSERT_TRUE(eventually([&] { return !button().expanded(); }));
+    const auto small = place();
+    EXPECT_EQ(small.size(), QSize(64, 64));
+    moveTo(small.center());
+    EXPECT_TRUE(eventually([&] { return place().width() > 100; }));
+    EXPECT_EQ(place().right(), small.right());
+    moveTo({20, 780});
+    EXPECT_TRUE(eventually([&] { return place() == small; }));
+}
+
+TEST_F(FloatingStopOnADesktop, BesideItTheClickBelongsToWhatIsBelow) {
+    startEditor();
+    turnOn();
+    const auto corner = place().topLeft() + QPoint(4, 4);
+    moveTo(corner);
+    hand({"click", "1"});
+    EXPECT_TRUE(eventually([&] {
+        return session.child("editor")->output().find("ButtonRelease") != std::string::npos;
+    }));
+    EXPECT_TRUE(neverStopped());
+    EXPECT_FALSE(delegate->model().isStopping.get());
+}
+
+TEST_F(FloatingStopOnADesktop, CardsStandClearOfIt) {
+    delegate->model().settings.floatingStopPlace.set(std::nullopt);
+    turnOn();
+    const auto& cards = delegate->statusItem()->noticePanel().panel();
+    ASSERT_TRUE(cards.isVisible());
+    ASSERT_FALSE(cards.findChildren<QWidget*>(QStringLiteral("notice")).isEmpty());
+    for (const auto* card : cards.findChildren<QWidget*>(QStringLiteral("notice"))) {
+        const QRect onScreen(card->mapToGlobal(QPoint(0, 0)), card->size());
+        EXPECT_FALSE(onScreen.intersects(button().frame()));
+    }
+}
+
+/// The question about browsers under a window manager and a keyboard.
+struct QuestionOnADesktop : FloatingStopOnADesktop {
+    void SetUp() override {
+        FloatingStopOnADesktop::SetUp();
+        machine.script.browsers = {"org.example.Surf"};
+        delegate->model().receive(camera({testing::appRef("Surf")}));
+    }
+    QDialog* question() { return delegate->browserDialog().window(); }
+    void ask() {
+        delegate->stopEverything();
+        ASSERT_TRUE(question());
+        ASSERT_TRUE(eventually([&] { return question()->isActiveWindow(); })) << session.logs();
+    }
+};
+
+TEST_F(QuestionOnADesktop, ComesToTheFrontOverTheWindowInUse) {
+    startEditor();
+    ask();
+}
+
+TEST_F(QuestionOnADesktop, EnterCancels) {
+    ask();
+    hand({"key", "Return"});
+    EXPECT_TRUE(eventually([&] { return question() == nullptr; }));
+    EXPECT_TRUE(neverStopped());
+}
+
+TEST_F(QuestionOnADesktop, EscapeCancels) {
+    ask();
+    hand({"key", "Escape"});
+    EXPECT_TRUE(eventually([&] { return question() == nullptr; }));
+    EXPECT_TRUE(neverStopped());
+}
+
+TEST_F(QuestionOnADesktop, ShiftTabReachesKeepAndOnceMoreClose) {
+    ask();
+    hand({"key", "shift+Tab", "key", "Return"});
+    EXPECT_TRUE(eventually([&] {
+        const auto& items = delegate->model().notices.items();
+        return !items.empty() &&
+               items.back().title == "Microphone muted. No app was using the camera or microphone.";
+    }));
+    ask();
+    hand({"key", "shift+Tab", "key", "shift+Tab", "key", "Return"});
+    EXPECT_TRUE(eventually([&] {
+        return delegate->model().notices.items().back().title ==
+               "Microphone muted. Surf was closed.";
+    }));
+}
+
+TEST_F(QuestionOnADesktop, CardsAnswerWhileItIsOpen) {
+    ask();
+    const auto& cards = delegate->statusItem()->noticePanel().panel();
+    ASSERT_TRUE(cards.isVisible());
+    // The cross of the only card.
+    moveTo(cards.pos() + QPoint(cards.width() - 12 - 8 - 10, 12 + 8 + 10));
+    hand({"click", "1"});
+    EXPECT_TRUE(eventually([&] { return delegate->model().notices.items().empty(); }));
+    EXPECT_TRUE(question());
+}
+
+} // namespace
+} // namespace velmoran

@@ -1,0 +1,321 @@
+#include "app/shell/AppDelegate.h"
+#include "app/shell/StopShortcut.h"
+#include "integration/desktop/Desktop.h"
+
+#include <QAbstractNativeEventFilter>
+#include <gmock/gmock.h>
+#include <xcb/xcb.h>
+
+namespace velmoran {
+namespace {
+
+constexpr const char* keys = "ctrl+alt+super+period";
+constexpr std::uint16_t held = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
+constexpr std::uint8_t periodKey = 60; ///< on the server's usual keyboard
+constexpr std::uint8_t dvorakPeriodKey = 26;
+
+/// Another program that takes keys for itself.
+class OtherProgram {
+public:
+    explicit OtherProgram(const std::string& display) : server_(display) {}
+
+    [[nodiscard]] bool take(std::uint16_t modifiers, std::uint8_t key = periodKey) {
+        auto* x = server_.connection();
+        auto* error =
+            xcb_request_check(x, xcb_grab_key_checked(x, 0, server_.root(), modifiers, key,
+                                                      XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+        const bool done = error == nullptr;
+        std::free(error);
+        return done;
+    }
+
+private:
+    support::XServer server_;
+};
+
+struct KeyCounter : QAbstractNativeEventFilter {
+    int presses = 0;
+
+    KeyCounter() { QCoreApplication::instance()->installNativeEventFilter(this); }
+    ~KeyCounter() override { QCoreApplication::instance()->removeNativeEventFilter(this); }
+    bool nativeEventFilter(const QByteArray&, void* message, qintptr*) override {
+        const auto* event = static_cast<const xcb_generic_event_t*>(message);
+        presses += (event->response_type & 0x7F) == XCB_KEY_PRESS;
+        return false;
+    }
+};
+
+struct ShortcutOnX11 : DesktopFixture {
+    StopShortcut shortcut;
+    int presses = 0;
+
+    bool switchOn() {
+        return shortcut.set(true, [this] { ++presses; });
+    }
+    void press() {
+        hand({"key", keys});
+        settle();
+    }
+    bool comes(int count) {
+        return eventually([&] { return presses == count; });
+    }
+};
+
+TEST_F(ShortcutOnX11, AKeyPressInAnotherProgramRunsTheAction) {
+    startEditor();
+    ASSERT_TRUE(switchOn());
+    hand({"key", keys});
+    EXPECT_TRUE(comes(1));
+    hand({"key", keys});
+    EXPECT_TRUE(comes(2));
+    session.stop("editor");
+}
+
+TEST_F(ShortcutOnX11, FewerKeysAreNotIt) {
+    ASSERT_TRUE(switchOn());
+    hand({"key", "ctrl+alt+period", "key", "alt+super+period", "key", "ctrl+super+period"});
+    press();
+    EXPECT_TRUE(comes(1));
+}
+
+TEST_F(ShortcutOnX11, WorksWithCapsAndNumLock) {
+    ASSERT_TRUE(switchOn());
+    for (int state = 0; state < 4; ++state) {
+        hand({"key", "Num_Lock"});
+        if (state == 2) {
+            hand({"key", "Caps_Lock"});
+        }
+        hand({"key", keys});
+        EXPECT_TRUE(comes(state + 1)) << state;
+    }
+    hand({"key", "Caps_Lock"});
+}
+
+TEST_F(ShortcutOnX11, SwitchedOffItDoesNothingAndFreesTheKeys) {
+    ASSERT_TRUE(switchOn());
+    EXPECT_TRUE(shortcut.set(false, [] {}));
+    KeyCounter counter;
+    press();
+    EXPECT_EQ(counter.presses, 0);
+    EXPECT_EQ(presses, 0);
+    OtherProgram other(session.environment()["DISPLAY"]);
+    EXPECT_TRUE(other.take(held));
+}
+
+TEST_F(ShortcutOnX11, SwitchedOnAgainItRunsOnceForEachPress) {
+    ASSERT_TRUE(switchOn());
+    ASSERT_TRUE(switchOn());
+    EXPECT_TRUE(shortcut.set(false, [] {}));
+    ASSERT_TRUE(switchOn());
+    press();
+    EXPECT_TRUE(comes(1));
+    press();
+    EXPECT_TRUE(comes(2));
+}
+
+TEST_F(ShortcutOnX11, TheLastActionIsTheOneThatRuns) {
+    int others = 0;
+    ASSERT_TRUE(shortcut.set(true, [&] { ++others; }));
+    ASSERT_TRUE(switchOn());
+    press();
+    EXPECT_TRUE(comes(1));
+    EXPECT_EQ(others, 0);
+}
+
+TEST_F(ShortcutOnX11, AKeyThatIsHeldIsOnePress) {
+    ASSERT_TRUE(switchOn());
+    KeyCounter counter;
+    hand({"keydown", "ctrl", "keydown", "alt", "keydown", "super", "keydown", "period"});
+    EXPECT_TRUE(eventually([&] { return counter.presses >= 4; }));
+    hand({"keyup", "period", "keyup", "super", "keyup", "alt", "keyup", "ctrl"});
+    settle();
+    EXPECT_EQ(presses, 1);
+    press();
+    EXPECT_TRUE(comes(2));
+}
+
+TEST_F(ShortcutOnX11, IsRefusedWhereAnotherProgramHasTheKeys) {
+    OtherProgram other(session.environment()["DISPLAY"]);
+    ASSERT_TRUE(other.take(held));
+    EXPECT_FALSE(switchOn());
+    press();
+    EXPECT_EQ(presses, 0);
+}
+
+TEST_F(ShortcutOnX11, OneOfTheFourStatesRefusedLeavesNoneTaken) {
+    OtherProgram other(session.environment()["DISPLAY"]);
+    ASSERT_TRUE(other.take(held | XCB_MOD_MASK_LOCK));
+    EXPECT_FALSE(switchOn());
+    OtherProgram third(session.environment()["DISPLAY"]);
+    EXPECT_TRUE(third.take(held));
+    EXPECT_TRUE(third.take(held | XCB_MOD_MASK_2));
+    EXPECT_TRUE(third.take(held | XCB_MOD_MASK_2 | XCB_MOD_MASK_LOCK));
+    press();
+    EXPECT_EQ(presses, 0);
+}
+
+TEST_F(ShortcutOnX11, TheActionMaySwitchItOff) {
+    ASSERT_TRUE(shortcut.set(true, [&] {
+        ++presses;
+        shortcut.set(false, nullptr);
+    }));
+    press();
+    EXPECT_TRUE(comes(1));
+    press();
+    EXPECT_EQ(presses, 1);
+}
+
+struct ShortcutOnAnotherKeyboard : ShortcutOnX11 {
+    void layout(const std::string& name) {
+        ASSERT_TRUE(session.run({"setxkbmap", name}).succeeded());
+    }
+    void TearDown() override { layout("us"); }
+};
+
+TEST_F(ShortcutOnAnotherKeyboard, FollowsTheDotToItsNewKey) {
+    ASSERT_TRUE(switchOn());
+    layout("dvorak");
+    // The old key is free as soon as the new one is taken.
+    OtherProgram other(session.environment()["DISPLAY"]);
+    ASSERT_TRUE(eventually([&] { return other.take(held, periodKey); }));
+    hand({"key", "ctrl+alt+super+" + std::to_string(dvorakPeriodKey)});
+    EXPECT_TRUE(comes(1));
+}
+
+TEST_F(ShortcutOnAnotherKeyboard, TellsWhenTheNewKeyIsAnotherPrograms) {
+    OtherProgram other(session.environment()["DISPLAY"]);
+    ASSERT_TRUE(other.take(held, dvorakPeriodKey));
+    int lost = 0;
+    shortcut.onLost = [&] {
+        ++lost;
+    };
+    ASSERT_TRUE(switchOn());
+    layout("dvorak");
+    EXPECT_TRUE(eventually([&] { return lost == 1; }));
+}
+
+/// The whole program, on a scripted machine.
+struct ProgramWithShortcut : testing::ModelFixture {
+    support::PrivateSession& session = desktopSession();
+    QtEventLoop loop;
+    std::unique_ptr<AppDelegate> delegate;
+
+    void start() {
+        settings.setBoolean("stopShortcutOn", true);
+        delegate = std::make_unique<AppDelegate>(ModelSurroundings{machine, loop, loop, settings,
+                                                                   [this] {
+                                                                       return store;
+                                                                   }},
+                                                 AppPicture(), [] {});
+        delegate->didFinishLaunching();
+    }
+};
+
+TEST_F(ProgramWithShortcut, StopsByARealKeyPress) {
+    start();
+    ASSERT_FALSE(*delegate->model().stopShortcutUnavailable);
+    delegate->model().receive({});
+    delegate->model().receive(microphone({testing::appRef("Zoom")}));
+    ASSERT_TRUE(session.run({"xdotool", "key", keys}).succeeded());
+    EXPECT_TRUE(eventually([&] {
+        const auto& items = delegate->model().notices.items();
+        return !items.empty() && items.back().title == "Microphone muted. Zoom was closed.";
+    }));
+    EXPECT_TRUE(*delegate->model().settings.microphoneMuted);
+}
+
+TEST_F(ProgramWithShortcut, IsToldThatTheKeysAreTaken) {
+    auto other = std::make_unique<OtherProgram>(session.environment()["DISPLAY"]);
+    ASSERT_TRUE(other->take(held));
+    start();
+    EXPECT_TRUE(*delegate->model().stopShortcutUnavailable);
+    other.reset();
+    // Nothing is tried again by itself, only by the next choice.
+    EXPECT_TRUE(*delegate->model().stopShortcutUnavailable);
+    delegate->model().settings.stopShortcutOn.set(false);
+    EXPECT_FALSE(*delegate->model().stopShortcutUnavailable);
+    EXPECT_TRUE(eventually([&] {
+        delegate->model().settings.stopShortcutOn.set(false);
+        delegate->model().settings.stopShortcutOn.set(true);
+        return !*delegate->model().stopShortcutUnavailable;
+    }));
+}
+
+struct ShortcutOnWayland : DesktopFixture {
+    StopShortcut shortcut;
+    int presses = 0;
+    int lost = 0;
+
+    ShortcutOnWayland() {
+        qputenv("WAYLAND_DISPLAY", "wayland-0");
+        shortcut.onLost = [this] {
+            ++lost;
+        };
+    }
+    ~ShortcutOnWayland() override {
+        qunsetenv("WAYLAND_DISPLAY");
+        session.stop("portal");
+    }
+
+    bool switchOn() {
+        return shortcut.set(true, [this] { ++presses; });
+    }
+    void startPortal(const std::string& manner) {
+        session.start("portal", {"/usr/bin/python3", FAKE_PORTAL, manner});
+        ASSERT_TRUE(eventually([&] { return said("ready"); })) << session.logs();
+    }
+    bool said(const std::string& what) {
+        return session.child("portal")->output().find(what) != std::string::npos;
+    }
+    std::string sessionPath() {
+        const auto output = session.child("portal")->output();
+        const auto start = output.find("session ") + 8;
+        return output.substr(start, output.find('\n', start) - start);
+    }
+    void press(const std::string& path, const std::string& name) {
+        const auto finished = session.run(
+            {"gdbus", "call", "--session", "-d", "org.freedesktop.portal.Desktop", "-o",
+             "/org/freedesktop/portal/desktop", "-m", "org.velmoran.FakePortal.Press", path, name});
+        ASSERT_TRUE(finished.succeeded()) << finished.errors;
+    }
+};
+
+TEST_F(ShortcutOnWayland, WithoutAPortalThereIsNone) {
+    EXPECT_FALSE(switchOn());
+}
+
+TEST_F(ShortcutOnWayland, ThePortalIsAskedAndItsKeysRunTheAction) {
+    startPortal("grant");
+    ASSERT_TRUE(switchOn());
+    ASSERT_TRUE(eventually([&] {
+        return said("bind stop CTRL+ALT+LOGO+period Stop camera and microphone\n");
+    })) << session.logs();
+    press(sessionPath(), "another");
+    press(sessionPath() + "x", "stop");
+    press(sessionPath(), "stop");
+    EXPECT_TRUE(eventually([&] { return presses == 1; }));
+    EXPECT_EQ(lost, 0);
+    EXPECT_TRUE(shortcut.set(false, nullptr));
+    EXPECT_TRUE(eventually([&] { return said("close\n"); }));
+}
+
+TEST_F(ShortcutOnWayland, ARefusalComesLater) {
+    for (const char* manner : {"error", "no-session", "no-shortcut"}) {
+        startPortal(manner);
+        lost = 0;
+        EXPECT_TRUE(switchOn()) << manner;
+        EXPECT_TRUE(eventually([&] { return lost == 1; })) << manner << session.logs();
+        session.stop("portal");
+    }
+}
+
+TEST_F(ShortcutOnWayland, APortalThatGoesAwayTakesTheShortcutWithIt) {
+    startPortal("grant");
+    ASSERT_TRUE(switchOn());
+    ASSERT_TRUE(eventually([&] { return said("bind "); }));
+    session.stop("portal");
+    EXPECT_TRUE(eventually([&] { return lost == 1; }));
+}
+
+} // namespace
+} // namespace velmoran
