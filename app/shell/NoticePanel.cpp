@@ -36,15 +36,15 @@ void NoticePanel::warmUp() {
     NoticeButton button;
     button.title = "Velmoran";
     item.buttons = {button};
-    NoticeStackView stack({item}, {}, {}, this);
+    NoticeStackView stack({item}, {}, {}, 0, this);
     QPixmap picture(stack.size() * devicePixelRatioF());
     picture.fill(Qt::transparent);
     stack.render(&picture);
 }
 
 void NoticePanel::setItems(const std::vector<NoticeItem>& items, const AppPicture& picture,
-                           const NoticeView::Clicks& clicks) {
-    auto* stack = new NoticeStackView(items, picture, clicks, this);
+                           const NoticeView::Clicks& clicks, int room) {
+    auto* stack = new NoticeStackView(items, picture, clicks, room, this);
     if (stack_) {
         // Later, since a click on one of its buttons may have brought us here.
         stack_->hide();

@@ -13,9 +13,10 @@ class NoticePanel final : public QWidget {
 public:
     NoticePanel();
 
-    /// Replaces what is shown by cards for these. Where it stands is left alone until `placeAt`.
+    /// Replaces what is shown by cards for these, as many as there is room for. Where it stands is
+    /// left alone until `placeAt`.
     void setItems(const std::vector<NoticeItem>& items, const AppPicture& picture,
-                  const NoticeView::Clicks& clicks);
+                  const NoticeView::Clicks& clicks, int room);
     /// What the cards take.
     QSize wantedSize() const { return stack_ ? stack_->size() : QSize(); }
     /// Takes that size, with the upper left corner there.

@@ -12,7 +12,15 @@ namespace velmoran {
 
 namespace {
 constexpr std::chrono::milliseconds warmUpDelay(400);
+
+QRect visibleAround(const std::optional<QRect>& anchor) {
+    const QScreen* screen = anchor ? QGuiApplication::screenAt(anchor->center()) : nullptr;
+    if (!screen) {
+        screen = QGuiApplication::primaryScreen();
+    }
+    return screen ? screen->availableGeometry() : QRect();
 }
+} // namespace
 
 NoticePanelController::NoticePanelController(NoticeCenter& notices,
                                              std::function<std::optional<QRect>()> anchor,
@@ -49,25 +57,16 @@ void NoticePanelController::update() {
         panel_.hide();
         return;
     }
+    const auto anchor = anchor_();
+    const auto visible = visibleAround(anchor);
     panel_.setItems(
         notices_.items(), picture_,
         {.press = [this](const Uuid& item, const Uuid& button) { notices_.press(item, button); },
          .close =
              [this](const Uuid& item) {
                  notices_.close(item);
-             }});
-    place();
-    panel_.show();
-    panel_.raise();
-}
-
-void NoticePanelController::place() {
-    const auto anchor = anchor_();
-    const QScreen* screen = anchor ? QGuiApplication::screenAt(anchor->center()) : nullptr;
-    if (!screen) {
-        screen = QGuiApplication::primaryScreen();
-    }
-    const QRect visible = screen ? screen->availableGeometry() : QRect();
+             }},
+        noticePanelRoom(visible, anchor));
     auto at = noticePanelPlace(visible, anchor, panel_.wantedSize());
     if (obstacle) {
         constexpr int padding = NoticeStackView::padding;
@@ -76,6 +75,8 @@ void NoticePanelController::place() {
         at.ry() += noticeClearance(visible, cards, obstacle());
     }
     panel_.placeAt(at);
+    panel_.show();
+    panel_.raise();
 }
 
 } // namespace velmoran

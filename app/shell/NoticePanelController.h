@@ -34,7 +34,6 @@ public:
 
 private:
     void update();
-    void place();
 
     NoticeCenter& notices_;
     std::function<std::optional<QRect>()> anchor_;

@@ -8,7 +8,22 @@ namespace {
 constexpr int gap = 2;  ///< between the status item and the panel
 constexpr int edge = 4; ///< between the panel and the sides of the screen
 constexpr int room = 8; ///< between the cards and what they keep clear of
+
+bool isLow(const QRect& visible, const std::optional<QRect>& anchor) {
+    return anchor && anchor->y() + anchor->height() / 2 > visible.y() + visible.height() / 2;
+}
+
 } // namespace
+
+int noticePanelRoom(const QRect& visible, const std::optional<QRect>& anchor) {
+    const int bottom = visible.y() + visible.height();
+    if (!anchor) {
+        return visible.height() - gap;
+    }
+    return isLow(visible, anchor)
+               ? std::min(bottom, anchor->y()) - gap - visible.y()
+               : bottom - std::max(visible.y(), anchor->y() + anchor->height()) - gap;
+}
 
 QPoint noticePanelPlace(const QRect& visible, const std::optional<QRect>& anchor,
                         const QSize& panel) {
@@ -23,9 +38,8 @@ QPoint noticePanelPlace(const QRect& visible, const std::optional<QRect>& anchor
     x = std::max(x, left + edge);
     x = std::min(x, right - panel.width() - edge);
 
-    const bool isLow = anchor && at.y() + at.height() / 2 > top + visible.height() / 2;
-    const int y = isLow ? std::min(bottom, at.y()) - gap - panel.height()
-                        : std::max(top, at.y() + at.height()) + gap;
+    const int y = isLow(visible, anchor) ? std::min(bottom, at.y()) - gap - panel.height()
+                                         : std::max(top, at.y() + at.height()) + gap;
     return {x, y};
 }
 

@@ -2,19 +2,47 @@
 
 #include "app/shell/X11Window.h"
 
+#include <cstddef>
+#include <map>
+
 namespace velmoran {
 
 NoticeStackView::NoticeStackView(const std::vector<NoticeItem>& items, const AppPicture& picture,
-                                 const NoticeView::Clicks& clicks, QWidget* parent)
+                                 const NoticeView::Clicks& clicks, int room, QWidget* parent)
     : QWidget(parent) {
+    std::map<std::size_t, NoticeView*> chosen; // in the order of the items
+    int taken = 2 * padding - spacing;
+    const auto takeThose = [&](bool strong) {
+        for (auto index = items.size(); index-- > 0;) {
+            if (items[index].isStrong != strong || chosen.contains(index)) {
+                continue;
+            }
+            auto* view = new NoticeView(items[index], picture, clicks, this);
+            const int more = spacing + view->height();
+            if (!chosen.empty() && taken + more > room) {
+                delete view;
+                return;
+            }
+            taken += more;
+            chosen.emplace(index, view);
+        }
+    };
+    if (!items.empty()) {
+        auto* newest = new NoticeView(items.back(), picture, clicks, this);
+        taken += spacing + newest->height();
+        chosen.emplace(items.size() - 1, newest);
+    }
+    takeThose(true);
+    takeThose(false);
+
     int y = padding;
-    for (const auto& item : items) {
-        auto* view = new NoticeView(item, picture, clicks, this);
+    for (const auto& [index, view] : chosen) {
         view->move(padding, y);
+        view->raise(); // the order in which they are read aloud
         y += view->height() + spacing;
         views_.push_back(view);
     }
-    setFixedSize(stackWidth, y - (items.empty() ? 0 : spacing) + padding);
+    setFixedSize(stackWidth, y - (views_.empty() ? 0 : spacing) + padding);
 }
 
 void NoticeStackView::setCornersAreCut(bool cut) {

@@ -11,14 +11,16 @@ namespace velmoran {
 
 class NoticeStackView final : public QWidget {
 public:
-    /// Has its final size at once.
+    /// Has its final size at once. What would make it higher than `room` is left out: the oldest
+    /// first, and strong ones only when there is no other; never the newest.
     NoticeStackView(const std::vector<NoticeItem>& items, const AppPicture& picture,
-                    const NoticeView::Clicks& clicks, QWidget* parent = nullptr);
+                    const NoticeView::Clicks& clicks, int room, QWidget* parent = nullptr);
 
     static constexpr int padding = 12;
     static constexpr int spacing = 8;
     static constexpr int stackWidth = NoticeView::cardWidth + 2 * padding;
 
+    int cards() const { return static_cast<int>(views_.size()); }
     void setCornersAreCut(bool cut);
     /// What of the rectangle the cards cover.
     QRegion shape() const;

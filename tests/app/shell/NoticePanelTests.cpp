@@ -3,9 +3,10 @@
 #include "system/scripted/ScriptedTime.h"
 
 #include <QAccessible>
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QToolButton>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -287,6 +288,29 @@ TEST_F(NoticePanelTest, AGoneControllerIsToldNothing) {
     }
     other.show(item("First"));
     EXPECT_EQ(other.onChange, nullptr);
+}
+
+TEST_F(NoticePanelTest, LeavesOutTheOldestCardsWhereThereIsNoRoomForAll) {
+    auto strong = item("strong");
+    strong.isStrong = true;
+    notices.show(strong);
+    for (int number = 1; number <= 40; ++number) {
+        notices.show(item("card " + std::to_string(number)));
+    }
+    const auto shown = cards().size();
+    ASSERT_GT(shown, 2U);
+    ASSERT_LT(shown, 41U);
+    const auto visible = QGuiApplication::primaryScreen()->availableGeometry();
+    EXPECT_LE(controller.panel().geometry().bottom(), visible.bottom());
+    const auto read = titles();
+    EXPECT_THAT(read, ::testing::Contains("strong"));
+    EXPECT_THAT(read, ::testing::Contains("card 40"));
+    EXPECT_THAT(read, ::testing::Not(::testing::Contains("card 1")));
+    // Room that becomes free is taken.
+    for (int number = 0; number < 30; ++number) {
+        notices.close(notices.items().back().id);
+    }
+    EXPECT_THAT(titles(), ::testing::Contains("card 10"));
 }
 
 } // namespace

@@ -36,6 +36,13 @@ TEST(NoticePlacing, StandsBelowTheBarEvenIfTheItemEndsHigher) {
     EXPECT_EQ(noticePanelPlace({0, 40, 1280, 760}, QRect(1000, 4, 24, 24), panel).y(), 42);
 }
 
+TEST(NoticePlacing, KnowsHowMuchRoomThereIs) {
+    EXPECT_EQ(noticePanelRoom(underABar, QRect(1000, 0, 24, 24)), 774);
+    EXPECT_EQ(noticePanelRoom({0, 0, 1280, 800}, QRect(1000, 4, 24, 32)), 762);
+    EXPECT_EQ(noticePanelRoom({0, 0, 1280, 770}, QRect(1000, 776, 24, 24)), 768);
+    EXPECT_EQ(noticePanelRoom(underABar, std::nullopt), 774);
+}
+
 TEST(NoticePlacing, StandsAboveATrayAtTheBottom) {
     const QRect overABar(0, 0, 1280, 770);
     EXPECT_EQ(noticePanelPlace(overABar, QRect(1000, 773, 24, 24), panel),
