@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <fmt/format.h>
+#include <malloc.h>
 #include <poll.h>
 #include <time.h>
 #include <utility>
@@ -30,6 +31,12 @@ std::uint64_t monotonicMicroseconds() {
     ::clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<std::uint64_t>(now.tv_sec) * 1000000 +
            static_cast<std::uint64_t>(now.tv_nsec) / 1000;
+}
+
+/// Lets the memory of a large message go back to the system with the message: left to itself, the
+/// C library learns from the first one to keep as much for the next.
+void returnLargeMemory() {
+    [[maybe_unused]] static const int done = ::mallopt(M_MMAP_THRESHOLD, 256 * 1024);
 }
 
 } // namespace
@@ -75,6 +82,7 @@ std::unique_ptr<BusLink> BusLink::open(const std::string& address, Calls calls) 
     if (address.empty()) {
         return nullptr;
     }
+    returnLargeMemory();
     sd_bus* made = nullptr;
     if (sd_bus_new(&made) < 0) {
         return nullptr;

@@ -1,0 +1,293 @@
+#include "BusFixture.h"
+
+#include "app/bus/BusProperties.h"
+
+#include <csignal>
+#include <gmock/gmock.h>
+#include <thread>
+#include <unistd.h>
+
+namespace velmoran {
+namespace {
+
+using testing::BusClient;
+using testing::BusFixture;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using Words = std::vector<std::string>;
+
+class BusServiceTest : public BusFixture {
+protected:
+    /// Calls from a thread of its own while the program's loop runs.
+    Words call(const std::string& method, const std::optional<std::string>& argument = {}) {
+        Words result;
+        std::atomic<bool> isDone = false;
+        std::thread thread([&] {
+            result = BusClient(address()).call(method, argument);
+            isDone = true;
+        });
+        EXPECT_TRUE(runUntil([&] { return isDone.load(); })) << method;
+        thread.join();
+        return result;
+    }
+    std::string run(const std::vector<std::string>& arguments) {
+        auto client = start(arguments);
+        finish(client);
+        return client.output() + client.errors();
+    }
+};
+
+TEST_F(BusServiceTest, StopsEverythingAndAnswersWhenItIsDone) {
+    launch();
+    model->receive(reading({app("Zoom")}, {app("Meet")}));
+    EXPECT_THAT(call("StopEverything"),
+                ElementsAre("done", "Microphone muted. Zoom and Meet were closed.",
+                            HasSubstr("The microphone stays muted")));
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_TRUE(*model->settings.microphoneMuted);
+}
+
+TEST_F(BusServiceTest, StopsOneAppByIDPathOrName) {
+    launch();
+    for (const auto* name : {"org.example.Zoom", "/opt/Zoom", "Zoom", "zoom"}) {
+        model->receive(reading({app("Zoom"), app("Meet")}));
+        EXPECT_THAT(call("Stop", name), ElementsAre("done", "Zoom was closed.", "")) << name;
+        model->receive({});
+    }
+}
+
+TEST_F(BusServiceTest, SaysWhatIsOnWhenTheAppIsNot) {
+    launch();
+    EXPECT_THAT(call("Stop", "Zoom"), ElementsAre(bus::notInUse));
+    model->receive(reading({app("Meet")}));
+    const auto said = run(
+        {"busctl", "--user", "call", bus::name, bus::path, bus::interface, "Stop", "s", "Zoom"});
+    EXPECT_THAT(said, HasSubstr("“Zoom” isn't using the camera or microphone. These are: Meet "
+                                "(org.example.Meet)."));
+}
+
+TEST_F(BusServiceTest, AsksWhichOneIsMeant) {
+    launch();
+    auto other = app("Zoom");
+    other.bundleID = "com.other.zoom";
+    model->receive(reading({app("Zoom"), other}));
+    EXPECT_THAT(call("Stop", "Zoom"), ElementsAre(bus::ambiguous));
+    EXPECT_THAT(call("Stop", "com.other.zoom"), ElementsAre("done", "Zoom was closed.", ""));
+}
+
+TEST_F(BusServiceTest, SaysWhatCouldNotBeStopped) {
+    machine.script.refusesToClose = {"org.example.Zoom"};
+    launch();
+    model->receive(reading({app("Zoom")}));
+    EXPECT_THAT(call("Stop", "Zoom"), ElementsAre("incomplete", "Nothing could be stopped.",
+                                                  HasSubstr("Zoom didn't close")));
+}
+
+TEST_F(BusServiceTest, DropsASecondStopWhateverDoorItComesThrough) {
+    machine.script.closeSeconds["org.example.Zoom"] = 100;
+    launch();
+    model->receive(reading({app("Zoom")}));
+    const BusClient first(address());
+    ASSERT_TRUE(first.send("StopEverything"));
+    ASSERT_TRUE(runUntil([&] { return *model->isStopping; }));
+    EXPECT_THAT(call("StopEverything"), ElementsAre("busy", "A stop is under way already.", ""));
+    EXPECT_THAT(call("Stop", "Zoom"), ElementsAre("busy", "A stop is under way already.", ""));
+    EXPECT_TRUE(*model->isStopping);
+}
+
+TEST_F(BusServiceTest, DropsAStopWhileTheUserIsAsked) {
+    launch();
+    model->receive(
+        reading({{.name = "Fox", .bundleID = "org.mozilla.firefox", .path = "/opt/fox"}}));
+    auto waiting = start({VELMORANCTL, "stop"});
+    ASSERT_TRUE(runUntil([&] { return questions == 1; }));
+    EXPECT_THAT(call("StopEverything"), ElementsAre("busy", "A stop is under way already.", ""));
+    EXPECT_EQ(questions, 1);
+    EXPECT_TRUE(waiting.running());
+
+    answerQuestion(BrowserAnswer::cancel);
+    EXPECT_EQ(finish(waiting), 3);
+    EXPECT_THAT(waiting.output(), HasSubstr("Nothing was stopped"));
+    EXPECT_FALSE(model->isBusyStopping());
+}
+
+TEST_F(BusServiceTest, UnmutesAndSaysSo) {
+    launch();
+    call("StopEverything");
+    ASSERT_TRUE(*model->settings.microphoneMuted);
+    EXPECT_THAT(call("UnmuteMicrophone"),
+                ElementsAre("done", "The microphone is no longer muted.", ""));
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    machine.script.microphones = {{"Stubborn", false, std::nullopt}};
+    EXPECT_THAT(call("UnmuteMicrophone"),
+                ElementsAre("incomplete", "The microphone couldn't be unmuted.",
+                            "Stubborn couldn't be unmuted."));
+}
+
+TEST_F(BusServiceTest, TellsTheStatusAsJsonAndAsProperties) {
+    launch();
+    model->receive(reading({app("Zoom")}));
+    const auto status = decode<ProgramStatus>(call("Status").at(0));
+    EXPECT_EQ(status, statusOf(*model));
+    ASSERT_EQ(status.uses.size(), 1U);
+    EXPECT_EQ(status.uses[0].app.name, "Zoom");
+    EXPECT_TRUE(status.uses[0].seenFromStart);
+
+    const auto all = run(
+        {"dbus-send", "--session", "--print-reply", std::string("--dest=") + bus::name, bus::path,
+         "org.freedesktop.DBus.Properties.GetAll", std::string("string:") + bus::interface});
+    for (const auto& property : bus::properties()) {
+        EXPECT_THAT(all, HasSubstr("\"" + property + "\""));
+    }
+    EXPECT_THAT(all, HasSubstr("string \"org.example.Zoom\""));
+    EXPECT_EQ(run({"busctl", "--user", "get-property", bus::name, bus::path, bus::interface,
+                   "CameraOn", "MicrophoneOn"}),
+              "b true\nb false\n");
+}
+
+TEST_F(BusServiceTest, TellsOfChangesOnce) {
+    launch();
+    auto monitor = start({"gdbus", "monitor", "--session", "-d", bus::name});
+    ASSERT_TRUE(
+        runUntil([&] { return monitor.output().find("is owned by") != std::string::npos; }));
+    model->receive(reading({app("Zoom")}));
+    const auto told = [&](const std::string& text) {
+        return runUntil([&] { return monitor.output().find(text) != std::string::npos; });
+    };
+    EXPECT_TRUE(told("'CameraOn': <true>")) << monitor.output();
+    EXPECT_TRUE(told("'AppName': <'Zoom'>")) << monitor.output();
+    model->receive({});
+    EXPECT_TRUE(told("'CameraOn': <false>")) << monitor.output();
+    EXPECT_EQ(monitor.output().find("MicrophoneOn"), std::string::npos) << monitor.output();
+    monitor.stop();
+}
+
+TEST_F(BusServiceTest, DescribesItselfToAnyClient) {
+    launch();
+    const auto tree = run({"gdbus", "introspect", "--session", "-r", "-d", bus::name, "-o", "/"});
+    for (const auto* part : {"node /org/velmoran/Velmoran", "StopEverything(out s outcome",
+                             "Stop(in  s app", "UnmuteMicrophone(", "Status(out s json)",
+                             "readonly b CameraOn = false", "readonly aa{sv} Uses = []"}) {
+        EXPECT_THAT(tree, HasSubstr(part));
+    }
+    EXPECT_THAT(run({"busctl", "--user", "tree", bus::name}), HasSubstr("/org/velmoran/Velmoran"));
+}
+
+TEST_F(BusServiceTest, RefusesWhatItDoesNotKnow) {
+    launch();
+    const auto error = [&](std::vector<std::string> rest) {
+        std::vector<std::string> all = {"gdbus", "call", "--session", "-d", bus::name};
+        all.insert(all.end(), rest.begin(), rest.end());
+        return run(all);
+    };
+    const std::string own = bus::interface;
+    EXPECT_THAT(error({"-o", bus::path, "-m", own + ".Dance"}), HasSubstr("UnknownMethod"));
+    EXPECT_THAT(error({"-o", "/elsewhere", "-m", own + ".Status"}), HasSubstr("UnknownObject"));
+    EXPECT_THAT(error({"-o", "/org", "-m", own + ".Status"}), HasSubstr("UnknownMethod"));
+    EXPECT_THAT(error({"-o", bus::path, "-m", "org.example.Other.Status"}),
+                HasSubstr("UnknownInterface"));
+    EXPECT_THAT(run({"busctl", "--user", "call", bus::name, bus::path, bus::interface, "Stop"}),
+                HasSubstr("One text is wanted."));
+    EXPECT_THAT(run({"busctl", "--user", "call", bus::name, bus::path, bus::interface, "Status",
+                     "s", "more"}),
+                HasSubstr("No argument is wanted."));
+    EXPECT_THAT(run({"busctl", "--user", "set-property", bus::name, bus::path, bus::interface,
+                     "CameraOn", "b", "true"}),
+                HasSubstr("Properties can only be read."));
+    EXPECT_THAT(
+        run({"busctl", "--user", "get-property", bus::name, bus::path, bus::interface, "Colour"}),
+        HasSubstr("There is no such property."));
+    EXPECT_FALSE(model->isBusyStopping());
+}
+
+TEST_F(BusServiceTest, TakesNoNameThatIsLongerThanAnyApps) {
+    launch();
+    EXPECT_THAT(call("Stop", std::string(BusService::longestName + 1, 'x')),
+                ElementsAre(SD_BUS_ERROR_INVALID_ARGS));
+    EXPECT_THAT(call("Stop", std::string(BusService::longestName, 'x')),
+                ElementsAre(bus::notInUse));
+}
+
+TEST_F(BusServiceTest, AnswersNobodyOfAnotherUser) {
+    if (::getuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    launch();
+    model->receive(reading({app("Zoom")}));
+    const auto asNobody = [&](const std::vector<std::string>& rest) {
+        std::vector<std::string> all = {"setpriv",        "--reuid=65534", "--regid=65534",
+                                        "--clear-groups", "busctl",        "--address=" + address(),
+                                        "--auto-start=no"};
+        all.insert(all.end(), rest.begin(), rest.end());
+        return run(all);
+    };
+    // The bus itself lets the caller in.
+    EXPECT_THAT(asNobody({"call", "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                          "org.freedesktop.DBus", "NameHasOwner", "s", bus::name}),
+                HasSubstr("b true"));
+    for (const auto* method : {"StopEverything", "UnmuteMicrophone", "Status"}) {
+        const auto said = asNobody({"call", bus::name, bus::path, bus::interface, method});
+        EXPECT_THAT(said, HasSubstr("Access denied")) << method;
+    }
+    EXPECT_THAT(asNobody({"get-property", bus::name, bus::path, bus::interface, "CameraOn"}),
+                HasSubstr("Access denied"));
+    EXPECT_FALSE(model->isBusyStopping());
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    // And its own user is still answered.
+    EXPECT_EQ(call("Status").size(), 1U);
+}
+
+TEST_F(BusServiceTest, LeavesTheNameToWhoeverHasIt) {
+    const auto other = std::make_unique<BusClient>(address());
+    ASSERT_GE(sd_bus_request_name(other->bus(), bus::name, 0), 0);
+    launch();
+    // In the queue: it gets the name once the other one has gone.
+    sd_bus_release_name(other->bus(), bus::name);
+    EXPECT_TRUE(runUntil([&] { return isOwned(); }));
+    EXPECT_EQ(call("Status").size(), 1U);
+}
+
+TEST_F(BusServiceTest, DoesNothingWhereThereIsNoBus) {
+    bus_->stop();
+    model = std::make_unique<AppModel>(ModelSurroundings{machine, loop, loop, settings, [] {
+                                                             return std::make_shared<HistoryStore>(
+                                                                 std::nullopt);
+                                                         }});
+    model->start();
+    for (const auto* address : {"", "unix:path=/nowhere", "nonsense", "autolaunch:"}) {
+        service =
+            std::make_unique<BusService>(*model, loop, BusService::Options{.address = address});
+        model->receive(reading({app("Zoom")}));
+        model->receive({});
+        QCoreApplication::processEvents();
+    }
+}
+
+TEST_F(BusServiceTest, IsBackWhenTheBusIs) {
+    machine.script.closeSeconds["org.example.Zoom"] = 100;
+    launch();
+    model->receive(reading({app("Zoom")}));
+    // In the middle of a call.
+    auto caller = start({VELMORANCTL, "stop"});
+    ASSERT_TRUE(runUntil([&] { return *model->isStopping; }));
+    bus_->signal(SIGKILL);
+    EXPECT_EQ(finish(caller), 1);
+    startBus();
+    ASSERT_TRUE(isOffered());
+    EXPECT_THAT(call("StopEverything"), ElementsAre("busy", "A stop is under way already.", ""));
+    EXPECT_EQ(decode<ProgramStatus>(call("Status").at(0)).uses.size(), 1U);
+}
+
+TEST_F(BusServiceTest, EndsInTheMiddleOfACall) {
+    machine.script.closeSeconds["org.example.Zoom"] = 100;
+    launch();
+    model->receive(reading({app("Zoom")}));
+    auto waiting = start({VELMORANCTL, "stop"});
+    ASSERT_TRUE(runUntil([&] { return *model->isStopping; }));
+    service.reset();
+    EXPECT_EQ(finish(waiting), 1);
+    EXPECT_THAT(waiting.errors(), HasSubstr("Velmoran didn't answer"));
+}
+
+} // namespace
+} // namespace velmoran
