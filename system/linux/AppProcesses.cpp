@@ -105,7 +105,7 @@ AppProcesses::AppProcesses(LinuxAppNames& names, ProcFs proc)
 
 std::vector<pid_t> AppProcesses::of(const AppIdentity& app) const {
     auto found = possible(app);
-    std::erase_if(found, [&](pid_t pid) { return !isOf(pid, app); });
+    names_.keepOf(app.id, found);
     return found;
 }
 

@@ -94,6 +94,11 @@ std::vector<std::string> pathsIn(std::string_view text) {
     return found;
 }
 
+/// At least two deep: nothing directly below the root is one program's own.
+bool canBeOwn(std::string_view folder) {
+    return !isCommonFolderName(fileName(folder)) && !parentOf(folder).empty();
+}
+
 } // namespace
 
 std::optional<std::string> ownFolder(std::string_view program) {
@@ -101,11 +106,16 @@ std::optional<std::string> ownFolder(std::string_view program) {
     if (fileName(folder) == "bin") {
         folder = parentOf(folder);
     }
-    // At least two deep: nothing directly below the root is one program's own.
-    if (isCommonFolderName(fileName(folder)) || parentOf(folder).empty()) {
-        return std::nullopt;
+    return canBeOwn(folder) ? std::optional<std::string>(folder) : std::nullopt;
+}
+
+bool mayLieInOwnFolder(std::string_view path) {
+    for (auto folder = parentOf(path); !folder.empty(); folder = parentOf(folder)) {
+        if (canBeOwn(folder)) {
+            return true;
+        }
     }
-    return std::string(folder);
+    return false;
 }
 
 DesktopEntries::Stamp DesktopEntries::stampOf(const std::string& folder) {

@@ -93,5 +93,7 @@ private:
 /// The folder that is a program's own, beginning with the one that it lies in, and going above one
 /// called "bin"; nothing if that is shared by many, as /usr/bin or /usr/lib are.
 std::optional<std::string> ownFolder(std::string_view program);
+/// Whether any folder above a file can be a program's own at all.
+bool mayLieInOwnFolder(std::string_view path);
 
 } // namespace velmoran

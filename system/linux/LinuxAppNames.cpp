@@ -90,6 +90,23 @@ AppRef LinuxAppNames::identify(pid_t pid) {
 std::optional<AppRef> LinuxAppNames::look(pid_t pid) {
     const std::lock_guard lock(mutex_);
     entries_.refresh();
+    return nameProcess(pid);
+}
+
+void LinuxAppNames::keepOf(const std::string& id, std::vector<pid_t>& pids) {
+    {
+        const std::lock_guard lock(mutex_);
+        entries_.refresh();
+    }
+    std::erase_if(pids, [&](pid_t pid) {
+        // For each anew: whoever else asks for a name doesn't wait for them all.
+        const std::lock_guard lock(mutex_);
+        const auto app = nameProcess(pid);
+        return !app || app->id() != id;
+    });
+}
+
+std::optional<AppRef> LinuxAppNames::nameProcess(pid_t pid) {
     if (auto app = nameFlatpak(pid)) {
         return app;
     }
@@ -289,6 +306,9 @@ std::optional<std::string> LinuxAppNames::scriptPath(pid_t pid,
 std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& executable) {
     const bool isProtected = places_.protection.protects(executable);
     const bool worksForParent = isProtected && worksForItsParent(executable);
+    if (!worksForParent && !mayLieInOwnFolder(executable)) {
+        return std::nullopt; // the ancestors cost more than all else
+    }
     pid_t ancestor = pid;
     for (int step = 0; step < mostAncestors; ++step) {
         ancestor = proc_.parent(ancestor).value_or(0);

@@ -1,6 +1,6 @@
 // Which app a process is, told so that nobody can pass for another: by what the kernel says of the
 // file that it runs, never by its own words. Owned by the machine. All calls on the monitor's
-// thread, but for `iconName`, `look` and `tracesOf`, which any thread may make.
+// thread, but for `iconName`, `look`, `keepOf` and `tracesOf`, which any thread may make.
 //
 // An app's id is borrowed as easily as whoever grants it is fooled, so an id of a desktop entry is
 // given only where root stands behind both the entry and the program, a flatpak's only to a process
@@ -45,6 +45,8 @@ public:
     /// Nothing for one that can't be named. The caller sees to it that the process id isn't
     /// another's meanwhile.
     std::optional<AppRef> look(pid_t pid);
+    /// Takes away those that aren't of the app of that id.
+    void keepOf(const std::string& id, std::vector<pid_t>& pids);
     /// What each process of the app of that id shows at least.
     AppTraces tracesOf(const std::string& id);
 
@@ -58,6 +60,7 @@ public:
     static constexpr std::size_t mostRemembered = 2000;
 
 private:
+    std::optional<AppRef> nameProcess(pid_t pid);
     std::optional<AppRef> nameFlatpak(pid_t pid);
     std::optional<AppRef> nameSnap(pid_t pid, const std::string& executable);
     std::optional<AppRef> nameScript(pid_t pid, const std::string& interpreter);
