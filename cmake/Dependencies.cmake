@@ -16,6 +16,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     pkg_check_modules(GLib REQUIRED IMPORTED_TARGET glib-2.0)
     pkg_check_modules(Canberra REQUIRED IMPORTED_TARGET libcanberra)
     pkg_check_modules(Xcb REQUIRED IMPORTED_TARGET xcb xcb-shape)
+    pkg_check_modules(XcbRes REQUIRED IMPORTED_TARGET xcb xcb-res)
 endif()
 
 if(VELMORAN_TESTS)

@@ -28,7 +28,8 @@ public:
     virtual ~RunningProcess() = default;
     virtual void askToEnd() = 0; ///< signal 15
     virtual void kill() = 0;     ///< signal 9
-    /// Also true for one that this program may not signal.
+    /// One that may not be signalled counts as gone only where the platform can't tell the two
+    /// apart.
     virtual bool isGone() = 0;
 };
 

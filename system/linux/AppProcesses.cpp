@@ -34,6 +34,10 @@ public:
     }
 
     bool passes(pid_t pid) {
+        if (std::find(traces_.processes.begin(), traces_.processes.end(), pid) !=
+            traces_.processes.end()) {
+            return true;
+        }
         // Not to be read: not to be named either.
         const auto link = readLinkText(proc_.path(pid, "exe"));
         if (!link) {
@@ -126,6 +130,11 @@ bool AppProcesses::isOf(pid_t pid, const AppIdentity& app) const {
     }
     const auto known = names_.look(pid);
     return known && known->id() == app.id;
+}
+
+bool AppProcesses::isOfAnother(pid_t pid, const AppIdentity& app) const {
+    const auto known = names_.look(pid);
+    return known && known->id() != app.id;
 }
 
 } // namespace velmoran

@@ -24,6 +24,8 @@ public:
     std::vector<pid_t> possible(const AppIdentity& app) const;
     /// Whether the process is the app's at this moment.
     bool isOf(pid_t pid, const AppIdentity& app) const;
+    /// Whether it is another app's at this moment: not of one that can't be named.
+    bool isOfAnother(pid_t pid, const AppIdentity& app) const;
 
 private:
     LinuxAppNames& names_;

@@ -10,14 +10,18 @@
 #include <string_view>
 #include <vector>
 
+#include <sys/types.h>
+
 namespace velmoran {
 
 struct AppTraces {
     std::vector<std::string> files;   ///< executables, or scripts of an interpreter; real paths
     std::vector<std::string> folders; ///< of the app's helpers, wrapped programs and snaps
+    std::vector<pid_t> processes;     ///< that were the app when they were last identified
     bool mayBeFlatpak = false;        ///< an installed flatpak has that id
 
-    /// `id` is that of an AppIdentity. Asks the file system for flatpaks only.
+    /// `id` is that of an AppIdentity. Asks the file system for flatpaks only, and knows of no
+    /// processes.
     static AppTraces of(const std::string& id, const DesktopEntries& entries,
                         const LinuxPlaces& places);
 

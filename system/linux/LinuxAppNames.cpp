@@ -80,17 +80,23 @@ AppRef LinuxAppNames::identify(pid_t pid) {
     if (!start) {
         return unidentified(std::to_string(pid));
     }
-    auto app = look(pid);
+    std::optional<AppRef> app;
+    {
+        const std::lock_guard lock(mutex_);
+        entries_.refresh();
+        app = nameProcess(pid);
+    }
     if (!app || proc_.startTicks(pid) != start) {
         return unidentified(std::to_string(pid));
     }
-    return remember(std::move(*app));
+    return remember(pid, *start, std::move(*app));
 }
 
 std::optional<AppRef> LinuxAppNames::look(pid_t pid) {
     const std::lock_guard lock(mutex_);
     entries_.refresh();
-    return nameProcess(pid);
+    auto app = nameProcess(pid);
+    return app ? app : rememberedProcess(pid);
 }
 
 void LinuxAppNames::keepOf(const std::string& id, std::vector<pid_t>& pids) {
@@ -101,7 +107,8 @@ void LinuxAppNames::keepOf(const std::string& id, std::vector<pid_t>& pids) {
     std::erase_if(pids, [&](pid_t pid) {
         // For each anew: whoever else asks for a name doesn't wait for them all.
         const std::lock_guard lock(mutex_);
-        const auto app = nameProcess(pid);
+        auto app = nameProcess(pid);
+        app = app ? app : rememberedProcess(pid);
         return !app || app->id() != id;
     });
 }
@@ -121,7 +128,13 @@ std::optional<AppRef> LinuxAppNames::nameProcess(pid_t pid) {
 AppTraces LinuxAppNames::tracesOf(const std::string& id) {
     const std::lock_guard lock(mutex_);
     entries_.refresh();
-    return AppTraces::of(id, entries_, places_);
+    auto traces = AppTraces::of(id, entries_, places_);
+    for (const auto& [pid, identified] : processes_) {
+        if (identified.app.id() == id) {
+            traces.processes.push_back(pid);
+        }
+    }
+    return traces;
 }
 
 AppRef LinuxAppNames::unidentified(const std::string& key) {
@@ -369,7 +382,7 @@ AppRef LinuxAppNames::nameFile(const std::string& path) const {
     return AppRef{.name = fileName(path), .bundleID = {}, .path = path};
 }
 
-AppRef LinuxAppNames::remember(AppRef app) {
+AppRef LinuxAppNames::remember(pid_t pid, std::uint64_t start, AppRef app) {
     const auto [known, isNew] = seen_.insert_or_assign(app.id(), app);
     if (isNew) {
         seenOrder_.push_back(known->first);
@@ -378,7 +391,25 @@ AppRef LinuxAppNames::remember(AppRef app) {
             seenOrder_.pop_front();
         }
     }
+    const std::lock_guard lock(mutex_);
+    if (processes_.insert_or_assign(pid, Identified{.start = start, .app = app}).second) {
+        processOrder_.push_back(pid);
+        if (processOrder_.size() > mostRemembered) {
+            processes_.erase(processOrder_.front());
+            processOrder_.pop_front();
+        }
+    }
     return app;
+}
+
+std::optional<AppRef> LinuxAppNames::rememberedProcess(pid_t pid) const {
+    const auto known = processes_.find(pid);
+    if (known == processes_.end()) {
+        return std::nullopt;
+    }
+    const auto now = proc_.stat(pid);
+    const bool isSame = now && now->startTicks == known->second.start && now->state != 'Z';
+    return isSame ? std::optional(known->second.app) : std::nullopt;
 }
 
 } // namespace velmoran

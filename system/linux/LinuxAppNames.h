@@ -42,8 +42,9 @@ public:
     void unpin(std::uint32_t objectID) override;
 
     /// Who the process is now, without remembering the answer: for whoever looks through many.
-    /// Nothing for one that can't be named. The caller sees to it that the process id isn't
-    /// another's meanwhile.
+    /// One that has hidden itself since it was identified is still who it was then; for the naming
+    /// of a use that wouldn't do, but to hide is no way to escape a stop. Nothing for one that
+    /// can't be named. The caller sees to it that the process id isn't another's meanwhile.
     std::optional<AppRef> look(pid_t pid);
     /// Takes away those that aren't of the app of that id.
     void keepOf(const std::string& id, std::vector<pid_t>& pids);
@@ -53,11 +54,11 @@ public:
     /// The app's picture: a name of the icon theme or an absolute path.
     std::optional<std::string> iconName(const AppRef& app);
 
-    /// How many ids are remembered; never above `mostRemembered`, the oldest go.
+    /// How many ids, and as many processes, are remembered at most; the oldest go.
+    static constexpr std::size_t mostRemembered = 2000;
     std::size_t remembered() const { return seen_.size(); }
     std::size_t pinned() const { return pinned_.size(); }
     int entryReadings() const { return entries_.readings(); }
-    static constexpr std::size_t mostRemembered = 2000;
 
 private:
     std::optional<AppRef> nameProcess(pid_t pid);
@@ -73,12 +74,20 @@ private:
     const DesktopEntries::Found& chosen(const std::vector<const DesktopEntries::Found*>& entries,
                                         pid_t pid) const;
     std::optional<std::string> scriptPath(pid_t pid, const std::string& interpreter) const;
-    AppRef remember(AppRef app);
+    AppRef remember(pid_t pid, std::uint64_t start, AppRef app);
+    std::optional<AppRef> rememberedProcess(pid_t pid) const;
+
+    struct Identified {
+        std::uint64_t start = 0;
+        AppRef app;
+    };
 
     const LinuxPlaces places_;
     const ProcFs proc_;
-    std::mutex mutex_; ///< around the entries
+    std::mutex mutex_; ///< around the entries and the processes
     DesktopEntries entries_;
+    std::unordered_map<pid_t, Identified> processes_;
+    std::deque<pid_t> processOrder_;
     std::unordered_map<std::uint32_t, AppRef> pinned_;
     std::unordered_map<std::string, AppRef> seen_;
     std::deque<std::string> seenOrder_;

@@ -1,0 +1,188 @@
+#include "system/linux/LinuxRunningApps.h"
+
+#include "system/linux/AppWindows.h"
+#include "system/linux/HeldProcess.h"
+
+#include <csignal>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+
+/// All processes of one app, those that come while it is being closed among them.
+class Crew {
+public:
+    Crew(const AppProcesses& processes, AppIdentity app)
+        : processes_(processes),
+          app_(std::move(app)) {
+        takeIn();
+    }
+
+    bool isEmpty() const { return held_.empty(); }
+    std::vector<pid_t> pids() const {
+        std::vector<pid_t> all;
+        for (const auto& process : held_) {
+            all.push_back(process.pid());
+        }
+        return all;
+    }
+
+    bool knownAreGone() const {
+        return std::all_of(held_.begin(), held_.end(),
+                           [](const HeldProcess& process) { return process.isGone(); });
+    }
+
+    /// Looks for others once all that are known have gone; they are sent what those were sent.
+    bool isGone() {
+        if (!knownAreGone()) {
+            return false;
+        }
+        const auto known = held_.size();
+        takeIn();
+        for (auto at = known; at < held_.size(); ++at) {
+            if (isForced_) {
+                held_[at].signal(SIGKILL);
+            } else {
+                ask(held_[at]);
+            }
+        }
+        return knownAreGone();
+    }
+
+    void askToEnd() {
+        dropOthers();
+        for (const auto& process : held_) {
+            ask(process);
+        }
+    }
+
+    void kill() {
+        isForced_ = true;
+        takeIn();
+        killKnown();
+    }
+    void killKnown() {
+        dropOthers();
+        for (const auto& process : held_) {
+            process.signal(SIGKILL);
+        }
+    }
+
+    /// A process that was stopped reads no request until it runs again.
+    void wakeStopped() const {
+        for (const auto& process : held_) {
+            wakeIfStopped(process);
+        }
+    }
+
+private:
+    static void ask(const HeldProcess& process) {
+        process.signal(SIGTERM);
+        wakeIfStopped(process);
+    }
+    static void wakeIfStopped(const HeldProcess& process) {
+        const auto stat = ProcFs().stat(process.pid());
+        if (stat && stat->state == 'T') {
+            process.signal(SIGCONT);
+        }
+    }
+
+    /// A process may turn into another program at any time. It isn't of this app any more then.
+    void dropOthers() {
+        std::erase_if(held_, [&](const HeldProcess& process) {
+            const bool isOther = processes_.isOfAnother(process.pid(), app_);
+            // Still there, so it was the one that was named.
+            return isOther && !process.isGone();
+        });
+    }
+
+    void takeIn() {
+        const auto spared = ownLine(ProcFs());
+        for (const pid_t pid : processes_.possible(app_)) {
+            const bool isHeld =
+                std::any_of(held_.begin(), held_.end(), [&](const HeldProcess& process) {
+                    return process.pid() == pid && !process.isGone();
+                });
+            if (isHeld || std::find(spared.begin(), spared.end(), pid) != spared.end()) {
+                continue;
+            }
+            // Held before it is named, and still there after: so it is the one that was named.
+            auto process = HeldProcess::hold(pid);
+            if (process && processes_.isOf(pid, app_) && !process->isGone()) {
+                held_.push_back(std::move(*process));
+            }
+        }
+    }
+
+    const AppProcesses& processes_;
+    const AppIdentity app_;
+    std::vector<HeldProcess> held_;
+    bool isForced_ = false;
+};
+
+class Windowed final : public RunningApplication {
+public:
+    Windowed(std::shared_ptr<Crew> crew, std::unique_ptr<AppWindows> windows)
+        : crew_(std::move(crew)),
+          windows_(std::move(windows)) {}
+
+    void terminate() override {
+        if (windows_) {
+            crew_->wakeStopped();
+            windows_->askToClose();
+            windows_.reset();
+        }
+    }
+    void forceTerminate() override { crew_->killKnown(); }
+    bool isTerminated() override { return crew_->knownAreGone(); }
+
+private:
+    std::shared_ptr<Crew> crew_;
+    std::unique_ptr<AppWindows> windows_;
+};
+
+class Processes final : public RunningProcess {
+public:
+    explicit Processes(std::shared_ptr<Crew> crew) : crew_(std::move(crew)) {}
+
+    void askToEnd() override { crew_->askToEnd(); }
+    void kill() override { crew_->kill(); }
+    bool isGone() override { return crew_->isGone(); }
+
+private:
+    std::shared_ptr<Crew> crew_;
+};
+
+} // namespace
+
+LinuxRunningApps::LinuxRunningApps(const AppProcesses& processes, std::string display)
+    : processes_(processes),
+      display_(std::move(display)) {}
+
+RunningApp LinuxRunningApps::find(const AppIdentity& app) {
+    const auto crew = std::make_shared<Crew>(processes_, app);
+    RunningApp found;
+    if (crew->isEmpty()) {
+        return found;
+    }
+    if (auto windows = AppWindows::of(crew->pids(), display_)) {
+        found.applications.push_back(std::make_unique<Windowed>(crew, std::move(windows)));
+    }
+    found.processes.push_back(std::make_unique<Processes>(crew));
+    return found;
+}
+
+std::vector<pid_t> ownLine(const ProcFs& proc) {
+    std::vector<pid_t> line{1};
+    for (pid_t pid = getpid(); pid > 1; pid = proc.parent(pid).value_or(0)) {
+        line.push_back(pid);
+    }
+    return line;
+}
+
+} // namespace velmoran

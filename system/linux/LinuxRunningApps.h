@@ -1,0 +1,32 @@
+// What runs of an app on a Linux desktop: its processes, and its windows if it has any on the X
+// server. Owned by the closer of the machine; main thread.
+//
+// An app with windows is an application: they are asked to close, so that it can ask about unsaved
+// work. Its processes are one thing together, since an app that is asked to end may start others:
+// whoever is of the app when it is said to be gone, or is ended by force, counts.
+#pragma once
+
+#include "system/AppCloser.h"
+#include "system/linux/AppProcesses.h"
+
+#include <string>
+
+namespace velmoran {
+
+class LinuxRunningApps final : public RunningApps {
+public:
+    /// The processes outlive it and what it finds. `display` as in DISPLAY; empty for none.
+    LinuxRunningApps(const AppProcesses& processes, std::string display);
+
+    /// Never this program itself, nor those that started it, nor process 1.
+    RunningApp find(const AppIdentity& app) override;
+
+private:
+    const AppProcesses& processes_;
+    const std::string display_;
+};
+
+/// This process, the one that started it, and so on up to process 1.
+std::vector<pid_t> ownLine(const ProcFs& proc);
+
+} // namespace velmoran
