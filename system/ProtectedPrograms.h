@@ -7,10 +7,24 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace velmoran {
 
-/// `ownBundleID` is this application's own identifier.
+/// Programs of a Linux desktop by the names of their files. A "*" stands for any letters.
+struct ProtectedPrograms {
+    std::vector<std::string_view> files;
+    std::string_view reason; ///< what would be lost with them
+};
+
+const std::vector<ProtectedPrograms>& protectedOnLinux();
+
+/// By the name of the file alone: says nothing of whether the file there can be relied on.
+bool hasProtectedName(std::string_view path);
+
+/// `ownBundleID` is this application's own identifier. On Linux a name protects only what lies
+/// where nobody but root installs programs: else it could be taken to escape a stop.
 bool isProtected(const AppIdentity& app, Platform platform,
                  const std::optional<std::string>& ownBundleID);
 

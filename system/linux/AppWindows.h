@@ -26,7 +26,8 @@ public:
     AppWindows(const AppWindows&) = delete;
     AppWindows& operator=(const AppWindows&) = delete;
 
-    /// The newest first: a dialog goes before the window that it stands in front of.
+    /// The newest first: a dialog goes before the window that it stands in front of. Keep the
+    /// object for a while: the server may drop what it hasn't read yet when the connection ends.
     void askToClose();
 
 private:

@@ -3,6 +3,7 @@
 #include "core/records/AppIdentity.h"
 #include "core/sessions/SystemProcessLinux.h"
 #include "core/text/Localizer.h"
+#include "system/ProtectedPrograms.h"
 #include "system/linux/CgroupScope.h"
 #include "system/linux/FlatpakSandbox.h"
 #include "system/linux/ScriptArgument.h"
@@ -13,6 +14,7 @@
 #include <array>
 #include <cctype>
 #include <filesystem>
+#include <set>
 
 namespace velmoran {
 
@@ -149,6 +151,33 @@ void LinuxAppNames::pin(std::uint32_t objectID, AppRef app) {
 
 void LinuxAppNames::unpin(std::uint32_t objectID) {
     pinned_.erase(objectID);
+}
+
+std::vector<std::string> LinuxAppNames::browsers() {
+    const std::lock_guard lock(mutex_);
+    entries_.refresh();
+    std::set<std::string> all;
+    for (const auto& found : entries_.all()) {
+        const auto& schemes = found.entry.schemes;
+        if (std::none_of(schemes.begin(), schemes.end(), [](const std::string& scheme) {
+                return scheme == "http" || scheme == "https";
+            })) {
+            continue;
+        }
+        if (found.isProtected) {
+            all.insert(found.entry.id);
+        }
+        // The same program may stand in further entries and be named by one of those.
+        for (const auto* other : entries_.byProgram(found.program)) {
+            all.insert(other->isTrusted ? other->entry.id : other->program);
+        }
+        if (found.entry.flatpak) {
+            for (const auto& flatpak : places_.flatpaks) {
+                all.insert(flatpak.path + "/app/" + *found.entry.flatpak);
+            }
+        }
+    }
+    return {all.begin(), all.end()};
 }
 
 std::optional<std::string> LinuxAppNames::iconName(const AppRef& app) {
@@ -312,6 +341,7 @@ std::optional<std::string> LinuxAppNames::scriptPath(pid_t pid,
     // it, nor what root installed of an interpreter that somebody else did.
     const bool claimsTooMuch =
         linuxSystemIdentifier(real.string()).has_value() ||
+        (hasProtectedName(real.string()) && readFileUpTo(real, 4) == "\177ELF") ||
         (places_.protection.protects(real) && !places_.protection.protects(interpreter));
     return claimsTooMuch ? std::nullopt : std::optional(real.string());
 }

@@ -1,6 +1,7 @@
 // Which app a process is, told so that nobody can pass for another: by what the kernel says of the
 // file that it runs, never by its own words. Owned by the machine. All calls on the monitor's
-// thread, but for `iconName`, `look`, `keepOf` and `tracesOf`, which any thread may make.
+// thread, but for `iconName`, `browsers`, `look`, `keepOf` and `tracesOf`, which any thread may
+// make.
 //
 // An app's id is borrowed as easily as whoever grants it is fooled, so an id of a desktop entry is
 // given only where root stands behind both the entry and the program, a flatpak's only to a process
@@ -50,6 +51,10 @@ public:
     void keepOf(const std::string& id, std::vector<pid_t>& pids);
     /// What each process of the app of that id shows at least.
     AppTraces tracesOf(const std::string& id);
+
+    /// The ids of the apps that are registered for web links now: those of entries that can give
+    /// one, and the paths by which the other apps are known.
+    std::vector<std::string> browsers();
 
     /// The app's picture: a name of the icon theme or an absolute path.
     std::optional<std::string> iconName(const AppRef& app);

@@ -1,7 +1,14 @@
 #include "system/linux/LinuxMachine.h"
 
+#include "core/stopping/BrowserLinux.h"
+#include "system/AppCloser.h"
 #include "system/ProtectedPrograms.h"
 #include "system/linux/LinuxReadings.h"
+#include "system/linux/LinuxRunningApps.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
 
 namespace velmoran {
 
@@ -11,9 +18,25 @@ struct NoSounds final : Sounds {
     void playWarning() override {}
 };
 
-// Nothing is closed yet; what asks is told so by the empty answer.
-struct NoClosing final : AppClosing {
-    void close(const AppIdentity&, std::function<void(bool)> done) override { done(false); }
+std::string displayName() {
+    const char* value = std::getenv("DISPLAY"); // NOLINT: read once, before there are threads
+    return value ? value : "";
+}
+
+/// Closes what runs of an app on this desktop.
+class Closing final : public AppClosing {
+public:
+    Closing(const AppProcesses& processes, const std::string& display, Scheduler& scheduler)
+        : running_(processes, display),
+          closer_(running_, scheduler) {}
+
+    void close(const AppIdentity& app, std::function<void(bool)> done) override {
+        closer_.close(app, std::move(done));
+    }
+
+private:
+    LinuxRunningApps running_;
+    AppCloser closer_;
 };
 
 } // namespace
@@ -22,9 +45,10 @@ LinuxMachine::LinuxMachine(MachineOptions options)
     : sounds_(options.sounds ? std::move(options.sounds) : std::make_unique<NoSounds>()),
       signatures_(LinuxPlaces::ofThisUser()),
       names_(LinuxPlaces::ofThisUser()),
+      processes_(names_),
+      display_(displayName()),
       outputs_(pulse_, loop_),
       microphones_(pulse_),
-      processes_(names_),
       connections_([this](const AppIdentity& app) { return processes_.of(app); }),
       readings_(std::make_unique<LinuxReadings>(LinuxReadings::Seams{loop_, names_, peers_, pulse_},
                                                 options.deviceFolder.string())) {
@@ -34,16 +58,29 @@ LinuxMachine::LinuxMachine(MachineOptions options)
                         readings_->attribution(), readings_->listeners()});
 }
 
-std::unique_ptr<AppClosing> LinuxMachine::makeCloser(Scheduler&) {
-    return std::make_unique<NoClosing>();
+std::unique_ptr<AppClosing> LinuxMachine::makeCloser(Scheduler& scheduler) {
+    return std::make_unique<Closing>(processes_, display_, scheduler);
 }
 
 bool LinuxMachine::isProtected(const AppIdentity& app) {
-    return velmoran::isProtected(app, Platform::linux, ownBundleID());
+    auto asItIsNow = app;
+    asItIsNow.teamID = app.path ? signatures_.teamID(*app.path) : std::nullopt;
+    // Which script an interpreter runs is its own word, and protects nobody.
+    const bool isRoots = asItIsNow.teamID == "system" && readFileUpTo(*app.path, 2) != "#!";
+    if (app.bundleID == ownBundleID() ||
+        (isRoots && velmoran::isProtected(asItIsNow, Platform::linux, ownBundleID()))) {
+        return true;
+    }
+    const auto line = ownLine(ProcFs());
+    return std::any_of(line.begin(), line.end(),
+                       [&](pid_t pid) { return processes_.isOf(pid, app); });
 }
 
 std::vector<std::string> LinuxMachine::browsers() {
-    return {};
+    auto all = names_.browsers();
+    const auto& known = Browser::knownOnLinux();
+    all.insert(all.end(), known.begin(), known.end());
+    return all;
 }
 
 LinuxMachine::~LinuxMachine() {

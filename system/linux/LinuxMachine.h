@@ -47,12 +47,13 @@ private:
     std::unique_ptr<Sounds> sounds_;
     LinuxCodeSignatures signatures_;
     LinuxAppNames names_;
+    const AppProcesses processes_;
+    const std::string display_;
     PeerSockets peers_;
     PulseConnection pulse_;
     EventLoop loop_;
     PulseOutputs outputs_;
     PulseMicrophones microphones_;
-    AppProcesses processes_;
     LinuxConnections connections_;
     std::unique_ptr<LinuxReadings> readings_; ///< its cameras and cards live on the loop's thread
     std::unique_ptr<SystemMonitor> monitor_;

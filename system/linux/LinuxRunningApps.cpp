@@ -14,6 +14,15 @@ namespace velmoran {
 
 namespace {
 
+/// How often at most the processes are looked through before an app is said to be gone.
+constexpr int mostLooks = 5;
+
+/// The id that the kernel has given last, to a process or a thread.
+std::string newestProcess() {
+    const auto text = readFileUpTo("/proc/loadavg", 128).value_or("");
+    return text.substr(text.rfind(' ') + 1);
+}
+
 /// All processes of one app, those that come while it is being closed among them.
 class Crew {
 public:
@@ -39,16 +48,20 @@ public:
 
     /// Looks for others once all that are known have gone; they are sent what those were sent.
     bool isGone() {
-        if (!knownAreGone()) {
-            return false;
-        }
-        const auto known = held_.size();
-        takeIn();
-        for (auto at = known; at < held_.size(); ++at) {
-            if (isForced_) {
-                held_[at].signal(SIGKILL);
-            } else {
-                ask(held_[at]);
+        for (int look = 0; look < mostLooks && knownAreGone(); ++look) {
+            const auto before = newestProcess();
+            const auto known = held_.size();
+            takeIn();
+            for (auto at = known; at < held_.size(); ++at) {
+                if (isForced_) {
+                    held_[at].signal(SIGKILL);
+                } else {
+                    ask(held_[at]);
+                }
+            }
+            // While none was started anywhere, none can have been missed.
+            if (newestProcess() == before) {
+                break;
             }
         }
         return knownAreGone();
@@ -132,11 +145,8 @@ public:
           windows_(std::move(windows)) {}
 
     void terminate() override {
-        if (windows_) {
-            crew_->wakeStopped();
-            windows_->askToClose();
-            windows_.reset();
-        }
+        crew_->wakeStopped();
+        windows_->askToClose();
     }
     void forceTerminate() override { crew_->killKnown(); }
     bool isTerminated() override { return crew_->knownAreGone(); }

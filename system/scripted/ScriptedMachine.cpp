@@ -1,5 +1,6 @@
 #include "system/scripted/ScriptedMachine.h"
 
+#include "core/stopping/BrowserLinux.h"
 #include "system/ProtectedPrograms.h"
 
 #include <map>
@@ -89,6 +90,15 @@ std::unique_ptr<AppClosing> ScriptedMachine::makeCloser(Scheduler& scheduler) {
 
 bool ScriptedMachine::isProtected(const AppIdentity& app) {
     return velmoran::isProtected(app, script.platform, script.ownBundleID);
+}
+
+std::vector<std::string> ScriptedMachine::browsers() {
+    auto all = script.browsers;
+    if (script.platform == Platform::linux) {
+        const auto& known = Browser::knownOnLinux();
+        all.insert(all.end(), known.begin(), known.end());
+    }
+    return all;
 }
 
 void ScriptedMachine::restart() {

@@ -80,6 +80,17 @@ TEST_F(AppProcessesTest, AreNoneOfAnAppThatCannotBeNamed) {
     EXPECT_EQ(of("unknown"), Pids{});
 }
 
+TEST_F(AppProcessesTest, AreThoseTooThatHideNow) {
+    const auto tool = world.program("usr/bin/recorder");
+    world.proc.add(10, {.executable = tool});
+    names().identify(10);
+    world.proc.add(10, {.executable = ""});
+    world.proc.add(11, {.executable = ""});
+    EXPECT_EQ(of(tool), Pids{10});
+    world.proc.add(10, {.executable = ""}, 200);
+    EXPECT_EQ(of(tool), Pids{});
+}
+
 TEST_F(AppProcessesTest, OfAReplacedProgramAreThoseThatStillRunIt) {
     const auto tool = world.program("usr/bin/recorder");
     world.proc.add(10, {.executable = tool + " (deleted)"});

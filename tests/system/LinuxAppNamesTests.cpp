@@ -223,6 +223,52 @@ TEST_F(LinuxAppNamesTest, ACommandLineMakesNoneOfTheSystemsOwnPrograms) {
     EXPECT_EQ(identify(10), file("python3", python));
 }
 
+TEST_F(LinuxAppNamesTest, ACommandLineMakesNoneOfTheProgramsThatAreNeverClosed) {
+    const auto python = world.program("usr/bin/python3");
+    const auto server = world.program("usr/lib/xorg/Xorg");
+    world.proc.add(10, {.executable = python, .arguments = {"python3", server}});
+    world.proc.add(11, {.executable = server});
+    EXPECT_EQ(identify(10), file("python3", python));
+    EXPECT_EQ(identify(11), file("Xorg", server));
+}
+
+TEST_F(LinuxAppNamesTest, KnowsTheBrowsersThatAreRegisteredNow) {
+    installBrowser();
+    EXPECT_EQ(names().browsers(), std::vector<std::string>{});
+    const std::string web = "\nMimeType=text/html;x-scheme-handler/https;";
+    world.entry("org.mozilla.firefox", "Name=Firefox\nExec=firefox %u" + web);
+    const auto own = world.program("home/u/browser/browser");
+    world.userEntry("mine", "Name=Mine\nExec=" + own + web);
+    world.userEntry("mail", "Name=Mail\nExec=" + own + "x\nMimeType=x-scheme-handler/mailto;");
+    world.entryIn("var/lib/flatpak/exports/share/applications", "org.example.Web",
+                  "Name=Web\nX-Flatpak=org.example.Web\nExec=flatpak run org.example.Web" + web);
+    world.entryIn("var/lib/snapd/desktop/applications", "chromium_chromium",
+                  "Name=Chromium\nX-SnapInstanceName=chromium\nExec=/snap/bin/chromium" + web);
+    EXPECT_EQ(names().browsers(),
+              (std::vector<std::string>{
+                  own, world.path("home/u/.local/share/flatpak/app/org.example.Web"),
+                  world.path("var/lib/flatpak/app/org.example.Web"), "chromium_chromium",
+                  "org.example.Web", "org.mozilla.firefox"}));
+    // A second entry of the same program, which is the one that names it.
+    world.entry("a-browser", "Name=A\nExec=firefox");
+    const auto all = names().browsers();
+    EXPECT_NE(std::find(all.begin(), all.end(), "a-browser"), all.end());
+}
+
+TEST_F(LinuxAppNamesTest, RemembersWhoAProcessWasForAStopOnly) {
+    const auto tool = world.program("usr/bin/recorder");
+    world.proc.add(10, {.executable = tool});
+    EXPECT_EQ(identify(10), file("recorder", tool));
+    world.proc.add(10, {.executable = ""});
+    EXPECT_EQ(names().look(10), file("recorder", tool));
+    EXPECT_EQ(identify(10), unknown(10));
+    // Another process under that id, and one that nobody has seen before.
+    world.proc.add(10, {.executable = ""}, 200);
+    world.proc.add(11, {.executable = ""});
+    EXPECT_EQ(names().look(10), std::nullopt);
+    EXPECT_EQ(names().look(11), std::nullopt);
+}
+
 TEST_F(LinuxAppNamesTest, NamesAWindowsProgramByItsFile) {
     const auto wine = world.program("usr/lib/wine/wine64-preloader");
     const auto zoom = world.program("home/u/.wine/drive_c/Program Files/Zoom/Zoom.exe");

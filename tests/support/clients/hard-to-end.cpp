@@ -1,0 +1,97 @@
+// A program that takes being asked to end in its own way.
+// usage: hard-to-end READY-FILE WAY [PROGRAM]
+//   obey    ends
+//   ignore  doesn't hear it
+//   fork    leaves a child of its own that doesn't hear it, and ends
+//   swarm   doesn't hear it, and a child takes its place every few milliseconds for as long as
+//           READY-FILE is there
+//   turn    becomes PROGRAM, which sleeps
+//   hide    doesn't hear it, and at SIGUSR1 lets nobody look at it any more
+// READY-FILE holds the process id once it is ready; each signal heard adds a line "heard".
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <string>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace {
+
+std::string way;
+std::string program;
+int report = -1;
+
+void note(const char* text) {
+    if (write(report, text, std::strlen(text)) < 0) {
+        _exit(3);
+    }
+}
+
+void onTerm(int) {
+    note("heard\n");
+    if (way == "obey") {
+        _exit(0);
+    }
+    if (way == "fork") {
+        if (fork() == 0) {
+            signal(SIGTERM, SIG_IGN);
+            for (;;) {
+                pause();
+            }
+        }
+        _exit(0);
+    }
+    if (way == "turn") {
+        execl(program.c_str(), program.c_str(), "60", nullptr);
+        _exit(4);
+    }
+}
+
+/// The parent lives only until the child has forked: however one is ended, the next is there.
+void swarm(const char* readyFile) {
+    signal(SIGTERM, SIG_IGN);
+    constexpr int most = 5000;
+    for (int i = 0; i < most && access(readyFile, F_OK) == 0; ++i) {
+        if (fork() > 0) {
+            usleep(2000);
+            _exit(0);
+        }
+        usleep(4000);
+    }
+    _exit(0);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    if (count < 3) {
+        return 2;
+    }
+    way = arguments[2];
+    program = count > 3 ? arguments[3] : "";
+    report = open(arguments[1], O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    if (way == "ignore" || way == "hide") {
+        signal(SIGTERM, SIG_IGN);
+    } else {
+        // So that a program that takes this one's place still hears it.
+        struct sigaction action {};
+        action.sa_handler = onTerm;
+        action.sa_flags = SA_NODEFER;
+        sigaction(SIGTERM, &action, nullptr);
+    }
+    if (way == "hide") {
+        signal(SIGUSR1, [](int) {
+            prctl(PR_SET_DUMPABLE, 0);
+            note("hidden\n");
+        });
+    }
+    note((std::to_string(getpid()) + "\n").c_str());
+    if (way == "swarm") {
+        swarm(arguments[1]);
+    }
+    for (;;) {
+        pause();
+    }
+}
