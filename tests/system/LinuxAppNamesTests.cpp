@@ -244,11 +244,11 @@ TEST_F(LinuxAppNamesTest, KnowsTheBrowsersThatAreRegisteredNow) {
                   "Name=Web\nX-Flatpak=org.example.Web\nExec=flatpak run org.example.Web" + web);
     world.entryIn("var/lib/snapd/desktop/applications", "chromium_chromium",
                   "Name=Chromium\nX-SnapInstanceName=chromium\nExec=/snap/bin/chromium" + web);
-    EXPECT_EQ(names().browsers(),
-              (std::vector<std::string>{
-                  own, world.path("home/u/.local/share/flatpak/app/org.example.Web"),
-                  world.path("var/lib/flatpak/app/org.example.Web"), "chromium_chromium",
-                  "org.example.Web", "org.mozilla.firefox"}));
+    EXPECT_EQ(
+        names().browsers(),
+        (std::vector<std::string>{world.path("home/u/.local/share/flatpak/app/org.example.Web"),
+                                  own, world.path("var/lib/flatpak/app/org.example.Web"),
+                                  "chromium_chromium", "org.example.Web", "org.mozilla.firefox"}));
     // A second entry of the same program, which is the one that names it.
     world.entry("a-browser", "Name=A\nExec=firefox");
     const auto all = names().browsers();
