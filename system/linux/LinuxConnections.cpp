@@ -1,6 +1,5 @@
 #include "system/linux/LinuxConnections.h"
 
-#include "system/linux/PeerSockets.h"
 #include "system/linux/SocketTable.h"
 
 #include <utility>
@@ -24,11 +23,8 @@ Connections::Found LinuxConnections::look(const std::vector<AppIdentity>& apps) 
     for (const auto& app : apps) {
         auto& own = sockets[app.id];
         for (const auto pid : processesOf_(app)) {
-            for (const auto& descriptor : proc_.descriptors(pid)) {
-                if (const auto inode = socketInode(descriptor.target)) {
-                    own.push_back(*inode);
-                }
-            }
+            const auto held = proc_.sockets(pid);
+            own.insert(own.end(), held.begin(), held.end());
         }
     }
     const auto table = readSocketTable();

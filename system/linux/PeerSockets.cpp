@@ -46,19 +46,6 @@ void addConnection(const std::byte* bytes, std::size_t size, std::vector<UnixCon
 
 } // namespace
 
-std::optional<std::uint64_t> socketInode(std::string_view linkText) {
-    constexpr std::string_view prefix = "socket:[";
-    if (!linkText.starts_with(prefix) || !linkText.ends_with(']')) {
-        return std::nullopt;
-    }
-    linkText.remove_prefix(prefix.size());
-    linkText.remove_suffix(1);
-    std::uint64_t inode = 0;
-    const auto end = linkText.data() + linkText.size();
-    const auto [rest, error] = std::from_chars(linkText.data(), end, inode);
-    return error == std::errc() && rest == end ? std::optional(inode) : std::nullopt;
-}
-
 std::optional<pid_t> parseInnerPid(std::string_view status) {
     constexpr std::string_view key = "\nNSpid:";
     const auto begin = status.find(key);
@@ -96,13 +83,7 @@ std::vector<UnixConnection> PeerSockets::connections() {
 }
 
 std::vector<std::uint64_t> PeerSockets::socketsOf(pid_t pid) {
-    std::vector<std::uint64_t> sockets;
-    for (const auto& descriptor : proc_.descriptors(pid)) {
-        if (const auto inode = socketInode(descriptor.target)) {
-            sockets.push_back(*inode);
-        }
-    }
-    return sockets;
+    return proc_.sockets(pid);
 }
 
 std::map<std::uint64_t, std::vector<pid_t>>

@@ -29,8 +29,6 @@ private:
     SocketDiag diag_;
 };
 
-/// The inode in "socket:[4711]"; nothing for any other text.
-std::optional<std::uint64_t> socketInode(std::string_view linkText);
 /// The last number of the line "NSpid:" in /proc/PID/status.
 std::optional<pid_t> parseInnerPid(std::string_view status);
 /// One answer of the kernel: adds the connections that it tells of. False once the dump is done or

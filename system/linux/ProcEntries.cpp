@@ -116,4 +116,17 @@ std::optional<uid_t> parseStatusUid(std::string_view text) {
     return uid;
 }
 
+std::optional<std::uint64_t> socketInode(std::string_view linkText) {
+    constexpr std::string_view prefix = "socket:[";
+    if (!linkText.starts_with(prefix) || !linkText.ends_with(']')) {
+        return std::nullopt;
+    }
+    linkText.remove_prefix(prefix.size());
+    linkText.remove_suffix(1);
+    std::uint64_t inode = 0;
+    const auto end = linkText.data() + linkText.size();
+    const auto [rest, error] = std::from_chars(linkText.data(), end, inode);
+    return error == std::errc() && rest == end ? std::optional(inode) : std::nullopt;
+}
+
 } // namespace velmoran

@@ -38,4 +38,7 @@ std::vector<std::string> parseCgroupPaths(std::string_view text);
 /// /proc/PID/status: the real user id.
 std::optional<uid_t> parseStatusUid(std::string_view text);
 
+/// /proc/PID/fd/N: the inode in "socket:[4711]"; nothing for any other text.
+std::optional<std::uint64_t> socketInode(std::string_view linkText);
+
 } // namespace velmoran

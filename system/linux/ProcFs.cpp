@@ -218,4 +218,24 @@ std::vector<DescriptorLink> ProcFs::descriptors(pid_t pid) const {
     return found;
 }
 
+std::vector<std::uint64_t> ProcFs::sockets(pid_t pid) const {
+    std::vector<std::uint64_t> found;
+    const Directory directory(opendir(path(pid, "fd").c_str()));
+    if (!directory) {
+        return found;
+    }
+    std::array<char, 64> text; // NOLINT: filled by the call; what is longer is no socket
+    while (const dirent* entry = readdir(directory.get())) {
+        const auto size =
+            readlinkat(dirfd(directory.get()), entry->d_name, text.data(), text.size());
+        if (size <= 0) {
+            continue;
+        }
+        if (const auto inode = socketInode({text.data(), static_cast<std::size_t>(size)})) {
+            found.push_back(*inode);
+        }
+    }
+    return found;
+}
+
 } // namespace velmoran

@@ -59,6 +59,8 @@ public:
     std::string rootOf(pid_t pid) const { return path(pid, "root"); }
 
     std::vector<DescriptorLink> descriptors(pid_t pid) const;
+    /// The inodes of the sockets among them: a busy server's are many thousand.
+    std::vector<std::uint64_t> sockets(pid_t pid) const;
 
 private:
     std::string root_;

@@ -3,7 +3,9 @@
 #include "system/linux/SocketDiag.h"
 
 #include <algorithm>
+#include <compare>
 #include <cstring>
+#include <map>
 #include <unordered_set>
 #include <utility>
 
@@ -18,6 +20,19 @@ namespace {
 
 // An IPv6 socket that speaks IPv4 has its peer as ::ffff:a.b.c.d.
 constexpr std::array<std::uint8_t, 12> mappedPrefix = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF};
+
+/// Where a socket leads to, in the order in which it is told but for the address.
+struct Peer {
+    bool isIPv4 = false;
+    std::array<std::uint8_t, 16> address{};
+    std::uint16_t port = 0;
+    Transport transport = Transport::tcp;
+
+    bool isAt(const Peer& other) const {
+        return isIPv4 == other.isIPv4 && address == other.address;
+    }
+    auto operator<=>(const Peer&) const = default;
+};
 
 void addEnd(const std::byte* bytes, std::size_t size, Transport transport,
             std::vector<RemoteEnd>& to) {
@@ -71,9 +86,10 @@ std::vector<RemoteEnd> readSocketTable() {
     return ends;
 }
 
-std::optional<std::string> printedAddress(const RemoteEnd& end) {
+std::optional<std::string> printedAddress(bool isIPv4,
+                                          const std::array<std::uint8_t, 16>& address) {
     std::array<char, INET6_ADDRSTRLEN> text{};
-    if (!inet_ntop(end.isIPv4 ? AF_INET : AF_INET6, end.address.data(), text.data(), text.size())) {
+    if (!inet_ntop(isIPv4 ? AF_INET : AF_INET6, address.data(), text.data(), text.size())) {
         return std::nullopt;
     }
     std::string printed = text.data();
@@ -90,20 +106,37 @@ bool isBeyondLoopback(const std::string& printed) {
 std::vector<Connection> connectionsOf(const std::vector<std::uint64_t>& inodes,
                                       const std::vector<RemoteEnd>& table) {
     const std::unordered_set<std::uint64_t> wanted(inodes.begin(), inodes.end());
-    std::vector<Connection> connections;
+    std::vector<Peer> peers;
     for (const auto& end : table) {
-        if (!wanted.contains(end.inode)) {
-            continue;
-        }
-        auto address = printedAddress(end);
-        if (address && isBeyondLoopback(*address)) {
-            connections.push_back({.address = std::move(*address),
-                                   .port = end.port,
-                                   .transport = end.transport == Transport::tcp ? "TCP" : "UDP"});
+        if (wanted.contains(end.inode)) {
+            peers.push_back({end.isIPv4, end.address, end.port, end.transport});
         }
     }
-    std::sort(connections.begin(), connections.end());
-    connections.erase(std::unique(connections.begin(), connections.end()), connections.end());
+    std::sort(peers.begin(), peers.end());
+    peers.erase(std::unique(peers.begin(), peers.end()), peers.end());
+    // Of thousands of sockets most lead to few addresses: each is printed, and compared as text,
+    // but once.
+    std::map<std::string, std::pair<std::size_t, std::size_t>> byText;
+    for (std::size_t begin = 0; begin < peers.size();) {
+        auto end = begin + 1;
+        while (end < peers.size() && peers[end].isAt(peers[begin])) {
+            ++end;
+        }
+        auto address = printedAddress(peers[begin].isIPv4, peers[begin].address);
+        if (address && isBeyondLoopback(*address)) {
+            byText[std::move(*address)] = {begin, end};
+        }
+        begin = end;
+    }
+    std::vector<Connection> connections;
+    for (const auto& [address, range] : byText) {
+        for (auto at = range.first; at < range.second; ++at) {
+            connections.push_back(
+                {.address = address,
+                 .port = peers[at].port,
+                 .transport = peers[at].transport == Transport::tcp ? "TCP" : "UDP"});
+        }
+    }
     return connections;
 }
 

@@ -37,7 +37,7 @@ bool parseInetDump(const std::byte* bytes, std::size_t size, Transport transport
 std::vector<RemoteEnd> readSocketTable();
 
 /// The address as inet_ntop(3) prints it; nothing for the one that stands for none.
-std::optional<std::string> printedAddress(const RemoteEnd& end);
+std::optional<std::string> printedAddress(bool isIPv4, const std::array<std::uint8_t, 16>& address);
 
 /// Whether an address, as printed, is another machine's. By its text alone.
 bool isBeyondLoopback(const std::string& printed);

@@ -125,7 +125,7 @@ TEST(LinuxConnections, SeesLoopbackInTheTableAndLeavesItOut) {
         const auto found = ends({listener.inode(), client.inode(), accepted.inode()});
         ASSERT_EQ(found.size(), 2U) << "the listener has no remote end";
         for (const auto& end : found) {
-            EXPECT_EQ(printedAddress(end), address);
+            EXPECT_EQ(printedAddress(end.isIPv4, end.address), address);
             EXPECT_EQ(end.transport, Transport::tcp);
             EXPECT_EQ(end.port, end.inode == client.inode() ? listener.port() : client.port());
         }
@@ -143,7 +143,7 @@ TEST(LinuxConnections, TakesAnIPv4PeerOfAnIPv6SocketForIPv4) {
     const auto found = ends({client.inode()});
     ASSERT_EQ(found.size(), 1U);
     EXPECT_TRUE(found[0].isIPv4);
-    EXPECT_EQ(printedAddress(found[0]), "127.0.0.1");
+    EXPECT_EQ(printedAddress(found[0].isIPv4, found[0].address), "127.0.0.1");
     EXPECT_TRUE(ownConnections().empty());
 }
 

@@ -59,9 +59,9 @@ TEST(SocketTable, ReadsTheRemoteEndsOfADump) {
     EXPECT_EQ(ends[0].port, 443);
     EXPECT_TRUE(ends[0].isIPv4);
     EXPECT_EQ(ends[0].transport, Transport::udp);
-    EXPECT_EQ(printedAddress(ends[0]), "198.51.100.7");
+    EXPECT_EQ(printedAddress(ends[0].isIPv4, ends[0].address), "198.51.100.7");
     EXPECT_FALSE(ends[1].isIPv4);
-    EXPECT_EQ(printedAddress(ends[1]), "2001:db8::7");
+    EXPECT_EQ(printedAddress(ends[1].isIPv4, ends[1].address), "2001:db8::7");
 }
 
 TEST(SocketTable, LeavesOutSocketsWithoutARemotePort) {
@@ -111,7 +111,7 @@ TEST(SocketTable, JudgesLoopbackByTheTextAlone) {
     // How such an address is printed where it isn't known to be one of IPv4.
     RemoteEnd mapped;
     mapped.address = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 127, 0, 0, 1};
-    EXPECT_EQ(printedAddress(mapped), "::ffff:127.0.0.1");
+    EXPECT_EQ(printedAddress(mapped.isIPv4, mapped.address), "::ffff:127.0.0.1");
     mapped.inode = 4711;
     mapped.port = 443;
     EXPECT_EQ(connectionsOf({4711}, {mapped}),
