@@ -1,0 +1,65 @@
+#include "app/bus/AppChoice.h"
+
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+AppIdentity app(const std::string& id, const std::string& name, const std::string& path = {}) {
+    AppIdentity app;
+    app.id = id;
+    app.name = name;
+    if (!path.empty()) {
+        app.path = path;
+    }
+    return app;
+}
+
+UsageSession session(const AppIdentity& app, Device device) {
+    UsageSession session;
+    session.app = app;
+    session.device = device;
+    return session;
+}
+
+const std::vector<AppIdentity> apps = {app("org.a.Zoom", "Zoom", "/opt/zoom"),
+                                       app("org.b.Zoom", "Zoom", "/home/zoom"), app("meet", "Meet"),
+                                       app("zoom", "Other")};
+
+TEST(AppChoice, TakesEachAppOnceAndNoneThatOnlyPlays) {
+    EXPECT_EQ(
+        stoppableApps({session(apps[0], Device::camera), session(apps[2], Device::speaker),
+                       session(apps[0], Device::microphone), session(apps[3], Device::microphone)}),
+        (std::vector<AppIdentity>{apps[0], apps[3]}));
+    EXPECT_TRUE(stoppableApps({}).empty());
+}
+
+TEST(AppChoice, PrefersTheIdThenThePathThenTheName) {
+    EXPECT_EQ(appsMeant("zoom", apps), (std::vector<AppIdentity>{apps[3]}));
+    EXPECT_EQ(appsMeant("/home/zoom", apps), (std::vector<AppIdentity>{apps[1]}));
+    EXPECT_EQ(appsMeant("Meet", apps), (std::vector<AppIdentity>{apps[2]}));
+    EXPECT_EQ(appsMeant("mEET", apps), (std::vector<AppIdentity>{apps[2]}));
+}
+
+TEST(AppChoice, GivesAllThatCanNotBeToldApart) {
+    EXPECT_EQ(appsMeant("Zoom", apps), (std::vector<AppIdentity>{apps[0], apps[1]}));
+}
+
+TEST(AppChoice, GivesNoneForWhatIsNoApp) {
+    for (const auto* text : {"", "Zo", "Zoom ", "\xFF\xFE", "*"}) {
+        EXPECT_TRUE(appsMeant(text, apps).empty()) << text;
+    }
+}
+
+TEST(AppChoice, NamesWhatThereIs) {
+    EXPECT_EQ(choiceComplaint("Zoom", appsMeant("Zoom", apps), apps),
+              "“Zoom” may be any of these: Zoom (org.a.Zoom) and Zoom (org.b.Zoom). Name it by "
+              "what stands in brackets.");
+    EXPECT_EQ(choiceComplaint("Fox", {}, {apps[2]}),
+              "“Fox” isn't using the camera or microphone. These are: Meet (meet).");
+    EXPECT_EQ(choiceComplaint("Fox", {}, {}),
+              "“Fox” isn't using the camera or microphone. Nothing is.");
+}
+
+} // namespace
+} // namespace velmoran

@@ -1,0 +1,101 @@
+#include "app/bus/StatusLines.h"
+
+#include "app/translations/Catalogues.h"
+#include "core/text/Localizer.h"
+
+#include <gtest/gtest.h>
+
+namespace velmoran {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class StatusLines : public testing::Test {
+protected:
+    ~StatusLines() override { setWords(Localizer()); }
+
+    static ProgramStatus::Use use(Device device, bool seenFromStart, std::int64_t since) {
+        return {.device = device,
+                .app = {.id = "org.example.zoom", .name = "Zoom", .path = std::nullopt},
+                .since = since,
+                .seenFromStart = seenFromStart};
+    }
+
+    static constexpr std::int64_t noon = 1700049600; ///< 2023-11-15 12:00:00 UTC
+    /// Which space stands in it depends on the formats' edition.
+    const std::string hour = words().shortTime({noon - secondsFromUnixEpoch});
+    static constexpr Timestamp now = {1700053200 - secondsFromUnixEpoch};
+};
+
+TEST_F(StatusLines, SayThatNothingIsOn) {
+    EXPECT_EQ(statusLines({}, now), (Lines{"Camera and microphone are off"}));
+}
+
+TEST_F(StatusLines, SayWhoUsesWhatSinceWhen) {
+    ProgramStatus status;
+    status.cameraOn = status.microphoneOn = true;
+    status.uses = {use(Device::camera, true, noon), use(Device::microphone, false, noon - 86400)};
+    EXPECT_EQ(statusLines(status, now),
+              (Lines{"Zoom is using the camera (since " + hour + ")",
+                     "Zoom is using the microphone (since Yesterday, " + hour + " or earlier)"}));
+}
+
+TEST_F(StatusLines, NeverDenyThatADeviceIsOn) {
+    ProgramStatus status;
+    status.cameraOn = true;
+    EXPECT_EQ(statusLines(status, now), (Lines{"The camera is in use"}));
+    status.microphoneOn = true;
+    status.uses = {use(Device::camera, true, noon)};
+    EXPECT_EQ(statusLines(status, now).back(), "The microphone is in use");
+}
+
+TEST_F(StatusLines, CountNoSpeakerAsCameraOrMicrophone) {
+    ProgramStatus status;
+    status.uses = {use(Device::speaker, true, noon)};
+    EXPECT_EQ(statusLines(status, now), (Lines{"Zoom is using the speaker (since " + hour + ")",
+                                               "Camera and microphone are off"}));
+}
+
+TEST_F(StatusLines, SayWhatAStopDoesAndLeaves) {
+    ProgramStatus status;
+    status.microphoneMuted = status.stopping = true;
+    EXPECT_EQ(statusLines(status, now), (Lines{"Camera and microphone are off",
+                                               "The microphone is muted", "A stop is under way"}));
+}
+
+TEST_F(StatusLines, SpeakGerman) {
+    setWords(Localizer("de_DE", "UTC", catalogues("de_DE", Platform::linux)));
+    ProgramStatus status;
+    status.uses = {use(Device::camera, true, noon)};
+    status.cameraOn = status.microphoneMuted = true;
+    EXPECT_EQ(statusLines(status, now), (Lines{"Zoom verwendet die Kamera (seit 12:00)",
+                                               "Das Mikrofon ist stummgeschaltet"}));
+}
+
+TEST(ProgramStatus, SurvivesItsJson) {
+    ProgramStatus status;
+    status.cameraOn = true;
+    status.stopping = true;
+    status.uses = {{.device = Device::microphone,
+                    .app = {.id = "a", .name = "A\n\x1B[0m", .path = "/a"},
+                    .since = 1700049600,
+                    .seenFromStart = true},
+                   {}};
+    EXPECT_EQ(decode<ProgramStatus>(encode(status)), status);
+    EXPECT_EQ(encode(ProgramStatus()),
+              R"({"cameraOn":false,"microphoneOn":false,"microphoneMuted":false,)"
+              R"("stopping":false,"uses":[]})");
+}
+
+TEST(ProgramStatus, IsNotReadFromAnythingElse) {
+    for (const auto* text : {"", "[]", "{}", "null", R"({"cameraOn": 1})",
+                             R"({"cameraOn":false,"microphoneOn":false,"microphoneMuted":false,)"
+                             R"("stopping":false,"uses":[1]})",
+                             R"({"cameraOn":false,"microphoneOn":false,"microphoneMuted":false,)"
+                             R"("stopping":false,"uses":7})"}) {
+        EXPECT_THROW(decode<ProgramStatus>(text), DecodingError) << text;
+    }
+}
+
+} // namespace
+} // namespace velmoran
