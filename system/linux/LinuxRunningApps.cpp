@@ -14,8 +14,10 @@ namespace velmoran {
 
 namespace {
 
-/// How often at most the processes are looked through before an app is said to be gone.
+/// How often the processes are looked through before an app is said to be gone: a look can miss one
+/// that takes another's place at that moment.
 constexpr int mostLooks = 5;
+constexpr int enoughQuietLooks = 3;
 
 /// The id that the kernel has given last, to a process or a thread.
 std::string newestProcess() {
@@ -46,12 +48,14 @@ public:
                            [](const HeldProcess& process) { return process.isGone(); });
     }
 
-    /// Looks for others once all that are known have gone; they are sent what those were sent.
+    /// Looks for others once all that are known have gone; they are sent what those were sent. Says
+    /// no while there is doubt: it is asked again.
     bool isGone() {
+        int quietLooks = 0;
         for (int look = 0; look < mostLooks && knownAreGone(); ++look) {
             const auto before = newestProcess();
             const auto known = held_.size();
-            takeIn();
+            const bool hasLostOne = takeIn();
             for (auto at = known; at < held_.size(); ++at) {
                 if (isForced_) {
                     held_[at].signal(SIGKILL);
@@ -59,12 +63,14 @@ public:
                     ask(held_[at]);
                 }
             }
+            quietLooks = held_.size() == known && !hasLostOne ? quietLooks + 1 : 0;
             // While none was started anywhere, none can have been missed.
-            if (newestProcess() == before) {
-                break;
+            const bool isCertain = quietLooks > 0 && newestProcess() == before;
+            if (isCertain || quietLooks == enoughQuietLooks) {
+                return knownAreGone();
             }
         }
-        return knownAreGone();
+        return false;
     }
 
     void askToEnd() {
@@ -114,7 +120,9 @@ private:
         });
     }
 
-    void takeIn() {
+    /// True if one was seen that ended before it could be held.
+    bool takeIn() {
+        bool hasLostOne = false;
         const auto spared = ownLine(ProcFs());
         for (const pid_t pid : processes_.possible(app_)) {
             const bool isHeld =
@@ -126,10 +134,14 @@ private:
             }
             // Held before it is named, and still there after: so it is the one that was named.
             auto process = HeldProcess::hold(pid);
-            if (process && processes_.isOf(pid, app_) && !process->isGone()) {
+            const bool isOfApp = process && processes_.isOf(pid, app_);
+            if (isOfApp && !process->isGone()) {
                 held_.push_back(std::move(*process));
+            } else if (isOfApp || !process) {
+                hasLostOne = true;
             }
         }
+        return hasLostOne;
     }
 
     const AppProcesses& processes_;

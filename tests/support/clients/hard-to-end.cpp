@@ -3,7 +3,7 @@
 //   obey    ends
 //   ignore  doesn't hear it
 //   fork    leaves a child of its own that doesn't hear it, and ends
-//   swarm   doesn't hear it, and a child takes its place every few milliseconds for as long as
+//   swarm   doesn't hear it, and a child takes its place every 20 milliseconds for as long as
 //           READY-FILE is there
 //   turn    becomes PROGRAM, which sleeps
 //   hide    doesn't hear it, and at SIGUSR1 lets nobody look at it any more
@@ -55,10 +55,10 @@ void swarm(const char* readyFile) {
     constexpr int most = 5000;
     for (int i = 0; i < most && access(readyFile, F_OK) == 0; ++i) {
         if (fork() > 0) {
-            usleep(2000);
+            usleep(10000);
             _exit(0);
         }
-        usleep(4000);
+        usleep(20000);
     }
     _exit(0);
 }
