@@ -39,7 +39,9 @@ BusService::BusService(AppModel& model, Scheduler& scheduler)
 BusService::BusService(AppModel& model, Scheduler& scheduler, Options options)
     : model_(model),
       scheduler_(scheduler),
-      options_(std::move(options)) {
+      options_(std::move(options)),
+      stops_(scheduler, requestsAtOnce, requestInterval),
+      unmutes_(scheduler, requestsAtOnce, requestInterval) {
     const auto changed = [this](const auto&) {
         tellChangesSoon();
     };
@@ -224,10 +226,23 @@ void BusService::answerAboutProperties(sd_bus_message* call, const std::string& 
 
 // MARK: - What is done
 
-void BusService::stopEverything(sd_bus_message* call) {
+/// Otherwise it says why not.
+bool BusService::mayStop(sd_bus_message* call) {
     if (stopReply_ || model_.isBusyStopping()) {
         sendWords(replyTo(call), bus::outcome::busy, words().text("A stop is under way already."),
                   {});
+        return false;
+    }
+    if (!stops_.take()) {
+        sendWords(replyTo(call), bus::outcome::busy,
+                  words().text("There were too many requests. Try again in a few seconds."), {});
+        return false;
+    }
+    return true;
+}
+
+void BusService::stopEverything(sd_bus_message* call) {
+    if (!mayStop(call)) {
         return;
     }
     stopReply_ = replyTo(call);
@@ -235,11 +250,6 @@ void BusService::stopEverything(sd_bus_message* call) {
 }
 
 void BusService::stop(sd_bus_message* call) {
-    if (stopReply_ || model_.isBusyStopping()) {
-        sendWords(replyTo(call), bus::outcome::busy, words().text("A stop is under way already."),
-                  {});
-        return;
-    }
     const char* given = nullptr;
     if (sd_bus_message_read(call, "s", &given) < 0 ||
         ::strnlen(given, longestName + 1) > longestName) {
@@ -251,6 +261,9 @@ void BusService::stop(sd_bus_message* call) {
     if (meant.size() != 1) {
         refuse(call, meant.empty() ? bus::notInUse : bus::ambiguous,
                choiceComplaint(given, meant, apps));
+        return;
+    }
+    if (!mayStop(call)) {
         return;
     }
     stopReply_ = replyTo(call);
@@ -277,6 +290,11 @@ void BusService::unmute(sd_bus_message* call) {
     if (unmuteReply_) {
         sendWords(replyTo(call), bus::outcome::busy,
                   words().text("The microphone is being unmuted already."), {});
+        return;
+    }
+    if (!unmutes_.take()) {
+        sendWords(replyTo(call), bus::outcome::busy,
+                  words().text("There were too many requests. Try again in a few seconds."), {});
         return;
     }
     unmuteReply_ = replyTo(call);

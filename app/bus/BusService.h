@@ -5,6 +5,7 @@
 // Qt's event loop.
 #pragma once
 
+#include "app/bus/Allowance.h"
 #include "app/bus/BusLink.h"
 #include "app/bus/CallerCheck.h"
 #include "app/bus/ProgramStatus.h"
@@ -34,6 +35,10 @@ public:
 
     /// The longest name of an app that is looked at, in bytes.
     static constexpr std::size_t longestName = 4096;
+    /// Each stop shows a card, so a flood may not have as many as it likes. More than anybody
+    /// presses; what the user does in the program itself isn't counted.
+    static constexpr int requestsAtOnce = 10;
+    static constexpr Seconds requestInterval = 2.0;
 
 private:
     void connect();
@@ -50,6 +55,7 @@ private:
     void stopEnded(const std::optional<StopResult>& result);
     void unmuteEnded(const MuteOutcome& result);
 
+    bool mayStop(sd_bus_message* call);
     void refuse(sd_bus_message* call, const char* error, const std::string& why);
     BusMessage replyTo(sd_bus_message* call);
     void sendWords(BusMessage reply, const char* outcome, const std::string& headline,
@@ -66,6 +72,8 @@ private:
     std::unique_ptr<BusLink> link_;
     BusMessage stopReply_;   ///< for the one whose stop is under way
     BusMessage unmuteReply_; ///< likewise
+    Allowance stops_;
+    Allowance unmutes_;
     ProgramStatus told_;
     bool isTelling_ = false;
     Subscription retry_;

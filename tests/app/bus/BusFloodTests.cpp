@@ -74,6 +74,17 @@ TEST_F(BusFlood, OfStopsIsOneStopAtATime) {
     EXPECT_TRUE(*model->isStopping);
 }
 
+TEST_F(BusFlood, OfStopsThatEndAtOnceShowsFewCards) {
+    launch();
+    int stops = 0;
+    const auto counted = model->onStopEnded.subscribe([&](const auto&) { ++stops; });
+    const auto begun = Steady::now();
+    endure({"StopEverything", "10000"});
+    const auto took = std::chrono::duration<double>(Steady::now() - begun).count();
+    EXPECT_GE(stops, 1);
+    EXPECT_LE(stops, BusService::requestsAtOnce + took / BusService::requestInterval + 1);
+}
+
 TEST_F(BusFlood, OfUnmutesLeavesNothingBehind) {
     launch();
     endure({"UnmuteMicrophone", "10000"});
