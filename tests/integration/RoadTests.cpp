@@ -1,15 +1,8 @@
 // The whole road with real programs: a client begins to use a device, and the running program says
 // who it was, shows it in its icon, and keeps it in the history with its end.
-#include "app/model/AppModel.h"
-#include "app/model/MemorySettings.h"
-#include "app/qtbase/QtEventLoop.h"
-#include "support/PrivateSession.h"
-#include "system/MakeMachine.h"
+#include "integration/RunningModel.h"
 
-#include <QCoreApplication>
 #include <filesystem>
-#include <gtest/gtest.h>
-#include <memory>
 #include <set>
 #include <string>
 #include <unistd.h>
@@ -18,93 +11,8 @@
 namespace velmoran {
 namespace {
 
-using support::ChildProcess;
-using support::PrivateSession;
-
-class Road : public ::testing::Test {
+class Road : public RunningModel {
 protected:
-    Road() {
-        session_.startSound();
-        session_.addMicrophone();
-        session_.enter();
-        std::filesystem::create_directories(deviceFolder());
-    }
-
-    std::filesystem::path deviceFolder() const { return session_.file("dev"); }
-
-    /// A stand-in for a camera's node; before `start`.
-    std::filesystem::path addNode() {
-        support::writeFile(deviceFolder() / "video0", std::string(4096, 'x'));
-        return deviceFolder() / "video0";
-    }
-
-    void start() {
-        machine_ = makeMachine({.sounds = nullptr, .deviceFolder = deviceFolder()});
-        model_ = std::make_unique<AppModel>(ModelSurroundings{
-            .machine = *machine_,
-            .clock = loop_,
-            .scheduler = loop_,
-            .settings = settings_,
-            .openHistory =
-                [this] {
-                    return std::make_shared<HistoryStore>(session_.home() / "History.store");
-                },
-        });
-        model_->start();
-    }
-
-    void quit() {
-        model_->stopMonitor();
-        model_.reset();
-        machine_.reset();
-    }
-
-    /// Lets the program work until that is true.
-    bool becomes(const std::function<bool()>& condition, support::Bound bound = support::patience) {
-        return support::waitUntil(
-            [&] {
-                QCoreApplication::processEvents();
-                return condition();
-            },
-            bound);
-    }
-
-    const NoticeItem* card(const std::string& title) {
-        for (const auto& item : model_->notices.items()) {
-            if (item.title == title) {
-                return &item;
-            }
-        }
-        return nullptr;
-    }
-
-    bool press(const std::string& title, const std::string& button) {
-        if (const auto* item = card(title)) {
-            for (const auto& candidate : item->buttons) {
-                if (candidate.title == button) {
-                    const auto action = candidate.action;
-                    action();
-                    return true;
-                }
-            }
-        }
-        return false;
-    }
-
-    std::string told() {
-        std::string all = session_.logs() + "\ncards:";
-        for (const auto& item : model_->notices.items()) {
-            all += "\n  " + item.title + " / " + item.message.value_or("");
-        }
-        return all + "\nopen: " + std::to_string(model_->openSessions.get().size());
-    }
-
-    /// What another reader finds in the file.
-    std::vector<UsageSession> stored() {
-        HistoryStore reader(session_.home() / "History.store");
-        return reader.sessions();
-    }
-
     /// One use from its start to its end, with everything that has to be told of it.
     void checkUse(const std::vector<std::string>& command, const std::string& appName,
                   Device device, const std::string& title) {
@@ -148,16 +56,6 @@ protected:
         EXPECT_TRUE(model_->notices.items().empty());
         quit();
     }
-
-    int count_ = 1;
-    char name_[16] = "road";
-    char* arguments_[2] = {name_, nullptr};
-    PrivateSession session_;
-    QCoreApplication application_{count_, arguments_};
-    QtEventLoop loop_;
-    MemorySettings settings_;
-    std::unique_ptr<Machine> machine_;
-    std::unique_ptr<AppModel> model_;
 };
 
 TEST_F(Road, TellsOfANativeRecorder) {

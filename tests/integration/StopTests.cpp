@@ -1,0 +1,224 @@
+// A stop with real programs: what is muted, what goes, what stays, and what is said and kept of it.
+// The apps are copies of the test's clients: the processes of an app are all that run its file, and
+// those of other tests must not be among them.
+#include "integration/RunningModel.h"
+
+#include <csignal>
+#include <filesystem>
+
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace velmoran {
+namespace {
+
+using support::ChildProcess;
+using Titles = std::vector<std::string>;
+
+/// This thread is refused what it would do to the processes of others, as anybody but root is.
+class WithoutTheRightToSignal {
+public:
+    WithoutTheRightToSignal() { set(false); }
+    ~WithoutTheRightToSignal() { set(true); }
+    WithoutTheRightToSignal(const WithoutTheRightToSignal&) = delete;
+    WithoutTheRightToSignal& operator=(const WithoutTheRightToSignal&) = delete;
+
+private:
+    static void set(bool allowed) {
+        __user_cap_header_struct header{.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
+        __user_cap_data_struct rights[2]{};
+        ASSERT_EQ(syscall(SYS_capget, &header, rights), 0);
+        constexpr auto kill = 1U << CAP_KILL;
+        rights[0].effective = allowed ? rights[0].effective | kill : rights[0].effective & ~kill;
+        ASSERT_EQ(syscall(SYS_capset, &header, rights), 0);
+    }
+};
+
+class Stop : public RunningModel {
+protected:
+    std::string copyOf(const std::string& program, const std::string& name) const {
+        const auto copy = session_.home() / name;
+        std::filesystem::copy_file(std::string(CLIENT_PROGRAMS "/") + program, copy);
+        return copy;
+    }
+
+    ChildProcess& use(const std::string& name, const std::vector<std::string>& command) {
+        auto& child = session_.start(name, command);
+        EXPECT_TRUE(becomes([&] { return card(name + " turned on the microphone") != nullptr; }))
+            << told();
+        return child;
+    }
+
+    /// The same for a copy of the recorder that another user runs.
+    ChildProcess& useAsAnother(const std::string& name) {
+        for (const auto& folder : {session_.folder(), session_.home(), session_.runtimeFolder()}) {
+            std::filesystem::permissions(folder, std::filesystem::perms(0755));
+        }
+        std::filesystem::permissions(session_.runtimeFolder() / "pipewire-0",
+                                     std::filesystem::perms(0777));
+        return use(name, {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
+                          copyOf("graph-client", name)});
+    }
+
+    bool isMuted() {
+        return session_.run({"pactl", "get-source-mute", "virtual-microphone"}).output ==
+               "Mute: yes\n";
+    }
+    bool stopEnds() {
+        return becomes([&] { return !*model_->isStopping; });
+    }
+    UsageSession row(const std::string& app) {
+        for (const auto& session : stored()) {
+            if (session.app.name == app) {
+                return session;
+            }
+        }
+        ADD_FAILURE() << "no row of " << app;
+        return {};
+    }
+};
+
+TEST_F(Stop, MutesTheMicrophoneAndClosesTheApp) {
+    start();
+    auto& spy = use("spy", {copyOf("graph-client", "spy")});
+    auto& other = session_.start("bystander", {copyOf("graph-client", "bystander")});
+    ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 2; })) << told();
+    ASSERT_TRUE(press("spy turned on the microphone", "Stop"));
+    ASSERT_TRUE(becomes([&] { return card("Microphone muted. spy was closed.") != nullptr; }))
+        << told();
+    EXPECT_FALSE(spy.running());
+    EXPECT_TRUE(other.running()) << "it is another app";
+    EXPECT_TRUE(isMuted());
+    EXPECT_TRUE(becomes([&] { return row("spy").end.has_value(); })) << told();
+    EXPECT_EQ(row("spy").outcome, SessionOutcome::stoppedByUser);
+    EXPECT_FALSE(row("bystander").end.has_value());
+    EXPECT_TRUE(*model_->settings.microphoneMuted);
+
+    model_->unmuteMicrophone();
+    EXPECT_TRUE(becomes([&] { return !isMuted(); }));
+    quit();
+}
+
+TEST_F(Stop, KeepsTheMuteOverARestartAndForWhatIsPluggedInLater) {
+    start();
+    model_->stopEverything();
+    ASSERT_TRUE(stopEnds());
+    ASSERT_TRUE(isMuted());
+    quit();
+    ASSERT_TRUE(session_.run({"pactl", "set-source-mute", "virtual-microphone", "0"}).succeeded());
+    start();
+    EXPECT_TRUE(becomes([&] { return isMuted(); }));
+    session_.addMicrophone("second", "Second Microphone");
+    EXPECT_TRUE(becomes([&] {
+        return session_.run({"pactl", "get-source-mute", "second"}).output == "Mute: yes\n";
+    }));
+    // Somebody turns it on behind our back.
+    ASSERT_TRUE(session_.run({"pactl", "set-source-mute", "virtual-microphone", "0"}).succeeded());
+    EXPECT_TRUE(becomes([&] { return isMuted(); }));
+    quit();
+}
+
+TEST_F(Stop, MutesAgainWhenTheSoundServerComesBack) {
+    start();
+    model_->stopEverything();
+    ASSERT_TRUE(stopEnds());
+    ASSERT_TRUE(isMuted());
+    for (const char* part : {"virtual-microphone", "pulse", "wireplumber", "pipewire"}) {
+        session_.stop(part);
+    }
+    session_.startPipeWire();
+    session_.startWirePlumber();
+    session_.startPulse();
+    session_.addMicrophone("replacement", "Another Microphone");
+    EXPECT_TRUE(becomes([&] {
+        return session_.run({"pactl", "get-source-mute", "replacement"}).output == "Mute: yes\n";
+    }));
+    quit();
+}
+
+TEST_F(Stop, SaysWhichOfTwoAppsIsStillThere) {
+    if (getuid() != 0) {
+        GTEST_SKIP() << "needs to be root, to have a process that others may not signal";
+    }
+    start();
+    auto& spy = use("spy", {copyOf("graph-client", "spy")});
+    auto& mule = useAsAnother("mule");
+    {
+        const WithoutTheRightToSignal others;
+        model_->stopEverything();
+        ASSERT_TRUE(stopEnds());
+    }
+    EXPECT_TRUE(mule.running());
+    EXPECT_FALSE(spy.running());
+    const auto* result = card("Microphone muted. spy was closed.");
+    ASSERT_NE(result, nullptr) << told();
+    EXPECT_EQ(result->message, "mule didn't close and may still be using the camera or microphone. "
+                               "Quit it from the Dock, or try again.");
+    Titles buttons;
+    for (const auto& button : result->buttons) {
+        buttons.push_back(button.title);
+    }
+    EXPECT_EQ(buttons, (Titles{"Details", "Try again"}));
+    EXPECT_EQ(row("spy").outcome, SessionOutcome::stoppedByUser);
+    EXPECT_NE(row("mule").outcome, SessionOutcome::stoppedByUser);
+    ASSERT_TRUE(press("Microphone muted. spy was closed.", "Try again"));
+    ASSERT_TRUE(stopEnds());
+    EXPECT_TRUE(becomes([&] { return model_->openSessions->empty(); })) << told();
+    quit();
+}
+
+TEST_F(Stop, AsksBeforeItClosesABrowser) {
+    const auto surf = copyOf("graph-client", "surf");
+    const auto entries = session_.home() / ".local/share/applications";
+    std::filesystem::create_directories(entries);
+    support::writeFile(entries / "org.example.surf.desktop",
+                       "[Desktop Entry]\nType=Application\nName=Surf\nExec=" + surf +
+                           " %u\nMimeType=x-scheme-handler/http;x-scheme-handler/https;\n");
+    std::vector<BrowserQuestion> questions;
+    auto answer = BrowserAnswer::keep;
+    askAboutBrowsers_ = [&](const BrowserQuestion& question, const auto& answered) {
+        questions.push_back(question);
+        answered(answer);
+    };
+    start();
+    auto& browser = session_.start("browser", {surf});
+    auto& spy = use("spy", {copyOf("graph-client", "spy")});
+    ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 2; })) << told();
+    model_->stopEverything();
+    ASSERT_TRUE(stopEnds());
+    ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 1; })) << told();
+    ASSERT_EQ(questions.size(), 1U);
+    EXPECT_EQ(questions[0], (BrowserQuestion{.browsers = {"Surf"}, .keepOffered = true}));
+    EXPECT_TRUE(browser.running());
+    EXPECT_FALSE(spy.running());
+    answer = BrowserAnswer::close;
+    model_->stopEverything();
+    ASSERT_TRUE(stopEnds());
+    EXPECT_FALSE(browser.running());
+    quit();
+}
+
+TEST_F(Stop, EndsWithinItsBoundsWhenTheSoundServerDies) {
+    start();
+    auto& spy = use("spy", {copyOf("graph-client", "spy")});
+    for (const char* part : {"virtual-microphone", "pulse", "wireplumber", "pipewire"}) {
+        session_.child(part)->signal(SIGSTOP);
+    }
+    model_->stopEverything();
+    EXPECT_TRUE(*model_->isStopping);
+    ASSERT_TRUE(stopEnds());
+    EXPECT_FALSE(spy.running());
+    const auto* result = card("spy was closed.");
+    ASSERT_NE(result, nullptr) << told();
+    EXPECT_EQ(result->message, "The microphone couldn't be muted. Turn the input volume down in "
+                               "System Settings > Sound.");
+    EXPECT_FALSE(*model_->settings.microphoneMuted);
+    for (const char* part : {"virtual-microphone", "pulse", "wireplumber", "pipewire"}) {
+        session_.child(part)->signal(SIGCONT);
+    }
+    quit();
+}
+
+} // namespace
+} // namespace velmoran
