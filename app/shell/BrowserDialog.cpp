@@ -18,6 +18,7 @@ namespace {
 constexpr int textWidth = 340;
 constexpr int symbolSize = 40;
 constexpr int margin = 20;
+constexpr int spacing = 8;
 constexpr int buttonPadding = 40; ///< at least what a style puts around a title
 constexpr int mostMessageLines = 4;
 constexpr int mostTextLines = 14;
@@ -49,7 +50,9 @@ QPushButton* addButton(QDialog& dialog, QVBoxLayout& column, const std::string& 
 }
 
 QDialog* makeWindow(const BrowserQuestion& question) {
-    auto* dialog = new QDialog(nullptr, Qt::Dialog | Qt::WindowStaysOnTopHint);
+    auto* dialog =
+        new QDialog(nullptr, Qt::Dialog | Qt::WindowStaysOnTopHint | Qt::CustomizeWindowHint |
+                                 Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
     dialog->setObjectName(QStringLiteral("browserQuestion"));
     dialog->setWindowTitle(QStringLiteral("Velmoran"));
     dialog->setAttribute(Qt::WA_QuitOnClose, false);
@@ -66,6 +69,7 @@ QDialog* makeWindow(const BrowserQuestion& question) {
                                    symbolSize, dialog->devicePixelRatioF()));
     row->addWidget(symbol, 0, Qt::AlignTop);
     auto* column = new QVBoxLayout;
+    column->setSpacing(spacing);
     row->addLayout(column);
 
     QFont bold = dialog->font();
