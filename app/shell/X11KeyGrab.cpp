@@ -145,10 +145,9 @@ bool X11KeyGrab::nativeEventFilter(const QByteArray& type, void* message, qintpt
         press(key->time);
         return true;
     }
-    if (kind == XCB_MAPPING_NOTIFY) {
-        keyboardChanged();
-    } else if (keyboardEvents_ != 0 && kind == keyboardEvents_ &&
-               (event->pad0 == newKeyboard || event->pad0 == newMap)) {
+    const bool ofKeyboard = keyboardEvents_ != 0 && kind == keyboardEvents_ &&
+                            (event->pad0 == newKeyboard || event->pad0 == newMap);
+    if (kind == XCB_MAPPING_NOTIFY || ofKeyboard) {
         keyboardChanged();
     }
     return false;

@@ -40,7 +40,9 @@ bool hasSymbol(const X11Keyboard& keyboard, std::uint8_t key, std::uint32_t symb
 std::uint16_t modifierOf(const X11Keyboard& keyboard, std::uint32_t symbol) {
     for (int modifier = firstFreeModifier; modifier < modifierCount; ++modifier) {
         for (int i = 0; i < keyboard.keysPerModifier; ++i) {
-            const auto at = static_cast<std::size_t>(modifier * keyboard.keysPerModifier + i);
+            const auto at = static_cast<std::size_t>(modifier) *
+                                static_cast<std::size_t>(keyboard.keysPerModifier) +
+                            static_cast<std::size_t>(i);
             if (at < keyboard.modifierKeys.size() &&
                 hasSymbol(keyboard, keyboard.modifierKeys[at], symbol)) {
                 return static_cast<std::uint16_t>(1U << static_cast<unsigned>(modifier));
