@@ -117,6 +117,35 @@ TEST_F(DesktopProgram, ASecondStartLeavesTheFirstAloneAndEnds) {
     EXPECT_TRUE(session_.child("velmoran")->running());
 }
 
+TEST_F(DesktopProgram, StopsARecorderFromTheTerminal) {
+    startVelmoran();
+    // A copy: the session's own microphone is a program of the sound server, too.
+    const auto spy = session_.home() / "spy";
+    std::filesystem::copy_file(CLIENT_PROGRAMS "/graph-client", spy);
+    auto& recorder = session_.start("recorder", {spy});
+    ASSERT_TRUE(waitUntil([&] {
+        return session_.run({VELMORANCTL, "status", "--json"}).output.find(R"("name":"spy")") !=
+               std::string::npos;
+    })) << session_.logs();
+    const auto stop = session_.run({VELMORANCTL, "stop", "spy"});
+    EXPECT_EQ(stop.status, 0) << stop.errors;
+    EXPECT_NE(stop.output.find("Microphone muted. spy was closed."), std::string::npos)
+        << stop.output;
+    EXPECT_FALSE(recorder.running());
+    ASSERT_EQ(stored().size(), 1U);
+    EXPECT_TRUE(waitUntil([&] { return stored()[0].end.has_value(); }));
+    EXPECT_EQ(stored()[0].outcome, SessionOutcome::stoppedByUser);
+
+    const auto isMuted = [&] {
+        return session_.run({"pactl", "get-source-mute", "virtual-microphone"}).output ==
+               "Mute: yes\n";
+    };
+    EXPECT_TRUE(isMuted());
+    EXPECT_EQ(session_.run({VELMORANCTL, "unmute"}).status, 0);
+    EXPECT_TRUE(waitUntil([&] { return !isMuted(); }));
+    EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
+}
+
 TEST_F(Program, WatchesInATerminal) {
     auto& watch = session_.start("watch", {VELMORANCTL, "watch"});
     record();
