@@ -35,7 +35,7 @@ struct BusError {
         return name() == SD_BUS_ERROR_SERVICE_UNKNOWN || name() == SD_BUS_ERROR_NAME_HAS_NO_OWNER;
     }
 
-    sd_bus_error value = SD_BUS_ERROR_NULL;
+    sd_bus_error value{};
 };
 
 int complain(const std::string& sentence, int status) {

@@ -58,7 +58,7 @@ public:
         if (argument) {
             sd_bus_message_append(made, "s", argument->c_str());
         }
-        sd_bus_error error = SD_BUS_ERROR_NULL;
+        sd_bus_error error{};
         sd_bus_message* answered = nullptr;
         std::vector<std::string> result;
         if (sd_bus_call(bus_.get(), made, 20000000, &error, &answered) < 0) {
