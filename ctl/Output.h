@@ -16,10 +16,14 @@ public:
     void write(const std::string& line);
     /// Whether all lines so far went out.
     bool isOpen() const { return open_; }
+    /// The exit status for it: 0 if all lines went out or their reader has gone, else 1, after
+    /// saying on standard error what was in the way.
+    int end() const;
 
 private:
     std::function<void()> onGone_;
     bool open_ = true;
+    int problem_ = 0; ///< the error number of the write that failed
 };
 
 } // namespace velmoran

@@ -46,7 +46,7 @@ std::string timeOfDay(Timestamp time) {
 class Teller {
 public:
     Teller(AppModel& model, const QtEventLoop& loop, bool json)
-        : output_([] { QCoreApplication::quit(); }),
+        : output_([this] { QCoreApplication::exit(output_.end()); }),
           writer_([this](const std::string& line) { output_.write(line); }) {
         if (json) {
             recorder_.emplace(

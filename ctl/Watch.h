@@ -14,7 +14,8 @@ struct WatchOptions {
 };
 
 /// Gives the exit status: 0 when a signal, the end of the recording or the going of the reader
-/// ended it, 1 if this computer can't be watched at all, 2 if the recording can't be read.
+/// ended it, 1 if this computer can't be watched at all or the output can't be written, 2 if the
+/// recording can't be read.
 int runWatch(const WatchOptions& options, int& argc, char** argv);
 
 } // namespace velmoran

@@ -1,4 +1,5 @@
 // velmoranctl: Velmoran without a desktop.
+#include "app/qtbase/StandardStreams.h"
 #include "app/replay/Replay.h"
 #include "app/translations/Catalogues.h"
 #include "ctl/Ask.h"
@@ -6,6 +7,7 @@
 #include "ctl/Watch.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -20,20 +22,29 @@ int replayFile(const std::string& path) {
     const auto sink = [&](const std::string& line) {
         output.write(line);
     };
+    int status = 0;
     if (path == "-") {
-        return runReplay(std::cin, path, sink, std::cerr, catalogues);
+        status = runReplay(std::cin, path, sink, std::cerr, catalogues);
+        // The stream takes a failure for the end.
+        if (status == 0 && std::ferror(stdin) != 0) {
+            std::cerr << path << ": it can't be read\n";
+            status = ReplayStop::wrong;
+        }
+    } else {
+        std::ifstream file(path, std::ios::binary);
+        if (!file) {
+            std::cerr << path << ": it can't be opened\n";
+            return ReplayStop::wrong;
+        }
+        status = runReplay(file, path, sink, std::cerr, catalogues);
     }
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        std::cerr << path << ": it can't be opened\n";
-        return ReplayStop::wrong;
-    }
-    return runReplay(file, path, sink, std::cerr, catalogues);
+    return status == 0 ? output.end() : status;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+    velmoran::fillStandardStreams();
     CLI::App app("Tells which app turned on the camera or the microphone, without a desktop.",
                  "velmoranctl");
     app.set_version_flag("--version", "velmoranctl " VELMORAN_VERSION,
@@ -65,9 +76,9 @@ int main(int argc, char** argv) {
         "replay", "Print what Velmoran would have told of a recording, as JSON Lines");
     replay->footer("Time in a recording is virtual: hours take milliseconds, and every run gives\n"
                    "the same lines.\n\n"
-                   "Exit status: 0 at the end of the recording, 2 for a line that can't be read,\n"
-                   "3 for a card or button that isn't on screen, 4 for what this version can't "
-                   "do yet.");
+                   "Exit status: 0 at the end of the recording, 1 if the output can't be written,\n"
+                   "2 for a line that can't be read, 3 for a card or button that isn't on screen,\n"
+                   "4 for what this version can't do yet.");
     std::string file;
     replay->add_option("FILE", file, "The recording; - is standard input")
         ->required()

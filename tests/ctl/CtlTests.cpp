@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sstream>
@@ -105,6 +106,35 @@ TEST_F(Ctl, EndsWith2ForArgumentsThatItDoesNotKnow) {
         EXPECT_NE(child.errors(), "") << child.title();
         EXPECT_EQ(child.output(), "") << child.title();
     }
+}
+
+TEST_F(Ctl, SaysThatARecordingOnStandardInputCannotBeRead) {
+    for (const auto* from : {" < /", " <&-"}) {
+        auto child = start({"/bin/sh", "-c", VELMORANCTL " replay -" + std::string(from)});
+        EXPECT_EQ(child.wait(), 2) << from;
+        EXPECT_EQ(child.errors(), "-: it can't be read\n") << from;
+    }
+}
+
+TEST_F(Ctl, SaysThatLinesWereLost) {
+    for (const auto* command : {" replay ", " watch --demo "}) {
+        auto child =
+            start({"/bin/sh", "-c", VELMORANCTL + (command + recording()) + " > /dev/full"});
+        EXPECT_EQ(child.wait(), 1) << command;
+        EXPECT_EQ(child.errors(),
+                  "velmoranctl: the output can't be written: No space left on device\n")
+            << command;
+    }
+}
+
+TEST_F(Ctl, GivesTheNumberOfAClosedStreamToNothingElse) {
+    auto child = start({"/bin/sh", "-c", "exec " VELMORANCTL " watch <&- 2>&-"});
+    ASSERT_TRUE(says(child, "No sound server")) << child.output();
+    const auto descriptors = "/proc/" + std::to_string(child.pid()) + "/fd/";
+    for (const auto* stream : {"0", "2"}) {
+        EXPECT_EQ(std::filesystem::read_symlink(descriptors + stream), "/dev/null");
+    }
+    EXPECT_EQ(child.stop(), 0);
 }
 
 TEST_F(Ctl, WatchesARecordingInWords) {
