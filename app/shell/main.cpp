@@ -2,6 +2,7 @@
 #include "app/bus/BusService.h"
 #include "app/qtbase/QtEventLoop.h"
 #include "app/qtbase/QtSettingsFile.h"
+#include "app/qtbase/StandardStreams.h"
 #include "app/qtbase/SystemWords.h"
 #include "app/qtbase/UserHistory.h"
 #include "app/replay/RecordingPlayer.h"
@@ -20,6 +21,8 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <string>
+#include <xcb/xcb.h>
 
 namespace {
 
@@ -30,6 +33,14 @@ constexpr int wrongArguments = 2;
 int complain(const std::string& what, int status) {
     std::cerr << "velmoran: " << what << '\n';
     return status;
+}
+
+/// Qt would end the process with a core dump if it doesn't.
+bool displayAnswers() {
+    xcb_connection_t* x = xcb_connect(nullptr, nullptr);
+    const bool answers = xcb_connection_has_error(x) == 0;
+    xcb_disconnect(x);
+    return answers;
 }
 
 /// The picture of an app that is running or was seen, by what its desktop entry says.
@@ -104,7 +115,8 @@ int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString
                          std::cerr << name << ':' << *problem << '\n';
                          status = wrongArguments;
                      }
-                     QApplication::quit();
+                     // A recording without a line ends before the loop has begun.
+                     loop.post([] { QApplication::quit(); });
                  });
     QApplication::exec();
     return status;
@@ -113,12 +125,21 @@ int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString
 } // namespace
 
 int main(int argc, char** argv) {
+    fillStandardStreams();
     // Cards have to be placed and stay on top, which a Wayland compositor leaves to no program.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY")) {
-        qputenv("QT_QPA_PLATFORM", "xcb");
-    } else if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
-               qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        return complain("there is no display; velmoranctl watch runs in a terminal", 1);
+    std::string noDisplay;
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        const auto display = qgetenv("DISPLAY").toStdString();
+        if (!display.empty() && displayAnswers()) {
+            qputenv("QT_QPA_PLATFORM", "xcb");
+        } else if (!display.empty()) {
+            noDisplay = "the display \"" + display + "\" can't be reached";
+        } else if (qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+            noDisplay = "there is no display";
+        }
+    }
+    if (!noDisplay.empty()) {
+        qputenv("QT_QPA_PLATFORM", "minimal"); // enough to read the arguments
     }
     // Before any other thread, so that all of them leave these signals to the main one.
     SignalWatch signals([] { QApplication::quit(); });
@@ -131,8 +152,8 @@ int main(int argc, char** argv) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Tells you which app turned on the camera or the microphone."));
-    parser.addHelpOption();
-    parser.addVersionOption();
+    const auto help = parser.addHelpOption();
+    const auto version = parser.addVersionOption();
     const QCommandLineOption demo(QStringLiteral("demo"),
                                   QStringLiteral("Play a recording instead: FILE, or a built-in "
                                                  "one. Touches neither history nor settings."));
@@ -144,12 +165,24 @@ int main(int argc, char** argv) {
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("A recording to play with --demo."),
                                  QStringLiteral("[FILE]"));
-    parser.process(app);
+    if (!parser.parse(QApplication::arguments())) {
+        return complain(parser.errorText().toStdString() + " velmoran --help tells what there is.",
+                        wrongArguments);
+    }
+    if (parser.isSet(help)) {
+        parser.showHelp();
+    }
+    if (parser.isSet(version)) {
+        parser.showVersion();
+    }
     const auto files = parser.positionalArguments();
     if (files.size() > 1 || (!files.isEmpty() && !parser.isSet(demo))) {
         return complain("unexpected argument \"" + files.last().toStdString() +
                             "\"; velmoran --help tells what there is",
                         wrongArguments);
+    }
+    if (!noDisplay.empty()) {
+        return complain(noDisplay + "; velmoranctl watch runs in a terminal", 1);
     }
     try {
         if (parser.isSet(demo)) {

@@ -146,6 +146,41 @@ TEST_F(DesktopProgram, StopsARecorderFromTheTerminal) {
     EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
 }
 
+TEST_F(DesktopProgram, EndsADemoWithoutALine) {
+    support::writeFile(session_.file("empty.jsonl"), "");
+    const auto demo = session_.run({VELMORAN, "--demo", session_.file("empty.jsonl").string()});
+    EXPECT_EQ(demo.status, 0) << demo.errors;
+}
+
+TEST_F(DesktopProgram, EndsWith2ForArgumentsThatItDoesNotKnow) {
+    for (const auto* argument : {"--dance", "-x", "dance", "--device-folder"}) {
+        const auto velmoran = session_.run({VELMORAN, argument});
+        EXPECT_EQ(velmoran.status, 2) << argument;
+        EXPECT_TRUE(velmoran.errors.starts_with("velmoran: ")) << velmoran.errors;
+        EXPECT_EQ(velmoran.output, "");
+    }
+}
+
+TEST_F(Program, HelpsWithoutADisplay) {
+    for (const auto* argument : {"--help", "--version"}) {
+        const auto velmoran = session_.run({VELMORAN, argument});
+        EXPECT_EQ(velmoran.status, 0) << argument;
+        EXPECT_NE(velmoran.output, "") << argument;
+        EXPECT_EQ(velmoran.errors, "") << argument;
+    }
+}
+
+TEST_F(Program, SaysThatADisplayCannotBeReached) {
+    for (const auto* display : {":9999", "nonsense"}) {
+        session_.environment()["DISPLAY"] = display;
+        const auto velmoran = session_.run({VELMORAN});
+        EXPECT_EQ(velmoran.status, 1) << display;
+        EXPECT_EQ(velmoran.errors, "velmoran: the display \"" + std::string(display) +
+                                       "\" can't be reached; velmoranctl watch runs in a "
+                                       "terminal\n");
+    }
+}
+
 TEST_F(Program, WatchesInATerminal) {
     auto& watch = session_.start("watch", {VELMORANCTL, "watch"});
     record();
