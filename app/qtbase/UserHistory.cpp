@@ -1,5 +1,6 @@
 #include "app/qtbase/UserHistory.h"
 
+#include <QDir>
 #include <QFile>
 #include <QStandardPaths>
 #include <cerrno>
@@ -60,7 +61,12 @@ struct KeptHistory {
 } // namespace
 
 std::filesystem::path userHistoryPath() {
-    const auto folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    auto folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    // By the XDG Base Directory rules a path that is not absolute counts as not given; followed, it
+    // would make one history for each folder that the program is started in.
+    if (!QDir::isAbsolutePath(folder)) {
+        folder = QDir::homePath() + QStringLiteral("/.local/share");
+    }
     return std::filesystem::path(QFile::encodeName(folder).toStdString()) / "Velmoran" /
            "History.store";
 }

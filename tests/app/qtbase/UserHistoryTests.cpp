@@ -1,5 +1,6 @@
 #include "app/qtbase/UserHistory.h"
 
+#include <QDir>
 #include <QTemporaryDir>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -57,6 +58,14 @@ TEST_F(UserHistoryTest, StandsInTheUsersFolderForData) {
     qputenv("XDG_DATA_HOME", folder_.path().toUtf8());
     EXPECT_EQ(userHistoryPath(),
               std::filesystem::path(folder_.path().toStdString()) / "Velmoran" / "History.store");
+    before.isNull() ? qunsetenv("XDG_DATA_HOME") : qputenv("XDG_DATA_HOME", before);
+}
+
+TEST_F(UserHistoryTest, StandsInNoFolderThatDependsOnWhereTheProgramIsStarted) {
+    const auto before = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", "data/share");
+    EXPECT_EQ(userHistoryPath(), std::filesystem::path(QDir::homePath().toStdString()) /
+                                     ".local/share/Velmoran/History.store");
     before.isNull() ? qunsetenv("XDG_DATA_HOME") : qputenv("XDG_DATA_HOME", before);
 }
 
