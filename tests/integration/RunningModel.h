@@ -45,6 +45,8 @@ protected:
         }
         model_ = std::make_unique<AppModel>(surroundings);
         model_->start();
+        // What is on at the first reading counts as on before the program, and isn't told.
+        ASSERT_TRUE(becomes([&] { return model_->snapshot->output.has_value(); })) << told();
     }
 
     void quit() {
