@@ -13,6 +13,8 @@ namespace {
 
 class Road : public RunningModel {
 protected:
+    Road() { session_.addMicrophone(); }
+
     /// One use from its start to its end, with everything that has to be told of it.
     void checkUse(const std::vector<std::string>& command, const std::string& appName,
                   Device device, const std::string& title) {

@@ -21,9 +21,13 @@ class RunningModel : public ::testing::Test {
 protected:
     RunningModel() {
         session_.startSound();
-        session_.addMicrophone();
         session_.enter();
         std::filesystem::create_directories(deviceFolder());
+    }
+    ~RunningModel() override {
+        if (model_) {
+            quit();
+        }
     }
 
     std::filesystem::path deviceFolder() const { return session_.file("dev"); }
@@ -34,9 +38,10 @@ protected:
         return deviceFolder() / "video0";
     }
 
-    void start() {
+    void start() { start(loop_); }
+    void start(Scheduler& scheduler) {
         machine_ = makeMachine({.sounds = nullptr, .deviceFolder = deviceFolder()});
-        ModelSurroundings surroundings{*machine_, loop_, loop_, settings_, [this] {
+        ModelSurroundings surroundings{*machine_, loop_, scheduler, settings_, [this] {
                                            return std::make_shared<HistoryStore>(session_.home() /
                                                                                  "History.store");
                                        }};
@@ -92,7 +97,9 @@ protected:
         for (const auto& item : model_->notices.items()) {
             all += "\n  " + item.title + " / " + item.message.value_or("");
         }
-        return all + "\nopen: " + std::to_string(model_->openSessions.get().size());
+        const auto& output = model_->snapshot->output;
+        return all + "\nopen: " + std::to_string(model_->openSessions.get().size()) +
+               "\noutput: " + (output ? output->name : "none");
     }
 
     /// What another reader finds in the file.

@@ -1,23 +1,14 @@
 // The running program with a real sound server: the mute that it keeps up, and the speakers that it
 // guards.
-#include "app/model/AppModel.h"
-#include "app/model/MemorySettings.h"
-#include "app/qtbase/QtEventLoop.h"
-#include "support/PrivateSession.h"
-#include "system/MakeMachine.h"
+#include "integration/RunningModel.h"
 
-#include <QCoreApplication>
 #include <csignal>
 #include <filesystem>
-#include <gtest/gtest.h>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace velmoran {
 namespace {
-
-using support::PrivateSession;
 
 /// The real loop, but nothing is ever repeated: what happens then, an event has brought about.
 class WithoutRepeats final : public Scheduler {
@@ -35,32 +26,10 @@ private:
     Scheduler& loop_;
 };
 
-class SoundRoad : public ::testing::Test {
+class SoundRoad : public RunningModel {
 protected:
-    SoundRoad() {
-        session_.startSound();
-        session_.enter();
-        std::filesystem::create_directories(session_.file("dev"));
-    }
-    ~SoundRoad() override {
-        if (model_) {
-            model_->stopMonitor();
-        }
-        model_.reset();
-        machine_.reset();
-    }
+    void startWithoutRepeats() { start(withoutRepeats_); }
 
-    void start() { startWith(loop_); }
-    void startWithoutRepeats() { startWith(withoutRepeats_); }
-
-    bool becomes(const std::function<bool()>& condition, support::Bound bound = support::patience) {
-        return support::waitUntil(
-            [&] {
-                QCoreApplication::processEvents();
-                return condition();
-            },
-            bound);
-    }
     bool isMuted(const std::string& kind, const std::string& name) {
         return session_.run({"pactl", "get-" + kind + "-mute", name}).output == "Mute: yes\n";
     }
@@ -93,52 +62,12 @@ protected:
             },
             bound);
     }
-    const NoticeItem* card(const std::string& title) {
-        for (const auto& item : model_->notices.items()) {
-            if (item.title == title) {
-                return &item;
-            }
-        }
-        return nullptr;
-    }
-    std::string told() {
-        std::string all = session_.logs() + "\ncards:";
-        for (const auto& item : model_->notices.items()) {
-            all += "\n  " + item.title + " / " + item.message.value_or("");
-        }
-        const auto& output = model_->snapshot->output;
-        return all + "\noutput: " + (output ? output->name : "none") + '\n' +
-               session_.run({"pactl", "get-default-sink"}).output +
+    std::string sinks() {
+        return told() + '\n' + session_.run({"pactl", "get-default-sink"}).output +
                session_.run({"pactl", "list", "short", "sinks"}).output;
     }
 
-    PrivateSession session_;
-    MemorySettings settings_;
-    std::unique_ptr<AppModel> model_;
-
-private:
-    void startWith(Scheduler& scheduler) {
-        machine_ = makeMachine({.sounds = nullptr, .deviceFolder = session_.file("dev")});
-        model_ = std::make_unique<AppModel>(ModelSurroundings{
-            .machine = *machine_,
-            .clock = loop_,
-            .scheduler = scheduler,
-            .settings = settings_,
-            .openHistory =
-                [this] {
-                    return std::make_shared<HistoryStore>(session_.home() / "History.store");
-                },
-        });
-        model_->start();
-    }
-
-    int count_ = 1;
-    char name_[16] = "sound-road";
-    char* arguments_[2] = {name_, nullptr};
-    QCoreApplication application_{count_, arguments_};
-    QtEventLoop loop_;
     WithoutRepeats withoutRepeats_{loop_};
-    std::unique_ptr<Machine> machine_;
 };
 
 // MARK: - The mute
@@ -228,7 +157,7 @@ protected:
         settings_.setBoolean("speakerAutoMute", true);
         start();
         addSink("headphones", headphones, properties);
-        ASSERT_TRUE(choose("headphones", headphones)) << told();
+        ASSERT_TRUE(choose("headphones", headphones)) << sinks();
         ASSERT_EQ(model_->snapshot->output->kind, OutputDeviceInfo::Kind::headphones);
     }
     void takeHeadphonesAway() {
@@ -237,7 +166,7 @@ protected:
         ASSERT_NE(at, std::string::npos);
         const auto line = modules.rfind('\n', at) + 1;
         run({"pactl", "unload-module", modules.substr(line, modules.find('\t', line) - line)});
-        ASSERT_TRUE(outputBecomes("Laptop Speakers")) << told();
+        ASSERT_TRUE(outputBecomes("Laptop Speakers")) << sinks();
     }
 };
 
@@ -247,33 +176,33 @@ TEST_F(GuardedSpeakers, AreMutedWhenHeadphonesGoWhileAnAppPlays) {
     session_.addMicrophone(); // for its file with the tone
     // It plays there all the time, so that its use doesn't depend on how fast a stream is moved.
     session_.start("player", {"paplay", "--device=speakers", session_.file("tone.wav")});
-    ASSERT_TRUE(becomes([&] { return model_->sessions(Device::speaker).size() == 1; })) << told();
+    ASSERT_TRUE(becomes([&] { return model_->sessions(Device::speaker).size() == 1; })) << sinks();
     takeHeadphonesAway();
-    ASSERT_NE(card(mutedTitle), nullptr) << told();
+    ASSERT_NE(card(mutedTitle), nullptr) << sinks();
     EXPECT_EQ(card(mutedTitle)->message, "pacat would have played out loud.");
-    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << told();
+    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << sinks();
 
     ASSERT_EQ(card(mutedTitle)->buttons.size(), 1U);
     EXPECT_EQ(card(mutedTitle)->buttons[0].title, "Unmute speakers");
     const auto unmute = card(mutedTitle)->buttons[0].action;
     unmute();
     EXPECT_EQ(card(mutedTitle), nullptr);
-    EXPECT_TRUE(becomes([&] { return !isMuted("sink", "speakers"); })) << told();
+    EXPECT_TRUE(becomes([&] { return !isMuted("sink", "speakers"); })) << sinks();
 }
 
 TEST_F(GuardedSpeakers, AreMutedWithNothingToNameWhenNobodyPlays) {
     listen("Built-in Headphones", "device.bus=pci device.form_factor=internal");
     takeHeadphonesAway();
-    ASSERT_NE(card(mutedTitle), nullptr) << told();
+    ASSERT_NE(card(mutedTitle), nullptr) << sinks();
     EXPECT_EQ(card(mutedTitle)->message, std::nullopt);
-    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << told();
+    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << sinks();
 }
 
 TEST_F(GuardedSpeakers, AreLeftAloneWhenTheyArePickedByHand) {
     listen("Buds", "device.bus=bluetooth");
-    ASSERT_TRUE(choose("speakers", "Laptop Speakers")) << told();
+    ASSERT_TRUE(choose("speakers", "Laptop Speakers")) << sinks();
     EXPECT_EQ(model_->snapshot->output->kind, OutputDeviceInfo::Kind::builtInSpeakers);
-    EXPECT_TRUE(model_->notices.items().empty()) << told();
+    EXPECT_TRUE(model_->notices.items().empty()) << sinks();
     EXPECT_FALSE(isMuted("sink", "speakers"));
 }
 
@@ -282,14 +211,14 @@ TEST_F(GuardedSpeakers, AreLeftAloneWhenTheyAreSilentAlready) {
     run({"pactl", "set-sink-mute", "speakers", "1"});
     takeHeadphonesAway();
     EXPECT_TRUE(model_->snapshot->output->isMuted);
-    EXPECT_TRUE(model_->notices.items().empty()) << told();
+    EXPECT_TRUE(model_->notices.items().empty()) << sinks();
 }
 
 TEST_F(GuardedSpeakers, AreLeftAloneUnlessTheUserWantsThat) {
     listen("Buds", "device.bus=bluetooth");
     model_->settings.speakerAutoMute.set(false);
     takeHeadphonesAway();
-    EXPECT_TRUE(model_->notices.items().empty()) << told();
+    EXPECT_TRUE(model_->notices.items().empty()) << sinks();
     EXPECT_FALSE(isMuted("sink", "speakers"));
 }
 
