@@ -25,6 +25,7 @@ LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : sea
                                                      AlsaHolders::Places{});
         lastTable_ = attributionTable();
         graphChanges_ = graph_->onChange([this] { changed(); });
+        graph_->onDefaultOutput(seams_.defaultOutput);
         graphConnection_ = graph_->onConnection([this] { graphConnectionChanged(); });
         directCameras_->onChange([this] { changed(); });
         directCards_->onChange([this] { changed(); });
@@ -35,6 +36,7 @@ LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : sea
 LinuxReadings::~LinuxReadings() {
     seams_.loop.runAndWait([this] {
         graphChanges_.reset();
+        graph_->onDefaultOutput(nullptr);
         graphConnection_.reset();
         patience_.reset();
         streams_.reset();

@@ -1,5 +1,7 @@
 #include "system/linux/PipeWireConnection.h"
 
+#include "core/base/Json.h"
+
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -19,12 +21,16 @@
 #pragma GCC diagnostic ignored "-Wshadow"
 #pragma GCC diagnostic ignored "-Wcast-qual"
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+#include <pipewire/extensions/metadata.h>
 #include <pipewire/impl.h>
 #include <pipewire/pipewire.h>
 
 namespace velmoran {
 
 namespace {
+
+/// Under which the session manager keeps its choice, as {"name": "…"}.
+constexpr const char* defaultOutputKey = "default.audio.sink";
 
 std::string_view textIn(const spa_dict* dict, const char* key) {
     const char* value = dict == nullptr ? nullptr : spa_dict_lookup(dict, key);
@@ -157,6 +163,8 @@ struct PipeWireConnection::State {
             ::close(socket);
             return false;
         }
+        // Only for the default output; what else there is comes without it.
+        pw_context_load_module(context, "libpipewire-module-metadata", nullptr, nullptr);
         pw_data_loop_stop(pw_context_get_data_loop(context));
         core = pw_context_connect_fd(context, socket,
                                      pw_properties_new(PW_KEY_APP_NAME, "Velmoran",
@@ -273,6 +281,13 @@ struct PipeWireConnection::State {
                    textIn(props, PW_KEY_METADATA_NAME) == "default") {
             state->defaultMetadata = id;
             state->listener.sessionManagerIs(true);
+            static const pw_metadata_events metadataEvents = [] {
+                pw_metadata_events table{};
+                table.version = PW_VERSION_METADATA_EVENTS;
+                table.property = onMetadata;
+                return table;
+            }();
+            state->bind(id, type, PW_VERSION_METADATA, *serial, &metadataEvents);
         }
     }
 
@@ -282,8 +297,23 @@ struct PipeWireConnection::State {
         if (state->defaultMetadata == id) {
             state->defaultMetadata.reset();
             state->listener.sessionManagerIs(false);
+            state->listener.defaultOutputIs({});
         }
         state->listener.objectRemoved(id);
+    }
+
+    // Without a key all is cleared; without a value that key is.
+    static int onMetadata(void* data, std::uint32_t subject, const char* key, const char*,
+                          const char* value) {
+        if (subject == PW_ID_CORE &&
+            (key == nullptr || key == std::string_view(defaultOutputKey))) {
+            const auto choice = Json::parse(key == nullptr || value == nullptr ? "" : value,
+                                            nullptr, /*allow_exceptions=*/false);
+            const auto name = choice.is_object() ? choice.find("name") : choice.end();
+            static_cast<Bound*>(data)->owner->listener.defaultOutputIs(
+                name != choice.end() && name->is_string() ? name->get<std::string>() : "");
+        }
+        return 0;
     }
 
     Bound* bind(std::uint32_t id, const char* type, std::uint32_t version, GraphSerial serial,

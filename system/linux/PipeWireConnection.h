@@ -34,6 +34,8 @@ public:
     virtual void objectRemoved(std::uint32_t id) = 0;
     /// The session manager, which makes devices and links, has come to the graph or left it.
     virtual void sessionManagerIs(bool present) = 0;
+    /// The name of the node that sound goes to by default; empty when none is chosen.
+    virtual void defaultOutputIs(const std::string& nodeName) = 0;
     /// Everything that was there at the connection's begin has been told.
     virtual void pictureIsComplete() = 0;
     /// The server has gone. Nothing else comes.

@@ -87,6 +87,22 @@ Subscription PipeWireGraph::onConnection(std::function<void()> callback) {
     return connectionCallbacks_.add(std::move(callback));
 }
 
+void PipeWireGraph::onDefaultOutput(std::function<void(const std::string&)> callback) {
+    defaultOutputCallback_ = std::move(callback);
+    if (defaultOutputCallback_) {
+        defaultOutputCallback_(defaultOutput_);
+    }
+}
+
+void PipeWireGraph::defaultOutputIs(const std::string& nodeName) {
+    if (defaultOutput_ != nodeName) {
+        defaultOutput_ = nodeName;
+        if (defaultOutputCallback_) {
+            defaultOutputCallback_(defaultOutput_);
+        }
+    }
+}
+
 bool PipeWireGraph::connect(bool waits) {
     const int socket = socket_.connect();
     if (socket < 0) {
@@ -112,6 +128,7 @@ void PipeWireGraph::disconnect() {
     connection_.reset();
     isComplete_ = false;
     isLost_ = false;
+    defaultOutputIs({});
     model_.clear();
     identity_.clear();
     objectIDs_.clear();

@@ -66,6 +66,9 @@ public:
     [[nodiscard]] Subscription onChange(std::function<void()> callback);
     /// Called on the loop's thread when `isConnected` has changed.
     [[nodiscard]] Subscription onConnection(std::function<void()> callback);
+    /// Called at once and on each change with the name of the node that sound goes to by default,
+    /// empty when that isn't known. The loop's thread; a second call replaces the first callback.
+    void onDefaultOutput(std::function<void(const std::string&)> callback);
 
 private:
     class Callbacks {
@@ -89,6 +92,7 @@ private:
     void linkIs(const GraphLink& link) override;
     void objectRemoved(std::uint32_t id) override;
     void sessionManagerIs(bool present) override;
+    void defaultOutputIs(const std::string& nodeName) override;
     void pictureIsComplete() override;
     void connectionLost() override;
     void turnEnded() override;
@@ -131,6 +135,8 @@ private:
     std::vector<CameraUse> cameras_;
     Callbacks changeCallbacks_;
     Callbacks connectionCallbacks_;
+    std::string defaultOutput_;
+    std::function<void(const std::string&)> defaultOutputCallback_;
 };
 
 } // namespace velmoran

@@ -85,6 +85,13 @@ bool PulseOutputs::setMuted(bool muted, std::uint32_t objectID) {
         bound);
 }
 
+void PulseOutputs::preferDefault(const std::string& serverName) {
+    connection_.use([&](pa_context*) {
+        preferredSink_ = serverName;
+        publish();
+    });
+}
+
 void PulseOutputs::onChange(std::function<void()> callback) {
     const std::lock_guard lock(shared_->mutex);
     shared_->onChange = std::move(callback);
@@ -238,15 +245,19 @@ std::uint32_t PulseOutputs::objectIDOf(const std::string& serverName) {
 
 void PulseOutputs::publish() {
     Answers answers;
-    bool isDefaultThere = false;
+    const auto isThere = [this](const std::string& name) {
+        return std::any_of(sinks_.begin(), sinks_.end(),
+                           [&](const auto& each) { return each.second.serverName == name; });
+    };
+    const auto& defaultSink = isThere(preferredSink_) ? preferredSink_ : defaultSink_;
+    const bool isDefaultThere = isThere(defaultSink);
     for (const auto& [index, sink] : sinks_) {
-        isDefaultThere = isDefaultThere || sink.serverName == defaultSink_;
         if (sink.serverName.empty() || sink.serverName == noSink) {
             continue;
         }
         const auto objectID = objectIDOf(sink.serverName);
         answers.names[objectID] = sink.serverName;
-        if (sink.serverName != defaultSink_) {
+        if (sink.serverName != defaultSink) {
             continue;
         }
         auto traits = sink.traits;

@@ -36,6 +36,12 @@ public:
     bool exists(std::uint32_t objectID) override;
     bool setMuted(bool muted, std::uint32_t objectID) override;
 
+    /// The session manager's own word on which sink is the default, by the server's name; empty
+    /// when it isn't known. It comes first: PipeWire's server for PulseAudio's clients can keep an
+    /// older choice for a client of long standing (0.3.65). What isn't the name of a sink doesn't
+    /// count. Any thread but the connection's.
+    void preferDefault(const std::string& serverName);
+
     /// Called on the queue after each change of what `current` or `exists` answers, until this
     /// object is gone; a second call replaces the first callback. On the queue's thread.
     void onChange(std::function<void()> callback);
@@ -86,7 +92,8 @@ private:
     // The rest belongs to the connection's thread.
     std::map<std::uint32_t, Sink> sinks_; ///< by the server's index
     std::map<std::uint32_t, Card> cards_;
-    std::string defaultSink_;
+    std::string defaultSink_;                        ///< by the server's word
+    std::string preferredSink_;                      ///< by the session manager's
     std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name
     int unanswered_ = 0;
     pa_context* context_ = nullptr;

@@ -42,17 +42,10 @@ protected:
         run({"pactl", "load-module", "module-null-sink", "sink_name=" + name,
              "sink_properties='device.description=\"" + description + "\" " + properties + "'"});
     }
-    /// Makes it the default and waits until the program knows. PipeWire's server sometimes keeps a
-    /// choice to itself that falls together with the arrival of a sink: then it is made again.
+    /// Makes it the default and waits until the program knows.
     bool choose(const std::string& name, const std::string& description) {
-        for (int attempt = 0; attempt < 3; ++attempt) {
-            run({"pactl", "set-default-sink", name});
-            if (outputBecomes(description, support::Bound{3000})) {
-                return true;
-            }
-            run({"pactl", "set-default-sink", "virtual-speaker"});
-        }
-        return false;
+        run({"pactl", "set-default-sink", name});
+        return outputBecomes(description);
     }
     bool outputBecomes(const std::string& description, support::Bound bound = support::patience) {
         return becomes(
