@@ -1,22 +1,13 @@
 #include "system/ProtectedPrograms.h"
 
+#include "core/base/StarPattern.h"
+
 #include <algorithm>
 #include <array>
 
 namespace velmoran {
 
 namespace {
-
-bool matches(std::string_view pattern, std::string_view name) {
-    const auto star = pattern.find('*');
-    if (star == std::string_view::npos) {
-        return pattern == name;
-    }
-    const auto head = pattern.substr(0, star);
-    const auto tail = pattern.substr(star + 1);
-    return name.size() > head.size() + tail.size() && name.starts_with(head) &&
-           name.ends_with(tail);
-}
 
 /// Folders that no user's program can write to, wherever a distribution keeps its programs.
 bool isOfRootsFolders(std::string_view path) {
@@ -177,7 +168,7 @@ bool hasProtectedName(std::string_view path) {
     const auto name = path.substr(path.rfind('/') + 1);
     for (const auto& row : protectedOnLinux()) {
         if (std::any_of(row.files.begin(), row.files.end(),
-                        [&](std::string_view pattern) { return matches(pattern, name); })) {
+                        [&](std::string_view pattern) { return matchesStar(pattern, name); })) {
             return true;
         }
     }

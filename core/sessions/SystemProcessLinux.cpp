@@ -1,29 +1,12 @@
 #include "core/sessions/SystemProcessLinux.h"
 
+#include "core/base/StarPattern.h"
 #include "core/sessions/SystemProcess.h"
 #include "core/text/Localizer.h"
 
 #include <algorithm>
 
 namespace velmoran {
-
-namespace {
-
-/// One "*" at most, which never crosses a "/".
-bool matches(std::string_view pattern, std::string_view path) {
-    const auto star = pattern.find('*');
-    if (star == std::string_view::npos) {
-        return pattern == path;
-    }
-    const auto head = pattern.substr(0, star);
-    const auto tail = pattern.substr(star + 1);
-    return path.size() > head.size() + tail.size() && path.starts_with(head) &&
-           path.ends_with(tail) &&
-           path.substr(head.size(), path.size() - head.size() - tail.size()).find('/') ==
-               std::string_view::npos;
-}
-
-} // namespace
 
 const std::vector<SystemProcess>& SystemProcess::onLinux() {
     static const std::vector<SystemProcess> table = [] {
@@ -110,7 +93,7 @@ const std::vector<LinuxSystemProgram>& linuxSystemPrograms() {
 std::optional<std::string_view> linuxSystemIdentifier(std::string_view path) {
     for (const auto& program : linuxSystemPrograms()) {
         if (std::any_of(program.paths.begin(), program.paths.end(),
-                        [&](std::string_view pattern) { return matches(pattern, path); })) {
+                        [&](std::string_view pattern) { return matchesStar(pattern, path); })) {
             return program.signingID;
         }
     }
