@@ -45,8 +45,11 @@ std::string timeOfDay(Timestamp time) {
 /// What is told of one model, on standard output.
 class Teller {
 public:
-    Teller(AppModel& model, const QtEventLoop& loop, bool json)
-        : output_([this] { QCoreApplication::exit(output_.end()); }),
+    Teller(AppModel& model, QtEventLoop& loop, bool json)
+        // The first lines come before the event loop runs, when an exit would be lost.
+        : output_([this, &loop] {
+              loop.post([status = output_.end()] { QCoreApplication::exit(status); });
+          }),
           writer_([this](const std::string& line) { output_.write(line); }) {
         if (json) {
             recorder_.emplace(

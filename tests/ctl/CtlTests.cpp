@@ -184,6 +184,15 @@ TEST_F(Ctl, EndsCleanlyWhenItsReaderGoes) {
     EXPECT_EQ(child.errors(), "");
 }
 
+TEST_F(Ctl, WatchEndsWhenNotEvenItsFirstLineCanBeWritten) {
+    auto full = start({"sh", "-c", R"(exec "$0" watch --json > /dev/full)", VELMORANCTL});
+    EXPECT_EQ(full.wait(), 1);
+    EXPECT_NE(full.errors().find("the output can't be written"), std::string::npos);
+    auto unread = start(
+        {"bash", "-c", R"(exec 3> >(exit); wait $!; exec "$0" watch --json >&3)", VELMORANCTL});
+    EXPECT_EQ(unread.wait(), 0) << unread.errors();
+}
+
 TEST_F(Ctl, WatchSaysThatNoSoundServerAnswersAndEndsBySignals) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         auto child = ctl({"watch"});
