@@ -21,7 +21,7 @@ using support::ChildProcess;
 using support::PrivateSession;
 using support::waitUntil;
 
-constexpr int kills = 40;
+constexpr int kills = 80;
 constexpr int recorders = 4;
 
 /// The lines of one watch, by what they tell of.
