@@ -70,6 +70,7 @@ void NoticePanel::placeAt(const QPoint& place) {
 void NoticePanel::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     setOnAllDesktops(*this);
+    keepOutOfTaskbars(*this);
 }
 
 } // namespace velmoran

@@ -23,6 +23,9 @@ bool hasXembedTray();
 std::optional<QColor> xembedTrayForeground();
 /// The window shows on every desktop. It must have been created.
 void setOnAllDesktops(QWidget& window);
+/// Taskbars and pagers leave the window out. It must have been created and not be shown yet: a
+/// window manager forgets this when it is hidden.
+void keepOutOfTaskbars(QWidget& window);
 /// The window takes the mouse there only; elsewhere it goes to what is below. `shape` is in points
 /// of the window, which must have been created.
 void setInputShape(QWidget& window, const QRegion& shape);

@@ -108,6 +108,26 @@ TEST_F(Desktop, ACardLeavesTheFocusWhereItIsAndAnswersTheFirstClick) {
     EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
 }
 
+TEST_F(Desktop, NoTaskbarListsACardEitherTime) {
+    startTray("top");
+    std::ofstream(session_.file("recording.jsonl"))
+        << "{\"at\": 0, \"snapshot\": {}}\n{\"at\": 600, \"wait\": true}\n";
+    startVelmoran();
+    ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; })) << session_.logs();
+    const auto icon = placeOf(display_->dockedIcons().front());
+    for (int time = 0; time < 2; ++time) {
+        click(icon.x + icon.width / 2, icon.y + icon.height / 2);
+        ASSERT_TRUE(cardComes()) << session_.logs();
+        const auto states =
+            session_.run({"xprop", "-id", std::to_string(cards().front()), "_NET_WM_STATE"}).output;
+        EXPECT_NE(states.find("_NET_WM_STATE_SKIP_TASKBAR"), std::string::npos) << states;
+        EXPECT_NE(states.find("_NET_WM_STATE_SKIP_PAGER"), std::string::npos) << states;
+        EXPECT_NE(states.find("_NET_WM_STATE_ABOVE"), std::string::npos) << states;
+        click(icon.x + icon.width / 2, icon.y + icon.height / 2);
+        ASSERT_TRUE(waitUntil([&] { return cards().empty(); }));
+    }
+}
+
 TEST_F(Desktop, TheCardStandsUnderATrayAtTheTop) {
     startTray("top");
     startVelmoran();
