@@ -124,7 +124,7 @@ int main(int argc, char** argv) {
     }
     if (*stop) {
         if (stoppedOption->count() > 0 && stopped.empty()) {
-            std::cerr << "APP is empty.\n";
+            std::cerr << "velmoranctl: APP is empty.\n";
             return wrongArguments;
         }
         return velmoran::askToStop(stopped, argc, argv);

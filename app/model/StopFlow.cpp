@@ -104,8 +104,7 @@ void AppModel::run(const Stopping& stopping, std::function<void()> retry) {
 void AppModel::finishStop(const StopResult& result, const std::function<void()>& retry) {
     isStopping.set(false);
     if (result.microphoneMuted == true) {
-        settings.microphoneMuted.set(true);
-        startMuteKeeper(false);
+        startMuteKeeper(false); // unless the user has undone the mute in the meantime
     }
     engine_.markStoppedByUser(result.stoppedSessionIDs);
     // An app that goes mostly takes its sessions with it before the closer has seen that it went.

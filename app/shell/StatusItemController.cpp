@@ -52,7 +52,10 @@ void StatusItemController::makeMenu(Actions actions) {
     menu_.addSeparator();
     menu_.addAction(qt(words().text("Quit Velmoran")), this, std::move(actions.quit));
     stopping_ = model_.isStopping.subscribe([this](bool) { refreshMenu(); });
-    muting_ = model_.settings.microphoneMuted.subscribe([this](bool) { refreshMenu(); });
+    muting_ = model_.settings.microphoneMuted.subscribe([this](bool) {
+        refreshMenu();
+        refreshToolTip();
+    });
     refreshMenu();
 }
 
@@ -87,7 +90,19 @@ void StatusItemController::refreshIcon() {
     }
     shown_ = state;
     item_->setIcon(statusIcon(state, currentTrayInk()));
-    item_->setToolTip(qt(statusIconLabel(state)));
+    refreshToolTip();
+}
+
+/// Says why nobody is heard, to somebody who doesn't remember the stop.
+void StatusItemController::refreshToolTip() {
+    if (!item_) {
+        return;
+    }
+    auto text = qt(statusIconLabel(model_.statusIconState()));
+    if (*model_.settings.microphoneMuted) {
+        text += '\n' + qt(words().text("The microphone has been muted since a stop."));
+    }
+    item_->setToolTip(text);
 }
 
 void StatusItemController::redrawIcon() {

@@ -45,6 +45,7 @@ private:
     void makeMenu(Actions actions);
     void refreshMenu();
     void refreshIcon();
+    void refreshToolTip();
     void redrawIcon();
     std::optional<QRect> anchor() const;
 

@@ -47,7 +47,7 @@ TEST_F(StopFlowTest, MutesAndClosesAndSaysSo) {
     ASSERT_EQ(mutes.size(), 1U);
     EXPECT_TRUE(mutes[0].first);
     EXPECT_EQ(mutes[0].second.mutedCount, 1);
-    EXPECT_FALSE(*model->settings.microphoneMuted) << "only once the stop is over";
+    EXPECT_TRUE(*model->settings.microphoneMuted) << "whatever becomes of the stop";
     passTime(0.1);
     EXPECT_FALSE(*model->isStopping);
     EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
@@ -271,6 +271,33 @@ TEST_F(StopFlowTest, KeepsTheMuteUpUntilItIsUndone) {
     EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
     ASSERT_EQ(mutes.size(), 2U);
     EXPECT_FALSE(mutes[1].first);
+}
+
+TEST_F(StopFlowTest, KnowsOfTheMuteOfAStopThatWasCutShort) {
+    begin();
+    machine.script.microphones = {{"Mic", false, 0.5}};
+    receive(camera({appRef("Zoom")}));
+    model->stopEverything();
+    time.runPosted();
+    launch();
+    machine.script.microphones[0].volume = 0.5;
+    passTime(3);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0);
+}
+
+TEST_F(StopFlowTest, AnUnmuteInTheMiddleOfAStopHolds) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    machine.script.microphones = {{"Mic", false, 0.5}};
+    receive(camera({appRef("Mule")}));
+    model->stopEverything();
+    time.runPosted();
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0);
+    model->unmuteMicrophone();
+    passTime(10);
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+    EXPECT_FALSE(*model->settings.microphoneMuted);
 }
 
 TEST_F(StopFlowTest, MutesAMicrophoneThatArrivesAtOnce) {

@@ -53,6 +53,14 @@ struct StatusItem : testing::ModelFixture {
     }
 };
 
+TEST_F(StatusItem, SaysWhyNobodyIsHeard) {
+    model->settings.microphoneMuted.set(true);
+    EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off\n"
+                         "The microphone has been muted since a stop.");
+    model->settings.microphoneMuted.set(false);
+    EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
+}
+
 TEST_F(StatusItem, SaysWhatIsOn) {
     EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
     receive(recordedBy("Zoom"));
