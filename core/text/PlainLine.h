@@ -6,7 +6,8 @@
 namespace velmoran {
 
 /// A terminal obeys control characters, and a name comes from whoever runs the program: each of
-/// them becomes a blank.
-std::string plainLine(std::string text);
+/// them becomes a blank, and so does what ends a line or turns its direction. What isn't UTF-8
+/// becomes the replacement character.
+std::string plainLine(const std::string& text);
 
 } // namespace velmoran

@@ -16,7 +16,21 @@ TEST(PlainLine, TurnsWhatATerminalObeysIntoBlanks) {
     EXPECT_EQ(plainLine("a\xC2\x9B"
                         "2Jb"),
               "a 2Jb");
-    EXPECT_EQ(plainLine("a\xC2"), "a\xC2");
+    EXPECT_EQ(plainLine("a\u2028b\u2029c"), "a b c");
+}
+
+TEST(PlainLine, KeepsItsDirection) {
+    EXPECT_EQ(plainLine("a\u202Egpj.exe\u2066b\u2069"), "a gpj.exe b ");
+    // Joiners and marks belong to words and emoji.
+    EXPECT_EQ(plainLine("\u0645\u200C\u200F👩\u200D💻"), "\u0645\u200C\u200F👩\u200D💻");
+}
+
+TEST(PlainLine, ReplacesWhatIsNotUtf8) {
+    EXPECT_EQ(plainLine("a\xC2"), "a\uFFFD");
+    // A control character for a terminal that reads bytes.
+    EXPECT_EQ(plainLine("a\x9B"
+                        "2Jb\xFF"),
+              "a\uFFFD2Jb\uFFFD");
 }
 
 } // namespace

@@ -1,0 +1,13 @@
+// Whether a person sees anything of a text, such as a name that a program has given itself. Pure;
+// any thread.
+#pragma once
+
+#include <string_view>
+
+namespace velmoran {
+
+/// False for a text of nothing but blanks, control characters and characters that draw nothing.
+/// `text` is UTF-8; what is malformed in it is drawn as a replacement character, and so is seen.
+bool showsAnything(std::string_view text);
+
+} // namespace velmoran
