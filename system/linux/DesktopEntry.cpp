@@ -1,5 +1,7 @@
 #include "system/linux/DesktopEntry.h"
 
+#include "core/text/VisibleText.h"
+
 #include <glib.h>
 
 #include <algorithm>
@@ -104,7 +106,7 @@ std::optional<DesktopEntry> parseDesktopEntry(std::string_view text) {
         return std::nullopt;
     }
     auto name = taken(g_key_file_get_locale_string(keys.get(), group, "Name", nullptr, nullptr));
-    if (value(keys, "Type") != "Application" || !name) {
+    if (value(keys, "Type") != "Application" || !name || !showsAnything(*name)) {
         return std::nullopt;
     }
     DesktopEntry entry;

@@ -3,6 +3,7 @@
 #include "core/records/AppIdentity.h"
 #include "core/sessions/SystemProcessLinux.h"
 #include "core/text/Localizer.h"
+#include "core/text/VisibleText.h"
 #include "system/ProtectedPrograms.h"
 #include "system/linux/CgroupScope.h"
 #include "system/linux/FlatpakSandbox.h"
@@ -409,7 +410,9 @@ AppRef LinuxAppNames::named(const DesktopEntries::Found& found, const std::strin
 }
 
 AppRef LinuxAppNames::nameFile(const std::string& path) const {
-    return AppRef{.name = fileName(path), .bundleID = {}, .path = path};
+    const auto name = fileName(path);
+    // A file may be called by a blank; nobody goes without a name for that.
+    return AppRef{.name = showsAnything(name) ? name : path, .bundleID = {}, .path = path};
 }
 
 AppRef LinuxAppNames::remember(pid_t pid, std::uint64_t start, AppRef app) {

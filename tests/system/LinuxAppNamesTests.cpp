@@ -58,6 +58,16 @@ TEST_F(LinuxAppNamesTest, NamesAProgramWithoutAnEntryByItsFile) {
     EXPECT_FALSE(names().iconName(file("recorder", tool)));
 }
 
+TEST_F(LinuxAppNamesTest, LeavesNobodyWithoutAVisibleName) {
+    const auto tool = world.program("usr/bin/\u200B \u202E");
+    world.proc.add(10, {.executable = tool});
+    EXPECT_EQ(identify(10), file(tool, tool));
+    const auto other = world.program("opt/other/recorder");
+    world.entry("other", "Name=\u3164\nExec=" + other);
+    world.proc.add(11, {.executable = other});
+    EXPECT_EQ(identify(11), file("recorder", other));
+}
+
 TEST_F(LinuxAppNamesTest, NamesAReplacedProgramAsBefore) {
     installBrowser();
     world.proc.add(10, {.executable = world.path("usr/lib/firefox/firefox") + " (deleted)"});
