@@ -76,8 +76,14 @@ PrivateSession::~PrivateSession() {
     while (!children_.empty()) {
         children_.pop_back();
     }
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
+    // A client that is on its way out may still put a file there.
+    std::error_code error;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        std::filesystem::remove_all(folder_, error);
+        if (!error && !std::filesystem::exists(folder_, error)) {
+            break;
+        }
+    }
 }
 
 void PrivateSession::enter() const {
