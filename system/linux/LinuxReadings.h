@@ -24,7 +24,7 @@ public:
         ConnectionFacts& connections;
         PulseConnection& pulse;
         /// Told on the loop's thread which node sound goes to by default; empty: not known.
-        std::function<void(const std::string&)> defaultOutput;
+        std::function<void(const std::string&)> defaultOutput = {};
     };
 
     /// How long the graph's server has to be away before one without a graph is asked: PipeWire
