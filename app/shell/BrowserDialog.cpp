@@ -8,7 +8,9 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QTimer>
 #include <QVBoxLayout>
+#include <chrono>
 #include <string>
 
 namespace velmoran {
@@ -26,6 +28,8 @@ constexpr int mostTextLines = 14;
 // What the window ends with; all else cancels.
 constexpr int closing = 1000;
 constexpr int keeping = 1001;
+
+constexpr std::chrono::milliseconds secondRequest(300);
 
 QString qt(const std::string& text) {
     // In one line: names come from whoever is asked about.
@@ -124,6 +128,12 @@ void BrowserDialog::ask(const BrowserQuestion& question, const Answer& answer) {
     });
     window_->open();
     raise();
+    // A window manager that was busy with its mapping may have let the first request fall.
+    QTimer::singleShot(secondRequest, window_.get(), [this] {
+        if (!window_->isActiveWindow()) {
+            raise();
+        }
+    });
 }
 
 void BrowserDialog::raise() {
