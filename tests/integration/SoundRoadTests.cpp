@@ -28,6 +28,12 @@ private:
 
 class SoundRoad : public RunningModel {
 protected:
+    ~SoundRoad() override {
+        if (model_) {
+            quit(); // before the scheduler below goes
+        }
+    }
+
     void startWithoutRepeats() { start(withoutRepeats_); }
 
     bool isMuted(const std::string& kind, const std::string& name) {
