@@ -149,11 +149,13 @@ TEST_F(BusServiceTest, TellsOfChangesOnce) {
     launch();
     auto monitor = start({"gdbus", "monitor", "--session", "-d", bus::name});
     // It says that it listens before it does.
+    bool isOn = false;
     ASSERT_TRUE(runUntil([&] {
-        model->receive(reading({app("Before")}));
-        model->receive({});
+        isOn = !isOn;
+        model->receive(isOn ? reading({app("Before")}) : SystemSnapshot());
         return monitor.output().find("'AppName': <'Before'>") != std::string::npos;
     }));
+    model->receive({});
     model->receive(reading({app("Zoom")}));
     std::size_t from = 0;
     const auto told = [&](const std::string& text) {
