@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <utility>
 
@@ -31,10 +33,11 @@ public:
     Crew(const AppProcesses& processes, AppIdentity app)
         : processes_(processes),
           app_(std::move(app)) {
-        takeIn();
+        hasNobody_ = takeInAll([](const HeldProcess&) {});
     }
 
-    bool isEmpty() const { return held_.empty(); }
+    /// Nothing of the app ran when this was made.
+    bool hasNobody() const { return hasNobody_; }
     std::vector<pid_t> pids() const {
         std::vector<pid_t> all;
         for (const auto& process : held_) {
@@ -51,26 +54,13 @@ public:
     /// Looks for others once all that are known have gone; they are sent what those were sent. Says
     /// no while there is doubt: it is asked again.
     bool isGone() {
-        int quietLooks = 0;
-        for (int look = 0; look < mostLooks && knownAreGone(); ++look) {
-            const auto before = newestProcess();
-            const auto known = held_.size();
-            const bool hasLostOne = takeIn();
-            for (auto at = known; at < held_.size(); ++at) {
-                if (isForced_) {
-                    held_[at].signal(SIGKILL);
-                } else {
-                    ask(held_[at]);
-                }
+        return takeInAll([this](const HeldProcess& process) {
+            if (isForced_) {
+                process.signal(SIGKILL);
+            } else {
+                ask(process);
             }
-            quietLooks = held_.size() == known && !hasLostOne ? quietLooks + 1 : 0;
-            // While none was started anywhere, none can have been missed.
-            const bool isCertain = quietLooks > 0 && newestProcess() == before;
-            if (isCertain || quietLooks == enoughQuietLooks) {
-                return knownAreGone();
-            }
-        }
-        return false;
+        });
     }
 
     void askToEnd() {
@@ -120,6 +110,24 @@ private:
         });
     }
 
+    /// True once it is certain that none is there. It ends as soon as one is known that is.
+    bool takeInAll(const std::function<void(const HeldProcess&)>& take) {
+        int quietLooks = 0;
+        for (int look = 0; look < mostLooks && knownAreGone(); ++look) {
+            const auto before = newestProcess();
+            const auto known = held_.size();
+            const bool hasLostOne = takeIn();
+            std::for_each(held_.begin() + static_cast<std::ptrdiff_t>(known), held_.end(), take);
+            quietLooks = held_.size() == known && !hasLostOne ? quietLooks + 1 : 0;
+            // While none was started anywhere, none can have been missed.
+            const bool isCertain = quietLooks > 0 && newestProcess() == before;
+            if (isCertain || quietLooks == enoughQuietLooks) {
+                return knownAreGone();
+            }
+        }
+        return false;
+    }
+
     /// True if one was seen that ended before it could be held.
     bool takeIn() {
         bool hasLostOne = false;
@@ -147,6 +155,7 @@ private:
     const AppProcesses& processes_;
     const AppIdentity app_;
     std::vector<HeldProcess> held_;
+    bool hasNobody_ = false;
     bool isForced_ = false;
 };
 
@@ -189,7 +198,7 @@ LinuxRunningApps::LinuxRunningApps(const AppProcesses& processes, std::string di
 RunningApp LinuxRunningApps::find(const AppIdentity& app) {
     const auto crew = std::make_shared<Crew>(processes_, app);
     RunningApp found;
-    if (crew->isEmpty()) {
+    if (crew->hasNobody()) {
         return found;
     }
     if (auto windows = AppWindows::of(crew->pids(), display_)) {
