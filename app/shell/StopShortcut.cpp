@@ -15,6 +15,7 @@ bool StopShortcut::set(bool enabled, std::function<void()> action) {
     grab_.reset();
     portal_.reset();
     action_ = std::move(action);
+    const int time = ++timesSet_;
     if (!enabled) {
         return true;
     }
@@ -24,10 +25,16 @@ bool StopShortcut::set(bool enabled, std::function<void()> action) {
             run();
         }
     };
-    // Later, since whoever tells of the loss is what goes.
-    const auto lost = [this] {
+    // Later, since whoever tells of the loss is what goes. By then it may have been switched off.
+    const auto lost = [this, time] {
         QMetaObject::invokeMethod(
-            this, [this] { lose(); }, Qt::QueuedConnection);
+            this,
+            [this, time] {
+                if (time == timesSet_) {
+                    lose();
+                }
+            },
+            Qt::QueuedConnection);
     };
     // A Wayland desktop lets X11 programs have its keys only while one of them has the focus.
     if (x11Connection() && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {

@@ -30,6 +30,7 @@ private:
     void lose();
 
     std::function<void()> action_;
+    int timesSet_ = 0; ///< what is told of an earlier time doesn't count any more
     std::unique_ptr<X11KeyGrab> grab_;
     std::unique_ptr<PortalShortcut> portal_;
 };

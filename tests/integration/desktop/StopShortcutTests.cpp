@@ -317,5 +317,31 @@ TEST_F(ShortcutOnWayland, APortalThatGoesAwayTakesTheShortcutWithIt) {
     EXPECT_TRUE(eventually([&] { return lost == 1; }));
 }
 
+/// Switches the shortcut off when the word of its loss has been sent and hasn't arrived.
+struct SwitchesOffJustBefore : QObject {
+    StopShortcut& shortcut;
+    bool done = false;
+
+    explicit SwitchesOffJustBefore(StopShortcut& given) : shortcut(given) {
+        shortcut.installEventFilter(this);
+    }
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::MetaCall && !done) {
+            done = shortcut.set(false, nullptr);
+        }
+        return false;
+    }
+};
+
+TEST_F(ShortcutOnWayland, WhatIsOffIsNotLostAnyMore) {
+    SwitchesOffJustBefore before(shortcut);
+    startPortal("grant");
+    ASSERT_TRUE(switchOn());
+    ASSERT_TRUE(eventually([&] { return said("bind "); }));
+    session.stop("portal");
+    ASSERT_TRUE(eventually([&] { return before.done; }));
+    EXPECT_EQ(lost, 0);
+}
+
 } // namespace
 } // namespace velmoran
