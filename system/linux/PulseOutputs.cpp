@@ -107,6 +107,10 @@ void PulseOutputs::connected(pa_context* context) {
             end == 0 ? self->take(*info) : self->answered();
         },
         this));
+    askForSinks(context);
+}
+
+void PulseOutputs::askForSinks(pa_context* context) {
     ask(pa_context_get_sink_info_list(
         context,
         [](pa_context*, const pa_sink_info* info, int end, void* data) {
@@ -174,6 +178,8 @@ void PulseOutputs::lookAgain(pa_context* context) {
                 self->lookAgain(self->context_);
             }
             self->askForDefault(self->context_);
+            // A sink that has just come may not have been known yet to who announced it.
+            self->askForSinks(self->context_);
         },
         this);
 }

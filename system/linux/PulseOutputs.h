@@ -77,6 +77,7 @@ private:
                  std::uint32_t index) override;
 
     void askForDefault(pa_context* context);
+    void askForSinks(pa_context* context);
     void lookAgain(pa_context* context);
     void endLooks();
     void ask(pa_operation* question);
