@@ -91,6 +91,22 @@ TEST(PrivateSession, LeavesNoProcessAndNoFolderBehind) {
     EXPECT_FALSE(std::filesystem::exists(folder));
 }
 
+TEST(PrivateSession, SaysAsAProgramWhatItCannotRun) {
+    PrivateSession session;
+    auto finished = session.run({PRIVATE_SESSION, "--", "/nonexistent"});
+    EXPECT_EQ(finished.status, 127);
+    EXPECT_EQ(finished.errors, "private-session: /nonexistent: No such file or directory\n");
+    finished = session.run({PRIVATE_SESSION, "--", "no-such-program", "and", "more"});
+    EXPECT_EQ(finished.status, 127);
+    EXPECT_EQ(finished.errors, "private-session: no-such-program: No such file or directory\n");
+    finished = session.run({PRIVATE_SESSION, "--", "/"});
+    EXPECT_EQ(finished.status, 127);
+    EXPECT_EQ(finished.errors, "private-session: /: Permission denied\n");
+    finished = session.run({PRIVATE_SESSION, "--", "sh", "-c", "exit 127"});
+    EXPECT_EQ(finished.status, 127);
+    EXPECT_EQ(finished.errors, "");
+}
+
 TEST(ChildProcess, EndsWhenTheTestThatStartedItIsKilled) {
     int pipeEnds[2];
     ASSERT_EQ(pipe2(pipeEnds, O_CLOEXEC), 0);

@@ -1,5 +1,6 @@
 #include "support/ChildProcess.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -71,6 +72,11 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, Options op
     const int output = openForWriting(options_.output);
     const int errors = openForWriting(options_.errors);
     const pid_t parent = getpid();
+    // Closed by a program that begins; otherwise it brings the reason.
+    std::array<int, 2> begun{-1, -1};
+    if (pipe2(begun.data(), O_CLOEXEC) != 0) {
+        throw std::system_error(errno, std::generic_category(), "pipe");
+    }
 
     pid_ = fork();
     if (pid_ == 0) {
@@ -88,12 +94,22 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, Options op
         sigemptyset(&none);
         sigprocmask(SIG_SETMASK, &none, nullptr);
         execve(program.c_str(), argv.data(), envp.data());
+        const int reason = errno;
+        [[maybe_unused]] const auto written = write(begun[1], &reason, sizeof reason);
         _exit(127);
     }
     const int failure = errno;
     close(input);
     close(output);
     close(errors);
+    close(begun[1]);
+    int reason = 0;
+    while (pid_ > 0 && read(begun[0], &reason, sizeof reason) < 0 && errno == EINTR) {
+    }
+    close(begun[0]);
+    if (reason != 0) {
+        neverBegan_ = program + ": " + std::generic_category().message(reason);
+    }
     if (pid_ < 0) {
         throw std::system_error(failure, std::generic_category(), "fork");
     }
@@ -107,6 +123,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, Options op
 ChildProcess::ChildProcess(ChildProcess&& other) noexcept
     : options_(std::move(other.options_)),
       title_(std::move(other.title_)),
+      neverBegan_(std::move(other.neverBegan_)),
       pid_(std::exchange(other.pid_, -1)),
       pidFd_(std::exchange(other.pidFd_, -1)),
       status_(other.status_) {}
@@ -116,6 +133,7 @@ ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
         release();
         options_ = std::move(other.options_);
         title_ = std::move(other.title_);
+        neverBegan_ = std::move(other.neverBegan_);
         pid_ = std::exchange(other.pid_, -1);
         pidFd_ = std::exchange(other.pidFd_, -1);
         status_ = other.status_;

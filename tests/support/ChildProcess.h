@@ -56,6 +56,8 @@ public:
     /// What it has written so far.
     [[nodiscard]] std::string output() const;
     [[nodiscard]] std::string errors() const;
+    /// Which program couldn't be executed, and why; empty if it could.
+    [[nodiscard]] const std::string& neverBegan() const { return neverBegan_; }
     /// The command, for people.
     [[nodiscard]] const std::string& title() const { return title_; }
 
@@ -64,6 +66,7 @@ private:
 
     Options options_;
     std::string title_;
+    std::string neverBegan_;
     pid_t pid_ = -1;
     int pidFd_ = -1;
     std::optional<ExitStatus> status_;

@@ -140,6 +140,9 @@ int run(PrivateSession& session, const Wishes& wishes, int signals) {
                                           .output = {},
                                           .errors = {},
                                           .inheritsTerminal = true});
+    if (!command.neverBegan().empty()) {
+        std::fprintf(stderr, "private-session: %s\n", command.neverBegan().c_str());
+    }
     const std::string microphone = "virtual-microphone";
     for (;;) {
         ChildProcess* tone = session.child(microphone);
