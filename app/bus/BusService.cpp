@@ -57,6 +57,7 @@ BusService::BusService(AppModel& model, Scheduler& scheduler, Options options)
                 unmuteEnded(outcome);
             }
         }));
+    search();
     connect();
 }
 
@@ -78,8 +79,10 @@ void BusService::connect() {
     if (!link_ || sd_bus_add_filter(link_->bus(), nullptr, &BusService::received, this) < 0 ||
         // In the queue, so that another owner keeps the name for as long as it wants it.
         sd_bus_request_name_async(
-            link_->bus(), nullptr, bus::name, SD_BUS_NAME_QUEUE,
-            [](sd_bus_message*, void*, sd_bus_error*) { return 0; }, nullptr) < 0) {
+            link_->bus(), nullptr, bus::name,
+            SD_BUS_NAME_QUEUE |
+                (options_.givesWay ? SD_BUS_NAME_ALLOW_REPLACEMENT : SD_BUS_NAME_REPLACE_EXISTING),
+            &BusService::named, this) < 0) {
         link_.reset();
         return;
     }
@@ -97,13 +100,30 @@ void BusService::lost() {
         unmuteReply_.reset();
         callers_.reset();
         link_.reset();
-        retry_ = scheduler_.every(options_.retryInterval, [this] {
-            connect();
-            if (link_) {
-                retry_.reset();
+        search();
+    });
+}
+
+/// One that is under way goes on: a bus that hangs up at once isn't called again and again.
+void BusService::search() {
+    if (search_ || options_.address.empty()) {
+        return;
+    }
+    search_ =
+        std::make_unique<BusSearch>(options_.address, scheduler_, options_.searchInterval, [this] {
+            if (!link_) {
+                connect();
             }
         });
-    });
+}
+
+int BusService::named(sd_bus_message* reply, void* service, sd_bus_error*) {
+    auto& self = *static_cast<BusService*>(service);
+    // An end of the connection, too, is an answer to the library.
+    if (sd_bus_message_is_method_error(reply, nullptr) == 0) {
+        self.search_.reset();
+    }
+    return 0;
 }
 
 // MARK: - Who calls
@@ -271,19 +291,27 @@ void BusService::stop(sd_bus_message* call) {
 }
 
 void BusService::stopEnded(const std::optional<StopResult>& result) {
+    const auto remark = options_.remark();
     if (!stopReply_) {
         return; // somebody else's stop
     }
     if (!result) {
         sendWords(std::move(stopReply_), bus::outcome::cancelled,
-                  words().text("Nothing was stopped: the question about the browser was answered "
-                               "with “Cancel”."),
-                  {});
+                  remark.empty()
+                      ? words().text("Nothing was stopped: the question about the browser was "
+                                     "answered with “Cancel”.")
+                      : words().text("Nothing was stopped."),
+                  remark);
         return;
     }
+    auto detail = result->detail().value_or("");
+    if (!remark.empty()) {
+        detail += (detail.empty() ? "" : " ") + remark;
+    }
     sendWords(std::move(stopReply_),
-              result->everythingStopped() ? bus::outcome::done : bus::outcome::incomplete,
-              result->headline(), result->detail().value_or(""));
+              result->everythingStopped() && remark.empty() ? bus::outcome::done
+                                                            : bus::outcome::incomplete,
+              result->headline(), detail);
 }
 
 void BusService::unmute(sd_bus_message* call) {

@@ -1,16 +1,18 @@
 // The running program as other programs of the same user reach it over the session bus: they may
-// stop, unmute and ask what is on. Where there is no bus it does nothing, and when the bus has gone
-// it looks for it again. A request that comes while one of its kind is under way is dropped, and
-// whatever waits to be read waits with the bus. Owned by `main` beside the model; main thread, with
-// Qt's event loop.
+// stop, unmute and ask what is on. While there is no bus it is looked for, seldom and without
+// waking the machine for it. A request that comes while one of its kind is under way is dropped,
+// and whatever waits to be read waits with the bus. Owned by `main` beside the model; main thread,
+// with Qt's event loop.
 #pragma once
 
 #include "app/bus/Allowance.h"
 #include "app/bus/BusLink.h"
+#include "app/bus/BusSearch.h"
 #include "app/bus/CallerCheck.h"
 #include "app/bus/ProgramStatus.h"
 #include "app/model/AppModel.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,8 +24,16 @@ class BusService {
 public:
     struct Options {
         std::string address = sessionBusAddress();
-        /// Until it is looked whether a lost bus is back.
-        Seconds retryInterval = 10.0;
+        /// Between two looks for a bus whose socket doesn't tell that it comes.
+        Seconds searchInterval = 30.0;
+        /// Leaves the name to the next program that wants it, for as long as that runs, as a watch
+        /// in a terminal does to the desktop's program.
+        bool givesWay = false;
+        /// What is to be said of a stop that has just ended beside what was done, and why not
+        /// everything was; empty if there is nothing. Asked once for each stop, whoever wanted it.
+        std::function<std::string()> remark = [] {
+            return std::string();
+        };
     };
 
     /// Both outlive the service.
@@ -42,7 +52,9 @@ public:
 
 private:
     void connect();
+    void search();
     void lost();
+    static int named(sd_bus_message* reply, void* service, sd_bus_error* error);
     static int received(sd_bus_message* message, void* service, sd_bus_error* error);
     void admit(BusMessage call);
     void answer(sd_bus_message* call);
@@ -76,7 +88,7 @@ private:
     Allowance unmutes_;
     ProgramStatus told_;
     bool isTelling_ = false;
-    Subscription retry_;
+    std::unique_ptr<BusSearch> search_; ///< until the bus has answered
     std::vector<Subscription> subscriptions_;
     std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
 };

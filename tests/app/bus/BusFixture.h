@@ -141,6 +141,11 @@ protected:
 
     /// The program with the bus; what is on can be told to it at once.
     void launch() {
+        startModel();
+        offer();
+    }
+
+    void startModel() {
         model = std::make_unique<AppModel>(
             ModelSurroundings{machine, loop, loop, settings,
                               [] { return std::make_shared<HistoryStore>(std::nullopt); },
@@ -151,14 +156,22 @@ protected:
                               }});
         model->start();
         model->receive({});
-        offer();
     }
 
     /// Offers the service, and waits until it can be found.
     void offer() {
-        service = std::make_unique<BusService>(
-            *model, loop, BusService::Options{.address = address(), .retryInterval = 0.02});
+        offer(serviceOptions());
         ASSERT_TRUE(isOffered());
+    }
+    void offer(BusService::Options options) {
+        service = std::make_unique<BusService>(*model, loop, std::move(options));
+    }
+    /// With a search that only the socket's coming can bring to an end in time.
+    BusService::Options serviceOptions() const {
+        BusService::Options options;
+        options.address = address();
+        options.searchInterval = 1000.0;
+        return options;
     }
 
     /// Whether a program has the name, and this one's service answers.
@@ -166,8 +179,8 @@ protected:
         return runUntil([&] { return isOwned(); });
     }
 
-    bool isOwned() const {
-        const BusClient client(address());
+    bool isOwned() const { return bus_->running() && isOwned(BusClient(address())); }
+    static bool isOwned(const BusClient& client) {
         sd_bus_message* answered = nullptr;
         int owned = 0;
         const bool said =

@@ -266,8 +266,9 @@ TEST_F(BusServiceTest, DoesNothingWhereThereIsNoBus) {
                                                          }});
     model->start();
     for (const auto* address : {"", "unix:path=/nowhere", "nonsense", "autolaunch:"}) {
-        service =
-            std::make_unique<BusService>(*model, loop, BusService::Options{.address = address});
+        auto options = serviceOptions();
+        options.address = address;
+        offer(options);
         model->receive(reading({app("Zoom")}));
         model->receive({});
         QCoreApplication::processEvents();
@@ -287,6 +288,128 @@ TEST_F(BusServiceTest, IsBackWhenTheBusIs) {
     ASSERT_TRUE(isOffered());
     EXPECT_THAT(call("StopEverything"), ElementsAre("busy", "A stop is under way already.", ""));
     EXPECT_EQ(decode<ProgramStatus>(call("Status").at(0)).uses.size(), 1U);
+}
+
+TEST_F(BusServiceTest, FindsABusThatComesLater) {
+    bus_->stop();
+    startModel();
+    offer(serviceOptions());
+    QCoreApplication::processEvents();
+    startBus();
+    EXPECT_TRUE(isOffered());
+    EXPECT_EQ(call("Status").size(), 1U);
+}
+
+TEST_F(BusServiceTest, FindsABusThatComesWithItsFolder) {
+    bus_->stop();
+    const auto folder = std::filesystem::path(folder_.path("later"));
+    const auto later = "unix:path=" + (folder / "bus").string();
+    startModel();
+    auto options = serviceOptions();
+    options.address = later;
+    options.searchInterval = 0.02;
+    offer(options);
+    QCoreApplication::processEvents();
+    std::filesystem::create_directory(folder);
+    const support::ChildProcess second(
+        {"dbus-daemon", "--session", "--nofork", "--address=" + later, "--print-address"},
+        this->options("second"));
+    ASSERT_TRUE(support::waitUntil([&] { return !second.output().empty(); })) << second.errors();
+    const BusClient client(later);
+    EXPECT_TRUE(runUntil([&] { return isOwned(client); }));
+}
+
+TEST_F(BusServiceTest, IsBackOnEachNewBus) {
+    launch();
+    for (int i = 0; i < 3; ++i) {
+        bus_->signal(i % 2 == 0 ? SIGKILL : SIGTERM);
+        ASSERT_TRUE(runUntil([&] { return !bus_->running(); }));
+        startBus();
+        ASSERT_TRUE(isOffered()) << i;
+        EXPECT_EQ(call("Status").size(), 1U);
+    }
+}
+
+/// Counts the timers that run.
+class CountingScheduler final : public Scheduler {
+public:
+    explicit CountingScheduler(Scheduler& real) : real_(real) {}
+
+    void post(std::function<void()> action) override { real_.post(std::move(action)); }
+    Subscription after(Seconds delay, std::function<void()> action) override {
+        return counted(real_.after(delay, std::move(action)));
+    }
+    Subscription every(Seconds interval, std::function<void()> action) override {
+        return counted(real_.every(interval, std::move(action)));
+    }
+    int running = 0;
+
+private:
+    Subscription counted(Subscription subscription) {
+        ++running;
+        return Subscription(
+            [this, kept = std::make_shared<Subscription>(std::move(subscription))] { --running; });
+    }
+
+    Scheduler& real_;
+};
+
+TEST_F(BusServiceTest, LooksNoFurtherOnceItIsConnected) {
+    startModel();
+    CountingScheduler scheduler(loop);
+    BusService counted(*model, scheduler, serviceOptions());
+    EXPECT_GT(scheduler.running, 0);
+    EXPECT_TRUE(runUntil([&] { return scheduler.running == 0; }));
+    EXPECT_TRUE(isOwned());
+    bus_->signal(SIGKILL);
+    EXPECT_TRUE(runUntil([&] { return scheduler.running > 0; }));
+    startBus();
+    EXPECT_TRUE(runUntil([&] { return scheduler.running == 0; }));
+}
+
+TEST_F(BusServiceTest, GivesWayForAsLongAsAnotherProgramWantsTheName) {
+    startModel();
+    auto options = serviceOptions();
+    options.givesWay = true;
+    offer(options);
+    ASSERT_TRUE(isOffered());
+    AppModel other({machine, loop, loop, settings, [] {
+                        return std::make_shared<HistoryStore>(std::nullopt);
+                    }});
+    other.start();
+    other.receive(reading({app("Zoom")}));
+    const auto uses = [&] {
+        return decode<ProgramStatus>(call("Status").at(0)).uses.size();
+    };
+    EXPECT_EQ(uses(), 0U);
+    {
+        const BusService desktop(other, loop, serviceOptions());
+        EXPECT_TRUE(runUntil([&] { return uses() == 1; }));
+        // And who doesn't give way keeps it.
+        const BusService third(*model, loop, serviceOptions());
+        EXPECT_EQ(uses(), 1U);
+    }
+    EXPECT_TRUE(runUntil([&] { return isOwned() && uses() == 0; }));
+}
+
+TEST_F(BusServiceTest, SaysWhatElseThereIsToSayOfAStop) {
+    startModel();
+    auto options = serviceOptions();
+    std::string remark = "Fox stays open.";
+    options.remark = [&] {
+        return remark;
+    };
+    offer(options);
+    ASSERT_TRUE(isOffered());
+    model->receive(reading({app("Zoom")}));
+    EXPECT_THAT(call("Stop", "Zoom"), ElementsAre("incomplete", "Zoom was closed.", remark));
+    model->receive(
+        reading({{.name = "Fox", .bundleID = "org.mozilla.firefox", .path = "/opt/fox"}}));
+    auto waiting = start({VELMORANCTL, "stop", "Fox"});
+    ASSERT_TRUE(runUntil([&] { return questions == 1; }));
+    answerQuestion(BrowserAnswer::cancel);
+    EXPECT_EQ(finish(waiting), 3);
+    EXPECT_EQ(waiting.output(), "Nothing was stopped.\nFox stays open.\n");
 }
 
 TEST_F(BusServiceTest, EndsInTheMiddleOfACall) {

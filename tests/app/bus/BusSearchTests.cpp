@@ -1,0 +1,99 @@
+#include "app/bus/BusSearch.h"
+
+#include "support/TemporaryDirectory.h"
+#include "support/Waiting.h"
+#include "system/scripted/ScriptedTime.h"
+
+#include <QCoreApplication>
+#include <gmock/gmock.h>
+
+namespace velmoran {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+TEST(BusSearch, FindsTheSocketsInAnAddress) {
+    EXPECT_THAT(socketPaths("unix:path=/run/user/1000/bus"), ElementsAre("/run/user/1000/bus"));
+    EXPECT_THAT(socketPaths("unix:guid=12ab,path=/a/b;tcp:host=localhost,port=1;unix:path=/c"),
+                ElementsAre("/a/b", "/c"));
+    EXPECT_THAT(socketPaths("unix:path=/a%20b%2fc%2"), ElementsAre("/a b/c%2"));
+}
+
+TEST(BusSearch, FindsNoneWhereThereIsNone) {
+    for (const auto* address : {"", ";", "unix:", "unix:path=", "unix:path=relative",
+                                "autolaunch:", "unix:abstract=/tmp/x", "tcp:path=/a", "unix"}) {
+        EXPECT_THAT(socketPaths(address), IsEmpty()) << address;
+    }
+}
+
+class Search : public ::testing::Test {
+protected:
+    /// Looks made until nothing is left to do before the next regular one.
+    int looksSoon() {
+        const int before = looks_;
+        time_.advanceBy(10.0);
+        return looks_ - before;
+    }
+    bool looksAfterEvents() {
+        return support::waitUntil([&] {
+            QCoreApplication::processEvents();
+            return looksSoon() > 0;
+        });
+    }
+    BusSearch search(const std::string& address, Seconds interval = 1e9) {
+        return BusSearch(address, time_, interval, [this] { ++looks_; });
+    }
+
+    TemporaryDirectory folder_;
+    ScriptedTime time_;
+    int looks_ = 0;
+
+private:
+    int argumentCount_ = 1;
+    char name_[5] = "test";
+    char* arguments_[2] = {name_, nullptr};
+    QCoreApplication application_{argumentCount_, arguments_};
+};
+
+TEST_F(Search, LooksAFewTimesAndThenOnlyWhenTheSocketComes) {
+    const auto looking = search("unix:path=" + folder_.path("bus"));
+    EXPECT_EQ(looksSoon(), 3);
+    EXPECT_EQ(looksSoon(), 0);
+    folder_.write("another", "");
+    folder_.write("bus", "");
+    EXPECT_TRUE(looksAfterEvents());
+    EXPECT_EQ(looksSoon(), 0);
+    folder_.write("elsewhere", "");
+    std::filesystem::rename(folder_.path("elsewhere"), folder_.path("bus"));
+    EXPECT_TRUE(looksAfterEvents());
+}
+
+TEST_F(Search, LooksOnceInEachIntervalOtherwise) {
+    const auto looking = search("tcp:host=nowhere", 30.0);
+    looksSoon();
+    time_.advanceBy(300.0);
+    EXPECT_NEAR(looks_, 3 + 10, 1);
+}
+
+TEST_F(Search, WatchesAFolderThatComesLater) {
+    const auto looking = search("unix:path=" + folder_.path("later/bus"), 1e6);
+    std::filesystem::create_directory(folder_.path("later"));
+    time_.advanceBy(1e6);
+    folder_.write("later/bus", "");
+    EXPECT_TRUE(looksAfterEvents());
+}
+
+TEST_F(Search, MayBeDroppedWhereItLooks) {
+    std::unique_ptr<BusSearch> looking;
+    looking = std::make_unique<BusSearch>("unix:path=" + folder_.path("bus"), time_, 30.0, [&] {
+        ++looks_;
+        looking.reset();
+    });
+    EXPECT_EQ(looksSoon(), 1);
+    time_.advanceBy(100.0);
+    EXPECT_EQ(looks_, 1);
+}
+
+} // namespace
+} // namespace velmoran
