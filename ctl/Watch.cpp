@@ -1,5 +1,6 @@
 #include "ctl/Watch.h"
 
+#include "app/bus/BusService.h"
 #include "app/qtbase/QtEventLoop.h"
 #include "app/qtbase/QtSettingsFile.h"
 #include "app/qtbase/SystemWords.h"
@@ -10,6 +11,7 @@
 #include "core/text/Localizer.h"
 #include "ctl/EndSignals.h"
 #include "ctl/Output.h"
+#include "ctl/SparedBrowsers.h"
 #include "system/MakeMachine.h"
 #include "system/SoundServer.h"
 
@@ -73,6 +75,16 @@ public:
         }
     }
 
+    /// Beside JSON nothing: there it is an event.
+    void stopped(const std::optional<StopResult>& result) {
+        if (lines_ && result) {
+            lines_->say(result->headline());
+            if (const auto detail = result->detail()) {
+                lines_->say(*detail);
+            }
+        }
+    }
+
     void soundPlayed() {
         if (recorder_) {
             recorder_->soundPlayed();
@@ -104,15 +116,23 @@ int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
         return 1;
     }
     bool keptElsewhere = false;
-    AppModel model({*machine, loop, loop, settings, [&keptElsewhere] {
+    SparedBrowsers browsers;
+    AppModel model({*machine, loop, loop, settings,
+                    [&keptElsewhere] {
                         try {
                             return openUserHistory(WhenKept::giveWay);
                         } catch (const HistoryIsKept&) {
                             keptElsewhere = true;
                             return std::make_shared<HistoryStore>(std::nullopt);
                         }
+                    },
+                    [&browsers](const BrowserQuestion& question,
+                                const std::function<void(BrowserAnswer)>& answer) {
+                        browsers.answer(question, answer);
                     }});
     Teller teller(model, loop, options.json);
+    const auto stops = model.onStopEnded.subscribe(
+        [&](const std::optional<StopResult>& result) { teller.stopped(result); });
     telling.onSound = [&] {
         teller.soundPlayed();
     };
@@ -125,6 +145,16 @@ int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
         teller.say(words().text("No sound server can be reached. Until one can, only programs that "
                                 "open a device directly are seen."));
     }
+    BusService::Options service;
+    service.givesWay = true;
+    service.remark = [&] {
+        const auto sentence = browsers.takeSentence();
+        if (!sentence.empty()) {
+            teller.say(sentence);
+        }
+        return sentence;
+    };
+    const BusService bus(model, loop, std::move(service));
     const auto status = QCoreApplication::exec();
     telling.onSound = nullptr;
     model.stopMonitor();

@@ -1,0 +1,110 @@
+// `velmoranctl watch` as the running program that the other commands reach, on a machine without a
+// desktop. The apps are copies of a client of the tests': a stop closes whatever runs that file.
+#include "support/PrivateSession.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+
+namespace velmoran {
+namespace {
+
+using support::Finished;
+using support::waitUntil;
+using ::testing::HasSubstr;
+
+class WatchService : public ::testing::Test {
+protected:
+    WatchService() {
+        session_.startSound();
+        session_.addMicrophone();
+        std::filesystem::create_directories(session_.file("dev"));
+        session_.environment()["LC_ALL"] = "C.UTF-8";
+    }
+
+    void startWatch() {
+        session_.start("watch",
+                       {VELMORANCTL, "watch", "--device-folder", session_.file("dev").string()});
+        ASSERT_TRUE(waitUntil([&] { return ctl({"status"}).succeeded(); })) << session_.logs();
+    }
+
+    Finished ctl(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), VELMORANCTL);
+        return session_.run(arguments);
+    }
+
+    /// A client that uses the microphone, seen by the watch.
+    support::ChildProcess& use(const std::string& name, const std::string& shown) {
+        auto& child = session_.start(name, {program(name)});
+        EXPECT_TRUE(waitUntil([&] { return saysWatch(shown + " turned on the microphone"); }))
+            << session_.logs();
+        return child;
+    }
+
+    std::string program(const std::string& name) const {
+        const auto copy = session_.home() / name;
+        if (!std::filesystem::exists(copy)) {
+            std::filesystem::copy_file(CLIENT_PROGRAMS "/graph-client", copy);
+        }
+        return copy;
+    }
+
+    bool saysWatch(const std::string& text) {
+        return session_.child("watch")->output().find(text) != std::string::npos;
+    }
+
+    support::PrivateSession session_;
+};
+
+TEST_F(WatchService, StopsUnmutesAndTellsTheStatus) {
+    startWatch();
+    EXPECT_EQ(ctl({"status"}).output, "Camera and microphone are off\n");
+    auto& spy = use("spy", "spy");
+    EXPECT_THAT(ctl({"status"}).output, HasSubstr("spy is using the microphone (since "));
+
+    const auto stopped = ctl({"stop"});
+    EXPECT_EQ(stopped.status, 0) << stopped.errors;
+    EXPECT_THAT(stopped.output, HasSubstr("Microphone muted. spy was closed.\n"));
+    EXPECT_FALSE(spy.running());
+    EXPECT_TRUE(waitUntil([&] { return saysWatch("Microphone muted. spy was closed."); }));
+    EXPECT_THAT(ctl({"status"}).output, HasSubstr("The microphone is muted\n"));
+    EXPECT_EQ(ctl({"unmute"}).output, "The microphone is no longer muted.\n");
+    EXPECT_EQ(session_.child("watch")->stop(), 0);
+    EXPECT_EQ(ctl({"status"}).errors, "velmoranctl: Velmoran isn't running.\n");
+}
+
+TEST_F(WatchService, ClosesNoBrowserSinceNobodyCanBeAsked) {
+    support::writeFile(session_.home() / ".local/share/applications/org.example.surf.desktop",
+                       "[Desktop Entry]\nType=Application\nName=Surf\nExec=" + program("surf") +
+                           " %u\nMimeType=x-scheme-handler/http;x-scheme-handler/https;\n");
+    startWatch();
+    auto& browser = use("surf", "Surf");
+    auto& spy = use("spy", "spy");
+    const std::string why =
+        "Surf stays open: it is a browser, and nobody can be asked here whether to close it.";
+
+    const auto all = ctl({"stop"});
+    EXPECT_EQ(all.status, 3);
+    EXPECT_THAT(all.output, HasSubstr("Microphone muted. spy was closed.\n"));
+    EXPECT_THAT(all.output, HasSubstr(why));
+    EXPECT_FALSE(spy.running());
+    EXPECT_TRUE(waitUntil([&] { return saysWatch(why); }));
+
+    const auto one = ctl({"stop", "Surf"});
+    EXPECT_EQ(one.status, 3);
+    EXPECT_EQ(one.output, "Nothing was stopped.\n" + why + "\n");
+    EXPECT_TRUE(browser.running());
+}
+
+TEST_F(WatchService, ComesWithTheBus) {
+    session_.stop("bus");
+    session_.start("watch",
+                   {VELMORANCTL, "watch", "--device-folder", session_.file("dev").string()});
+    ASSERT_TRUE(
+        waitUntil([&] { return std::filesystem::exists(session_.file("watch.out").string()); }));
+    EXPECT_EQ(ctl({"status"}).status, 1);
+    session_.startBus();
+    EXPECT_TRUE(waitUntil([&] { return ctl({"status"}).succeeded(); })) << session_.logs();
+}
+
+} // namespace
+} // namespace velmoran
