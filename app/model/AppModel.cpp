@@ -18,15 +18,9 @@ AppModel::AppModel(ModelSurroundings surroundings)
       around_(surroundings),
       engine_(unknownGrace),
       coalescer_(noticeWindow),
-      muter_(std::make_unique<SystemMuter>(surroundings.machine, surroundings.scheduler,
-                                           [this](const MuteOutcome& outcome) {
-                                               // At once, so that a stop that is cut short leaves
-                                               // no mute that nobody knows of.
-                                               if (outcome.mutedCount >= 1) {
-                                                   settings.microphoneMuted.set(true);
-                                               }
-                                               onMicrophonesMuted(true, outcome);
-                                           })),
+      muter_(std::make_unique<SystemMuter>(
+          surroundings.machine, surroundings.scheduler,
+          [this](const MuteOutcome& outcome, bool stands) { noteMute(outcome, stands); })),
       closer_(std::make_unique<SystemCloser>(
           surroundings.machine.makeCloser(surroundings.scheduler),
           [this](const AppIdentity& app, bool gone) { onAppClosed(app, gone); })),

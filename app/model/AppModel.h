@@ -44,6 +44,8 @@ struct ModelSurroundings {
             };
 };
 
+class SystemMuter;
+
 class AppModel {
 public:
     /// Nothing starts yet.
@@ -148,7 +150,9 @@ private:
     void askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep,
                   const std::function<void(BrowserAnswer)>& decide);
     void run(const Stopping& stopping, std::function<void()> retry);
-    void finishStop(const StopResult& result, const std::function<void()>& retry);
+    void finishStop(const StopResult& answer, const std::function<void()>& retry);
+    void noteMute(const MuteOutcome& outcome, bool stands);
+    StopResult withMuteAsItIs(StopResult result) const;
     void startMuteKeeper(bool told);
     void muteMicrophones(bool muted, bool told);
     void addConnections(const std::vector<UsageSession>& sampled, Timestamp seen,
@@ -170,7 +174,7 @@ private:
     NoticeCoalescer coalescer_;
     std::shared_ptr<HistoryStore> store_;
     std::unordered_map<std::string, AppIdentity> identities_; ///< by AppIdentity::id, for good
-    std::unique_ptr<MicrophoneMuting> muter_;
+    std::unique_ptr<SystemMuter> muter_;
     std::unique_ptr<AppClosing> closer_;
     PanicController panic_;
     bool isAsking_ = false;                 ///< about browsers

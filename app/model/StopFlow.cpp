@@ -1,6 +1,7 @@
 // The part of the model that stops: what is asked before, what is done, and what is told after.
 #include "app/model/AppModel.h"
 
+#include "app/model/StopTools.h"
 #include "app/notices/NoticeWording.h"
 
 #include <algorithm>
@@ -101,10 +102,11 @@ void AppModel::run(const Stopping& stopping, std::function<void()> retry) {
         });
 }
 
-void AppModel::finishStop(const StopResult& result, const std::function<void()>& retry) {
+void AppModel::finishStop(const StopResult& answer, const std::function<void()>& retry) {
     isStopping.set(false);
+    const auto result = withMuteAsItIs(answer);
     if (result.microphoneMuted == true) {
-        startMuteKeeper(false); // unless the user has undone the mute in the meantime
+        startMuteKeeper(false);
     }
     engine_.markStoppedByUser(result.stoppedSessionIDs);
     // An app that goes mostly takes its sessions with it before the closer has seen that it went.
@@ -133,6 +135,24 @@ void AppModel::finishStop(const StopResult& result, const std::function<void()>&
 
 // MARK: - The mute and its keeper
 
+void AppModel::noteMute(const MuteOutcome& outcome, bool stands) {
+    // At once, so that a stop that is cut short leaves no mute that nobody knows of.
+    if (outcome.mutedCount >= 1 && stands) {
+        settings.microphoneMuted.set(true);
+    }
+    onMicrophonesMuted(true, outcome);
+}
+
+/// What a stop says of the microphone when it is over: the mute has come first, and the user can
+/// have undone it since.
+StopResult AppModel::withMuteAsItIs(StopResult result) const {
+    if (result.microphoneMuted == true && !*settings.microphoneMuted) {
+        result.microphoneMuted.reset();
+        result.unmutableMicrophones.clear();
+    }
+    return result;
+}
+
 void AppModel::startMuteKeeper(bool told) {
     if (!*settings.microphoneMuted || muteKeeper_) {
         return;
@@ -142,6 +162,7 @@ void AppModel::startMuteKeeper(bool told) {
 }
 
 void AppModel::unmuteMicrophone() {
+    muter_->undo();
     settings.microphoneMuted.set(false);
     muteKeeper_.reset();
     muteMicrophones(false, true);

@@ -7,14 +7,17 @@ namespace velmoran {
 SystemMuter::SystemMuter(Machine& machine, Scheduler& scheduler, Report report)
     : machine_(machine),
       scheduler_(scheduler),
-      report_(std::make_shared<const Report>(std::move(report))) {}
+      shared_(std::make_shared<Shared>()) {
+    shared_->report = std::move(report);
+}
 
 void SystemMuter::mute(std::function<void(const MuteOutcome&)> done) {
-    machine_.microphones().setMuted(true, [weak = std::weak_ptr(report_), &scheduler = scheduler_,
+    machine_.microphones().setMuted(true, [weak = std::weak_ptr(shared_), &scheduler = scheduler_,
+                                           undone = shared_->undone,
                                            done = std::move(done)](const MuteOutcome& outcome) {
-        scheduler.post([weak, done, outcome] {
-            if (const auto report = weak.lock()) {
-                (*report)(outcome);
+        scheduler.post([weak, undone, done, outcome] {
+            if (const auto shared = weak.lock()) {
+                shared->report(outcome, shared->undone == undone);
                 done(outcome);
             }
         });

@@ -14,16 +14,25 @@ namespace velmoran {
 /// Answers on the main thread, or not at all when it is gone by then.
 class SystemMuter final : public MicrophoneMuting {
 public:
-    using Report = std::function<void(const MuteOutcome&)>;
+    /// `stands` is false when the mute was undone before its answer came.
+    using Report = std::function<void(const MuteOutcome&, bool stands)>;
 
     /// Both outlive this.
     SystemMuter(Machine& machine, Scheduler& scheduler, Report report);
     void mute(std::function<void(const MuteOutcome&)> done) override;
+    /// The mutes that were asked for so far are undone, also those that aren't answered yet.
+    void undo() { ++shared_->undone; }
 
 private:
+    /// Gone when the muter is.
+    struct Shared {
+        Report report;
+        unsigned undone = 0;
+    };
+
     Machine& machine_;
     Scheduler& scheduler_;
-    std::shared_ptr<const Report> report_;
+    std::shared_ptr<Shared> shared_;
 };
 
 class SystemCloser final : public AppClosing {

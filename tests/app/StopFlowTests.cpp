@@ -298,6 +298,29 @@ TEST_F(StopFlowTest, AnUnmuteInTheMiddleOfAStopHolds) {
     EXPECT_FALSE(*model->isStopping);
     EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
     EXPECT_FALSE(*model->settings.microphoneMuted);
+    EXPECT_EQ(titles().back(), "Nothing could be stopped.") << "it isn't muted any more";
+}
+
+TEST_F(StopFlowTest, AnUnmuteBeforeTheMutesAnswerHolds) {
+    begin();
+    machine.script.microphones = {{"Mic", false, 0.5}};
+    receive(microphone({appRef("Zoom")}));
+    model->stopEverything();
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0);
+    model->unmuteMicrophone();
+    time.runPosted();
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    ASSERT_EQ(mutes.size(), 2U);
+    EXPECT_TRUE(mutes[0].first) << "it was muted, though not for long";
+    passTime(0.1);
+    ASSERT_EQ(titles().size(), 2U);
+    EXPECT_EQ(titles().back(), "Zoom was closed.");
+    passTime(10);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    model->stopEverything();
+    time.runPosted();
+    EXPECT_TRUE(*model->settings.microphoneMuted) << "the next mute is one of its own";
 }
 
 TEST_F(StopFlowTest, MutesAMicrophoneThatArrivesAtOnce) {
