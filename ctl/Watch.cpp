@@ -129,6 +129,7 @@ int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
                     [&browsers](const BrowserQuestion& question,
                                 const std::function<void(BrowserAnswer)>& answer) {
                         browsers.answer(question, answer);
+                        return ShownQuestion();
                     }});
     Teller teller(model, loop, options.json);
     const auto stops = model.onStopEnded.subscribe(

@@ -24,9 +24,11 @@ AppModel::AppModel(ModelSurroundings surroundings)
       closer_(std::make_unique<SystemCloser>(
           surroundings.machine.makeCloser(surroundings.scheduler),
           [this](const AppIdentity& app, bool gone) { onAppClosed(app, gone); })),
-      panic_(*muter_, *closer_, [&machine = surroundings.machine](const AppIdentity& app) {
-          return machine.isProtected(app);
-      }) {}
+      panic_(*muter_, *closer_,
+             [&machine = surroundings.machine](const AppIdentity& app) {
+                 return machine.isProtected(app);
+             }),
+      question_(surroundings.scheduler, surroundings.askAboutBrowsers) {}
 
 AppModel::~AppModel() = default;
 
@@ -111,6 +113,7 @@ void AppModel::handle(const std::vector<SessionEvent>& events) {
         onSessionEvent(told);
     }
     openSessions.set(engine_.open());
+    question_.look(*openSessions);
     refreshHistory();
     // So that the peers of a new session are seen at once.
     if (std::any_of(events.begin(), events.end(), [](const SessionEvent& event) {
@@ -164,10 +167,8 @@ void AppModel::show(const WarningNotice& notice) {
     };
     const Uuid id = notice.id;
     NoticeActions actions;
-    actions.stop = whileAlive([this, id, app = notice.app] {
-        notices.dismiss(id);
-        stop(app);
-    });
+    actions.stop =
+        whileAlive([this, id, app = notice.app] { stopInsteadOf(id, [this, app] { stop(app); }); });
     actions.thisWasMe = whileAlive([this, id] { notices.dismiss(id); });
     actions.trustThisApp = whileAlive([this, id, app = notice.app, devices = notice.devices] {
         setTrusted(true, app, devices);

@@ -5,13 +5,12 @@
 
 #include "app/model/Observable.h"
 #include "app/model/SettingsStore.h"
+#include "app/model/StopQuestion.h"
 #include "app/notices/NoticeCenter.h"
 #include "core/base/Scheduler.h"
 #include "core/history/HistoryStore.h"
 #include "core/sessions/SessionEngine.h"
 #include "core/sessions/SystemProcess.h"
-#include "core/stopping/Browser.h"
-#include "core/stopping/BrowserQuestion.h"
 #include "core/stopping/PanicController.h"
 #include "core/trust/TrustList.h"
 #include "core/warnings/NoticeCoalescer.h"
@@ -21,6 +20,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -35,13 +35,12 @@ struct ModelSurroundings {
     KeyValueStore& settings;
     /// Opens the history; throws if it can't be opened. Asked once, at the start.
     std::function<std::shared_ptr<HistoryStore>()> openHistory;
-    /// Asks the user before a stop closes browsers. The answer comes once, in the call or later, on
-    /// the main thread. Where nobody can be asked the answer is to cancel.
-    std::function<void(const BrowserQuestion&, std::function<void(BrowserAnswer)>)>
-        askAboutBrowsers =
-            [](const BrowserQuestion&, const std::function<void(BrowserAnswer)>& answer) {
-                answer(BrowserAnswer::cancel);
-            };
+    /// Where nobody can be asked the answer is to cancel.
+    AskAboutBrowsers askAboutBrowsers = [](const BrowserQuestion&,
+                                           const std::function<void(BrowserAnswer)>& answer) {
+        answer(BrowserAnswer::cancel);
+        return ShownQuestion();
+    };
 };
 
 class SystemMuter;
@@ -98,12 +97,18 @@ public:
     void setAlwaysWarn(bool alwaysWarn, const AppIdentity& app, const std::vector<Device>& devices);
 
     /// Mutes all microphones and closes all apps that use camera or microphone; the user is asked
-    /// before browsers are closed. Does nothing while a stop or such a question is under way.
+    /// before browsers are closed, about each of them once, and not about those that have ended
+    /// their use by themselves. Does nothing while a stop is under way. While such a question
+    /// stands it only comes to the front.
     void stopEverything();
     /// The same for one app, whose use of the microphone decides about the mute.
     void stop(const AppIdentity& app);
     /// A stop, or the question before it, is under way: another one would be dropped.
-    bool isBusyStopping() const { return *isStopping || isAsking_; }
+    bool isBusyStopping() const { return *isStopping || isAsking(); }
+    /// The user is being asked about browsers.
+    bool isAsking() const { return question_.stands(); }
+    /// Brings that question to the front.
+    void raiseQuestion() const { question_.raise(); }
     /// Ends the mute that a stop has left behind, and what keeps it up.
     void unmuteMicrophone();
 
@@ -146,9 +151,17 @@ private:
     void tellOfGuard(std::uint32_t outputID, bool muted);
 
     using Stopping = std::function<void(PanicController::Completion)>;
-    std::vector<AppIdentity> openBrowsers() const;
+    /// The browsers that the user was asked about before one stop, by their ids.
+    struct Asked {
+        std::set<std::string> about;
+        std::set<std::string> spared;
+    };
+    bool mayStop() const;
+    void stopInsteadOf(const Uuid& card, const std::function<void()>& stopping);
+    void stopEverythingAfter(const Asked& asked);
+    std::vector<AppIdentity> openBrowsers(const std::set<std::string>& except) const;
     void askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep,
-                  const std::function<void(BrowserAnswer)>& decide);
+                  const StopQuestion::Decide& decide);
     void run(const Stopping& stopping, std::function<void()> retry);
     void finishStop(const StopResult& answer, const std::function<void()>& retry);
     void noteMute(const MuteOutcome& outcome, bool stands);
@@ -177,7 +190,7 @@ private:
     std::unique_ptr<SystemMuter> muter_;
     std::unique_ptr<AppClosing> closer_;
     PanicController panic_;
-    bool isAsking_ = false;                 ///< about browsers
+    StopQuestion question_;
     std::vector<UsageSession> endedInStop_; ///< while a stop is under way
     bool isSampling_ = false;
     bool sampleAgain_ = false; ///< something has changed since the sampling began

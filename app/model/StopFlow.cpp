@@ -10,60 +10,90 @@
 namespace velmoran {
 
 void AppModel::stopEverything() {
-    if (isBusyStopping()) {
+    if (mayStop()) {
+        stopEverythingAfter({});
+    }
+}
+
+/// Asks about the browsers that the user wasn't asked about yet, one may have come since, and stops
+/// when there are none. What has ended its use meanwhile is not asked about any more; if it is back
+/// by then, it is again.
+void AppModel::stopEverythingAfter(const Asked& asked) {
+    const auto browsers = openBrowsers(asked.about);
+    if (!browsers.empty()) {
+        askAbout(browsers, true, [this, asked, browsers](std::optional<BrowserAnswer> answer) {
+            if (answer == BrowserAnswer::cancel) {
+                onStopEnded(std::nullopt);
+                return;
+            }
+            auto next = asked;
+            for (const auto& browser : browsers) {
+                if (answer) {
+                    next.about.insert(browser.id);
+                }
+                if (answer == BrowserAnswer::keep) {
+                    next.spared.insert(browser.id);
+                }
+            }
+            stopEverythingAfter(next);
+        });
         return;
     }
-    const auto browsers = openBrowsers();
-    askAbout(browsers, true, [this, browsers](BrowserAnswer answer) {
-        if (answer == BrowserAnswer::cancel) {
-            onStopEnded(std::nullopt);
-            return;
-        }
-        // What the user was not asked about isn't closed either: a browser may have come since.
-        auto spared = *settings.confirmClosingBrowser ? openBrowsers() : std::vector<AppIdentity>();
-        if (answer == BrowserAnswer::close) {
-            std::erase_if(spared, [&](const AppIdentity& app) {
-                return std::find(browsers.begin(), browsers.end(), app) != browsers.end();
-            });
-        }
-        auto open = engine_.open();
-        std::erase_if(open, [&](const UsageSession& session) {
-            return std::find(spared.begin(), spared.end(), session.app) != spared.end();
-        });
-        run([this, open = std::move(open)](
-                PanicController::Completion done) { panic_.stopAll(open, std::move(done)); },
-            [this] { stopEverything(); });
-    });
+    auto open = engine_.open();
+    std::erase_if(
+        open, [&](const UsageSession& session) { return asked.spared.contains(session.app.id); });
+    run([this, open = std::move(open)](
+            PanicController::Completion done) { panic_.stopAll(open, std::move(done)); },
+        [this] { stopEverything(); });
 }
 
 void AppModel::stop(const AppIdentity& app) {
-    if (isBusyStopping()) {
+    if (!mayStop()) {
         return;
     }
     std::vector<AppIdentity> browsers;
     if (Browser::isBrowser(app, around_.machine.browsers())) {
         browsers.push_back(app);
     }
-    askAbout(browsers, false, [this, app](BrowserAnswer answer) {
-        if (answer == BrowserAnswer::close) {
-            run(
-                [this, app](PanicController::Completion done) {
-                    panic_.stop(app, engine_.open(), std::move(done));
-                },
-                [this, app] { stop(app); });
-        } else {
+    askAbout(browsers, false, [this, app](std::optional<BrowserAnswer> answer) {
+        if (answer && answer != BrowserAnswer::close) {
             onStopEnded(std::nullopt);
+            return;
         }
+        run(
+            [this, app](PanicController::Completion done) {
+                panic_.stop(app, engine_.open(), std::move(done));
+            },
+            [this, app] { stop(app); });
     });
 }
 
+/// Otherwise the user sees what the stop before waits for.
+bool AppModel::mayStop() const {
+    const bool may = !isBusyStopping();
+    question_.raise();
+    return may;
+}
+
+/// What a button of a card does. The card stays for another press while the user has to answer a
+/// question first.
+void AppModel::stopInsteadOf(const Uuid& card, const std::function<void()>& stopping) {
+    if (isAsking()) {
+        raiseQuestion();
+        return;
+    }
+    notices.dismiss(card);
+    stopping();
+}
+
 /// Apps with open sessions that are browsers by what is registered now, each once.
-std::vector<AppIdentity> AppModel::openBrowsers() const {
+std::vector<AppIdentity> AppModel::openBrowsers(const std::set<std::string>& except) const {
     const auto installed = around_.machine.browsers();
+    auto seen = except;
     std::vector<AppIdentity> browsers;
     for (const auto& session : engine_.open()) {
         if (session.device != Device::speaker && Browser::isBrowser(session.app, installed) &&
-            std::find(browsers.begin(), browsers.end(), session.app) == browsers.end()) {
+            seen.insert(session.app.id).second) {
             browsers.push_back(session.app);
         }
     }
@@ -71,25 +101,12 @@ std::vector<AppIdentity> AppModel::openBrowsers() const {
 }
 
 void AppModel::askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep,
-                        const std::function<void(BrowserAnswer)>& decide) {
+                        const StopQuestion::Decide& decide) {
     if (!*settings.confirmClosingBrowser || browsers.empty()) {
         decide(BrowserAnswer::close);
-        return;
+    } else {
+        question_.ask(browsers, offerKeep, engine_.open(), decide);
     }
-    BrowserQuestion question;
-    question.keepOffered = offerKeep;
-    for (const auto& browser : browsers) {
-        question.browsers.push_back(browser.name);
-    }
-    isAsking_ = true;
-    around_.askAboutBrowsers(
-        question, [this, alive = std::weak_ptr(alive_), offerKeep, decide](BrowserAnswer answer) {
-            if (alive.expired()) {
-                return;
-            }
-            isAsking_ = false;
-            decide(answer == BrowserAnswer::keep && !offerKeep ? BrowserAnswer::cancel : answer);
-        });
 }
 
 void AppModel::run(const Stopping& stopping, std::function<void()> retry) {
@@ -119,17 +136,18 @@ void AppModel::finishStop(const StopResult& answer, const std::function<void()>&
     refreshHistory();
 
     const auto id = Uuid::random();
-    const auto dismissed = [this, alive = std::weak_ptr(alive_), id](auto action) {
-        return [this, alive, id, action] {
+    const auto whileAlive = [alive = std::weak_ptr(alive_)](auto action) {
+        return [alive, action] {
             if (!alive.expired()) {
-                notices.dismiss(id);
                 action();
             }
         };
     };
+    StopResultActions actions;
     // There is no window of the history to open yet: for now the card just goes.
-    notices.show(
-        stopResultItem(result, id, {.details = dismissed([] {}), .tryAgain = dismissed(retry)}));
+    actions.details = whileAlive([this, id] { notices.dismiss(id); });
+    actions.tryAgain = whileAlive([this, id, retry] { stopInsteadOf(id, retry); });
+    notices.show(stopResultItem(result, id, std::move(actions)));
     onStopEnded(result);
 }
 

@@ -147,6 +147,7 @@ ModelSurroundings ReplayStage::surroundings(const Clock& clock, Scheduler& sched
             onAsked(question, answer);
         }
         answered(answer);
+        return ShownQuestion();
     };
     return {machine, clock, scheduler, settings, openHistory, ask};
 }

@@ -9,7 +9,7 @@ namespace {
 ModelSurroundings askingAtTheScreen(ModelSurroundings surroundings, BrowserDialog& dialog) {
     surroundings.askAboutBrowsers = [&dialog](const BrowserQuestion& question,
                                               const BrowserDialog::Answer& answer) {
-        dialog.ask(question, answer);
+        return dialog.ask(question, answer);
     };
     return surroundings;
 }
@@ -57,8 +57,6 @@ void AppDelegate::watchShortcut() {
 }
 
 void AppDelegate::stopEverything() {
-    // Whoever presses again hasn't seen the question yet.
-    browserDialog_.raise();
     model_.stopEverything();
 }
 

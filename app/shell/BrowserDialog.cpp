@@ -7,6 +7,7 @@
 #include <QFontMetrics>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -113,11 +114,11 @@ BrowserDialog::~BrowserDialog() {
     }
 }
 
-void BrowserDialog::ask(const BrowserQuestion& question, const Answer& answer) {
+ShownQuestion BrowserDialog::ask(const BrowserQuestion& question, const Answer& answer) {
     if (window_) {
         raise();
         answer(BrowserAnswer::cancel);
-        return;
+        return {};
     }
     window_.reset(makeWindow(question));
     QObject::connect(window_.get(), &QDialog::finished, window_.get(), [this, answer](int result) {
@@ -134,13 +135,24 @@ void BrowserDialog::ask(const BrowserQuestion& question, const Answer& answer) {
             raise();
         }
     });
+    const auto ifShown = [this, window = QPointer(window_.get())](auto action) {
+        return [this, window, action] {
+            if (window && window == window_.get()) {
+                action();
+            }
+        };
+    };
+    return {.raise = ifShown([this] { raise(); }), .shown = Subscription(ifShown([this] {
+                                                       window_->disconnect();
+                                                       window_->hide();
+                                                       window_.reset();
+                                                   }))};
 }
 
 void BrowserDialog::raise() {
-    if (window_) {
-        window_->raise();
-        window_->activateWindow();
-    }
+    window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
+    window_->raise();
+    window_->activateWindow();
 }
 
 } // namespace velmoran

@@ -3,8 +3,7 @@
 // asks; main thread.
 #pragma once
 
-#include "core/stopping/Browser.h"
-#include "core/stopping/BrowserQuestion.h"
+#include "app/model/StopQuestion.h"
 
 #include <QDialog>
 #include <functional>
@@ -25,14 +24,14 @@ public:
     /// Shows the question and calls `answer` once, when the person has answered. Escape and closing
     /// the window cancel, and so does Enter as long as no other button was chosen: what a browser
     /// has open can't be brought back, while a stop can be asked for again. One question at a time:
-    /// another one is cancelled at once, and the first one comes to the front.
-    void ask(const BrowserQuestion& question, const Answer& answer);
-    /// Brings an open question to the front.
-    void raise();
+    /// another one is cancelled at once, and the first one comes to the front. What it gives is for
+    /// this one question, and not used after the dialog has gone.
+    ShownQuestion ask(const BrowserQuestion& question, const Answer& answer);
     /// Null while nothing is asked.
     QDialog* window() const { return window_.get(); }
 
 private:
+    void raise();
     struct Later {
         void operator()(QDialog* dialog) const { dialog->deleteLater(); }
     };

@@ -16,12 +16,17 @@ struct StopFlowTest : testing::ModelFixture {
     std::vector<std::pair<std::string, bool>> closed;
     std::vector<BrowserQuestion> questions;
     std::function<void(BrowserAnswer)> answer; ///< to the last question
+    int shown = 0;                             ///< questions on screen
+    int raised = 0;                            ///< questions brought to the front
 
     void begin() {
         machine.script.browsers = {"org.example.surf"};
         askAboutBrowsers = [this](const BrowserQuestion& question, auto answered) {
             questions.push_back(question);
             answer = answered;
+            ++shown;
+            return ShownQuestion{.raise = [this] { ++raised; },
+                                 .shown = Subscription([this] { --shown; })};
         };
         launch();
         subscriptions.push_back(model->onMicrophonesMuted.subscribe(
@@ -187,13 +192,153 @@ TEST_F(StopFlowTest, DoesNothingWhenItIsCancelled) {
     EXPECT_EQ(questions.size(), 2U) << "the next press asks again";
 }
 
-TEST_F(StopFlowTest, AsksOnceHoweverOftenItIsPressed) {
+TEST_F(StopFlowTest, AsksOnceHoweverOftenItIsPressedAndShowsTheQuestion) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    EXPECT_EQ(raised, 0);
+    model->stopEverything();
+    EXPECT_EQ(raised, 1);
+    model->stop(seen(surf()));
+    EXPECT_EQ(raised, 2);
+    model->stop(seen(appRef("Zoom")));
+    EXPECT_EQ(raised, 3);
+    EXPECT_EQ(questions.size(), 1U);
+    answer(BrowserAnswer::cancel);
+    EXPECT_EQ(shown, 0);
+    passTime(5);
+    EXPECT_TRUE(closed.empty());
+}
+
+TEST_F(StopFlowTest, ACardThatWasPressedBesideTheQuestionStays) {
+    begin();
+    receive(camera({surf()}));
+    receive(camera({surf(), appRef("Zoom")}));
+    const auto card = model->notices.items().back().id;
+    model->stop(seen(surf()));
+    press("Stop");
+    EXPECT_EQ(raised, 1);
+    EXPECT_TRUE(model->notices.item(card));
+    answer(BrowserAnswer::cancel);
+    press("Stop");
+    EXPECT_FALSE(model->notices.item(card));
+    passTime(0.1);
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
+}
+
+TEST_F(StopFlowTest, AResultThatWasPressedBesideTheQuestionStays) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({surf(), appRef("Mule")}));
+    model->stop(seen(appRef("Mule")));
+    passTime(3.5);
+    const auto card = model->notices.items().back().id;
+    model->stop(seen(surf()));
+    press("Try again");
+    EXPECT_EQ(raised, 1);
+    EXPECT_TRUE(model->notices.item(card));
+    EXPECT_FALSE(*model->isStopping);
+}
+
+TEST_F(StopFlowTest, AnAnsweredQuestionIsNotShownAgain) {
     begin();
     receive(camera({surf()}));
     model->stopEverything();
+    const auto first = answer;
+    first(BrowserAnswer::cancel);
+    model->raiseQuestion();
+    EXPECT_EQ(raised, 0);
     model->stopEverything();
+    first(BrowserAnswer::close);
+    EXPECT_TRUE(model->isAsking()) << "the second one is not answered by the first one's answer";
+    EXPECT_FALSE(*model->isStopping);
+}
+
+TEST_F(StopFlowTest, AsksNoLongerAboutABrowserThatEndsByItself) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    receive(camera({appRef("Zoom")}));
+    passTime(0.9);
+    EXPECT_EQ(shown, 1) << "it may only change its device";
+    passTime(0.1);
+    EXPECT_EQ(shown, 0);
+    EXPECT_TRUE(*model->isStopping) << "the rest goes on as it was pressed";
+    passTime(0.2);
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
+    EXPECT_EQ(mutes.size(), 1U);
+    EXPECT_EQ(titles().back(), "Microphone muted. Zoom was closed.");
+    answer(BrowserAnswer::cancel);
+    EXPECT_EQ(closed.size(), 1U) << "an answer that comes too late is none";
+}
+
+TEST_F(StopFlowTest, SaysSoWhenTheOneAppThatItAskedAboutEndsByItself) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
     model->stop(seen(surf()));
-    EXPECT_EQ(questions.size(), 1U);
+    receive(camera({appRef("Zoom")}));
+    passTime(1);
+    EXPECT_EQ(shown, 0);
+    EXPECT_FALSE(model->isBusyStopping());
+    EXPECT_TRUE(closed.empty());
+    EXPECT_TRUE(mutes.empty());
+    EXPECT_EQ(titles().back(), "Nothing needed to be closed.");
+}
+
+TEST_F(StopFlowTest, GoesOnAskingWhileOneOfTheBrowsersIsOn) {
+    begin();
+    machine.script.browsers = {"org.example.surf", "org.example.Dive"};
+    receive(camera({surf(), appRef("Dive")}));
+    model->stopEverything();
+    EXPECT_EQ(questions[0].browsers, (std::vector<std::string>{"Surf", "Dive"}));
+    receive(camera({surf()}));
+    passTime(5);
+    EXPECT_EQ(shown, 1);
+    receive({});
+    passTime(0.5);
+    receive(camera({surf()}));
+    passTime(5);
+    EXPECT_EQ(shown, 1) << "it was off for a moment only";
+    receive(microphone({surf()}));
+    passTime(5);
+    EXPECT_EQ(shown, 1) << "another device is a use as well";
+    receive({});
+    passTime(1);
+    EXPECT_EQ(shown, 0);
+}
+
+TEST_F(StopFlowTest, PlayingIsNoReasonToGoOnAsking) {
+    settings.setBoolean("monitorSpeakerUse", true);
+    begin();
+    auto both = camera({surf()});
+    both.speakerOn = true;
+    both.speakerApps = {surf()};
+    receive(both);
+    model->stopEverything();
+    both.cameraOn = false;
+    both.cameraApps = {};
+    receive(both);
+    passTime(1);
+    EXPECT_EQ(shown, 0);
+}
+
+TEST_F(StopFlowTest, AsksAboutAnAppThatIsOffForAsLongAsTheUserThinks) {
+    begin();
+    receive(camera({surf()}));
+    receive({});
+    model->stop(seen(surf()));
+    receive(camera({appRef("Zoom")}));
+    passTime(60);
+    EXPECT_EQ(shown, 1);
+}
+
+TEST_F(StopFlowTest, TakesTheQuestionAwayAtItsEnd) {
+    begin();
+    receive(camera({surf()}));
+    model->stopEverything();
+    subscriptions.clear();
+    model.reset();
+    EXPECT_EQ(shown, 0);
 }
 
 TEST_F(StopFlowTest, OffersNoKeepingForOneApp) {
@@ -221,16 +366,76 @@ TEST_F(StopFlowTest, AsksAboutBrowsersThatUseOnlyTheSpeakerNever) {
     EXPECT_EQ(titles().back(), "Microphone muted. No app was using the camera or microphone.");
 }
 
-TEST_F(StopFlowTest, ClosesNoBrowserThatItDidNotAskAbout) {
-    begin();
-    machine.script.browsers = {"org.example.surf", "org.example.Late"};
-    receive(camera({surf()}));
-    model->stopEverything();
-    receive(camera({surf(), appRef("Late"), appRef("Zoom")}));
+/// The user is asked about Surf, and meanwhile Late comes and Zoom.
+struct LateBrowser : StopFlowTest {
+    void SetUp() override {
+        begin();
+        machine.script.browsers = {"org.example.surf", "org.example.Late"};
+        receive(camera({surf()}));
+        model->stopEverything();
+        receive(camera({surf(), appRef("Late"), appRef("Zoom")}));
+    }
+};
+
+TEST_F(LateBrowser, IsAskedAboutBeforeAnythingIsClosed) {
     answer(BrowserAnswer::close);
-    time.runPosted();
-    passTime(0.3);
+    passTime(5);
+    EXPECT_TRUE(closed.empty());
+    ASSERT_EQ(questions.size(), 2U);
+    EXPECT_EQ(questions[1], (BrowserQuestion{.browsers = {"Late"}, .keepOffered = true}));
+    EXPECT_EQ(shown, 1);
+    answer(BrowserAnswer::close);
+    passTime(0.4);
+    EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Late", true}, {"Zoom", true}}));
+    EXPECT_EQ(questions.size(), 2U);
+}
+
+TEST_F(LateBrowser, CanBeKept) {
+    answer(BrowserAnswer::close);
+    answer(BrowserAnswer::keep);
+    passTime(0.4);
     EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Zoom", true}}));
+}
+
+TEST_F(LateBrowser, CanBeClosedWhereTheFirstOneIsKept) {
+    answer(BrowserAnswer::keep);
+    EXPECT_EQ(questions.size(), 2U);
+    answer(BrowserAnswer::close);
+    passTime(0.4);
+    EXPECT_EQ(closed, (Closed{{"Late", true}, {"Zoom", true}}));
+}
+
+TEST_F(LateBrowser, CanCallTheWholeStopOff) {
+    answer(BrowserAnswer::close);
+    answer(BrowserAnswer::cancel);
+    passTime(5);
+    EXPECT_TRUE(closed.empty());
+    EXPECT_TRUE(mutes.empty());
+    EXPECT_FALSE(model->isBusyStopping());
+}
+
+TEST_F(LateBrowser, IsClosedUnaskedWhereTheUserWantsThatByNow) {
+    model->settings.confirmClosingBrowser.set(false);
+    answer(BrowserAnswer::close);
+    passTime(0.4);
+    EXPECT_EQ(questions.size(), 1U);
+    EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Late", true}, {"Zoom", true}}));
+}
+
+TEST_F(LateBrowser, IsAskedAboutWhenTheFirstOneHasEndedByItself) {
+    receive(camera({appRef("Late")}));
+    passTime(1);
+    ASSERT_EQ(questions.size(), 2U);
+    EXPECT_EQ(questions[1].browsers, (std::vector<std::string>{"Late"}));
+    receive(camera({surf(), appRef("Late")}));
+    answer(BrowserAnswer::close);
+    passTime(5);
+    EXPECT_TRUE(closed.empty()) << "nobody has answered for Surf";
+    ASSERT_EQ(questions.size(), 3U);
+    EXPECT_EQ(questions[2].browsers, (std::vector<std::string>{"Surf"}));
+    answer(BrowserAnswer::keep);
+    passTime(0.2);
+    EXPECT_EQ(closed, (Closed{{"Late", true}}));
 }
 
 TEST_F(StopFlowTest, LeavesTheMicrophoneAloneForACameraOnlyApp) {

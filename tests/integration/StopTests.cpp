@@ -157,6 +157,7 @@ TEST_F(Stop, AsksBeforeItClosesABrowser) {
     askAboutBrowsers_ = [&](const BrowserQuestion& question, const auto& answered) {
         questions.push_back(question);
         answered(answer);
+        return ShownQuestion();
     };
     start();
     auto& browser = session_.start("browser", {surf});

@@ -153,6 +153,7 @@ protected:
                                   ++questions;
                                   EXPECT_FALSE(question.browsers.empty());
                                   answerQuestion = answer;
+                                  return ShownQuestion{.raise = [this] { ++raises; }, .shown = {}};
                               }});
         model->start();
         model->receive({});
@@ -245,6 +246,7 @@ protected:
     MemorySettings settings;
     ScriptedMachine machine;
     int questions = 0;
+    int raises = 0; ///< of a question
     std::function<void(BrowserAnswer)> answerQuestion;
     std::unique_ptr<AppModel> model;
     std::unique_ptr<BusService> service;

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <gmock/gmock.h>
 
@@ -19,9 +20,14 @@ using ::testing::SizeIs;
 struct BrowserDialogTest : ::testing::Test {
     BrowserDialog dialog;
     std::vector<BrowserAnswer> answers;
+    ShownQuestion shown;
 
     void ask(const BrowserQuestion& question) {
-        dialog.ask(question, [this](BrowserAnswer answer) { answers.push_back(answer); });
+        auto next =
+            dialog.ask(question, [this](BrowserAnswer answer) { answers.push_back(answer); });
+        if (next.raise) {
+            shown = std::move(next);
+        }
     }
 
     std::vector<QPushButton*> buttons() const {
@@ -120,9 +126,44 @@ TEST_F(BrowserDialogTest, ASecondQuestionIsCancelledAndTheFirstStays) {
 }
 
 TEST_F(BrowserDialogTest, AnAnswerMayBringTheNextQuestion) {
-    dialog.ask({.browsers = {"Firefox"}, .keepOffered = false},
-               [this](BrowserAnswer) { ask({.browsers = {"Chromium"}, .keepOffered = false}); });
+    const auto first = dialog.ask({.browsers = {"Firefox"}, .keepOffered = false}, [this](auto) {
+        ask({.browsers = {"Chromium"}, .keepOffered = false});
+    });
     buttons()[0]->click();
+    ASSERT_TRUE(dialog.window());
+    EXPECT_EQ(titles().front(), "Close Chromium");
+}
+
+TEST_F(BrowserDialogTest, ComesBackToTheFrontFromWhereverItIs) {
+    ask({.browsers = {"Firefox"}, .keepOffered = false});
+    dialog.window()->showMinimized();
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    shown.raise();
+    EXPECT_FALSE(dialog.window()->isMinimized());
+    QApplication::processEvents();
+    EXPECT_TRUE(dialog.window()->isActiveWindow());
+    EXPECT_THAT(answers, IsEmpty());
+}
+
+TEST_F(BrowserDialogTest, GoesWithoutAnAnswerWhenItIsTakenBack) {
+    ask({.browsers = {"Firefox"}, .keepOffered = false});
+    const QPointer window = dialog.window();
+    shown.shown.reset();
+    EXPECT_EQ(dialog.window(), nullptr);
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_THAT(answers, IsEmpty());
+    shown.raise(); // nothing to raise any more
+    EXPECT_EQ(dialog.window(), nullptr);
+}
+
+TEST_F(BrowserDialogTest, TakingBackAnAnsweredQuestionLeavesTheNextOne) {
+    ask({.browsers = {"Firefox"}, .keepOffered = false});
+    auto first = std::move(shown);
+    buttons()[0]->click();
+    ask({.browsers = {"Chromium"}, .keepOffered = false});
+    first.shown.reset();
     ASSERT_TRUE(dialog.window());
     EXPECT_EQ(titles().front(), "Close Chromium");
 }
@@ -150,8 +191,9 @@ TEST_F(BrowserDialogTest, ANameCanNeitherWidenItNorTakeAKeyNorWriteALine) {
 TEST_F(BrowserDialogTest, AnOpenQuestionIsNotAnsweredAtTheEnd) {
     {
         BrowserDialog gone;
-        gone.ask({.browsers = {"Firefox"}, .keepOffered = true},
-                 [this](BrowserAnswer answer) { answers.push_back(answer); });
+        const auto unanswered =
+            gone.ask({.browsers = {"Firefox"}, .keepOffered = true},
+                     [this](BrowserAnswer answer) { answers.push_back(answer); });
     }
     EXPECT_THAT(answers, IsEmpty());
 }
@@ -209,6 +251,15 @@ TEST_F(BrowserInUse, ASecondPressLeavesOneQuestion) {
     time.advanceBy(5);
     EXPECT_EQ(delegate.browserDialog().window(), nullptr);
     EXPECT_TRUE(*delegate.model().settings.microphoneMuted);
+}
+
+TEST_F(BrowserInUse, IsNoLongerAskedAboutOnceItHasEnded) {
+    delegate.stopEverything();
+    delegate.model().receive({});
+    time.advanceBy(StopQuestion::patience);
+    EXPECT_EQ(delegate.browserDialog().window(), nullptr);
+    EXPECT_EQ(delegate.model().notices.items().back().title,
+              "Microphone muted. No app was using the camera or microphone.");
 }
 
 TEST_F(BrowserInUse, IsNotAskedAboutWhereTheUserDoesNotWantThat) {
