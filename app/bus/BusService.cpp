@@ -41,7 +41,8 @@ BusService::BusService(AppModel& model, Scheduler& scheduler, Options options)
       scheduler_(scheduler),
       options_(std::move(options)),
       stops_(scheduler, requestsAtOnce, requestInterval),
-      unmutes_(scheduler, requestsAtOnce, requestInterval) {
+      unmutes_(scheduler, requestsAtOnce, requestInterval),
+      raises_(scheduler, requestsAtOnce, requestInterval) {
     const auto changed = [this](const auto&) {
         tellChangesSoon();
     };
@@ -248,6 +249,17 @@ void BusService::answerAboutProperties(sd_bus_message* call, const std::string& 
 
 /// Otherwise it says why not.
 bool BusService::mayStop(sd_bus_message* call) {
+    if (model_.isAsking()) {
+        // Whoever stops again hasn't seen the question yet. A flood may not hold it in front.
+        if (raises_.take()) {
+            model_.raiseQuestion();
+        }
+        sendWords(
+            replyTo(call), bus::outcome::busy,
+            words().text("Velmoran is asking about a browser on the screen. Answer that first."),
+            {});
+        return false;
+    }
     if (stopReply_ || model_.isBusyStopping()) {
         sendWords(replyTo(call), bus::outcome::busy, words().text("A stop is under way already."),
                   {});

@@ -86,6 +86,7 @@ private:
     BusMessage unmuteReply_; ///< likewise
     Allowance stops_;
     Allowance unmutes_;
+    Allowance raises_; ///< of the question before a stop
     ProgramStatus told_;
     bool isTelling_ = false;
     std::unique_ptr<BusSearch> search_; ///< until the bus has answered
