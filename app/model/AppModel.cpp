@@ -226,6 +226,15 @@ void AppModel::keepTrust(const TrustList& list) {
 void AppModel::openHistory() {
     try {
         auto opened = around_.openHistory();
+        opened->onFileChange(
+            [this, alive = std::weak_ptr(alive_)](HistoryStore::FileChange change) {
+                if (!alive.expired()) {
+                    historyUnavailable.set(change == HistoryStore::FileChange::lost);
+                    if (change == HistoryStore::FileChange::replaced) {
+                        onHistoryReplaced();
+                    }
+                }
+            });
         opened->closeOpenRecords();
         store_ = std::move(opened);
     } catch (const std::exception&) {

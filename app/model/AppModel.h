@@ -63,7 +63,8 @@ public:
     Observable<SystemSnapshot> snapshot;
     Observable<std::vector<UsageSession>> openSessions; ///< in order of opening
     Observable<HistoryView> historySessions;            ///< all stored sessions, newest first
-    Observable<bool> historyUnavailable;                ///< the history could not be opened
+    /// The history could not be opened, or its file has gone and can't be opened again for now.
+    Observable<bool> historyUnavailable;
     Observable<TrustList> trust;
     Observable<bool> awayWatchOn;             ///< an away watch is running
     Observable<bool> isStopping;              ///< a stop is under way
@@ -84,6 +85,9 @@ public:
     /// What was asked of `stopEverything` or `stop` is over, its card shown: with what the stop
     /// did, or with nothing when the user didn't want it after all. Not for what was dropped.
     Event<const std::optional<StopResult>&> onStopEnded;
+    /// The history's file was deleted, moved away or replaced while it was open; from now on the
+    /// history is in the file that stands there instead.
+    Event<> onHistoryReplaced;
     /// Peers were added to the open session with that id.
     Event<const Uuid&, const std::vector<ConnectionRecord>&> onConnections;
 

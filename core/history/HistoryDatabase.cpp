@@ -227,4 +227,16 @@ void HistoryDatabase::emptyLog() noexcept {
                               nullptr, nullptr);
 }
 
+bool HistoryDatabase::isGone() noexcept {
+    int moved = 0;
+    return sqlite3_file_control(connection_->getHandle(), "main", SQLITE_FCNTL_HAS_MOVED, &moved) ==
+               SQLITE_OK &&
+           moved != 0;
+}
+
+void HistoryDatabase::leaveSideFiles() noexcept {
+    emptyLog();
+    setFoldingAtClose(*connection_, false);
+}
+
 } // namespace velmoran

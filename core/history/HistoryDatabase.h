@@ -21,6 +21,12 @@ public:
     /// content is gone from the disk. Does nothing if that can't be done now.
     void emptyLog() noexcept;
 
+    /// The file was deleted, moved away or replaced: what is written from here on is lost.
+    bool isGone() noexcept;
+    /// Before the end of a connection whose file is gone: its side files may stand where those of
+    /// another file are wanted now, so nothing is left in them, and their names aren't touched.
+    void leaveSideFiles() noexcept;
+
 private:
     void open(const std::filesystem::path& file);
 

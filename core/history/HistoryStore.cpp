@@ -1,13 +1,15 @@
 #include "core/history/HistoryStore.h"
 
 #include "core/history/ConnectionsText.h"
-#include "core/history/HistoryDatabase.h"
+#include "core/history/OpenHistory.h"
 #include "core/history/Run.h"
 #include "core/history/SessionRecord.h"
-#include "core/history/SessionTable.h"
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <iterator>
+#include <memory>
 #include <sqlite3.h>
 #include <utility>
 
@@ -38,7 +40,13 @@ bool isOpen(const UsageSession& session) {
 
 class HistoryStore::Implementation {
 public:
-    explicit Implementation(const std::optional<std::filesystem::path>& url) : database_(url) {}
+    Implementation(const std::optional<std::filesystem::path>& url,
+                   std::function<void()> beforeReopening)
+        : url_(url),
+          beforeReopening_(std::move(beforeReopening)),
+          open_(std::make_unique<OpenHistory>(url)) {}
+
+    std::function<void(FileChange)> onFileChange;
 
     void save(const UsageSession& session) {
         if (std::isnan(session.start.seconds)) {
@@ -48,6 +56,10 @@ public:
                                        [](const Pending& each) { return each.session.id; });
         if (found == pending_.end()) {
             found = pending_.emplace(pending_.end());
+        }
+        std::erase_if(ongoing_, [&](const UsageSession& each) { return each.id == session.id; });
+        if (isOpen(session)) {
+            ongoing_.push_back(session);
         }
         found->session = session;
         found->connections = connectionsText(session.connections);
@@ -63,7 +75,7 @@ public:
     }
 
     void closeOpen() {
-        inTransaction([this] { sessions_.closeOpen(); });
+        inTransaction([this] { open_->sessions.closeOpen(); });
         isLoaded_ = false;
     }
 
@@ -71,8 +83,8 @@ public:
         int sessionsGone = -1;
         int reportsGone = -1;
         const bool done = inTransaction([&] {
-            sessionsGone = tryRun(pruneSessions_, before);
-            reportsGone = tryRun(pruneReports_, before);
+            sessionsGone = tryRun(open_->pruneSessions, before);
+            reportsGone = tryRun(open_->pruneReports, before);
         });
         if (!done) {
             return;
@@ -85,7 +97,7 @@ public:
             payloads_ = nullptr;
         }
         if (sessionsGone > 0 || reportsGone > 0) {
-            database_.emptyLog();
+            open_->database.emptyLog();
         }
     }
 
@@ -93,8 +105,8 @@ public:
         int sessionsGone = -1;
         int reportsGone = -1;
         const bool done = inTransaction([&] {
-            sessionsGone = tryRun(deleteSessions_);
-            reportsGone = tryRun(deleteReports_);
+            sessionsGone = tryRun(open_->deleteSessions);
+            reportsGone = tryRun(open_->deleteReports);
         });
         if (!done) {
             return;
@@ -107,12 +119,12 @@ public:
         if (reportsGone >= 0) {
             payloads_ = nullptr;
         }
-        database_.emptyLog();
+        open_->database.emptyLog();
     }
 
     std::size_t count() {
         try {
-            return sessions_.count();
+            return open_ ? open_->sessions.count() : 0;
         } catch (const std::exception&) {
             return 0;
         }
@@ -124,14 +136,14 @@ public:
             const std::string key = id.text();
             bool exists = false;
             {
-                Run query(findReport_);
+                Run query(open_->findReport);
                 exists = query.bind(1, key).step();
             }
             if (exists) {
-                Run update(updateReport_);
+                Run update(open_->updateReport);
                 update.bind(1, key).bind(2, end).bindBlob(3, payload).step();
             } else {
-                Run insert(insertReport_);
+                Run insert(open_->insertReport);
                 insert.bind(1, key).bind(2, start).bind(3, end).bindBlob(4, payload).step();
             }
         });
@@ -141,7 +153,7 @@ public:
     void deleteReport(const Uuid& id) {
         inTransaction([&] {
             const std::string key = id.text();
-            Run(deleteReport_).bind(1, key).step();
+            Run(open_->deleteReport).bind(1, key).step();
         });
         payloads_ = nullptr;
     }
@@ -152,8 +164,11 @@ public:
             return payloads_;
         }
         auto texts = std::make_shared<std::vector<std::string>>();
+        if (!open_) {
+            return texts;
+        }
         try {
-            Run query(allReports_);
+            Run query(open_->allReports);
             while (query.step()) {
                 texts->push_back(query.column(0).getString());
             }
@@ -181,17 +196,25 @@ private:
     /// work is in the file.
     template <class Work>
     bool inTransaction(Work work) {
+        heedFile();
+        if (!open_) {
+            showPending();
+            return false;
+        }
         std::vector<Written> written;
         std::vector<Pending> failed;
         bool needsReading = false; // places of what was shown before it had a row have changed
         try {
-            run(begin_);
+            run(open_->begin);
+            if (needsRepair_) {
+                open_->sessions.closeOpen();
+            }
             for (const auto& each : pending_) {
                 try {
                     written.push_back(write(each));
                     needsReading |= each.isShown;
                 } catch (const SQLite::Exception& error) {
-                    if (!isInTransaction()) {
+                    if (!open_->isInTransaction()) {
                         throw;
                     }
                     if (isRefusal(error)) {
@@ -202,16 +225,16 @@ private:
                 }
             }
             work();
-            run(commit_);
+            run(open_->commit);
         } catch (const std::exception&) {
-            if (isInTransaction()) {
-                database_.connection().tryExec("ROLLBACK");
+            if (open_->isInTransaction()) {
+                open_->connection().tryExec("ROLLBACK");
             }
             showPending();
             return false;
         }
         pending_ = std::move(failed);
-        isLoaded_ &= !needsReading;
+        isLoaded_ &= !needsReading && !std::exchange(needsRepair_, false);
         if (isLoaded_) {
             for (auto& each : written) {
                 take(std::move(each));
@@ -221,8 +244,51 @@ private:
         return true;
     }
 
-    bool isInTransaction() {
-        return sqlite3_get_autocommit(database_.connection().getHandle()) == 0;
+    /// Where the file isn't the one any more that was opened, another one is opened in its place,
+    /// made if there is none. What goes on has to be found in that one, too.
+    void heedFile() {
+        if (open_) {
+            if (!open_->database.isGone()) {
+                return;
+            }
+            open_->database.leaveSideFiles();
+            open_.reset();
+        }
+        try {
+            if (beforeReopening_) {
+                beforeReopening_();
+            }
+            open_ = std::make_unique<OpenHistory>(url_);
+        } catch (const std::exception&) {
+            if (!std::exchange(isLost_, true)) {
+                tell(FileChange::lost);
+            }
+            return;
+        }
+        isLost_ = false;
+        needsRepair_ = true;
+        list_ = {};
+        isLoaded_ = false;
+        isDamaged_ = false;
+        payloads_ = nullptr;
+        lastDataVersion_ = -1;
+        std::vector<Pending> all;
+        for (const auto& session : ongoing_) {
+            if (std::ranges::none_of(
+                    pending_, [&](const Pending& each) { return each.session.id == session.id; })) {
+                all.push_back({session, connectionsText(session.connections)});
+            }
+        }
+        all.insert(all.end(), std::make_move_iterator(pending_.begin()),
+                   std::make_move_iterator(pending_.end()));
+        pending_ = std::move(all);
+        tell(FileChange::replaced);
+    }
+
+    void tell(FileChange change) {
+        if (onFileChange) {
+            onFileChange(change);
+        }
     }
 
     static void run(SQLite::Statement& statement) { Run(statement).step(); }
@@ -234,9 +300,9 @@ private:
             Run deletion(statement);
             (deletion.bind(1, arguments), ...);
             deletion.step();
-            return database_.connection().getChanges();
+            return open_->connection().getChanges();
         } catch (const SQLite::Exception&) {
-            if (!isInTransaction()) {
+            if (!open_->isInTransaction()) {
                 throw;
             }
             return -1;
@@ -248,13 +314,12 @@ private:
         const std::string key = session.id.text();
         Written written;
         try {
-            written.old = sessions_.find(key);
+            written.old = open_->sessions.find(key);
         } catch (const SQLite::Exception&) {
             written.isKnown = false;
         }
-        sessions_.put(session, key, pending.connections);
-        const auto row =
-            written.old ? written.old->row : database_.connection().getLastInsertRowid();
+        open_->sessions.put(session, key, pending.connections);
+        const auto row = written.old ? written.old->row : open_->connection().getLastInsertRowid();
         written.entry = {
             {session.start, row},
             std::make_shared<const UsageSession>(asStored(session, pending.connections))};
@@ -272,8 +337,13 @@ private:
 
     void load() {
         list_ = {};
+        if (!open_) {
+            isLoaded_ = true;
+            showPending();
+            return;
+        }
         try {
-            list_ = HistoryView::sorted(sessions_.readAll());
+            list_ = HistoryView::sorted(open_->sessions.readAll());
         } catch (const SQLite::Exception& error) {
             isDamaged_ = isDamage(error); // reading it all again at each event wouldn't help
             return;
@@ -301,8 +371,11 @@ private:
 
     /// The number changes when another connection has written to the file, never by our own writes.
     void heedOtherWriters() {
+        if (!open_) {
+            return;
+        }
         try {
-            Run query(dataVersion_);
+            Run query(open_->dataVersion);
             const auto version = query.step() ? query.column(0).getInt64() : 0;
             if (version != lastDataVersion_) {
                 lastDataVersion_ = version;
@@ -315,28 +388,12 @@ private:
         }
     }
 
-    HistoryDatabase database_;
-    SQLite::Statement begin_{database_.connection(), "BEGIN IMMEDIATE"};
-    SQLite::Statement commit_{database_.connection(), "COMMIT"};
-    SQLite::Statement dataVersion_{database_.connection(), "PRAGMA data_version"};
-    SessionTable sessions_{database_.connection()};
-    SQLite::Statement pruneSessions_{database_.connection(),
-                                     "DELETE FROM SessionRecord WHERE start < ?"};
-    SQLite::Statement pruneReports_{database_.connection(),
-                                    "DELETE FROM AwayReportRecord WHERE start < ?"};
-    SQLite::Statement deleteSessions_{database_.connection(), "DELETE FROM SessionRecord"};
-    SQLite::Statement deleteReports_{database_.connection(), "DELETE FROM AwayReportRecord"};
-    SQLite::Statement findReport_{database_.connection(),
-                                  "SELECT 1 FROM AwayReportRecord WHERE id = ?"};
-    SQLite::Statement updateReport_{
-        database_.connection(), "UPDATE AwayReportRecord SET end = ?2, payload = ?3 WHERE id = ?1"};
-    SQLite::Statement insertReport_{
-        database_.connection(),
-        "INSERT INTO AwayReportRecord (id, start, end, payload) VALUES (?1, ?2, ?3, ?4)"};
-    SQLite::Statement deleteReport_{database_.connection(),
-                                    "DELETE FROM AwayReportRecord WHERE id = ?"};
-    SQLite::Statement allReports_{
-        database_.connection(), "SELECT payload FROM AwayReportRecord ORDER BY start DESC, rowid"};
+    std::optional<std::filesystem::path> url_;
+    std::function<void()> beforeReopening_;
+    std::unique_ptr<OpenHistory> open_; ///< null while the file is gone and can't be made again
+    bool isLost_ = false;               ///< and that was told
+    bool needsRepair_ = false;          ///< the file may have open sessions of an earlier run
+    std::vector<UsageSession> ongoing_; ///< as saved last, with neither end nor outcome
 
     HistoryView list_;
     bool isLoaded_ = false;  ///< `list_` is the file's content with what is pending
@@ -347,10 +404,15 @@ private:
     std::shared_ptr<const std::vector<std::string>> payloads_; ///< null when not read yet
 };
 
-HistoryStore::HistoryStore(const std::optional<std::filesystem::path>& url)
-    : implementation_(std::make_unique<Implementation>(url)) {}
+HistoryStore::HistoryStore(const std::optional<std::filesystem::path>& url,
+                           std::function<void()> beforeReopening)
+    : implementation_(std::make_unique<Implementation>(url, std::move(beforeReopening))) {}
 
 HistoryStore::~HistoryStore() = default;
+
+void HistoryStore::onFileChange(std::function<void(FileChange)> told) {
+    implementation_->onFileChange = std::move(told);
+}
 
 void HistoryStore::saveSession(const UsageSession& session) {
     implementation_->save(session);

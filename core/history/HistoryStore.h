@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,7 +26,11 @@ namespace velmoran {
 /// (A session that the database refuses for what is in it, such as a start that is no number, isn't
 /// kept.) A save that has returned without failing outlives a kill of the process.
 ///
-/// The file may be written by another process meanwhile; what it wrote shows at the next read.
+/// The file may be written by another process meanwhile; what it wrote shows at the next read. If
+/// the file is deleted, moved away or replaced, the next write finds that out and goes to the file
+/// that stands there then, or to a new one, with all sessions that are open; what that file has of
+/// an earlier run is repaired first. Where none can be opened, saves stay pending and each further
+/// write tries again.
 class HistoryStore {
 public:
     /// Opens or makes the file, with all missing folders above it (0700; the file and its side
@@ -33,10 +38,21 @@ public:
     /// Throws std::runtime_error or an exception derived from it when the folder can't be made or
     /// the file can't be opened for reading and writing, isn't a database or isn't this store's;
     /// the file is then left byte for byte as it was.
-    explicit HistoryStore(const std::optional<std::filesystem::path>& url);
+    ///
+    /// `beforeReopening` is called before a file is opened in place of one that has gone; it is not
+    /// opened now if that throws.
+    explicit HistoryStore(const std::optional<std::filesystem::path>& url,
+                          std::function<void()> beforeReopening = {});
     ~HistoryStore();
     HistoryStore(const HistoryStore&) = delete;
     HistoryStore& operator=(const HistoryStore&) = delete;
+
+    enum class FileChange {
+        replaced, ///< the file had gone; now another one is open
+        lost,     ///< the file has gone, and none can be opened in its place for now
+    };
+    /// Whom a write tells of such a change, in the middle of it: the call mustn't use the store.
+    void onFileChange(std::function<void(FileChange)> told);
 
     /// Inserts the session, or overwrites all of the row with its id.
     void saveSession(const UsageSession& session);

@@ -1,3 +1,4 @@
+#include "support/TemporaryDirectory.h"
 #include "tests/app/ModelFixture.h"
 
 namespace velmoran {
@@ -99,6 +100,32 @@ TEST_F(AppModelTest, TellsNothingWithoutAHistoryButStillFollowsTheSessions) {
     ASSERT_EQ(told.size(), 1U);
     EXPECT_EQ(told.front().kind, Kind::started);
     EXPECT_TRUE(machine.snapshots().isStarted());
+}
+
+TEST_F(AppModelTest, GoesOnInANewHistoryWhenTheFileIsDeleted) {
+    const TemporaryDirectory folder;
+    const std::filesystem::path path = folder.path("Velmoran/History.store");
+    store = std::make_shared<HistoryStore>(path);
+    launchWatching();
+    int replaced = 0;
+    const auto heard = model->onHistoryReplaced.subscribe([&] { ++replaced; });
+    receive(camera({appRef("Zoom")}));
+    std::filesystem::remove(path);
+    receive(camera({appRef("Zoom"), appRef("Meet")}));
+    EXPECT_EQ(replaced, 1);
+    EXPECT_EQ(model->historySessions->size(), 2U);
+    EXPECT_EQ(HistoryStore(path).sessionCount(), 2U);
+
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    receive(camera({appRef("Meet")}));
+    EXPECT_TRUE(*model->historyUnavailable);
+    EXPECT_EQ(titles().size(), 2U) << "it goes on telling";
+    std::filesystem::remove(path);
+    receive(camera({}));
+    EXPECT_FALSE(*model->historyUnavailable);
+    EXPECT_EQ(replaced, 2);
+    EXPECT_EQ(HistoryStore(path).sessionCount(), 2U);
 }
 
 TEST_F(AppModelTest, WithdrawsTheUnknownAppsStrongCardWhenTheAppBecomesKnown) {
