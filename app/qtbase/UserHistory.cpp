@@ -5,8 +5,8 @@
 #include <QStandardPaths>
 #include <cerrno>
 #include <fcntl.h>
-#include <optional>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -15,47 +15,75 @@ namespace velmoran {
 
 namespace {
 
-/// Held through a lock on a file beside the history, which the kernel drops when the process ends.
+/// Keeps the history by a lock on a file beside it, which the kernel drops when the process ends.
 class Keeper {
 public:
-    explicit Keeper(int descriptor) : descriptor_(descriptor) {}
-    Keeper(Keeper&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    Keeper& operator=(Keeper&&) = delete;
+    Keeper(std::filesystem::path history, WhenKept whenKept)
+        : history_(std::move(history)),
+          whenKept_(whenKept) {
+        keep();
+    }
     Keeper(const Keeper&) = delete;
     Keeper& operator=(const Keeper&) = delete;
     ~Keeper() {
-        if (descriptor_ >= 0) {
-            ::close(descriptor_);
+        if (lock_ >= 0) {
+            ::close(lock_);
+        }
+    }
+
+    /// Takes the lock where it isn't held, as when its file has gone. Without one where there can
+    /// be none, as in a folder that can't be written to.
+    void keep() {
+        makeFolder();
+        auto path = history_;
+        path += ".lock";
+        struct stat held {};
+        struct stat there {};
+        if (lock_ >= 0 && ::fstat(lock_, &held) == 0 && ::stat(path.c_str(), &there) == 0 &&
+            held.st_dev == there.st_dev && held.st_ino == there.st_ino) {
+            return;
+        }
+        const int descriptor =
+            ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (descriptor < 0) {
+            return;
+        }
+        if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
+            if (const int before = std::exchange(lock_, descriptor); before >= 0) {
+                ::close(before);
+            }
+            return;
+        }
+        const bool isKept = errno == EWOULDBLOCK;
+        ::close(descriptor);
+        if (isKept && whenKept_ == WhenKept::giveWay) {
+            throw HistoryIsKept();
         }
     }
 
 private:
-    int descriptor_;
+    // The lock comes before the history, so its folder is made here; what can't be made the store
+    // will say.
+    void makeFolder() const {
+        std::error_code ignored;
+        const auto folder = history_.parent_path();
+        if (std::filesystem::create_directories(folder, ignored)) {
+            std::filesystem::permissions(folder, std::filesystem::perms::owner_all, ignored);
+        }
+    }
+
+    std::filesystem::path history_;
+    WhenKept whenKept_;
+    int lock_ = -1;
 };
 
-/// Nothing if there can be no lock, as in a folder that can't be written to.
-std::optional<Keeper> keep(const std::filesystem::path& history, bool& kept) {
-    auto path = history;
-    path += ".lock";
-    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (descriptor < 0) {
-        return std::nullopt;
-    }
-    Keeper keeper(descriptor);
-    if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-        kept = errno == EWOULDBLOCK;
-        return std::nullopt;
-    }
-    return keeper;
-}
-
 struct KeptHistory {
-    std::optional<Keeper> keeper; ///< goes last
+    Keeper keeper; ///< goes last
     HistoryStore store;
 
-    KeptHistory(std::optional<Keeper> given, const std::filesystem::path& path)
-        : keeper(std::move(given)),
-          store(path) {}
+    KeptHistory(const std::filesystem::path& path, WhenKept whenKept)
+        : keeper(path, whenKept),
+          store(path, [this] { keeper.keep(); }) {}
 };
 
 } // namespace
@@ -73,18 +101,7 @@ std::filesystem::path userHistoryPath() {
 
 std::shared_ptr<HistoryStore> openUserHistory(WhenKept whenKept,
                                               const std::filesystem::path& path) {
-    // The lock comes first, so its folder is made here; what can't be made the store will say.
-    std::error_code ignored;
-    if (std::filesystem::create_directories(path.parent_path(), ignored)) {
-        std::filesystem::permissions(path.parent_path(), std::filesystem::perms::owner_all,
-                                     ignored);
-    }
-    bool kept = false;
-    auto keeper = keep(path, kept);
-    if (kept && whenKept == WhenKept::giveWay) {
-        throw HistoryIsKept();
-    }
-    auto history = std::make_shared<KeptHistory>(std::move(keeper), path);
+    auto history = std::make_shared<KeptHistory>(path, whenKept);
     return {history, &history->store};
 }
 

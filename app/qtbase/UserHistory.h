@@ -26,7 +26,9 @@ enum class WhenKept {
 };
 
 /// Opens the history. It counts as kept, for others, until the store goes or the process ends in
-/// whatever way. Throws what HistoryStore throws, and HistoryIsKept.
+/// whatever way; if the files are deleted meanwhile, it is kept again from the next write on,
+/// unless another Velmoran was faster, whom a watch gives way to. Throws what HistoryStore throws,
+/// and HistoryIsKept.
 std::shared_ptr<HistoryStore>
 openUserHistory(WhenKept whenKept, const std::filesystem::path& path = userHistoryPath());
 

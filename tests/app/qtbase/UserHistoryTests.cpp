@@ -40,6 +40,28 @@ TEST_F(UserHistoryTest, IsKeptByOneAtATime) {
     EXPECT_NO_THROW(openUserHistory(WhenKept::giveWay, path()));
 }
 
+TEST_F(UserHistoryTest, IsStillKeptWhenItsFilesWereDeleted) {
+    const auto first = openUserHistory(WhenKept::giveWay, path());
+    std::filesystem::remove_all(path().parent_path());
+    first->saveSession(session());
+    EXPECT_EQ(first->sessionCount(), 1U);
+    EXPECT_THROW(openUserHistory(WhenKept::giveWay, path()), HistoryIsKept);
+}
+
+TEST_F(UserHistoryTest, GivesWayToWhoeverWasFasterAfterThat) {
+    const auto watch = openUserHistory(WhenKept::giveWay, path());
+    const auto desktop = openUserHistory(WhenKept::share, path());
+    std::filesystem::remove_all(path().parent_path());
+    auto third = openUserHistory(WhenKept::giveWay, path());
+    watch->saveSession(session());
+    EXPECT_EQ(third->sessionCount(), 0U);
+    desktop->saveSession(session());
+    EXPECT_EQ(third->sessionCount(), 1U);
+    third.reset();
+    watch->saveSession(session());
+    EXPECT_EQ(desktop->sessionCount(), 3U);
+}
+
 TEST_F(UserHistoryTest, IsLeftAloneWhenItIsNoDatabase) {
     std::filesystem::create_directories(path().parent_path());
     std::ofstream(path()) << "something else";
