@@ -137,6 +137,10 @@ int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
     telling.onSound = [&] {
         teller.soundPlayed();
     };
+    const auto replaced = model.onHistoryReplaced.subscribe([&] {
+        teller.say(words().text("The history file was deleted or replaced. The history goes on in "
+                                "the file that is there now."));
+    });
     model.start();
     if (keptElsewhere) {
         teller.say(words().text("Velmoran is already running and keeps the history. This watch "

@@ -1,5 +1,6 @@
 // `velmoranctl watch` as the running program that the other commands reach, on a machine without a
 // desktop. The apps are copies of a client of the tests': a stop closes whatever runs that file.
+#include "core/history/HistoryStore.h"
 #include "support/PrivateSession.h"
 
 #include <filesystem>
@@ -93,6 +94,22 @@ TEST_F(WatchService, ClosesNoBrowserSinceNobodyCanBeAsked) {
     EXPECT_EQ(one.status, 3);
     EXPECT_EQ(one.output, "Nothing was stopped.\n" + why + "\n");
     EXPECT_TRUE(browser.running());
+}
+
+TEST_F(WatchService, GoesOnInANewHistoryWhenItsFilesAreDeleted) {
+    const auto folder = session_.home() / ".local/share/Velmoran";
+    startWatch();
+    use("spy", "spy");
+    std::filesystem::remove_all(folder);
+    use("mule", "mule");
+    EXPECT_TRUE(waitUntil([&] {
+        return saysWatch("The history file was deleted or replaced. The history goes on in the "
+                         "file that is there now.");
+    })) << session_.logs();
+    EXPECT_TRUE(waitUntil([&] {
+        return std::filesystem::exists(folder / "History.store") &&
+               HistoryStore(folder / "History.store").sessionCount() == 2;
+    }));
 }
 
 TEST_F(WatchService, ComesWithTheBus) {
