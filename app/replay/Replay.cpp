@@ -73,11 +73,13 @@ void Replay::launch() {
     model_ = std::make_unique<AppModel>(stage_.surroundings(time_, time_));
     recorder_ = std::make_unique<ModelRecorder>(
         *model_, [this] { return time_.elapsed(); }, writer_);
+    shortcut_ = stage_.refuseShortcut(*model_);
     model_->start();
     time_.runPosted();
 }
 
 void Replay::leave() {
+    shortcut_.reset();
     recorder_.reset();
     model_.reset();
     writer_.forgetAllNotices();

@@ -43,6 +43,7 @@ private:
     bool begun_ = false;
     std::unique_ptr<AppModel> model_; ///< while the program runs
     std::unique_ptr<ModelRecorder> recorder_;
+    Subscription shortcut_;
 };
 
 /// Plays a whole recording. What is wrong goes to `errors` as "NAME:LINE: what is wrong". Gives the

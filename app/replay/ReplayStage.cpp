@@ -152,6 +152,14 @@ ModelSurroundings ReplayStage::surroundings(const Clock& clock, Scheduler& sched
     return {machine, clock, scheduler, settings, openHistory, ask};
 }
 
+Subscription ReplayStage::refuseShortcut(AppModel& model) {
+    const auto apply = [this, &model](bool wanted) {
+        model.stopShortcutUnavailable.set(wanted && machine.script.shortcutRefused);
+    };
+    apply(*model.settings.stopShortcutOn);
+    return model.settings.stopShortcutOn.subscribe(apply);
+}
+
 void ReplayStage::perform(const replay::Doing& doing, AppModel& model) {
     std::visit(Performer{*this, model}, doing);
 }

@@ -42,6 +42,10 @@ public:
     /// Called when the recording has answered for the person who is asked about browsers.
     std::function<void(const BrowserQuestion&, BrowserAnswer)> onAsked;
 
+    /// Lets the machine refuse the stop shortcut to a model, now and whenever the user chooses it,
+    /// until the handle goes. For a player without a desktop that would try the real keys.
+    [[nodiscard]] Subscription refuseShortcut(AppModel& model);
+
     /// Does what an action does to a running model, or to the machine. What the model puts off
     /// until the present work is done is left to its scheduler. Throws ReplayStop. Beginnings and
     /// ends of the process, and what is to be shown, are the player's business.

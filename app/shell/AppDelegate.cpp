@@ -17,10 +17,11 @@ ModelSurroundings askingAtTheScreen(ModelSurroundings surroundings, BrowserDialo
 } // namespace
 
 AppDelegate::AppDelegate(ModelSurroundings surroundings, AppPicture picture,
-                         std::function<void()> quit)
+                         std::function<void()> quit, std::function<bool()> refusesShortcut)
     : around_(askingAtTheScreen(std::move(surroundings), browserDialog_)),
       picture_(std::move(picture)),
       quit_(std::move(quit)),
+      refusesShortcut_(std::move(refusesShortcut)),
       model_(around_) {}
 
 AppDelegate::~AppDelegate() = default;
@@ -45,9 +46,10 @@ void AppDelegate::willTerminate() {
 
 void AppDelegate::watchShortcut() {
     const auto apply = [this] {
-        const bool done =
-            stopShortcut_.set(*model_.settings.stopShortcutOn, [this] { stopEverything(); });
-        model_.stopShortcutUnavailable.set(!done);
+        const bool wanted = *model_.settings.stopShortcutOn;
+        const bool refused = refusesShortcut_ && refusesShortcut_();
+        const bool done = stopShortcut_.set(wanted && !refused, [this] { stopEverything(); });
+        model_.stopShortcutUnavailable.set((wanted && refused) || !done);
     };
     stopShortcut_.onLost = [this] {
         model_.stopShortcutUnavailable.set(true);

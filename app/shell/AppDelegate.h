@@ -16,8 +16,10 @@ namespace velmoran {
 class AppDelegate {
 public:
     /// The surroundings outlive the delegate. Whom the model asks about browsers is the person at
-    /// the screen, whatever the surroundings say.
-    AppDelegate(ModelSurroundings surroundings, AppPicture picture, std::function<void()> quit);
+    /// the screen, whatever the surroundings say. `refusesShortcut`: the machine that is played
+    /// gives the shortcut to nobody; without it the real one is asked.
+    AppDelegate(ModelSurroundings surroundings, AppPicture picture, std::function<void()> quit,
+                std::function<bool()> refusesShortcut = {});
     ~AppDelegate();
 
     void didFinishLaunching();
@@ -42,6 +44,7 @@ private:
     ModelSurroundings around_;
     AppPicture picture_;
     std::function<void()> quit_;
+    std::function<bool()> refusesShortcut_;
     AppModel model_;
     std::unique_ptr<StatusItemController> statusItem_;
     std::unique_ptr<FloatingStopButton> floatingStop_;

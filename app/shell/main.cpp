@@ -104,8 +104,9 @@ int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString
     stage.machine.onSound = [&] {
         sounds.playWarning();
     };
-    AppDelegate delegate(stage.surroundings(loop, loop), pictureFrom(stage.machine),
-                         [&app] { app.quit(); });
+    AppDelegate delegate(
+        stage.surroundings(loop, loop), pictureFrom(stage.machine), [&app] { app.quit(); },
+        [&stage] { return stage.machine.script.shortcutRefused; });
     delegate.didFinishLaunching();
     signals.start();
     int status = 0;

@@ -78,5 +78,34 @@ TEST(RecordingPlayer, PlaysTheRecordingThatTheProgramBrings) {
     EXPECT_TRUE(strong);
 }
 
+TEST(ReplayStage, RefusesTheShortcutWhenItIsChosenOrTheProgramStarts) {
+    ScriptedTime time;
+    ReplayBeginning beginning;
+    beginning.machine.shortcutRefused = true;
+    ReplayStage stage(beginning);
+    AppModel model(stage.surroundings(time, time));
+    auto refusing = stage.refuseShortcut(model);
+    EXPECT_FALSE(*model.stopShortcutUnavailable) << "nobody wants it";
+    const auto perform = [&](const char* line) {
+        stage.perform(std::get<ReplayAction>(parseReplayLine(line)).doing, model);
+    };
+    const auto* on = R"({"at": 0, "setting": {"name": "stopShortcutOn", "value": true}})";
+    const auto* off = R"({"at": 0, "setting": {"name": "stopShortcutOn", "value": false}})";
+    perform(on);
+    EXPECT_TRUE(*model.stopShortcutUnavailable);
+    perform(R"({"at": 0, "machine": {"shortcutRefused": false}})");
+    EXPECT_TRUE(*model.stopShortcutUnavailable) << "nobody asks again by himself";
+    perform(off);
+    EXPECT_FALSE(*model.stopShortcutUnavailable);
+    perform(on);
+    EXPECT_FALSE(*model.stopShortcutUnavailable);
+    perform(R"({"at": 0, "machine": {"shortcutRefused": true}})");
+    EXPECT_FALSE(*model.stopShortcutUnavailable) << "it has it already";
+
+    AppModel next(stage.surroundings(time, time));
+    refusing = stage.refuseShortcut(next);
+    EXPECT_TRUE(*next.stopShortcutUnavailable);
+}
+
 } // namespace
 } // namespace velmoran

@@ -200,13 +200,14 @@ struct ProgramWithShortcut : testing::ModelFixture {
     QtEventLoop loop;
     std::unique_ptr<AppDelegate> delegate;
 
-    void start() {
+    void start(std::function<bool()> refusesShortcut = {}) {
         settings.setBoolean("stopShortcutOn", true);
-        delegate = std::make_unique<AppDelegate>(ModelSurroundings{machine, loop, loop, settings,
-                                                                   [this] {
-                                                                       return store;
-                                                                   }},
-                                                 AppPicture(), [] {});
+        delegate = std::make_unique<AppDelegate>(
+            ModelSurroundings{machine, loop, loop, settings,
+                              [this] {
+                                  return store;
+                              }},
+            AppPicture(), [] {}, std::move(refusesShortcut));
         delegate->didFinishLaunching();
     }
 };
@@ -239,6 +240,14 @@ TEST_F(ProgramWithShortcut, IsToldThatTheKeysAreTaken) {
         delegate->model().settings.stopShortcutOn.set(true);
         return !*delegate->model().stopShortcutUnavailable;
     }));
+}
+
+TEST_F(ProgramWithShortcut, LeavesTheKeysWhereThePlayedMachineRefusesThem) {
+    start([] { return true; });
+    EXPECT_TRUE(*delegate->model().stopShortcutUnavailable);
+    EXPECT_TRUE(OtherProgram(session.environment()["DISPLAY"]).take(held));
+    delegate->model().settings.stopShortcutOn.set(false);
+    EXPECT_FALSE(*delegate->model().stopShortcutUnavailable);
 }
 
 struct ShortcutOnWayland : DesktopFixture {
