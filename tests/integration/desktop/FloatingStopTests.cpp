@@ -229,6 +229,35 @@ TEST_F(QuestionOnADesktop, ComesToTheFrontOverTheWindowInUse) {
     ask();
 }
 
+TEST_F(QuestionOnADesktop, ComesBackInFrontOfTheWindowInUseWhenAStopIsPressedAgain) {
+    ask();
+    startEditor();
+    ASSERT_TRUE(eventually([&] { return !question()->isActiveWindow(); }));
+    delegate->model().stopEverything();
+    EXPECT_TRUE(eventually([&] { return question()->isActiveWindow(); })) << session.logs();
+}
+
+TEST_F(QuestionOnADesktop, ComesBackFromAnIcon) {
+    ask();
+    question()->showMinimized();
+    ASSERT_TRUE(eventually([&] { return !question()->isActiveWindow(); }));
+    startEditor();
+    delegate->model().raiseQuestion();
+    EXPECT_TRUE(eventually([&] {
+        return question()->isActiveWindow() && !question()->isMinimized();
+    })) << session.logs();
+}
+
+TEST_F(QuestionOnADesktop, LeavesTheScreenWhenItIsPointless) {
+    ask();
+    const auto id = std::to_string(question()->winId());
+    EXPECT_TRUE(session.run({"xdotool", "getwindowname", id}).succeeded());
+    delegate->model().receive({});
+    EXPECT_TRUE(eventually([&] {
+        return !question() && !session.run({"xdotool", "getwindowname", id}).succeeded();
+    }));
+}
+
 TEST_F(QuestionOnADesktop, EnterCancels) {
     ask();
     hand({"key", "Return"});
