@@ -1,171 +1,291 @@
 #include "app/shell/PortalShortcut.h"
 
+#include "app/bus/BusProperties.h"
 #include "core/text/Localizer.h"
 
-#include <QDBusArgument>
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusMetaType>
-#include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QDBusServiceWatcher>
-#include <QList>
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <utility>
-
-namespace velmoran {
-
-/// One entry of what BindShortcuts takes: its name and its properties.
-struct PortalShortcutEntry {
-    QString name;
-    QVariantMap properties;
-};
-
-static QDBusArgument& operator<<(QDBusArgument& argument, const PortalShortcutEntry& entry) {
-    argument.beginStructure();
-    argument << entry.name << entry.properties;
-    argument.endStructure();
-    return argument;
-}
-
-static const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcutEntry& entry) {
-    argument.beginStructure();
-    argument >> entry.name >> entry.properties;
-    argument.endStructure();
-    return argument;
-}
-
-} // namespace velmoran
-
-Q_DECLARE_METATYPE(velmoran::PortalShortcutEntry)
 
 namespace velmoran {
 
 namespace {
 
-const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString desktopPath = QStringLiteral("/org/freedesktop/portal/desktop");
-const QString shortcutsInterface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
-const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
-const QString sessionInterface = QStringLiteral("org.freedesktop.portal.Session");
-const QString stopName = QStringLiteral("stop");
+constexpr const char* busName = "org.freedesktop.DBus";
+constexpr const char* busPath = "/org/freedesktop/DBus";
+constexpr const char* service = "org.freedesktop.portal.Desktop";
+constexpr const char* desktopPath = "/org/freedesktop/portal/desktop";
+constexpr const char* shortcutsInterface = "org.freedesktop.portal.GlobalShortcuts";
+constexpr const char* requestInterface = "org.freedesktop.portal.Request";
+constexpr const char* sessionInterface = "org.freedesktop.portal.Session";
+constexpr const char* stopName = "stop";
 /// In the way in which the portals write keys.
-const QString stopTrigger = QStringLiteral("CTRL+ALT+LOGO+period");
+constexpr const char* stopTrigger = "CTRL+ALT+LOGO+period";
 
-QDBusMessage callOf(const QString& method) {
-    return QDBusMessage::createMethodCall(service, desktopPath, shortcutsInterface, method);
+bool isError(sd_bus_message* reply) {
+    return sd_bus_message_is_method_error(reply, nullptr) != 0;
+}
+
+std::string pathOfSignal(sd_bus_message* signal) {
+    const char* path = sd_bus_message_get_path(signal);
+    return path ? path : "";
+}
+
+/// The text or path under that key in the a{sv} that comes next; empty if there is none.
+std::string entry(sd_bus_message* message, const char* wanted) {
+    std::string found;
+    if (sd_bus_message_enter_container(message, 'a', "{sv}") <= 0) {
+        return found;
+    }
+    while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
+        const char* key = nullptr;
+        const char* content = nullptr;
+        if (sd_bus_message_read(message, "s", &key) <= 0 ||
+            sd_bus_message_peek_type(message, nullptr, &content) <= 0) {
+            break;
+        }
+        const char* text = nullptr;
+        const bool isText = std::strcmp(content, "s") == 0 || std::strcmp(content, "o") == 0;
+        if (std::strcmp(key, wanted) != 0 || !isText) {
+            sd_bus_message_skip(message, "v");
+        } else if (sd_bus_message_read(message, "v", content, &text) > 0) {
+            found = text;
+        }
+        sd_bus_message_exit_container(message);
+    }
+    return found;
 }
 
 } // namespace
 
-PortalShortcut::PortalShortcut(std::function<void()> pressed, std::function<void()> refused)
+PortalShortcut::PortalShortcut(std::function<void()> pressed, std::function<void()> refused,
+                               std::chrono::milliseconds patience)
     : pressed_(std::move(pressed)),
-      refused_(std::move(refused)) {}
+      refused_(std::move(refused)),
+      patience_(patience) {
+    due_.setSingleShot(true);
+    due_.callOnTimeout(this, [this] { refuse(); });
+}
 
 PortalShortcut::~PortalShortcut() {
-    if (!session_.isEmpty()) {
-        QDBusConnection::sessionBus().send(QDBusMessage::createMethodCall(
-            service, session_, sessionInterface, QStringLiteral("Close")));
+    if (session_.empty() || !link_) {
+        return;
     }
+    // Its path is known from the asking on, so one that is only just being made is closed too.
+    sd_bus_message* made = nullptr;
+    if (sd_bus_message_new_method_call(link_->bus(), &made, owner_.c_str(), session_.c_str(),
+                                       sessionInterface, "Close") >= 0) {
+        const BusMessage close(made);
+        sd_bus_message_set_expect_reply(made, 0);
+        sd_bus_send(link_->bus(), made, nullptr);
+    }
+}
+
+template <PortalShortcut::Reply reply>
+int PortalShortcut::received(sd_bus_message* message, void* shortcut, sd_bus_error*) {
+    (static_cast<PortalShortcut*>(shortcut)->*reply)(message);
+    return 0;
 }
 
 bool PortalShortcut::ask() {
-    auto bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) {
+    link_ = BusLink::open(sessionBusAddress(), {.lost = [this] {
+                              refuse();
+                          }});
+    if (!link_) {
         return false;
     }
-    auto* names = bus.interface();
-    if (!names->isServiceRegistered(service).value() &&
-        !names->activatableServiceNames().value().contains(service)) {
+    sd_bus_set_method_call_timeout(
+        link_->bus(), static_cast<std::uint64_t>(std::chrono::microseconds(patience_).count()));
+    // Of this name only, or else every program that comes or goes would wake us.
+    const auto ofThePortal = std::string("type='signal',sender='") + busName +
+                             "',member='NameOwnerChanged',arg0='" + service + "'";
+    if (sd_bus_add_match_async(link_->bus(), nullptr, ofThePortal.c_str(),
+                               &received<&PortalShortcut::ownerChanged>, nullptr, this) < 0 ||
+        !askForOwner()) {
+        link_.reset();
         return false;
     }
-    auto* watcher =
-        new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForUnregistration, this);
-    connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, &PortalShortcut::refuse);
-    bus.connect(service, desktopPath, shortcutsInterface, QStringLiteral("Activated"), this,
-                SLOT(activated(QDBusMessage)));
-    createSession();
+    due_.start(patience_);
+    link_->settle();
     return true;
 }
 
-QString PortalShortcut::newToken() {
-    return QStringLiteral("velmoran%1_%2")
-        .arg(reinterpret_cast<quintptr>(this), 0, 16)
-        .arg(++requests_);
+bool PortalShortcut::askForOwner() {
+    auto question = callOfBus("GetNameOwner");
+    sd_bus_message_append(question.get(), "s", service);
+    return call(std::move(question), &received<&PortalShortcut::ownerCame>);
 }
 
-void PortalShortcut::request(const QDBusMessage& call, const QString& token, const char* slot) {
-    auto bus = QDBusConnection::sessionBus();
-    // The answer may come before the call returns, so it is listened for first; its path is made of
-    // the caller's name on the bus and the token.
-    const auto sender = bus.baseService().mid(1).replace(QLatin1Char('.'), QLatin1Char('_'));
-    const auto path = QStringLiteral("%1/request/%2/%3").arg(desktopPath, sender, token);
-    bus.connect(service, path, requestInterface, QStringLiteral("Response"), this, slot);
-    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this,
-            [this](QDBusPendingCallWatcher* finished) {
-                const QDBusPendingReply<QDBusObjectPath> reply = *finished;
-                finished->deleteLater();
-                if (reply.isError()) {
-                    refuse();
-                }
-            });
+void PortalShortcut::started(sd_bus_message* reply) {
+    if (isError(reply) || !askForOwner()) {
+        refuse();
+    }
+}
+
+void PortalShortcut::ownerCame(sd_bus_message* reply) {
+    const char* owner = nullptr;
+    if (isError(reply) && !std::exchange(isStarting_, true)) {
+        // A bus starts what it can, and knows no other way of a program that doesn't run.
+        auto start = callOfBus("StartServiceByName");
+        sd_bus_message_append(start.get(), "su", service, 0U);
+        if (!call(std::move(start), &received<&PortalShortcut::started>)) {
+            refuse();
+        }
+        return;
+    }
+    if (isError(reply) || sd_bus_message_read(reply, "s", &owner) <= 0) {
+        refuse();
+        return;
+    }
+    owner_ = owner;
+    // From its own name only: others may send us what they like.
+    if (!listen(owner, nullptr, requestInterface, "Response",
+                &received<&PortalShortcut::responded>) ||
+        !listen(owner, desktopPath, shortcutsInterface, "Activated",
+                &received<&PortalShortcut::activated>) ||
+        !listen(owner, nullptr, sessionInterface, "Closed", &received<&PortalShortcut::closed>)) {
+        refuse();
+        return;
+    }
+    createSession();
 }
 
 void PortalShortcut::createSession() {
     const auto token = newToken();
-    auto call = callOf(QStringLiteral("CreateSession"));
-    call << QVariantMap{{QStringLiteral("handle_token"), token},
-                        {QStringLiteral("session_handle_token"), newToken()}};
-    request(call, token, SLOT(sessionCame(uint, QVariantMap)));
+    const auto sessionToken = newToken();
+    auto message = callOfPortal("CreateSession");
+    sd_bus_message_append(message.get(), "a{sv}", 2, "handle_token", "s", token.c_str(),
+                          "session_handle_token", "s", sessionToken.c_str());
+    // The answer may come before the call returns, so its path is known before.
+    request_ = pathOf("request", token);
+    session_ = pathOf("session", sessionToken);
+    due_.start(patience_);
+    if (!call(std::move(message), &received<&PortalShortcut::taken>)) {
+        refuse();
+    }
 }
 
-void PortalShortcut::sessionCame(uint response, const QVariantMap& results) {
-    session_ = results.value(QStringLiteral("session_handle")).toString();
-    if (response != 0 || session_.isEmpty()) {
+void PortalShortcut::bindShortcut() {
+    const auto token = newToken();
+    auto message = callOfPortal("BindShortcuts");
+    const auto description = bus::busText(words().text("Stop camera and microphone"));
+    sd_bus_message_append(message.get(), "oa(sa{sv})sa{sv}", session_.c_str(), 1, stopName, 2,
+                          "description", "s", description.c_str(), "preferred_trigger", "s",
+                          stopTrigger, "", 1, "handle_token", "s", token.c_str());
+    request_ = pathOf("request", token);
+    isBinding_ = true;
+    if (!call(std::move(message), &received<&PortalShortcut::taken>)) {
+        refuse();
+    }
+}
+
+void PortalShortcut::taken(sd_bus_message* reply) {
+    const char* path = nullptr;
+    if (isError(reply) || sd_bus_message_read(reply, "o", &path) <= 0) {
+        refuse();
+    } else if (!request_.empty()) {
+        request_ = path; // another one with portals of old
+    }
+}
+
+void PortalShortcut::responded(sd_bus_message* signal) {
+    std::uint32_t response = 0;
+    if (request_.empty() || pathOfSignal(signal) != request_ ||
+        sd_bus_message_read(signal, "u", &response) <= 0) {
+        return;
+    }
+    request_.clear();
+    if (!isBinding_) {
+        sessionCame(response, entry(signal, "session_handle"));
+    } else if (response != 0) {
+        refuse();
+    }
+}
+
+void PortalShortcut::sessionCame(std::uint32_t response, const std::string& handle) {
+    due_.stop(); // what comes next the user may be asked about
+    if (response != 0 || sd_bus_object_path_is_valid(handle.c_str()) <= 0) {
         session_.clear();
         refuse();
         return;
     }
+    session_ = handle;
     bindShortcut();
 }
 
-void PortalShortcut::bindShortcut() {
-    qDBusRegisterMetaType<PortalShortcutEntry>();
-    qDBusRegisterMetaType<QList<PortalShortcutEntry>>();
-    const QList<PortalShortcutEntry> entries{
-        {stopName,
-         {{QStringLiteral("description"),
-           QString::fromStdString(words().text("Stop camera and microphone"))},
-          {QStringLiteral("preferred_trigger"), stopTrigger}}}};
-    const auto token = newToken();
-    auto call = callOf(QStringLiteral("BindShortcuts"));
-    call << QVariant::fromValue(QDBusObjectPath(session_)) << QVariant::fromValue(entries)
-         << QString() << QVariantMap{{QStringLiteral("handle_token"), token}};
-    request(call, token, SLOT(shortcutsCame(uint, QVariantMap)));
+void PortalShortcut::activated(sd_bus_message* signal) {
+    const char* session = nullptr;
+    const char* name = nullptr;
+    if (sd_bus_message_read(signal, "os", &session, &name) <= 0 || session_ != session ||
+        std::strcmp(name, stopName) != 0) {
+        return;
+    }
+    // Not in a call of the link, as the press may switch the shortcut off.
+    QMetaObject::invokeMethod(
+        this, [run = pressed_] { run(); }, Qt::QueuedConnection);
 }
 
-void PortalShortcut::shortcutsCame(uint response, const QVariantMap&) {
-    if (response != 0) {
+void PortalShortcut::closed(sd_bus_message* signal) {
+    if (!session_.empty() && pathOfSignal(signal) == session_) {
+        session_.clear();
         refuse();
     }
 }
 
-void PortalShortcut::activated(const QDBusMessage& signal) {
-    const auto values = signal.arguments();
-    if (session_.isEmpty() || values.size() < 2 ||
-        values[0].value<QDBusObjectPath>().path() != session_ || values[1].toString() != stopName) {
-        return;
+void PortalShortcut::ownerChanged(sd_bus_message* signal) {
+    const char* name = nullptr;
+    const char* before = nullptr;
+    if (sd_bus_message_read(signal, "ss", &name, &before) > 0 && !owner_.empty() &&
+        owner_ == before) {
+        session_.clear();
+        refuse();
     }
-    // A copy, since the press may switch the shortcut off.
-    const auto run = pressed_;
-    run();
 }
 
 void PortalShortcut::refuse() {
+    due_.stop();
     if (const auto refused = std::exchange(refused_, nullptr)) {
         refused();
     }
+}
+
+bool PortalShortcut::call(BusMessage message, sd_bus_message_handler_t answered) {
+    return message &&
+           sd_bus_call_async(link_->bus(), nullptr, message.get(), answered, this, 0) >= 0;
+}
+
+bool PortalShortcut::listen(const char* sender, const char* path, const char* interface,
+                            const char* member, sd_bus_message_handler_t heard) {
+    return sd_bus_match_signal_async(link_->bus(), nullptr, sender, path, interface, member, heard,
+                                     nullptr, this) >= 0;
+}
+
+BusMessage PortalShortcut::callOfBus(const char* method) const {
+    sd_bus_message* made = nullptr;
+    sd_bus_message_new_method_call(link_->bus(), &made, busName, busPath, busName, method);
+    return BusMessage(made);
+}
+
+BusMessage PortalShortcut::callOfPortal(const char* method) const {
+    sd_bus_message* made = nullptr;
+    sd_bus_message_new_method_call(link_->bus(), &made, owner_.c_str(), desktopPath,
+                                   shortcutsInterface, method);
+    return BusMessage(made);
+}
+
+std::string PortalShortcut::newToken() {
+    return "velmoran" + std::to_string(++tokens_);
+}
+
+std::string PortalShortcut::pathOf(const char* kind, const std::string& token) const {
+    const char* own = nullptr;
+    std::string sender;
+    if (sd_bus_get_unique_name(link_->bus(), &own) >= 0) {
+        sender = own + 1; // after the colon
+    }
+    std::replace(sender.begin(), sender.end(), '.', '_');
+    return std::string(desktopPath) + "/" + kind + "/" + sender + "/" + token;
 }
 
 } // namespace velmoran

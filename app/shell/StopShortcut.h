@@ -18,12 +18,13 @@ public:
     ~StopShortcut() override;
 
     /// Switches the shortcut on, with what a press does from now on, or off. False if it can't be
-    /// had: another program has the keys, or the desktop gives none. A press that was on its way
-    /// when it was switched off does nothing.
+    /// had: another program has the keys, or there is no way to ask the desktop. A press that was
+    /// on its way when it was switched off does nothing.
     bool set(bool enabled, std::function<void()> action);
 
-    /// The shortcut was there, or promised, and can't be had after all: the keyboard has changed,
-    /// or the desktop's answer, which it may ask the user for, is no. It is off then.
+    /// The shortcut was there, or asked for, and can't be had after all: the keyboard has changed,
+    /// or the desktop gives no keys, which it may ask the user about, or not any more. It is off
+    /// then.
     std::function<void()> onLost;
 
 private:

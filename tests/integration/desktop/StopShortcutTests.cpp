@@ -1,8 +1,11 @@
 #include "app/shell/AppDelegate.h"
+#include "app/shell/PortalShortcut.h"
 #include "app/shell/StopShortcut.h"
 #include "integration/desktop/Desktop.h"
 
 #include <QAbstractNativeEventFilter>
+#include <algorithm>
+#include <csignal>
 #include <gmock/gmock.h>
 #include <xcb/xcb.h>
 
@@ -281,16 +284,48 @@ struct ShortcutOnWayland : DesktopFixture {
         const auto start = output.find("session ") + 8;
         return output.substr(start, output.find('\n', start) - start);
     }
-    void press(const std::string& path, const std::string& name) {
-        const auto finished = session.run(
-            {"gdbus", "call", "--session", "-d", "org.freedesktop.portal.Desktop", "-o",
-             "/org/freedesktop/portal/desktop", "-m", "org.velmoran.FakePortal.Press", path, name});
+    void press(const std::string& path, const std::string& name) { ask("Press", {path, name}); }
+    void ask(const std::string& method, const std::vector<std::string>& arguments) {
+        std::vector<std::string> command{"gdbus",
+                                         "call",
+                                         "--session",
+                                         "-d",
+                                         "org.freedesktop.portal.Desktop",
+                                         "-o",
+                                         "/org/freedesktop/portal/desktop",
+                                         "-m",
+                                         "org.velmoran.FakePortal." + method};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        const auto finished = session.run(command);
         ASSERT_TRUE(finished.succeeded()) << finished.errors;
     }
 };
 
 TEST_F(ShortcutOnWayland, WithoutAPortalThereIsNone) {
+    EXPECT_TRUE(switchOn());
+    EXPECT_TRUE(eventually([&] { return lost == 1; }));
+}
+
+TEST_F(ShortcutOnWayland, WithoutABusThereIsNone) {
+    const auto before = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus");
     EXPECT_FALSE(switchOn());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", before);
+}
+
+TEST_F(ShortcutOnWayland, WaitsForNobodyWhereTheBusOrThePortalHangs) {
+    startPortal("grant");
+    session.child("bus")->signal(SIGSTOP);
+    session.child("portal")->signal(SIGSTOP);
+    // Nothing comes from either before this thread lets it.
+    ASSERT_TRUE(switchOn());
+    ASSERT_TRUE(shortcut.set(false, nullptr));
+    ASSERT_TRUE(switchOn());
+    session.child("bus")->signal(SIGCONT);
+    EXPECT_FALSE(said("session "));
+    session.child("portal")->signal(SIGCONT);
+    EXPECT_TRUE(eventually([&] { return said("bind "); })) << session.logs();
+    EXPECT_EQ(lost, 0);
 }
 
 TEST_F(ShortcutOnWayland, ThePortalIsAskedAndItsKeysRunTheAction) {
@@ -306,6 +341,75 @@ TEST_F(ShortcutOnWayland, ThePortalIsAskedAndItsKeysRunTheAction) {
     EXPECT_EQ(lost, 0);
     EXPECT_TRUE(shortcut.set(false, nullptr));
     EXPECT_TRUE(eventually([&] { return said("close\n"); }));
+}
+
+TEST_F(ShortcutOnWayland, ASessionThatIsOnlyJustAskedForIsClosedToo) {
+    for (const char* manner : {"no-response", "silent"}) {
+        startPortal(manner);
+        ASSERT_TRUE(switchOn());
+        ASSERT_TRUE(eventually([&] { return said("session "); })) << manner;
+        EXPECT_TRUE(shortcut.set(false, nullptr));
+        EXPECT_TRUE(eventually([&] { return said("close\n"); })) << manner << session.logs();
+        session.stop("portal");
+    }
+    EXPECT_EQ(lost, 0);
+}
+
+TEST_F(ShortcutOnWayland, ASessionWhoseShortcutIsRefusedIsClosed) {
+    startPortal("no-shortcut");
+    ASSERT_TRUE(switchOn());
+    ASSERT_TRUE(eventually([&] { return lost == 1; }));
+    EXPECT_TRUE(eventually([&] { return said("close\n"); })) << session.logs();
+}
+
+TEST_F(ShortcutOnWayland, NoAnswerInTimeIsARefusal) {
+    for (const char* manner : {"no-response", "silent"}) {
+        startPortal(manner);
+        int refused = 0;
+        PortalShortcut portal([] {}, [&] { ++refused; }, std::chrono::milliseconds(200));
+        ASSERT_TRUE(portal.ask());
+        EXPECT_TRUE(eventually([&] { return refused == 1; })) << manner;
+        session.stop("portal");
+    }
+}
+
+TEST_F(ShortcutOnWayland, ThePortalMayWithdrawIt) {
+    startPortal("grant");
+    ASSERT_TRUE(switchOn());
+    ASSERT_TRUE(eventually([&] { return said("bind "); }));
+    ask("Withdraw", {sessionPath()});
+    EXPECT_TRUE(eventually([&] { return lost == 1; }));
+}
+
+TEST_F(ShortcutOnWayland, NobodyButThePortalPressesIt) {
+    startPortal("grant");
+    ASSERT_TRUE(switchOn());
+    ASSERT_TRUE(eventually([&] { return said("bind "); }));
+    const auto path = sessionPath();
+    // The program's own name on the bus stands in the path: …/session/1_23/token.
+    auto own = path.substr(0, path.rfind('/'));
+    own = ":" + own.substr(own.rfind('/') + 1);
+    std::replace(own.begin(), own.end(), '_', '.');
+    const auto finished =
+        session.run({"gdbus", "emit", "--session", "--dest", own, "--object-path",
+                     "/org/freedesktop/portal/desktop", "--signal",
+                     "org.freedesktop.portal.GlobalShortcuts.Activated",
+                     "objectpath '" + path + "'", "'stop'", "uint64 1", "@a{sv} {}"});
+    ASSERT_TRUE(finished.succeeded()) << finished.errors;
+    press(path, "stop");
+    ASSERT_TRUE(eventually([&] { return presses > 0; }));
+    EXPECT_EQ(presses, 1);
+}
+
+TEST_F(ShortcutOnWayland, ThePressMaySwitchItOff) {
+    startPortal("grant");
+    ASSERT_TRUE(shortcut.set(true, [&] {
+        ++presses;
+        shortcut.set(false, nullptr);
+    }));
+    ASSERT_TRUE(eventually([&] { return said("bind "); }));
+    press(sessionPath(), "stop");
+    EXPECT_TRUE(eventually([&] { return presses == 1 && said("close\n"); }));
 }
 
 TEST_F(ShortcutOnWayland, ARefusalComesLater) {
