@@ -8,7 +8,7 @@ namespace velmoran {
 
 void SparedBrowsers::answer(const BrowserQuestion& question,
                             const std::function<void(BrowserAnswer)>& answer) {
-    names_ = question.browsers;
+    names_.insert(names_.end(), question.browsers.begin(), question.browsers.end());
     answer(question.keepOffered ? BrowserAnswer::keep : BrowserAnswer::cancel);
 }
 
