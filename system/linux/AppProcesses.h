@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/records/AppIdentity.h"
+#include "system/linux/AppSearch.h"
 #include "system/linux/LinuxAppNames.h"
 #include "system/linux/ProcFs.h"
 
@@ -20,12 +21,17 @@ public:
     /// may end at any time and another take its id: who acts on one holds it first and then asks
     /// `isOf`.
     std::vector<pid_t> of(const AppIdentity& app) const;
-    /// Those that can be the app's by the files that they run, and perhaps more; in that order.
-    std::vector<pid_t> possible(const AppIdentity& app) const;
+    /// To look at chosen processes in a row. The names and this outlive it.
+    AppSearch search(const AppIdentity& app) const;
+    const ProcFs& proc() const { return proc_; }
+    /// The same once more.
+    std::vector<pid_t> possible(const AppIdentity& app) const { return of(app); }
+    /// Whether it is another app's at this moment: not of one that can't be named.
+    bool isOfAnother(pid_t pid, const AppIdentity& app) const {
+        return search(app).isOfAnother(pid);
+    }
     /// Whether the process is the app's at this moment.
     bool isOf(pid_t pid, const AppIdentity& app) const;
-    /// Whether it is another app's at this moment: not of one that can't be named.
-    bool isOfAnother(pid_t pid, const AppIdentity& app) const;
 
 private:
     LinuxAppNames& names_;

@@ -87,7 +87,8 @@ AppRef LinuxAppNames::identify(pid_t pid) {
     {
         const std::lock_guard lock(mutex_);
         entries_.refresh();
-        app = nameProcess(pid);
+        FileLooks looks(proc_);
+        app = nameProcess(pid, looks);
     }
     if (!app || proc_.startTicks(pid) != start) {
         return unidentified(std::to_string(pid));
@@ -96,36 +97,46 @@ AppRef LinuxAppNames::identify(pid_t pid) {
 }
 
 std::optional<AppRef> LinuxAppNames::look(pid_t pid) {
-    const std::lock_guard lock(mutex_);
-    entries_.refresh();
-    auto app = nameProcess(pid);
-    return app ? app : rememberedProcess(pid);
-}
-
-void LinuxAppNames::keepOf(const std::string& id, std::vector<pid_t>& pids) {
     {
         const std::lock_guard lock(mutex_);
         entries_.refresh();
     }
-    std::erase_if(pids, [&](pid_t pid) {
-        // For each anew: whoever else asks for a name doesn't wait for them all.
-        const std::lock_guard lock(mutex_);
-        auto app = nameProcess(pid);
-        app = app ? app : rememberedProcess(pid);
-        return !app || app->id() != id;
-    });
+    FileLooks looks(proc_);
+    return look(pid, looks);
 }
 
-std::optional<AppRef> LinuxAppNames::nameProcess(pid_t pid) {
+std::optional<AppRef> LinuxAppNames::look(pid_t pid, FileLooks& looks) {
+    const std::lock_guard lock(mutex_);
+    auto app = nameProcess(pid, looks);
+    return app ? app : rememberedProcess(pid);
+}
+
+std::optional<AppRef> LinuxAppNames::nameProcess(pid_t pid, FileLooks& looks) {
     if (auto app = nameFlatpak(pid)) {
         return app;
     }
-    const auto executable = proc_.executable(pid);
+    const auto executable = executableOf(pid, looks);
     if (!executable) {
-        return std::nullopt;
+        const auto thread = proc_.survivingThread(pid);
+        return thread ? nameProcess(*thread, looks) : std::nullopt;
     }
     auto app = nameSnap(pid, *executable);
-    return app ? app : nameExecutable(pid, *executable);
+    return app ? app : nameExecutable(pid, *executable, looks);
+}
+
+std::optional<std::string> LinuxAppNames::executableOf(pid_t pid, FileLooks& looks) const {
+    auto text = looks.executableLink(pid);
+    if (text && text->front() == '/') {
+        const auto its = fileNumber(proc_.path(pid, "exe"));
+        if (its && its == looks.number(*text)) {
+            return text;
+        }
+    }
+    return proc_.executable(pid);
+}
+
+bool LinuxAppNames::isProtected(const std::string& path, FileLooks& looks) const {
+    return looks.isProtected(path, [&] { return places_.protection.protects(path); });
 }
 
 AppTraces LinuxAppNames::tracesOf(const std::string& id) {
@@ -243,25 +254,25 @@ std::optional<AppRef> LinuxAppNames::nameSnap(pid_t pid, const std::string& exec
     return std::nullopt;
 }
 
-AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable) {
+AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, FileLooks& looks) {
     // The system's own are themselves, whatever started them.
-    if (linuxSystemIdentifier(executable) && places_.protection.protects(executable)) {
-        const auto app = nameProgram(pid, executable);
+    if (linuxSystemIdentifier(executable) && isProtected(executable, looks)) {
+        const auto app = nameProgram(pid, executable, looks);
         return app ? *app : nameFile(executable);
     }
     if (isInterpreter(executable)) {
-        if (auto script = nameScript(pid, executable)) {
+        if (auto script = nameScript(pid, executable, looks)) {
             return *script;
         }
         return nameFile(executable);
     }
-    if (auto app = nameProgram(pid, executable)) {
+    if (auto app = nameProgram(pid, executable, looks)) {
         return *app;
     }
-    if (auto app = nameHelper(pid, executable)) {
+    if (auto app = nameHelper(pid, executable, looks)) {
         return *app;
     }
-    if (places_.protection.protects(executable)) {
+    if (isProtected(executable, looks)) {
         if (const auto entries = entries_.byFolderOf(executable); !entries.empty()) {
             const auto& found = chosen(entries, pid);
             return named(found, found.program);
@@ -270,7 +281,8 @@ AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable) {
     return nameFile(executable);
 }
 
-std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& program) {
+std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& program,
+                                                 FileLooks& looks) {
     const auto entries = entries_.byProgram(program);
     if (entries.empty()) {
         return std::nullopt;
@@ -278,7 +290,7 @@ std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& p
     const auto& found = chosen(entries, pid);
     // A program of root's is never renamed by an entry that isn't; nor does anything else take the
     // name of one that is.
-    const bool isBelieved = found.isTrusted || (!places_.protection.protects(program) &&
+    const bool isBelieved = found.isTrusted || (!isProtected(program, looks) &&
                                                 !entries_.isProtectedName(found.entry.name));
     if (!isBelieved) {
         return nameFile(program);
@@ -286,27 +298,28 @@ std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& p
     return named(found, program);
 }
 
-std::optional<AppRef> LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter) {
-    const auto script = scriptPath(pid, interpreter);
+std::optional<AppRef> LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter,
+                                                FileLooks& looks) {
+    const auto script = scriptPath(pid, interpreter, looks);
     if (!script) {
         // A helper of the program that its parent runs in the same interpreter.
         const auto parent = proc_.parent(pid).value_or(0);
         if (interpreter.find("/electron") != std::string::npos &&
-            proc_.executable(parent) == interpreter) {
-            if (const auto its = scriptPath(parent, interpreter)) {
-                const auto app = nameProgram(parent, *its);
+            executableOf(parent, looks) == interpreter) {
+            if (const auto its = scriptPath(parent, interpreter, looks)) {
+                const auto app = nameProgram(parent, *its, looks);
                 return app ? *app : nameFile(*its);
             }
         }
         return std::nullopt;
     }
-    const auto app = nameProgram(pid, *script);
+    const auto app = nameProgram(pid, *script, looks);
     return app ? *app : nameFile(*script);
 }
 
-std::optional<std::string> LinuxAppNames::scriptPath(pid_t pid,
-                                                     const std::string& interpreter) const {
-    auto script = scriptArgument(interpreter, proc_.commandLine(pid));
+std::optional<std::string> LinuxAppNames::scriptPath(pid_t pid, const std::string& interpreter,
+                                                     FileLooks& looks) const {
+    auto script = scriptArgument(interpreter, looks.commandLine(pid));
     if (!script || script->empty() || script->find('\n') != std::string::npos) {
         return std::nullopt;
     }
@@ -328,28 +341,36 @@ std::optional<std::string> LinuxAppNames::scriptPath(pid_t pid,
         }
         script = *folder + '/' + *script;
     }
+    const auto& known = looks.script(interpreter, *script,
+                                     [&] { return lookAtScript(interpreter, *script, looks); });
     // It must be the same file for the process as for this program.
-    struct stat ours {};
-    struct stat its {};
+    const bool isSame = known.real && fileNumber(proc_.rootOf(pid) + *script) == known.number;
+    return isSame ? known.real : std::nullopt;
+}
+
+FileLooks::Script LinuxAppNames::lookAtScript(const std::string& interpreter,
+                                              const std::string& script, FileLooks& looks) const {
+    struct stat entry {};
     std::error_code error;
-    const auto real = std::filesystem::canonical(*script, error);
-    if (error || ::stat(script->c_str(), &ours) != 0 ||
-        ::stat((proc_.rootOf(pid) + *script).c_str(), &its) != 0 || ours.st_dev != its.st_dev ||
-        ours.st_ino != its.st_ino || !(S_ISREG(ours.st_mode) || S_ISDIR(ours.st_mode))) {
-        return std::nullopt;
+    const auto real = std::filesystem::canonical(script, error);
+    if (error || ::stat(script.c_str(), &entry) != 0 ||
+        !(S_ISREG(entry.st_mode) || S_ISDIR(entry.st_mode))) {
+        return {};
     }
     // A command line is the process's own word: it can't make one of the system's own programs of
     // it, nor what root installed of an interpreter that somebody else did.
     const bool claimsTooMuch =
         linuxSystemIdentifier(real.string()).has_value() ||
         (hasProtectedName(real.string()) && readFileUpTo(real, 4) == "\177ELF") ||
-        (places_.protection.protects(real) && !places_.protection.protects(interpreter));
-    return claimsTooMuch ? std::nullopt : std::optional(real.string());
+        (isProtected(real, looks) && !isProtected(interpreter, looks));
+    return {.number = FileNumber{.device = entry.st_dev, .inode = entry.st_ino},
+            .real = claimsTooMuch ? std::nullopt : std::optional(real.string())};
 }
 
-std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& executable) {
-    const bool isProtected = places_.protection.protects(executable);
-    const bool worksForParent = isProtected && worksForItsParent(executable);
+std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& executable,
+                                                FileLooks& looks) {
+    const bool isGuarded = isProtected(executable, looks);
+    const bool worksForParent = isGuarded && worksForItsParent(executable);
     if (!worksForParent && !mayLieInOwnFolder(executable)) {
         return std::nullopt; // the ancestors cost more than all else
     }
@@ -359,7 +380,7 @@ std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& ex
         if (ancestor <= 1) {
             break;
         }
-        const auto program = proc_.executable(ancestor);
+        const auto program = executableOf(ancestor, looks);
         if (!program) {
             break;
         }
@@ -368,20 +389,19 @@ std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& ex
             if (isLauncher(*program) || worksForItsParent(*program)) {
                 continue;
             }
-            return nameExecutable(ancestor, *program);
+            return nameExecutable(ancestor, *program, looks);
         }
         const auto folder = ownFolder(*program);
-        if (!folder || !isBelow(executable, *folder) ||
-            isProtected != places_.protection.protects(*program)) {
+        if (!folder || !isBelow(executable, *folder) || isGuarded != isProtected(*program, looks)) {
             continue;
         }
         // A folder of the user's may hold anything; one named as its program is that program's.
         const auto folderName = fileName(*folder);
-        if (!isProtected && !startsIgnoringCase(folderName, fileName(*program)) &&
+        if (!isGuarded && !startsIgnoringCase(folderName, fileName(*program)) &&
             !startsIgnoringCase(fileName(*program), folderName)) {
             continue;
         }
-        if (auto app = nameProgram(ancestor, *program)) {
+        if (auto app = nameProgram(ancestor, *program, looks)) {
             return app;
         }
     }

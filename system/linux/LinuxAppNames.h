@@ -1,7 +1,6 @@
 // Which app a process is, told so that nobody can pass for another: by what the kernel says of the
 // file that it runs, never by its own words. Owned by the machine. All calls on the monitor's
-// thread, but for `iconName`, `browsers`, `look`, `keepOf` and `tracesOf`, which any thread may
-// make.
+// thread, but for `iconName`, `browsers`, `look` and `tracesOf`, which any thread may make.
 //
 // An app's id is borrowed as easily as whoever grants it is fooled, so an id of a desktop entry is
 // given only where root stands behind both the entry and the program, a flatpak's only to a process
@@ -17,6 +16,7 @@
 #include "system/Machine.h"
 #include "system/linux/AppTraces.h"
 #include "system/linux/DesktopEntries.h"
+#include "system/linux/FileLooks.h"
 #include "system/linux/LinuxPlaces.h"
 #include "system/linux/ProcFs.h"
 #include "system/linux/ProcessNaming.h"
@@ -47,8 +47,9 @@ public:
     /// of a use that wouldn't do, but to hide is no way to escape a stop. Nothing for one that
     /// can't be named. The caller sees to it that the process id isn't another's meanwhile.
     std::optional<AppRef> look(pid_t pid);
-    /// Takes away those that aren't of the app of that id.
-    void keepOf(const std::string& id, std::vector<pid_t>& pids);
+    /// The same with what is known of files already, and with the entries as `tracesOf` has read
+    /// them.
+    std::optional<AppRef> look(pid_t pid, FileLooks& looks);
     /// What each process of the app of that id shows at least.
     AppTraces tracesOf(const std::string& id);
 
@@ -66,19 +67,24 @@ public:
     int entryReadings() const { return entries_.readings(); }
 
 private:
-    std::optional<AppRef> nameProcess(pid_t pid);
+    std::optional<AppRef> nameProcess(pid_t pid, FileLooks& looks);
     std::optional<AppRef> nameFlatpak(pid_t pid);
     std::optional<AppRef> nameSnap(pid_t pid, const std::string& executable);
-    std::optional<AppRef> nameScript(pid_t pid, const std::string& interpreter);
-    std::optional<AppRef> nameHelper(pid_t pid, const std::string& executable);
+    std::optional<AppRef> nameScript(pid_t pid, const std::string& interpreter, FileLooks& looks);
+    std::optional<AppRef> nameHelper(pid_t pid, const std::string& executable, FileLooks& looks);
     /// By an entry that starts exactly that file; nothing without one.
-    std::optional<AppRef> nameProgram(pid_t pid, const std::string& program);
+    std::optional<AppRef> nameProgram(pid_t pid, const std::string& program, FileLooks& looks);
     AppRef nameFile(const std::string& path) const;
-    AppRef nameExecutable(pid_t pid, const std::string& executable);
+    AppRef nameExecutable(pid_t pid, const std::string& executable, FileLooks& looks);
     AppRef named(const DesktopEntries::Found& found, const std::string& path) const;
     const DesktopEntries::Found& chosen(const std::vector<const DesktopEntries::Found*>& entries,
                                         pid_t pid) const;
-    std::optional<std::string> scriptPath(pid_t pid, const std::string& interpreter) const;
+    std::optional<std::string> executableOf(pid_t pid, FileLooks& looks) const;
+    bool isProtected(const std::string& path, FileLooks& looks) const;
+    std::optional<std::string> scriptPath(pid_t pid, const std::string& interpreter,
+                                          FileLooks& looks) const;
+    FileLooks::Script lookAtScript(const std::string& interpreter, const std::string& script,
+                                   FileLooks& looks) const;
     AppRef remember(pid_t pid, std::uint64_t start, AppRef app);
     std::optional<AppRef> rememberedProcess(pid_t pid) const;
 

@@ -141,6 +141,17 @@ std::optional<std::string> ProcFs::comm(pid_t pid) const {
 }
 
 std::vector<std::string> ProcFs::commandLine(pid_t pid) const {
+    // Asked of thousands at once; nearly all are short and come whole at the first reading.
+    const int file = ::open(path(pid, "cmdline").c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0) {
+        return {};
+    }
+    std::array<char, 4096> front; // NOLINT: filled by the call
+    const ssize_t count = ::read(file, front.data(), front.size());
+    ::close(file);
+    if (count >= 0 && static_cast<std::size_t>(count) < front.size()) {
+        return parseCommandLine({front.data(), static_cast<std::size_t>(count)});
+    }
     const auto text = readFileUpTo(path(pid, "cmdline"), longEntry);
     return text ? parseCommandLine(*text) : std::vector<std::string>{};
 }
@@ -189,6 +200,43 @@ std::optional<std::string> ProcFs::executableClaim(pid_t pid) const {
 
 bool ProcFs::isReadable(pid_t pid) const {
     return readLinkText(path(pid, "exe")).has_value();
+}
+
+std::optional<pid_t> ProcFs::survivingThread(pid_t pid) const {
+    std::array<char, 1> text; // NOLINT: filled by the call
+    struct stat tasks {};
+    // The links of that folder count the threads, the ended one among them; without asking it is 2.
+    if (readlink(path(pid, "exe").c_str(), text.data(), text.size()) >= 0 || errno != ENOENT ||
+        ::stat(path(pid, "task").c_str(), &tasks) != 0 || tasks.st_nlink <= 3) {
+        return std::nullopt;
+    }
+    const Directory threads(opendir(path(pid, "task").c_str()));
+    while (const dirent* entry = threads ? readdir(threads.get()) : nullptr) {
+        const auto thread = entryNumber<pid_t>(entry->d_name);
+        if (thread && *thread != pid && isReadable(*thread)) {
+            return thread;
+        }
+    }
+    return std::nullopt;
+}
+
+bool ProcFs::hasOnlyEndedThreads(pid_t pid) const {
+    const auto hasEnded = [this](pid_t thread) {
+        const auto its = stat(thread);
+        return !its || its->state == 'Z' || its->state == 'X';
+    };
+    const auto first = stat(pid);
+    if (!first || first->state != 'Z') {
+        return false;
+    }
+    const Directory threads(opendir(path(pid, "task").c_str()));
+    while (const dirent* entry = threads ? readdir(threads.get()) : nullptr) {
+        const auto thread = entryNumber<pid_t>(entry->d_name);
+        if (thread && !hasEnded(*thread)) {
+            return false;
+        }
+    }
+    return threads != nullptr;
 }
 
 bool ProcFs::sharesMounts(pid_t pid) const {

@@ -50,6 +50,13 @@ public:
     std::optional<std::string> executableClaim(pid_t pid) const;
     /// Whether it can be looked at: its executable, descriptors and folders.
     bool isReadable(pid_t pid) const;
+    /// A process goes on without its first thread, and then shows its files, arguments and
+    /// descriptors under the others' ids only: one of these. Nothing as long as the first one
+    /// lives.
+    std::optional<pid_t> survivingThread(pid_t pid) const;
+    /// Whether it has ended, though not collected: no thread of it runs any more. False for one
+    /// that isn't there at all.
+    bool hasOnlyEndedThreads(pid_t pid) const;
     /// Whether it sees the same mounts as this program; false when that may not be read.
     bool sharesMounts(pid_t pid) const;
 
