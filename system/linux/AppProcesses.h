@@ -24,12 +24,6 @@ public:
     /// To look at chosen processes in a row. The names and this outlive it.
     AppSearch search(const AppIdentity& app) const;
     const ProcFs& proc() const { return proc_; }
-    /// The same once more.
-    std::vector<pid_t> possible(const AppIdentity& app) const { return of(app); }
-    /// Whether it is another app's at this moment: not of one that can't be named.
-    bool isOfAnother(pid_t pid, const AppIdentity& app) const {
-        return search(app).isOfAnother(pid);
-    }
     /// Whether the process is the app's at this moment.
     bool isOf(pid_t pid, const AppIdentity& app) const;
 

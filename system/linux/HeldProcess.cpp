@@ -1,5 +1,7 @@
 #include "system/linux/HeldProcess.h"
 
+#include "system/linux/ProcFs.h"
+
 #include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -32,8 +34,17 @@ HeldProcess& HeldProcess::operator=(HeldProcess&& other) noexcept {
 }
 
 bool HeldProcess::isGone() const {
+    return ends(std::chrono::milliseconds(0));
+}
+
+bool HeldProcess::ends(std::chrono::milliseconds patience) const {
     pollfd end{.fd = descriptor_, .events = POLLIN, .revents = 0};
-    return ::poll(&end, 1, 0) == 1 && (end.revents & POLLIN) != 0;
+    if (::poll(&end, 1, static_cast<int>(patience.count())) == 1 && (end.revents & POLLIN) != 0) {
+        return true;
+    }
+    // A debugger keeps the threads of what it watches until it has seen them end, and the kernel
+    // doesn't call that an end. Nobody has collected it, so the process id is still its.
+    return ProcFs().hasOnlyEndedThreads(pid_);
 }
 
 bool HeldProcess::signal(int number) const {

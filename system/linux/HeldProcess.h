@@ -4,13 +4,15 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <optional>
 
 namespace velmoran {
 
 class HeldProcess {
 public:
-    /// Whoever has that process id now. Nothing if there is none, or no descriptor to be had.
+    /// Whoever has that process id now. Nothing if there is none, or no descriptor to be had; errno
+    /// says which, as pidfd_open(2) sets it.
     static std::optional<HeldProcess> hold(pid_t pid);
     ~HeldProcess();
     HeldProcess(HeldProcess&& other) noexcept;
@@ -18,10 +20,12 @@ public:
     HeldProcess(const HeldProcess&) = delete;
     HeldProcess& operator=(const HeldProcess&) = delete;
 
-    /// True once it has ended, collected by its parent or not. One that may not be signalled isn't
-    /// gone.
+    /// True once all its threads have ended, collected by whoever watches over them or not. One
+    /// that may not be signalled isn't gone.
     bool isGone() const;
-    /// False if it is gone or may not be signalled.
+    /// The same, waiting that long for it at most.
+    bool ends(std::chrono::milliseconds patience) const;
+    /// False if it is gone or may not be signalled. Number 0 only asks.
     bool signal(int number) const;
     /// Its process id for as long as it isn't gone.
     pid_t pid() const { return pid_; }

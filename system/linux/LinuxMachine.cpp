@@ -3,6 +3,7 @@
 #include "core/stopping/BrowserLinux.h"
 #include "system/AppCloser.h"
 #include "system/ProtectedPrograms.h"
+#include "system/linux/AppCrew.h"
 #include "system/linux/LinuxReadings.h"
 #include "system/linux/LinuxRunningApps.h"
 

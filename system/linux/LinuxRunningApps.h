@@ -8,6 +8,7 @@
 
 #include "system/AppCloser.h"
 #include "system/linux/AppProcesses.h"
+#include "system/linux/NewestProcess.h"
 
 #include <string>
 
@@ -24,9 +25,7 @@ public:
 private:
     const AppProcesses& processes_;
     const std::string display_;
+    const NewestProcess newest_;
 };
-
-/// This process, the one that started it, and so on up to process 1.
-std::vector<pid_t> ownLine(const ProcFs& proc);
 
 } // namespace velmoran

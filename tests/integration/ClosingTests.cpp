@@ -1,12 +1,8 @@
 // Real programs that take being closed in their own ways, closed as a stop closes them. Each is a
 // copy in a folder of the test's own, so that it is an app of its own: nothing else is ever hit.
-#include "support/ChildProcess.h"
+#include "integration/ClosingScene.h"
 #include "support/PrivateSession.h"
-#include "support/RunningProgram.h"
-#include "support/TemporaryDirectory.h"
 #include "system/linux/HeldProcess.h"
-#include "system/linux/LinuxRunningApps.h"
-#include "system/scripted/ScriptedTime.h"
 
 #include <gtest/gtest.h>
 
@@ -23,66 +19,6 @@
 
 namespace velmoran {
 namespace {
-
-using support::waitUntil;
-
-const std::string clients = CLIENT_PROGRAMS;
-
-AppIdentity identity(const std::string& id) {
-    return {.id = id, .name = "x", .bundleID = {}, .path = id, .teamID = {}};
-}
-
-bool isRunning(pid_t pid) {
-    const auto stat = ProcFs().stat(pid);
-    return stat && stat->state != 'Z';
-}
-
-/// A program with the words that it leaves in a file.
-struct Client {
-    std::string log;
-    std::unique_ptr<RunningProgram> program;
-
-    std::string said() const { return support::readFile(log); }
-    bool hasSaid(const std::string& text) const { return said().find(text) != std::string::npos; }
-};
-
-class Closing : public ::testing::Test {
-protected:
-    /// The program `name` under a path that nobody else runs.
-    std::string copyOf(const std::string& name, const std::string& as = "app") const {
-        const auto file = folder.write(as, "", true);
-        std::filesystem::copy_file(name, file, std::filesystem::copy_options::overwrite_existing);
-        return std::filesystem::canonical(file);
-    }
-    Client start(const std::string& file, const std::string& way,
-                 const std::string& argument = "") {
-        const std::string log = folder.path("log" + std::to_string(++clients_));
-        std::vector<std::string> arguments{file, log, way};
-        if (!argument.empty()) {
-            arguments.push_back(argument);
-        }
-        Client client{.log = log, .program = std::make_unique<RunningProgram>(file, arguments)};
-        EXPECT_TRUE(waitUntil([&] { return client.hasSaid("\n"); })) << way;
-        return client;
-    }
-    void close(const std::string& id) {
-        closer.close(identity(id), [this](bool gone) {
-            EXPECT_FALSE(answer) << "one answer only";
-            answer = gone;
-        });
-    }
-
-    TemporaryDirectory folder;
-    LinuxAppNames names{LinuxPlaces::ofThisUser()};
-    AppProcesses processes{names};
-    LinuxRunningApps running{processes, ""};
-    ScriptedTime time;
-    AppCloser closer{running, time};
-    std::optional<bool> answer;
-
-private:
-    int clients_ = 0;
-};
 
 TEST_F(Closing, IsDoneAtOnceWhenNothingOfTheAppRuns) {
     close(copyOf("/bin/sleep"));
@@ -182,44 +118,6 @@ TEST_F(Closing, ReachesTheChildThatIsLeftBehind) {
     EXPECT_EQ(answer, true);
 }
 
-TEST_F(Closing, SaysThatAnAppIsThereThatAlwaysStartsAnother) {
-    const auto app = copyOf(clients + "/hard-to-end");
-    const auto client = start(app, "swarm");
-    close(app);
-    const auto begin = std::chrono::steady_clock::now();
-    while (!answer) {
-        time.advanceTo(
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
-    }
-    // It may be hit in the end. What is said is what is so; one look can miss a process that takes
-    // another's place at that moment.
-    bool isThere = false;
-    for (int look = 0; look < 20; ++look) {
-        const auto left = processes.of(identity(app));
-        isThere = isThere || std::any_of(left.begin(), left.end(), isRunning);
-    }
-    EXPECT_EQ(*answer, !isThere);
-    std::filesystem::remove(client.log);
-    EXPECT_TRUE(waitUntil([&] {
-        const auto last = processes.of(identity(app));
-        return std::none_of(last.begin(), last.end(), isRunning);
-    }));
-}
-
-TEST_F(Closing, FindsAnAppWhoseProcessesTakeEachOthersPlace) {
-    const auto app = copyOf(clients + "/hard-to-end");
-    const auto client = start(app, "relay");
-    int notFound = 0;
-    for (int look = 0; look < 200; ++look) {
-        const auto found = running.find(identity(app));
-        notFound += found.processes.empty() ? 1 : 0;
-    }
-    // One look alone misses it every tenth time and more.
-    EXPECT_LE(notFound, 2);
-    std::filesystem::remove(client.log);
-    EXPECT_TRUE(waitUntil([&] { return running.find(identity(app)).processes.empty(); }));
-}
-
 TEST_F(Closing, SparesAProcessThatHasBecomeAnotherProgram) {
     const auto app = copyOf(clients + "/hard-to-end");
     const auto sleep = copyOf("/bin/sleep", "sleep");
@@ -243,19 +141,6 @@ TEST_F(Closing, NeverEndsItselfNorWhoStartedIt) {
         EXPECT_TRUE(waitUntil([&] { return support::readFile(result).ends_with("\n0\n"); }))
             << id << ": " << support::readFile(result);
     }
-}
-
-/// What a child of this process answers, which isn't root even if this one is.
-int askAsUser(const std::function<int()>& ask) {
-    const pid_t child = fork();
-    if (child == 0) {
-        constexpr uid_t nobody = 65534;
-        const bool isUser = getuid() != 0 || (setgid(nobody) == 0 && setuid(nobody) == 0);
-        _exit(isUser ? ask() : 99);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 98;
 }
 
 TEST_F(Closing, ToHideIsNoWayToEscape) {

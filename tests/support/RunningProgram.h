@@ -31,8 +31,10 @@ public:
         if (posix_spawn(&pid_, file.c_str(), nullptr, nullptr, pointers.data(), environ) != 0) {
             throw std::runtime_error("can't start " + file);
         }
-        // The kernel lets the parent go on before it has laid out the arguments.
-        while (isRunning() && ProcFs().commandLine(pid_).empty()) {
+        // The kernel lets the parent go on before it has laid out the arguments. A program whose
+        // first thread has ended shows none any more.
+        while (isRunning() && ProcFs().commandLine(pid_).empty() &&
+               !ProcFs().survivingThread(pid_)) {
             std::this_thread::yield();
         }
     }

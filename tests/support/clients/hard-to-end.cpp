@@ -1,11 +1,13 @@
 // A program that takes being asked to end in its own way.
-// usage: hard-to-end READY-FILE WAY [PROGRAM]
+// usage: hard-to-end READY-FILE WAY [PROGRAM|MICROSECONDS]
 //   obey    ends
 //   ignore  doesn't hear it
 //   fork    leaves a child of its own that doesn't hear it, and ends
 //   swarm   doesn't hear it, and a child takes its place every 20 milliseconds for as long as
 //           READY-FILE is there
-//   relay   the same every 4 milliseconds, and at no time are there two
+//   relay   the same every MICROSECONDS, and at no time are there two
+//   headless  ends, and its first thread has ended long before
+//   threads  doesn't hear it, and has two threads
 //   turn    becomes PROGRAM, which sleeps
 //   hide    doesn't hear it, and at SIGUSR1 lets nobody look at it any more
 // READY-FILE holds the process id once it is ready; each signal heard adds a line "heard".
@@ -14,8 +16,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <pthread.h>
 #include <string>
 #include <sys/prctl.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -30,9 +36,19 @@ void note(const char* text) {
     }
 }
 
+void noteReady() {
+    note((std::to_string(getpid()) + "\n").c_str());
+}
+
+bool firstThreadHasEnded() {
+    std::ifstream file("/proc/self/stat");
+    const std::string text((std::istreambuf_iterator<char>(file)), {});
+    return text.find(") Z ") != std::string::npos;
+}
+
 void onTerm(int) {
     note("heard\n");
-    if (way == "obey") {
+    if (way == "obey" || way == "headless") {
         _exit(0);
     }
     if (way == "fork") {
@@ -67,11 +83,14 @@ void swarm(const char* readyFile) {
 void relay(const char* readyFile) {
     signal(SIGTERM, SIG_IGN);
     constexpr int most = 50000;
+    const auto pace = static_cast<useconds_t>(std::stoul(program));
     for (int i = 0; i < most && access(readyFile, F_OK) == 0; ++i) {
         if (fork() > 0) {
             _exit(0);
         }
-        usleep(4000);
+        if (pace > 0) {
+            usleep(pace);
+        }
     }
     _exit(0);
 }
@@ -85,7 +104,7 @@ int main(int count, char** arguments) {
     way = arguments[2];
     program = count > 3 ? arguments[3] : "";
     report = open(arguments[1], O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    if (way == "ignore" || way == "hide") {
+    if (way == "ignore" || way == "hide" || way == "threads") {
         signal(SIGTERM, SIG_IGN);
     } else {
         // So that a program that takes this one's place still hears it.
@@ -100,7 +119,22 @@ int main(int count, char** arguments) {
             note("hidden\n");
         });
     }
-    note((std::to_string(getpid()) + "\n").c_str());
+    if (way == "headless" || way == "threads") {
+        std::thread([] {
+            while (way == "headless" && !firstThreadHasEnded()) {
+                usleep(100);
+            }
+            noteReady();
+            for (;;) {
+                pause();
+            }
+        }).detach();
+        if (way == "headless") {
+            pthread_exit(nullptr);
+        }
+    } else {
+        noteReady();
+    }
     if (way == "swarm") {
         swarm(arguments[1]);
     }

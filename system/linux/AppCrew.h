@@ -1,0 +1,85 @@
+// All processes of one app, those that come while it is being closed among them, held by the
+// kernel's descriptors. Owned by what runs of the app, for as long as it is being closed; one
+// thread.
+//
+// That nobody is left is said only when it is certain, as far as the kernel lets one know: after
+// all processes were looked through, those that were started meanwhile are looked at by their ids,
+// until nothing was started any more. A program whose processes take each other's place has to
+// start the next one, and is caught at that.
+//
+// Whose processes count: those of this program's own user; and of another user who has a process
+// that was named as the app when it used something. If there is neither, those of all users: then
+// one of them must be what the user wants to see closed.
+#pragma once
+
+#include "system/linux/AppProcesses.h"
+#include "system/linux/HeldProcess.h"
+#include "system/linux/NewestProcess.h"
+
+#include <set>
+#include <vector>
+
+namespace velmoran {
+
+class AppCrew {
+public:
+    /// So many are held at once, or half of what this program may open if that is less; the others'
+    /// turn comes once these are gone.
+    static constexpr std::size_t mostHeld = 400;
+
+    /// Both outlive it.
+    AppCrew(const AppProcesses& processes, const NewestProcess& newest, AppIdentity app);
+
+    /// Nothing of the app ran when this was made.
+    bool hasNobody() const { return hasNobody_; }
+    std::vector<pid_t> pids() const;
+
+    bool knownAreGone() const;
+    /// Looks for others once all that are known have gone; they are sent what those were sent. Says
+    /// no while there is doubt: it is asked again.
+    bool isGone();
+
+    void askToEnd();
+    void kill();
+    void killKnown();
+    /// A process that was stopped reads no request until it runs again.
+    void wakeStopped() const;
+
+private:
+    enum class Stage { found, asked, forced };
+    enum class Sight {
+        nobody,   ///< nothing to be seen under that id
+        lost,     ///< it was of the app, and ended or changed before it was held
+        noMatter, ///< another app's, held already, or to be spared
+        taken
+    };
+
+    void findUsers(AppSearch& search);
+    bool lookAround();
+    bool lookRepeatedly(AppSearch& search);
+    bool follow(pid_t from, AppSearch& search);
+    bool takeInAll(AppSearch& search);
+    Sight takeIn(pid_t pid, AppSearch& search);
+    bool counts(const HeldProcess& process);
+    void dropOthers();
+    void send(const HeldProcess& process) const;
+    bool waitForKnown() const;
+
+    const AppProcesses& processes_;
+    const NewestProcess& newest_;
+    const AppIdentity app_;
+    std::vector<HeldProcess> held_;
+    std::set<uid_t> users_;
+    std::vector<pid_t> spared_;
+    Stage stage_ = Stage::found;
+    const std::size_t mostHeldHere_;
+    bool allUsersCount_ = false;
+    bool hasStrangers_ = false; ///< of users who don't count
+    bool hasMore_ = false;      ///< than could be held
+    bool hasNobody_ = false;
+};
+
+/// This process, the one that started it, and so on up to process 1.
+std::vector<pid_t> ownLine(const ProcFs& proc);
+
+} // namespace velmoran
