@@ -96,6 +96,12 @@ QDialog* makeWindow(const BrowserQuestion& question) {
     return dialog;
 }
 
+void bringToFront(QDialog& window) {
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.raise();
+    window.activateWindow();
+}
+
 BrowserAnswer answerOf(int result) {
     return result == closing   ? BrowserAnswer::close
            : result == keeping ? BrowserAnswer::keep
@@ -109,9 +115,9 @@ BrowserDialog::BrowserDialog() = default;
 BrowserDialog::~BrowserDialog() {
     if (window_) {
         window_->disconnect();
-        // Not later: the program may be at its end.
-        delete window_.release();
     }
+    // Not later: the program may be at its end.
+    delete leaving_.data();
 }
 
 ShownQuestion BrowserDialog::ask(const BrowserQuestion& question, const Answer& answer) {
@@ -124,17 +130,11 @@ ShownQuestion BrowserDialog::ask(const BrowserQuestion& question, const Answer& 
     QObject::connect(window_.get(), &QDialog::finished, window_.get(), [this, answer](int result) {
         // A copy: the answer may bring the next question.
         const auto tell = answer;
-        window_.reset();
+        leave();
         tell(answerOf(result));
     });
     window_->open();
     raise();
-    // A window manager that was busy with its mapping may have let the first request fall.
-    QTimer::singleShot(secondRequest, window_.get(), [this] {
-        if (!window_->isActiveWindow()) {
-            raise();
-        }
-    });
     const auto ifShown = [this, window = QPointer(window_.get())](auto action) {
         return [this, window, action] {
             if (window && window == window_.get()) {
@@ -142,17 +142,30 @@ ShownQuestion BrowserDialog::ask(const BrowserQuestion& question, const Answer& 
             }
         };
     };
-    return {.raise = ifShown([this] { raise(); }), .shown = Subscription(ifShown([this] {
-                                                       window_->disconnect();
-                                                       window_->hide();
-                                                       window_.reset();
-                                                   }))};
+    return {.raise = ifShown([this] { raise(); }),
+            .shown = Subscription(ifShown([this] { takeBack(); }))};
 }
 
 void BrowserDialog::raise() {
-    window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
-    window_->raise();
-    window_->activateWindow();
+    bringToFront(*window_);
+    // A window manager that was busy with its mapping may have let the first request fall.
+    QTimer::singleShot(secondRequest, window_.get(), [window = window_.get()] {
+        if (window->isVisible() && !window->isActiveWindow()) {
+            bringToFront(*window);
+        }
+    });
+}
+
+void BrowserDialog::takeBack() {
+    window_->disconnect();
+    window_->hide();
+    leave();
+}
+
+/// Deleted later, since the window may be at work.
+void BrowserDialog::leave() {
+    leaving_ = window_.release();
+    leaving_->deleteLater();
 }
 
 } // namespace velmoran

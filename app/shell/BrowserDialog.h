@@ -6,6 +6,7 @@
 #include "app/model/StopQuestion.h"
 
 #include <QDialog>
+#include <QPointer>
 #include <functional>
 #include <memory>
 
@@ -32,10 +33,11 @@ public:
 
 private:
     void raise();
-    struct Later {
-        void operator()(QDialog* dialog) const { dialog->deleteLater(); }
-    };
-    std::unique_ptr<QDialog, Later> window_;
+    void takeBack();
+    void leave();
+
+    std::unique_ptr<QDialog> window_;
+    QPointer<QDialog> leaving_; ///< answered or taken back, and soon deleted
 };
 
 } // namespace velmoran

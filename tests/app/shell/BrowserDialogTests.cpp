@@ -158,6 +158,17 @@ TEST_F(BrowserDialogTest, GoesWithoutAnAnswerWhenItIsTakenBack) {
     EXPECT_EQ(dialog.window(), nullptr);
 }
 
+TEST_F(BrowserDialogTest, LeavesNothingBehindThatComesLater) {
+    QPointer<QDialog> window;
+    {
+        BrowserDialog gone;
+        auto question = gone.ask({.browsers = {"Firefox"}, .keepOffered = true}, [](auto) {});
+        window = gone.window();
+        question.shown.reset();
+    }
+    EXPECT_FALSE(window) << "it would ask for the focus in a moment";
+}
+
 TEST_F(BrowserDialogTest, TakingBackAnAnsweredQuestionLeavesTheNextOne) {
     ask({.browsers = {"Firefox"}, .keepOffered = false});
     auto first = std::move(shown);
