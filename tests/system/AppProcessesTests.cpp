@@ -112,6 +112,45 @@ TEST_F(AppProcessesTest, OneScriptIsNotAnother) {
     EXPECT_EQ(of(python), Pids{13});
 }
 
+TEST_F(AppProcessesTest, OneScriptIsNotWhatLiesThereForAnotherProcess) {
+    const auto python = world.program("usr/bin/python3.11");
+    const auto script = world.program("home/u/tool.py", "#!/usr/bin/python3\n");
+    world.program("sandbox" + script, "#!/usr/bin/python3\n");
+    world.proc.add(10, {.executable = python, .arguments = {"python3", script}});
+    world.proc.add(
+        11,
+        {.executable = python, .arguments = {"python3", script}, .root = world.path("sandbox")});
+    world.proc.add(12, {.executable = python, .arguments = {"python3", script}});
+    EXPECT_EQ(of(script), (Pids{10, 12}));
+}
+
+TEST_F(AppProcessesTest, AreLookedAtAnewWheneverTheyAreAskedFor) {
+    const auto tool = world.program("usr/bin/recorder");
+    const auto other = world.program("usr/bin/other");
+    world.proc.add(10, {.executable = tool});
+    const AppProcesses processes(names(), world.proc.fs());
+    EXPECT_EQ(processes.of(identity(tool)), Pids{10});
+    auto search = processes.search(identity(tool));
+    EXPECT_EQ(search.look(10), AppSearch::Answer::ofApp);
+    world.proc.exec(10, other);
+    EXPECT_EQ(processes.of(identity(tool)), Pids{});
+    EXPECT_EQ(search.look(10), AppSearch::Answer::other);
+    EXPECT_TRUE(search.isOfAnother(10));
+    EXPECT_EQ(search.look(11), AppSearch::Answer::nobody);
+    EXPECT_FALSE(search.isOfAnother(11));
+}
+
+TEST_F(AppProcessesTest, AScriptWhoseArgumentsAreNotThereYetIsNobodyYet) {
+    const auto python = world.program("usr/bin/python3.11");
+    const auto script = world.program("home/u/tool.py", "#!/usr/bin/python3\n");
+    world.proc.add(10, {.executable = python});
+    const AppProcesses processes(names(), world.proc.fs());
+    auto search = processes.search(identity(script));
+    EXPECT_EQ(search.look(10), AppSearch::Answer::nobody);
+    world.proc.add(10, {.executable = python, .arguments = {"python3", script}});
+    EXPECT_EQ(search.look(10), AppSearch::Answer::ofApp);
+}
+
 /// The sieve must let through whatever the names give to an app, of every kind there is.
 TEST_F(AppProcessesTest, AreAllThatTheNamesGiveToTheApp) {
     installBrowser();
