@@ -176,11 +176,15 @@ public:
 /// All microphones of the machine at once.
 class Microphones {
 public:
+    using Answer = std::function<void(const MuteOutcome&)>;
+
     virtual ~Microphones() = default;
     /// Mutes or unmutes every device with input, by its switch, else by its volume. Doesn't block;
     /// calls take effect in their order. `done` is called once, in the call or later and then on
-    /// any thread, within two seconds whatever the sound server does. Main thread.
-    virtual void setMuted(bool muted, std::function<void(const MuteOutcome&)> done) = 0;
+    /// any thread, within two seconds whatever the sound server does. A server that is silent or
+    /// away until then gets the last call's wish when it speaks again; if a device then is as
+    /// wanted after all, `late`, which may be empty, is called once on any thread. Main thread.
+    virtual void setMuted(bool muted, Answer done, Answer late) = 0;
     /// `arrived` is called on any thread whenever a device with input has appeared, for as long as
     /// the handle is kept; not for those that are there already. Main thread.
     [[nodiscard]] virtual Subscription onArrival(std::function<void()> arrived) = 0;

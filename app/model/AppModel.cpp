@@ -20,7 +20,12 @@ AppModel::AppModel(ModelSurroundings surroundings)
       coalescer_(noticeWindow),
       muter_(std::make_unique<SystemMuter>(
           surroundings.machine, surroundings.scheduler,
-          [this](const MuteOutcome& outcome, bool stands) { noteMute(outcome, stands); })),
+          SystemMuter::Report{.answered = [this](const MuteOutcome& outcome,
+                                                 bool stands) { noteMute(outcome, stands); },
+                              .tookEffect =
+                                  [this](const MuteOutcome& outcome) {
+                                      noteLateMute(outcome);
+                                  }})),
       closer_(std::make_unique<SystemCloser>(
           surroundings.machine.makeCloser(surroundings.scheduler),
           [this](const AppIdentity& app, bool gone) { onAppClosed(app, gone); })),

@@ -169,6 +169,7 @@ private:
     void run(const Stopping& stopping, std::function<void()> retry);
     void finishStop(const StopResult& answer, const std::function<void()>& retry);
     void noteMute(const MuteOutcome& outcome, bool stands);
+    void noteLateMute(const MuteOutcome& outcome);
     StopResult withMuteAsItIs(StopResult result) const;
     void startMuteKeeper(bool told);
     void muteMicrophones(bool muted, bool told);
@@ -197,7 +198,8 @@ private:
     StopQuestion question_;
     std::vector<UsageSession> endedInStop_; ///< while a stop is under way
     bool isSampling_ = false;
-    bool sampleAgain_ = false; ///< something has changed since the sampling began
+    bool sampleAgain_ = false;            ///< something has changed since the sampling began
+    std::optional<MuteOutcome> lateMute_; ///< of the stop that is under way, or was last
     Subscription muteKeeper_;
     Subscription microphoneArrivals_;
     Subscription connectionTimer_;

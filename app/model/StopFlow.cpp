@@ -111,6 +111,7 @@ void AppModel::askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep
 
 void AppModel::run(const Stopping& stopping, std::function<void()> retry) {
     isStopping.set(true);
+    lateMute_.reset();
     stopping(
         [this, alive = std::weak_ptr(alive_), retry = std::move(retry)](const StopResult& result) {
             if (!alive.expired()) {
@@ -161,9 +162,20 @@ void AppModel::noteMute(const MuteOutcome& outcome, bool stands) {
     onMicrophonesMuted(true, outcome);
 }
 
-/// What a stop says of the microphone when it is over: the mute has come first, and the user can
-/// have undone it since.
+// What counts is what the microphones are: a mute that came late stands like any other.
+void AppModel::noteLateMute(const MuteOutcome& outcome) {
+    lateMute_ = outcome;
+    noteMute(outcome, true);
+    startMuteKeeper(false);
+}
+
+/// What a stop says of the microphone when it is over: the mute has come first, and since then it
+/// can have taken effect late, or the user can have undone it.
 StopResult AppModel::withMuteAsItIs(StopResult result) const {
+    if (result.microphoneMuted == false && lateMute_) {
+        result.microphoneMuted = true;
+        result.unmutableMicrophones = lateMute_->unmutable;
+    }
     if (result.microphoneMuted == true && !*settings.microphoneMuted) {
         result.microphoneMuted.reset();
         result.unmutableMicrophones.clear();
@@ -191,8 +203,9 @@ void AppModel::muteMicrophones(bool muted, bool told) {
         onMicrophonesMuted(muted, outcome);
     };
     around_.machine.microphones().setMuted(
-        muted, [told, report, alive = std::weak_ptr(alive_),
-                &scheduler = around_.scheduler](const MuteOutcome& outcome) {
+        muted,
+        [told, report, alive = std::weak_ptr(alive_),
+         &scheduler = around_.scheduler](const MuteOutcome& outcome) {
             if (!told) {
                 return;
             }
@@ -201,7 +214,8 @@ void AppModel::muteMicrophones(bool muted, bool told) {
                     report(outcome);
                 }
             });
-        });
+        },
+        {}); // what comes late is what the setting says already
 }
 
 } // namespace velmoran

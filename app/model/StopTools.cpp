@@ -12,16 +12,27 @@ SystemMuter::SystemMuter(Machine& machine, Scheduler& scheduler, Report report)
 }
 
 void SystemMuter::mute(std::function<void(const MuteOutcome&)> done) {
-    machine_.microphones().setMuted(true, [weak = std::weak_ptr(shared_), &scheduler = scheduler_,
-                                           undone = shared_->undone,
-                                           done = std::move(done)](const MuteOutcome& outcome) {
-        scheduler.post([weak, undone, done, outcome] {
-            if (const auto shared = weak.lock()) {
-                shared->report(outcome, shared->undone == undone);
-                done(outcome);
-            }
-        });
-    });
+    const auto onMain = [weak = std::weak_ptr(shared_), &scheduler = scheduler_](auto tell) {
+        return [weak, &scheduler, tell](const MuteOutcome& outcome) {
+            scheduler.post([weak, tell, outcome] {
+                if (const auto shared = weak.lock()) {
+                    tell(*shared, outcome);
+                }
+            });
+        };
+    };
+    const auto answered = [undone = shared_->undone, done = std::move(done)](
+                              const Shared& shared, const MuteOutcome& outcome) {
+        shared.report.answered(outcome, shared.undone == undone);
+        done(outcome);
+    };
+    const auto tookEffect = [undone = shared_->undone](const Shared& shared,
+                                                       const MuteOutcome& outcome) {
+        if (shared.undone == undone) {
+            shared.report.tookEffect(outcome);
+        }
+    };
+    machine_.microphones().setMuted(true, onMain(answered), onMain(tookEffect));
 }
 
 SystemCloser::SystemCloser(std::unique_ptr<AppClosing> closer, Report report)

@@ -14,8 +14,12 @@ namespace velmoran {
 /// Answers on the main thread, or not at all when it is gone by then.
 class SystemMuter final : public MicrophoneMuting {
 public:
-    /// `stands` is false when the mute was undone before its answer came.
-    using Report = std::function<void(const MuteOutcome&, bool stands)>;
+    struct Report {
+        /// `stands` is false when the mute was undone before its answer came.
+        std::function<void(const MuteOutcome&, bool stands)> answered;
+        /// A mute that was answered as failed has taken effect and stands.
+        std::function<void(const MuteOutcome&)> tookEffect;
+    };
 
     /// Both outlive this.
     SystemMuter(Machine& machine, Scheduler& scheduler, Report report);

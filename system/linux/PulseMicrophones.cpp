@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include <pulse/error.h>
+
 namespace velmoran {
 
 namespace {
@@ -13,6 +15,13 @@ namespace {
 // A device obeys within some milliseconds; what others set later is theirs.
 constexpr std::chrono::milliseconds insistence{500};
 constexpr int mostRepeats = 3;
+// One that is plugged in may get its stored mute only some moments later.
+constexpr std::chrono::milliseconds restoration{1000};
+
+// libpulse gives a question up after 30 seconds; the server may still do what it was told.
+bool hasTimedOut(pa_context* context, bool success) {
+    return !success && pa_context_errno(context) == PA_ERR_TIMEOUT;
+}
 
 } // namespace
 
@@ -52,6 +61,11 @@ public:
         }
         const auto channels =
             microphones_.volumes_.at(volume, found.source->serverName, found.source->volume);
+        if (call_->muted && found.write->isFirstMute &&
+            pa_cvolume_is_muted(&found.source->volume) != 0) {
+            found.write->isFirstMute = false;
+            microphones_.mutedHere_.erase(found.write->place);
+        }
         found.write->byVolume = true;
         found.write->success.reset();
         found.write->operation = pa_context_set_source_volume_by_index(
@@ -103,42 +117,42 @@ PulseMicrophones::PulseMicrophones(PulseConnection& connection)
 
 PulseMicrophones::~PulseMicrophones() {
     connection_.use([this](pa_context*) {
-        for (auto& call : calls_) {
-            std::for_each(call.writes.begin(), call.writes.end(), forget);
-            if (call.alarm) {
-                connection_.freeAlarm(call.alarm);
-            }
+        while (!calls_.empty()) {
+            drop(calls_.front());
         }
-        calls_.clear();
     });
     connection_.remove(*this);
     const std::lock_guard lock(arrivals_->mutex);
     arrivals_->receivers.clear();
 }
 
-void PulseMicrophones::setMuted(bool muted, std::function<void(const MuteOutcome&)> done) {
-    bool hasServer = false;
+void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
     connection_.use([&](pa_context* context) {
-        hasServer = context && (isListing_ || !sources_.empty());
-        owesUnmute_ = !context && !muted;
-        if (!hasServer) {
+        // A call that still waits for the server is overtaken by this one.
+        for (auto next = calls_.begin(); next != calls_.end();) {
+            auto& before = *next++;
+            if (!before.only && !before.done) {
+                drop(before);
+            }
+        }
+        auto& call = calls_.emplace_back(*this, muted);
+        call.done = std::move(done);
+        call.late = std::move(late);
+        if (!context) {
+            answer(call);
             return;
         }
-        auto& call = calls_.emplace_back(*this, muted, std::move(done));
         call.alarm = connection_.alarm(
             bound,
             [](pa_mainloop_api*, pa_time_event*, const timeval*, void* data) {
-                auto& late = *static_cast<Call*>(data);
-                late.microphones.finish(late);
+                auto& overdue = *static_cast<Call*>(data);
+                overdue.microphones.overdue(overdue);
             },
             &call);
         if (!isListing_) {
             begin(context, call);
         }
     });
-    if (!hasServer) {
-        done({});
-    }
 }
 
 Subscription PulseMicrophones::onArrival(std::function<void()> arrived) {
@@ -163,7 +177,13 @@ void PulseMicrophones::connected(pa_context* context) {
         context,
         [](pa_context* server, const pa_source_info* info, int end, void* data) {
             auto* self = static_cast<PulseMicrophones*>(data);
-            end == 0 ? self->take(server, *info) : self->listed(server);
+            if (end == 0) {
+                self->take(server, *info);
+            } else if (hasTimedOut(server, end > 0)) {
+                self->connected(server);
+            } else {
+                self->listed(server);
+            }
         },
         this);
     isListing_ = question != nullptr;
@@ -171,13 +191,18 @@ void PulseMicrophones::connected(pa_context* context) {
 }
 
 void PulseMicrophones::disconnected() {
-    sources_.clear();
     isListing_ = false;
-    while (!calls_.empty()) {
-        // The one who unmutes doesn't do it again.
-        owesUnmute_ = !calls_.front().muted;
-        finish(calls_.front());
+    for (auto next = calls_.begin(); next != calls_.end();) {
+        auto& call = *next++;
+        answer(call);
+        if (call.only || !isLast(call)) {
+            drop(call);
+        } else {
+            forgetWrites(call);
+            call.begun = false;
+        }
     }
+    sources_.clear();
 }
 
 void PulseMicrophones::changed(pa_context* context, pa_subscription_event_type_t event,
@@ -194,6 +219,7 @@ void PulseMicrophones::changed(pa_context* context, pa_subscription_event_type_t
             if (end == 0) {
                 self->take(server, *info);
             } else if (!self->isListing_ && std::exchange(self->hasArrived_, false)) {
+                self->beginWaiting(server);
                 self->tellArrival();
             }
         },
@@ -212,10 +238,20 @@ void PulseMicrophones::take(pa_context* context, const pa_source_info& info) {
     }
     source.port = info.active_port ? info.active_port->name : "";
     source.volume = info.volume;
-    insist(context, info.index, info.mute != 0);
+    source.isMuted = info.mute != 0;
+    insist(context, info.index, source.isMuted);
     auto& known = sources_[info.index];
-    hasArrived_ = hasArrived_ || known.serverName.empty() || known.port != source.port;
+    const bool hasArrived = known.serverName.empty() || known.port != source.port;
     known = std::move(source);
+    if (!hasArrived) {
+        return;
+    }
+    hasArrived_ = true;
+    if (!isMuteWanted_ && mutedHere_.contains({known.serverName, known.port})) {
+        auto& call = calls_.emplace_back(*this, false);
+        call.only = info.index;
+        begin(context, call);
+    }
 }
 
 // PipeWire leaves out a write that it takes for needless by what it last heard of the device: a
@@ -238,18 +274,7 @@ void PulseMicrophones::insist(pa_context* context, std::uint32_t index, bool isM
 
 void PulseMicrophones::listed(pa_context* context) {
     isListing_ = false;
-    if (std::exchange(owesUnmute_, false)) {
-        calls_.emplace_front(*this, false, [](const MuteOutcome&) {});
-    }
-    std::vector<Call*> waiting;
-    for (auto& call : calls_) {
-        if (!call.begun) {
-            waiting.push_back(&call);
-        }
-    }
-    for (auto* call : waiting) {
-        begin(context, *call);
-    }
+    beginWaiting(context);
     if (std::exchange(hasArrived_, false)) {
         tellArrival();
     }
@@ -270,13 +295,43 @@ void PulseMicrophones::tellArrival() {
 
 // MARK: - The calls
 
+bool PulseMicrophones::isMuted(std::uint32_t index, const Source& source) const {
+    const auto wish = wishes_.find(index);
+    return wish != wishes_.end() && std::chrono::steady_clock::now() <= wish->second.end
+               ? wish->second.muted // the mirror may not have it yet
+               : source.isMuted;
+}
+
+void PulseMicrophones::beginWaiting(pa_context* context) {
+    std::vector<Call*> waiting;
+    for (auto& call : calls_) {
+        // A server that has just come has its sources only a moment later.
+        if (!call.begun && (call.done || !sources_.empty())) {
+            waiting.push_back(&call);
+        }
+    }
+    for (auto* call : waiting) {
+        begin(context, *call);
+    }
+}
+
 void PulseMicrophones::begin(pa_context* context, Call& call) {
     call.begun = true;
+    if (!call.only && !(call.muted && sources_.empty())) {
+        isMuteWanted_ = call.muted;
+    }
     for (const auto& [index, source] : sources_) {
+        if (call.only && *call.only != index) {
+            continue;
+        }
+        auto& write = call.writes.emplace_back(call, index, source);
+        if (call.muted && !isMuted(index, source)) {
+            write.isFirstMute = mutedHere_.insert(write.place).second;
+        }
         wishes_[index] = {.muted = call.muted,
-                          .end = std::chrono::steady_clock::now() + insistence,
+                          .end = std::chrono::steady_clock::now() +
+                                 (call.only ? restoration : insistence),
                           .repeats = 0};
-        auto& write = call.writes.emplace_back(call, index, source.name);
         write.operation = pa_context_set_source_mute_by_index(
             context, index, call.muted ? 1 : 0,
             [](pa_context* server, int success, void* data) {
@@ -292,9 +347,25 @@ void PulseMicrophones::begin(pa_context* context, Call& call) {
 }
 
 void PulseMicrophones::answered(pa_context* context, Write& write, bool success) {
+    auto& call = write.call;
+    if (hasTimedOut(context, success)) {
+        // Only a new question has an answer that can still be heard.
+        forgetWrites(call);
+        begin(context, call);
+        return;
+    }
     write.success = success;
     forget(write);
-    proceed(context, write.call);
+    if (success && !call.muted && !isMuteWanted_) {
+        mutedHere_.erase(write.place);
+    }
+    // The device obeys from now on, however long the server has slept.
+    if (const auto wish = wishes_.find(write.index);
+        wish != wishes_.end() && wish->second.muted == call.muted) {
+        wish->second.end =
+            std::max(wish->second.end, std::chrono::steady_clock::now() + insistence);
+    }
+    proceed(context, call);
 }
 
 void PulseMicrophones::proceed(pa_context* context, Call& call) {
@@ -322,21 +393,66 @@ void PulseMicrophones::proceed(pa_context* context, Call& call) {
 
 // Takes it off the list and gives its answer, with the lock held.
 void PulseMicrophones::finish(Call& call) {
+    const auto reached = outcome(call);
+    for (const auto& write : call.writes) {
+        if (write.isFirstMute && write.success == false) {
+            mutedHere_.erase(write.place);
+        }
+    }
+    const bool isLate = !call.done;
+    const auto tell = std::move(isLate ? call.late : call.done);
+    drop(call);
+    if (tell && (!isLate || reached.mutedCount > 0)) {
+        tell(reached);
+    }
+}
+
+void PulseMicrophones::overdue(Call& call) {
+    answer(call);
+    if (!isLast(call)) {
+        drop(call);
+    }
+}
+
+void PulseMicrophones::answer(Call& call) {
+    if (call.alarm) {
+        connection_.freeAlarm(std::exchange(call.alarm, nullptr));
+    }
+    if (const auto done = std::exchange(call.done, nullptr)) {
+        done(outcome(call));
+    }
+}
+
+/// What it wants isn't overtaken by another call to all sources.
+bool PulseMicrophones::isLast(const Call& call) const {
+    const auto last =
+        std::find_if(calls_.rbegin(), calls_.rend(), [](const Call& each) { return !each.only; });
+    return last != calls_.rend() && &*last == &call;
+}
+
+MuteOutcome PulseMicrophones::outcome(const Call& call) const {
     MuteOutcome outcome;
-    for (auto& write : call.writes) {
+    for (const auto& write : call.writes) {
         if (write.success == true) {
             ++outcome.mutedCount;
         } else if (!write.success || sources_.contains(write.index)) {
             outcome.unmutable.push_back(write.name);
         }
-        forget(write);
     }
+    return outcome;
+}
+
+void PulseMicrophones::drop(Call& call) {
+    forgetWrites(call);
     if (call.alarm) {
         connection_.freeAlarm(call.alarm);
     }
-    const auto done = std::move(call.done);
     calls_.remove_if([&](const Call& one) { return &one == &call; });
-    done(outcome);
+}
+
+void PulseMicrophones::forgetWrites(Call& call) {
+    std::for_each(call.writes.begin(), call.writes.end(), forget);
+    call.writes.clear();
 }
 
 void PulseMicrophones::forget(Write& write) {

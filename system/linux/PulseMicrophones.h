@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -25,9 +26,11 @@ namespace velmoran {
 
 /// Sources are mirrored from what the server announces, so that a call needs to ask for nothing.
 /// The server takes the writes of two calls in the order of the calls, however long it sleeps in
-/// between. A call while it is away finds no device; if that was an unmute, it is made up for when
-/// the server is back, since nobody repeats it. When this object goes, answers that are still due
-/// are not given any more.
+/// between. The last call waits for a server that sleeps or is away: when it is back and has a
+/// source, the wish is carried out. Session managers keep the mute of a device that is unplugged
+/// and give it back with it: a source that was muted here is unmuted when it comes back after an
+/// unmute, but not one that was muted before. When this object goes, answers that are still due are
+/// not given any more.
 class PulseMicrophones final : public Microphones, private PulseConnection::Listener {
 public:
     /// After that long, devices that the server hasn't answered for count as not muted.
@@ -36,7 +39,7 @@ public:
     explicit PulseMicrophones(PulseConnection& connection);
     ~PulseMicrophones() override;
 
-    void setMuted(bool muted, std::function<void(const MuteOutcome&)> done) override;
+    void setMuted(bool muted, Answer done, Answer late) override;
     /// A source that changes to another port (a headset in the jack) counts as one that appeared.
     Subscription onArrival(std::function<void()> arrived) override;
 
@@ -46,7 +49,10 @@ private:
         std::string name; ///< to show
         std::string port; ///< the active one; empty without
         pa_cvolume volume{};
+        bool isMuted = false; ///< by its switch
     };
+    /// The server's name of a source, and a port of it: mutes are kept for each port.
+    using Place = std::pair<std::string, std::string>;
     /// What the last call wanted of a source.
     struct Wish {
         bool muted = false;
@@ -56,27 +62,29 @@ private:
     struct Call;
     /// What a call wants of one source.
     struct Write {
-        Write(Call& owner, std::uint32_t source, std::string sourceName)
+        Write(Call& owner, std::uint32_t sourceIndex, const Source& source)
             : call(owner),
-              index(source),
-              name(std::move(sourceName)) {}
+              index(sourceIndex),
+              name(source.name),
+              place(source.serverName, source.port) {}
 
         Call& call;
         std::uint32_t index; ///< the server's
         std::string name;
+        Place place;
+        bool isFirstMute = false; ///< it wasn't muted before
         bool byVolume = false;
         std::optional<bool> success;
         pa_operation* operation = nullptr;
     };
     struct Call {
-        Call(PulseMicrophones& owner, bool wanted, std::function<void(const MuteOutcome&)> answer)
-            : microphones(owner),
-              muted(wanted),
-              done(std::move(answer)) {}
+        Call(PulseMicrophones& owner, bool wanted) : microphones(owner), muted(wanted) {}
 
         PulseMicrophones& microphones;
         bool muted;
-        std::function<void(const MuteOutcome&)> done;
+        Answer done; ///< empty once it was given
+        Answer late;
+        std::optional<std::uint32_t> only; ///< a source that has come back; else all
         bool begun = false;
         std::list<Write> writes; ///< in the order of the server's list
         pa_time_event* alarm = nullptr;
@@ -97,11 +105,19 @@ private:
     void take(pa_context* context, const pa_source_info& info);
     void insist(pa_context* context, std::uint32_t index, bool isMuted);
     void listed(pa_context* context);
+    bool isMuted(std::uint32_t index, const Source& source) const;
+    void beginWaiting(pa_context* context);
     void begin(pa_context* context, Call& call);
     void answered(pa_context* context, Write& write, bool success);
     void proceed(pa_context* context, Call& call);
     void finish(Call& call);
+    void answer(Call& call);
+    void overdue(Call& call);
+    bool isLast(const Call& call) const;
+    MuteOutcome outcome(const Call& call) const;
+    void drop(Call& call);
     void tellArrival();
+    static void forgetWrites(Call& call);
     static void forget(Write& write);
 
     PulseConnection& connection_;
@@ -112,7 +128,8 @@ private:
     std::list<Call> calls_;
     bool isListing_ = false; ///< the first list of this connection is on its way
     bool hasArrived_ = false;
-    bool owesUnmute_ = false;
+    bool isMuteWanted_ = false; ///< by the last call that all sources were told of
+    std::set<Place> mutedHere_; ///< and not unmuted here since, nor muted before
     std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name, over its restarts
     ChannelVolumes volumes_;
     std::unique_ptr<VolumeControls> controls_;

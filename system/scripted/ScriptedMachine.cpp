@@ -105,12 +105,34 @@ void ScriptedMachine::restart() {
     snapshots_ = {};
     mute_ = std::make_unique<MicrophoneMute>(static_cast<InputControls&>(*this));
     arrived_.reset();
+    waiting_.clear();
 }
 
 // MARK: - Microphones and peers
 
-void ScriptedMachine::setMuted(bool muted, std::function<void(const MuteOutcome&)> done) {
-    done(mute_->setMuted(muted));
+void ScriptedMachine::setMuted(bool muted, Answer done, Answer late) {
+    if (!soundServerHangs_) {
+        done(mute_->setMuted(muted));
+        return;
+    }
+    waiting_.emplace_back(muted, std::move(late));
+    MuteOutcome none;
+    for (const auto& input : inputs()) {
+        none.unmutable.push_back(input.name);
+    }
+    done(none);
+}
+
+void ScriptedMachine::setSoundServerHangs(bool hangs) {
+    soundServerHangs_ = hangs;
+    if (hangs || waiting_.empty()) {
+        return;
+    }
+    const auto [muted, late] = std::exchange(waiting_, {}).back();
+    const auto outcome = mute_->setMuted(muted);
+    if (late && outcome.mutedCount > 0) {
+        late(outcome);
+    }
 }
 
 Subscription ScriptedMachine::onArrival(std::function<void()> arrived) {

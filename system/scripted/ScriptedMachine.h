@@ -58,6 +58,8 @@ public:
     void restart();
     /// Somebody plugs a microphone in; `script` has it already.
     void microphoneArrived() const;
+    /// The sound server stops answering; or it wakes up and does what it was told meanwhile.
+    void setSoundServerHangs(bool hangs);
 
     /// How long an app takes to close that the script says nothing of, and how long it takes to
     /// give one up that refuses.
@@ -79,7 +81,7 @@ private:
     bool exists(std::uint32_t objectID) override;
     bool setMuted(bool muted, std::uint32_t objectID) override;
     void playWarning() override;
-    void setMuted(bool muted, std::function<void(const MuteOutcome&)> done) override;
+    void setMuted(bool muted, Answer done, Answer late) override;
     [[nodiscard]] Subscription onArrival(std::function<void()> arrived) override;
     std::vector<Input> inputs() override;
     bool setMuteSwitch(std::uint32_t objectID, bool muted) override;
@@ -92,6 +94,8 @@ private:
     std::unique_ptr<MicrophoneMute> mute_ =
         std::make_unique<MicrophoneMute>(static_cast<InputControls&>(*this));
     std::shared_ptr<std::function<void()>> arrived_; ///< while somebody wants to hear of it
+    bool soundServerHangs_ = false;
+    std::vector<std::pair<bool, Answer>> waiting_; ///< wishes that the server hasn't taken yet
 };
 
 } // namespace velmoran

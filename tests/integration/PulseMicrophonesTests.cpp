@@ -11,6 +11,7 @@
 #include <chrono>
 #include <csignal>
 #include <future>
+#include <map>
 #include <memory>
 #include <ostream>
 
@@ -47,10 +48,10 @@ protected:
         }
     }
     void startPulseAudio() {
-        session_.start("pulse",
-                       {"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
-                        "--exit-idle-time=-1", "--disallow-exit", "-L",
-                        "module-native-protocol-unix", "-L", "module-null-sink sink_name=speaker"});
+        session_.start("pulse", {"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
+                                 "--exit-idle-time=-1", "--disallow-exit", "-L",
+                                 "module-native-protocol-unix", "-L", "module-device-restore", "-L",
+                                 "module-null-sink sink_name=speaker"});
         ASSERT_TRUE(waitUntil([this] {
             return session_.run({"pactl", "info"}).succeeded();
         })) << session_.logs();
@@ -64,12 +65,39 @@ protected:
             const auto tone = session_.file("tone.wav");
             support::writeFile(tone, support::files::tone(std::chrono::minutes(2)));
             run({"pactl", "load-module", "module-null-sink", "sink_name=behind-" + name});
-            run({"pactl", "load-module", "module-remap-source", "source_name=" + name,
-                 "master=behind-" + name + ".monitor"});
+            plugIn(name);
             session_.start("player " + name, {"paplay", "--device=behind-" + name, tone});
         } else {
             session_.addMicrophone(name, name);
         }
+    }
+    /// A microphone that was added and unplugged.
+    void plugIn(const std::string& name) {
+        if (isPulseAudio()) {
+            const auto loaded =
+                session_.run({"pactl", "load-module", "module-remap-source", "source_name=" + name,
+                              "master=behind-" + name + ".monitor"});
+            EXPECT_TRUE(loaded.succeeded()) << loaded.errors;
+            modules_[name] = loaded.output;
+        } else {
+            session_.addMicrophone(name, name);
+        }
+    }
+    void unplug(const std::string& name) {
+        if (isPulseAudio()) {
+            run({"pactl", "unload-module", modules_[name].substr(0, modules_[name].find('\n'))});
+        } else {
+            session_.stop(name);
+        }
+        EXPECT_TRUE(waitUntil([&] {
+            return !session_.run({"pactl", "get-source-mute", name}).succeeded();
+        }));
+    }
+    /// The mute of its last time, before anybody else has had a say.
+    void plugInAsItWas(const std::string& name) {
+        const int before = arrivals_;
+        plugIn(name);
+        EXPECT_TRUE(waitUntil([&] { return arrivals_ > before; }));
     }
     /// One with a left and a right channel.
     void addStereo(const std::string& name) {
@@ -111,10 +139,16 @@ protected:
     std::future<Answer> begin(bool muted) {
         auto promise = std::make_shared<std::promise<Answer>>();
         const auto begun = std::chrono::steady_clock::now();
-        microphones_->setMuted(muted, [promise, begun](const MuteOutcome& outcome) {
-            const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begun;
-            promise->set_value({outcome, passed.count()});
-        });
+        microphones_->setMuted(
+            muted,
+            [promise, begun](const MuteOutcome& outcome) {
+                const std::chrono::duration<double> passed =
+                    std::chrono::steady_clock::now() - begun;
+                promise->set_value({outcome, passed.count()});
+            },
+            [this, muted](const MuteOutcome& outcome) {
+                lateMutes_ += muted ? outcome.mutedCount : 0;
+            });
         return promise->get_future();
     }
     Answer set(bool muted) {
@@ -131,6 +165,8 @@ protected:
     std::unique_ptr<PulseMicrophones> microphones_;
     Subscription arrival_;
     std::atomic<int> arrivals_ = 0;
+    std::atomic<int> lateMutes_ = 0;
+    std::map<std::string, std::string> modules_; ///< PulseAudio's, by the microphone
 };
 
 TEST_P(PulseMicrophonesTest, FallSilentForARealRecorderAndAreHeardAgain) {
@@ -241,10 +277,104 @@ TEST_P(PulseMicrophonesTest, AnswerInTimeWhenTheServerHangsAndObeyInOrderWhenItW
         EXPECT_EQ(got.outcome.unmutable.size(), 1U);
         EXPECT_LT(got.seconds, 2.0);
     }
+    EXPECT_EQ(lateMutes_, 0);
     session_.child("pulse")->signal(SIGCONT);
     EXPECT_TRUE(becomes(true, "mic"));
+    EXPECT_TRUE(waitUntil([&] { return lateMutes_ > 0; }));
     EXPECT_EQ(set(false).outcome.mutedCount, 1);
     EXPECT_TRUE(becomes(false, "mic"));
+    EXPECT_EQ(lateMutes_, 1) << "only the last call's answer counts";
+}
+
+TEST_P(PulseMicrophonesTest, SayNothingOfALateMuteThatWasUndone) {
+    startServer();
+    addMicrophone("mic");
+    connectTo(1);
+    session_.child("pulse")->signal(SIGSTOP);
+    EXPECT_EQ(set(true).outcome.mutedCount, 0);
+    auto unmute = begin(false);
+    session_.child("pulse")->signal(SIGCONT);
+    ASSERT_EQ(unmute.wait_for(support::patience), std::future_status::ready);
+    EXPECT_TRUE(becomes(false, "mic"));
+    EXPECT_EQ(set(false).outcome.mutedCount, 1);
+    EXPECT_EQ(lateMutes_, 0);
+}
+
+TEST_P(PulseMicrophonesTest, MakeUpForAMuteThatNoServerTook) {
+    startServer();
+    addMicrophone("mic");
+    connectTo(1);
+    session_.stop("pulse");
+    ASSERT_TRUE(waitUntil([&] { return set(true).outcome == MuteOutcome{}; }));
+    startServerAgain();
+    if (isPulseAudio()) {
+        EXPECT_EQ(lateMutes_, 0) << "there is no microphone yet";
+        addMicrophone("mic");
+    }
+    EXPECT_TRUE(waitUntil([&] { return lateMutes_ == 1; }));
+    EXPECT_TRUE(becomes(true, "mic"));
+}
+
+TEST_P(PulseMicrophonesTest, AreGivenBackWhenTheyReturnAfterTheUnmute) {
+    startServer();
+    addMicrophone("mic");
+    addMicrophone("headset");
+    connectTo(2);
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    ASSERT_TRUE(becomes(true, "headset"));
+    unplug("headset");
+    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
+    plugInAsItWas("headset");
+    EXPECT_TRUE(becomes(false, "headset"));
+    const Recorder recorder(session_, "headset");
+    EXPECT_TRUE(recorder.hearsSound());
+    // Once: what the user does with it from then on is his own.
+    unplug("headset");
+    plugInAsItWas("headset");
+    run({"pactl", "set-source-mute", "headset", "1"});
+    ASSERT_TRUE(becomes(true, "headset"));
+    unplug("headset");
+    plugInAsItWas("headset");
+    const Recorder another(session_, "headset");
+    EXPECT_TRUE(another.hearsSilence());
+    EXPECT_TRUE(becomes(true, "headset"));
+}
+
+TEST_P(PulseMicrophonesTest, StayMutedWhenTheyReturnUnderTheMute) {
+    startServer();
+    addMicrophone("mic");
+    addMicrophone("headset");
+    connectTo(2);
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    ASSERT_TRUE(becomes(true, "headset"));
+    unplug("headset");
+    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
+    EXPECT_EQ(set(true).outcome, (MuteOutcome{1, {}}));
+    plugInAsItWas("headset");
+    const Recorder recorder(session_, "headset");
+    EXPECT_TRUE(recorder.hearsSilence());
+    EXPECT_TRUE(becomes(true, "headset"));
+    // And again, as often as it goes.
+    unplug("headset");
+    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
+    plugInAsItWas("headset");
+    EXPECT_TRUE(becomes(false, "headset"));
+}
+
+TEST_P(PulseMicrophonesTest, StayAsTheUserHadMutedThemHimself) {
+    startServer();
+    addMicrophone("mic");
+    addMicrophone("headset");
+    run({"pactl", "set-source-mute", "headset", "1"});
+    ASSERT_TRUE(becomes(true, "headset"));
+    connect();
+    ASSERT_TRUE(waitUntil([&] { return set(true).outcome.mutedCount == 2; }));
+    unplug("headset");
+    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
+    plugInAsItWas("headset");
+    const Recorder recorder(session_, "headset");
+    EXPECT_TRUE(recorder.hearsSilence());
+    EXPECT_TRUE(becomes(true, "headset"));
 }
 
 TEST_P(PulseMicrophonesTest, AnswerInTimeWhenTheServerDiesAndTellWhenItIsBack) {

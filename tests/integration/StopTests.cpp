@@ -195,6 +195,29 @@ TEST_F(Stop, EndsWithinItsBoundsWhenTheSoundServerDies) {
     for (const char* part : {"virtual-microphone", "pulse", "wireplumber", "pipewire"}) {
         session_.child(part)->signal(SIGCONT);
     }
+    EXPECT_TRUE(becomes([&] { return isMuted() && *model_->settings.microphoneMuted; }))
+        << "what it was told meanwhile";
+    ASSERT_TRUE(session_.run({"pactl", "set-source-mute", "virtual-microphone", "0"}).succeeded());
+    EXPECT_TRUE(becomes([&] { return isMuted(); })) << "and keeps up";
+    model_->unmuteMicrophone();
+    EXPECT_TRUE(becomes([&] { return !isMuted(); }));
+    EXPECT_FALSE(*model_->settings.microphoneMuted);
+    quit();
+}
+
+TEST_F(Stop, MutesWhenASoundServerThatDiedIsBack) {
+    start();
+    auto& spy = use("spy", {copyOf("graph-client", "spy")});
+    session_.child("pulse")->signal(SIGSTOP);
+    model_->stopEverything();
+    session_.child("pulse")->signal(SIGKILL);
+    ASSERT_TRUE(stopEnds());
+    EXPECT_FALSE(spy.running());
+    ASSERT_NE(card("spy was closed."), nullptr) << told();
+    EXPECT_FALSE(*model_->settings.microphoneMuted);
+    session_.stop("pulse");
+    session_.startPulse();
+    EXPECT_TRUE(becomes([&] { return isMuted() && *model_->settings.microphoneMuted; })) << told();
     quit();
 }
 

@@ -146,7 +146,8 @@ void PrivateSession::addMicrophone(const std::string& name, const std::string& d
     if (!std::filesystem::exists(tone)) {
         writeFile(tone, files::tone(std::chrono::minutes(10)));
     }
-    start(name, {"pw-cat", "-p", "-P",
+    // The role is what the session manager remembers its mute by.
+    start(name, {"pw-cat", "-p", "--media-role", name, "-P",
                  "media.class=Audio/Source node.name=" + name + " node.description=\"" +
                      description + "\"",
                  "--target", "0", tone});
