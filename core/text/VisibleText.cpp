@@ -11,6 +11,11 @@ namespace {
 constexpr UChar32 emptyBraille = 0x2800; // a symbol by its class, without a dot
 
 bool isSeen(UChar32 character) {
+    // Without the tables for what is usual: they would be most of what a waiting program has loaded
+    // of the library.
+    if (character >= 0 && character < 0x80) {
+        return character > ' ' && character != 0x7F;
+    }
     return character < 0 || (u_isgraph(character) && u_charType(character) != U_FORMAT_CHAR &&
                              !u_hasBinaryProperty(character, UCHAR_DEFAULT_IGNORABLE_CODE_POINT) &&
                              character != emptyBraille);

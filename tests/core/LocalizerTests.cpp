@@ -4,7 +4,11 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <rapidcheck/gtest.h>
+#include <string>
 #include <thread>
+#include <unicode/gregocal.h>
+#include <utility>
+#include <vector>
 
 namespace velmoran {
 namespace {
@@ -138,6 +142,51 @@ TEST(Localizer, CountsDaysBackByTheCalendar) {
     // Over the short day of March: an hour less by the clock on the wall.
     constexpr Timestamp monday{796564800};
     EXPECT_EQ(german().daysBefore(monday, 2), monday - 47 * hour);
+}
+
+RC_GTEST_PROP(Localizer, AddsDaysAsACalendarDoes, ()) {
+    const auto zone = *rc::gen::element<std::string>(
+        "UTC", "Europe/Berlin", "America/Sao_Paulo", "America/Havana", "Australia/Lord_Howe",
+        "Pacific/Apia", "Asia/Kathmandu", "Africa/Casablanca");
+    // To the minute, near a change of clocks as often as elsewhere: 1970 to 2040.
+    const auto minute = *rc::gen::inRange(0, 70 * 365 * 24 * 60);
+    const auto days = *rc::gen::inRange(-400, 400);
+    UErrorCode status = U_ZERO_ERROR;
+    icu::GregorianCalendar calendar(
+        icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)), status);
+    calendar.setTime(minute * 60'000.0, status);
+    calendar.add(UCAL_DAY_OF_MONTH, days, status);
+    const auto expected = calendar.getTime(status) / 1000 - secondsFromUnixEpoch;
+    RC_ASSERT(U_SUCCESS(status) != 0);
+
+    const Timestamp time{minute * 60.0 - secondsFromUnixEpoch};
+    RC_ASSERT(Localizer("en_US", zone, {}).addingDays(time, days) == Timestamp{expected});
+}
+
+TEST(Localizer, AddsDaysAsACalendarDoesAtEveryMinuteAroundAChangeOfClocks) {
+    // The zone and a moment within a day of a change, in seconds from 1970: forward and back by an
+    // hour, at midnight, by half an hour, and by a whole day that never was.
+    const std::vector<std::pair<std::string, double>> changes = {
+        {"Europe/Berlin", 1774746000},       {"Europe/Berlin", 1792890000},
+        {"America/Sao_Paulo", 1541300400},   {"America/Sao_Paulo", 1550368800},
+        {"Australia/Lord_Howe", 1791043200}, {"Pacific/Apia", 1325239200},
+    };
+    for (const auto& [zone, change] : changes) {
+        const Localizer localizer("en_US", zone, {});
+        UErrorCode status = U_ZERO_ERROR;
+        icu::GregorianCalendar calendar(
+            icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)), status);
+        for (int minute = -1500; minute <= 1500; ++minute) {
+            for (const int days : {-1, 1, 3}) {
+                const auto from = change + minute * 60.0 - days * 86400.0;
+                calendar.setTime(from * 1000, status);
+                calendar.add(UCAL_DAY_OF_MONTH, days, status);
+                const Timestamp expected{calendar.getTime(status) / 1000 - secondsFromUnixEpoch};
+                ASSERT_EQ(localizer.addingDays({from - secondsFromUnixEpoch}, days), expected)
+                    << zone << ' ' << minute << ' ' << days;
+            }
+        }
+    }
 }
 
 TEST(Localizer, StaysWhereItIsWhenTheCalendarGivesNoDate) {
