@@ -18,6 +18,9 @@ constexpr const char* noSink = "auto_null";
 // When the default is asked for again, after a sink has come or gone: what the server said about it
 // at that moment may be older than the choice, and it need not say so.
 constexpr std::array<Seconds, 2> secondLooks = {0.3, 1.2};
+// And then, as long as the default isn't among the sinks that the server has told of.
+constexpr Seconds laterLooks = 3;
+constexpr std::size_t mostLooks = 20;
 
 std::string textOf(const pa_proplist* properties, const char* key) {
     const char* value = pa_proplist_gets(properties, key);
@@ -89,6 +92,10 @@ void PulseOutputs::preferDefault(const std::string& serverName) {
     connection_.use([&](pa_context*) {
         preferredSink_ = serverName;
         publish();
+        if (context_ && !nextLook_ && !isSettled()) {
+            endLooks();
+            lookAgain();
+        }
     });
 }
 
@@ -99,6 +106,7 @@ void PulseOutputs::onChange(std::function<void()> callback) {
 
 void PulseOutputs::connected(pa_context* context) {
     disconnected();
+    context_ = context;
     askForDefault(context);
     ask(pa_context_get_card_info_list(
         context,
@@ -121,6 +129,7 @@ void PulseOutputs::askForSinks(pa_context* context) {
 }
 
 void PulseOutputs::disconnected() {
+    context_ = nullptr;
     sinks_.clear();
     cards_.clear();
     defaultSink_.clear();
@@ -138,7 +147,7 @@ void PulseOutputs::changed(pa_context* context, pa_subscription_event_type_t eve
         // A default that was chosen before the sink was listed need not be announced again.
         askForDefault(context);
         endLooks();
-        lookAgain(context);
+        lookAgain();
     }
     if (facility == PA_SUBSCRIPTION_EVENT_SINK && isGone) {
         sinks_.erase(index);
@@ -166,22 +175,23 @@ void PulseOutputs::changed(pa_context* context, pa_subscription_event_type_t eve
     }
 }
 
-void PulseOutputs::lookAgain(pa_context* context) {
-    context_ = context;
+void PulseOutputs::lookAgain() {
     nextLook_ = connection_.alarm(
-        secondLooks[looks_++],
+        looks_ < secondLooks.size() ? secondLooks[looks_] : laterLooks,
         [](pa_mainloop_api* loop, pa_time_event* event, const timeval*, void* data) {
             auto* self = static_cast<PulseOutputs*>(data);
             loop->time_free(event);
             self->nextLook_ = nullptr;
-            if (self->looks_ < secondLooks.size()) {
-                self->lookAgain(self->context_);
+            if (self->looks_ < secondLooks.size() ||
+                (!self->isSettled() && self->looks_ < mostLooks)) {
+                self->lookAgain();
             }
             self->askForDefault(self->context_);
             // A sink that has just come may not have been known yet to who announced it.
             self->askForSinks(self->context_);
         },
         this);
+    ++looks_;
 }
 
 void PulseOutputs::endLooks() {
@@ -249,12 +259,18 @@ std::uint32_t PulseOutputs::objectIDOf(const std::string& serverName) {
     return id->second;
 }
 
+bool PulseOutputs::isThere(const std::string& serverName) const {
+    return std::any_of(sinks_.begin(), sinks_.end(),
+                       [&](const auto& each) { return each.second.serverName == serverName; });
+}
+
+bool PulseOutputs::isSettled() const {
+    const auto& wanted = preferredSink_.empty() ? defaultSink_ : preferredSink_;
+    return wanted.empty() || isThere(wanted);
+}
+
 void PulseOutputs::publish() {
     Answers answers;
-    const auto isThere = [this](const std::string& name) {
-        return std::any_of(sinks_.begin(), sinks_.end(),
-                           [&](const auto& each) { return each.second.serverName == name; });
-    };
     const auto& defaultSink = isThere(preferredSink_) ? preferredSink_ : defaultSink_;
     const bool isDefaultThere = isThere(defaultSink);
     for (const auto& [index, sink] : sinks_) {
@@ -284,7 +300,8 @@ void PulseOutputs::publish() {
         const std::lock_guard lock(shared_->mutex);
         // The default has gone and the next one isn't chosen yet: that moment is no lack of
         // outputs.
-        if (!isDefaultThere && nextLook_ && !answers.names.empty()) {
+        if (!isDefaultThere && nextLook_ && looks_ <= secondLooks.size() &&
+            !answers.names.empty()) {
             answers.current = shared_->answers.current;
         }
         if (answers == shared_->answers) {

@@ -78,12 +78,15 @@ private:
 
     void askForDefault(pa_context* context);
     void askForSinks(pa_context* context);
-    void lookAgain(pa_context* context);
+    void lookAgain();
     void endLooks();
     void ask(pa_operation* question);
     void answered();
     void take(const pa_sink_info& info);
     void take(const pa_card_info& info);
+    bool isThere(const std::string& serverName) const;
+    /// Whether the default is among the sinks that are known.
+    bool isSettled() const;
     void publish();
     std::uint32_t objectIDOf(const std::string& serverName);
 
@@ -97,9 +100,9 @@ private:
     std::string preferredSink_;                      ///< by the session manager's
     std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name
     int unanswered_ = 0;
-    pa_context* context_ = nullptr;
+    pa_context* context_ = nullptr;     ///< while connected
     pa_time_event* nextLook_ = nullptr; ///< while it is being settled which sink is the default
-    std::size_t looks_ = 0;
+    std::size_t looks_ = 0;             ///< how many of them have been begun
 };
 
 } // namespace velmoran
