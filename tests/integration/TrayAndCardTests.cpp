@@ -1,5 +1,6 @@
 // The tray icon and the cards as a window manager, a tray and a mouse see them. What is told comes
 // from a recording, so that no sound server is needed.
+#include "support/FocusedWindow.h"
 #include "support/PrivateSession.h"
 #include "support/XServer.h"
 
@@ -88,13 +89,8 @@ protected:
 
 TEST_F(Desktop, ACardLeavesTheFocusWhereItIsAndAnswersTheFirstClick) {
     startTray("top");
-    session_.start("editor", {"xev", "-geometry", "200x100+100+300"});
-    std::string before;
-    ASSERT_TRUE(waitUntil([&] {
-        const auto windows = session_.run({"xdotool", "search", "--name", "Event Tester"}).output;
-        before = focused();
-        return !windows.empty() && windows.find(before) != std::string::npos;
-    })) << session_.logs();
+    ASSERT_NE(support::startFocusedWindow(session_), 0U) << session_.logs();
+    const auto before = focused();
 
     startVelmoran();
     ASSERT_TRUE(cardComes()) << session_.logs();

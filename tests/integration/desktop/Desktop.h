@@ -4,6 +4,7 @@
 
 #include "app/ModelFixture.h"
 #include "app/qtbase/QtEventLoop.h"
+#include "support/FocusedWindow.h"
 #include "support/PrivateSession.h"
 #include "support/XServer.h"
 
@@ -29,7 +30,8 @@ support::PrivateSession& desktopSession();
         bound);
 }
 
-struct DesktopFixture : ::testing::Test {
+/// The desktop that all cases share, and a person's hand on it.
+struct OnADesktop {
     support::PrivateSession& session = desktopSession();
     support::XServer display{session.environment()["DISPLAY"]};
 
@@ -41,6 +43,19 @@ struct DesktopFixture : ::testing::Test {
         ASSERT_TRUE(finished.succeeded()) << finished.errors;
     }
 
+    [[nodiscard]] std::string focused() {
+        return session.run({"xdotool", "getwindowfocus"}).output;
+    }
+
+    /// Another program's window that has the focus; gives its id.
+    std::uint32_t startEditor(const std::string& geometry = "200x100+100+300") {
+        const auto editor = support::startFocusedWindow(session, geometry);
+        EXPECT_NE(editor, 0U) << session.logs();
+        return editor;
+    }
+};
+
+struct DesktopFixture : ::testing::Test, OnADesktop {
     /// After this the application has been handed all that the server had for it so far.
     void settle() {
         // An answer comes after all events that were before it.
@@ -48,28 +63,6 @@ struct DesktopFixture : ::testing::Test {
             (void)session.run({"xdotool", "getmouselocation"});
             QCoreApplication::processEvents();
         }
-    }
-
-    [[nodiscard]] std::string focused() {
-        return session.run({"xdotool", "getwindowfocus"}).output;
-    }
-
-    /// Another program's window that has the focus; gives its id.
-    std::uint32_t startEditor(const std::string& geometry = "200x100+100+300") {
-        session.start("editor", {"xev", "-geometry", geometry});
-        std::string focus;
-        EXPECT_TRUE(eventually([&] {
-            focus = focused();
-            const auto windows =
-                session.run({"xdotool", "search", "--name", "Event Tester"}).output;
-            if (!windows.empty() && windows.find(focus) != std::string::npos) {
-                return true;
-            }
-            // As a person would who finds another window in front.
-            (void)session.run({"xdotool", "search", "--name", "Event Tester", "windowactivate"});
-            return false;
-        })) << session.logs();
-        return static_cast<std::uint32_t>(std::strtoul(focus.c_str(), nullptr, 10));
     }
 };
 

@@ -9,9 +9,7 @@
 namespace velmoran {
 namespace {
 
-struct FloatingStopOnADesktop : testing::ModelFixture {
-    support::PrivateSession& session = desktopSession();
-    support::XServer display{session.environment()["DISPLAY"]};
+struct FloatingStopOnADesktop : testing::ModelFixture, OnADesktop {
     QtEventLoop loop;
     std::unique_ptr<AppDelegate> delegate;
 
@@ -29,12 +27,6 @@ struct FloatingStopOnADesktop : testing::ModelFixture {
         delegate->model().receive({});
     }
 
-    void hand(const std::vector<std::string>& does) {
-        std::vector<std::string> command{"xdotool"};
-        command.insert(command.end(), does.begin(), does.end());
-        const auto finished = session.run(command);
-        ASSERT_TRUE(finished.succeeded()) << finished.errors;
-    }
     void moveTo(QPoint place) {
         hand({"mousemove", std::to_string(place.x()), std::to_string(place.y())});
     }
@@ -71,19 +63,6 @@ struct FloatingStopOnADesktop : testing::ModelFixture {
     bool neverStopped() {
         return !*delegate->model().isStopping && !*delegate->model().settings.microphoneMuted;
     }
-    std::string focused() { return session.run({"xdotool", "getwindowfocus"}).output; }
-
-    std::uint32_t startEditor() {
-        session.start("editor", {"xev", "-geometry", "300x200+700+400"});
-        std::string focus;
-        EXPECT_TRUE(eventually([&] {
-            focus = focused();
-            const auto windows =
-                session.run({"xdotool", "search", "--name", "Event Tester"}).output;
-            return !windows.empty() && windows.find(focus) != std::string::npos;
-        })) << session.logs();
-        return static_cast<std::uint32_t>(std::strtoul(focus.c_str(), nullptr, 10));
-    }
     void TearDown() override { session.stop("editor"); }
 
     void makeFullScreen(std::uint32_t other) {
@@ -118,7 +97,7 @@ struct FloatingStopOnADesktop : testing::ModelFixture {
 };
 
 TEST_F(FloatingStopOnADesktop, AClickStopsAndLeavesTheFocusWhereItIs) {
-    startEditor();
+    startEditor("300x200+700+400");
     const auto before = focused();
     turnOn();
     EXPECT_EQ(focused(), before);
@@ -129,7 +108,7 @@ TEST_F(FloatingStopOnADesktop, AClickStopsAndLeavesTheFocusWhereItIs) {
 }
 
 TEST_F(FloatingStopOnADesktop, StandsAboveAFullScreenWindow) {
-    const auto editor = startEditor();
+    const auto editor = startEditor("300x200+700+400");
     turnOn();
     makeFullScreen(editor);
     moveTo(place().center());
@@ -183,7 +162,7 @@ TEST_F(FloatingStopOnADesktop, UnfoldsUnderTheMouse) {
 }
 
 TEST_F(FloatingStopOnADesktop, BesideItTheClickBelongsToWhatIsBelow) {
-    startEditor();
+    startEditor("300x200+700+400");
     turnOn();
     const auto corner = place().topLeft() + QPoint(4, 4);
     moveTo(corner);
@@ -223,13 +202,13 @@ struct QuestionOnADesktop : FloatingStopOnADesktop {
 };
 
 TEST_F(QuestionOnADesktop, ComesToTheFrontOverTheWindowInUse) {
-    startEditor();
+    startEditor("300x200+700+400");
     ask();
 }
 
 TEST_F(QuestionOnADesktop, ComesBackInFrontOfTheWindowInUseWhenAStopIsPressedAgain) {
     ask();
-    startEditor();
+    startEditor("300x200+700+400");
     ASSERT_TRUE(eventually([&] { return !question()->isActiveWindow(); }));
     delegate->model().stopEverything();
     EXPECT_TRUE(eventually([&] { return question()->isActiveWindow(); })) << session.logs();
