@@ -60,8 +60,9 @@ bool same(const DeviceNode& one, const DeviceNode& other) {
 }
 
 // Calls `line` with every line of a file until it returns true, and says whether it did.
-bool anyLine(const std::string& path, const std::function<bool(std::string_view)>& line) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+bool anyLine(int folder, const std::string& path,
+             const std::function<bool(std::string_view)>& line) {
+    const int descriptor = ::openat(folder, path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) {
         return false;
     }
@@ -80,6 +81,20 @@ bool anyLine(const std::string& path, const std::function<bool(std::string_view)
     return found;
 }
 
+// Opened with O_PATH.
+bool onlyNames(int folder, const char* descriptor) {
+    return anyLine(folder, std::string("../fdinfo/") + descriptor, [](std::string_view line) {
+        unsigned flags = 0;
+        constexpr std::string_view key = "flags:\t";
+        if (!line.starts_with(key)) {
+            return false;
+        }
+        line.remove_prefix(key.size());
+        std::from_chars(line.data(), line.data() + line.size(), flags, 8);
+        return (flags & unsigned{O_PATH}) != 0;
+    });
+}
+
 } // namespace
 
 std::optional<DeviceNode> deviceNodeAt(const std::string& path) {
@@ -93,7 +108,7 @@ std::optional<DeviceNode> deviceNodeAt(const std::string& path) {
 }
 
 NodeHolders::NodeHolders(std::string procRoot, pid_t except)
-    : procRoot_(std::move(procRoot)),
+    : proc_(std::move(procRoot)),
       except_(except) {}
 
 std::vector<std::vector<NodeHolder>> NodeHolders::of(const std::vector<DeviceNode>& nodes) const {
@@ -101,61 +116,32 @@ std::vector<std::vector<NodeHolder>> NodeHolders::of(const std::vector<DeviceNod
     if (nodes.empty()) {
         return found;
     }
-    const Folder processes(::opendir(procRoot_.c_str()));
-    if (!processes) {
-        return found;
-    }
-    std::vector<pid_t> pids;
-    while (const dirent* entry = ::readdir(processes.get())) {
-        if (const auto pid = numberFrom<pid_t>(entry->d_name); pid && *pid != except_) {
-            pids.push_back(*pid);
-        }
-    }
+    auto pids = proc_.pids();
     std::sort(pids.rbegin(), pids.rend());
     for (const auto pid : pids) {
-        look(pid, nodes, found);
+        if (pid != except_) {
+            look(pid, nodes, found);
+        }
     }
     return found;
 }
 
 void NodeHolders::look(pid_t pid, const std::vector<DeviceNode>& nodes,
                        std::vector<std::vector<NodeHolder>>& found) const {
-    const Folder descriptors(::opendir((procRoot_ + '/' + std::to_string(pid) + "/fd").c_str()));
-    if (!descriptors) {
-        return;
-    }
-    const int folder = ::dirfd(descriptors.get());
-    std::array<char, 4096> text{};
-    while (const dirent* entry = ::readdir(descriptors.get())) {
-        const ssize_t length = ::readlinkat(folder, entry->d_name, text.data(), text.size());
+    std::array<char, 4096> text; // NOLINT: filled by the call
+    proc_.eachDescriptor(pid, [&](int folder, const char* name) {
+        const ssize_t length = ::readlinkat(folder, name, text.data(), text.size());
         if (length <= 0) {
-            continue;
+            return;
         }
         const std::string_view link(text.data(), static_cast<std::size_t>(length));
         for (std::size_t index = 0; index < nodes.size(); ++index) {
             // A process in a container may see the same node below another root.
-            if (!link.ends_with(nodes[index].path) ||
-                !isNode(folder, entry->d_name, nodes[index])) {
+            if (!link.ends_with(nodes[index].path) || !isNode(folder, name, nodes[index])) {
                 continue;
             }
-            const auto descriptor = numberFrom<int>(entry->d_name);
-            if (!descriptor) {
-                continue;
-            }
-            constexpr unsigned pathOnly = O_PATH;
-            const bool names =
-                anyLine(procRoot_ + '/' + std::to_string(pid) + "/fdinfo/" + entry->d_name,
-                        [](std::string_view line) {
-                            unsigned flags = 0;
-                            constexpr std::string_view key = "flags:\t";
-                            if (!line.starts_with(key)) {
-                                return false;
-                            }
-                            line.remove_prefix(key.size());
-                            std::from_chars(line.data(), line.data() + line.size(), flags, 8);
-                            return (flags & pathOnly) != 0;
-                        });
-            if (names) {
+            const auto descriptor = numberFrom<int>(name);
+            if (!descriptor || onlyNames(folder, name)) {
                 continue;
             }
             auto& holders = found[index];
@@ -166,7 +152,7 @@ void NodeHolders::look(pid_t pid, const std::vector<DeviceNode>& nodes,
             }
             holders.back().descriptors.push_back(*descriptor);
         }
-    }
+    });
 }
 
 bool NodeHolders::isNode(int folder, const char* entry, const DeviceNode& node) const {
@@ -175,7 +161,8 @@ bool NodeHolders::isNode(int folder, const char* entry, const DeviceNode& node) 
 }
 
 bool NodeHolders::maps(pid_t pid, const DeviceNode& node) const {
-    return anyLine(procRoot_ + '/' + std::to_string(pid) + "/maps", [&](std::string_view line) {
+    const auto shownAs = proc_.survivingThread(pid).value_or(pid);
+    return anyLine(AT_FDCWD, proc_.path(shownAs, "maps"), [&](std::string_view line) {
         // Looked at before it is parsed: a browser has thousands of these lines.
         if (line.find(node.path) == std::string_view::npos) {
             return false;
@@ -186,8 +173,8 @@ bool NodeHolders::maps(pid_t pid, const DeviceNode& node) const {
 }
 
 bool NodeHolders::stillHolds(const NodeHolder& holder, const DeviceNode& node) const {
-    const Folder descriptors(
-        ::opendir((procRoot_ + '/' + std::to_string(holder.pid) + "/fd").c_str()));
+    const auto shownAs = proc_.survivingThread(holder.pid).value_or(holder.pid);
+    const Folder descriptors(::opendir(proc_.path(shownAs, "fd").c_str()));
     return descriptors &&
            std::any_of(holder.descriptors.begin(), holder.descriptors.end(), [&](int descriptor) {
                const int folder = ::dirfd(descriptors.get());

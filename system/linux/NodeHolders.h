@@ -3,6 +3,8 @@
 // closed one. Keeps nothing but the place of /proc; any thread.
 #pragma once
 
+#include "system/linux/ProcFs.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -53,7 +55,7 @@ private:
     void look(pid_t pid, const std::vector<DeviceNode>& nodes,
               std::vector<std::vector<NodeHolder>>& found) const;
 
-    std::string procRoot_;
+    ProcFs proc_;
     pid_t except_;
 };
 

@@ -107,7 +107,7 @@ PeerSockets::holdersOf(const std::vector<std::uint64_t>& sockets) {
 }
 
 bool PeerSockets::isReadable(pid_t pid) {
-    return proc_.isReadable(pid);
+    return proc_.isReadable(pid) || proc_.survivingThread(pid);
 }
 
 std::optional<pid_t> PeerSockets::innerPid(pid_t pid) {

@@ -45,6 +45,19 @@ std::optional<Number> entryNumber(const char* name) {
     return number;
 }
 
+/// True if the folder can be read and isn't empty.
+bool eachEntry(const std::string& path, const ProcFs::TakeEntry& take) {
+    const Directory directory(opendir(path.c_str()));
+    bool any = false;
+    while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
+        if (entry->d_name[0] != '.') {
+            any = true;
+            take(dirfd(directory.get()), entry->d_name);
+        }
+    }
+    return any;
+}
+
 bool isSameFile(const std::string& a, const std::string& b) {
     struct stat first {};
     struct stat second {};
@@ -248,41 +261,38 @@ std::optional<std::string> ProcFs::workingDirectory(pid_t pid) const {
     return readLinkText(path(pid, "cwd"));
 }
 
+void ProcFs::eachDescriptor(pid_t pid, const TakeEntry& take) const {
+    if (eachEntry(path(pid, "fd"), take)) {
+        return;
+    }
+    if (const auto thread = survivingThread(pid)) {
+        eachEntry(path(*thread, "fd"), take);
+    }
+}
+
 std::vector<DescriptorLink> ProcFs::descriptors(pid_t pid) const {
     std::vector<DescriptorLink> found;
-    const Directory directory(opendir(path(pid, "fd").c_str()));
-    if (!directory) {
-        return found;
-    }
-    while (const dirent* entry = readdir(directory.get())) {
-        const auto number = entryNumber<int>(entry->d_name);
-        if (!number) {
-            continue;
-        }
-        if (auto target = readLinkAt(dirfd(directory.get()), entry->d_name)) {
+    eachDescriptor(pid, [&](int folder, const char* name) {
+        const auto number = entryNumber<int>(name);
+        auto target = number ? readLinkAt(folder, name) : std::nullopt;
+        if (target) {
             found.push_back({.number = *number, .target = std::move(*target)});
         }
-    }
+    });
     return found;
 }
 
 std::vector<std::uint64_t> ProcFs::sockets(pid_t pid) const {
     std::vector<std::uint64_t> found;
-    const Directory directory(opendir(path(pid, "fd").c_str()));
-    if (!directory) {
-        return found;
-    }
     std::array<char, 64> text; // NOLINT: filled by the call; what is longer is no socket
-    while (const dirent* entry = readdir(directory.get())) {
-        const auto size =
-            readlinkat(dirfd(directory.get()), entry->d_name, text.data(), text.size());
-        if (size <= 0) {
-            continue;
-        }
-        if (const auto inode = socketInode({text.data(), static_cast<std::size_t>(size)})) {
+    eachDescriptor(pid, [&](int folder, const char* name) {
+        const auto size = readlinkat(folder, name, text.data(), text.size());
+        const auto inode =
+            size > 0 ? socketInode({text.data(), static_cast<std::size_t>(size)}) : std::nullopt;
+        if (inode) {
             found.push_back(*inode);
         }
-    }
+    });
     return found;
 }
 

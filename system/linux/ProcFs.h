@@ -6,6 +6,7 @@
 
 #include "system/linux/ProcEntries.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,9 +51,9 @@ public:
     std::optional<std::string> executableClaim(pid_t pid) const;
     /// Whether it can be looked at: its executable, descriptors and folders.
     bool isReadable(pid_t pid) const;
-    /// A process goes on without its first thread, and then shows its files, arguments and
+    /// A process goes on without its first thread, and then shows its files, arguments, memory and
     /// descriptors under the others' ids only: one of these. Nothing as long as the first one
-    /// lives.
+    /// lives. The descriptors are found by the process's own id all the same.
     std::optional<pid_t> survivingThread(pid_t pid) const;
     /// Whether it has ended, though not collected: no thread of it runs any more. False for one
     /// that isn't there at all.
@@ -65,6 +66,10 @@ public:
     /// "/proc/PID/root": behind it lie files as the process sees them.
     std::string rootOf(pid_t pid) const { return path(pid, "root"); }
 
+    /// An open folder, and the name of a link in it.
+    using TakeEntry = std::function<void(int folder, const char* name)>;
+    /// All open descriptors, in a folder beside which lies "fdinfo".
+    void eachDescriptor(pid_t pid, const TakeEntry& take) const;
     std::vector<DescriptorLink> descriptors(pid_t pid) const;
     /// The inodes of the sockets among them: a busy server's are many thousand.
     std::vector<std::uint64_t> sockets(pid_t pid) const;
