@@ -50,7 +50,7 @@ void AppModel::start() {
         around_.machine.microphones().onArrival([this, alive, &scheduler = around_.scheduler] {
             scheduler.post([this, alive] {
                 if (!alive.expired() && muteKeeper_) {
-                    muteMicrophones(true, false);
+                    keepMuted();
                 }
             });
         });

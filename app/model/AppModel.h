@@ -172,6 +172,7 @@ private:
     void noteLateMute(const MuteOutcome& outcome);
     StopResult withMuteAsItIs(StopResult result) const;
     void startMuteKeeper(bool told);
+    void keepMuted();
     void muteMicrophones(bool muted, bool told);
     void addConnections(const std::vector<UsageSession>& sampled, Timestamp seen,
                         const Connections::Found& found);

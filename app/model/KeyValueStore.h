@@ -34,6 +34,9 @@ public:
     virtual void setBytes(const std::string& key, const std::string& value) = 0;
     virtual void setTexts(const std::string& key, const std::vector<std::string>& value) = 0;
     virtual void remove(const std::string& key) = 0;
+
+    /// Takes in what other programs have written since.
+    virtual void reload() = 0;
 };
 
 } // namespace velmoran

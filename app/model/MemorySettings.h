@@ -28,6 +28,7 @@ public:
     void setBytes(const std::string& key, const std::string& value) override;
     void setTexts(const std::string& key, const std::vector<std::string>& value) override;
     void remove(const std::string& key) override;
+    void reload() override {} // nobody else can write
 
     /// Any JSON value, also of a type that no field has, as a hand-edited file could hold it. There
     /// are no byte strings among them: see `setBytes`.

@@ -8,6 +8,7 @@ namespace velmoran {
 
 namespace {
 
+constexpr const char* muteKey = "microphoneMuted";
 constexpr std::array<const char*, 2> languages = {"en", "de"};
 
 std::optional<Point> readPlace(const KeyValueStore& store, const char* key) {
@@ -68,7 +69,7 @@ SettingsStore::SettingsStore(KeyValueStore& store) : store_(store) {
     };
     bind(ignoreOwnReturn, "ignoreOwnReturn");
     bind(awayWatchOnLock, "awayWatchOnLock");
-    bind(microphoneMuted, "microphoneMuted");
+    bind(microphoneMuted, muteKey);
     bind(onboardingDone, "onboardingDone");
     trustRulesData.value_ = Observable(store_.bytes("trustRules"));
     trustRulesData.alwaysWritten_ = false;
@@ -87,6 +88,11 @@ SettingsStore::SettingsStore(KeyValueStore& store) : store_(store) {
             store_.remove("AppleLanguages");
         }
     };
+}
+
+bool SettingsStore::muteWasEndedElsewhere() {
+    store_.reload();
+    return *microphoneMuted && store_.boolean(muteKey) == false;
 }
 
 void SettingsStore::bind(Field<bool>& field, const char* key) {

@@ -188,7 +188,17 @@ void AppModel::startMuteKeeper(bool told) {
         return;
     }
     muteMicrophones(true, told);
-    muteKeeper_ = around_.scheduler.every(muteInterval, [this] { muteMicrophones(true, false); });
+    muteKeeper_ = around_.scheduler.every(muteInterval, [this] { keepMuted(); });
+}
+
+/// Two programs may keep the same mute up, as the desktop's and a watch in a terminal: an unmute in
+/// one of them holds for both.
+void AppModel::keepMuted() {
+    if (settings.muteWasEndedElsewhere()) {
+        unmuteMicrophone();
+    } else {
+        muteMicrophones(true, false);
+    }
 }
 
 void AppModel::unmuteMicrophone() {

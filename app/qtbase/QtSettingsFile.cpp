@@ -179,6 +179,10 @@ void QtSettingsFile::remove(const std::string& key) {
     settings_.sync();
 }
 
+void QtSettingsFile::reload() {
+    settings_.sync();
+}
+
 void QtSettingsFile::write(const std::string& key, const QVariant& given) {
     settings_.setValue(keyOf(key), given);
     settings_.sync();

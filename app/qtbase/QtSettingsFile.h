@@ -33,6 +33,7 @@ public:
     void setBytes(const std::string& key, const std::string& value) override;
     void setTexts(const std::string& key, const std::vector<std::string>& value) override;
     void remove(const std::string& key) override;
+    void reload() override;
 
 private:
     QVariant value(const std::string& key) const;

@@ -478,6 +478,46 @@ TEST_F(StopFlowTest, KeepsTheMuteUpUntilItIsUndone) {
     EXPECT_FALSE(mutes[1].first);
 }
 
+TEST_F(StopFlowTest, EndsAMuteThatAnotherProgramOfTheUserHasEnded) {
+    begin();
+    machine.script.microphones = {{"Mic", false, 0.5}};
+    model->stopEverything();
+    time.runPosted();
+    ASSERT_EQ(machine.script.microphones[0].volume, 0.0);
+    settings.setBoolean("microphoneMuted", false);
+    passTime(3);
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+    passTime(10);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+    ASSERT_EQ(mutes.size(), 2U);
+    EXPECT_FALSE(mutes[1].first);
+}
+
+TEST_F(StopFlowTest, AnArrivalShowsThatAnotherProgramHasEndedTheMute) {
+    begin();
+    model->stopEverything();
+    time.runPosted();
+    settings.setBoolean("microphoneMuted", false);
+    machine.script.microphones = {{"New Mic", false, 0.7}};
+    machine.microphoneArrived();
+    time.runPosted();
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    EXPECT_NE(machine.script.microphones[0].volume, 0.0);
+}
+
+TEST_F(StopFlowTest, KeepsTheMuteUpWhenItsSettingIsLost) {
+    begin();
+    machine.script.microphones = {{"Mic", false, 0.5}};
+    model->stopEverything();
+    time.runPosted();
+    settings.remove("microphoneMuted");
+    machine.script.microphones[0].volume = 0.5;
+    passTime(3);
+    EXPECT_TRUE(*model->settings.microphoneMuted);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0);
+}
+
 TEST_F(StopFlowTest, KnowsOfTheMuteOfAStopThatWasCutShort) {
     begin();
     machine.script.microphones = {{"Mic", false, 0.5}};

@@ -73,6 +73,25 @@ TEST_F(WatchService, StopsUnmutesAndTellsTheStatus) {
     EXPECT_EQ(ctl({"status"}).errors, "velmoranctl: Velmoran isn't running.\n");
 }
 
+TEST_F(WatchService, AnUnmuteHoldsAlsoWhereASecondWatchKeepsTheMuteUp) {
+    startWatch();
+    EXPECT_EQ(ctl({"stop"}).status, 0);
+    auto& second = session_.start("second", {VELMORANCTL, "watch", "--json", "--device-folder",
+                                             session_.file("dev").string()});
+    const auto hasTold = [&](const std::string& of) {
+        return waitUntil([&] { return second.output().find(of) != std::string::npos; });
+    };
+    ASSERT_TRUE(hasTold(R"("event":"mute","on":true)")) << session_.logs();
+    EXPECT_EQ(ctl({"unmute"}).status, 0);
+    EXPECT_TRUE(hasTold(R"("event":"mute","on":false)")) << "it went on muting";
+    const auto isMuted = [&] {
+        return session_.run({"pactl", "get-source-mute", "virtual-microphone"}).output !=
+               "Mute: no\n";
+    };
+    EXPECT_TRUE(waitUntil([&] { return !isMuted(); }));
+    EXPECT_THAT(ctl({"status"}).output, ::testing::Not(HasSubstr("muted")));
+}
+
 TEST_F(WatchService, ClosesNoBrowserSinceNobodyCanBeAsked) {
     support::writeFile(session_.home() / ".local/share/applications/org.example.surf.desktop",
                        "[Desktop Entry]\nType=Application\nName=Surf\nExec=" + program("surf") +

@@ -39,6 +39,18 @@ TEST_F(QtSettingsFileTest, HoldsNoKeyForAFreshUser) {
     EXPECT_FALSE(QFile::exists(path()));
 }
 
+TEST_F(QtSettingsFileTest, TakesInWhatAnotherProgramWrites) {
+    QtSettingsFile file(path());
+    file.setBoolean("microphoneMuted", true);
+    SettingsStore settings(file);
+    EXPECT_FALSE(settings.muteWasEndedElsewhere());
+    write("[General]\nmicrophoneMuted=false\n");
+    EXPECT_TRUE(settings.muteWasEndedElsewhere());
+    EXPECT_TRUE(*settings.microphoneMuted) << "it is for the model to end it here";
+    QFile::remove(path());
+    EXPECT_FALSE(settings.muteWasEndedElsewhere());
+}
+
 TEST_F(QtSettingsFileTest, IsWrittenAtOnceAndReadAgain) {
     std::string all(256, '\0');
     std::iota(all.begin(), all.end(), '\0');
