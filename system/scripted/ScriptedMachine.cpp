@@ -175,6 +175,9 @@ bool ScriptedMachine::setVolume(std::uint32_t objectID, int, float volume) {
 
 void ScriptedMachine::ofApps(std::vector<AppIdentity> apps,
                              std::function<void(const Found&)> done) {
+    if (onPeersAsked) {
+        onPeersAsked(apps);
+    }
     Found found;
     for (const auto& app : apps) {
         const auto peers = app.path ? script.connections.find(*app.path) : script.connections.end();

@@ -73,6 +73,8 @@ public:
     std::function<void()> onSound; ///< called whenever the warning sound is played
     /// Called whenever an output is to be muted or unmuted, with whether that worked.
     std::function<void(std::uint32_t objectID, bool muted, bool done)> onOutputMute;
+    /// Called with the apps whose peers are asked for.
+    std::function<void(const std::vector<AppIdentity>&)> onPeersAsked;
 
 private:
     std::optional<std::string> teamID(const std::string& path) override;

@@ -7,6 +7,16 @@ namespace {
 using testing::appRef;
 
 struct ConnectionSamplingTest : testing::ModelFixture {
+    ConnectionSamplingTest() {
+        machine.onPeersAsked = [this](const std::vector<AppIdentity>& apps) {
+            auto& ids = asked.emplace_back();
+            for (const auto& app : apps) {
+                ids.push_back(app.id);
+            }
+        };
+    }
+
+    std::vector<std::vector<std::string>> asked; ///< the apps' ids, each time
     const std::string path = appRef("Zoom").path.value();
     std::vector<Connection>& peers() { return machine.script.connections[path]; }
     const std::vector<ConnectionRecord>& noted() {
@@ -53,7 +63,9 @@ TEST_F(ConnectionSamplingTest, AsksForNobodyOnTheSpeaker) {
     playing.speakerApps = {appRef("Zoom")};
     receive(playing);
     time.advanceTo(20);
+    ASSERT_EQ(model->openSessions->size(), 1U);
     EXPECT_TRUE(noted().empty());
+    EXPECT_TRUE(asked.empty());
 }
 
 TEST_F(ConnectionSamplingTest, AsksForNobodyWithoutAPath) {
@@ -61,7 +73,38 @@ TEST_F(ConnectionSamplingTest, AsksForNobodyWithoutAPath) {
     receive(camera({AppRef{.name = "Zoom", .bundleID = "zoom", .path = std::nullopt}}));
     model->sampleConnections();
     time.runPosted();
+    ASSERT_EQ(model->openSessions->size(), 1U);
     EXPECT_TRUE(noted().empty());
+    EXPECT_TRUE(asked.empty());
+}
+
+TEST_F(ConnectionSamplingTest, AsksOnceForAnAppOnBothDevices) {
+    peers() = {{"192.0.2.1", 443, "TCP"}};
+    launchWatching();
+    auto both = camera({appRef("Zoom"), appRef("Surf")});
+    both.microphoneOn = true;
+    both.microphoneApps = {appRef("Zoom")};
+    receive(both);
+    EXPECT_EQ(asked,
+              (std::vector<std::vector<std::string>>{{appRef("Zoom").id(), appRef("Surf").id()}}));
+    int noting = 0;
+    for (const auto& session : *model->openSessions) {
+        noting += static_cast<int>(session.connections.size());
+    }
+    EXPECT_EQ(noting, 2) << "both sessions of the one, and not the other's";
+}
+
+TEST_F(ConnectionSamplingTest, AsksAgainForWhatBeginsBeforeTheAnswer) {
+    launchWatching();
+    const std::string other = appRef("Surf").path.value();
+    machine.script.connections[other] = {{"192.0.2.2", 443, "TCP"}};
+    model->receive(camera({appRef("Zoom")}));
+    model->receive(camera({appRef("Zoom"), appRef("Surf")}));
+    EXPECT_EQ(asked.size(), 1U) << "one question at a time";
+    time.runPosted();
+    EXPECT_EQ(asked.size(), 2U);
+    ASSERT_EQ(model->openSessions->size(), 2U);
+    EXPECT_EQ((*model->openSessions)[1].connections.size(), 1U);
 }
 
 TEST_F(ConnectionSamplingTest, WritesNothingForASessionThatHasEnded) {

@@ -478,6 +478,24 @@ TEST_F(StopFlowTest, KeepsTheMuteUpUntilItIsUndone) {
     EXPECT_FALSE(mutes[1].first);
 }
 
+TEST_F(StopFlowTest, AKeeperThatRunsIsNotStartedAgain) {
+    begin();
+    machine.script.microphones = {{"Mic", false, 0.5}};
+    model->stopEverything();
+    time.runPosted();
+    passTime(1);
+    receive(camera({appRef("Zoom")}));
+    model->stopEverything();
+    time.runPosted();
+    ASSERT_EQ(machine.script.microphones[0].volume, 0.0);
+    machine.script.microphones[0].volume = 0.5;
+    passTime(1.9);
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5) << "not muted a further time at the end";
+    passTime(0.1);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0) << "the first keeper's beat";
+}
+
 TEST_F(StopFlowTest, EndsAMuteThatAnotherProgramOfTheUserHasEnded) {
     begin();
     machine.script.microphones = {{"Mic", false, 0.5}};
