@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <numeric>
+#include <unistd.h>
 
 namespace velmoran {
 namespace {
@@ -49,6 +50,29 @@ TEST_F(QtSettingsFileTest, TakesInWhatAnotherProgramWrites) {
     EXPECT_TRUE(*settings.microphoneMuted) << "it is for the model to end it here";
     QFile::remove(path());
     EXPECT_FALSE(settings.muteWasEndedElsewhere());
+}
+
+TEST_F(QtSettingsFileTest, AMuteThatCouldNotBeWrittenHasNotEndedElsewhere) {
+    write("[General]\nmicrophoneMuted=false\n");
+    const auto folder = QFileInfo(path()).path();
+    const auto readable = QFile::ReadOwner | QFile::ReadOther | QFile::ExeOwner | QFile::ExeOther;
+    QFile::setPermissions(QFileInfo(folder).path(), readable | QFile::WriteOwner);
+    QFile::setPermissions(path(), QFile::ReadOwner | QFile::ReadOther);
+    QFile::setPermissions(folder, readable);
+    const bool isRoot = geteuid() == 0;
+    ASSERT_TRUE(!isRoot || seteuid(65534) == 0); // to whom everything can be written
+    {
+        QtSettingsFile file(path());
+        SettingsStore settings(file);
+        settings.microphoneMuted.set(true);
+        EXPECT_FALSE(settings.muteWasEndedElsewhere());
+        EXPECT_FALSE(settings.muteWasEndedElsewhere()) << "at the next look";
+    }
+    ASSERT_TRUE(!isRoot || seteuid(0) == 0);
+    QFile::setPermissions(folder, readable | QFile::WriteOwner);
+    QFile written(path());
+    ASSERT_TRUE(written.open(QFile::ReadOnly));
+    EXPECT_TRUE(written.readAll().contains("microphoneMuted=false")) << "the write was to fail";
 }
 
 TEST_F(QtSettingsFileTest, IsWrittenAtOnceAndReadAgain) {
