@@ -31,8 +31,8 @@ icu::Locale localeOf(const std::string& name) {
     // that of the process's own language or the root's is opened, and this says so.
     UErrorCode status = U_ZERO_ERROR;
     const icu::ResourceBundle data(nullptr, icu::Locale(locale.getLanguage()), status);
-    const bool known = *locale.getLanguage() != 0 && U_SUCCESS(status) != 0 &&
-                       status != U_USING_DEFAULT_WARNING;
+    const bool known =
+        *locale.getLanguage() != 0 && U_SUCCESS(status) != 0 && status != U_USING_DEFAULT_WARNING;
     return known ? locale : icu::Locale::getUS();
 }
 
