@@ -12,6 +12,7 @@ namespace velmoran {
 
 namespace {
 constexpr std::chrono::milliseconds warmUpDelay(400);
+constexpr int padding = NoticeStackView::padding;
 
 QRect visibleAround(const std::optional<QRect>& anchor) {
     const QScreen* screen = anchor ? QGuiApplication::screenAt(anchor->center()) : nullptr;
@@ -59,6 +60,21 @@ void NoticePanelController::update() {
     }
     const auto anchor = anchor_();
     const auto visible = visibleAround(anchor);
+    const auto taken = obstacle ? obstacle() : QRect();
+    auto cards = arrange(visible, anchor, noticePanelRoom(visible, anchor));
+    int by = noticeClearance(visible, cards, taken);
+    if (by == 0 && cards.intersects(taken)) {
+        // What it covers could be neither read nor closed, so fewer cards are better.
+        cards = arrange(visible, anchor, noticeRoomBeside(visible, anchor, taken, padding));
+        by = noticeClearance(visible, cards, taken);
+    }
+    panel_.placeAt(cards.topLeft() + QPoint(-padding, by - padding));
+    panel_.show();
+    panel_.raise();
+}
+
+QRect NoticePanelController::arrange(const QRect& visible, const std::optional<QRect>& anchor,
+                                     int room) {
     panel_.setItems(
         notices_.items(), picture_,
         {.press = [this](const Uuid& item, const Uuid& button) { notices_.press(item, button); },
@@ -66,17 +82,10 @@ void NoticePanelController::update() {
              [this](const Uuid& item) {
                  notices_.close(item);
              }},
-        noticePanelRoom(visible, anchor));
-    auto at = noticePanelPlace(visible, anchor, panel_.wantedSize());
-    if (obstacle) {
-        constexpr int padding = NoticeStackView::padding;
-        const auto cards =
-            QRect(at, panel_.wantedSize()).adjusted(padding, padding, -padding, -padding);
-        at.ry() += noticeClearance(visible, cards, obstacle());
-    }
-    panel_.placeAt(at);
-    panel_.show();
-    panel_.raise();
+        room);
+    const auto size = panel_.wantedSize();
+    return QRect(noticePanelPlace(visible, anchor, size), size)
+        .adjusted(padding, padding, -padding, -padding);
 }
 
 } // namespace velmoran

@@ -34,6 +34,8 @@ public:
 
 private:
     void update();
+    /// Takes up as many cards as that room holds; where they would stand, without the padding.
+    QRect arrange(const QRect& visible, const std::optional<QRect>& anchor, int room);
 
     NoticeCenter& notices_;
     std::function<std::optional<QRect>()> anchor_;

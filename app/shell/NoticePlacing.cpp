@@ -54,4 +54,17 @@ int noticeClearance(const QRect& visible, const QRect& cards, const QRect& obsta
     return moved.top() >= visible.top() && moved.bottom() <= visible.bottom() ? by : 0;
 }
 
+int noticeRoomBeside(const QRect& visible, const std::optional<QRect>& anchor,
+                     const QRect& obstacle, int padding) {
+    const int begin = noticePanelPlace(visible, anchor, QSize(0, 0)).y();
+    const int above = obstacle.y() - room;
+    const int below = obstacle.y() + obstacle.height() + room;
+    // Towards the tray the panel keeps its place, and beyond the obstacle it may stick out.
+    if (isLow(visible, anchor)) {
+        return std::max(begin - below + padding, above - visible.y() + 2 * padding);
+    }
+    const int bottom = visible.y() + visible.height();
+    return std::max(above - begin + padding, bottom - below + 2 * padding);
+}
+
 } // namespace velmoran

@@ -22,4 +22,9 @@ int noticePanelRoom(const QRect& visible, const std::optional<QRect>& anchor);
 /// the nearer of the screen's two edges; 0 where they don't meet, or where there is no room.
 int noticeClearance(const QRect& visible, const QRect& cards, const QRect& obstacle);
 
+/// How high the panel can be where its cards have no room to stand clear of an obstacle: the larger
+/// of the parts before and beyond it. `padding` is what the panel has around its cards.
+int noticeRoomBeside(const QRect& visible, const std::optional<QRect>& anchor,
+                     const QRect& obstacle, int padding);
+
 } // namespace velmoran

@@ -313,5 +313,27 @@ TEST_F(NoticePanelTest, LeavesOutTheOldestCardsWhereThereIsNoRoomForAll) {
     EXPECT_THAT(titles(), ::testing::Contains("card 10"));
 }
 
+TEST_F(NoticePanelTest, KeepsClearOfAnObstacleHoweverManyCardsThereAre) {
+    const auto visible = QGuiApplication::primaryScreen()->availableGeometry();
+    for (const int y : {12, visible.height() / 2, visible.height() - 76}) {
+        const QRect obstacle(400, visible.y() + y, 40, 40);
+        controller.obstacle = [&] {
+            return obstacle;
+        };
+        for (int number = 1; number <= 40; ++number) {
+            notices.show(item("card " + std::to_string(number)));
+            constexpr int padding = NoticeStackView::padding;
+            const auto shown =
+                controller.panel().geometry().adjusted(padding, padding, -padding, -padding);
+            ASSERT_FALSE(shown.intersects(obstacle)) << y << ", " << number << " cards";
+            ASSERT_TRUE(visible.contains(shown)) << y << ", " << number << " cards";
+        }
+        EXPECT_GT(cards().size(), 2U);
+        while (!notices.items().empty()) {
+            notices.dismiss(notices.items().back().id);
+        }
+    }
+}
+
 } // namespace
 } // namespace velmoran

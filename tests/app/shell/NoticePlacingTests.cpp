@@ -79,5 +79,20 @@ TEST(NoticePlacing, CardsThatHaveNoRoomStayWhereTheyAre) {
     EXPECT_EQ(noticeClearance(screen, QRect(900, 44, 344, 720), QRect(1216, 54, 40, 40)), 0);
 }
 
+TEST(NoticePlacing, TooManyCardsGetTheLargerPartThatAnObstacleLeaves) {
+    const QRect item(1000, 0, 24, 24);
+    // Beyond a button near the tray: from 54 + 40 + 8 to 800, and the padding outside of that.
+    EXPECT_EQ(noticeRoomBeside(screen, item, QRect(1216, 54, 40, 40), 12), 800 - 102 + 24);
+    // Before one that is far away: from 32 to 700 - 8, with the padding below.
+    EXPECT_EQ(noticeRoomBeside(screen, item, QRect(1216, 700, 40, 40), 12), 692 - 32 + 12);
+}
+
+TEST(NoticePlacing, ItIsTheSameUpwardFromATrayAtTheBottom) {
+    const QRect overABar(0, 0, 1280, 770);
+    const QRect item(1000, 776, 24, 24);
+    EXPECT_EQ(noticeRoomBeside(overABar, item, QRect(1216, 700, 40, 40), 12), 692 + 24);
+    EXPECT_EQ(noticeRoomBeside(overABar, item, QRect(1216, 54, 40, 40), 12), 768 - 102 + 12);
+}
+
 } // namespace
 } // namespace velmoran
