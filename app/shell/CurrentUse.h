@@ -17,6 +17,8 @@ struct CurrentUse {
     SystemSnapshot snapshot = {};
     bool historyUnavailable = false; ///< nobody is being warned, and the card says why
     bool microphoneMuted = false;    ///< by a stop: the card says so and offers to end it
+
+    bool operator==(const CurrentUse&) const = default;
 };
 
 /// One line for each open session on camera or microphone, with how long it has been going on.

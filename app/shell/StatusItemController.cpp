@@ -1,6 +1,5 @@
 #include "app/shell/StatusItemController.h"
 
-#include "app/shell/CurrentUse.h"
 #include "app/shell/StatusIcons.h"
 #include "app/shell/TrayInk.h"
 #include "core/text/Localizer.h"
@@ -44,7 +43,7 @@ StatusItemController::StatusItemController(AppModel& model, const Clock& clock, 
 StatusItemController::~StatusItemController() = default;
 
 void StatusItemController::makeMenu(Actions actions) {
-    menu_.addAction(qt(words().text("What is on now")), this, [this] { showCards(); });
+    menu_.addAction(qt(words().text("What is on now")), this, [this] { tellCurrentUse(); });
     stop_ = menu_.addAction(qt(words().text("Stop camera and microphone")), this,
                             std::move(actions.stopEverything));
     unmute_ = menu_.addAction(qt(words().text("Unmute microphone")), this,
@@ -55,7 +54,10 @@ void StatusItemController::makeMenu(Actions actions) {
     muting_ = model_.settings.microphoneMuted.subscribe([this](bool) {
         refreshMenu();
         refreshToolTip();
+        keepCurrentUseTrue();
     });
+    uses_ = model_.openSessions.subscribe([this](const auto&) { keepCurrentUseTrue(); });
+    readings_ = model_.snapshot.subscribe([this](const auto&) { keepCurrentUseTrue(); });
     refreshMenu();
 }
 
@@ -132,18 +134,45 @@ void StatusItemController::showCards() {
         noticePanel_.raise();
         return;
     }
-    auto item = currentUseItem({.open = *model_.openSessions,
-                                .snapshot = *model_.snapshot,
-                                .historyUnavailable = *model_.historyUnavailable,
-                                .microphoneMuted = *model_.settings.microphoneMuted},
-                               clock_.now(), [this] {
-                                   if (currentUse_) {
-                                       model_.notices.dismiss(*currentUse_);
-                                   }
-                                   model_.unmuteMicrophone();
-                               });
+    tellCurrentUse();
+}
+
+void StatusItemController::tellCurrentUse() {
+    told_ = currentUse();
+    auto item = currentUseItem(told_, clock_.now(), [this] {
+        if (currentUse_) {
+            model_.notices.dismiss(*currentUse_);
+        }
+        model_.unmuteMicrophone();
+    });
+    if (currentUse_) {
+        item.id = *currentUse_;
+    }
     currentUse_ = item.id;
     model_.notices.show(std::move(item));
+}
+
+/// Without what the card doesn't speak of.
+CurrentUse StatusItemController::currentUse() const {
+    CurrentUse use;
+    for (const auto& session : *model_.openSessions) {
+        if (session.device != Device::speaker) {
+            use.open.push_back(session);
+            use.open.back().connections.clear();
+        }
+    }
+    use.snapshot.cameraOn = model_.snapshot->cameraOn;
+    use.snapshot.microphoneOn = model_.snapshot->microphoneOn;
+    use.historyUnavailable = *model_.historyUnavailable;
+    use.microphoneMuted = *model_.settings.microphoneMuted;
+    return use;
+}
+
+/// The card stays right while it is there: after a stop it would deny what the next card says.
+void StatusItemController::keepCurrentUseTrue() {
+    if (currentUse_ && model_.notices.item(*currentUse_) && currentUse() != told_) {
+        tellCurrentUse();
+    }
 }
 
 std::optional<QRect> StatusItemController::anchor() const {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/model/AppModel.h"
+#include "app/shell/CurrentUse.h"
 #include "app/shell/NoticePanelController.h"
 #include "app/shell/TrayArrival.h"
 
@@ -28,9 +29,10 @@ public:
 
     /// A click on the icon: shows the cards, or takes away the one that tells what is on.
     void togglePanel();
-    /// What the menu and a second start of the program do: brings the cards to the front, or tells
-    /// what is on.
+    /// What a second start of the program does: brings the cards to the front, or tells what is on.
     void showCards();
+    /// What the menu does: tells what is on, beside the cards that are there.
+    void tellCurrentUse();
 
     NoticePanelController& noticePanel() { return noticePanel_; }
     /// Puts the icon into the tray now, if that wasn't done yet.
@@ -47,6 +49,8 @@ private:
     void refreshIcon();
     void refreshToolTip();
     void redrawIcon();
+    CurrentUse currentUse() const;
+    void keepCurrentUseTrue();
     std::optional<QRect> anchor() const;
 
     AppModel& model_;
@@ -56,12 +60,15 @@ private:
     QAction* unmute_ = nullptr;             ///< there while a stop's mute is in force
     std::unique_ptr<QSystemTrayIcon> item_; ///< its making is what binds Qt to a kind of tray
     std::optional<QPoint> lastClick_;
-    std::optional<Uuid> currentUse_; ///< the card of `showCards`
+    std::optional<Uuid> currentUse_; ///< the card of `tellCurrentUse`
+    CurrentUse told_;                ///< what that card says
     std::optional<StatusIconState> shown_;
     NoticePanelController noticePanel_;
     Subscription modelChanges_;
     Subscription stopping_;
     Subscription muting_;
+    Subscription uses_;
+    Subscription readings_;
     std::unique_ptr<TrayArrival> arrival_;
 };
 

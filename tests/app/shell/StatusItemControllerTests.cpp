@@ -148,6 +148,40 @@ TEST_F(StatusItem, TheCardThatTellsWhatIsOnUnmutesAndGoes) {
     EXPECT_THAT(model->notices.items(), SizeIs(0));
 }
 
+TEST_F(StatusItem, TheMenuTellsWhatIsOnBesideAWarning) {
+    receive(recordedBy("Zoom"));
+    entry("What is on now")->trigger();
+    EXPECT_THAT(titles(), ElementsAre("Zoom turned on the microphone", "The microphone is in use"));
+    entry("What is on now")->trigger();
+    EXPECT_THAT(model->notices.items(), SizeIs(2));
+}
+
+TEST_F(StatusItem, TheCardThatTellsWhatIsOnStaysTrue) {
+    item->showCards();
+    receive(recordedBy("Zoom"));
+    EXPECT_THAT(titles(), ElementsAre("The microphone is in use", "Zoom turned on the microphone"));
+    receive({});
+    EXPECT_EQ(titles().front(), "Camera and microphone are off");
+    EXPECT_THAT(model->notices.items().front().buttons, SizeIs(0));
+    model->settings.microphoneMuted.set(true);
+    EXPECT_THAT(model->notices.items().front().buttons, SizeIs(1));
+    model->settings.microphoneMuted.set(false);
+    EXPECT_THAT(model->notices.items().front().buttons, SizeIs(0));
+}
+
+TEST_F(StatusItem, ThatCardGoesInTimeAlthoughOtherReadingsCome) {
+    receive(recordedBy("Zoom"));
+    entry("What is on now")->trigger();
+    time.advanceBy(5);
+    auto louder = recordedBy("Zoom");
+    louder.output = OutputDeviceInfo{};
+    receive(louder);
+    time.advanceBy(4);
+    EXPECT_THAT(model->notices.items(), SizeIs(0));
+    receive({});
+    EXPECT_THAT(model->notices.items(), SizeIs(0));
+}
+
 TEST_F(StatusItem, CannotStopWhileAStopIsUnderWay) {
     receive(recordedBy("Zoom"));
     auto* stop = entry("Stop camera and microphone");
