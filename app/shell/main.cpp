@@ -58,6 +58,7 @@ AppPicture pictureFrom(Machine& machine) {
 int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder) {
     SingleInstance instance("org.velmoran.Velmoran");
     if (instance.role() == SingleInstance::Role::second) {
+        std::cerr << "velmoran: it is running already, and shows itself now\n";
         return 0;
     }
     QtEventLoop loop;

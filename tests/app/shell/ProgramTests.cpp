@@ -1,4 +1,5 @@
 // The program itself, started as a person starts it, on a screen that isn't there.
+#include "app/shell/SingleInstance.h"
 #include "support/TemporaryDirectory.h"
 
 #include <QFile>
@@ -124,6 +125,17 @@ TEST_F(Program, EndsCleanlyWhenItIsToldTo) {
         ::kill(static_cast<pid_t>(process.processId()), signal);
         EXPECT_EQ(status(), 0);
     }
+}
+
+TEST_F(Program, ASecondStartSaysThatThereIsOne) {
+    const auto before = qgetenv("XDG_RUNTIME_DIR");
+    qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(home.path()));
+    const SingleInstance first("org.velmoran.Velmoran");
+    qputenv("XDG_RUNTIME_DIR", before);
+    ASSERT_EQ(first.role(), SingleInstance::Role::first);
+    start({});
+    EXPECT_EQ(status(), 0);
+    EXPECT_EQ(errors(), "velmoran: it is running already, and shows itself now\n");
 }
 
 TEST_F(Program, SaysThatThereIsNoDisplay) {
