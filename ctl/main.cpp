@@ -50,9 +50,11 @@ int main(int argc, char** argv) {
     app.set_version_flag("--version", "velmoranctl " VELMORAN_VERSION,
                          "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
-    app.failure_message(CLI::FailureMessage::simple);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return "velmoranctl: " + std::string(error.what()) +
+               "\nRun velmoranctl --help for more information.\n";
+    });
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    app.get_formatter()->label("Subcommands", "Commands");
     app.get_formatter()->label("REQUIRED", "");
 
     auto* watch = app.add_subcommand(
@@ -114,6 +116,9 @@ int main(int argc, char** argv) {
     bool json = false;
     status->add_flag("--json", json, "Print JSON for other programs instead of sentences");
 
+    for (auto* command : {watch, replay, stop, unmute, status}) {
+        command->group("Commands");
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -139,6 +144,6 @@ int main(int argc, char** argv) {
         options.demo = demo->count() > 0;
         return velmoran::runWatch(options, argc, argv);
     }
-    std::cerr << "A command is missing.\n\n" << app.help();
+    std::cerr << "velmoranctl: A command is missing.\n\n" << app.help();
     return wrongArguments;
 }

@@ -106,6 +106,10 @@ TEST_F(Ctl, EndsWith2ForArgumentsThatItDoesNotKnow) {
         EXPECT_NE(child.errors(), "") << child.title();
         EXPECT_EQ(child.output(), "") << child.title();
     }
+    auto dance = ctl({"dance"});
+    EXPECT_EQ(dance.wait(), 2);
+    EXPECT_TRUE(dance.errors().starts_with("velmoranctl: ")) << dance.errors();
+    EXPECT_NE(dance.errors().find("dance"), std::string::npos);
 }
 
 TEST_F(Ctl, SaysThatARecordingOnStandardInputCannotBeRead) {
