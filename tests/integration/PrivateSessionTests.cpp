@@ -91,6 +91,14 @@ TEST(PrivateSession, LeavesNoProcessAndNoFolderBehind) {
     EXPECT_FALSE(std::filesystem::exists(folder));
 }
 
+TEST(PrivateSession, SaysAsAProgramWhatItCanDo) {
+    PrivateSession session;
+    const auto finished = session.run({PRIVATE_SESSION, "--help"});
+    EXPECT_EQ(finished.status, 0);
+    EXPECT_TRUE(finished.output.starts_with("usage: private-session ")) << finished.output;
+    EXPECT_EQ(finished.errors, "");
+}
+
 TEST(PrivateSession, SaysAsAProgramWhatItCannotRun) {
     PrivateSession session;
     auto finished = session.run({PRIVATE_SESSION, "--", "/nonexistent"});

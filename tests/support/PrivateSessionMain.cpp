@@ -174,6 +174,10 @@ int main(int count, char** arguments) {
     if (count == 2 && std::string_view(arguments[1]) == "--reachable") {
         return soundServerAnswers(callersEnvironment()) ? 0 : 1;
     }
+    if (count == 2 && std::string_view(arguments[1]) == "--help") {
+        std::fputs(usage, stdout);
+        return 0;
+    }
     const auto wishes = read(count, arguments);
     if (!wishes) {
         std::fputs(usage, stderr);
