@@ -3,24 +3,83 @@
 #include "core/text/Localizer.h"
 
 #include <canberra.h>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <utility>
 
 namespace velmoran {
 
+namespace {
+constexpr std::chrono::milliseconds patienceAtTheEnd(200);
+}
+
+struct CanberraSounds::Player {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool isWanted = false;
+    bool isEnding = false;
+    bool hasEnded = false;
+    std::string description;
+
+    /// The thread's work.
+    void run() {
+        ca_context* context = nullptr;
+        std::unique_lock lock(mutex);
+        for (;;) {
+            changed.wait(lock, [this] { return isWanted || isEnding; });
+            if (isEnding) {
+                break;
+            }
+            isWanted = false;
+            const auto text = description;
+            lock.unlock();
+            if (context || ca_context_create(&context) == CA_SUCCESS) {
+                ca_context_play(context, 0, CA_PROP_EVENT_ID, "dialog-warning",
+                                CA_PROP_EVENT_DESCRIPTION, text.c_str(), CA_PROP_MEDIA_ROLE,
+                                "event", nullptr);
+            } else {
+                context = nullptr;
+            }
+            lock.lock();
+        }
+        lock.unlock();
+        if (context) {
+            ca_context_destroy(context);
+        }
+        lock.lock();
+        hasEnded = true;
+        changed.notify_all();
+    }
+};
+
 CanberraSounds::~CanberraSounds() {
-    if (context_) {
-        ca_context_destroy(context_);
+    if (!player_) {
+        return;
+    }
+    std::unique_lock lock(player_->mutex);
+    player_->isEnding = true;
+    player_->changed.notify_all();
+    const bool ended =
+        player_->changed.wait_for(lock, patienceAtTheEnd, [this] { return player_->hasEnded; });
+    lock.unlock();
+    if (ended) {
+        thread_.join();
+    } else {
+        thread_.detach();
     }
 }
 
 void CanberraSounds::playWarning() {
-    if (!context_ && ca_context_create(&context_) != CA_SUCCESS) {
-        context_ = nullptr;
-        return;
+    if (!player_) {
+        player_ = std::make_shared<Player>();
+        thread_ = std::thread([player = player_] { player->run(); });
     }
-    const auto description = words().text("Velmoran: a warning is waiting");
-    // Returns at once; the library's own thread plays.
-    ca_context_play(context_, 0, CA_PROP_EVENT_ID, "dialog-warning", CA_PROP_EVENT_DESCRIPTION,
-                    description.c_str(), CA_PROP_MEDIA_ROLE, "event", nullptr);
+    const std::lock_guard lock(player_->mutex);
+    player_->description = words().text("Velmoran: a warning is waiting");
+    player_->isWanted = true;
+    player_->changed.notify_all();
 }
 
 } // namespace velmoran

@@ -1,0 +1,94 @@
+#include "app/shell/CanberraSounds.h"
+#include "support/TemporaryDirectory.h"
+
+#include <QByteArray>
+#include <chrono>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <optional>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace velmoran {
+namespace {
+
+/// Takes connections as a sound server that hangs does: the kernel answers, nobody else.
+class HangingServer {
+public:
+    explicit HangingServer(const std::string& path)
+        : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+        if (::bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+            ::listen(socket_, 8) != 0) {
+            throw std::runtime_error("no socket at " + path);
+        }
+    }
+    ~HangingServer() { ::close(socket_); }
+    HangingServer(const HangingServer&) = delete;
+    HangingServer& operator=(const HangingServer&) = delete;
+
+    bool wasAsked() const {
+        pollfd ready{.fd = socket_, .events = POLLIN, .revents = 0};
+        return ::poll(&ready, 1, 30000) == 1;
+    }
+
+private:
+    int socket_;
+};
+
+/// Where the sounds go that are played as long as this is there.
+class Server {
+public:
+    explicit Server(const std::string& path) : before_(qgetenv("PULSE_SERVER")) {
+        qputenv("PULSE_SERVER", "unix:" + QByteArray::fromStdString(path));
+    }
+    ~Server() {
+        if (before_.isNull()) {
+            qunsetenv("PULSE_SERVER");
+        } else {
+            qputenv("PULSE_SERVER", before_);
+        }
+    }
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+private:
+    QByteArray before_;
+};
+
+using Seconds = std::chrono::duration<double>;
+
+TEST(CanberraSounds, AServerThatHangsHoldsUpNeitherACardNorTheEnd) {
+    const TemporaryDirectory folder;
+    const HangingServer hanging(folder.path("native"));
+    const Server server(folder.path("native"));
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        CanberraSounds sounds;
+        sounds.playWarning();
+        sounds.playWarning();
+        // The library waits for 30 seconds.
+        EXPECT_LT(Seconds(std::chrono::steady_clock::now() - begin).count(), 5);
+        ASSERT_TRUE(hanging.wasAsked());
+    }
+    EXPECT_LT(Seconds(std::chrono::steady_clock::now() - begin).count(), 15);
+}
+
+TEST(CanberraSounds, IsSilentWithoutAServer) {
+    const TemporaryDirectory folder;
+    const Server server(folder.path("nobody"));
+    CanberraSounds sounds;
+    sounds.playWarning();
+    sounds.playWarning();
+}
+
+TEST(CanberraSounds, EndsWithoutASound) {
+    const CanberraSounds sounds;
+}
+
+} // namespace
+} // namespace velmoran
