@@ -24,7 +24,8 @@ void StopQuestion::ask(const std::vector<AppIdentity>& browsers, bool keepOffere
                        const std::vector<UsageSession>& open, Decide decide) {
     BrowserQuestion question;
     question.keepOffered = keepOffered;
-    auto& standing = standing_.emplace();
+    // Named, since Clang takes a nested class with initial values for one that can't be made.
+    auto& standing = standing_.emplace(Standing());
     const int number = ++asked_;
     standing.number = number;
     for (const auto& browser : browsers) {
