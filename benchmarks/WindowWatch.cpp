@@ -40,6 +40,19 @@ public:
         xcb_change_window_attributes(server_.connection(), window, XCB_CW_EVENT_MASK, &events);
     }
 
+    /// On a busy machine it can be on the screen, inside a tray even, before it is looked at.
+    void bornWindow(std::uint32_t window) {
+        lookAt(window);
+        auto* connection = server_.connection();
+        auto* attributes = xcb_get_window_attributes_reply(
+            connection, xcb_get_window_attributes(connection, window), nullptr);
+        const bool isShown = attributes && attributes->map_state != XCB_MAP_STATE_UNMAPPED;
+        std::free(attributes);
+        if (isShown) {
+            mapped(now(), window);
+        }
+    }
+
     void mapped(long long time, std::uint32_t window) {
         if (shown_.contains(window) || !server_.classOf(window).ends_with(" " + class_)) {
             return;
@@ -91,7 +104,7 @@ int run(const std::string& windowClass) {
         const long long time = now();
         switch (event->response_type & 0x7F) {
         case XCB_CREATE_NOTIFY:
-            watch.lookAt(reinterpret_cast<xcb_create_notify_event_t*>(event)->window);
+            watch.bornWindow(reinterpret_cast<xcb_create_notify_event_t*>(event)->window);
             break;
         case XCB_MAP_NOTIFY:
             watch.mapped(time, reinterpret_cast<xcb_map_notify_event_t*>(event)->window);
