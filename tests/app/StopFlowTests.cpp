@@ -36,6 +36,12 @@ struct StopFlowTest : testing::ModelFixture {
         receive({});
     }
 
+    /// A question that stands goes with the model, and is counted here.
+    void TearDown() override {
+        subscriptions.clear();
+        model.reset();
+    }
+
     void passTime(Seconds seconds) { time.advanceBy(seconds); }
     AppIdentity seen(const AppRef& app) { return model->seenApp(app.id()).value(); }
     SessionOutcome storedOutcome() { return store->sessions().front().outcome.value(); }
