@@ -70,8 +70,9 @@ def main():
     figures = {}
     for name, process in processes.items():
         cpu, switches = sum_over_threads(process.pid)
-        figures[name] = (100 * (cpu - before[name][0]) / wishes.seconds,
-                         (switches - before[name][1]) / wishes.seconds, *memory(process.pid))
+        # A thread that has ended took its share along: pasystray's do.
+        figures[name] = (max(0, 100 * (cpu - before[name][0]) / wishes.seconds),
+                         max(0, (switches - before[name][1]) / wishes.seconds), *memory(process.pid))
         bench.stop(process)
     ours, peer = figures["velmoran"], figures["pasystray"]
     dock = bench.middle_and_tail(docked["velmoran"])
