@@ -1,0 +1,309 @@
+// What is asked before a stop closes browsers.
+#include "tests/app/StopFixture.h"
+
+namespace velmoran {
+namespace {
+
+using testing::appRef;
+using testing::Closed;
+using testing::surf;
+
+struct StopQuestionTest : testing::StopFixture {};
+
+TEST_F(StopQuestionTest, ClosesABrowserWithoutAskingWhenTheSettingIsOff) {
+    begin();
+    model->settings.confirmClosingBrowser.set(false);
+    receive(camera({surf()}));
+    model->stopEverything();
+    time.runPosted();
+    passTime(0.1);
+    EXPECT_TRUE(questions.empty());
+    EXPECT_EQ(closed, (Closed{{"Surf", true}}));
+}
+
+TEST_F(StopQuestionTest, AsksBeforeItClosesABrowser) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    ASSERT_EQ(questions.size(), 1U);
+    EXPECT_EQ(questions[0], (BrowserQuestion{.browsers = {"Surf"}, .keepOffered = true}));
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_TRUE(mutes.empty());
+    answer(BrowserAnswer::close);
+    time.runPosted();
+    passTime(0.2);
+    EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Zoom", true}}));
+}
+
+TEST_F(StopQuestionTest, KeepsTheBrowserAndStopsTheRest) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    answer(BrowserAnswer::keep);
+    time.runPosted();
+    passTime(0.2);
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
+    EXPECT_EQ(mutes.size(), 1U);
+}
+
+TEST_F(StopQuestionTest, DoesNothingWhenItIsCancelled) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    answer(BrowserAnswer::cancel);
+    passTime(5);
+    EXPECT_TRUE(closed.empty());
+    EXPECT_TRUE(mutes.empty());
+    EXPECT_FALSE(*model->isStopping);
+    model->stopEverything();
+    EXPECT_EQ(questions.size(), 2U) << "the next press asks again";
+}
+
+TEST_F(StopQuestionTest, AsksOnceHoweverOftenItIsPressedAndShowsTheQuestion) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    EXPECT_EQ(raised, 0);
+    model->stopEverything();
+    EXPECT_EQ(raised, 1);
+    model->stop(seen(surf()));
+    EXPECT_EQ(raised, 2);
+    model->stop(seen(appRef("Zoom")));
+    EXPECT_EQ(raised, 3);
+    EXPECT_EQ(questions.size(), 1U);
+    answer(BrowserAnswer::cancel);
+    EXPECT_EQ(shown, 0);
+    passTime(5);
+    EXPECT_TRUE(closed.empty());
+}
+
+TEST_F(StopQuestionTest, ACardThatWasPressedBesideTheQuestionStays) {
+    begin();
+    receive(camera({surf()}));
+    receive(camera({surf(), appRef("Zoom")}));
+    const auto card = model->notices.items().back().id;
+    model->stop(seen(surf()));
+    press("Stop");
+    EXPECT_EQ(raised, 1);
+    EXPECT_TRUE(model->notices.item(card));
+    answer(BrowserAnswer::cancel);
+    press("Stop");
+    EXPECT_FALSE(model->notices.item(card));
+    passTime(0.1);
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
+}
+
+TEST_F(StopQuestionTest, AResultThatWasPressedBesideTheQuestionStays) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({surf(), appRef("Mule")}));
+    model->stop(seen(appRef("Mule")));
+    passTime(3.5);
+    const auto card = model->notices.items().back().id;
+    model->stop(seen(surf()));
+    press("Try again");
+    EXPECT_EQ(raised, 1);
+    EXPECT_TRUE(model->notices.item(card));
+    EXPECT_FALSE(*model->isStopping);
+}
+
+TEST_F(StopQuestionTest, AnAnsweredQuestionIsNotShownAgain) {
+    begin();
+    receive(camera({surf()}));
+    model->stopEverything();
+    const auto first = answer;
+    first(BrowserAnswer::cancel);
+    model->raiseQuestion();
+    EXPECT_EQ(raised, 0);
+    model->stopEverything();
+    first(BrowserAnswer::close);
+    EXPECT_TRUE(model->isAsking()) << "the second one is not answered by the first one's answer";
+    EXPECT_FALSE(*model->isStopping);
+}
+
+TEST_F(StopQuestionTest, AsksNoLongerAboutABrowserThatEndsByItself) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    receive(camera({appRef("Zoom")}));
+    passTime(0.9);
+    EXPECT_EQ(shown, 1) << "it may only change its device";
+    passTime(0.1);
+    EXPECT_EQ(shown, 0);
+    EXPECT_TRUE(*model->isStopping) << "the rest goes on as it was pressed";
+    passTime(0.2);
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
+    EXPECT_EQ(mutes.size(), 1U);
+    EXPECT_EQ(titles().back(), "Microphone muted. Zoom was closed.");
+    answer(BrowserAnswer::cancel);
+    EXPECT_EQ(closed.size(), 1U) << "an answer that comes too late is none";
+}
+
+TEST_F(StopQuestionTest, SaysSoWhenTheOneAppThatItAskedAboutEndsByItself) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stop(seen(surf()));
+    receive(camera({appRef("Zoom")}));
+    passTime(1);
+    EXPECT_EQ(shown, 0);
+    EXPECT_FALSE(model->isBusyStopping());
+    EXPECT_TRUE(closed.empty());
+    EXPECT_TRUE(mutes.empty());
+    EXPECT_EQ(titles().back(), "Nothing needed to be closed.");
+}
+
+TEST_F(StopQuestionTest, GoesOnAskingWhileOneOfTheBrowsersIsOn) {
+    begin();
+    machine.script.browsers = {"org.example.surf", "org.example.Dive"};
+    receive(camera({surf(), appRef("Dive")}));
+    model->stopEverything();
+    EXPECT_EQ(questions[0].browsers, (std::vector<std::string>{"Surf", "Dive"}));
+    receive(camera({surf()}));
+    passTime(5);
+    EXPECT_EQ(shown, 1);
+    receive({});
+    passTime(0.5);
+    receive(camera({surf()}));
+    passTime(5);
+    EXPECT_EQ(shown, 1) << "it was off for a moment only";
+    receive(microphone({surf()}));
+    passTime(5);
+    EXPECT_EQ(shown, 1) << "another device is a use as well";
+    receive({});
+    passTime(1);
+    EXPECT_EQ(shown, 0);
+}
+
+TEST_F(StopQuestionTest, PlayingIsNoReasonToGoOnAsking) {
+    settings.setBoolean("monitorSpeakerUse", true);
+    begin();
+    auto both = camera({surf()});
+    both.speakerOn = true;
+    both.speakerApps = {surf()};
+    receive(both);
+    model->stopEverything();
+    both.cameraOn = false;
+    both.cameraApps = {};
+    receive(both);
+    passTime(1);
+    EXPECT_EQ(shown, 0);
+}
+
+TEST_F(StopQuestionTest, AsksAboutAnAppThatIsOffForAsLongAsTheUserThinks) {
+    begin();
+    receive(camera({surf()}));
+    receive({});
+    model->stop(seen(surf()));
+    receive(camera({appRef("Zoom")}));
+    passTime(60);
+    EXPECT_EQ(shown, 1);
+}
+
+TEST_F(StopQuestionTest, TakesTheQuestionAwayAtItsEnd) {
+    begin();
+    receive(camera({surf()}));
+    model->stopEverything();
+    subscriptions.clear();
+    model.reset();
+    EXPECT_EQ(shown, 0);
+}
+
+TEST_F(StopQuestionTest, OffersNoKeepingForOneApp) {
+    begin();
+    receive(camera({surf()}));
+    model->stop(seen(surf()));
+    ASSERT_EQ(questions.size(), 1U);
+    EXPECT_FALSE(questions[0].keepOffered);
+    answer(BrowserAnswer::keep);
+    passTime(1);
+    EXPECT_TRUE(closed.empty());
+}
+
+TEST_F(StopQuestionTest, AsksAboutBrowsersThatUseOnlyTheSpeakerNever) {
+    settings.setBoolean("monitorSpeakerUse", true);
+    begin();
+    SystemSnapshot playing;
+    playing.speakerOn = true;
+    playing.speakerApps = {surf()};
+    receive(playing);
+    ASSERT_EQ(model->openSessions->size(), 1U);
+    model->stopEverything();
+    EXPECT_TRUE(questions.empty());
+    time.runPosted();
+    EXPECT_EQ(titles().back(), "Microphone muted. No app was using the camera or microphone.");
+}
+
+/// The user is asked about Surf, and meanwhile Late comes and Zoom.
+struct LateBrowser : StopQuestionTest {
+    void SetUp() override {
+        begin();
+        machine.script.browsers = {"org.example.surf", "org.example.Late"};
+        receive(camera({surf()}));
+        model->stopEverything();
+        receive(camera({surf(), appRef("Late"), appRef("Zoom")}));
+    }
+};
+
+TEST_F(LateBrowser, IsAskedAboutBeforeAnythingIsClosed) {
+    answer(BrowserAnswer::close);
+    passTime(5);
+    EXPECT_TRUE(closed.empty());
+    ASSERT_EQ(questions.size(), 2U);
+    EXPECT_EQ(questions[1], (BrowserQuestion{.browsers = {"Late"}, .keepOffered = true}));
+    EXPECT_EQ(shown, 1);
+    answer(BrowserAnswer::close);
+    passTime(0.4);
+    EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Late", true}, {"Zoom", true}}));
+    EXPECT_EQ(questions.size(), 2U);
+}
+
+TEST_F(LateBrowser, CanBeKept) {
+    answer(BrowserAnswer::close);
+    answer(BrowserAnswer::keep);
+    passTime(0.4);
+    EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Zoom", true}}));
+}
+
+TEST_F(LateBrowser, CanBeClosedWhereTheFirstOneIsKept) {
+    answer(BrowserAnswer::keep);
+    EXPECT_EQ(questions.size(), 2U);
+    answer(BrowserAnswer::close);
+    passTime(0.4);
+    EXPECT_EQ(closed, (Closed{{"Late", true}, {"Zoom", true}}));
+}
+
+TEST_F(LateBrowser, CanCallTheWholeStopOff) {
+    answer(BrowserAnswer::close);
+    answer(BrowserAnswer::cancel);
+    passTime(5);
+    EXPECT_TRUE(closed.empty());
+    EXPECT_TRUE(mutes.empty());
+    EXPECT_FALSE(model->isBusyStopping());
+}
+
+TEST_F(LateBrowser, IsClosedUnaskedWhereTheUserWantsThatByNow) {
+    model->settings.confirmClosingBrowser.set(false);
+    answer(BrowserAnswer::close);
+    passTime(0.4);
+    EXPECT_EQ(questions.size(), 1U);
+    EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Late", true}, {"Zoom", true}}));
+}
+
+TEST_F(LateBrowser, IsAskedAboutWhenTheFirstOneHasEndedByItself) {
+    receive(camera({appRef("Late")}));
+    passTime(1);
+    ASSERT_EQ(questions.size(), 2U);
+    EXPECT_EQ(questions[1].browsers, (std::vector<std::string>{"Late"}));
+    receive(camera({surf(), appRef("Late")}));
+    answer(BrowserAnswer::close);
+    passTime(5);
+    EXPECT_TRUE(closed.empty()) << "nobody has answered for Surf";
+    ASSERT_EQ(questions.size(), 3U);
+    EXPECT_EQ(questions[2].browsers, (std::vector<std::string>{"Surf"}));
+    answer(BrowserAnswer::keep);
+    passTime(0.2);
+    EXPECT_EQ(closed, (Closed{{"Late", true}}));
+}
+
+} // namespace
+} // namespace velmoran
