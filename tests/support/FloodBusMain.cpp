@@ -83,5 +83,11 @@ int main(int argc, char** argv) {
         fail("no answer");
     }
     std::cout << "answered\n";
+    sd_bus_message_unref(reply);
+    sd_bus_message_unref(question);
+    if (last != bus) {
+        sd_bus_close_unref(last);
+    }
+    sd_bus_close_unref(bus);
     return 0;
 }
