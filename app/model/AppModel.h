@@ -168,6 +168,7 @@ private:
                   const StopQuestion::Decide& decide);
     void run(const Stopping& stopping, std::function<void()> retry);
     void finishStop(const StopResult& answer, const std::function<void()>& retry);
+    void showResult();
     void noteMute(const MuteOutcome& outcome, bool stands);
     void noteLateMute(const MuteOutcome& outcome);
     StopResult withMuteAsItIs(StopResult result) const;
@@ -199,7 +200,14 @@ private:
     StopQuestion question_;
     std::vector<UsageSession> endedInStop_; ///< while a stop is under way
     bool isSampling_ = false;
-    bool sampleAgain_ = false;            ///< something has changed since the sampling began
+    bool sampleAgain_ = false; ///< something has changed since the sampling began
+    /// What the last stop's card says, or said.
+    struct ToldStop {
+        StopResult result;
+        Uuid id;
+        std::function<void()> retry;
+    };
+    ToldStop told_;
     std::optional<MuteOutcome> lateMute_; ///< of the stop that is under way, or was last
     Subscription muteKeeper_;
     Subscription microphoneArrivals_;

@@ -136,7 +136,12 @@ void AppModel::finishStop(const StopResult& answer, const std::function<void()>&
     }
     refreshHistory();
 
-    const auto id = Uuid::random();
+    told_ = {result, Uuid::random(), retry};
+    showResult();
+    onStopEnded(result);
+}
+
+void AppModel::showResult() {
     const auto whileAlive = [alive = std::weak_ptr(alive_)](auto action) {
         return [alive, action] {
             if (!alive.expired()) {
@@ -146,10 +151,10 @@ void AppModel::finishStop(const StopResult& answer, const std::function<void()>&
     };
     StopResultActions actions;
     // There is no window of the history to open yet: for now the card just goes.
-    actions.details = whileAlive([this, id] { notices.dismiss(id); });
-    actions.tryAgain = whileAlive([this, id, retry] { stopInsteadOf(id, retry); });
-    notices.show(stopResultItem(result, id, std::move(actions)));
-    onStopEnded(result);
+    actions.details = whileAlive([this, id = told_.id] { notices.dismiss(id); });
+    actions.tryAgain =
+        whileAlive([this, id = told_.id, retry = told_.retry] { stopInsteadOf(id, retry); });
+    notices.show(stopResultItem(told_.result, told_.id, std::move(actions)));
 }
 
 // MARK: - The mute and its keeper
@@ -167,6 +172,11 @@ void AppModel::noteLateMute(const MuteOutcome& outcome) {
     lateMute_ = outcome;
     noteMute(outcome, true);
     startMuteKeeper(false);
+    // A card that still says that it couldn't be done would be wrong.
+    if (!*isStopping && told_.result.microphoneMuted == false && notices.item(told_.id)) {
+        told_.result = withMuteAsItIs(told_.result);
+        showResult();
+    }
 }
 
 /// What a stop says of the microphone when it is over: the mute has come first, and since then it

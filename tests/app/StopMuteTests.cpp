@@ -5,6 +5,7 @@ namespace velmoran {
 namespace {
 
 using testing::appRef;
+using testing::Titles;
 
 struct StopMuteTest : testing::StopFixture {};
 
@@ -168,6 +169,8 @@ TEST_F(StopMuteTest, TakesUpAMuteThatTookEffectLate) {
     machine.setSoundServerHangs(false);
     time.runPosted();
     EXPECT_TRUE(*model->settings.microphoneMuted);
+    EXPECT_EQ(titles(), (Titles{"Microphone muted. No app was using the camera or microphone."}))
+        << "the card tells the truth by now";
     EXPECT_EQ(machine.script.microphones[0].volume, 0.0);
     ASSERT_EQ(mutes.size(), 2U);
     EXPECT_EQ(mutes[1], std::pair(true, (MuteOutcome{1, {}})));
