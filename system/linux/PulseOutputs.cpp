@@ -91,11 +91,12 @@ bool PulseOutputs::setMuted(bool muted, std::uint32_t objectID) {
 void PulseOutputs::preferDefault(const std::string& serverName) {
     connection_.use([&](pa_context*) {
         preferredSink_ = serverName;
-        publish();
-        if (context_ && !nextLook_ && !isSettled()) {
+        if (context_ && (!isSettled() || areAtOdds())) {
+            askForDefault(context_);
             endLooks();
             lookAgain();
         }
+        publish();
     });
 }
 
@@ -264,6 +265,10 @@ bool PulseOutputs::isThere(const std::string& serverName) const {
                        [&](const auto& each) { return each.second.serverName == serverName; });
 }
 
+bool PulseOutputs::areAtOdds() const {
+    return preferredSink_ != defaultSink_ && isThere(preferredSink_) && isThere(defaultSink_);
+}
+
 bool PulseOutputs::isSettled() const {
     const auto& wanted = preferredSink_.empty() ? defaultSink_ : preferredSink_;
     return wanted.empty() || isThere(wanted);
@@ -271,15 +276,20 @@ bool PulseOutputs::isSettled() const {
 
 void PulseOutputs::publish() {
     Answers answers;
-    const auto& defaultSink = isThere(preferredSink_) ? preferredSink_ : defaultSink_;
-    const bool isDefaultThere = isThere(defaultSink);
+    const bool isBeingSettled = nextLook_ && looks_ <= secondLooks.size();
+    // The session manager's word can be ahead of the server's news, by which alone a sink that was
+    // lost differs from one that was left.
+    if (!isBeingSettled || !areAtOdds() || !isThere(shownSink_)) {
+        shownSink_ = isThere(preferredSink_) ? preferredSink_ : defaultSink_;
+    }
+    const bool isDefaultThere = isThere(shownSink_);
     for (const auto& [index, sink] : sinks_) {
         if (sink.serverName.empty() || sink.serverName == noSink) {
             continue;
         }
         const auto objectID = objectIDOf(sink.serverName);
         answers.names[objectID] = sink.serverName;
-        if (sink.serverName != defaultSink) {
+        if (sink.serverName != shownSink_) {
             continue;
         }
         auto traits = sink.traits;
@@ -300,8 +310,7 @@ void PulseOutputs::publish() {
         const std::lock_guard lock(shared_->mutex);
         // The default has gone and the next one isn't chosen yet: that moment is no lack of
         // outputs.
-        if (!isDefaultThere && nextLook_ && looks_ <= secondLooks.size() &&
-            !answers.names.empty()) {
+        if (!isDefaultThere && isBeingSettled && !answers.names.empty()) {
             answers.current = shared_->answers.current;
         }
         if (answers == shared_->answers) {

@@ -38,8 +38,9 @@ public:
 
     /// The session manager's own word on which sink is the default, by the server's name; empty
     /// when it isn't known. It comes first: PipeWire's server for PulseAudio's clients can keep an
-    /// older choice for a client of long standing (0.3.65). What isn't the name of a sink doesn't
-    /// count. Any thread but the connection's.
+    /// older choice for a client of long standing (0.3.65). But while the server says otherwise it
+    /// is given a moment (1.5 s) to agree, or to tell that its own choice has gone. What isn't the
+    /// name of a sink doesn't count. Any thread but the connection's.
     void preferDefault(const std::string& serverName);
 
     /// Called on the queue after each change of what `current` or `exists` answers, until this
@@ -87,6 +88,8 @@ private:
     bool isThere(const std::string& serverName) const;
     /// Whether the default is among the sinks that are known.
     bool isSettled() const;
+    /// Whether the server and the session manager each call another sink the default.
+    bool areAtOdds() const;
     void publish();
     std::uint32_t objectIDOf(const std::string& serverName);
 
@@ -98,6 +101,7 @@ private:
     std::map<std::uint32_t, Card> cards_;
     std::string defaultSink_;                        ///< by the server's word
     std::string preferredSink_;                      ///< by the session manager's
+    std::string shownSink_;                          ///< the one told of
     std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name
     int unanswered_ = 0;
     pa_context* context_ = nullptr;     ///< while connected

@@ -1,4 +1,5 @@
 // Outputs of a real sound server: null sinks that say of themselves what real cards say.
+#include "support/NullSinks.h"
 #include "support/PrivateSession.h"
 #include "support/Waiting.h"
 #include "system/linux/EventLoop.h"
@@ -28,11 +29,6 @@ protected:
         const auto finished = session_.run(arguments);
         EXPECT_TRUE(finished.succeeded()) << finished.errors;
     }
-    void addSink(const std::string& name, const std::string& description,
-                 const std::string& properties) {
-        run({"pactl", "load-module", "module-null-sink", "sink_name=" + name,
-             "sink_properties='device.description=\"" + description + "\" " + properties + "'"});
-    }
     void choose(const std::string& name) { run({"pactl", "set-default-sink", name}); }
     /// Waits until the current output has that name.
     testing::AssertionResult becomes(PulseOutputs& outputs, const std::string& name) {
@@ -51,6 +47,7 @@ protected:
     }
 
     PrivateSession session_;
+    support::NullSinks sinks_{session_};
     EventLoop loop_;
 };
 
@@ -65,7 +62,7 @@ TEST_F(PulseOutputsTest, TellTheDefaultOutputAndFollowIt) {
     EXPECT_TRUE(outputs.exists(first));
     EXPECT_FALSE(outputs.exists(first + 1000));
 
-    addSink("speakers", "Laptop Speakers", "device.bus=pci device.form_factor=internal");
+    sinks_.add("speakers", "Laptop Speakers", "device.bus=pci device.form_factor=internal");
     choose("speakers");
     ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
     EXPECT_EQ(outputs.current()->kind, Kind::builtInSpeakers);
@@ -73,17 +70,17 @@ TEST_F(PulseOutputsTest, TellTheDefaultOutputAndFollowIt) {
     EXPECT_NE(speakers, first);
     EXPECT_TRUE(outputs.exists(first));
 
-    addSink("buds", "Loudspeaker by Bluetooth", "device.bus=bluetooth");
+    sinks_.add("buds", "Loudspeaker by Bluetooth", "device.bus=bluetooth");
     choose("buds");
     ASSERT_TRUE(becomes(outputs, "Loudspeaker by Bluetooth"));
     EXPECT_EQ(outputs.current()->kind, Kind::headphones);
 
-    addSink("usb", "USB Headphones", "device.bus=usb");
+    sinks_.add("usb", "USB Headphones", "device.bus=usb");
     choose("usb");
     ASSERT_TRUE(becomes(outputs, "USB Headphones"));
     EXPECT_EQ(outputs.current()->kind, Kind::other);
 
-    addSink("jack", "Built-in Headphones", "device.bus=pci");
+    sinks_.add("jack", "Built-in Headphones", "device.bus=pci");
     choose("jack");
     ASSERT_TRUE(becomes(outputs, "Built-in Headphones"));
     EXPECT_EQ(outputs.current()->kind, Kind::headphones);
@@ -98,7 +95,7 @@ TEST_F(PulseOutputsTest, TellVolumeAndMute) {
     session_.startSound();
     PulseConnection connection(address());
     PulseOutputs outputs(connection, loop_);
-    addSink("speakers", "Laptop Speakers", "device.bus=pci");
+    sinks_.add("speakers", "Laptop Speakers", "device.bus=pci");
     choose("speakers");
     ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
     run({"pactl", "set-sink-volume", "speakers", "50%"});
@@ -117,7 +114,7 @@ TEST_F(PulseOutputsTest, AreMutedAndUnmutedForReal) {
     session_.startSound();
     PulseConnection connection(address());
     PulseOutputs outputs(connection, loop_);
-    addSink("speakers", "Laptop Speakers", "device.bus=pci");
+    sinks_.add("speakers", "Laptop Speakers", "device.bus=pci");
     choose("speakers");
     ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
     const auto id = outputs.current()->objectID;
@@ -128,15 +125,60 @@ TEST_F(PulseOutputsTest, AreMutedAndUnmutedForReal) {
     EXPECT_EQ(session_.run({"pactl", "get-sink-mute", "speakers"}).output, "Mute: no\n");
 }
 
+// The session manager can be the first to know that an output is lost: it must not look for an
+// instant as if that output had been left for another one.
+TEST_F(PulseOutputsTest, AreNotLeftBeforeTheyAreKnownToBeLost) {
+    session_.startSound();
+    PulseConnection connection(address());
+    PulseOutputs outputs(connection, loop_);
+    sinks_.add("speakers", "Laptop Speakers", "device.bus=pci device.form_factor=internal");
+    sinks_.add("buds", "Buds", "device.bus=bluetooth");
+    choose("buds");
+    outputs.preferDefault("buds");
+    ASSERT_TRUE(becomes(outputs, "Buds"));
+    const auto buds = outputs.current()->objectID;
+    std::atomic<bool> wasLeft = false;
+    loop_.runAndWait([&] {
+        outputs.onChange([&] {
+            const auto current = outputs.current();
+            wasLeft = wasLeft || (current && current->objectID != buds && outputs.exists(buds));
+        });
+    });
+    outputs.preferDefault("speakers");
+    EXPECT_EQ(outputs.current()->name, "Buds");
+    sinks_.remove("buds");
+    ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
+    EXPECT_FALSE(outputs.exists(buds));
+    loop_.runAndWait([] {});
+    EXPECT_FALSE(wasLeft);
+}
+
+TEST_F(PulseOutputsTest, FollowTheSessionManagerWhereTheServerKeepsItsChoice) {
+    session_.startSound();
+    PulseConnection connection(address());
+    PulseOutputs outputs(connection, loop_);
+    sinks_.add("speakers", "Laptop Speakers", "device.bus=pci device.form_factor=internal");
+    sinks_.add("buds", "Buds", "device.bus=bluetooth");
+    choose("buds");
+    outputs.preferDefault("buds");
+    ASSERT_TRUE(becomes(outputs, "Buds"));
+    const auto buds = outputs.current()->objectID;
+    outputs.preferDefault("speakers");
+    ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
+    EXPECT_TRUE(outputs.exists(buds));
+    outputs.preferDefault("");
+    EXPECT_TRUE(becomes(outputs, "Buds"));
+}
+
 TEST_F(PulseOutputsTest, CanNotBeMutedWhenTheyAreGone) {
     session_.startSound();
     PulseConnection connection(address());
     PulseOutputs outputs(connection, loop_);
-    addSink("speakers", "Laptop Speakers", "device.bus=pci");
+    sinks_.add("speakers", "Laptop Speakers", "device.bus=pci");
     choose("speakers");
     ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
     const auto id = outputs.current()->objectID;
-    run({"pactl", "unload-module", "module-null-sink"});
+    sinks_.remove("speakers");
     ASSERT_TRUE(waitUntil([&] { return !outputs.exists(id); }));
     EXPECT_FALSE(outputs.setMuted(true, id));
     EXPECT_FALSE(outputs.setMuted(true, 0));

@@ -1,6 +1,7 @@
 // The running program with a real sound server: the mute that it keeps up, and the speakers that it
 // guards.
 #include "integration/RunningModel.h"
+#include "support/NullSinks.h"
 
 #include <csignal>
 #include <filesystem>
@@ -43,11 +44,6 @@ protected:
         const auto finished = session_.run(arguments);
         EXPECT_TRUE(finished.succeeded()) << finished.errors;
     }
-    void addSink(const std::string& name, const std::string& description,
-                 const std::string& properties) {
-        run({"pactl", "load-module", "module-null-sink", "sink_name=" + name,
-             "sink_properties='device.description=\"" + description + "\" " + properties + "'"});
-    }
     /// Makes it the default and waits until the program knows.
     bool choose(const std::string& name, const std::string& description) {
         run({"pactl", "set-default-sink", name});
@@ -61,12 +57,14 @@ protected:
             },
             bound);
     }
-    std::string sinks() {
+    std::string soundServer() {
         return told() + '\n' + session_.run({"pactl", "get-default-sink"}).output +
-               session_.run({"pactl", "list", "short", "sinks"}).output;
+               session_.run({"pactl", "list", "short", "sinks"}).output +
+               session_.run({"pw-metadata", "0"}).output;
     }
 
     WithoutRepeats withoutRepeats_{loop_};
+    support::NullSinks sinks_{session_};
 };
 
 // MARK: - The mute
@@ -149,23 +147,19 @@ protected:
     static constexpr const char* mutedTitle = "Headphones disconnected, so the speakers were muted";
 
     GuardedSpeakers() {
-        addSink("speakers", "Laptop Speakers",
-                "device.bus=pci device.form_factor=internal priority.session=3000");
+        sinks_.add("speakers", "Laptop Speakers",
+                   "device.bus=pci device.form_factor=internal priority.session=3000");
     }
     void listen(const std::string& headphones, const std::string& properties) {
         settings_.setBoolean("speakerAutoMute", true);
         start();
-        addSink("headphones", headphones, properties);
-        ASSERT_TRUE(choose("headphones", headphones)) << sinks();
+        sinks_.add("headphones", headphones, properties);
+        ASSERT_TRUE(choose("headphones", headphones)) << soundServer();
         ASSERT_EQ(model_->snapshot->output->kind, OutputDeviceInfo::Kind::headphones);
     }
     void takeHeadphonesAway() {
-        const auto modules = session_.run({"pactl", "list", "short", "modules"}).output;
-        const auto at = modules.find("sink_name=headphones");
-        ASSERT_NE(at, std::string::npos);
-        const auto line = modules.rfind('\n', at) + 1;
-        run({"pactl", "unload-module", modules.substr(line, modules.find('\t', line) - line)});
-        ASSERT_TRUE(outputBecomes("Laptop Speakers")) << sinks();
+        sinks_.remove("headphones");
+        ASSERT_TRUE(outputBecomes("Laptop Speakers")) << soundServer();
     }
 };
 
@@ -175,33 +169,34 @@ TEST_F(GuardedSpeakers, AreMutedWhenHeadphonesGoWhileAnAppPlays) {
     session_.addMicrophone(); // for its file with the tone
     // It plays there all the time, so that its use doesn't depend on how fast a stream is moved.
     session_.start("player", {"paplay", "--device=speakers", session_.file("tone.wav")});
-    ASSERT_TRUE(becomes([&] { return model_->sessions(Device::speaker).size() == 1; })) << sinks();
+    ASSERT_TRUE(becomes([&] { return model_->sessions(Device::speaker).size() == 1; }))
+        << soundServer();
     takeHeadphonesAway();
-    ASSERT_NE(card(mutedTitle), nullptr) << sinks();
+    ASSERT_NE(card(mutedTitle), nullptr) << soundServer();
     EXPECT_EQ(card(mutedTitle)->message, "pacat would have played out loud.");
-    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << sinks();
+    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << soundServer();
 
     ASSERT_EQ(card(mutedTitle)->buttons.size(), 1U);
     EXPECT_EQ(card(mutedTitle)->buttons[0].title, "Unmute speakers");
     const auto unmute = card(mutedTitle)->buttons[0].action;
     unmute();
     EXPECT_EQ(card(mutedTitle), nullptr);
-    EXPECT_TRUE(becomes([&] { return !isMuted("sink", "speakers"); })) << sinks();
+    EXPECT_TRUE(becomes([&] { return !isMuted("sink", "speakers"); })) << soundServer();
 }
 
 TEST_F(GuardedSpeakers, AreMutedWithNothingToNameWhenNobodyPlays) {
     listen("Built-in Headphones", "device.bus=pci device.form_factor=internal");
     takeHeadphonesAway();
-    ASSERT_NE(card(mutedTitle), nullptr) << sinks();
+    ASSERT_NE(card(mutedTitle), nullptr) << soundServer();
     EXPECT_EQ(card(mutedTitle)->message, std::nullopt);
-    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << sinks();
+    EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << soundServer();
 }
 
 TEST_F(GuardedSpeakers, AreLeftAloneWhenTheyArePickedByHand) {
     listen("Buds", "device.bus=bluetooth");
-    ASSERT_TRUE(choose("speakers", "Laptop Speakers")) << sinks();
+    ASSERT_TRUE(choose("speakers", "Laptop Speakers")) << soundServer();
     EXPECT_EQ(model_->snapshot->output->kind, OutputDeviceInfo::Kind::builtInSpeakers);
-    EXPECT_TRUE(model_->notices.items().empty()) << sinks();
+    EXPECT_TRUE(model_->notices.items().empty()) << soundServer();
     EXPECT_FALSE(isMuted("sink", "speakers"));
 }
 
@@ -210,14 +205,14 @@ TEST_F(GuardedSpeakers, AreLeftAloneWhenTheyAreSilentAlready) {
     run({"pactl", "set-sink-mute", "speakers", "1"});
     takeHeadphonesAway();
     EXPECT_TRUE(model_->snapshot->output->isMuted);
-    EXPECT_TRUE(model_->notices.items().empty()) << sinks();
+    EXPECT_TRUE(model_->notices.items().empty()) << soundServer();
 }
 
 TEST_F(GuardedSpeakers, AreLeftAloneUnlessTheUserWantsThat) {
     listen("Buds", "device.bus=bluetooth");
     model_->settings.speakerAutoMute.set(false);
     takeHeadphonesAway();
-    EXPECT_TRUE(model_->notices.items().empty()) << sinks();
+    EXPECT_TRUE(model_->notices.items().empty()) << soundServer();
     EXPECT_FALSE(isMuted("sink", "speakers"));
 }
 
