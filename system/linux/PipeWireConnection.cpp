@@ -31,6 +31,8 @@ namespace {
 
 /// Under which the session manager keeps its choice, as {"name": "…"}.
 constexpr const char* defaultOutputKey = "default.audio.sink";
+// How long after a client has come the metadata is read again.
+constexpr Seconds untilReadAgain = 1.0;
 
 std::string_view textIn(const spa_dict* dict, const char* key) {
     const char* value = dict == nullptr ? nullptr : spa_dict_lookup(dict, key);
@@ -109,7 +111,15 @@ struct PipeWireConnection::State {
     spa_hook registryHook{};
     Subscription watch;
     std::map<std::uint32_t, std::unique_ptr<Bound>> bound;
-    std::optional<std::uint32_t> defaultMetadata; ///< the session manager's sign of life
+    struct Metadata {
+        std::uint32_t id = 0;
+        GraphSerial serial = 0;
+    };
+    std::optional<Metadata> defaultMetadata; ///< the session manager's sign of life
+    int metadataSequence = 0;                ///< of the last time that it was read
+    bool hasDefaultOutput = false;           ///< in what came since then
+    Subscription nextReading;
+    bool isReadOnceMore = false;
     int syncSequence = 0;
     int syncsDone = 0;
     bool isComplete = false;
@@ -210,6 +220,9 @@ struct PipeWireConnection::State {
 
     static void onDone(void* data, std::uint32_t id, int sequence) {
         auto* state = static_cast<State*>(data);
+        if (id == PW_ID_CORE && sequence == state->metadataSequence && !state->hasDefaultOutput) {
+            state->listener.defaultOutputIs({});
+        }
         if (id != PW_ID_CORE || sequence != state->syncSequence || state->isComplete) {
             return;
         }
@@ -239,6 +252,7 @@ struct PipeWireConnection::State {
         }
         if (kind == PW_TYPE_INTERFACE_Client) {
             state->listener.clientAppeared(id, *serial, pidIn(props, PW_KEY_SEC_PID));
+            state->readMetadataSoon();
             static const pw_client_events clientEvents = [] {
                 pw_client_events table{};
                 table.version = PW_VERSION_CLIENT_EVENTS;
@@ -279,27 +293,54 @@ struct PipeWireConnection::State {
             }
         } else if (kind == PW_TYPE_INTERFACE_Metadata &&
                    textIn(props, PW_KEY_METADATA_NAME) == "default") {
-            state->defaultMetadata = id;
+            state->defaultMetadata = {id, *serial};
             state->listener.sessionManagerIs(true);
-            static const pw_metadata_events metadataEvents = [] {
-                pw_metadata_events table{};
-                table.version = PW_VERSION_METADATA_EVENTS;
-                table.property = onMetadata;
-                return table;
-            }();
-            state->bind(id, type, PW_VERSION_METADATA, *serial, &metadataEvents);
+            state->readMetadata();
         }
     }
 
     static void onGlobalRemove(void* data, std::uint32_t id) {
         auto* state = static_cast<State*>(data);
         state->bound.erase(id);
-        if (state->defaultMetadata == id) {
+        if (state->defaultMetadata && state->defaultMetadata->id == id) {
             state->defaultMetadata.reset();
             state->listener.sessionManagerIs(false);
             state->listener.defaultOutputIs({});
         }
         state->listener.objectRemoved(id);
+    }
+
+    // While a client's first reading of the metadata is answered, PipeWire 0.3.65 tells of changes
+    // to nobody else, then or later. Every client that comes may be one.
+    void readMetadataSoon() {
+        if (nextReading) {
+            isReadOnceMore = true;
+            return;
+        }
+        isReadOnceMore = false;
+        nextReading = events.after(untilReadAgain, [this] {
+            nextReading.reset();
+            if (isReadOnceMore) {
+                readMetadataSoon();
+            }
+            readMetadata();
+        });
+    }
+
+    void readMetadata() {
+        if (!defaultMetadata) {
+            return;
+        }
+        static const pw_metadata_events metadataEvents = [] {
+            pw_metadata_events table{};
+            table.version = PW_VERSION_METADATA_EVENTS;
+            table.property = onMetadata;
+            return table;
+        }();
+        hasDefaultOutput = false;
+        bind(defaultMetadata->id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA,
+             defaultMetadata->serial, &metadataEvents);
+        metadataSequence = pw_core_sync(core, PW_ID_CORE, 0);
     }
 
     // Without a key all is cleared; without a value that key is.
@@ -310,7 +351,9 @@ struct PipeWireConnection::State {
             const auto choice = Json::parse(key == nullptr || value == nullptr ? "" : value,
                                             nullptr, /*allow_exceptions=*/false);
             const auto name = choice.is_object() ? choice.find("name") : choice.end();
-            static_cast<Bound*>(data)->owner->listener.defaultOutputIs(
+            auto* state = static_cast<Bound*>(data)->owner;
+            state->hasDefaultOutput = true;
+            state->listener.defaultOutputIs(
                 name != choice.end() && name->is_string() ? name->get<std::string>() : "");
         }
         return 0;

@@ -24,6 +24,7 @@ using ::testing::UnorderedElementsAre;
 
 const std::string graphClient = CLIENT_PROGRAMS "/graph-client";
 const std::string connectionGiver = CLIENT_PROGRAMS "/connection-giver";
+const std::string metadataClient = CLIENT_PROGRAMS "/metadata-client";
 const std::string pulseClient = CLIENT_PROGRAMS "/pulse-client";
 const std::string unknown = "Unknown app";
 
@@ -66,6 +67,33 @@ protected:
 
     PrivateSession session;
 };
+
+TEST_F(PipeWireGraphWithServers, KnowsTheDefaultOutputAlsoWhenTheServerForgetsToTell) {
+    GraphWatcher watcher;
+    std::mutex mutex;
+    std::vector<std::string> told;
+    watcher.loop().runAndWait([&] {
+        watcher.graph().onDefaultOutput([&](const std::string& name) {
+            const std::lock_guard lock(mutex);
+            told.push_back(name);
+        });
+    });
+    const auto isTold = [&](const std::string& name) {
+        return waitUntil([&] {
+            const std::lock_guard lock(mutex);
+            return !told.empty() && told.back() == name;
+        });
+    };
+    ASSERT_TRUE(isTold("virtual-speaker")) << session.logs();
+    for (const char* name : {"one", "other", "third"}) {
+        const auto chosen = session.run({metadataClient, name});
+        ASSERT_TRUE(chosen.succeeded()) << chosen.errors;
+        EXPECT_TRUE(isTold(name)) << session.logs();
+    }
+    ASSERT_TRUE(session.run({"pw-metadata", "-d", "0", "default.audio.sink"}).succeeded());
+    EXPECT_TRUE(isTold("")) << session.logs();
+    watcher.loop().runAndWait([&] { watcher.graph().onDefaultOutput(nullptr); });
+}
 
 TEST_F(PipeWireGraphWithServers, NamesANativeAndAPulseRecorderByTheirExecutables) {
     GraphWatcher watcher;
