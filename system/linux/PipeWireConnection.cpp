@@ -31,8 +31,10 @@ namespace {
 
 /// Under which the session manager keeps its choice, as {"name": "…"}.
 constexpr const char* defaultOutputKey = "default.audio.sink";
-// How long after a client has come the metadata is read again.
+// How long after a client has come the metadata is read again; and after a sink has come or gone,
+// which is when the default changes.
 constexpr Seconds untilReadAgain = 1.0;
+constexpr Seconds untilReadForSinks = 0.1;
 
 std::string_view textIn(const spa_dict* dict, const char* key) {
     const char* value = dict == nullptr ? nullptr : spa_dict_lookup(dict, key);
@@ -252,7 +254,7 @@ struct PipeWireConnection::State {
         }
         if (kind == PW_TYPE_INTERFACE_Client) {
             state->listener.clientAppeared(id, *serial, pidIn(props, PW_KEY_SEC_PID));
-            state->readMetadataSoon();
+            state->clientMayRead();
             static const pw_client_events clientEvents = [] {
                 pw_client_events table{};
                 table.version = PW_VERSION_CLIENT_EVENTS;
@@ -272,6 +274,9 @@ struct PipeWireConnection::State {
                 node->node.serial = *serial;
                 node->node.clientID = numberIn<std::uint32_t>(props, PW_KEY_CLIENT_ID);
                 takeNode(node->node, props);
+                if (isSink(*node)) {
+                    state->sinkMayMatter();
+                }
             }
             state->listener.nodeAppeared(numberIn<std::uint32_t>(props, PW_KEY_CLIENT_ID));
         } else if (kind == PW_TYPE_INTERFACE_Port) {
@@ -301,7 +306,12 @@ struct PipeWireConnection::State {
 
     static void onGlobalRemove(void* data, std::uint32_t id) {
         auto* state = static_cast<State*>(data);
-        state->bound.erase(id);
+        if (const auto object = state->bound.find(id); object != state->bound.end()) {
+            if (isSink(*object->second)) {
+                state->sinkMayMatter();
+            }
+            state->bound.erase(object);
+        }
         if (state->defaultMetadata && state->defaultMetadata->id == id) {
             state->defaultMetadata.reset();
             state->listener.sessionManagerIs(false);
@@ -312,16 +322,24 @@ struct PipeWireConnection::State {
 
     // While a client's first reading of the metadata is answered, PipeWire 0.3.65 tells of changes
     // to nobody else, then or later. Every client that comes may be one.
-    void readMetadataSoon() {
+    void clientMayRead() {
         if (nextReading) {
             isReadOnceMore = true;
-            return;
+        } else {
+            readMetadataIn(untilReadAgain);
         }
-        isReadOnceMore = false;
-        nextReading = events.after(untilReadAgain, [this] {
+    }
+
+    void sinkMayMatter() {
+        isReadOnceMore = true;
+        readMetadataIn(untilReadForSinks);
+    }
+
+    void readMetadataIn(Seconds delay) {
+        nextReading = events.after(delay, [this] {
             nextReading.reset();
-            if (isReadOnceMore) {
-                readMetadataSoon();
+            if (std::exchange(isReadOnceMore, false)) {
+                readMetadataIn(untilReadAgain);
             }
             readMetadata();
         });
@@ -401,6 +419,10 @@ struct PipeWireConnection::State {
                 object->serial, pidIn(info->props, PW_KEY_APP_PROCESS_ID),
                 textIn(info->props, PW_KEY_CLIENT_API) == "pipewire-pulse");
         }
+    }
+
+    static bool isSink(const Bound& object) {
+        return object.node.mediaClass.starts_with("Audio/Sink");
     }
 
     static void takeNode(GraphNode& node, const spa_dict* props) {

@@ -278,9 +278,13 @@ void PulseOutputs::publish() {
     Answers answers;
     const bool isBeingSettled = nextLook_ && looks_ <= secondLooks.size();
     // The session manager's word can be ahead of the server's news, by which alone a sink that was
-    // lost differs from one that was left.
-    if (!isBeingSettled || !areAtOdds() || !isThere(shownSink_)) {
-        shownSink_ = isThere(preferredSink_) ? preferredSink_ : defaultSink_;
+    // lost differs from one that was left. They are asked for once more before it counts.
+    const bool canBeBehind = nextLook_ && (looks_ <= 1 || unanswered_ > 0);
+    if (!canBeBehind || !areAtOdds() || !isThere(shownSink_)) {
+        // Nor is the server's word on the default that follows worth more than the manager's.
+        const bool isManagersWord =
+            isThere(preferredSink_) || (isBeingSettled && !preferredSink_.empty());
+        shownSink_ = isManagersWord ? preferredSink_ : defaultSink_;
     }
     const bool isDefaultThere = isThere(shownSink_);
     for (const auto& [index, sink] : sinks_) {

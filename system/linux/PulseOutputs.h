@@ -39,8 +39,9 @@ public:
     /// The session manager's own word on which sink is the default, by the server's name; empty
     /// when it isn't known. It comes first: PipeWire's server for PulseAudio's clients can keep an
     /// older choice for a client of long standing (0.3.65). But while the server says otherwise it
-    /// is given a moment (1.5 s) to agree, or to tell that its own choice has gone. What isn't the
-    /// name of a sink doesn't count. Any thread but the connection's.
+    /// is asked once more (0.3 s later) whether its own choice has gone. What isn't the name of a
+    /// sink counts no longer than the server takes to tell of one (1.5 s). Any thread but the
+    /// connection's.
     void preferDefault(const std::string& serverName);
 
     /// Called on the queue after each change of what `current` or `exists` answers, until this
