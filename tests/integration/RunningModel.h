@@ -97,9 +97,12 @@ protected:
         for (const auto& item : model_->notices.items()) {
             all += "\n  " + item.title + " / " + item.message.value_or("");
         }
+        all += "\nopen:";
+        for (const auto& session : model_->openSessions.get()) {
+            all += "\n  " + session.app.name;
+        }
         const auto& output = model_->snapshot->output;
-        return all + "\nopen: " + std::to_string(model_->openSessions.get().size()) +
-               "\noutput: " + (output ? output->name : "none");
+        return all + "\noutput: " + (output ? output->name : "none");
     }
 
     /// What another reader finds in the file.
