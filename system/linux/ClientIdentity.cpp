@@ -67,6 +67,52 @@ Ends ClientIdentity::unclaimedOf(Ends ends) const {
     return ends;
 }
 
+Ends ClientIdentity::doubtfulOf(Ends ends) const {
+    std::erase_if(ends, [this](auto end) {
+        return std::none_of(entries_.begin(), entries_.end(), [&](const auto& other) {
+            return other.second.connection == end && other.second.isDoubtful &&
+                   !other.second.isOpened;
+        });
+    });
+    return ends;
+}
+
+ClientIdentity::Own ClientIdentity::ownOf(const Ends& ends, pid_t claim) const {
+    if (claim <= 0 || ends.empty()) {
+        return {};
+    }
+    Own own{.ends = common(ends, facts_.socketsOf(claim)), .pid = claim};
+    if (!own.ends.empty()) {
+        return own;
+    }
+    // Inside a sandbox a process goes by another number.
+    own.pid = 0;
+    for (const auto& [end, holders] : facts_.holdersOf(ends)) {
+        for (const auto holder : holders) {
+            if (holder == claim || facts_.innerPid(holder) != claim) {
+                continue;
+            }
+            if (own.pid != 0 && own.pid != holder) {
+                return {};
+            }
+            own.pid = holder;
+            own.ends.push_back(end);
+        }
+    }
+    return own;
+}
+
+void ClientIdentity::takeFromDoubtful(std::uint64_t connection) {
+    for (auto& [serial, other] : entries_) {
+        if (other.connection == connection && other.isDoubtful) {
+            other.connection = 0;
+            other.isDoubtful = false;
+            other.isKnown = false;
+            other.who = cannotTell(serial);
+        }
+    }
+}
+
 std::optional<ClientIdentity::Who> ClientIdentity::soleHolder(const Ends& ends,
                                                               pid_t preferred) const {
     std::optional<Who> sole;
@@ -123,6 +169,9 @@ void ClientIdentity::described(GraphSerial client, std::optional<pid_t> claimedP
         entry.saysPulse = saysPulse;
         if (entry.isServed && !entry.isKnown) {
             resolveServed(client, entry);
+        } else if (entry.isServed && entry.connection != 0) {
+            const auto claim = claimedPid.value_or(0);
+            entry.isDoubtful = claim > 0 && ownOf({entry.connection}, claim).ends.empty();
         }
         if (entry.isServed) {
             retryUnknown();
@@ -280,36 +329,27 @@ void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
         }
         return;
     }
-    if (open.empty()) {
-        return;
-    }
     const auto claim = entry.claimedPid.value_or(0);
-    Ends own = claim > 0 ? common(open, facts_.socketsOf(claim)) : Ends();
-    pid_t pid = claim;
-    if (own.empty() && claim > 0) {
-        // Inside a sandbox a process goes by another number.
-        for (const auto& [end, holders] : facts_.holdersOf(open)) {
-            for (const auto holder : holders) {
-                if (facts_.innerPid(holder) == claim && holder != claim) {
-                    pid = own.empty() || pid == holder ? holder : 0;
-                    own.push_back(end);
-                }
-            }
-        }
-        if (pid == 0) {
-            own.clear();
-        }
+    auto own = ownOf(open, claim);
+    entry.isSure = own.ends.size() == open.size();
+    if (own.ends.empty()) {
+        own = ownOf(doubtfulOf(ends), claim);
+        entry.isSure = open.empty();
     }
-    if (!own.empty()) {
-        entry.connection = own.front();
-        entry.isSure = own.size() == open.size();
-        entry.who = {naming_.identify(pid), pid};
+    if (!own.ends.empty()) {
+        takeFromDoubtful(own.ends.front());
+        entry.connection = own.ends.front();
+        entry.who = {naming_.identify(own.pid), own.pid};
         entry.isKnown = true;
-        if (open.size() == 1) {
+        if (open.size() == 1 && contains(open, entry.connection)) {
             for (auto& [serial, other] : entries_) {
                 other.isSure = true; // everybody's claim has come true
             }
         }
+        return;
+    }
+    entry.isSure = false;
+    if (open.empty()) {
         return;
     }
     // Two clients say that they are this process, and it has one connection. If the first was
@@ -326,6 +366,7 @@ void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
     }
     if (const auto sole = soleHolder(open, 0)) {
         entry.connection = open.size() == 1 ? open.front() : 0;
+        entry.isDoubtful = claim > 0;
         entry.isSure = true;
         entry.who = *sole;
         entry.isKnown = true;

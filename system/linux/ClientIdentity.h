@@ -62,6 +62,9 @@ private:
         bool isKnown = false;
         /// The client's end of the connection that must be this client's; 0 if several could be.
         std::uint64_t connection = 0;
+        /// The process that it says it is doesn't hold that connection. Either it lies, or its own
+        /// is closed already and this one is that of a client yet to come.
+        bool isDoubtful = false;
         /// False while a connection of somebody unknown was there when the claim was believed.
         bool isSure = false;
         /// Another client says that it is the same process, and one of the two lies: for good.
@@ -75,6 +78,15 @@ private:
     std::vector<std::uint64_t> servedEnds(pid_t server) const;
     std::vector<std::uint64_t> unclaimedOf(std::vector<std::uint64_t> ends) const;
     bool isClaimed(std::uint64_t connection) const;
+    /// Those of the ends that are held only by clients that are doubtful and have opened nothing.
+    std::vector<std::uint64_t> doubtfulOf(std::vector<std::uint64_t> ends) const;
+    /// Those of the ends that the process holds which goes by that number, and its number here.
+    struct Own {
+        std::vector<std::uint64_t> ends;
+        pid_t pid = 0;
+    };
+    Own ownOf(const std::vector<std::uint64_t>& ends, pid_t claim) const;
+    void takeFromDoubtful(std::uint64_t connection);
     /// The one app that holds all of them; nothing if that is several, or none that can be seen.
     std::optional<Who> soleHolder(const std::vector<std::uint64_t>& ends, pid_t preferred) const;
 

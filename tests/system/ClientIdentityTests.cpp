@@ -249,6 +249,43 @@ TEST_F(ClientIdentityOf, APulseClientIsKnownOnceTheOtherIs) {
     EXPECT_EQ(name(1), "/bin/20");
 }
 
+// Clients that hang up before they are looked up leave others' connections to be mistaken for
+// theirs.
+TEST_F(ClientIdentityOf, APulseClientThatIsGoneTakesNobodysName) {
+    table.connect(20, pulseSocket); // stays, and speaks after the next
+    const auto gone = table.connect(21, pulseSocket);
+    identity.appeared(1, server, true);
+    identity.appeared(2, server, true);
+    table.hangUp(gone);
+    identity.described(2, 21, true);
+    table.connect(22, pulseSocket);
+    identity.described(1, 20, true);
+    isServed(3, 22);
+    EXPECT_EQ(name(3), "/bin/22");
+    EXPECT_EQ(name(1), "/bin/20");
+    EXPECT_TRUE(isUnknown(name(2)));
+}
+
+TEST_F(ClientIdentityOf, APulseClientTakesItsConnectionBackFromOneThatIsGone) {
+    table.hangUp(table.connect(20, pulseSocket));
+    table.connect(21, pulseSocket);
+    identity.appeared(1, server, true);
+    identity.described(1, 20, true);
+    isServed(2, 21);
+    EXPECT_EQ(name(2), "/bin/21");
+    EXPECT_TRUE(isUnknown(name(1)));
+}
+
+TEST_F(ClientIdentityOf, ANameThatWasToldIsNotTakenBack) {
+    table.connect(20, pulseSocket);
+    isServed(1, 1);
+    EXPECT_EQ(name(1), "/bin/20");
+    table.connect(21, pulseSocket);
+    isServed(2, 20);
+    EXPECT_EQ(name(1), "/bin/20");
+    EXPECT_EQ(name(2), "/bin/21");
+}
+
 TEST_F(ClientIdentityOf, ASandboxedPulseClientSpeaksOfItsInnerProcessId) {
     table.connect(20, pulseSocket);
     table.connect(21, pulseSocket);
