@@ -47,15 +47,7 @@ protected:
             session_.startSound();
         }
     }
-    void startPulseAudio() {
-        session_.start("pulse", {"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
-                                 "--exit-idle-time=-1", "--disallow-exit", "-L",
-                                 "module-native-protocol-unix", "-L", "module-device-restore", "-L",
-                                 "module-null-sink sink_name=speaker"});
-        ASSERT_TRUE(waitUntil([this] {
-            return session_.run({"pactl", "info"}).succeeded();
-        })) << session_.logs();
-    }
+    void startPulseAudio() { session_.startPulseAudio({"module-device-restore"}); }
     /// The same server again after `session_.stop("pulse")`; PulseAudio's comes without sources.
     void startServerAgain() { isPulseAudio() ? startPulseAudio() : session_.startPulse(); }
 

@@ -34,16 +34,7 @@ protected:
     }
 
     std::string socket() const { return session_.runtimeFolder() / "pulse/native"; }
-    void startServer() {
-        session_.start("pulseaudio",
-                       {"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
-                        "--exit-idle-time=-1", "--disallow-exit", "-L",
-                        "module-native-protocol-unix", "-L", "module-null-sink sink_name=speaker",
-                        "-L", "module-null-source source_name=mic"});
-        ASSERT_TRUE(waitUntil([this] {
-            return session_.run({"pactl", "info"}).succeeded();
-        })) << session_.logs();
-    }
+    void startServer() { session_.startPulseAudio({"module-null-source source_name=mic"}); }
     support::ChildProcess& record(const std::string& name, const std::string& source) {
         return session_.start(name, {"parecord", "--raw", "-d", source, "/dev/null"});
     }
@@ -164,7 +155,7 @@ TEST_F(PulseSourcesTest, FindTheServerAgain) {
     auto& recorder = record("recorder", "mic");
     const auto pid = recorder.pid();
     ASSERT_TRUE(waitUntil([&] { return records(pid); }));
-    session_.stop("pulseaudio");
+    session_.stop("pulse");
     ASSERT_TRUE(waitUntil([&] { return processes().empty(); }));
     session_.stop("recorder");
     startServer();

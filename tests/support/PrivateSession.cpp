@@ -129,6 +129,24 @@ void PrivateSession::startPulse() {
           "PipeWire's PulseAudio server");
 }
 
+void PrivateSession::startPulseAudio(const std::vector<std::string>& modules) {
+    std::vector<std::string> command = {"pulseaudio",
+                                        "-n",
+                                        "--daemonize=no",
+                                        "--use-pid-file=no",
+                                        "--exit-idle-time=-1",
+                                        "--disallow-exit",
+                                        "-L",
+                                        "module-native-protocol-unix",
+                                        "-L",
+                                        "module-null-sink sink_name=speaker"};
+    for (const auto& module : modules) {
+        command.insert(command.end(), {"-L", module});
+    }
+    start("pulse", command);
+    await([&] { return run({"pactl", "info"}).succeeded(); }, "PulseAudio");
+}
+
 void PrivateSession::startSound() {
     startBus();
     startPipeWire();

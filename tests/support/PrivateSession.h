@@ -49,7 +49,11 @@ public:
     void startPipeWire();
     void startWirePlumber();
     void startPulse();
-    /// The four above and a null sink "virtual-speaker" as the default output.
+    /// PulseAudio itself in the place of all those, as "pulse": with a null sink "speaker" and what
+    /// these modules bring, each with its arguments.
+    void startPulseAudio(const std::vector<std::string>& modules = {});
+    /// The bus, PipeWire with its session manager and its server for PulseAudio's clients,
+    /// and a null sink "virtual-speaker" as the default output.
     void startSound();
     /// A microphone with a tone, the default one; ten minutes long. Muting it gives silence.
     void addMicrophone(const std::string& name = "virtual-microphone",
