@@ -12,6 +12,7 @@ namespace velmoran {
 
 namespace {
 
+constexpr const char* driver = "org.freedesktop.DBus";
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr const char* introspectableInterface = "org.freedesktop.DBus.Introspectable";
 constexpr const char* peerInterface = "org.freedesktop.DBus.Peer";
@@ -130,12 +131,22 @@ int BusService::named(sd_bus_message* reply, void* service, sd_bus_error*) {
 // MARK: - Who calls
 
 int BusService::received(sd_bus_message* message, void* service, sd_bus_error*) {
+    auto& self = *static_cast<BusService*>(service);
+    if (sd_bus_message_is_signal(message, driver, "NameAcquired") > 0 &&
+        orEmpty(sd_bus_message_get_sender(message)) == driver) {
+        const char* name = nullptr;
+        if (sd_bus_message_read(message, "s", &name) > 0 && orEmpty(name) == bus::name) {
+            // Whoever had it before may have muted, and is gone.
+            self.model_.takeOverMute();
+        }
+        return 0;
+    }
     std::uint8_t type = 0;
     if (sd_bus_message_get_type(message, &type) < 0 || type != SD_BUS_MESSAGE_METHOD_CALL ||
         orEmpty(sd_bus_message_get_interface(message)) == peerInterface) {
         return 0; // the library knows what to do with these
     }
-    static_cast<BusService*>(service)->admit(BusMessage(sd_bus_message_ref(message)));
+    self.admit(BusMessage(sd_bus_message_ref(message)));
     return 1;
 }
 

@@ -115,6 +115,9 @@ public:
     void raiseQuestion() const { question_.raise(); }
     /// Ends the mute that a stop has left behind, and what keeps it up.
     void unmuteMicrophone();
+    /// Keeps up the mute of another program that shares the settings, if there is one: for when
+    /// that program has gone.
+    void takeOverMute();
 
     /// Looks up whom the apps of open sessions are talking to; the answer comes later.
     void sampleConnections();

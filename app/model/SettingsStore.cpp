@@ -90,9 +90,10 @@ SettingsStore::SettingsStore(KeyValueStore& store) : store_(store) {
     };
 }
 
-bool SettingsStore::muteWasEndedElsewhere() {
+std::optional<bool> SettingsStore::muteElsewhere() {
     store_.reload();
-    return *microphoneMuted && store_.boolean(muteKey) == false;
+    const auto written = store_.boolean(muteKey);
+    return written == *microphoneMuted ? std::nullopt : written;
 }
 
 void SettingsStore::bind(Field<bool>& field, const char* key) {

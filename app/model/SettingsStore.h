@@ -66,8 +66,9 @@ public:
     Field<std::optional<std::string>> trustRulesData; ///< the JSON of the trust list, byte for byte
     Field<std::optional<std::string>> language; ///< "en" or "de"; takes effect at the next start
 
-    /// Another program that shares these settings has written that the mute is over. Looks at them.
-    bool muteWasEndedElsewhere();
+    /// What another program that shares these settings has written of the mute, where that differs
+    /// from what is set here; nothing where it doesn't. Looks at them.
+    std::optional<bool> muteElsewhere();
 
 private:
     void bind(Field<bool>& field, const char* key);

@@ -204,10 +204,17 @@ void AppModel::startMuteKeeper(bool told) {
 /// Two programs may keep the same mute up, as the desktop's and a watch in a terminal: an unmute in
 /// one of them holds for both.
 void AppModel::keepMuted() {
-    if (settings.muteWasEndedElsewhere()) {
+    if (settings.muteElsewhere() == false) {
         unmuteMicrophone();
     } else {
         muteMicrophones(true, false);
+    }
+}
+
+void AppModel::takeOverMute() {
+    if (settings.muteElsewhere() == true) {
+        settings.microphoneMuted.set(true);
+        startMuteKeeper(true);
     }
 }
 

@@ -92,6 +92,24 @@ TEST_F(WatchService, AnUnmuteHoldsAlsoWhereASecondWatchKeepsTheMuteUp) {
     EXPECT_THAT(ctl({"status"}).output, ::testing::Not(HasSubstr("muted")));
 }
 
+TEST_F(WatchService, KeepsUpTheMuteOfAProgramThatEnds) {
+    startWatch();
+    auto& second = session_.start("second", {VELMORANCTL, "watch", "--json", "--device-folder",
+                                             session_.file("dev").string()});
+    ASSERT_TRUE(waitUntil([&] { return !second.output().empty(); })) << session_.logs();
+    EXPECT_EQ(ctl({"stop"}).status, 0);
+    session_.stop("watch");
+    EXPECT_TRUE(waitUntil([&] {
+        return ctl({"status"}).output.find("The microphone is muted\n") != std::string::npos;
+    })) << session_.logs();
+    EXPECT_TRUE(session_.run({"pactl", "set-source-mute", "virtual-microphone", "0"}).succeeded());
+    EXPECT_TRUE(waitUntil([&] {
+        return session_.run({"pactl", "get-source-mute", "virtual-microphone"}).output ==
+               "Mute: yes\n";
+    })) << "nobody keeps it up";
+    EXPECT_EQ(ctl({"unmute"}).output, "The microphone is no longer muted.\n");
+}
+
 TEST_F(WatchService, ClosesNoBrowserSinceNobodyCanBeAsked) {
     support::writeFile(session_.home() / ".local/share/applications/org.example.surf.desktop",
                        "[Desktop Entry]\nType=Application\nName=Surf\nExec=" + program("surf") +
