@@ -234,7 +234,8 @@ private:
             return false;
         }
         pending_ = std::move(failed);
-        isLoaded_ &= !needsReading && !std::exchange(needsRepair_, false);
+        const bool wasRepaired = std::exchange(needsRepair_, false);
+        isLoaded_ &= !needsReading && !wasRepaired;
         if (isLoaded_) {
             for (auto& each : written) {
                 take(std::move(each));

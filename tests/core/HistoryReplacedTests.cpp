@@ -127,6 +127,10 @@ TEST_F(HistoryReplaced, WaitsWhereNoHistoryCanBe) {
     EXPECT_THAT(stored(),
                 ElementsAre(sessionNumber(5, 500), endedSession(4, 400, 450), next, ongoing));
     EXPECT_THAT(told_, ElementsAre(Change::lost, Change::replaced));
+    store_.saveSession(sessionNumber(6, 600));
+    EXPECT_THAT(stored(), ElementsAre(sessionNumber(6, 600), sessionNumber(5, 500),
+                                      endedSession(4, 400, 450), next, ongoing))
+        << "what goes on was taken for the rest of an earlier run";
 }
 
 TEST_F(HistoryReplaced, MakesNoFileWhereItMayNot) {
@@ -144,6 +148,9 @@ TEST_F(HistoryReplaced, MakesNoFileWhereItMayNot) {
     careful.saveSession(sessionNumber(5, 500));
     EXPECT_THAT(file_.freshRead(),
                 ElementsAre(sessionNumber(5, 500), endedSession(4, 400, 450), next));
+    careful.saveSession(sessionNumber(6, 600));
+    EXPECT_THAT(file_.freshRead(), ElementsAre(sessionNumber(6, 600), sessionNumber(5, 500),
+                                               endedSession(4, 400, 450), next));
 }
 
 TEST_F(HistoryReplaced, AStoreInMemoryHasNoFileToLose) {
