@@ -67,7 +67,8 @@ std::optional<OutputDeviceInfo> PulseOutputs::current() {
 
 bool PulseOutputs::exists(std::uint32_t objectID) {
     const std::lock_guard lock(shared_->mutex);
-    return shared_->answers.names.contains(objectID);
+    return shared_->answers.names.contains(objectID) &&
+           !shared_->answers.unplugged.contains(objectID);
 }
 
 bool PulseOutputs::setMuted(bool muted, std::uint32_t objectID) {
@@ -93,6 +94,7 @@ void PulseOutputs::preferDefault(const std::string& serverName) {
         preferredSink_ = serverName;
         if (context_ && (!isSettled() || areAtOdds())) {
             askForDefault(context_);
+            askForSinks(context_);
             endLooks();
             lookAgain();
         }
@@ -244,6 +246,7 @@ void PulseOutputs::take(const pa_sink_info& info) {
         sink.volume = std::min(average / static_cast<float>(PA_VOLUME_NORM), 1.0F);
     }
     sink.isMuted = info.mute != 0;
+    sink.isUnplugged = info.active_port && info.active_port->available == PA_PORT_AVAILABLE_NO;
     sinks_[info.index] = std::move(sink);
 }
 
@@ -265,6 +268,12 @@ bool PulseOutputs::isThere(const std::string& serverName) const {
                        [&](const auto& each) { return each.second.serverName == serverName; });
 }
 
+bool PulseOutputs::isPluggedIn(const std::string& serverName) const {
+    return std::any_of(sinks_.begin(), sinks_.end(), [&](const auto& each) {
+        return each.second.serverName == serverName && !each.second.isUnplugged;
+    });
+}
+
 bool PulseOutputs::areAtOdds() const {
     return preferredSink_ != defaultSink_ && isThere(preferredSink_) && isThere(defaultSink_);
 }
@@ -280,7 +289,7 @@ void PulseOutputs::publish() {
     // The session manager's word can be ahead of the server's news, by which alone a sink that was
     // lost differs from one that was left. They are asked for once more before it counts.
     const bool canBeBehind = nextLook_ && (looks_ <= 1 || unanswered_ > 0);
-    if (!canBeBehind || !areAtOdds() || !isThere(shownSink_)) {
+    if (!canBeBehind || !areAtOdds() || !isPluggedIn(shownSink_)) {
         // Nor is the server's word on the default that follows worth more than the manager's.
         const bool isManagersWord =
             isThere(preferredSink_) || (isBeingSettled && !preferredSink_.empty());
@@ -293,6 +302,9 @@ void PulseOutputs::publish() {
         }
         const auto objectID = objectIDOf(sink.serverName);
         answers.names[objectID] = sink.serverName;
+        if (sink.isUnplugged) {
+            answers.unplugged.insert(objectID);
+        }
         if (sink.serverName != shownSink_) {
             continue;
         }

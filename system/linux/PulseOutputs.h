@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,9 @@ namespace velmoran {
 /// object id as long as the program runs, also over a restart of the server, by the server's name
 /// for it; no other sink ever gets it. Volumes are as people see them, 1 being 100 %, and no more.
 /// Where the default output has gone, it is the current one until the server has chosen another.
-/// The server's stand-in for a missing output ("auto_null") is no output.
+/// The server's stand-in for a missing output ("auto_null") is no output. A sink whose jack is
+/// known to be empty doesn't exist, though the server lists it: cards that have a sink for each
+/// jack do so.
 class PulseOutputs final : public OutputDevices, private PulseConnection::Listener {
 public:
     /// Object ids are this number plus 1, 2, 3 …
@@ -55,6 +58,7 @@ private:
         SinkTraits traits;
         std::optional<float> volume;
         bool isMuted = false;
+        bool isUnplugged = false; ///< the server keeps it, but nothing is at its jack
     };
     struct Card {
         std::string bus;
@@ -63,6 +67,7 @@ private:
     struct Answers {
         std::optional<OutputDeviceInfo> current;
         std::map<std::uint32_t, std::string> names; ///< the server's, of all sinks, by object id
+        std::set<std::uint32_t> unplugged;          ///< those of them that nothing is connected to
 
         bool operator==(const Answers&) const = default;
     };
@@ -87,6 +92,7 @@ private:
     void take(const pa_sink_info& info);
     void take(const pa_card_info& info);
     bool isThere(const std::string& serverName) const;
+    bool isPluggedIn(const std::string& serverName) const;
     /// Whether the default is among the sinks that are known.
     bool isSettled() const;
     /// Whether the server and the session manager each call another sink the default.
