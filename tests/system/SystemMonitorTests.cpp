@@ -3,7 +3,7 @@
 #include "tests/support/FakeReadings.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace velmoran {
 namespace {
@@ -21,12 +21,9 @@ struct SystemMonitorTest : ::testing::Test {
         machine.queue.run();
     }
 
-    long listenersOn(Interface interface, std::uint32_t objectID) const {
-        return std::count_if(machine.listeners.addresses.begin(), machine.listeners.addresses.end(),
-                             [&](const ListenerAddress& address) {
-                                 return address.interface == interface &&
-                                        address.objectID == objectID;
-                             });
+    /// Without those of the system's own two objects, which come first.
+    std::vector<ListenerAddress> ofObjects() const {
+        return {machine.listeners.addresses.begin() + 4, machine.listeners.addresses.end()};
     }
 
     AudioProcess recorder() {
@@ -93,15 +90,31 @@ TEST_F(SystemMonitorTest, GivesANewObjectItsListenersOnce) {
     machine.audio.deviceList = {{60, "Mic", true, false, true}};
     machine.cameras.deviceList = {{70, "Cam", false}};
     machine.queue.pass(2);
-    EXPECT_EQ(listenersOn(Interface::audio, 50), 2);
-    EXPECT_EQ(listenersOn(Interface::audio, 60), 1);
-    EXPECT_EQ(listenersOn(Interface::camera, 70), 1);
+    const std::vector<ListenerAddress> expected = {{Interface::audio, 50, "piri"},
+                                                   {Interface::audio, 50, "piro"},
+                                                   {Interface::audio, 60, "gone"},
+                                                   {Interface::camera, 70, "gone"}};
+    EXPECT_THAT(ofObjects(), ::testing::UnorderedElementsAreArray(expected));
     machine.audio.processList.clear();
     machine.queue.pass(2);
     machine.audio.processList = {recorder()};
     machine.queue.pass(2);
-    EXPECT_EQ(listenersOn(Interface::audio, 50), 2);
-    EXPECT_EQ(machine.listeners.addresses.size(), 8U);
+    EXPECT_EQ(ofObjects().size(), 4U);
+}
+
+TEST_F(SystemMonitorTest, SeesAChangeAtOnceWhenAnObjectsListenerSpeaks) {
+    start();
+    machine.audio.processList = {recorder()};
+    machine.audio.deviceList = {{60, "Mic", true, false, true}};
+    machine.cameras.deviceList = {{70, "Cam", false}};
+    machine.queue.pass(2);
+    ASSERT_EQ(machine.listeners.callbacks.size(), 8U);
+    for (std::size_t i = 4; i < 8; ++i) {
+        const auto before = seen.size();
+        machine.cameras.deviceList = {{70, "Cam " + std::to_string(i), true}};
+        machine.listeners.callbacks[i]();
+        EXPECT_EQ(seen.size(), before + 1) << i;
+    }
 }
 
 TEST_F(SystemMonitorTest, DeliversAChangeOfVolumeAlone) {
