@@ -43,6 +43,7 @@ void AppModel::start() {
         onChange();
     };
     openHistory();
+    // To come, in this place: looking whether the screen is locked.
     const std::weak_ptr alive = alive_;
     startMuteKeeper(true);
     // What is plugged in under a mute is muted at once, and not at the keeper's next look.
@@ -140,6 +141,8 @@ UsageSession AppModel::warned(const UsageSession& session) {
     const auto updated =
         engine_.update(session.id, [&](UsageSession& open) { open.warningLevel = level; });
     UsageSession result = updated.value_or(session);
+
+    // To come, in this place: the note of a running away watch.
 
     // A card that has gone no longer collects sessions.
     std::set<Uuid> shown;
@@ -272,6 +275,7 @@ void AppModel::deleteHistory() {
 
 void AppModel::refreshHistory() {
     historySessions.set(store_ ? store_->history() : HistoryView());
+    // To come, in this place: which reports of the away watch are listed.
 }
 
 } // namespace velmoran
