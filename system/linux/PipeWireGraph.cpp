@@ -132,6 +132,8 @@ void PipeWireGraph::disconnect() {
     model_.clear();
     identity_.clear();
     objectIDs_.clear();
+    unconfirmed_.clear();
+    leaving_.clear();
     isStale_ = true;
 }
 
@@ -287,24 +289,34 @@ GraphPicture PipeWireGraph::livePicture() {
     GraphPicture picture;
     const auto& uses = model_.uses();
     const bool atOnce = std::exchange(isFirstPicture_, false);
+    const auto before = std::exchange(unconfirmed_, {});
     confirmation_.begin();
     for (const auto& user : uses.users) {
         const bool isSure = atOnce || !identity_.isServed(user.client);
         const bool hears = user.microphone && confirmation_.counts({user.client, true}, isSure);
         const bool plays = user.speaker && confirmation_.counts({user.client, false}, isSure);
-        if (!hears && !plays) {
-            continue;
-        }
         auto who = whoIs(user);
-        picture.processes.push_back(
-            {{.objectID = objectID(user.client != 0 ? user.client : user.node),
-              .pid = who.pid,
-              .bundleID = who.app.bundleID,
-              .isRunningInput = hears,
-              .isRunningOutput = plays},
-             std::move(who.app)});
+        GraphPicture::Process entry{
+            {.objectID = objectID(user.client != 0 ? user.client : user.node),
+             .pid = who.pid,
+             .bundleID = who.app.bundleID,
+             .isRunningInput = hears,
+             .isRunningOutput = plays},
+            std::move(who.app)};
+        for (const bool isInput : {true, false}) {
+            if (isInput ? user.microphone && !hears : user.speaker && !plays) {
+                auto& kept = unconfirmed_[{user.client, isInput}];
+                kept = {entry, user.node};
+                kept.entry.process.isRunningInput = isInput;
+                kept.entry.process.isRunningOutput = !isInput;
+            }
+        }
+        if (hears || plays) {
+            picture.processes.push_back(std::move(entry));
+        }
     }
-    confirmation_.end();
+    tellOfBrief(confirmation_.end(), before);
+    picture.processes.insert(picture.processes.end(), brief_.begin(), brief_.end());
     for (const auto& device : uses.audioDevices) {
         picture.devices.push_back(
             {objectID(device.node),
@@ -328,6 +340,28 @@ GraphPicture PipeWireGraph::livePicture() {
         picture.cameras.push_back(std::move(entry));
     }
     return picture;
+}
+
+void PipeWireGraph::tellOfBrief(const std::vector<UseConfirmation::Use>& cutShort,
+                                const std::map<UseConfirmation::Use, Unconfirmed>& before) {
+    for (const auto& use : cutShort) {
+        if (const auto known = before.find(use); known != before.end()) {
+            leaving_.push_back(known->second);
+            endOfLeaving_ = loop_.after(times_.brief, [this] { leaving_.clear(); });
+        }
+    }
+    std::erase_if(leaving_, [this](const Unconfirmed& each) {
+        const bool isGone = !model_.node(each.node);
+        if (isGone) {
+            brief_.push_back(each.entry);
+            endOfBrief_ = loop_.after(times_.brief, [this] {
+                brief_.clear();
+                isStale_ = true;
+                publish();
+            });
+        }
+        return isGone;
+    });
 }
 
 void PipeWireGraph::pin(const GraphPicture& picture) {

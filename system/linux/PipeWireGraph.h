@@ -34,6 +34,9 @@ struct PipeWireTimes {
     /// How long a stream of a PulseAudio client has to run before it counts, as one that is to
     /// begin with a pause runs for a moment. What the first picture shows counts at once.
     Seconds confirmation = 0.02;
+    /// A stream that stopped before and whose node goes within so long was no such pause: its
+    /// client has ended. It is told of for as long.
+    Seconds brief = 0.05;
 };
 
 class PipeWireGraph : private PipeWireListener {
@@ -97,6 +100,11 @@ private:
     void connectionLost() override;
     void turnEnded() override;
 
+    struct Unconfirmed {
+        GraphPicture::Process entry;
+        GraphSerial node = 0;
+    };
+
     bool connect(bool waits);
     void seekServer();
     void disconnect();
@@ -105,6 +113,8 @@ private:
     void watchHeldProcesses();
     void publish();
     GraphPicture livePicture();
+    void tellOfBrief(const std::vector<UseConfirmation::Use>& cutShort,
+                     const std::map<UseConfirmation::Use, Unconfirmed>& before);
     std::uint32_t objectID(GraphSerial serial);
     ClientIdentity::Who whoIs(const GraphUses::User& user);
     void pin(const GraphPicture& picture);
@@ -117,6 +127,11 @@ private:
     ClientIdentity identity_;
     UseHold hold_;
     UseConfirmation confirmation_;
+    std::map<UseConfirmation::Use, Unconfirmed> unconfirmed_;
+    std::vector<Unconfirmed> leaving_; ///< stopped a moment ago
+    Subscription endOfLeaving_;
+    std::vector<GraphPicture::Process> brief_; ///< gone, and still told of
+    Subscription endOfBrief_;
     std::unique_ptr<PipeWireConnection> connection_;
     bool isComplete_ = false;
     bool isLost_ = false;

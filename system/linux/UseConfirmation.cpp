@@ -1,5 +1,6 @@
 #include "system/linux/UseConfirmation.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace velmoran {
@@ -23,16 +24,28 @@ bool UseConfirmation::counts(const Use& use, bool atOnce) {
     if (isNew && (atOnce || duration_ <= 0)) {
         entry.isConfirmed = true;
     } else if (isNew) {
-        entry.timer = scheduler_.after(duration_, [this, use] {
-            entries_.at(use).isConfirmed = true;
-            confirmed_();
+        const auto first = std::min(duration_, longestFalseStart);
+        entry.timer = scheduler_.after(first, [this, use, left = duration_ - first] {
+            auto& lasting = entries_.at(use);
+            lasting.isNoFalseStart = true;
+            lasting.timer = scheduler_.after(left, [this, use] {
+                entries_.at(use).isConfirmed = true;
+                confirmed_();
+            });
         });
     }
     return entry.isConfirmed;
 }
 
-void UseConfirmation::end() {
+std::vector<UseConfirmation::Use> UseConfirmation::end() {
+    std::vector<Use> cutShort;
+    for (const auto& [use, entry] : entries_) {
+        if (!entry.isThere && !entry.isConfirmed && entry.isNoFalseStart) {
+            cutShort.push_back(use);
+        }
+    }
     std::erase_if(entries_, [](const auto& each) { return !each.second.isThere; });
+    return cutShort;
 }
 
 } // namespace velmoran

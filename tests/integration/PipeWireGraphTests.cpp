@@ -307,6 +307,20 @@ TEST_F(PipeWireGraphWithServers, NamesARecorderThatLivesForMoments) {
                 IsSubsetOf(std::vector<std::string>{"pw-cat", "pacat", "graph-client", unknown}));
 }
 
+TEST_F(PipeWireGraphWithServers, TellsAPulseRecorderThatIsGoneBeforeItCounts) {
+    PipeWireTimes times;
+    times.confirmation = 5;
+    times.brief = 1; // how long its end takes is up to the machine
+    GraphWatcher watcher(times);
+    // On a busy machine its begin and its end can be heard of in one.
+    EXPECT_TRUE(waitUntil([&] {
+        session.run({pulseClient, "brief"});
+        return watcher.everHeard().contains("pulse-client");
+    }));
+    EXPECT_TRUE(becomes(watcher, "pulse-client", false));
+    EXPECT_THAT(watcher.everHeard(), ElementsAre("pulse-client"));
+}
+
 TEST_F(PipeWireGraphWithServers, CannotNameAProcessThatForbidsToBeLookedAt) {
     GraphWatcher watcher;
     watcher.loop().runAndWait([] {

@@ -44,6 +44,24 @@ TEST_F(UseConfirmationTest, NeverCountsWhatWasThereForAMoment) {
     EXPECT_EQ(confirmed, 0);
 }
 
+TEST_F(UseConfirmationTest, TellsWhatWasCutShortFromAFalseStart) {
+    EXPECT_FALSE(look());
+    time.advanceTo(0.005);
+    confirmation.begin();
+    EXPECT_TRUE(confirmation.end().empty());
+    EXPECT_FALSE(look());
+    time.advanceTo(0.012);
+    confirmation.begin();
+    EXPECT_EQ(confirmation.end(), std::vector{use});
+    confirmation.begin();
+    EXPECT_TRUE(confirmation.end().empty()) << "only once";
+    EXPECT_FALSE(look());
+    time.advanceTo(0.04);
+    EXPECT_TRUE(look());
+    confirmation.begin();
+    EXPECT_TRUE(confirmation.end().empty()) << "it has counted";
+}
+
 TEST_F(UseConfirmationTest, BeginsAnewWithEachUse) {
     EXPECT_FALSE(look());
     time.advanceTo(0.015);

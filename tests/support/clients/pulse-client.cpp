@@ -1,5 +1,7 @@
 // A PulseAudio recorder that pauses on SIGUSR1 and goes on at SIGUSR2, keeping its stream: usage:
-// pulse-client [corked]     with "corked" it begins with a pause.
+// pulse-client [corked|brief]     with "corked" it begins with a pause, with "brief" it kills
+// itself
+//                                 10 ms after its stream has begun.
 #include <csignal>
 #include <string_view>
 
@@ -9,6 +11,7 @@ namespace {
 
 struct Recorder {
     bool isCorked = false;
+    bool isBrief = false;
     pa_stream* stream = nullptr;
     pa_mainloop_api* api = nullptr;
 };
@@ -19,6 +22,19 @@ void onData(pa_stream* stream, std::size_t, void*) {
     if (pa_stream_peek(stream, &data, &size) == 0 && size > 0) {
         pa_stream_drop(stream);
     }
+}
+
+void onStream(pa_stream* stream, void* user) {
+    auto* recorder = static_cast<Recorder*>(user);
+    if (pa_stream_get_state(stream) != PA_STREAM_READY || !recorder->isBrief) {
+        return;
+    }
+    timeval end{};
+    pa_timeval_add(pa_gettimeofday(&end), 10 * PA_USEC_PER_MSEC);
+    recorder->api->time_new(
+        recorder->api, &end,
+        [](pa_mainloop_api*, pa_time_event*, const timeval*, void*) { std::raise(SIGKILL); },
+        nullptr);
 }
 
 void onContext(pa_context* context, void* user) {
@@ -33,6 +49,7 @@ void onContext(pa_context* context, void* user) {
     const pa_sample_spec format{PA_SAMPLE_S16LE, 48000, 1};
     recorder->stream = pa_stream_new(context, "recording", &format, nullptr);
     pa_stream_set_read_callback(recorder->stream, onData, nullptr);
+    pa_stream_set_state_callback(recorder->stream, onStream, recorder);
     pa_stream_connect_record(recorder->stream, nullptr, nullptr,
                              recorder->isCorked ? PA_STREAM_START_CORKED : PA_STREAM_NOFLAGS);
 }
@@ -51,6 +68,7 @@ void onSignal(pa_mainloop_api*, pa_signal_event*, int number, void* user) {
 int main(int count, char** arguments) {
     Recorder recorder;
     recorder.isCorked = count > 1 && std::string_view(arguments[1]) == "corked";
+    recorder.isBrief = count > 1 && std::string_view(arguments[1]) == "brief";
     pa_mainloop* loop = pa_mainloop_new();
     recorder.api = pa_mainloop_get_api(loop);
     pa_signal_init(recorder.api);
