@@ -318,7 +318,8 @@ TEST_F(PipeWireGraphWithServers, TellsAPulseRecorderThatIsGoneBeforeItCounts) {
         return watcher.everHeard().contains("pulse-client");
     }));
     EXPECT_TRUE(becomes(watcher, "pulse-client", false));
-    EXPECT_THAT(watcher.everHeard(), ElementsAre("pulse-client"));
+    // Or it is gone before anybody could look at it.
+    EXPECT_THAT(watcher.everHeard(), IsSubsetOf(std::vector<std::string>{"pulse-client", unknown}));
 }
 
 TEST_F(PipeWireGraphWithServers, CannotNameAProcessThatForbidsToBeLookedAt) {
