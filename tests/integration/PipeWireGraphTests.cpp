@@ -2,6 +2,7 @@
 // under whose name.
 #include "support/GraphWatcher.h"
 #include "support/PrivateSession.h"
+#include "support/Rights.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,8 +11,6 @@
 #include <filesystem>
 #include <thread>
 
-#include <linux/capability.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace velmoran::support {
@@ -30,14 +29,6 @@ const std::string unknown = "Unknown app";
 
 std::vector<std::string> pulseRecorder() {
     return {"parecord", "--raw", "--latency-msec=20", "/dev/null"};
-}
-
-// As a person's own programs are started: root's may only be looked at by whoever can do as much.
-std::vector<std::string> withoutRights(std::vector<std::string> command) {
-    if (::geteuid() == 0) {
-        command.insert(command.begin(), {"setpriv", "--bounding-set=-all"});
-    }
-    return command;
 }
 
 class PipeWireGraphWithServers : public ::testing::Test {
@@ -324,12 +315,8 @@ TEST_F(PipeWireGraphWithServers, TellsAPulseRecorderThatIsGoneBeforeItCounts) {
 
 TEST_F(PipeWireGraphWithServers, CannotNameAProcessThatForbidsToBeLookedAt) {
     GraphWatcher watcher;
-    watcher.loop().runAndWait([] {
-        // As root this thread may look at everything; a person's own program may not.
-        __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-        __user_cap_data_struct none[2]{};
-        ASSERT_EQ(::syscall(SYS_capset, &header, none), 0);
-    });
+    // As root that thread may look at everything; a person's own program may not.
+    watcher.loop().runAndWait([] { ASSERT_TRUE(giveUpRights()); });
     session.start("hidden", withoutRights({graphClient, "--hide"}));
     EXPECT_TRUE(becomes(watcher, unknown));
     EXPECT_THAT(watcher.everHeard(), ElementsAre(unknown));

@@ -1,0 +1,61 @@
+// What a person's own program may do, for tests that run as root, whom no process can hide from.
+// Free functions; any thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace velmoran::support {
+
+using Rights = __user_cap_data_struct[2]; // NOLINT(*-avoid-c-arrays): the kernel's shape
+
+inline bool readRights(Rights& rights) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    return ::syscall(SYS_capget, &header, rights) == 0;
+}
+
+inline bool writeRights(const Rights& rights) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    return ::syscall(SYS_capset, &header, rights) == 0;
+}
+
+/// For the calling thread and those that it starts, for good. May be called after a fork.
+inline bool giveUpRights() {
+    const Rights none{};
+    return writeRights(none);
+}
+
+/// The command, run without root's rights.
+inline std::vector<std::string> withoutRights(std::vector<std::string> command) {
+    if (::geteuid() == 0) {
+        command.insert(command.begin(), {"setpriv", "--bounding-set=-all"});
+    }
+    return command;
+}
+
+/// As long as it lives its thread makes no use of root's rights, nor do the threads that it starts
+/// meanwhile.
+class RightsLaidDown {
+public:
+    RightsLaidDown() : isDone_(readRights(before_)) {
+        Rights less{before_[0], before_[1]};
+        less[0].effective = 0;
+        less[1].effective = 0;
+        isDone_ = isDone_ && writeRights(less);
+    }
+    ~RightsLaidDown() { writeRights(before_); }
+    RightsLaidDown(const RightsLaidDown&) = delete;
+    RightsLaidDown& operator=(const RightsLaidDown&) = delete;
+
+    bool isDone() const { return isDone_; }
+
+private:
+    Rights before_{};
+    bool isDone_ = false;
+};
+
+} // namespace velmoran::support
