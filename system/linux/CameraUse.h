@@ -11,8 +11,8 @@ namespace velmoran {
 
 struct CameraUse {
     CameraDeviceInfo device;
-    std::vector<std::string> apps; ///< AppRef ids, in order of opening; empty while off or if the
-                                   ///< user of a running camera can't be seen
+    std::vector<std::string> apps; ///< AppRef ids, in order of opening, those that can't be named
+                                   ///< among them; empty while nobody is known to use it
 
     bool operator==(const CameraUse&) const = default;
 };

@@ -16,12 +16,10 @@ constexpr std::array<Seconds, 7> steps{0.010, 0.015, 0.025, 0.050, 0.100, 0.200,
 // process, of which no event tells.
 constexpr Seconds heartbeat = 2.0;
 
-std::size_t descriptorsOf(const std::vector<NodeHolder>& holders) {
-    std::size_t count = 0;
-    for (const auto& holder : holders) {
-        count += holder.descriptors.size();
-    }
-    return count;
+// How many opens stand behind a holder: a mapping keeps the node open after its descriptor is
+// closed.
+int opensOf(const NodeHolder& holder) {
+    return std::max(static_cast<int>(holder.descriptors.size()), holder.maps ? 1 : 0);
 }
 
 } // namespace
@@ -67,18 +65,16 @@ void HeldNodes::take(const std::vector<NodeEvents>& events) {
 }
 
 void HeldNodes::takeLoss() {
-    for (auto& node : nodes_) {
-        node.hidden = 0;
-    }
-    take({});
+    step_ = 0;
+    look({}, true);
 }
 
-std::optional<std::vector<std::string>> HeldNodes::users(const std::string& path) const {
+std::optional<HeldNodes::Users> HeldNodes::users(const std::string& path) const {
     const auto found = users_.find(path);
     return found == users_.end() ? std::nullopt : std::optional(found->second);
 }
 
-void HeldNodes::look(const std::vector<NodeEvents>& events) {
+void HeldNodes::look(const std::vector<NodeEvents>& events, bool someLost) {
     std::vector<DeviceNode> nodes;
     for (const auto& node : nodes_) {
         nodes.push_back(node.node);
@@ -88,44 +84,57 @@ void HeldNodes::look(const std::vector<NodeEvents>& events) {
         const auto& path = nodes_[index].node.path;
         const auto event = std::find_if(events.begin(), events.end(),
                                         [&](const NodeEvents& one) { return one.path == path; });
-        const bool used = event != events.end();
-        compare(nodes_[index], found[index], used ? event->opens : 0, used ? event->closes : 0);
+        Told told;
+        told.someLost = someLost;
+        if (event != events.end()) {
+            told.opens = event->opens;
+            told.closes = event->closes;
+        }
+        compare(nodes_[index], found[index], told);
     }
     settle();
 }
 
-void HeldNodes::compare(Node& node, const std::vector<NodeHolder>& found, int opens, int closes) {
-    std::size_t before = 0;
+void HeldNodes::compare(Node& node, const std::vector<NodeHolder>& found, const Told& told) {
+    countHidden(node, told, updateHolds(node, found));
+    settleAhead(node);
+    if (node.hidden == 0) {
+        node.hiddenCounts = false;
+        node.hiddenGrace.reset();
+    } else if (!node.hiddenGrace) {
+        node.hiddenGrace = seams_.scheduler.after(
+            grace, [this, path = node.node.path] { hiddenGraceEnded(path); });
+    }
+}
+
+HeldNodes::Change HeldNodes::updateHolds(Node& node, const std::vector<NodeHolder>& found) {
+    Change change;
     std::erase_if(node.holds, [&](Hold& hold) {
-        before += hold.holder.descriptors.size();
         const auto same = std::find_if(found.begin(), found.end(), [&](const NodeHolder& holder) {
             return holder.pid == hold.holder.pid;
         });
+        const int before = opensOf(hold.holder);
+        hold.hides = same == found.end() && holders_.isOutOfSight(hold.holder.pid);
         if (same != found.end()) {
             hold.holder = *same;
-            return false;
+        } else if (!hold.hides) {
+            hold.holder.descriptors.clear();
+            hold.holder.maps = hold.holder.maps && holders_.maps(hold.holder.pid, node.node);
         }
-        // A mapping keeps the node open after its descriptor is closed.
-        hold.holder.descriptors.clear();
-        return !hold.holder.maps || !holders_.maps(hold.holder.pid, node.node);
+        const int now = opensOf(hold.holder);
+        change.came += std::max(0, now - before);
+        change.gone += std::max(0, before - now);
+        return now == 0;
     });
     const auto firstNew = node.holds.size();
     for (auto holder = found.rbegin(); holder != found.rend(); ++holder) {
         const auto known = std::any_of(node.holds.begin(), node.holds.end(), [&](const Hold& hold) {
             return hold.holder.pid == holder->pid;
         });
-        if (known) {
-            continue;
+        if (!known) {
+            change.came += opensOf(*holder);
+            addHold(node, *holder);
         }
-        Hold hold;
-        hold.holder = *holder;
-        hold.serves = seams_.servesOthers(holder->pid);
-        if (!hold.serves) {
-            hold.app = seams_.naming.identify(holder->pid).id();
-            hold.grace = seams_.scheduler.after(
-                grace, [this, path = node.node.path, pid = holder->pid] { graceEnded(path, pid); });
-        }
-        node.holds.push_back(std::move(hold));
     }
     // Only newcomers stand in the order of process ids; the rest keeps its order of opening.
     std::stable_sort(
@@ -134,31 +143,110 @@ void HeldNodes::compare(Node& node, const std::vector<NodeHolder>& found, int op
     for (auto& hold : node.holds) {
         hold.counts = hold.counts || (!hold.serves && hold.holder.maps);
     }
+    return change;
+}
 
+void HeldNodes::addHold(Node& node, const NodeHolder& holder) {
+    Hold hold;
+    hold.holder = holder;
+    hold.serves = seams_.servesOthers(holder.pid);
+    if (!hold.serves) {
+        hold.app = seams_.naming.identify(holder.pid).id();
+        hold.grace = seams_.scheduler.after(
+            grace, [this, path = node.node.path, pid = holder.pid] { graceEnded(path, pid); });
+    }
+    node.holds.push_back(std::move(hold));
+}
+
+void HeldNodes::countHidden(Node& node, Told told, Change change) {
+    if (told.someLost) {
+        // What is in sight has its own events among the lost ones. Only an open that was told an
+        // instant ago may be that of a descriptor that has come since.
+        const int explained = node.hiddenCounts ? 0 : std::min(change.came, node.hidden);
+        node.hidden -= explained;
+        node.opensAhead = 0;
+        node.closesAhead = 0;
+        return;
+    }
     // The look is later than the events that led to it, so it may have seen what is only told with
     // the next ones: those have been counted by then.
-    if (opens > 0 || closes > 0) {
-        opens -= std::min(opens, std::exchange(node.opensAhead, 0));
-        closes -= std::min(closes, std::exchange(node.closesAhead, 0));
+    if (told.opens > 0 || told.closes > 0) {
+        told.opens -= std::min(told.opens, std::exchange(node.opensAhead, 0));
+        told.closes -= std::min(told.closes, std::exchange(node.closesAhead, 0));
     }
-    // More descriptors gone than closes told means that there were as many closes, whether those
-    // are still to be told or were merged.
-    const int change = static_cast<int>(descriptorsOf(found)) - static_cast<int>(before);
-    if (closes < -change) {
-        node.closesAhead += -change - closes;
-        closes = -change;
+    // Of a descriptor that one process has from another no event tells.
+    const int handedOn =
+        std::clamp(change.came - told.opens, 0, std::max(0, change.gone - told.closes));
+    const int opens = told.opens - (change.came - handedOn);
+    int closes = told.closes - (change.gone - handedOn);
+    // More opens gone than closes told means that there were as many closes, whether those are
+    // still to be told or were merged.
+    if (closes < 0) {
+        node.closesAhead -= closes;
+        node.aheadDelay.reset();
+        closes = 0;
     }
-    node.hidden += opens - closes - change;
-    if (node.hidden < 0) {
-        node.opensAhead -= node.hidden;
-        node.hidden = 0;
+    if (opens >= closes) {
+        node.hidden += opens - closes;
+        return;
     }
-    if (node.hidden == 0) {
-        node.hiddenCounts = false;
-        node.hiddenGrace.reset();
-    } else if (!node.hiddenGrace) {
-        node.hiddenGrace = seams_.scheduler.after(
-            grace, [this, path = node.node.path] { hiddenGraceEnded(path); });
+    takeCloses(node, closes - std::max(opens, 0));
+    // A descriptor explains an open that was told an instant ago. One that comes when somebody has
+    // long been known to be out of sight is another: duplicated, merged or still to be told.
+    const int inSight = std::max(0, -opens);
+    const int explained = node.hiddenCounts ? 0 : std::min(inSight, node.hidden);
+    node.hidden -= explained;
+    if (inSight > explained) {
+        node.opensAhead += inSight - explained;
+        node.aheadDelay.reset();
+    }
+}
+
+// Closes by nobody who could be seen to have the node open before and hasn't now.
+void HeldNodes::takeCloses(Node& node, int closes) {
+    const int fromHidden = std::min(closes, node.hidden);
+    node.hidden -= fromHidden;
+    closes -= fromHidden;
+    // Which of those that hide now isn't told.
+    for (auto hold = node.holds.begin(); closes > 0 && hold != node.holds.end();) {
+        auto& holder = hold->holder;
+        for (; hold->hides && closes > 0 && opensOf(holder) > 0; --closes) {
+            holder.maps = holder.maps && holder.descriptors.size() > 1;
+            if (!holder.descriptors.empty()) {
+                holder.descriptors.pop_back();
+            }
+        }
+        hold = opensOf(holder) == 0 ? node.holds.erase(hold) : std::next(hold);
+    }
+    // Or somebody has it open anew already.
+    if (closes > 0) {
+        node.opensAhead += closes;
+        node.aheadDelay.reset();
+    }
+}
+
+// An event that a look was ahead of is told at once, or never: merged, or none of the node's.
+void HeldNodes::settleAhead(Node& node) {
+    int inSight = 0;
+    for (const auto& hold : node.holds) {
+        inSight += opensOf(hold.holder);
+    }
+    node.opensAhead = std::min(node.opensAhead, inSight);
+    if (node.opensAhead == 0 && node.closesAhead == 0) {
+        node.aheadDelay.reset();
+    } else if (!node.aheadDelay) {
+        node.aheadDelay =
+            seams_.scheduler.after(delay, [this, path = node.node.path] { delayEnded(path); });
+    }
+}
+
+void HeldNodes::delayEnded(const std::string& path) {
+    for (auto& node : nodes_) {
+        if (node.node.path == path) {
+            node.opensAhead = 0;
+            node.closesAhead = 0;
+            node.aheadDelay.reset();
+        }
     }
 }
 
@@ -191,7 +279,7 @@ void HeldNodes::graceEnded(const std::string& path, pid_t pid) {
             if (node.node.path != path || hold.holder.pid != pid) {
                 continue;
             }
-            if (!holders_.stillHolds(hold.holder, node.node)) {
+            if (!isHeld(hold, node.node)) {
                 look({});
                 return;
             }
@@ -211,23 +299,28 @@ void HeldNodes::hiddenGraceEnded(const std::string& path) {
     settle();
 }
 
+bool HeldNodes::isHeld(const Hold& hold, const DeviceNode& node) const {
+    return holders_.stillHolds(hold.holder, node) ||
+           (hold.holder.maps && holders_.maps(hold.holder.pid, node)) ||
+           holders_.isOutOfSight(hold.holder.pid);
+}
+
 bool HeldNodes::allStillHeld() const {
     return std::all_of(nodes_.begin(), nodes_.end(), [this](const Node& node) {
         return std::all_of(node.holds.begin(), node.holds.end(), [&](const Hold& hold) {
-            return hold.serves || holders_.stillHolds(hold.holder, node.node) ||
-                   (hold.holder.maps && holders_.maps(hold.holder.pid, node.node));
+            return hold.serves || isHeld(hold, node.node);
         });
     });
 }
 
 // After everything that may have changed a hold: what is told, and when it is looked at next.
 void HeldNodes::settle() {
-    std::map<std::string, std::vector<std::string>> users;
+    std::map<std::string, Users> users;
     bool undecided = false;
     bool held = false;
     for (auto& node : nodes_) {
         if (node.hiddenCounts) {
-            users[node.node.path];
+            users[node.node.path].someoneUnseen = true;
         }
         undecided = undecided || (node.hidden > 0 && !node.hiddenCounts);
         for (auto& hold : node.holds) {
@@ -235,7 +328,7 @@ void HeldNodes::settle() {
             undecided = undecided || (!hold.serves && !hold.counts);
             if (hold.counts) {
                 hold.grace.reset();
-                auto& apps = users[node.node.path];
+                auto& apps = users[node.node.path].apps;
                 if (std::find(apps.begin(), apps.end(), hold.app) == apps.end()) {
                     apps.push_back(hold.app);
                 }

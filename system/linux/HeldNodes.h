@@ -1,7 +1,8 @@
 // Which of some device nodes are in use, and by whom. Having a node open isn't using it: programs
 // open every camera for a moment to list it. An open that maps the node's memory is a use at once,
 // any other when it has lasted for the grace; the sound server's, which serves others, never is.
-// Owned by the reader of those devices; lives on the scheduler's thread.
+// Who lets nobody look at him is counted by what the kernel tells of opens and closes and no
+// process in sight explains. Owned by the reader of those devices; lives on the scheduler's thread.
 #pragma once
 
 #include "core/base/Scheduler.h"
@@ -21,6 +22,16 @@ class HeldNodes {
 public:
     /// How long an open without a mapping stays none of anybody's business.
     static constexpr Seconds grace = 1.0;
+    /// How long after a look an event is waited for that tells what the look has seen.
+    static constexpr Seconds delay = 0.1;
+
+    /// Of one node.
+    struct Users {
+        std::vector<std::string> apps; ///< AppRef ids in order of opening, without duplicates
+        bool someoneUnseen = false;    ///< somebody uses it, too, who can't be looked at
+
+        bool operator==(const Users&) const = default;
+    };
 
     struct Seams {
         Scheduler& scheduler;
@@ -37,18 +48,20 @@ public:
     /// ones it is looked up who has them open already; at the first call those are users at once.
     void setNodes(std::vector<DeviceNode> nodes);
     void take(const std::vector<NodeEvents>& events);
-    /// Some were lost: it is looked up anew who has which node open.
+    /// Some were lost: it is looked up anew who has which node open. Who was known to be there out
+    /// of sight stays until a close that nobody else explains: his may be among the lost ones, but
+    /// to lose events is no way to get out of a use.
     void takeLoss();
 
-    /// AppRef ids of those who use a node, in order of opening, without duplicates. Empty if it is
-    /// in use by somebody who can't be seen; nothing if it isn't in use.
-    std::optional<std::vector<std::string>> users(const std::string& path) const;
+    /// Nothing if the node isn't in use.
+    std::optional<Users> users(const std::string& path) const;
 
 private:
     struct Hold {
         NodeHolder holder;
         bool serves = false; ///< for others
         bool counts = false; ///< as a use
+        bool hides = false;  ///< it could be looked at when it opened the node; not any more
         std::string app;     ///< AppRef id
         Subscription grace;
     };
@@ -59,12 +72,32 @@ private:
         int hidden = 0;
         int opensAhead = 0; ///< seen already, and not told of yet
         int closesAhead = 0;
+        Subscription aheadDelay;
         bool hiddenCounts = false;
         Subscription hiddenGrace;
     };
+    /// What was told of a node, and whether that is all.
+    struct Told {
+        int opens = 0;
+        int closes = 0;
+        bool someLost = false;
+    };
 
-    void look(const std::vector<NodeEvents>& events);
-    void compare(Node& node, const std::vector<NodeHolder>& found, int opens, int closes);
+    void look(const std::vector<NodeEvents>& events, bool someLost = false);
+    void compare(Node& node, const std::vector<NodeHolder>& found, const Told& told);
+    /// Opens in sight that were there at one look and not at the other.
+    struct Change {
+        int came = 0;
+        int gone = 0;
+    };
+    /// Brings the holds up to date.
+    Change updateHolds(Node& node, const std::vector<NodeHolder>& found);
+    void addHold(Node& node, const NodeHolder& holder);
+    void countHidden(Node& node, Told told, Change change);
+    void takeCloses(Node& node, int closes);
+    void settleAhead(Node& node);
+    void delayEnded(const std::string& path);
+    bool isHeld(const Hold& hold, const DeviceNode& node) const;
     void lookAgain();
     void graceEnded(const std::string& path, pid_t pid);
     void hiddenGraceEnded(const std::string& path);
@@ -74,7 +107,7 @@ private:
     NodeHolders holders_;
     Seams seams_;
     std::vector<Node> nodes_;
-    std::map<std::string, std::vector<std::string>> users_; ///< of the nodes in use
+    std::map<std::string, Users> users_; ///< of the nodes in use
     bool started_ = false;
     std::size_t step_ = 0;
     Subscription nextLook_;

@@ -49,6 +49,8 @@ public:
     bool maps(pid_t pid, const DeviceNode& node) const;
     /// Whether one of these descriptors still is the node.
     bool stillHolds(const NodeHolder& holder, const DeviceNode& node) const;
+    /// Whether the process is there and lets nobody look what it holds.
+    bool isOutOfSight(pid_t pid) const { return proc_.isOutOfSight(pid); }
 
 private:
     bool isNode(int folder, const char* entry, const DeviceNode& node) const;

@@ -215,6 +215,12 @@ bool ProcFs::isReadable(pid_t pid) const {
     return readLinkText(path(pid, "exe")).has_value();
 }
 
+bool ProcFs::isOutOfSight(pid_t pid) const {
+    std::array<char, 1> text; // NOLINT: filled by the call
+    return readlink(path(pid, "exe").c_str(), text.data(), text.size()) < 0 && errno == EACCES &&
+           !hasOnlyEndedThreads(pid);
+}
+
 std::optional<pid_t> ProcFs::survivingThread(pid_t pid) const {
     std::array<char, 1> text; // NOLINT: filled by the call
     struct stat tasks {};

@@ -51,6 +51,9 @@ public:
     std::optional<std::string> executableClaim(pid_t pid) const;
     /// Whether it can be looked at: its executable, descriptors and folders.
     bool isReadable(pid_t pid) const;
+    /// Whether it is there and forbids being looked at. Neither this nor readable is one that is
+    /// gone, or has ended and waits to be collected.
+    bool isOutOfSight(pid_t pid) const;
     /// A process goes on without its first thread, and then shows its files, arguments, memory and
     /// descriptors under the others' ids only: one of these. Nothing as long as the first one
     /// lives. The descriptors are found by the process's own id all the same.

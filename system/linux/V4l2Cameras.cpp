@@ -9,7 +9,8 @@ namespace velmoran {
 
 V4l2Cameras::V4l2Cameras(EventLoop& loop, ProcessNaming& naming,
                          std::function<bool(pid_t)> servesOthers, const Places& places)
-    : held_(NodeHolders(places.procRoot, ::getpid()), {loop, naming, std::move(servesOthers),
+    : naming_(naming),
+      held_(NodeHolders(places.procRoot, ::getpid()), {loop, naming, std::move(servesOthers),
                                                        [this] {
                                                            update();
                                                        }}),
@@ -51,17 +52,25 @@ void V4l2Cameras::update() {
         }
         camera.device.objectID = id->second;
         camera.device.name = device.name;
+        bool someoneUnseen = false;
         for (const auto& node : device.nodes) {
             const auto users = held_.users(node);
             if (!users) {
                 continue;
             }
             camera.device.isRunningSomewhere = true;
-            for (const auto& app : *users) {
+            someoneUnseen = someoneUnseen || users->someoneUnseen;
+            for (const auto& app : users->apps) {
                 if (std::find(camera.apps.begin(), camera.apps.end(), app) == camera.apps.end()) {
                     camera.apps.push_back(app);
                 }
             }
+        }
+        if (someoneUnseen) {
+            // A user like any other: with no name for it, whoever else has a camera would be taken
+            // for it.
+            const auto key = "camera-" + std::to_string(id->second - firstObjectID);
+            camera.apps.push_back(naming_.unidentified(key).id());
         }
         cameras.push_back(std::move(camera));
     }

@@ -31,7 +31,9 @@ public:
     V4l2Cameras(EventLoop& loop, ProcessNaming& naming, std::function<bool(pid_t)> servesOthers,
                 const Places& places);
 
-    /// From memory. A device keeps its object id as long as the program runs.
+    /// From memory. A device keeps its object id as long as the program runs. Whoever uses one and
+    /// can't be looked at is `unidentified` there, under an id of the device's own: several are
+    /// one.
     std::vector<CameraUse> cameras() const { return cameras_; }
     /// Called after each change of the list; a second call replaces the first callback.
     void onChange(std::function<void()> callback) { onChange_ = std::move(callback); }
@@ -40,6 +42,7 @@ private:
     void readDevices();
     void update();
 
+    ProcessNaming& naming_;
     std::function<void()> onChange_;
     HeldNodes held_;
     VideoDevices devices_;

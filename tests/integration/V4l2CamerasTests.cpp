@@ -1,6 +1,7 @@
 // Real processes, the real /proc and real inotify; only the cameras are plain files.
 #include "support/FakeNaming.h"
 #include "support/NodeUser.h"
+#include "support/Rights.h"
 #include "support/TemporaryDirectory.h"
 #include "support/Waiting.h"
 #include "system/linux/V4l2Cameras.h"
@@ -9,6 +10,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <memory>
 
@@ -49,6 +51,20 @@ protected:
     bool isOn(std::size_t index = 0) {
         const auto all = cameras();
         return all.size() > index && all[index].device.isRunningSomewhere;
+    }
+    /// As a person's own program, from which another can hide.
+    void watchWithoutRights() {
+        loop_.runAndWait([] { ASSERT_TRUE(support::giveUpRights()); });
+        watch();
+    }
+    /// All that have happened by now: a turn of it that has begun may have missed them.
+    void letTheLoopReadItsEvents() {
+        for (int turn = 0; turn < 2; ++turn) {
+            loop_.runAndWait([] {});
+        }
+    }
+    bool hasApps(const std::vector<std::string>& apps) {
+        return waitUntil([&] { return cameras()[0].apps == apps; });
     }
     static std::string nameOf(const NodeUser& user) { return "/bin/" + std::to_string(user.pid()); }
 
@@ -156,14 +172,111 @@ TEST_F(V4l2CamerasTest, LeavesTheSoundServersOwnHoldingToTheGraph) {
     EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
 }
 
-TEST_F(V4l2CamerasTest, IsOnWithoutAppsForAUserOutOfSight) {
+const std::string unnamed = "unidentified:camera-1";
+
+TEST_F(V4l2CamerasTest, TellsOfAUserOutOfSightWithoutAName) {
     watch(folder_.path("empty-proc"));
     NodeUser user(node_);
     ASSERT_TRUE(user.stream());
     ASSERT_TRUE(waitUntil([this] { return isOn(); }));
-    EXPECT_TRUE(cameras()[0].apps.empty());
+    EXPECT_EQ(cameras()[0].apps, std::vector{unnamed});
     user.end();
     EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
+    EXPECT_EQ(changes_, 2);
+}
+
+TEST_F(V4l2CamerasTest, TellsOfAUserWhoHidesBesideOneInSight) {
+    watchWithoutRights();
+    NodeUser hidden(node_);
+    ASSERT_TRUE(hidden.giveUpRights());
+    ASSERT_TRUE(hidden.hide());
+    NodeUser user(node_);
+    ASSERT_TRUE(user.giveUpRights());
+    ASSERT_TRUE(hidden.stream());
+    ASSERT_TRUE(hasApps({unnamed}));
+    ASSERT_TRUE(user.stream());
+    ASSERT_TRUE(hasApps({nameOf(user), unnamed}));
+    hidden.end();
+    ASSERT_TRUE(hasApps({nameOf(user)}));
+    NodeUser later(node_);
+    ASSERT_TRUE(later.giveUpRights());
+    ASSERT_TRUE(later.hide());
+    ASSERT_TRUE(later.stream());
+    ASSERT_TRUE(hasApps({nameOf(user), unnamed}));
+    user.end();
+    ASSERT_TRUE(hasApps({unnamed}));
+    later.end();
+    EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
+    EXPECT_EQ(changes_, 6);
+}
+
+TEST_F(V4l2CamerasTest, KeepsTheNameOfAUserWhoHidesWhileItIsOn) {
+    watchWithoutRights();
+    NodeUser early(node_);
+    NodeUser late(node_);
+    NodeUser other(node_);
+    for (auto* user : {&early, &late, &other}) {
+        ASSERT_TRUE(user->giveUpRights());
+    }
+    const auto first = nameOf(early);
+    const auto second = nameOf(late);
+    ASSERT_TRUE(early.stream());
+    ASSERT_TRUE(hasApps({first}));
+    ASSERT_TRUE(early.hide());
+    ASSERT_TRUE(late.stream()); // looked at anew, everybody
+    ASSERT_TRUE(hasApps({first, second}));
+    ASSERT_TRUE(late.hide());
+    ASSERT_TRUE(late.unmap());
+    ASSERT_TRUE(late.close()); // its close explains itself
+    ASSERT_TRUE(other.stream());
+    ASSERT_TRUE(waitUntil([&] {
+        const auto apps = cameras()[0].apps;
+        return apps.size() == 2 && apps.back() == nameOf(other);
+    }));
+    early.end();
+    ASSERT_TRUE(waitUntil([&] { return cameras()[0].apps.size() == 1; }));
+    other.end();
+    EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
+}
+
+TEST_F(V4l2CamerasTest, CountsAnOpenWithoutAMappingThoughItsProcessHidesWithinTheGrace) {
+    watchWithoutRights();
+    NodeUser user(node_);
+    ASSERT_TRUE(user.giveUpRights());
+    ASSERT_TRUE(user.open());
+    letTheLoopReadItsEvents();
+    const auto name = nameOf(user);
+    ASSERT_TRUE(user.hide());
+    ASSERT_TRUE(hasApps({name}));
+    user.end();
+    EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
+}
+
+TEST_F(V4l2CamerasTest, KeepsAUserOutOfSightWhenTheKernelLosesEvents) {
+    int kept = 0;
+    std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> kept;
+    ASSERT_GT(kept, 0);
+    watchWithoutRights();
+    NodeUser hidden(node_);
+    ASSERT_TRUE(hidden.giveUpRights());
+    ASSERT_TRUE(hidden.hide());
+    ASSERT_TRUE(hidden.stream());
+    ASSERT_TRUE(hasApps({unnamed}));
+    NodeUser user(node_);
+    ASSERT_TRUE(user.giveUpRights());
+    // While the loop is busy, more happens than the kernel keeps, at last something lasting.
+    loop_.runAndWait([&] {
+        for (int time = 0; time <= kept / 2; ++time) {
+            ASSERT_TRUE(user.touch());
+        }
+        ASSERT_TRUE(user.stream());
+    });
+    ASSERT_TRUE(hasApps({nameOf(user), unnamed}));
+    user.end();
+    ASSERT_TRUE(hasApps({unnamed}));
+    hidden.end();
+    EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
+    EXPECT_EQ(changes_, 4);
 }
 
 TEST_F(V4l2CamerasTest, FindsCamerasThatComeAndGo) {

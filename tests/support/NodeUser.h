@@ -2,6 +2,8 @@
 // uses a camera, without a camera. Ends with the object.
 #pragma once
 
+#include "support/Rights.h"
+
 #include <array>
 #include <csignal>
 #include <stdexcept>
@@ -53,6 +55,10 @@ public:
     bool stream() { return command('s'); }
     /// Opens and closes at once.
     bool touch() { return command('t'); }
+    /// Runs on without root's rights: who may not look at others may look at it.
+    bool giveUpRights() { return command('g'); }
+    /// Forbids others to look at it.
+    bool hide() { return command('h'); }
     /// Kills it.
     void end() {
         if (pid_ > 0) {
@@ -89,6 +95,12 @@ private:
             }
             if (letter == 'c' || letter == 't') {
                 done = ::close(file) == 0;
+            }
+            if (letter == 'g') {
+                done = support::giveUpRights();
+            }
+            if (letter == 'h') {
+                done = ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0;
             }
             const char answer = done ? '+' : '-';
             if (::write(socket, &answer, 1) != 1) {

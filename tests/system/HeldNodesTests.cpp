@@ -10,12 +10,15 @@
 namespace velmoran {
 namespace {
 
-using Users = std::optional<std::vector<std::string>>;
+using Users = std::optional<HeldNodes::Users>;
 const Users nobody = std::nullopt;
-const Users somebodyUnseen = std::vector<std::string>{};
 
 Users apps(std::vector<std::string> ids) {
-    return ids;
+    return HeldNodes::Users{.apps = std::move(ids), .someoneUnseen = false};
+}
+
+Users somebodyUnseen(std::vector<std::string> besides = {}) {
+    return HeldNodes::Users{.apps = std::move(besides), .someoneUnseen = true};
 }
 
 // A node that is a plain file, and processes that are folders.
@@ -41,6 +44,15 @@ protected:
         folder_.write(at(pid) + "maps", "7f00-7f01 r--p 00000000 00:05 1  /usr/lib/libc.so\n"
                                         "7f2c-7f2d rw-s 00000000 00:05 412  " +
                                             node_ + '\n');
+    }
+    void use(pid_t pid) {
+        open(pid);
+        map(pid);
+        tell(1, 0);
+    }
+    void openUnseenForLong() {
+        tell(1, 0);
+        time_.advanceBy(HeldNodes::grace);
     }
     void tell(int opens, int closes) {
         NodeEvents events;
@@ -160,15 +172,99 @@ TEST_F(HeldNodesTest, PassesOverWhoHoldsItForOthers) {
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, IsOnWithoutAppsForAHolderOutOfSight) {
+TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightAfterTheGrace) {
     tell(1, 0);
     time_.advanceTo(0.999);
     EXPECT_EQ(users(), nobody);
     time_.advanceTo(1.0);
-    EXPECT_EQ(users(), somebodyUnseen);
+    EXPECT_EQ(users(), somebodyUnseen());
+    EXPECT_EQ(changes_, 1);
     EXPECT_FALSE(time_.nextDue());
     tell(0, 1);
     EXPECT_EQ(users(), nobody);
+    EXPECT_EQ(changes_, 2);
+}
+
+TEST_F(HeldNodesTest, TellsOfSomebodyInSightBesideAHolderOutOfSight) {
+    openUnseenForLong();
+    use(7);
+    EXPECT_EQ(users(), somebodyUnseen({"/bin/7"}));
+    close(7);
+    tell(0, 1);
+    EXPECT_EQ(users(), somebodyUnseen());
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+}
+
+TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightBesideSomebodyInSight) {
+    use(7);
+    tell(1, 0);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+    time_.advanceTo(1.0);
+    EXPECT_EQ(users(), somebodyUnseen({"/bin/7"}));
+    tell(0, 1);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+    EXPECT_EQ(changes_, 3);
+}
+
+TEST_F(HeldNodesTest, TakesTwoOutOfSightForOneUseUntilTheLastClose) {
+    openUnseenForLong();
+    tell(1, 0);
+    tell(0, 1);
+    EXPECT_EQ(users(), somebodyUnseen());
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+    EXPECT_EQ(changes_, 2);
+}
+
+TEST_F(HeldNodesTest, KeepsAUseOutOfSightWhenADescriptorInSightIsDuplicated) {
+    openUnseenForLong();
+    use(7);
+    open(8); // a child that has it from 7: no event tells
+    use(9);
+    EXPECT_TRUE(users()->someoneUnseen);
+}
+
+TEST_F(HeldNodesTest, KeepsAUseOutOfSightWhenAnOpenInSightIsSeenBeforeItIsTold) {
+    openUnseenForLong();
+    use(7);
+    open(8);
+    close(7);
+    tell(0, 1);
+    EXPECT_TRUE(users()->someoneUnseen);
+    tell(1, 0);
+    close(8);
+    tell(0, 1);
+    EXPECT_EQ(users(), somebodyUnseen());
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+}
+
+// It had the node before the program started, so that its close is the first that is heard of it.
+TEST_F(HeldNodesTest, TellsOfTheNextHolderOutOfSightAfterACloseThatNothingExplains) {
+    tell(0, 1);
+    openUnseenForLong();
+    EXPECT_EQ(users(), somebodyUnseen());
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+}
+
+TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightAfterEventsWereMerged) {
+    open(7, 3);
+    open(7, 4);
+    map(7);
+    tell(1, 0);
+    time_.advanceBy(HeldNodes::delay);
+    openUnseenForLong();
+    EXPECT_EQ(users(), somebodyUnseen({"/bin/7"}));
+    close(7, 3);
+    close(7, 4);
+    tell(0, 1);
+    EXPECT_EQ(users(), somebodyUnseen());
+    time_.advanceBy(HeldNodes::delay);
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+    EXPECT_FALSE(time_.nextDue());
 }
 
 TEST_F(HeldNodesTest, TakesAShortOpenOutOfSightForNoUse) {
@@ -254,7 +350,7 @@ TEST_F(HeldNodesTest, StillFindsSomebodyOutOfSightAfterACloseThatWasSeenAhead) {
     EXPECT_EQ(users(), nobody);
     tell(1, 0); // by nobody in sight
     time_.advanceTo(4.0);
-    EXPECT_EQ(users(), apps({}));
+    EXPECT_EQ(users(), somebodyUnseen());
 }
 
 TEST_F(HeldNodesTest, TellsOfAUserWhoWasThereFromTheStart) {
@@ -277,15 +373,63 @@ TEST_F(HeldNodesTest, ForgetsANodeThatIsGone) {
 }
 
 TEST_F(HeldNodesTest, LooksAnewAfterEventsWereLost) {
-    tell(1, 0);
-    time_.advanceTo(1.0);
-    EXPECT_EQ(users(), somebodyUnseen);
-    held_.takeLoss();
-    EXPECT_EQ(users(), nobody);
     open(7);
     map(7);
     held_.takeLoss();
     EXPECT_EQ(users(), apps({"/bin/7"}));
+    close(7);
+    held_.takeLoss();
+    EXPECT_EQ(users(), nobody);
+    EXPECT_FALSE(time_.nextDue());
+}
+
+TEST_F(HeldNodesTest, KeepsAUseOutOfSightWhenEventsAreLostUntilItsClose) {
+    openUnseenForLong();
+    held_.takeLoss();
+    EXPECT_EQ(users(), somebodyUnseen());
+    // What comes into sight and goes meanwhile has its own events among the lost ones.
+    open(7);
+    map(7);
+    held_.takeLoss();
+    EXPECT_EQ(users(), somebodyUnseen({"/bin/7"}));
+    close(7);
+    held_.takeLoss();
+    EXPECT_EQ(users(), somebodyUnseen());
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+    EXPECT_FALSE(time_.nextDue());
+}
+
+TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightThoughEventsAreLostWithinTheGrace) {
+    tell(1, 0);
+    time_.advanceTo(0.5);
+    held_.takeLoss();
+    time_.advanceTo(1.0);
+    EXPECT_EQ(users(), somebodyUnseen());
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+}
+
+TEST_F(HeldNodesTest, FindsTheDescriptorOfAnEventBeforeALoss) {
+    tell(1, 0);
+    open(7);
+    map(7);
+    held_.takeLoss();
+    time_.advanceTo(3.0);
+    EXPECT_EQ(users(), apps({"/bin/7"}));
+    close(7);
+    tell(0, 1);
+    EXPECT_EQ(users(), nobody);
+}
+
+TEST_F(HeldNodesTest, ForgetsWhatWasSeenAheadWhenEventsAreLost) {
+    use(7);
+    open(7, 4);
+    close(7, 3);
+    tell(0, 1); // and the open is among the lost ones
+    held_.takeLoss();
+    openUnseenForLong();
+    EXPECT_EQ(users(), somebodyUnseen({"/bin/7"}));
 }
 
 TEST_F(HeldNodesTest, PassesOverADescriptorThatOnlyNamesTheNode) {
