@@ -1,7 +1,9 @@
 // The whole road with real programs: a client begins to use a device, and the running program says
 // who it was, shows it in its icon, and keeps it in the history with its end.
 #include "integration/RunningModel.h"
+#include "support/Rights.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -79,6 +81,65 @@ TEST_F(Road, TellsOfACameraOfTheSoundServer) {
 
 TEST_F(Road, TellsOfACameraThatIsOpenedDirectly) {
     checkUse({HOLD_NODE, addNode()}, "hold-node", Device::camera, "hold-node turned on the camera");
+}
+
+TEST_F(Road, TellsOfAHiddenUserOfACameraBesideANamedOneUnderNobodysName) {
+    const std::string unknownCard = "Unknown app turned on the camera";
+    const std::string namedCard = "hold-node turned on the camera";
+    const auto node = addNode();
+    const auto hidden = support::withoutRights({HOLD_NODE, "--hide", node});
+    const auto named = support::withoutRights({HOLD_NODE, node});
+    using Names = std::vector<std::string>;
+    const auto openApps = [&] {
+        Names names;
+        for (const auto& session : model_->openSessions.get()) {
+            names.push_back(session.app.name);
+        }
+        return names;
+    };
+    const support::RightsLaidDown person;
+    ASSERT_TRUE(person.isDone());
+    start();
+
+    session_.start("hidden", hidden);
+    ASSERT_TRUE(becomes([&] { return card(unknownCard) != nullptr; })) << told();
+    EXPECT_TRUE(card(unknownCard)->isStrong);
+    session_.start("named", named);
+    ASSERT_TRUE(becomes([&] { return card(namedCard) != nullptr; })) << told();
+    EXPECT_NE(card(unknownCard), nullptr) << told();
+    EXPECT_EQ(openApps(), (Names{"Unknown app", "hold-node"}));
+    session_.stop("hidden");
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{"hold-node"}; })) << told();
+
+    // The other way round, and beside a trusted one.
+    ASSERT_TRUE(press(namedCard, "Trust this app"));
+    ASSERT_EQ(card(namedCard), nullptr);
+    model_->notices.dismiss(card(unknownCard)->id);
+    ASSERT_EQ(card(unknownCard), nullptr);
+    session_.start("hidden", hidden);
+    ASSERT_TRUE(becomes([&] { return card(unknownCard) != nullptr; })) << told();
+    EXPECT_EQ(openApps(), (Names{"hold-node", "Unknown app"}));
+    session_.stop("named");
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{"Unknown app"}; })) << told();
+    session_.start("named", named);
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{"Unknown app", "hold-node"}; })) << told();
+    EXPECT_NE(card(unknownCard), nullptr) << told();
+    EXPECT_EQ(card(namedCard), nullptr) << told();
+    EXPECT_EQ(model_->statusIconState(), StatusIconState::alert);
+    session_.stop("hidden");
+    session_.stop("named");
+    ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << told();
+
+    auto rows = stored();
+    std::sort(rows.begin(), rows.end(),
+              [](const auto& one, const auto& other) { return one.start < other.start; });
+    Names names;
+    for (const auto& row : rows) {
+        names.push_back(row.app.name);
+        EXPECT_EQ(row.outcome, SessionOutcome::endedNormally);
+    }
+    EXPECT_EQ(names, (Names{"Unknown app", "hold-node", "Unknown app", "hold-node"}));
+    quit();
 }
 
 TEST_F(Road, FindsAServerAgainThatCameBackAndTellsNothingTwice) {
