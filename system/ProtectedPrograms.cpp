@@ -1,5 +1,6 @@
 #include "system/ProtectedPrograms.h"
 
+#include "core/base/ProgramName.h"
 #include "core/base/StarPattern.h"
 
 #include <algorithm>
@@ -165,7 +166,7 @@ const std::vector<ProtectedPrograms>& protectedOnLinux() {
 }
 
 bool hasProtectedName(std::string_view path) {
-    const auto name = path.substr(path.rfind('/') + 1);
+    const auto name = programName(path);
     for (const auto& row : protectedOnLinux()) {
         if (std::any_of(row.files.begin(), row.files.end(),
                         [&](std::string_view pattern) { return matchesStar(pattern, name); })) {

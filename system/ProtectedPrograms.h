@@ -12,7 +12,7 @@
 
 namespace velmoran {
 
-/// Programs of a Linux desktop by the names of their files. A "*" stands for any letters.
+/// Programs of a Linux desktop by their names. A "*" stands for any letters.
 struct ProtectedPrograms {
     std::vector<std::string_view> files;
     std::string_view reason; ///< what would be lost with them
@@ -20,7 +20,7 @@ struct ProtectedPrograms {
 
 const std::vector<ProtectedPrograms>& protectedOnLinux();
 
-/// By the name of the file alone: says nothing of whether the file there can be relied on.
+/// By the program's name alone: says nothing of whether the file there can be relied on.
 bool hasProtectedName(std::string_view path);
 
 /// `ownBundleID` is this application's own identifier. On Linux a name protects only what lies

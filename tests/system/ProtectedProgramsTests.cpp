@@ -65,6 +65,23 @@ TEST(ProtectedPrograms, AreThoseThatASessionStandsOn) {
     }
 }
 
+TEST(ProtectedPrograms, AreThoseThatAStoreHasWrapped) {
+    for (const std::string path : {"/nix/store/abc-gnome-shell-46.2/bin/.gnome-shell-wrapped",
+                                   "/nix/store/abc-kwin-6.1/bin/.kwin_wayland-wrapped",
+                                   "/nix/store/abc-plasma-workspace-6/bin/.plasmashell-wrapped_",
+                                   "/nix/store/abc-gsd-46/libexec/..gsd-power-wrapped-wrapped",
+                                   "/gnu/store/abc-gnome-shell-46.2/bin/.gnome-shell-real"}) {
+        EXPECT_TRUE(isProtectedOnLinux(program(path))) << path;
+    }
+    for (const std::string path :
+         {"/home/u/bin/.gnome-shell-wrapped", "/tmp/nix/store/x/.gnome-shell-wrapped",
+          "/usr/bin/.gnome-shell-wrapped", "/nix/store/abc-x/bin/.recorder-wrapped",
+          "/nix/store/abc-x/bin/.gnome-shell-real", "/nix/store/../../home/u/.sway-wrapped",
+          "/gnu/store/abc-x/bin/.gnome-shell-wrapped"}) {
+        EXPECT_FALSE(isProtectedOnLinux(program(path))) << path;
+    }
+}
+
 TEST(ProtectedPrograms, AreNoOthersOfRoots) {
     for (const std::string path :
          {"/usr/bin/firefox", "/usr/bin/pw-record", "/usr/bin/parecord", "/usr/bin/arecord",
