@@ -3,11 +3,24 @@
 
 #include "app/model/StopTools.h"
 #include "app/notices/NoticeWording.h"
+#include "core/stopping/BrowserLinux.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace velmoran {
+
+namespace {
+
+/// By what is registered for web links now; on Linux also by the program, since one that was only
+/// unpacked is registered nowhere.
+bool isBrowser(const AppIdentity& app, const std::vector<std::string>& installed,
+               const Machine& machine) {
+    return Browser::isBrowser(app, installed) ||
+           (machine.platform() == Platform::linux && Browser::runsABrowserOnLinux(app));
+}
+
+} // namespace
 
 void AppModel::stopEverything() {
     if (mayStop()) {
@@ -52,7 +65,7 @@ void AppModel::stop(const AppIdentity& app) {
         return;
     }
     std::vector<AppIdentity> browsers;
-    if (Browser::isBrowser(app, around_.machine.browsers())) {
+    if (isBrowser(app, around_.machine.browsers(), around_.machine)) {
         browsers.push_back(app);
     }
     askAbout(browsers, false, [this, app](std::optional<BrowserAnswer> answer) {
@@ -92,7 +105,8 @@ std::vector<AppIdentity> AppModel::openBrowsers(const std::set<std::string>& exc
     auto seen = except;
     std::vector<AppIdentity> browsers;
     for (const auto& session : engine_.open()) {
-        if (session.device != Device::speaker && Browser::isBrowser(session.app, installed) &&
+        if (session.device != Device::speaker &&
+            isBrowser(session.app, installed, around_.machine) &&
             seen.insert(session.app.id).second) {
             browsers.push_back(session.app);
         }

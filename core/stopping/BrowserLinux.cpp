@@ -1,5 +1,9 @@
 #include "core/stopping/BrowserLinux.h"
 
+#include "core/base/ProgramName.h"
+
+#include <algorithm>
+
 namespace velmoran::Browser {
 
 const std::vector<std::string>& knownOnLinux() {
@@ -90,6 +94,72 @@ const std::vector<std::string>& knownOnLinux() {
         "min",
     };
     return table;
+}
+
+const std::vector<std::string_view>& programsOnLinux() {
+    static const std::vector<std::string_view> table = {
+        // Firefox and its kin; where "-bin" or ".real" is the program, the short name is a script
+        // in some editions and a program in others.
+        "firefox",
+        "firefox-bin",
+        "firefox.real",
+        "firefox-esr",
+        "firefox-trunk",
+        "librewolf",
+        "librewolf-bin",
+        "waterfox",
+        "waterfox-bin",
+        "floorp",
+        "floorp-bin",
+        "zen",
+        "zen-bin",
+        "mullvadbrowser",
+        "mullvadbrowser.real",
+        "icecat",
+        "icecat-bin",
+        "palemoon",
+        "palemoon-bin",
+        "seamonkey",
+        "seamonkey-bin",
+        "basilisk",
+        "basilisk-bin",
+        // Chromium and its kin
+        "chrome",
+        "chromium",
+        "chromium-browser",
+        "brave",
+        "msedge",
+        "vivaldi-bin",
+        "opera",
+        "opera-beta",
+        "opera-developer",
+        "yandex_browser",
+        "whale",
+        "thorium",
+        // The desktops' own
+        "epiphany",
+        "epiphany-browser",
+        "falkon",
+        "konqueror",
+        "angelfish",
+        "midori",
+        "qutebrowser",
+        "nyxt",
+        "luakit",
+        "netsurf-gtk",
+        "netsurf-gtk2",
+        "netsurf-gtk3",
+        "dillo",
+        "badwolf",
+    };
+    return table;
+}
+
+bool runsABrowserOnLinux(const AppIdentity& app) {
+    const std::string& path = app.path ? *app.path : app.id;
+    const auto& programs = programsOnLinux();
+    return path.starts_with('/') &&
+           std::find(programs.begin(), programs.end(), programName(path)) != programs.end();
 }
 
 } // namespace velmoran::Browser

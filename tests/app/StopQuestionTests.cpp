@@ -35,6 +35,35 @@ TEST_F(StopQuestionTest, AsksBeforeItClosesABrowser) {
     EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Zoom", true}}));
 }
 
+TEST_F(StopQuestionTest, AsksOnLinuxAboutABrowserThatWasOnlyUnpacked) {
+    machine.script.platform = Platform::linux;
+    begin();
+    const AppRef unpacked{
+        .name = "firefox.real", .bundleID = {}, .path = "/home/u/tor/Browser/firefox.real"};
+    const AppRef recorder{.name = "recorder", .bundleID = {}, .path = "/home/u/tor/recorder"};
+    receive(camera({unpacked, recorder}));
+    model->stopEverything();
+    ASSERT_EQ(questions.size(), 1U);
+    EXPECT_EQ(questions[0], (BrowserQuestion{.browsers = {"firefox.real"}, .keepOffered = true}));
+    answer(BrowserAnswer::cancel);
+    model->stop(seen(unpacked));
+    EXPECT_EQ(questions.size(), 2U);
+    answer(BrowserAnswer::cancel);
+    model->stop(seen(recorder));
+    EXPECT_EQ(questions.size(), 2U);
+    time.runPosted();
+    passTime(0.2);
+    EXPECT_EQ(closed, (Closed{{"recorder", true}}));
+}
+
+TEST_F(StopQuestionTest, OnAMacAProgramsNameMakesNoBrowser) {
+    begin();
+    const AppRef program{.name = "firefox", .bundleID = {}, .path = "/Users/u/firefox"};
+    receive(camera({program}));
+    model->stop(seen(program));
+    EXPECT_TRUE(questions.empty());
+}
+
 TEST_F(StopQuestionTest, KeepsTheBrowserAndStopsTheRest) {
     begin();
     receive(camera({surf(), appRef("Zoom")}));
