@@ -4,6 +4,7 @@
 #include "core/records/AppIdentity.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmoran {
@@ -16,6 +17,10 @@ enum class BrowserAnswer {
 };
 
 namespace Browser {
+
+/// Identifiers of the well-known browsers, each once; what a Linux desktop calls them beside that
+/// stands in BrowserLinux.
+const std::vector<std::string_view>& known();
 
 /// `installed`: identifiers of the applications that are registered for web links right now. The
 /// case of identifiers doesn't matter, and a helper whose identifier is a browser's with further

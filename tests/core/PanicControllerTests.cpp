@@ -1,7 +1,5 @@
 #include "core/stopping/PanicController.h"
 
-#include "core/stopping/Browser.h"
-
 #include <deque>
 #include <gtest/gtest.h>
 
@@ -201,20 +199,6 @@ TEST(PanicControllerProtection, KnowsItselfAndTheSystemsFolders) {
         EXPECT_FALSE(PanicController::isProtected(app("x", path), std::nullopt)) << path;
     }
     EXPECT_FALSE(PanicController::isProtected(app("x"), std::nullopt));
-}
-
-TEST(Browser, IgnoresCaseAndTakesTheIdWithoutABundle) {
-    EXPECT_TRUE(Browser::isBrowser(app("COM.GOOGLE.CHROME"), {}));
-    EXPECT_TRUE(Browser::isBrowser(app("com.google.chrome.helper"), {}));
-    EXPECT_FALSE(Browser::isBrowser(app("com.google.chromes"), {}));
-    AppIdentity other = app("com.google.Chrome");
-    other.bundleID = "org.example.other";
-    EXPECT_FALSE(Browser::isBrowser(other, {}));
-}
-
-TEST(Browser, KnowsTheInstalledOnesToo) {
-    EXPECT_FALSE(Browser::isBrowser(app("org.example.surf"), {}));
-    EXPECT_TRUE(Browser::isBrowser(app("org.example.surf"), {"Org.Example.Surf"}));
 }
 
 } // namespace
