@@ -99,7 +99,8 @@ void AppCrew::killKnown() {
     std::for_each(held_.begin(), held_.end(), [this](const auto& process) { send(process); });
 }
 
-void AppCrew::wakeStopped() const {
+void AppCrew::wakeStopped() {
+    dropOthers();
     for (const auto& process : held_) {
         process.signal(SIGCONT);
     }

@@ -43,7 +43,7 @@ public:
     void kill();
     void killKnown();
     /// A process that was stopped reads no request until it runs again.
-    void wakeStopped() const;
+    void wakeStopped();
 
 private:
     enum class Stage { found, asked, forced };

@@ -309,6 +309,25 @@ TEST_F(ClosingWindows, AStoppedProgramIsWokenToBeAsked) {
     EXPECT_FALSE(client.hasSaid("signalled"));
 }
 
+TEST_F(ClosingWindows, AStoppedProcessThatHasBecomeAnotherProgramIsNotWoken) {
+    const auto app = copyOf(clients + "/window-keeper");
+    const auto sleep = copyOf("/bin/sleep", "sleep");
+    const auto client = startReady(app, "close");
+    const auto turned = startReady(app, "turn", sleep);
+    const auto found = windowed->find(identity(app));
+    ASSERT_EQ(found.applications.size(), 1U) << session.logs();
+    const pid_t pid = turned.program->pid();
+    kill(pid, SIGUSR1);
+    ASSERT_TRUE(waitUntil([&] { return ProcFs().executable(pid) == sleep; }));
+    kill(pid, SIGSTOP);
+    ASSERT_TRUE(waitUntil([&] { return ProcFs().stat(pid)->state == 'T'; }));
+    found.applications.front()->terminate();
+    EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); })) << session.logs();
+    EXPECT_EQ(ProcFs().stat(pid)->state, 'T');
+    found.applications.front()->forceTerminate();
+    EXPECT_TRUE(turned.program->isRunning());
+}
+
 TEST_F(ClosingWindows, AWindowThatCannotBeAskedMakesNoApplication) {
     const auto app = copyOf(clients + "/window-keeper");
     const auto client = startReady(app, "deaf");

@@ -1,10 +1,11 @@
 // A program with a window on the X server of DISPLAY that takes being asked to close in its own
-// way. usage: window-keeper LOG-FILE WAY [PROCESS-ID]
+// way. usage: window-keeper LOG-FILE WAY [PROCESS-ID|PROGRAM]
 //   close   ends
 //   ask     opens a second window, as to ask about unsaved work, and stays
 //   hide    takes its window away and goes on without it
 //   deaf    has a window that can't be asked
 //   claim   as close, but says that its window is that of the process PROCESS-ID
+//   turn    as close, and at SIGUSR1 becomes PROGRAM, which sleeps
 // LOG-FILE gets a line "ready PROCESS-ID" once the window manager has the window, "asked" for each
 // request to close, and "signalled" for SIGTERM, by which it ends.
 #include <csignal>
@@ -20,6 +21,7 @@
 namespace {
 
 int report = -1;
+std::string program;
 
 void note(const std::string& text) {
     if (write(report, text.data(), text.size()) < 0) {
@@ -75,11 +77,19 @@ int main(int count, char** arguments) {
         note("signalled\n");
         _exit(0);
     });
+    if (way == "turn") {
+        program = count > 3 ? arguments[3] : "";
+        signal(SIGUSR1, [](int) {
+            execl(program.c_str(), program.c_str(), "60", nullptr);
+            _exit(6);
+        });
+    }
     auto* server = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(server) != 0) {
         return 4;
     }
-    const auto process = static_cast<std::uint32_t>(count > 3 ? std::atoi(arguments[3]) : getpid());
+    const auto process = static_cast<std::uint32_t>(
+        way == "claim" && count > 3 ? std::atoi(arguments[3]) : getpid());
     const auto window = openWindow(server, way, process);
     const auto state = atom(server, "WM_STATE");
     const auto remove = atom(server, "WM_DELETE_WINDOW");
@@ -103,7 +113,7 @@ int main(int count, char** arguments) {
         } else if (kind == XCB_CLIENT_MESSAGE &&
                    reinterpret_cast<xcb_client_message_event_t*>(event)->data.data32[0] == remove) {
             note("asked\n");
-            if (way == "close" || way == "claim") {
+            if (way == "close" || way == "claim" || way == "turn") {
                 return 0;
             }
             if (way == "ask") {
