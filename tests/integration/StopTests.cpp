@@ -1,7 +1,5 @@
 // A stop with real programs: what is muted, what goes, what stays, and what is said and kept of it.
-// The apps are copies of the test's clients: the processes of an app are all that run its file, and
-// those of other tests must not be among them.
-#include "integration/RunningModel.h"
+#include "integration/StopScene.h"
 #include "system/linux/LinuxAppNames.h"
 
 #include <csignal>
@@ -14,7 +12,6 @@
 namespace velmoran {
 namespace {
 
-using support::ChildProcess;
 using Titles = std::vector<std::string>;
 
 /// This thread is refused what it would do to the processes of others, as anybody but root is.
@@ -36,25 +33,11 @@ private:
     }
 };
 
-class Stop : public RunningModel {
+/// One that other users run too.
+class StopAmongUsers : public Stop {
 protected:
-    Stop() { session_.addMicrophone(); }
-
-    std::string copyOf(const std::string& program, const std::string& name) const {
-        const auto copy = session_.home() / name;
-        std::filesystem::copy_file(std::string(CLIENT_PROGRAMS "/") + program, copy);
-        return copy;
-    }
-
-    ChildProcess& use(const std::string& name, const std::vector<std::string>& command) {
-        auto& child = session_.start(name, command);
-        EXPECT_TRUE(becomes([&] { return card(name + " turned on the microphone") != nullptr; }))
-            << told();
-        return child;
-    }
-
-    /// The same for a copy of the recorder that another user runs.
-    ChildProcess& useAsAnother(const std::string& name) {
+    /// `use` for a copy of the recorder that another user runs.
+    support::ChildProcess& useAsAnother(const std::string& name) {
         for (const auto& folder : {session_.folder(), session_.home(), session_.runtimeFolder()}) {
             std::filesystem::permissions(folder, std::filesystem::perms(0755));
         }
@@ -62,23 +45,6 @@ protected:
                                      std::filesystem::perms(0777));
         return use(name, {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
                           copyOf("graph-client", name)});
-    }
-
-    bool isMuted() {
-        return session_.run({"pactl", "get-source-mute", "virtual-microphone"}).output ==
-               "Mute: yes\n";
-    }
-    bool stopEnds() {
-        return becomes([&] { return !*model_->isStopping; });
-    }
-    UsageSession row(const std::string& app) {
-        for (const auto& session : stored()) {
-            if (session.app.name == app) {
-                return session;
-            }
-        }
-        ADD_FAILURE() << "no row of " << app;
-        return {};
     }
 };
 
@@ -114,7 +80,7 @@ TEST_F(Stop, KeepsTheMuteOverARestart) {
     EXPECT_TRUE(becomes([&] { return isMuted(); }));
 }
 
-TEST_F(Stop, SaysWhichOfTwoAppsIsStillThere) {
+TEST_F(StopAmongUsers, SaysWhichOfTwoAppsIsStillThere) {
     if (getuid() != 0) {
         GTEST_SKIP() << "needs to be root, to have a process that others may not signal";
     }

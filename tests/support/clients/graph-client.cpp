@@ -5,7 +5,11 @@
 //   --prop KEY=VAL  a property of the node, such as a false process id
 //   --hide          forbid other processes to look at it
 //   --reconnect     come back by itself when the server has gone
+//   --term WAY      what to do when asked to end: "ignore" it, or "fork", end and leave a child
+//   that
+//                   ignores it and holds the connection; else end
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -29,6 +33,7 @@ struct Options {
     std::string mediaClass;
     std::vector<std::pair<std::string, std::string>> properties;
     bool reconnects = false;
+    bool forksOnTerm = false;
 };
 
 struct Client {
@@ -73,10 +78,25 @@ pw_core* connect(pw_context* context, const Options& options) {
                            : pw_context_connect(context, props, 0);
 }
 
+/// Runs as any other work of the loop, so that forking is safe.
+void onTerm(void*, int) {
+    if (fork() == 0) {
+        signal(SIGTERM, SIG_IGN);
+        alarm(120); // a test that fails leaves it behind
+        for (;;) {
+            pause();
+        }
+    }
+    _exit(0);
+}
+
 // Until the server goes. False if there was none.
 bool run(const Options& options) {
     Client client;
     client.loop = pw_main_loop_new(nullptr);
+    if (options.forksOnTerm) {
+        pw_loop_add_signal(pw_main_loop_get_loop(client.loop), SIGTERM, onTerm, nullptr);
+    }
     auto* context = pw_context_new(pw_main_loop_get_loop(client.loop), nullptr, 0);
     auto* core = connect(context, options);
     const bool isConnected = core != nullptr;
@@ -163,6 +183,15 @@ int main(int count, char** arguments) {
         ++index;
         if (option == "--fd") {
             options.fd = std::atoi(value.c_str());
+        } else if (option == "--term" && value == "ignore") {
+            signal(SIGTERM, SIG_IGN);
+        } else if (option == "--term" && value == "fork") {
+            // In all threads, so that the loop hears it.
+            sigset_t term;
+            sigemptyset(&term);
+            sigaddset(&term, SIGTERM);
+            sigprocmask(SIG_BLOCK, &term, nullptr);
+            options.forksOnTerm = true;
         } else if (option == "--filter") {
             options.filter = value;
         } else if (option == "--class") {
