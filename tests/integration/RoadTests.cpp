@@ -126,7 +126,9 @@ TEST_F(Road, TellsOfAHiddenUserOfACameraBesideANamedOneUnderNobodysName) {
     EXPECT_NE(card(unknownCard), nullptr) << told();
     EXPECT_EQ(card(namedCard), nullptr) << told();
     EXPECT_EQ(model_->statusIconState(), StatusIconState::alert);
+    // One after the other: the kernel tells two closes as one that nobody has read between.
     session_.stop("hidden");
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{"hold-node"}; })) << told();
     session_.stop("named");
     ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << told();
 
