@@ -1,13 +1,14 @@
 #include "app/replay/ReplayParser.h"
 
+#include "app/replay/RecordKeys.h"
 #include "app/replay/SettingFields.h"
+#include "core/text/Localizer.h"
 #include "system/scripted/StrictJson.h"
 
 #include <cmath>
 #include <functional>
 #include <map>
 #include <set>
-#include <type_traits>
 
 namespace velmoran {
 
@@ -69,33 +70,10 @@ Json parseJson(std::string_view line) {
     });
 }
 
-/// Records skip keys that they don't know. A recording may not have any, so everything that was
-/// read has to come out again.
-void noOtherKeys(const Json& read, const Json& understood, const std::string& what) {
-    if (read.is_object() && understood.is_object()) {
-        for (const auto& item : read.items()) {
-            const auto found = understood.find(item.key());
-            if (found != understood.end()) {
-                noOtherKeys(item.value(), *found, what);
-            } else if (!item.value().is_null()) {
-                throw DecodingError("unknown key \"" + item.key() + "\" in \"" + what + "\"");
-            }
-        }
-    } else if (read.is_array() && understood.is_array() && read.size() == understood.size()) {
-        for (std::size_t i = 0; i < read.size(); ++i) {
-            noOtherKeys(read[i], understood[i], what);
-        }
-    }
-}
-
 template <class Record>
 Record record(const Json& json, const std::string& what) {
     try {
-        auto result = json.get<Record>();
-        if constexpr (!std::is_same_v<Record, SystemSnapshot>) { // which looks at its keys itself
-            noOtherKeys(json, Json(result), what);
-        }
-        return result;
+        return json.get<Record>();
     } catch (const DecodingError& error) {
         throw DecodingError("\"" + what + "\": " + error.what());
     } catch (const nlohmann::json::exception& error) {
@@ -144,6 +122,14 @@ void checkReport(const Json& json) {
     }
 }
 
+std::string timeZone(const Json& json, const std::string& what) {
+    auto name = strict::text(json, what);
+    if (!isTimeZone(name)) {
+        throw DecodingError("\"" + what + "\" is not the name of a time zone: \"" + name + "\"");
+    }
+    return name;
+}
+
 ReplayBeginning beginning(const Json& json) {
     strict::onlyKeys(json, "begin",
                      {"time", "timeZone", "locale", "settings", "trust", "history", "reports",
@@ -163,7 +149,7 @@ ReplayBeginning beginning(const Json& json) {
         }
     });
     with("timeZone",
-         [&](const Json& value, Text what) { result.timeZone = strict::text(value, what); });
+         [&](const Json& value, Text what) { result.timeZone = timeZone(value, what); });
     with("locale",
          [&](const Json& value, Text what) { result.locale = strict::text(value, what); });
     with("settings", [&](const Json& value, Text what) {
@@ -172,11 +158,14 @@ ReplayBeginning beginning(const Json& json) {
         }
         result.settings = value;
     });
-    with("trust",
-         [&](const Json& value, Text what) { result.trust = record<TrustList>(value, what); });
+    with("trust", [&](const Json& value, Text what) {
+        result.trust = record<TrustList>(value, what);
+        onlyTrustKeys(value, what);
+    });
     with("history", [&](const Json& value, Text what) {
         for (const auto& each : strict::array(value, what)) {
             result.history.push_back(record<UsageSession>(each, what));
+            onlySessionKeys(each, what);
         }
     });
     with("reports", [&](const Json& value, Text what) {

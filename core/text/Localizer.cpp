@@ -14,6 +14,7 @@
 #include <unicode/resbund.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
+#include <unicode/ucal.h>
 #include <utility>
 
 namespace velmoran {
@@ -36,10 +37,21 @@ icu::Locale localeOf(const std::string& name) {
     return known ? locale : icu::Locale::getUS();
 }
 
-std::unique_ptr<icu::TimeZone> zoneOf(const std::string& name) {
+/// Null for a name that isn't known.
+std::unique_ptr<icu::TimeZone> zoneNamed(const std::string& name) {
     std::unique_ptr<icu::TimeZone> zone(
         icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
-    if (*zone == icu::TimeZone::getUnknown()) {
+    // A zone of that name exists, too, and it is not equal to what stands for an unknown one.
+    icu::UnicodeString id;
+    if (zone->getID(id) == icu::UnicodeString(UCAL_UNKNOWN_ZONE_ID)) {
+        zone.reset();
+    }
+    return zone;
+}
+
+std::unique_ptr<icu::TimeZone> zoneOf(const std::string& name) {
+    auto zone = zoneNamed(name);
+    if (!zone) {
         zone.reset(icu::TimeZone::createTimeZone("UTC"));
     }
     return zone;
@@ -295,6 +307,10 @@ std::optional<Timestamp> Localizer::addingDays(Timestamp time, int days) const {
 
 Timestamp Localizer::daysBefore(Timestamp now, int days) const {
     return addingDays(now, -days).value_or(now);
+}
+
+bool isTimeZone(const std::string& name) {
+    return zoneNamed(name) != nullptr;
 }
 
 namespace {

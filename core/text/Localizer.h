@@ -56,6 +56,9 @@ private:
     std::unique_ptr<const Facts> facts_;
 };
 
+/// Whether a Localizer knows a time zone of that name, rather than acting as in "UTC".
+bool isTimeZone(const std::string& name);
+
 /// The process-wide words. `main` sets them before anything else; until then they are English.
 const Localizer& words();
 /// Only while no other thread asks for words. The reference that `words` gives stays good and

@@ -181,6 +181,9 @@ TEST(ReplayParser, RefusesWhatItCannotRead) {
              R"({"begin": {"time": 1e300}})",
              R"({"begin": {"locale": 1}})",
              R"({"begin": {"timeZone": null}})",
+             R"({"begin": {"timeZone": ""}})",
+             R"({"begin": {"timeZone": "Europe/Berlim"}})",
+             R"({"begin": {"timeZone": "Etc/Unknown"}})",
              R"({"begin": {"settings": {"colour": 1}}})",
              R"({"begin": {"settings": {"monitorSpeakerUse": "yes"}}})",
              R"({"begin": {"trust": {}}})",
@@ -198,7 +201,70 @@ TEST(ReplayParser, RefusesWhatItCannotRead) {
     }
 }
 
+/// A beginning with a use and a rule in which everything stands that can.
+Json beginningWithRecords() {
+    return Json::parse(
+        R"({"begin": {"trust": {"rules": [{"app": {"id": "a", "name": "A", "bundleID": "a",)"
+        R"( "path": "/a", "teamID": "T"}, "device": "camera", "kind": "trusted"}]},)"
+        R"( "history": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "device": "camera",)"
+        R"( "app": {"id": "a", "name": "A", "bundleID": "a", "path": "/a", "teamID": "T"},)"
+        R"( "start": 1, "end": 2, "outcome": "endedNormally", "warningLevel": "quiet",)"
+        R"( "connections": [{"address": "192.0.2.1", "port": 443, "transport": "TCP",)"
+        R"( "firstSeen": 1.5}], "observedFromStart": true}]}})");
+}
+
+TEST(ReplayParser, ReadsRecordsWithEveryKey) {
+    const auto read = std::get<ReplayBeginning>(parseReplayLine(beginningWithRecords().dump()));
+    EXPECT_EQ(Json(*read.trust), beginningWithRecords()["begin"]["trust"]);
+    EXPECT_EQ(Json(read.history), beginningWithRecords()["begin"]["history"]);
+}
+
+TEST(ReplayParser, TakesNullForAbsentOnlyWhereARecordMayLackTheKey) {
+    using Pointer = Json::json_pointer;
+    for (const auto* known :
+         {"/begin/trust/rules/0/app/bundleID", "/begin/trust/rules/0/app/path",
+          "/begin/trust/rules/0/app/teamID", "/begin/history/0/app/bundleID",
+          "/begin/history/0/app/path", "/begin/history/0/app/teamID", "/begin/history/0/end",
+          "/begin/history/0/outcome", "/begin/history/0/warningLevel",
+          "/begin/history/0/connections/0/firstSeen"}) {
+        auto line = beginningWithRecords();
+        line[Pointer(known)] = nullptr;
+        EXPECT_EQ(errorOf(line.dump()), "") << known;
+    }
+    for (const std::string place :
+         {"/begin", "/begin/trust", "/begin/trust/rules/0", "/begin/trust/rules/0/app",
+          "/begin/history/0", "/begin/history/0/app", "/begin/history/0/connections/0"}) {
+        for (const auto& value : {Json(), Json(1)}) {
+            auto line = beginningWithRecords();
+            line[Pointer(place + "/x")] = value;
+            EXPECT_TRUE(errorOf(line.dump()).starts_with("unknown key \"x\" in \"begin"))
+                << place << ": " << errorOf(line.dump());
+        }
+    }
+    // Known elsewhere is not known here.
+    auto line = beginningWithRecords();
+    line[Pointer("/begin/history/0/teamID")] = nullptr;
+    EXPECT_EQ(errorOf(line.dump()), "unknown key \"teamID\" in \"begin.history\"");
+    for (const auto* other :
+         {R"({"at": 1, "wait": true, "x": null})", R"({"at": 1, "machine": {"x": null}})",
+          R"({"at": 1, "machine": {"microphones": [{"name": "a", "x": null}]}})",
+          R"({"at": 1, "snapshot": {"x": null}})",
+          R"({"at": 1, "snapshot": {"cameraApps": [{"name": "a", "x": null}]}})",
+          R"({"at": 1, "snapshot": {"output": {"x": null}}})",
+          R"({"at": 1, "press": {"notice": "n", "button": "b", "x": null}})",
+          R"({"at": 1, "setting": {"name": "x", "value": null}})",
+          R"({"at": 1, "signal": {"kind": "keyboardUsed", "x": null}})",
+          R"({"begin": {"settings": {"x": null}}})"}) {
+        EXPECT_NE(errorOf(other), "") << other;
+    }
+}
+
 TEST(ReplayParser, SaysWhatIsWrong) {
+    EXPECT_EQ(errorOf(R"({"begin": {"timeZone": "Europe/Berlim"}})"),
+              "\"begin.timeZone\" is not the name of a time zone: \"Europe/Berlim\"");
+    EXPECT_EQ(errorOf(R"({"begin": {"trust": {"rules": [{"app": {"id": "a", "name": "A",)"
+                      R"( "x": 1}, "device": "camera", "kind": "trusted"}]}}})"),
+              "unknown key \"x\" in \"begin.trust.rules.app\"");
     EXPECT_EQ(errorOf(R"({"at": 1, "dance": true})"), "unknown action \"dance\"");
     EXPECT_EQ(errorOf(R"({"at": 1, "wait": true, "quit": true})"),
               "two actions in one line, \"wait\" and \"quit\"");

@@ -114,6 +114,16 @@ TEST(Localizer, TitlesYesterdayOverAChangeOfClocks) {
     EXPECT_EQ(german().dayTitle(autumn - 14.5 * hour, autumn), "Gestern");
 }
 
+TEST(Localizer, KnowsTheNamesOfTimeZones) {
+    for (const auto* name : {"UTC", "Europe/Berlin", "America/Argentina/Buenos_Aires", "CET"}) {
+        EXPECT_TRUE(isTimeZone(name)) << name;
+    }
+    for (const auto* name : {"", "Europe/Berlim", "Europe", "Berlin", "Etc/Unknown", "\xFF"}) {
+        EXPECT_FALSE(isTimeZone(name)) << name;
+        EXPECT_EQ(Localizer("de_DE", name, {}).shortTime(wednesday), "09:30") << name;
+    }
+}
+
 TEST(Localizer, KnowsHowLongADayReallyIs) {
     const auto berlin = german();
     const auto lengthOfDay = [&](Timestamp time) {
