@@ -6,13 +6,12 @@
 
 namespace velmoran {
 
-const AppIdentity& AppIdentity::unknown() {
-    static const AppIdentity constant{.id = "unknown",
-                                      .name = words().text("Unknown app"),
-                                      .bundleID = {},
-                                      .path = {},
-                                      .teamID = {}};
-    return constant;
+AppIdentity AppIdentity::unknown() {
+    return {.id = "unknown",
+            .name = words().text("Unknown app"),
+            .bundleID = {},
+            .path = {},
+            .teamID = {}};
 }
 
 bool AppIdentity::isUnknown() const {

@@ -15,9 +15,9 @@ struct AppIdentity {
     std::optional<std::string> path;     ///< of the app or executable; the icon is drawn from it
     std::optional<std::string> teamID; ///< who made or installed it, as far as that can be trusted
 
-    /// Stands for a device that is on while nobody can be named. Its name is in the language that
-    /// the process-wide words had at the first call.
-    static const AppIdentity& unknown();
+    /// Stands for a device that is on while nobody can be named. Its name is one of the
+    /// process-wide words, so it is the same constant for as long as these stay.
+    static AppIdentity unknown();
     /// By `id` only, so an identity that was stored in another language still counts.
     bool isUnknown() const;
 

@@ -1,5 +1,6 @@
 #include "core/records/SystemSnapshot.h"
 #include "core/records/UsageSession.h"
+#include "core/text/Localizer.h"
 
 #include <gtest/gtest.h>
 
@@ -82,6 +83,15 @@ TEST(AppIdentity, IsUnknownByItsIdAlone) {
         .id = "unknown", .name = "Anything", .bundleID = {}, .path = {}, .teamID = {}};
     EXPECT_TRUE(other.isUnknown());
     EXPECT_NE(other, AppIdentity::unknown());
+    EXPECT_EQ(AppIdentity::unknown().name, "Unknown app");
+}
+
+TEST(AppIdentity, NamesTheUnknownAppInThePresentWords) {
+    EXPECT_EQ(AppIdentity::unknown().name, "Unknown app");
+    setWords(Localizer("de_DE", "UTC", {{{"Unknown app", "Unbekannte App"}}}));
+    EXPECT_EQ(AppIdentity::unknown().name, "Unbekannte App");
+    EXPECT_TRUE(AppIdentity::unknown().isUnknown());
+    setWords(Localizer());
     EXPECT_EQ(AppIdentity::unknown().name, "Unknown app");
 }
 
