@@ -7,14 +7,24 @@
 
 namespace velmoran {
 
+namespace {
+
+/// The language is the recording's, whatever its settings say.
+ReplayStage::Wording wordingOf(const ReplayBeginning& beginning, const Translations& translations) {
+    return [locale = beginning.locale, timeZone = beginning.timeZone,
+            translations](KeyValueStore&, Platform platform) {
+        setWords(
+            Localizer(locale, timeZone,
+                      translations ? translations(locale, platform) : std::vector<Catalogue>()));
+    };
+}
+
+} // namespace
+
 Replay::Replay(const ReplayBeginning& beginning, Sink sink, const Translations& translations)
     : time_(beginning.time),
-      stage_(beginning),
+      stage_(beginning, wordingOf(beginning, translations)),
       writer_(std::move(sink)) {
-    const auto catalogues = translations
-                                ? translations(beginning.locale, beginning.machine.platform)
-                                : std::vector<Catalogue>();
-    setWords(Localizer(beginning.locale, beginning.timeZone, catalogues));
     stage_.machine.onSound = [this] {
         if (recorder_) {
             recorder_->soundPlayed();
@@ -47,8 +57,8 @@ void Replay::perform(const ReplayAction& action) {
             throw ReplayStop(ReplayStop::wrong, "\"launch\" while the program is running");
         }
         launch();
-    } else if (std::holds_alternative<replay::ChangeMachine>(action.doing) && !model_) {
-        stage_.machine.script.apply(std::get<replay::ChangeMachine>(action.doing).keys);
+    } else if (const auto* change = std::get_if<replay::ChangeMachine>(&action.doing)) {
+        stage_.changeMachine(*change);
     } else if (!std::holds_alternative<replay::Wait>(action.doing)) {
         if (!model_) {
             throw ReplayStop(ReplayStop::wrong,

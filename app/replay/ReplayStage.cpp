@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace velmoran {
 
@@ -59,9 +60,7 @@ struct Performer {
         }
     }
 
-    void operator()(const replay::ChangeMachine& action) const {
-        stage.machine.script.apply(action.keys);
-    }
+    void operator()(const replay::ChangeMachine& action) const { stage.changeMachine(action); }
 
     void operator()(const replay::Press& action) const {
         bool hasCard = false;
@@ -117,13 +116,18 @@ struct Performer {
 
 } // namespace
 
-ReplayStage::ReplayStage(const ReplayBeginning& beginning) : machine(beginning.machine) {
+ReplayStage::ReplayStage(const ReplayBeginning& beginning, Wording wording)
+    : machine(beginning.machine),
+      wording_(std::move(wording)) {
     SettingsStore fields(settings);
     for (const auto& item : beginning.settings.items()) {
         setField(fields, item.key(), item.value());
     }
     if (beginning.trust) {
         fields.trustRulesData.set(encode(*beginning.trust));
+    }
+    if (wording_) {
+        wording_(settings, machine.platform());
     }
     if (!beginning.historyFails) {
         history_ = std::make_shared<HistoryStore>(std::nullopt);
@@ -158,6 +162,14 @@ Subscription ReplayStage::refuseShortcut(AppModel& model) {
     };
     apply(*model.settings.stopShortcutOn);
     return model.settings.stopShortcutOn.subscribe(apply);
+}
+
+void ReplayStage::changeMachine(const replay::ChangeMachine& change) {
+    const auto before = machine.platform();
+    machine.script.apply(change.keys);
+    if (wording_ && machine.platform() != before) {
+        wording_(settings, machine.platform());
+    }
 }
 
 void ReplayStage::perform(const replay::Doing& doing, AppModel& model) {

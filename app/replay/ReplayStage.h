@@ -32,7 +32,13 @@ private:
 
 class ReplayStage {
 public:
-    explicit ReplayStage(const ReplayBeginning& beginning);
+    /// Sets the process-wide words: those of a platform, in the language that the settings choose.
+    using Wording = std::function<void(KeyValueStore& settings, Platform platform)>;
+
+    /// `wording` is called before anything is stored, since the history keeps a name that is a
+    /// word, and again each time that the machine becomes one of another platform. Without it the
+    /// words stay as they are.
+    explicit ReplayStage(const ReplayBeginning& beginning, Wording wording = {});
 
     ScriptedMachine machine;
     MemorySettings settings;
@@ -50,8 +56,11 @@ public:
     /// until the present work is done is left to its scheduler. Throws ReplayStop. Beginnings and
     /// ends of the process, and what is to be shown, are the player's business.
     void perform(const replay::Doing& doing, AppModel& model);
+    /// What the machine answers from now on, with or without a model on this stage.
+    void changeMachine(const replay::ChangeMachine& change);
 
 private:
+    Wording wording_;
     std::shared_ptr<HistoryStore> history_; ///< none if it can't be opened
 };
 

@@ -99,8 +99,7 @@ int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString
         return wrongArguments;
     }
     QtEventLoop loop;
-    ReplayStage stage(player->beginning());
-    setSystemWords(stage.settings, stage.machine.platform());
+    ReplayStage stage(player->beginning(), setSystemWords);
     CanberraSounds sounds;
     stage.machine.onSound = [&] {
         sounds.playWarning();

@@ -1,5 +1,6 @@
 #include "app/replay/RecordingPlayer.h"
 
+#include "core/text/Localizer.h"
 #include "system/scripted/ScriptedTime.h"
 
 #include <gtest/gtest.h>
@@ -76,6 +77,29 @@ TEST(RecordingPlayer, PlaysTheRecordingThatTheProgramBrings) {
     EXPECT_EQ(stage.message, "");
     EXPECT_EQ(stage.events, 8);
     EXPECT_TRUE(strong);
+}
+
+TEST(ReplayStage, SetsTheWordsBeforeItStoresTheHistory) {
+    ReplayBeginning beginning;
+    beginning.settings["language"] = "de";
+    beginning.machine.platform = Platform::linux;
+    UsageSession session;
+    session.id = Uuid::random();
+    session.app = {.id = "unknown", .name = "?", .bundleID = {}, .path = {}, .teamID = {}};
+    beginning.history = {session};
+    int calls = 0;
+    ReplayStage stage(beginning, [&](KeyValueStore& settings, Platform platform) {
+        ++calls;
+        EXPECT_EQ(*SettingsStore(settings).language, "de");
+        EXPECT_EQ(platform, Platform::linux);
+        setWords(Localizer("de_DE", "UTC", {{{"Unknown app", "Unbekannte App"}}}));
+    });
+    EXPECT_EQ(calls, 1);
+    ScriptedTime time;
+    const auto history = stage.surroundings(time, time).openHistory()->history();
+    setWords(Localizer());
+    ASSERT_EQ(history.size(), 1U);
+    EXPECT_EQ(history[0].app.name, "Unbekannte App");
 }
 
 TEST(ReplayStage, RefusesTheShortcutWhenItIsChosenOrTheProgramStarts) {

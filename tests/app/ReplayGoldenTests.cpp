@@ -1,6 +1,7 @@
 // Recordings in tests/app/replay with what they have to give, line by line. The expected file ends
 // with remarks for what isn't in the output: "# status 3" and "# error bad.jsonl:4: what is wrong".
 #include "app/replay/Replay.h"
+#include "app/translations/Catalogues.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -40,15 +41,11 @@ std::string described(const std::string& output, int status, std::string errors)
     return text;
 }
 
-enum class Needs { nothing, translations };
-
-/// Those in German need the program with its translations.
-std::vector<std::string> recordings(Needs greatest) {
+std::vector<std::string> recordings() {
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(folder)) {
         const auto name = entry.path().filename().string();
-        const auto needs = name.starts_with("german") ? Needs::translations : Needs::nothing;
-        if (name.ends_with(".jsonl") && !name.ends_with(".expected.jsonl") && needs <= greatest) {
+        if (name.ends_with(".jsonl") && !name.ends_with(".expected.jsonl")) {
             names.push_back(name.substr(0, name.size() - 6));
         }
     }
@@ -71,7 +68,7 @@ TEST_P(ReplayRecording, GivesWhatIsExpected) {
     std::string output;
     std::ostringstream errors;
     const int status = runReplay(
-        input, name, [&](const std::string& line) { output += line + "\n"; }, errors);
+        input, name, [&](const std::string& line) { output += line + "\n"; }, errors, catalogues);
     EXPECT_EQ(described(output, status, errors.str()), expected(GetParam()));
 }
 
@@ -101,10 +98,8 @@ std::string caseName(const testing::TestParamInfo<std::string>& each) {
     return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Recordings, ReplayRecording, testing::ValuesIn(recordings(Needs::nothing)),
-                         caseName);
-INSTANTIATE_TEST_SUITE_P(Recordings, ReplayProgram,
-                         testing::ValuesIn(recordings(Needs::translations)), caseName);
+INSTANTIATE_TEST_SUITE_P(Recordings, ReplayRecording, testing::ValuesIn(recordings()), caseName);
+INSTANTIATE_TEST_SUITE_P(Recordings, ReplayProgram, testing::ValuesIn(recordings()), caseName);
 
 // MARK: - What needs no file
 
@@ -245,6 +240,41 @@ TEST(Replay, SaysTimesInItsZone) {
         });
     EXPECT_EQ(words().text("Stop"), "Halt");
     EXPECT_EQ(words().shortTime({794136600.0}), "10:30");
+    setWords(Localizer());
+}
+
+TEST(Replay, TakesItsWordsBeforeItsHistoryAndAnewForAnotherPlatform) {
+    const std::string beginning =
+        R"({"begin": {"history": [{"id": "00000000-0000-4000-8000-000000000001",)"
+        R"( "device": "camera", "app": {"id": "unknown", "name": "?"}, "start": 794136000,)"
+        R"( "connections": [], "observedFromStart": true}]}})"
+        "\n";
+    std::istringstream input(beginning + R"({"at": 0, "machine": {"teamIDs": {}}})"
+                                         "\n"
+                                         R"({"at": 0, "show": "history"})"
+                                         "\n"
+                                         R"({"at": 1, "machine": {"platform": "Linux"}})"
+                                         "\n"
+                                         R"({"at": 2, "machine": {"platform": "Linux"}})"
+                                         "\n"
+                                         R"({"at": 3, "crash": true})"
+                                         "\n"
+                                         R"({"at": 4, "machine": {"platform": "macOS"}})"
+                                         "\n");
+    std::ostringstream errors;
+    std::string output;
+    std::vector<Platform> asked;
+    EXPECT_EQ(runReplay(
+                  input, "r", [&](const std::string& line) { output += line + "\n"; }, errors,
+                  [&](const std::string&, Platform platform) {
+                      asked.push_back(platform);
+                      return std::vector<Catalogue>{{{"Unknown app", "Nobody"}}};
+                  }),
+              0)
+        << errors.str();
+    EXPECT_NE(output.find(R"("app":{"id":"unknown","name":"Nobody"})"), std::string::npos)
+        << output;
+    EXPECT_EQ(asked, (std::vector<Platform>{Platform::macOS, Platform::linux, Platform::macOS}));
     setWords(Localizer());
 }
 
