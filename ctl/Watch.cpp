@@ -19,6 +19,7 @@
 #include <QDateTime>
 #include <cmath>
 #include <csignal>
+#include <cstdint>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -88,6 +89,18 @@ public:
     void soundPlayed() {
         if (recorder_) {
             recorder_->soundPlayed();
+        }
+    }
+
+    void outputMuted(std::uint32_t device, bool muted, bool done) {
+        if (recorder_) {
+            recorder_->outputMuted(device, muted, done);
+        }
+    }
+
+    void asked(const BrowserQuestion& question, BrowserAnswer answer) {
+        if (recorder_) {
+            recorder_->asked(question, answer);
         }
     }
 
@@ -178,12 +191,19 @@ int watchRecording(const WatchOptions& options, QtEventLoop& loop) {
     }
     try {
         RecordingPlayer player(std::move(recording));
-        ReplayStage stage(player.beginning());
-        setSystemWords(stage.settings, stage.machine.platform());
+        ReplayStage stage(player.beginning(), setSystemWords);
         AppModel model(stage.surroundings(loop, loop));
         Teller teller(model, loop, options.json);
+        const auto stops = model.onStopEnded.subscribe(
+            [&](const std::optional<StopResult>& result) { teller.stopped(result); });
         stage.machine.onSound = [&] {
             teller.soundPlayed();
+        };
+        stage.machine.onOutputMute = [&](std::uint32_t device, bool muted, bool done) {
+            teller.outputMuted(device, muted, done);
+        };
+        stage.onAsked = [&](const BrowserQuestion& question, BrowserAnswer answer) {
+            teller.asked(question, answer);
         };
         model.start();
         player.play(stage, model, loop, loop, [&](const std::optional<std::string>& error) {

@@ -169,6 +169,78 @@ TEST_F(Ctl, WatchesARecordingInJson) {
     EXPECT_GE(last, 0.6);
 }
 
+TEST_F(Ctl, WatchTellsInJsonWhatAReplayTells) {
+    // Questions, mutes of outputs and the words of another platform among it.
+    const auto path = folder_.write(
+        "recording.jsonl",
+        R"({"begin": {"settings": {"speakerAutoMute": true, "standardNoticesStay": true},)"
+        R"( "machine": {"browsers": ["org.example.surf"], "outputs": [1]}}})"
+        "\n"
+        R"({"at": 0, "snapshot": {"cameraOn": true, "cameraApps": [{"name": "Surf",)"
+        R"( "bundleID": "org.example.surf"}], "output": {"objectID": 1, "name": "Headphones",)"
+        R"( "kind": "headphones"}}})"
+        "\n"
+        R"({"at": 0.1, "stopEverything": true})"
+        "\n"
+        R"({"at": 0.2, "snapshot": {"output": {"objectID": 1, "name": "Speakers",)"
+        R"( "kind": "builtInSpeakers", "isMuted": false}}})"
+        "\n"
+        R"({"at": 0.3, "machine": {"platform": "Linux"}})"
+        "\n"
+        R"({"at": 0.4, "stopEverything": true})"
+        "\n"
+        R"({"at": 0.6, "wait": true})"
+        "\n");
+    const auto withoutTimes = [](const std::string& text) {
+        std::vector<std::string> result;
+        for (const auto& line : lines(text)) {
+            auto json = Json::parse(line);
+            json.erase("at");
+            if (json.contains("session")) {
+                json["session"].erase("start");
+                json["session"].erase("end");
+            }
+            result.push_back(json.dump());
+        }
+        return result;
+    };
+    auto replay = ctl({"replay", path});
+    ASSERT_EQ(replay.wait(), 0) << replay.errors();
+    auto watch = ctl({"watch", "--json", "--demo", path});
+    ASSERT_EQ(watch.wait(), 0) << watch.errors();
+    EXPECT_EQ(withoutTimes(watch.output()), withoutTimes(replay.output()));
+    for (const auto* told : {"\"asked\"", "\"outputMute\"", "in the menu of Velmoran's icon"}) {
+        EXPECT_NE(watch.output().find(told), std::string::npos) << told;
+    }
+}
+
+TEST_F(Ctl, WatchSaysInWordsHowAStopOfARecordingEnded) {
+    const auto path = folder_.write(
+        "recording.jsonl",
+        R"({"begin": {"settings": {"language": "de"}, "history": [{"id":)"
+        R"( "00000000-0000-4000-8000-000000000001", "device": "camera", "app": {"id":)"
+        R"( "unknown", "name": "Unknown app"}, "start": 1, "connections": [],)"
+        R"( "observedFromStart": true}]}})"
+        "\n"
+        R"({"at": 0, "snapshot": {"cameraOn": true}})"
+        "\n"
+        R"({"at": 2, "machine": {"platform": "Linux"}})"
+        "\n"
+        R"({"at": 2, "snapshot": {}})"
+        "\n"
+        R"({"at": 2.1, "stopEverything": true})"
+        "\n"
+        R"({"at": 2.2, "wait": true})"
+        "\n");
+    auto child = ctl({"watch", "--demo", path});
+    ASSERT_EQ(child.wait(), 0) << child.errors();
+    const auto told = lines(child.output());
+    ASSERT_EQ(told.size(), 4U) << child.output();
+    EXPECT_NE(told[0].find("Unbekannte App"), std::string::npos) << told[0];
+    EXPECT_NE(told[2].find("Mikrofon stummgeschaltet."), std::string::npos) << told[2];
+    EXPECT_NE(told[3].find("im Menü des Velmoran-Symbols"), std::string::npos) << told[3];
+}
+
 TEST_F(Ctl, SaysWhatIsWrongWithARecording) {
     const auto path = folder_.write("bad.jsonl", "{\"at\": 0, \"wait\": true}\n{\"at\": 0}\n");
     auto watch = ctl({"watch", "--demo", path});
