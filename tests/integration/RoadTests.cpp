@@ -106,7 +106,7 @@ TEST_F(Road, TellsOfAHiddenUserOfACameraBesideANamedOneUnderNobodysName) {
     EXPECT_TRUE(card(unknownCard)->isStrong);
     session_.start("named", named);
     ASSERT_TRUE(becomes([&] { return card(namedCard) != nullptr; })) << told();
-    EXPECT_NE(card(unknownCard), nullptr) << told();
+    ASSERT_NE(card(unknownCard), nullptr) << told();
     EXPECT_EQ(openApps(), (Names{"Unknown app", "hold-node"}));
     session_.stop("hidden");
     ASSERT_TRUE(becomes([&] { return openApps() == Names{"hold-node"}; })) << told();
