@@ -1,16 +1,13 @@
-// The window of the floating button: above everything, on every desktop, and never with the focus.
-// On X11 it goes past the window manager, which would else put full-screen windows above it. Owned
-// by the floating button; main thread.
+// The window of the floating button. Owned by that; main thread.
 #pragma once
 
 #include "app/shell/ClickOrDragView.h"
 #include "app/shell/FloatingStopView.h"
-
-#include <QWidget>
+#include "app/shell/OverlayPanel.h"
 
 namespace velmoran {
 
-class FloatingPanel final : public QWidget {
+class FloatingPanel final : public OverlayPanel {
 public:
     FloatingPanel();
 

@@ -7,14 +7,8 @@
 
 namespace velmoran {
 
-NoticePanel::NoticePanel() {
-    setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
-                   Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint);
-    setAttribute(Qt::WA_ShowWithoutActivating);
-    setAttribute(Qt::WA_TranslucentBackground);
-    setAttribute(Qt::WA_QuitOnClose, false);
+NoticePanel::NoticePanel() : OverlayPanel(QStringLiteral("notices")) {
     setWindowTitle(QStringLiteral("Velmoran"));
-    setObjectName(QStringLiteral("notices"));
 }
 
 void NoticePanel::prepare() {
@@ -22,7 +16,6 @@ void NoticePanel::prepare() {
     if (windowHandle()) {
         windowHandle()->create();
     }
-    setOnAllDesktops(*this);
 }
 
 void NoticePanel::warmUp() {
@@ -52,25 +45,13 @@ void NoticePanel::setItems(const std::vector<NoticeItem>& items, const AppPictur
     }
     stack_ = stack;
     stack_->show();
-    const bool cut = !hasCompositor();
-    stack_->setCornersAreCut(cut);
-    if (cut) {
-        setMask(stack_->shape());
-    } else {
-        clearMask();
-    }
     stack_->announceNewest();
 }
 
-void NoticePanel::placeAt(const QPoint& place) {
-    // In one step: on a desktop that shows it growing before it moves it would jump.
-    setGeometry(QRect(place, wantedSize()));
-}
-
-void NoticePanel::showEvent(QShowEvent* event) {
-    QWidget::showEvent(event);
-    setOnAllDesktops(*this);
-    keepOutOfTaskbars(*this);
+void NoticePanel::showAt(const QPoint& place) {
+    const bool cut = !hasCompositor();
+    stack_->setCornersAreCut(cut);
+    present(QRect(place, wantedSize()), stack_->shape(), cut);
 }
 
 } // namespace velmoran

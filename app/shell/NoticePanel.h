@@ -1,34 +1,32 @@
-// The window with the cards: on top of everything, on every desktop, and never taking the focus.
-// Made once, before the first card, since making a window takes longer than showing one.
+// The window with the cards. Owned by its controller; main thread. Made once, before the first
+// card, since making a window takes longer than showing one.
 #pragma once
 
 #include "app/shell/NoticeStackView.h"
+#include "app/shell/OverlayPanel.h"
 
-#include <QWidget>
 #include <vector>
 
 namespace velmoran {
 
-class NoticePanel final : public QWidget {
+class NoticePanel final : public OverlayPanel {
 public:
     NoticePanel();
 
-    /// Replaces what is shown by cards for these, as many as there is room for. Where it stands is
-    /// left alone until `placeAt`.
+    /// Replaces the content by cards for these, as many as there is room for. Whether and where it
+    /// is shown is left alone until `showAt`.
     void setItems(const std::vector<NoticeItem>& items, const AppPicture& picture,
                   const NoticeView::Clicks& clicks, int room);
     /// What the cards take.
     QSize wantedSize() const { return stack_ ? stack_->size() : QSize(); }
-    /// Takes that size, with the upper left corner there.
-    void placeAt(const QPoint& place);
+    /// Shows itself in that size, with the upper left corner there, in front of all else. There
+    /// must be something to show.
+    void showAt(const QPoint& place);
     /// Makes the window ready without showing it.
     void prepare();
     /// Loads what drawing a first card needs, fonts above all: some tens of milliseconds that the
     /// first card then doesn't take.
     void warmUp();
-
-protected:
-    void showEvent(QShowEvent* event) override;
 
 private:
     NoticeStackView* stack_ = nullptr;

@@ -68,9 +68,7 @@ void NoticePanelController::update() {
         cards = arrange(visible, anchor, noticeRoomBeside(visible, anchor, taken, padding));
         by = noticeClearance(visible, cards, taken);
     }
-    panel_.placeAt(cards.topLeft() + QPoint(-padding, by - padding));
-    panel_.show();
-    panel_.raise();
+    panel_.showAt(cards.topLeft() + QPoint(-padding, by - padding));
 }
 
 QRect NoticePanelController::arrange(const QRect& visible, const std::optional<QRect>& anchor,

@@ -78,31 +78,6 @@ std::optional<QColor> xembedTrayForeground() {
     return QColor(part(0), part(1), part(2));
 }
 
-void setOnAllDesktops(QWidget& window) {
-    auto* x = x11Connection();
-    if (!x || !window.internalWinId()) {
-        return;
-    }
-    const auto id = static_cast<xcb_window_t>(window.internalWinId());
-    const std::uint32_t all = 0xFFFFFFFF;
-    // Read by the window manager when it maps the window; once it is mapped, it wants a message.
-    xcb_change_property(x, XCB_PROP_MODE_REPLACE, id, atom(x, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL,
-                        32, 1, &all);
-}
-
-void keepOutOfTaskbars(QWidget& window) {
-    auto* x = x11Connection();
-    if (!x || !window.internalWinId()) {
-        return;
-    }
-    const auto id = static_cast<xcb_window_t>(window.internalWinId());
-    const xcb_atom_t states[] = {atom(x, "_NET_WM_STATE_SKIP_TASKBAR"),
-                                 atom(x, "_NET_WM_STATE_SKIP_PAGER")};
-    // Qt adds its own states when it maps the window, and leaves those alone that it doesn't know.
-    xcb_change_property(x, XCB_PROP_MODE_REPLACE, id, atom(x, "_NET_WM_STATE"), XCB_ATOM_ATOM, 32,
-                        2, states);
-}
-
 void setInputShape(QWidget& window, const QRegion& shape) {
     auto* x = x11Connection();
     if (!x || !window.internalWinId()) {

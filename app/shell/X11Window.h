@@ -21,11 +21,6 @@ bool hasXembedTray();
 /// The colour in which that tray says that pictures show up on it (_NET_SYSTEM_TRAY_COLORS, whose
 /// first three of twelve numbers are red, green and blue in 16 bits); nothing if it says none.
 std::optional<QColor> xembedTrayForeground();
-/// The window shows on every desktop. It must have been created.
-void setOnAllDesktops(QWidget& window);
-/// Taskbars and pagers leave the window out. It must have been created and not be shown yet: a
-/// window manager forgets this when it is hidden.
-void keepOutOfTaskbars(QWidget& window);
 /// The window takes the mouse there only; elsewhere it goes to what is below. `shape` is in points
 /// of the window, which must have been created.
 void setInputShape(QWidget& window, const QRegion& shape);

@@ -9,6 +9,7 @@
 #include "support/XServer.h"
 
 #include <QCoreApplication>
+#include <QRect>
 #include <functional>
 #include <memory>
 #include <string>
@@ -43,6 +44,10 @@ struct OnADesktop {
         ASSERT_TRUE(finished.succeeded()) << finished.errors;
     }
 
+    void moveTo(QPoint place) {
+        hand({"mousemove", std::to_string(place.x()), std::to_string(place.y())});
+    }
+
     [[nodiscard]] std::string focused() {
         return session.run({"xdotool", "getwindowfocus"}).output;
     }
@@ -53,6 +58,12 @@ struct OnADesktop {
         EXPECT_NE(editor, 0U) << session.logs();
         return editor;
     }
+
+    [[nodiscard]] bool isViewable(std::uint32_t window);
+    /// Where the server has it; empty if it hasn't.
+    [[nodiscard]] QRect placeOf(std::uint32_t window);
+    /// Asks the window manager for it, and waits until the window has its size.
+    void makeFullScreen(std::uint32_t window);
 };
 
 struct DesktopFixture : ::testing::Test, OnADesktop {

@@ -2,9 +2,7 @@
 #include "app/shell/AppDelegate.h"
 #include "integration/desktop/Desktop.h"
 
-#include <cstring>
 #include <gmock/gmock.h>
-#include <xcb/xcb.h>
 
 namespace velmoran {
 namespace {
@@ -27,10 +25,6 @@ struct FloatingStopOnADesktop : testing::ModelFixture, OnADesktop {
         delegate->model().receive({});
     }
 
-    void moveTo(QPoint place) {
-        hand({"mousemove", std::to_string(place.x()), std::to_string(place.y())});
-    }
-
     void turnOn() {
         delegate->model().receive(microphone({testing::appRef("Zoom")}));
         ASSERT_TRUE(eventually([&] { return isOnTheScreen(); }));
@@ -38,24 +32,8 @@ struct FloatingStopOnADesktop : testing::ModelFixture, OnADesktop {
     FloatingStopButton& button() { return *delegate->floatingStop(); }
     std::uint32_t window() { return static_cast<std::uint32_t>(button().panel()->internalWinId()); }
     bool isOnTheScreen() { return button().panel() && isViewable(window()); }
-    bool isViewable(std::uint32_t id) {
-        auto* x = display.connection();
-        auto* answer =
-            xcb_get_window_attributes_reply(x, xcb_get_window_attributes(x, id), nullptr);
-        const bool seen = answer != nullptr && answer->map_state == XCB_MAP_STATE_VIEWABLE;
-        std::free(answer);
-        return seen;
-    }
     /// Where the server has it.
-    QRect place() {
-        auto* x = display.connection();
-        auto* answer = xcb_get_geometry_reply(x, xcb_get_geometry(x, window()), nullptr);
-        const QRect result = answer != nullptr
-                                 ? QRect(answer->x, answer->y, answer->width, answer->height)
-                                 : QRect();
-        std::free(answer);
-        return result;
-    }
+    QRect place() { return placeOf(window()); }
     bool stopped() {
         const auto& items = delegate->model().notices.items();
         return !items.empty() && items.back().title == "Microphone muted. Zoom was closed.";
@@ -64,36 +42,6 @@ struct FloatingStopOnADesktop : testing::ModelFixture, OnADesktop {
         return !*delegate->model().isStopping && !*delegate->model().settings.microphoneMuted;
     }
     void TearDown() override { session.stop("editor"); }
-
-    void makeFullScreen(std::uint32_t other) {
-        auto* x = display.connection();
-        const auto atom = [x](const char* name) {
-            auto* answer = xcb_intern_atom_reply(
-                x, xcb_intern_atom(x, 0, static_cast<std::uint16_t>(std::strlen(name)), name),
-                nullptr);
-            const auto result = answer->atom;
-            std::free(answer);
-            return result;
-        };
-        xcb_client_message_event_t event{};
-        event.response_type = XCB_CLIENT_MESSAGE;
-        event.format = 32;
-        event.window = other;
-        event.type = atom("_NET_WM_STATE");
-        event.data.data32[0] = 1; // add
-        event.data.data32[1] = atom("_NET_WM_STATE_FULLSCREEN");
-        event.data.data32[3] = 1;
-        xcb_send_event(x, 0, display.root(),
-                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                       reinterpret_cast<const char*>(&event));
-        xcb_flush(x);
-        EXPECT_TRUE(eventually([&] {
-            auto* answer = xcb_get_geometry_reply(x, xcb_get_geometry(x, other), nullptr);
-            const bool full = answer != nullptr && answer->width == 1280 && answer->height == 800;
-            std::free(answer);
-            return full;
-        }));
-    }
 };
 
 TEST_F(FloatingStopOnADesktop, AClickStopsAndLeavesTheFocusWhereItIs) {
