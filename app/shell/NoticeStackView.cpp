@@ -12,6 +12,7 @@ NoticeStackView::NoticeStackView(const std::vector<NoticeItem>& items, const App
     : QWidget(parent) {
     std::map<std::size_t, NoticeView*> chosen; // in the order of the items
     int taken = 2 * padding - spacing;
+    /// Whether there was room for all of them.
     const auto takeThose = [&](bool strong) {
         for (auto index = items.size(); index-- > 0;) {
             if (items[index].isStrong != strong || chosen.contains(index)) {
@@ -21,19 +22,22 @@ NoticeStackView::NoticeStackView(const std::vector<NoticeItem>& items, const App
             const int more = spacing + view->height();
             if (!chosen.empty() && taken + more > room) {
                 delete view;
-                return;
+                return false;
             }
             taken += more;
             chosen.emplace(index, view);
         }
+        return true;
     };
     if (!items.empty()) {
         auto* newest = new NoticeView(items.back(), picture, clicks, this);
         taken += spacing + newest->height();
         chosen.emplace(items.size() - 1, newest);
     }
-    takeThose(true);
-    takeThose(false);
+    // A lesser card doesn't take the room of a strong one, even where only the lesser one fits.
+    if (takeThose(true)) {
+        takeThose(false);
+    }
 
     int y = padding;
     for (const auto& [index, view] : chosen) {

@@ -313,6 +313,36 @@ TEST_F(NoticePanelTest, LeavesOutTheOldestCardsWhereThereIsNoRoomForAll) {
     EXPECT_THAT(titles(), ::testing::Contains("card 10"));
 }
 
+TEST_F(NoticePanelTest, ALesserCardNeverTakesTheRoomOfAStrongOne) {
+    const auto strong = [](const std::string& title) {
+        auto card = item(title);
+        card.isStrong = true;
+        return card;
+    };
+    auto tall = strong("tall and strong");
+    tall.message = std::string(300, 'm');
+    const std::vector<NoticeItem> items{item("old"), tall, item("middle"), strong("strong"),
+                                        item("newest")};
+    const auto read = [&](int room) {
+        std::vector<std::string> result;
+        const NoticeStackView stack(items, {}, {}, room);
+        for (const auto* card : stack.findChildren<QWidget*>(QStringLiteral("notice"))) {
+            result.push_back(card->accessibleName().toStdString());
+        }
+        return result;
+    };
+    const NoticeStackView small({items[3], items[4]}, {}, {}, 10000);
+    const NoticeStackView larger({items[2], items[3], items[4]}, {}, {}, 10000);
+    const NoticeStackView large({items[1], items[3], items[4]}, {}, {}, 10000);
+    ASSERT_LT(larger.height(), large.height());
+    EXPECT_THAT(read(0), ElementsAre("newest"));
+    EXPECT_THAT(read(small.height()), ElementsAre("strong", "newest"));
+    // Room for a lesser one, but not for the strong one.
+    EXPECT_THAT(read(larger.height()), ElementsAre("strong", "newest"));
+    EXPECT_THAT(read(large.height()), ElementsAre("tall and strong", "strong", "newest"));
+    EXPECT_THAT(read(10000), ElementsAre("old", "tall and strong", "middle", "strong", "newest"));
+}
+
 TEST_F(NoticePanelTest, KeepsClearOfAnObstacleHoweverManyCardsThereAre) {
     const auto visible = QGuiApplication::primaryScreen()->availableGeometry();
     for (const int y : {12, visible.height() / 2, visible.height() - 76}) {
