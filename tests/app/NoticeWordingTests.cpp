@@ -1,4 +1,5 @@
 #include "app/notices/NoticeWording.h"
+#include "core/text/Localizer.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -70,11 +71,13 @@ TEST(NoticeWording, OffersOnlyStopWhenTheAppIsTrustedForAllDevices) {
 }
 
 TEST(NoticeWording, ShowsTheClockTimeForAWarningDuringAnAwayWatch) {
+    // Unlike the English time it is the same in all releases of the language data.
+    setWords(Localizer("de_DE", "Europe/Berlin", {}));
     auto notice = warning(WarningLevel::strong);
     notice.duringAwayWatch = true;
     const auto item = noticeItem(notice, {}, false, {});
-    EXPECT_NE(item.timeText, "Just now");
-    EXPECT_NE(item.timeText.find(":"), std::string::npos);
+    setWords(Localizer());
+    EXPECT_EQ(item.timeText, "10:30");
     EXPECT_EQ(item.title, "Zoom turned on the camera while you were away");
 }
 
