@@ -88,6 +88,35 @@ TEST_F(AppModelTest, NeverTellsWhatWasGoingOnBeforeTheFirstReading) {
     EXPECT_EQ(store->sessionCount(), 1U);
 }
 
+TEST_F(AppModelTest, StartsAllElseWithoutAHistory) {
+    historyFails = true;
+    settings.setBoolean("microphoneMuted", true);
+    machine.script.microphones = {{"Mic", false, 0.5}};
+    machine.script.connections["/Applications/Zoom"] = {{"192.0.2.1", 443, "TCP"}};
+    int asked = 0;
+    machine.onPeersAsked = [&](const auto&) {
+        ++asked;
+    };
+    launch();
+    EXPECT_TRUE(*model->historyUnavailable);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0) << "muted before the first reading";
+    machine.script.microphones[0].volume = 0.5;
+    time.advanceTo(3);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.0) << "and kept so";
+
+    receive(camera({appRef("Zoom")}));
+    ASSERT_EQ(model->openSessions->size(), 1U);
+    EXPECT_EQ(model->openSessions->front().connections.size(), 1U);
+    machine.script.connections["/Applications/Zoom"].push_back({"192.0.2.2", 443, "TCP"});
+    asked = 0;
+    time.advanceTo(14.9);
+    EXPECT_EQ(asked, 0);
+    time.advanceTo(15);
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(model->openSessions->front().connections.size(), 2U);
+    EXPECT_TRUE(model->historySessions->empty());
+}
+
 TEST_F(AppModelTest, TellsNothingWithoutAHistoryButStillFollowsTheSessions) {
     historyFails = true;
     launchWatching();

@@ -121,6 +121,15 @@ TEST(SessionEngine, ReattributesTheUnknownSessionWithItsIdAndStart) {
     EXPECT_EQ(reader.engine.open(), std::vector{expected});
 }
 
+TEST(SessionEngine, KeepsThatTheStartWasNotObservedOnReattribution) {
+    Reader reader(0);
+    reader.on(0, {});
+    const auto events = reader.on(1, {app("a"), app("b")});
+    ASSERT_EQ(wordsOf(events), "reattributed a; started b; ");
+    EXPECT_FALSE(events[0].session.observedFromStart);
+    EXPECT_TRUE(events[1].session.observedFromStart);
+}
+
 TEST(SessionEngine, ReattributesTheUnknownSessionToTheFirstApp) {
     Reader reader;
     reader.on(0, {});
