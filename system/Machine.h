@@ -173,10 +173,19 @@ public:
     virtual void playWarning() = 0;
 };
 
+/// What a call to all microphones came to.
+struct MuteAnswer : MuteOutcome {
+    /// False if the sound server is away or was silent for too long: then nobody knows which
+    /// microphones there are, or what becomes of them.
+    bool serverAnswered = true;
+
+    bool operator==(const MuteAnswer&) const = default;
+};
+
 /// All microphones of the machine at once.
 class Microphones {
 public:
-    using Answer = std::function<void(const MuteOutcome&)>;
+    using Answer = std::function<void(const MuteAnswer&)>;
 
     virtual ~Microphones() = default;
     /// Mutes or unmutes every device with input, by its switch, else by its volume. Doesn't block;

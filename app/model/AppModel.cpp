@@ -20,11 +20,11 @@ AppModel::AppModel(ModelSurroundings surroundings)
       coalescer_(noticeWindow),
       muter_(std::make_unique<SystemMuter>(
           surroundings.machine, surroundings.scheduler,
-          SystemMuter::Report{.answered = [this](const MuteOutcome& outcome,
-                                                 bool stands) { noteMute(outcome, stands); },
+          SystemMuter::Report{.answered = [this](const MuteAnswer& answer,
+                                                 bool stands) { noteMute(answer, stands); },
                               .tookEffect =
-                                  [this](const MuteOutcome& outcome) {
-                                      noteLateMute(outcome);
+                                  [this](const MuteAnswer& answer) {
+                                      noteMuteInEffect(answer);
                                   }})),
       closer_(std::make_unique<SystemCloser>(
           surroundings.machine.makeCloser(surroundings.scheduler),

@@ -77,9 +77,9 @@ public:
     Event<> onChange;
     /// After a session's event has been told and stored.
     Event<const SessionEvent&> onSessionEvent;
-    /// After a stop, a launch or the user muted (true) or unmuted all microphones; what the keeper
-    /// repeats is not told.
-    Event<bool, const MuteOutcome&> onMicrophonesMuted;
+    /// After a stop, a launch or the user muted (true) or unmuted all microphones, and when a
+    /// stop's mute took effect late; what only keeps a mute up is not told.
+    Event<bool, const MuteAnswer&> onMicrophonesMuted;
     /// A stop has tried to close an app; true if it is gone.
     Event<const AppIdentity&, bool> onAppClosed;
     /// What was asked of `stopEverything` or `stop` is over, its card shown: with what the stop
@@ -171,13 +171,20 @@ private:
                   const StopQuestion::Decide& decide);
     void run(const Stopping& stopping, std::function<void()> retry);
     void finishStop(const StopResult& answer, const std::function<void()>& retry);
-    void showResult();
-    void noteMute(const MuteOutcome& outcome, bool stands);
-    void noteLateMute(const MuteOutcome& outcome);
+    /// What a stop's card says.
+    struct ToldStop {
+        StopResult result;
+        Uuid id;
+        std::function<void()> retry;
+    };
+    void showResult(const ToldStop& told);
+    void noteMute(const MuteAnswer& answer, bool stands);
+    void noteMuteInEffect(const MuteAnswer& answer);
+    void setCardsRight(const MuteOutcome& mute);
     StopResult withMuteAsItIs(StopResult result) const;
     void startMuteKeeper(bool told);
     void keepMuted();
-    void muteMicrophones(bool muted, bool told);
+    void muteMicrophones(bool muted);
     void addConnections(const std::vector<UsageSession>& sampled, Timestamp seen,
                         const Connections::Found& found);
 
@@ -204,14 +211,10 @@ private:
     std::vector<UsageSession> endedInStop_; ///< while a stop is under way
     bool isSampling_ = false;
     bool sampleAgain_ = false; ///< something has changed since the sampling began
-    /// What the last stop's card says, or said.
-    struct ToldStop {
-        StopResult result;
-        Uuid id;
-        std::function<void()> retry;
-    };
-    ToldStop told_;
-    std::optional<MuteOutcome> lateMute_; ///< of the stop that is under way, or was last
+    /// No server has answered to the last stop's mute, and none was carried out since.
+    bool isMuteDue_ = false;
+    std::optional<MuteOutcome> lateMute_; ///< what was carried out after that mute's answer
+    std::vector<ToldStop> dueCards_;      ///< of stops whose mute no server has answered to
     Subscription muteKeeper_;
     Subscription microphoneArrivals_;
     Subscription connectionTimer_;

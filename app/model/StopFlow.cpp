@@ -125,7 +125,6 @@ void AppModel::askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep
 
 void AppModel::run(const Stopping& stopping, std::function<void()> retry) {
     isStopping.set(true);
-    lateMute_.reset();
     stopping(
         [this, alive = std::weak_ptr(alive_), retry = std::move(retry)](const StopResult& result) {
             if (!alive.expired()) {
@@ -150,12 +149,16 @@ void AppModel::finishStop(const StopResult& answer, const std::function<void()>&
     }
     refreshHistory();
 
-    told_ = {result, Uuid::random(), retry};
-    showResult();
+    const ToldStop told{.result = result, .id = Uuid::random(), .retry = retry};
+    showResult(told);
+    std::erase_if(dueCards_, [this](const ToldStop& card) { return !notices.item(card.id); });
+    if (isMuteDue_ && result.microphoneMuted) {
+        dueCards_.push_back(told);
+    }
     onStopEnded(result);
 }
 
-void AppModel::showResult() {
+void AppModel::showResult(const ToldStop& told) {
     const auto whileAlive = [alive = std::weak_ptr(alive_)](auto action) {
         return [alive, action] {
             if (!alive.expired()) {
@@ -165,38 +168,55 @@ void AppModel::showResult() {
     };
     StopResultActions actions;
     // There is no window of the history to open yet: for now the card just goes.
-    actions.details = whileAlive([this, id = told_.id] { notices.dismiss(id); });
+    actions.details = whileAlive([this, id = told.id] { notices.dismiss(id); });
     actions.tryAgain =
-        whileAlive([this, id = told_.id, retry = told_.retry] { stopInsteadOf(id, retry); });
-    notices.show(stopResultItem(told_.result, told_.id, std::move(actions)));
+        whileAlive([this, id = told.id, retry = told.retry] { stopInsteadOf(id, retry); });
+    notices.show(stopResultItem(told.result, told.id, std::move(actions)));
 }
 
 // MARK: - The mute and its keeper
 
-void AppModel::noteMute(const MuteOutcome& outcome, bool stands) {
+void AppModel::noteMute(const MuteAnswer& answer, bool stands) {
+    isMuteDue_ = !answer.serverAnswered;
+    lateMute_.reset();
+    const bool isMuted = answer.mutedCount >= 1 && stands;
     // At once, so that a stop that is cut short leaves no mute that nobody knows of.
-    if (outcome.mutedCount >= 1 && stands) {
+    if (isMuted) {
         settings.microphoneMuted.set(true);
     }
-    onMicrophonesMuted(true, outcome);
+    onMicrophonesMuted(true, answer);
+    if (isMuted) {
+        setCardsRight(answer);
+    }
 }
 
-// What counts is what the microphones are: a mute that came late stands like any other.
-void AppModel::noteLateMute(const MuteOutcome& outcome) {
-    lateMute_ = outcome;
-    noteMute(outcome, true);
-    startMuteKeeper(false);
-    // A card that still says that it couldn't be done would be wrong.
-    if (!*isStopping && told_.result.microphoneMuted == false && notices.item(told_.id)) {
-        told_.result = withMuteAsItIs(told_.result);
-        showResult();
+/// What counts is what the microphones are: a mute that came late stands like any other, also if
+/// what the keeper has repeated meanwhile is what the server has heard.
+void AppModel::noteMuteInEffect(const MuteAnswer& answer) {
+    if (std::exchange(isMuteDue_, false)) {
+        lateMute_ = answer;
+        settings.microphoneMuted.set(true);
+        onMicrophonesMuted(true, answer);
+        startMuteKeeper(false);
+    }
+    setCardsRight(answer);
+}
+
+/// Cards that still say that it couldn't be done would be wrong.
+void AppModel::setCardsRight(const MuteOutcome& mute) {
+    for (auto& told : std::exchange(dueCards_, {})) {
+        if (notices.item(told.id)) {
+            told.result.microphoneMuted = true;
+            told.result.unmutableMicrophones = mute.unmutable;
+            showResult(told);
+        }
     }
 }
 
 /// What a stop says of the microphone when it is over: the mute has come first, and since then it
 /// can have taken effect late, or the user can have undone it.
 StopResult AppModel::withMuteAsItIs(StopResult result) const {
-    if (result.microphoneMuted == false && lateMute_) {
+    if (result.microphoneMuted && lateMute_) {
         result.microphoneMuted = true;
         result.unmutableMicrophones = lateMute_->unmutable;
     }
@@ -211,7 +231,11 @@ void AppModel::startMuteKeeper(bool told) {
     if (!*settings.microphoneMuted || muteKeeper_) {
         return;
     }
-    muteMicrophones(true, told);
+    if (told) {
+        muteMicrophones(true);
+    } else {
+        muter_->repeat();
+    }
     muteKeeper_ = around_.scheduler.every(muteInterval, [this] { keepMuted(); });
 }
 
@@ -221,7 +245,7 @@ void AppModel::keepMuted() {
     if (settings.muteElsewhere() == false) {
         unmuteMicrophone();
     } else {
-        muteMicrophones(true, false);
+        muter_->repeat();
     }
 }
 
@@ -236,23 +260,20 @@ void AppModel::unmuteMicrophone() {
     muter_->undo();
     settings.microphoneMuted.set(false);
     muteKeeper_.reset();
-    muteMicrophones(false, true);
+    muteMicrophones(false);
 }
 
-void AppModel::muteMicrophones(bool muted, bool told) {
-    const auto report = [this, muted](const MuteOutcome& outcome) {
-        onMicrophonesMuted(muted, outcome);
+void AppModel::muteMicrophones(bool muted) {
+    const auto report = [this, muted](const MuteAnswer& answer) {
+        onMicrophonesMuted(muted, answer);
     };
     around_.machine.microphones().setMuted(
         muted,
-        [told, report, alive = std::weak_ptr(alive_),
-         &scheduler = around_.scheduler](const MuteOutcome& outcome) {
-            if (!told) {
-                return;
-            }
-            scheduler.post([report, alive, outcome] {
+        [report, alive = std::weak_ptr(alive_),
+         &scheduler = around_.scheduler](const MuteAnswer& answer) {
+            scheduler.post([report, alive, answer] {
                 if (!alive.expired()) {
-                    report(outcome);
+                    report(answer);
                 }
             });
         },

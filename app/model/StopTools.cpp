@@ -11,28 +11,38 @@ SystemMuter::SystemMuter(Machine& machine, Scheduler& scheduler, Report report)
     shared_->report = std::move(report);
 }
 
-void SystemMuter::mute(std::function<void(const MuteOutcome&)> done) {
-    const auto onMain = [weak = std::weak_ptr(shared_), &scheduler = scheduler_](auto tell) {
-        return [weak, &scheduler, tell](const MuteOutcome& outcome) {
-            scheduler.post([weak, tell, outcome] {
-                if (const auto shared = weak.lock()) {
-                    tell(*shared, outcome);
-                }
-            });
-        };
+template <class Tell>
+Microphones::Answer SystemMuter::onMain(Tell tell) const {
+    return [weak = std::weak_ptr(shared_), &scheduler = scheduler_,
+            tell = std::move(tell)](const MuteAnswer& answer) {
+        scheduler.post([weak, tell, answer] {
+            if (const auto shared = weak.lock()) {
+                tell(*shared, answer);
+            }
+        });
     };
-    const auto answered = [undone = shared_->undone, done = std::move(done)](
-                              const Shared& shared, const MuteOutcome& outcome) {
-        shared.report.answered(outcome, shared.undone == undone);
-        done(outcome);
-    };
-    const auto tookEffect = [undone = shared_->undone](const Shared& shared,
-                                                       const MuteOutcome& outcome) {
-        if (shared.undone == undone) {
-            shared.report.tookEffect(outcome);
+}
+
+Microphones::Answer SystemMuter::telling() const {
+    return onMain([undone = shared_->undone](const Shared& shared, const MuteAnswer& answer) {
+        if (answer.mutedCount >= 1 && shared.undone == undone) {
+            shared.report.tookEffect(answer);
         }
-    };
-    machine_.microphones().setMuted(true, onMain(answered), onMain(tookEffect));
+    });
+}
+
+void SystemMuter::mute(std::function<void(const MuteOutcome&)> done) {
+    machine_.microphones().setMuted(true,
+                                    onMain([undone = shared_->undone, done = std::move(done)](
+                                               const Shared& shared, const MuteAnswer& answer) {
+                                        shared.report.answered(answer, shared.undone == undone);
+                                        done(answer);
+                                    }),
+                                    telling());
+}
+
+void SystemMuter::repeat() {
+    machine_.microphones().setMuted(true, telling(), telling());
 }
 
 SystemCloser::SystemCloser(std::unique_ptr<AppClosing> closer, Report report)

@@ -15,15 +15,17 @@ namespace velmoran {
 class SystemMuter final : public MicrophoneMuting {
 public:
     struct Report {
-        /// `stands` is false when the mute was undone before its answer came.
-        std::function<void(const MuteOutcome&, bool stands)> answered;
-        /// A mute that was answered as failed has taken effect and stands.
-        std::function<void(const MuteOutcome&)> tookEffect;
+        /// To `mute`; `stands` is false when it was undone before its answer came.
+        std::function<void(const MuteAnswer&, bool stands)> answered;
+        /// A mute after its answer, or a repeated one, has muted something and stands.
+        std::function<void(const MuteAnswer&)> tookEffect;
     };
 
     /// Both outlive this.
     SystemMuter(Machine& machine, Scheduler& scheduler, Report report);
     void mute(std::function<void(const MuteOutcome&)> done) override;
+    /// Keeps up a mute that stands.
+    void repeat();
     /// The mutes that were asked for so far are undone, also those that aren't answered yet.
     void undo() { ++shared_->undone; }
 
@@ -33,6 +35,10 @@ private:
         Report report;
         unsigned undone = 0;
     };
+
+    template <class Tell>
+    Microphones::Answer onMain(Tell tell) const;
+    Microphones::Answer telling() const;
 
     Machine& machine_;
     Scheduler& scheduler_;

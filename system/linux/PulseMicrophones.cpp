@@ -403,7 +403,7 @@ void PulseMicrophones::finish(Call& call) {
     const auto tell = std::move(isLate ? call.late : call.done);
     drop(call);
     if (tell && (!isLate || reached.mutedCount > 0)) {
-        tell(reached);
+        tell({reached});
     }
 }
 
@@ -419,7 +419,7 @@ void PulseMicrophones::answer(Call& call) {
         connection_.freeAlarm(std::exchange(call.alarm, nullptr));
     }
     if (const auto done = std::exchange(call.done, nullptr)) {
-        done(outcome(call));
+        done({outcome(call), false});
     }
 }
 

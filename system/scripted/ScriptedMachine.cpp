@@ -112,11 +112,12 @@ void ScriptedMachine::restart() {
 
 void ScriptedMachine::setMuted(bool muted, Answer done, Answer late) {
     if (!soundServerHangs_) {
-        done(mute_->setMuted(muted));
+        done({mute_->setMuted(muted)});
         return;
     }
     waiting_.emplace_back(muted, std::move(late));
-    MuteOutcome none;
+    MuteAnswer none;
+    none.serverAnswered = false;
     for (const auto& input : inputs()) {
         none.unmutable.push_back(input.name);
     }
@@ -131,7 +132,7 @@ void ScriptedMachine::setSoundServerHangs(bool hangs) {
     const auto [muted, late] = std::exchange(waiting_, {}).back();
     const auto outcome = mute_->setMuted(muted);
     if (late && outcome.mutedCount > 0) {
-        late(outcome);
+        late({outcome});
     }
 }
 

@@ -157,57 +157,6 @@ TEST_F(StopMuteTest, AnUnmuteBeforeTheMutesAnswerHolds) {
     EXPECT_TRUE(*model->settings.microphoneMuted) << "the next mute is one of its own";
 }
 
-TEST_F(StopMuteTest, TakesUpAMuteThatTookEffectLate) {
-    begin();
-    machine.script.microphones = {{"Mic", false, 0.5}};
-    machine.setSoundServerHangs(true);
-    model->stopEverything();
-    time.runPosted();
-    EXPECT_FALSE(*model->settings.microphoneMuted);
-    EXPECT_EQ(titles().back(), "No app was using the camera or microphone.");
-    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
-    machine.setSoundServerHangs(false);
-    time.runPosted();
-    EXPECT_TRUE(*model->settings.microphoneMuted);
-    EXPECT_EQ(titles(), (Titles{"Microphone muted. No app was using the camera or microphone."}))
-        << "the card tells the truth by now";
-    EXPECT_EQ(machine.script.microphones[0].volume, 0.0);
-    ASSERT_EQ(mutes.size(), 2U);
-    EXPECT_EQ(mutes[1], std::pair(true, (MuteOutcome{1, {}})));
-    machine.script.microphones[0].volume = 0.7;
-    passTime(3);
-    EXPECT_EQ(machine.script.microphones[0].volume, 0.0) << "it is kept up";
-    model->unmuteMicrophone();
-    time.runPosted();
-    EXPECT_EQ(machine.script.microphones[0].volume, 0.7F);
-    EXPECT_FALSE(*model->settings.microphoneMuted);
-}
-
-TEST_F(StopMuteTest, SaysThatItMutedIfThatTookEffectWhileItClosed) {
-    begin();
-    machine.setSoundServerHangs(true);
-    receive(microphone({appRef("Zoom")}));
-    model->stopEverything();
-    time.runPosted();
-    machine.setSoundServerHangs(false);
-    passTime(0.1);
-    EXPECT_EQ(titles().back(), "Microphone muted. Zoom was closed.");
-    EXPECT_TRUE(*model->settings.microphoneMuted);
-}
-
-TEST_F(StopMuteTest, LeavesALateMuteThatWasUndone) {
-    begin();
-    machine.script.microphones = {{"Mic", false, 0.5}};
-    machine.setSoundServerHangs(true);
-    model->stopEverything();
-    time.runPosted();
-    machine.setSoundServerHangs(false);
-    model->unmuteMicrophone();
-    passTime(5);
-    EXPECT_FALSE(*model->settings.microphoneMuted);
-    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
-}
-
 TEST_F(StopMuteTest, MutesAMicrophoneThatArrivesAtOnce) {
     begin();
     model->stopEverything();

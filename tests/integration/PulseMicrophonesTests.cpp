@@ -28,10 +28,12 @@ void PrintTo(Server server, std::ostream* stream) {
     *stream << (server == Server::pipeWire ? "PipeWire" : "PulseAudio");
 }
 
+const MuteAnswer notAnswered{{}, false};
+
 class PulseMicrophonesTest : public ::testing::TestWithParam<Server> {
 protected:
     struct Answer {
-        MuteOutcome outcome;
+        MuteAnswer outcome;
         double seconds = 0;
     };
 
@@ -133,7 +135,7 @@ protected:
         const auto begun = std::chrono::steady_clock::now();
         microphones_->setMuted(
             muted,
-            [promise, begun](const MuteOutcome& outcome) {
+            [promise, begun](const MuteAnswer& outcome) {
                 const std::chrono::duration<double> passed =
                     std::chrono::steady_clock::now() - begun;
                 promise->set_value({outcome, passed.count()});
@@ -172,12 +174,12 @@ TEST_P(PulseMicrophonesTest, FallSilentForARealRecorderAndAreHeardAgain) {
     connectTo(2);
     ASSERT_TRUE(first.hearsSound());
 
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{2, {}}}));
     EXPECT_TRUE(first.hearsSilence());
     EXPECT_TRUE(second.hearsSilence());
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{2, {}}}));
     EXPECT_TRUE(first.hearsSilence());
-    EXPECT_EQ(set(false).outcome, (MuteOutcome{2, {}}));
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{2, {}}}));
     EXPECT_TRUE(first.hearsSound());
     EXPECT_TRUE(second.hearsSound());
 }
@@ -187,7 +189,8 @@ TEST_P(PulseMicrophonesTest, LeaveMonitorsOfOutputsAlone) {
     connect();
     const std::string monitor = isPulseAudio() ? "speaker.monitor" : "virtual-speaker.monitor";
     ASSERT_EQ(session_.run({"pactl", "get-source-mute", monitor}).output, "Mute: no\n");
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{0, {}}));
+    ASSERT_TRUE(waitUntil([&] { return set(true).outcome.serverAnswered; }));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{0, {}}}));
     EXPECT_TRUE(becomes(false, monitor));
 }
 
@@ -201,11 +204,11 @@ TEST_P(PulseMicrophonesTest, KeepTheUsersVolumeOfEachChannel) {
     })) << volumes("stereo");
     const auto before = volumes("stereo");
     connectTo(1);
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{1, {}}));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{1, {}}}));
     EXPECT_TRUE(becomes(true, "stereo"));
     EXPECT_EQ(volumes("stereo"), before);
     set(true);
-    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{1, {}}}));
     EXPECT_TRUE(becomes(false, "stereo"));
     EXPECT_EQ(volumes("stereo"), before);
 }
@@ -216,7 +219,7 @@ TEST_P(PulseMicrophonesTest, TellOfOneThatAppears) {
     connectTo(1);
     addMicrophone("headset");
     EXPECT_TRUE(waitUntil([&] { return arrivals_ == 1; })) << arrivals_;
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{2, {}}}));
     EXPECT_TRUE(becomes(true, "headset"));
     // Changes of what is known are no arrivals.
     set(false);
@@ -240,7 +243,7 @@ TEST_P(PulseMicrophonesTest, TakeTheLastOfManyCalls) {
     }
     for (auto& answer : answers) {
         ASSERT_EQ(answer.wait_for(support::patience), std::future_status::ready);
-        EXPECT_EQ(answer.get().outcome, (MuteOutcome{1, {}}));
+        EXPECT_EQ(answer.get().outcome, (MuteAnswer{{1, {}}}));
     }
     EXPECT_TRUE(becomes(true, "mic"));
     EXPECT_EQ(set(false).outcome.mutedCount, 1);
@@ -249,9 +252,11 @@ TEST_P(PulseMicrophonesTest, TakeTheLastOfManyCalls) {
 
 TEST_P(PulseMicrophonesTest, AnswerAtOnceWithoutAServer) {
     connect();
-    const auto answer = set(true);
-    EXPECT_EQ(answer.outcome, (MuteOutcome{0, {}}));
-    EXPECT_LT(answer.seconds, 1.0);
+    for (const bool muted : {true, false}) {
+        const auto answer = set(muted);
+        EXPECT_EQ(answer.outcome, notAnswered);
+        EXPECT_LT(answer.seconds, 1.0);
+    }
 }
 
 TEST_P(PulseMicrophonesTest, AnswerInTimeWhenTheServerHangsAndObeyInOrderWhenItWakes) {
@@ -267,6 +272,7 @@ TEST_P(PulseMicrophonesTest, AnswerInTimeWhenTheServerHangsAndObeyInOrderWhenItW
         const auto got = answer->get();
         EXPECT_EQ(got.outcome.mutedCount, 0);
         EXPECT_EQ(got.outcome.unmutable.size(), 1U);
+        EXPECT_FALSE(got.outcome.serverAnswered);
         EXPECT_LT(got.seconds, 2.0);
     }
     EXPECT_EQ(lateMutes_, 0);
@@ -297,7 +303,7 @@ TEST_P(PulseMicrophonesTest, MakeUpForAMuteThatNoServerTook) {
     addMicrophone("mic");
     connectTo(1);
     session_.stop("pulse");
-    ASSERT_TRUE(waitUntil([&] { return set(true).outcome == MuteOutcome{}; }));
+    ASSERT_TRUE(waitUntil([&] { return set(true).outcome == notAnswered; }));
     startServerAgain();
     if (isPulseAudio()) {
         EXPECT_EQ(lateMutes_, 0) << "there is no microphone yet";
@@ -312,10 +318,10 @@ TEST_P(PulseMicrophonesTest, AreGivenBackWhenTheyReturnAfterTheUnmute) {
     addMicrophone("mic");
     addMicrophone("headset");
     connectTo(2);
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{2, {}}}));
     ASSERT_TRUE(becomes(true, "headset"));
     unplug("headset");
-    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{1, {}}}));
     plugInAsItWas("headset");
     EXPECT_TRUE(becomes(false, "headset"));
     const Recorder recorder(session_, "headset");
@@ -337,18 +343,18 @@ TEST_P(PulseMicrophonesTest, StayMutedWhenTheyReturnUnderTheMute) {
     addMicrophone("mic");
     addMicrophone("headset");
     connectTo(2);
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{2, {}}));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{2, {}}}));
     ASSERT_TRUE(becomes(true, "headset"));
     unplug("headset");
-    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{1, {}}));
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{1, {}}}));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{1, {}}}));
     plugInAsItWas("headset");
     const Recorder recorder(session_, "headset");
     EXPECT_TRUE(recorder.hearsSilence());
     EXPECT_TRUE(becomes(true, "headset"));
     // And again, as often as it goes.
     unplug("headset");
-    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{1, {}}}));
     plugInAsItWas("headset");
     EXPECT_TRUE(becomes(false, "headset"));
 }
@@ -362,7 +368,7 @@ TEST_P(PulseMicrophonesTest, StayAsTheUserHadMutedThemHimself) {
     connect();
     ASSERT_TRUE(waitUntil([&] { return set(true).outcome.mutedCount == 2; }));
     unplug("headset");
-    EXPECT_EQ(set(false).outcome, (MuteOutcome{1, {}}));
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{1, {}}}));
     plugInAsItWas("headset");
     const Recorder recorder(session_, "headset");
     EXPECT_TRUE(recorder.hearsSilence());
@@ -379,17 +385,18 @@ TEST_P(PulseMicrophonesTest, AnswerInTimeWhenTheServerDiesAndTellWhenItIsBack) {
     ASSERT_EQ(answer.wait_for(support::patience), std::future_status::ready);
     const auto got = answer.get();
     EXPECT_EQ(got.outcome.mutedCount, 0);
+    EXPECT_FALSE(got.outcome.serverAnswered);
     EXPECT_LT(got.seconds, 2.0);
 
     session_.stop("pulse");
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{0, {}}));
+    EXPECT_EQ(set(true).outcome, notAnswered);
     EXPECT_EQ(arrivals_, 0);
     startServerAgain();
     if (isPulseAudio()) {
         addMicrophone("mic");
     }
     ASSERT_TRUE(waitUntil([&] { return arrivals_ > 0; }));
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{1, {}}));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{1, {}}}));
     EXPECT_TRUE(becomes(true, "mic"));
 }
 
@@ -400,7 +407,7 @@ TEST_P(LastingMicrophonesTest, MakeUpForAnUnmuteThatNoServerTook) {
     startServer();
     addMicrophone("mic");
     connectTo(1);
-    EXPECT_EQ(set(true).outcome, (MuteOutcome{1, {}}));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{1, {}}}));
     session_.stop("pulse");
     ASSERT_TRUE(waitUntil([&] { return set(false).outcome.mutedCount == 0; }));
     startServerAgain();
