@@ -46,12 +46,11 @@ void AppModel::start() {
     // To come, in this place: looking whether the screen is locked.
     const std::weak_ptr alive = alive_;
     startMuteKeeper(true);
-    // What is plugged in under a mute is muted at once, and not at the keeper's next look.
     microphoneArrivals_ =
         around_.machine.microphones().onArrival([this, alive, &scheduler = around_.scheduler] {
             scheduler.post([this, alive] {
-                if (!alive.expired() && muteKeeper_) {
-                    keepMuted();
+                if (!alive.expired()) {
+                    noteArrival();
                 }
             });
         });

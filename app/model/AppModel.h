@@ -184,6 +184,7 @@ private:
     StopResult withMuteAsItIs(StopResult result) const;
     void startMuteKeeper(bool told);
     void keepMuted();
+    void noteArrival();
     void muteMicrophones(bool muted);
     void addConnections(const std::vector<UsageSession>& sampled, Timestamp seen,
                         const Connections::Found& found);
@@ -215,6 +216,7 @@ private:
     bool isMuteDue_ = false;
     std::optional<MuteOutcome> lateMute_; ///< what was carried out after that mute's answer
     std::vector<ToldStop> dueCards_;      ///< of stops whose mute no server has answered to
+    bool hasArrived_ = false;             ///< a microphone, before the mute of this stop is known
     Subscription muteKeeper_;
     Subscription microphoneArrivals_;
     Subscription connectionTimer_;

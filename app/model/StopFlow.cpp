@@ -125,6 +125,7 @@ void AppModel::askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep
 
 void AppModel::run(const Stopping& stopping, std::function<void()> retry) {
     isStopping.set(true);
+    hasArrived_ = false;
     stopping(
         [this, alive = std::weak_ptr(alive_), retry = std::move(retry)](const StopResult& result) {
             if (!alive.expired()) {
@@ -187,6 +188,9 @@ void AppModel::noteMute(const MuteAnswer& answer, bool stands) {
     onMicrophonesMuted(true, answer);
     if (isMuted) {
         setCardsRight(answer);
+        if (std::exchange(hasArrived_, false)) {
+            muter_->repeat();
+        }
     }
 }
 
@@ -246,6 +250,16 @@ void AppModel::keepMuted() {
         unmuteMicrophone();
     } else {
         muter_->repeat();
+    }
+}
+
+/// What is plugged in under a mute is muted at once, and not at the keeper's next look: also while
+/// the stop that has muted is still closing, when no keeper runs yet.
+void AppModel::noteArrival() {
+    if (*settings.microphoneMuted) {
+        keepMuted();
+    } else if (*isStopping) {
+        hasArrived_ = true;
     }
 }
 

@@ -175,6 +175,60 @@ TEST_F(StopMuteTest, LeavesAMicrophoneThatArrivesWithoutAMute) {
     EXPECT_EQ(machine.script.microphones[1].volume, 0.5);
 }
 
+TEST_F(StopMuteTest, MutesAMicrophoneThatArrivesWhileAppsAreClosed) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({appRef("Mule")}));
+    model->stopEverything();
+    passTime(1);
+    ASSERT_TRUE(*model->isStopping);
+    machine.script.microphones.push_back({"New Mic", false, 0.5});
+    machine.microphoneArrived();
+    time.runPosted();
+    EXPECT_EQ(machine.script.microphones[1].volume, 0.0);
+    EXPECT_TRUE(*model->isStopping);
+    EXPECT_EQ(mutes.size(), 1U) << "what keeps the mute up isn't told";
+}
+
+TEST_F(StopMuteTest, MutesAMicrophoneThatArrivesBeforeTheMutesAnswer) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({appRef("Mule")}));
+    // Its word is on its way before the mute's answer is, but the model hears it in the stop.
+    machine.microphoneArrived();
+    model->stopEverything();
+    machine.script.microphones.push_back({"New Mic", false, 0.5});
+    time.runPosted();
+    EXPECT_EQ(machine.script.microphones[1].volume, 0.0);
+    EXPECT_TRUE(*model->isStopping);
+}
+
+TEST_F(StopMuteTest, LeavesAMicrophoneThatArrivesInAStopWithoutAMute) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({appRef("Mule")}));
+    model->stop(seen(appRef("Mule")));
+    machine.script.microphones = {{"New Mic", false, 0.5}};
+    machine.microphoneArrived();
+    passTime(10);
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+}
+
+TEST_F(StopMuteTest, LeavesAMicrophoneThatArrivesAfterAnUnmuteInTheStop) {
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({appRef("Mule")}));
+    model->stopEverything();
+    time.runPosted();
+    model->unmuteMicrophone();
+    machine.script.microphones = {{"New Mic", false, 0.5}};
+    machine.microphoneArrived();
+    passTime(10);
+    EXPECT_FALSE(*model->isStopping);
+    EXPECT_EQ(machine.script.microphones[0].volume, 0.5);
+}
+
 TEST_F(StopMuteTest, MutesAgainAfterARestart) {
     begin();
     model->stopEverything();
