@@ -101,7 +101,7 @@ int main(int argc, char** argv) {
 
     auto* unmute = app.add_subcommand("unmute", "Unmute the microphones that a stop has muted");
     unmute->footer("Exit status: 0 when they are unmuted, 1 if Velmoran isn't running, 3 if a\n"
-                   "microphone couldn't be unmuted.");
+                   "microphone couldn't be unmuted or the sound server didn't answer.");
 
     auto* status = app.add_subcommand("status", "Print what is on, since when, and who uses it");
     status->footer(

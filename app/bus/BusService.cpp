@@ -54,9 +54,9 @@ BusService::BusService(AppModel& model, Scheduler& scheduler, Options options)
     subscriptions_.push_back(model.onStopEnded.subscribe(
         [this](const std::optional<StopResult>& result) { stopEnded(result); }));
     subscriptions_.push_back(
-        model.onMicrophonesMuted.subscribe([this](bool muted, const MuteOutcome& outcome) {
+        model.onMicrophonesMuted.subscribe([this](bool muted, const MuteAnswer& answer) {
             if (!muted) {
-                unmuteEnded(outcome);
+                unmuteEnded(answer);
             }
         }));
     search();
@@ -352,8 +352,15 @@ void BusService::unmute(sd_bus_message* call) {
     model_.unmuteMicrophone();
 }
 
-void BusService::unmuteEnded(const MuteOutcome& result) {
+void BusService::unmuteEnded(const MuteAnswer& result) {
     if (!unmuteReply_) {
+        return;
+    }
+    if (!result.serverAnswered && result.mutedCount == 0) {
+        sendWords(std::move(unmuteReply_), bus::outcome::incomplete,
+                  words().text("The microphone couldn't be unmuted yet."),
+                  words().text("The sound server didn't answer. As soon as it does, the microphone "
+                               "is unmuted."));
         return;
     }
     const bool isDone = result.unmutable.empty();

@@ -65,7 +65,7 @@ private:
     void stop(sd_bus_message* call);
     void unmute(sd_bus_message* call);
     void stopEnded(const std::optional<StopResult>& result);
-    void unmuteEnded(const MuteOutcome& result);
+    void unmuteEnded(const MuteAnswer& result);
 
     bool mayStop(sd_bus_message* call);
     void refuse(sd_bus_message* call, const char* error, const std::string& why);

@@ -73,6 +73,27 @@ TEST_F(WatchService, StopsUnmutesAndTellsTheStatus) {
     EXPECT_EQ(ctl({"status"}).errors, "velmoranctl: Velmoran isn't running.\n");
 }
 
+TEST_F(WatchService, SaysThatNoSoundServerHasTakenTheUnmuteAndMakesUpForIt) {
+    const auto muteIs = [&](const std::string& answer) {
+        return waitUntil([&] {
+            return session_.run({"pactl", "get-source-mute", "virtual-microphone"}).output ==
+                   "Mute: " + answer + "\n";
+        });
+    };
+    startWatch();
+    EXPECT_EQ(ctl({"stop"}).status, 0);
+    EXPECT_TRUE(muteIs("yes"));
+    session_.stop("pulse");
+    const auto unmuted = ctl({"unmute"});
+    EXPECT_EQ(unmuted.status, 3);
+    EXPECT_EQ(unmuted.output,
+              "The microphone couldn't be unmuted yet.\nThe sound server didn't answer. As soon as "
+              "it does, the microphone is unmuted.\n");
+    session_.startPulse();
+    EXPECT_TRUE(muteIs("no")) << session_.logs();
+    EXPECT_EQ(ctl({"unmute"}).status, 0);
+}
+
 TEST_F(WatchService, AnUnmuteHoldsAlsoWhereASecondWatchKeepsTheMuteUp) {
     startWatch();
     EXPECT_EQ(ctl({"stop"}).status, 0);

@@ -133,6 +133,25 @@ TEST_F(BusServiceTest, UnmutesAndSaysSo) {
     EXPECT_THAT(call("UnmuteMicrophone"),
                 ElementsAre("incomplete", "The microphone couldn't be unmuted.",
                             "Stubborn couldn't be unmuted."));
+    machine.script.microphones = {};
+    EXPECT_THAT(call("UnmuteMicrophone"),
+                ElementsAre("done", "The microphone is no longer muted.", ""))
+        << "there is none";
+}
+
+TEST_F(BusServiceTest, SaysThatNoSoundServerHasTakenTheUnmute) {
+    launch();
+    call("StopEverything");
+    machine.setSoundServerHangs(true);
+    const auto notYet =
+        ElementsAre("incomplete", "The microphone couldn't be unmuted yet.",
+                    "The sound server didn't answer. As soon as it does, the microphone is "
+                    "unmuted.");
+    EXPECT_THAT(call("UnmuteMicrophone"), notYet);
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+    // A server that is away has no microphones to name.
+    machine.script.microphones = {};
+    EXPECT_THAT(call("UnmuteMicrophone"), notYet);
 }
 
 TEST_F(BusServiceTest, TellsTheStatusAsJsonAndAsProperties) {

@@ -50,6 +50,10 @@ TEST_F(Command, EndsWith3WhenSomethingGoesOn) {
     machine.script.microphones = {{"Stubborn", false, std::nullopt}};
     EXPECT_EQ(ctl({"unmute"}, 3).output(),
               "The microphone couldn't be unmuted.\nStubborn couldn't be unmuted.\n");
+    machine.setSoundServerHangs(true);
+    EXPECT_EQ(ctl({"unmute"}, 3).output(),
+              "The microphone couldn't be unmuted yet.\nThe sound server didn't answer. As soon as "
+              "it does, the microphone is unmuted.\n");
 }
 
 TEST_F(Command, SaysInOneLineThatVelmoranIsNotRunning) {
