@@ -210,8 +210,12 @@ TEST_F(StatusItem, ModelChangesAfterItsEndTellNobody) {
 }
 
 struct Delegate : testing::ModelFixture {
+    /// Whether the status item was there when the model opened its history.
+    std::optional<bool> startedUnderTheItem;
     AppDelegate delegate{ModelSurroundings{machine, time, time, settings,
                                            [this] {
+                                               startedUnderTheItem =
+                                                   delegate.statusItem() != nullptr;
                                                return store;
                                            }},
                          AppPicture(), [] {
@@ -220,7 +224,11 @@ struct Delegate : testing::ModelFixture {
 
 TEST_F(Delegate, StartsTheModelOnlyOnceTheStatusItemIsThere) {
     EXPECT_FALSE(delegate.statusItem());
+    EXPECT_EQ(startedUnderTheItem, std::nullopt);
+    EXPECT_FALSE(machine.snapshots().isStarted());
     delegate.didFinishLaunching();
+    EXPECT_EQ(startedUnderTheItem, true);
+    EXPECT_TRUE(machine.snapshots().isStarted());
     ASSERT_TRUE(delegate.statusItem());
     delegate.model().receive({});
     delegate.model().receive(recordedBy("Zoom"));
@@ -234,7 +242,9 @@ TEST_F(Delegate, StopsOnlyTheMonitorAtTheEnd) {
     delegate.model().receive({});
     delegate.model().receive(recordedBy("Zoom"));
     time.runPosted();
+    EXPECT_FALSE(machine.snapshots().isStopped());
     delegate.willTerminate();
+    EXPECT_TRUE(machine.snapshots().isStopped());
     ASSERT_THAT(store->sessions(), SizeIs(1));
     EXPECT_EQ(store->sessions().front().end, std::nullopt);
     EXPECT_EQ(store->sessions().front().outcome, std::nullopt);
