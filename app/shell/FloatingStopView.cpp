@@ -13,7 +13,7 @@ namespace velmoran {
 
 namespace {
 
-constexpr int symbolSize = 14;
+constexpr int symbolSize = 12;
 constexpr int labelGap =
     1; ///< between the symbol's square, which is as wide as high, and the words
 constexpr int labelEnd = 17;

@@ -1,9 +1,12 @@
 #include "app/ModelFixture.h"
+#include "app/shell/CardColors.h"
 #include "app/shell/FloatingStopButton.h"
+#include "app/shell/Symbols.h"
 
 #include <QAccessible>
 #include <QApplication>
 #include <QMouseEvent>
+#include <QPainter>
 #include <gmock/gmock.h>
 
 namespace velmoran {
@@ -308,6 +311,23 @@ TEST_F(FloatingStop, IsDimmedWhileAStopIsUnderWay) {
     EXPECT_NEAR(dimmed.pixelColor(face).alphaF(), 0.55, 0.01);
     time.advanceBy(10);
     EXPECT_FALSE(content().stopping);
+}
+
+TEST_F(FloatingStop, ShowsTheStopSymbolAtSizeTwelveInItsMiddle) {
+    receive(on(true, false));
+    time.advanceBy(5);
+    auto& panel = *button->panel();
+    const auto face = panel.grab().toImage();
+    const QRect place((panel.width() - 12) / 2, (panel.height() - 12) / 2, 12, 12);
+    const CardColors colors(panel.palette());
+    auto expected = face.copy();
+    QPainter painter(&expected);
+    painter.fillRect(place.adjusted(-4, -4, 4, 4), colors.card);
+    painter.drawPixmap(place.topLeft(),
+                       symbolPixmap(QStringLiteral("stop.fill"), colors.warning, 12, 1));
+    painter.end();
+    EXPECT_EQ(face, expected);
+    EXPECT_EQ(face.pixelColor(place.center()), colors.warning);
 }
 
 TEST_F(FloatingStop, NeverTakesTheFocus) {
