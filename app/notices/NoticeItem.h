@@ -4,6 +4,7 @@
 
 #include "core/base/Timestamp.h"
 #include "core/base/Uuid.h"
+#include "core/records/AppIdentity.h"
 
 #include <functional>
 #include <optional>
@@ -22,6 +23,7 @@ struct NoticeButton {
 struct NoticeItem {
     Uuid id;                            ///< a warning's card has the id of its warning
     std::optional<std::string> appPath; ///< the app whose icon is shown
+    std::optional<AppIdentity> app;     ///< who that is, for whoever looks for the icon
     std::optional<std::string> symbol;  ///< name of a symbol, used when there is no app
     bool isStrong = false;              ///< the symbol takes the warning colour
     std::string title;

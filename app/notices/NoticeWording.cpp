@@ -29,6 +29,7 @@ NoticeItem noticeItem(const WarningNotice& notice, const TrustList& trust, bool 
     NoticeItem item;
     item.id = notice.id;
     item.appPath = notice.app.path;
+    item.app = notice.app;
     item.isStrong = strong;
     item.title = notice.title();
     item.message = notice.message();

@@ -31,8 +31,11 @@ QString qt(const std::string& text) {
 QPixmap pictureOf(const NoticeItem& item, const AppPicture& picture, const CardColors& colors,
                   double pixelsPerPoint) {
     if (item.appPath) {
-        if (const auto icon = picture ? picture(*item.appPath) : QIcon(); !icon.isNull()) {
-            return icon.pixmap(QSize(pictureSize, pictureSize), pixelsPerPoint);
+        const auto icon = picture && item.app ? picture(*item.app) : QIcon();
+        // An icon whose file can't be drawn is one all the same.
+        const auto drawn = icon.pixmap(QSize(pictureSize, pictureSize), pixelsPerPoint);
+        if (!drawn.isNull()) {
+            return drawn;
         }
         return symbolPixmap(QStringLiteral("app"), colors.secondary, pictureSize, pixelsPerPoint);
     }

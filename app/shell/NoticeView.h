@@ -3,17 +3,14 @@
 #pragma once
 
 #include "app/notices/NoticeItem.h"
+#include "app/shell/AppPicture.h"
 #include "app/shell/CardColors.h"
 
-#include <QIcon>
 #include <QPixmap>
 #include <QWidget>
 #include <functional>
 
 namespace velmoran {
-
-/// The picture of the app at a path; null for none.
-using AppPicture = std::function<QIcon(const std::string& path)>;
 
 class NoticeView final : public QWidget {
 public:

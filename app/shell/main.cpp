@@ -7,6 +7,7 @@
 #include "app/qtbase/UserHistory.h"
 #include "app/replay/RecordingPlayer.h"
 #include "app/shell/AppDelegate.h"
+#include "app/shell/AppPicture.h"
 #include "app/shell/CanberraSounds.h"
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
@@ -14,7 +15,6 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QIcon>
 #include <cstdio>
 #include <exception>
 #include <fstream>
@@ -43,16 +43,8 @@ bool displayAnswers() {
     return answers;
 }
 
-/// The picture of an app that is running or was seen, by what its desktop entry says.
-AppPicture pictureFrom(Machine& machine) {
-    return [&machine](const std::string& path) {
-        const auto name = machine.iconName({.name = {}, .bundleID = std::nullopt, .path = path});
-        if (!name) {
-            return QIcon();
-        }
-        return name->starts_with('/') ? QIcon(QString::fromStdString(*name))
-                                      : QIcon::fromTheme(QString::fromStdString(*name));
-    };
+AppPicture picturesOf(Machine& machine) {
+    return appPictures([&machine](const AppRef& app) { return machine.iconName(app); });
 }
 
 int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder) {
@@ -74,7 +66,7 @@ int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder
                           [] {
                               return openUserHistory(WhenKept::share);
                           }},
-                         pictureFrom(*machine), [&app] { app.quit(); });
+                         picturesOf(*machine), [&app] { app.quit(); });
     instance.onShow([&] { delegate.reopen(); });
     delegate.didFinishLaunching();
     const BusService bus(delegate.model(), loop);
@@ -105,7 +97,7 @@ int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString
         sounds.playWarning();
     };
     AppDelegate delegate(
-        stage.surroundings(loop, loop), pictureFrom(stage.machine), [&app] { app.quit(); },
+        stage.surroundings(loop, loop), picturesOf(stage.machine), [&app] { app.quit(); },
         [&stage] { return stage.machine.script.shortcutRefused; });
     delegate.didFinishLaunching();
     signals.start();

@@ -202,15 +202,15 @@ std::optional<std::string> LinuxAppNames::iconName(const AppRef& app) {
     if (!app.path) {
         return std::nullopt;
     }
+    const bool isProtected = places_.protection.protects(*app.path);
     for (const auto* found : entries_.byProgram(*app.path)) {
-        // Only if the name was believed as well.
-        if (found->entry.icon && found->entry.name == app.name) {
+        if (found->entry.icon && found->entry.name == app.name && isBelieved(*found, isProtected)) {
             return found->entry.icon;
         }
     }
     for (const auto& flatpak : places_.flatpaks) {
         if (isBelow(*app.path, flatpak.path + "/app")) {
-            const auto* found = entries_.byFlatpak(fileName(*app.path));
+            const auto* found = believedOfFlatpak(fileName(*app.path), isProtected);
             return found ? found->entry.icon : std::nullopt;
         }
     }
@@ -223,12 +223,8 @@ std::optional<AppRef> LinuxAppNames::nameFlatpak(pid_t pid) {
         return std::nullopt;
     }
     const bool isProtected = places_.protection.protects(origin->folder);
-    const auto* found = entries_.byFlatpak(origin->id);
-    const bool isNameBelieved =
-        found &&
-        (isProtected ? found->isProtected
-                     : !found->isProtected && !entries_.isProtectedName(found->entry.name));
-    return AppRef{.name = isNameBelieved ? found->entry.name : origin->id,
+    const auto* found = believedOfFlatpak(origin->id, isProtected);
+    return AppRef{.name = found ? found->entry.name : origin->id,
                   .bundleID = isProtected ? std::optional(origin->id) : std::nullopt,
                   .path = origin->folder};
 }
@@ -288,14 +284,22 @@ std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& p
         return std::nullopt;
     }
     const auto& found = chosen(entries, pid);
+    return isBelieved(found, isProtected(program, looks)) ? named(found, program)
+                                                          : nameFile(program);
+}
+
+bool LinuxAppNames::isBelieved(const DesktopEntries::Found& found, bool programIsProtected) const {
     // A program of root's is never renamed by an entry that isn't; nor does anything else take the
     // name of one that is.
-    const bool isBelieved = found.isTrusted || (!isProtected(program, looks) &&
-                                                !entries_.isProtectedName(found.entry.name));
-    if (!isBelieved) {
-        return nameFile(program);
-    }
-    return named(found, program);
+    return found.isTrusted || (!programIsProtected && !entries_.isProtectedName(found.entry.name));
+}
+
+const DesktopEntries::Found* LinuxAppNames::believedOfFlatpak(const std::string& id,
+                                                              bool folderIsProtected) const {
+    const auto* found = entries_.byFlatpak(id);
+    const bool isBelieved = found && found->isProtected == folderIsProtected &&
+                            (folderIsProtected || !entries_.isProtectedName(found->entry.name));
+    return isBelieved ? found : nullptr;
 }
 
 std::optional<AppRef> LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter,

@@ -57,7 +57,8 @@ public:
     /// one, and the paths by which the other apps are known.
     std::vector<std::string> browsers();
 
-    /// The app's picture: a name of the icon theme or an absolute path.
+    /// The app's picture: a name of the icon theme or an absolute path. Only of the entry that the
+    /// app has its name from.
     std::optional<std::string> iconName(const AppRef& app);
 
     /// How many ids, and as many processes, are remembered at most; the oldest go.
@@ -77,6 +78,11 @@ private:
     AppRef nameFile(const std::string& path) const;
     AppRef nameExecutable(pid_t pid, const std::string& executable, FileLooks& looks);
     AppRef named(const DesktopEntries::Found& found, const std::string& path) const;
+    /// Whether an entry that starts this program may name and picture it.
+    bool isBelieved(const DesktopEntries::Found& found, bool programIsProtected) const;
+    /// The entry that may name and picture a flatpak; null if there is none.
+    const DesktopEntries::Found* believedOfFlatpak(const std::string& id,
+                                                   bool folderIsProtected) const;
     const DesktopEntries::Found& chosen(const std::vector<const DesktopEntries::Found*>& entries,
                                         pid_t pid) const;
     std::optional<std::string> executableOf(pid_t pid, FileLooks& looks) const;

@@ -34,6 +34,7 @@ TEST(NoticeWording, WordsAStandardWarning) {
     const auto item = noticeItem(notice, {}, false, {});
     EXPECT_EQ(item.id, notice.id);
     EXPECT_EQ(item.appPath, "/Applications/Zoom");
+    EXPECT_EQ(item.app, notice.app);
     EXPECT_EQ(item.symbol, std::nullopt);
     EXPECT_FALSE(item.isStrong);
     EXPECT_EQ(item.title, "Zoom turned on the camera");

@@ -32,10 +32,11 @@ protected:
 
     /// A recorder runs whose start the program has seen. One that is faster than the program's
     /// first look is told of as something that was going on before; then another one is started.
-    void record() {
+    void record() { record({"pw-record", session_.file("recording.wav")}); }
+    void record(const std::vector<std::string>& recorder) {
         for (const bool mayBeEarly : {true, false}) {
             const auto before = stored().size();
-            session_.start("recorder", {"pw-record", session_.file("recording.wav")});
+            session_.start("recorder", recorder);
             ASSERT_TRUE(waitUntil([&] { return stored().size() == before + 1; }))
                 << session_.logs();
             if (stored()[0].observedFromStart) {
@@ -106,6 +107,41 @@ TEST_F(DesktopProgram, ShowsACardAndAnotherIconWhileARecorderRuns) {
     EXPECT_TRUE(waitUntil([&] { return icon() == idle; }));
     // The card goes by itself after eight seconds.
     EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
+    EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
+}
+
+TEST_F(DesktopProgram, ShowsTheAppsOwnPictureOnItsCard) {
+    const auto spy = session_.home() / "spy";
+    std::filesystem::copy_file(CLIENT_PROGRAMS "/graph-client", spy);
+    // In a colour that nothing else has, as red, green and blue.
+    const std::string color = "\x09\xd7\x41";
+    const auto picture = session_.home() / "spy.ppm";
+    std::string pixels;
+    for (int count = 0; count < 32 * 32; ++count) {
+        pixels += color;
+    }
+    support::writeFile(picture, "P6 32 32 255\n" + pixels);
+    support::writeFile(session_.home() / ".local/share/applications/spy.desktop",
+                       "[Desktop Entry]\nType=Application\nName=The Spy\nExec=" + spy.string() +
+                           "\nIcon=" + picture.string() + '\n');
+    // However long this test takes to look at it.
+    support::writeFile(session_.home() / ".config/Velmoran/Velmoran.conf",
+                       "[General]\nstandardNoticesStay=true\n");
+    startVelmoran();
+    record({spy});
+    EXPECT_EQ(stored()[0].app.name, "The Spy");
+    ASSERT_TRUE(waitUntil([&] { return cards().size() == 1; })) << session_.logs();
+    // The server keeps a pixel as blue, green, red and a byte of no meaning.
+    const std::string kept(color.rbegin(), color.rend());
+    EXPECT_TRUE(waitUntil([&] {
+        const auto windows = cards();
+        const auto shown = windows.empty() ? std::string() : display_->picture(windows.front());
+        int count = 0;
+        for (std::size_t at = 0; at + 4 <= shown.size(); at += 4) {
+            count += shown.compare(at, 3, kept) == 0 ? 1 : 0;
+        }
+        return count == 32 * 32;
+    })) << session_.logs();
     EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
 }
 

@@ -180,6 +180,10 @@ TEST_F(LinuxAppNamesTest, AnEntryOfTheUsersRenamesNoProgramOfRoots) {
     world.proc.add(10, {.executable = tool});
     EXPECT_EQ(identify(10), file("recorder", tool));
     EXPECT_FALSE(names().iconName(file("recorder", tool)));
+    // Nor gives it a picture to one by calling itself as the file is called.
+    world.userEntry("harmless", "Name=recorder\nExec=" + tool + "\nIcon=harmless");
+    EXPECT_EQ(identify(10), file("recorder", tool));
+    EXPECT_FALSE(names().iconName(file("recorder", tool)));
 }
 
 TEST_F(LinuxAppNamesTest, ACopyOfAKnownProgramIsNotThatProgram) {
@@ -416,10 +420,23 @@ TEST_F(FlatpakTest, OfTheUsersInstallationIsKnownByItsFolder) {
     EXPECT_EQ(names().iconName(expected), "app-icon");
 }
 
+TEST_F(FlatpakTest, OfTheUsersInstallationHasNeitherTheNameNorThePictureOfOneOfRoots) {
+    install("var/lib/flatpak", "Example");
+    files = "home/u/.local/share/flatpak/app/org.example.App/x86_64/stable/abc/files";
+    const auto root = sandbox(install("home/u/.local/share/flatpak", "Example"));
+    world.proc.add(10,
+                   {.executable = world.path("app/bin/player"), .mounts = "mnt:[2]", .root = root});
+    const auto expected =
+        file("org.example.App", world.path("home/u/.local/share/flatpak/app/org.example.App"));
+    EXPECT_EQ(identify(10), expected);
+    EXPECT_FALSE(names().iconName(expected));
+}
+
 TEST_F(LinuxAppNamesTest, KnowsASnapByItsFolder) {
     const auto mail = world.program("snap/mail/12/usr/lib/mail/mail");
     world.entryIn("var/lib/snapd/desktop/applications", "mail_mail",
-                  "Name=Mail\nX-SnapInstanceName=mail\nExec=env X=y /snap/bin/mail %u");
+                  "Name=Mail\nX-SnapInstanceName=mail\nExec=env X=y /snap/bin/mail %u\n"
+                  "Icon=mail-icon");
     world.entryIn("var/lib/snapd/desktop/applications", "mail_compose",
                   "Name=Compose\nX-SnapInstanceName=mail\nExec=/snap/bin/mail.compose");
     const auto tool = world.program("snap/tool/3/bin/tool");
@@ -430,7 +447,9 @@ TEST_F(LinuxAppNamesTest, KnowsASnapByItsFolder) {
     world.proc.add(11, {.executable = tool,
                         .cgroup = "0::/app.slice/snap.mail.mail-7.scope\n",
                         .mounts = "mnt:[2]"});
-    EXPECT_EQ(identify(10), app("Mail", "mail_mail", world.path("snap/mail")));
+    const auto snap = app("Mail", "mail_mail", world.path("snap/mail"));
+    EXPECT_EQ(identify(10), snap);
+    EXPECT_EQ(names().iconName(snap), "mail-icon");
     EXPECT_EQ(identify(11), file("tool", world.path("snap/tool")));
 }
 

@@ -4,6 +4,7 @@
 
 #include <QAccessible>
 #include <QGuiApplication>
+#include <QIconEngine>
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
@@ -25,6 +26,27 @@ NoticeItem item(const std::string& title) {
     return result;
 }
 
+AppIdentity zoom() {
+    return {.id = "us.zoom",
+            .name = "Zoom",
+            .bundleID = "us.zoom",
+            .path = "/opt/zoom/zoom",
+            .teamID = std::nullopt};
+}
+
+NoticeItem cardOf(const AppIdentity& app) {
+    auto card = item(app.name + " turned on the camera");
+    card.appPath = app.path;
+    card.app = app;
+    return card;
+}
+
+struct EmptyIcon final : QIconEngine {
+    void paint(QPainter*, const QRect&, QIcon::Mode, QIcon::State) override {}
+    QIconEngine* clone() const override { return new EmptyIcon; }
+    QPixmap pixmap(const QSize&, QIcon::Mode, QIcon::State) override { return {}; }
+};
+
 NoticeButton button(
     const std::string& title, bool prominent = false, std::function<void()> action = [] {}) {
     NoticeButton result;
@@ -38,11 +60,12 @@ struct NoticePanelTest : ::testing::Test {
     ScriptedTime time;
     NoticeCenter notices{time};
     std::optional<QRect> anchor = QRect(400, 0, 24, 24);
-    std::vector<std::string> picturesAskedFor;
+    std::vector<AppIdentity> picturesAskedFor;
+    QIcon picture;
     NoticePanelController controller{notices, [this] { return anchor; },
-                                     [this](const std::string& path) {
-                                         picturesAskedFor.push_back(path);
-                                         return QIcon();
+                                     [this](const AppIdentity& app) {
+                                         picturesAskedFor.push_back(app);
+                                         return picture;
                                      }};
 
     /// Cards that were replaced go once the event loop runs.
@@ -216,10 +239,38 @@ TEST_F(NoticePanelTest, NeverTakesTheFocus) {
 }
 
 TEST_F(NoticePanelTest, AsksForThePictureOfTheApp) {
-    auto card = item("Zoom turned on the camera");
-    card.appPath = "/opt/zoom/zoom";
+    notices.show(cardOf(zoom()));
+    EXPECT_THAT(picturesAskedFor, ElementsAre(zoom()));
+}
+
+TEST_F(NoticePanelTest, ShowsThePictureOfTheAppOrElseTheSymbolOfOne) {
+    const auto shown = [&] {
+        const auto card = cardOf(zoom());
+        notices.show(card);
+        const auto image = cards().back()->grab(QRect(12, 12, 32, 32)).toImage();
+        notices.dismiss(card.id);
+        return image;
+    };
+    const auto generic = shown();
+    QPixmap green(32, 32);
+    green.fill(Qt::green);
+    picture = QIcon(green);
+    const auto drawn = shown();
+    EXPECT_EQ(drawn.pixelColor(0, 0), QColor(Qt::green));
+    EXPECT_EQ(drawn.pixelColor(31, 31), QColor(Qt::green));
+    EXPECT_NE(generic.pixelColor(31, 31), QColor(Qt::green));
+    // An icon that isn't null and yet has nothing to draw.
+    picture = QIcon(new EmptyIcon);
+    ASSERT_FALSE(picture.isNull());
+    EXPECT_EQ(shown(), generic);
+}
+
+TEST_F(NoticePanelTest, ShowsTheSymbolOfAnAppWhereNobodySaysWhichItIs) {
+    auto card = cardOf(zoom());
+    card.app.reset();
     notices.show(card);
-    EXPECT_THAT(picturesAskedFor, ElementsAre("/opt/zoom/zoom"));
+    EXPECT_THAT(picturesAskedFor, IsEmpty());
+    EXPECT_GE(cards().front()->findChildren<QLabel*>().front()->x(), 12 + 32);
 }
 
 TEST_F(NoticePanelTest, AsksForNoPictureWhereThereIsNoApp) {
