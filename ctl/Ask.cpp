@@ -47,6 +47,7 @@ void speakTheUsersLanguage(int& argc, char** argv) {
     const QCoreApplication application(argc, argv);
     QtSettingsFile settings;
     setSystemWords(settings, thisPlatform());
+    followSystemZone();
 }
 
 /// A reply to come, or the exit status of its failure.

@@ -114,6 +114,7 @@ private:
 int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
     QtSettingsFile settings;
     setSystemWords(settings, thisPlatform());
+    followSystemZone();
     auto sounds = std::make_unique<TellingSounds>();
     auto& telling = *sounds;
     MachineOptions machineOptions;

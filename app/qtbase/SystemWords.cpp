@@ -3,6 +3,7 @@
 #include "app/model/SettingsStore.h"
 #include "app/translations/Catalogues.h"
 #include "core/text/Localizer.h"
+#include "core/text/ZoneSource.h"
 
 #include <QLocale>
 #include <QTimeZone>
@@ -21,6 +22,11 @@ void setSystemWords(KeyValueStore& settings, Platform platform) {
     }
     setWords(Localizer(locale, QTimeZone::systemTimeZoneId().toStdString(),
                        catalogues(locale, platform)));
+}
+
+void followSystemZone() {
+    // Qt reads the name again only when the files that say it have changed.
+    setZoneSource([] { return QTimeZone::systemTimeZoneId().toStdString(); });
 }
 
 } // namespace velmoran

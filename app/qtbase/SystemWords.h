@@ -11,4 +11,8 @@ namespace velmoran {
 /// and lists are the system's wherever they are of that language.
 void setSystemWords(KeyValueStore& settings, Platform platform);
 
+/// From now on the words stand in the machine's time zone, also when that is changed later. Not for
+/// a recording, whose zone stays the same.
+void followSystemZone();
+
 } // namespace velmoran

@@ -56,6 +56,7 @@ int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder
     QtEventLoop loop;
     QtSettingsFile settings;
     setSystemWords(settings, thisPlatform());
+    followSystemZone();
     MachineOptions options;
     options.sounds = std::make_unique<CanberraSounds>();
     if (!deviceFolder.isEmpty()) {

@@ -1,5 +1,7 @@
 #include "core/text/Localizer.h"
 
+#include "core/text/ZoneSource.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -123,13 +125,29 @@ std::string filled(std::string_view sentence, const std::vector<std::string>& ar
     return result;
 }
 
+/// Who names the zone of now; unset where each localizer keeps its own.
+struct ZoneSource {
+    std::mutex mutex;
+    std::function<std::string()> name;
+};
+
+ZoneSource& zoneSource() {
+    static ZoneSource source;
+    return source;
+}
+
 } // namespace
 
-/// All of ICU's objects are made once. The collator and the list formatter never change; the date
-/// formats build parts of themselves at their first uses and are called under a lock; the calendar
-/// is copied for each question.
-/// Made by the first who needs it: much of the language's data is never asked for while nothing is
-/// on, and would only take memory.
+void setZoneSource(std::function<std::string()> name) {
+    const std::lock_guard lock(zoneSource().mutex);
+    zoneSource().name = std::move(name);
+}
+
+/// All of ICU's objects are made once, those of a zone once for each zone. The collator and the
+/// list formatter never change; the date formats build parts of themselves at their first uses and
+/// are called under a lock; the calendar is copied for each question. Made by the first who needs
+/// it: much of the language's data is never asked for while nothing is on, and would only take
+/// memory.
 template <class T>
 class OnFirstUse {
 public:
@@ -153,19 +171,23 @@ private:
     mutable std::unique_ptr<T> value_;
 };
 
-struct Localizer::Facts {
-    Facts(const std::string& localeName, const std::string& timeZone,
-          const std::vector<Catalogue>& catalogues)
-        : locale(localeOf(localeName)),
-          zone([timeZone](UErrorCode&) { return zoneOf(timeZone).release(); }) {
-        for (const auto& catalogue : catalogues) {
-            for (const auto& [key, sentence] : catalogue) {
-                sentences[key] = sentence;
-            }
-        }
-    }
+/// What a time of day or a calendar day needs, in one zone.
+struct InZone {
+    InZone(const icu::Locale& locale, std::string zoneName)
+        : name(std::move(zoneName)),
+          zone([named = name](UErrorCode&) { return zoneOf(named).release(); }),
+          times([this, locale](UErrorCode&) {
+              return here(icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, locale));
+          }),
+          days([this, locale](UErrorCode& status) {
+              return here(icu::DateFormat::createInstanceForSkeleton("EEEEdMMM", locale, status));
+          }),
+          calendar([this](UErrorCode& status) {
+              // It only counts days, which are the same in every calendar and region.
+              return new icu::GregorianCalendar(*zone, icu::Locale("", "001"), status);
+          }) {}
 
-    icu::DateFormat* inZone(icu::DateFormat* format) const {
+    icu::DateFormat* here(icu::DateFormat* format) const {
         if (format) {
             format->setTimeZone(*zone);
         }
@@ -189,18 +211,43 @@ struct Localizer::Facts {
         return utf8(format.format(milliseconds(time), result));
     }
 
-    const icu::Locale locale;
+    const std::string name;
     OnFirstUse<icu::TimeZone> zone;
-    Catalogue sentences;
+    OnFirstUse<icu::DateFormat> times;
+    OnFirstUse<icu::DateFormat> days;
+    OnFirstUse<icu::Calendar> calendar;
     mutable std::mutex mutex;
+};
+
+struct Localizer::Facts {
+    Facts(const std::string& localeName, const std::string& timeZone,
+          const std::vector<Catalogue>& catalogues)
+        : locale(localeOf(localeName)),
+          inZone(std::make_shared<const InZone>(locale, timeZone)) {
+        for (const auto& catalogue : catalogues) {
+            for (const auto& [key, sentence] : catalogue) {
+                sentences[key] = sentence;
+            }
+        }
+    }
+
+    /// In the zone of now; held for as long as it is used.
+    std::shared_ptr<const InZone> now() const {
+        auto& source = zoneSource();
+        const std::lock_guard lock(source.mutex);
+        if (source.name) {
+            if (const auto name = source.name(); name != inZone->name) {
+                inZone = std::make_shared<const InZone>(locale, name);
+            }
+        }
+        return inZone;
+    }
+
+    const icu::Locale locale;
+    mutable std::shared_ptr<const InZone> inZone; ///< under the source's lock
+    Catalogue sentences;
     OnFirstUse<icu::ListFormatter> lists{[this](UErrorCode& status) {
         return icu::ListFormatter::createInstance(locale, status);
-    }};
-    OnFirstUse<icu::DateFormat> times{[this](UErrorCode&) {
-        return inZone(icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, locale));
-    }};
-    OnFirstUse<icu::DateFormat> days{[this](UErrorCode& status) {
-        return inZone(icu::DateFormat::createInstanceForSkeleton("EEEEdMMM", locale, status));
     }};
     OnFirstUse<icu::Collator> collator{[this](UErrorCode& status) {
         auto* made = icu::Collator::createInstance(locale, status);
@@ -208,10 +255,6 @@ struct Localizer::Facts {
             made->setStrength(icu::Collator::SECONDARY);
         }
         return made;
-    }};
-    OnFirstUse<icu::Calendar> calendar{[this](UErrorCode& status) {
-        // It only counts days, which are the same in every calendar and region.
-        return new icu::GregorianCalendar(*zone, icu::Locale("", "001"), status);
     }};
 };
 
@@ -244,7 +287,8 @@ std::string Localizer::list(const std::vector<std::string>& items) const {
 }
 
 std::string Localizer::shortTime(Timestamp time) const {
-    return facts_->format(*facts_->times, time);
+    const auto now = facts_->now();
+    return now->format(*now->times, time);
 }
 
 std::string Localizer::dayTitle(Timestamp day, Timestamp now) const {
@@ -258,7 +302,8 @@ std::string Localizer::dayTitle(Timestamp day, Timestamp now) const {
     if (next && startOfDay(*next) == today) {
         return text("Yesterday");
     }
-    return facts_->format(*facts_->days, day);
+    const auto here = facts_->now();
+    return here->format(*here->days, day);
 }
 
 int Localizer::compareIgnoringCase(std::string_view a, std::string_view b) const {
@@ -271,7 +316,7 @@ int Localizer::compareIgnoringCase(std::string_view a, std::string_view b) const
 
 std::optional<Timestamp> Localizer::startOfDay(Timestamp time) const {
     UErrorCode status = U_ZERO_ERROR;
-    const auto calendar = facts_->calendarAt(time, status);
+    const auto calendar = facts_->now()->calendarAt(time, status);
     // Where clocks change at midnight, the day begins at the first moment that bears its date.
     calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
     calendar->setSkippedWallTimeOption(UCAL_WALLTIME_NEXT_VALID);
@@ -289,11 +334,12 @@ std::optional<Timestamp> Localizer::addingDays(Timestamp time, int days) const {
     if (!(std::abs(moment) <= lastMoment)) {
         return std::nullopt;
     }
-    const auto offset = [this](UDate at) {
+    const auto here = facts_->now();
+    const auto offset = [&here](UDate at) {
         UErrorCode status = U_ZERO_ERROR;
         int32_t standard = 0;
         int32_t summer = 0;
-        facts_->zone->getOffset(at, 0, standard, summer, status);
+        here->zone->getOffset(at, 0, standard, summer, status);
         return standard + summer;
     };
     const auto moved = moment + days * 86'400'000.0;

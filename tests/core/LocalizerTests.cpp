@@ -1,4 +1,5 @@
 #include "core/text/Localizer.h"
+#include "core/text/ZoneSource.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -275,6 +276,28 @@ TEST(Words, AreEnglishUntilSetAndSpeakTheNewLanguageAtOnce) {
     EXPECT_EQ(words().text("Today"), "Heute");
     setWords(Localizer());
     EXPECT_EQ(held.text("Today"), "Today");
+}
+
+TEST(Localizer, StandsInTheZoneThatItsSourceNames) {
+    const Localizer words("de_DE", "UTC", {});
+    const Timestamp time{794136600}; // 9:30 of March 2, 2026, in Greenwich
+    EXPECT_EQ(words.shortTime(time), "09:30");
+    std::string zone = "Asia/Tokyo";
+    setZoneSource([&] { return zone; });
+    EXPECT_EQ(words.shortTime(time), "18:30");
+    EXPECT_EQ(words.startOfDay(time), (Timestamp{794136600 - 18.5 * 3600}));
+    const Timestamp evening{time.seconds + 6 * 3600};
+    EXPECT_EQ(words.dayTitle(time, evening), "Yesterday");
+    zone = "America/New_York";
+    EXPECT_EQ(words.shortTime(time), "04:30");
+    EXPECT_EQ(words.startOfDay(time), (Timestamp{794136600 - 4.5 * 3600}));
+    EXPECT_EQ(words.dayTitle(time, evening), "Today");
+    // A week later the clocks there have been set forward, so the day was shorter.
+    EXPECT_EQ(words.addingDays(time, 7), (Timestamp{time.seconds + 7 * 86400 - 3600}));
+    zone = "no such zone";
+    EXPECT_EQ(words.shortTime(time), "09:30");
+    setZoneSource(nullptr);
+    EXPECT_EQ(words.shortTime(time), "09:30");
 }
 
 } // namespace

@@ -2,7 +2,9 @@
 
 #include "app/model/MemorySettings.h"
 #include "core/text/Localizer.h"
+#include "core/text/ZoneSource.h"
 
+#include <QByteArray>
 #include <gtest/gtest.h>
 
 namespace velmoran {
@@ -10,7 +12,10 @@ namespace {
 
 struct SystemWords : ::testing::Test {
     MemorySettings settings;
-    void TearDown() override { setWords(Localizer()); }
+    void TearDown() override {
+        setWords(Localizer());
+        setZoneSource(nullptr);
+    }
 };
 
 TEST_F(SystemWords, AreInTheLanguageThatWasChosen) {
@@ -31,6 +36,21 @@ TEST_F(SystemWords, AreThoseOfThePlatform) {
     setSystemWords(settings, Platform::macOS);
     EXPECT_EQ(words().text(key, {"Siri"}),
               "Siri gehört zu macOS und wurde deshalb nicht von Velmoran beendet.");
+}
+
+TEST_F(SystemWords, FollowTheTimeZoneOnlyWhenTold) {
+    const auto before = qgetenv("TZ");
+    settings.setTexts("AppleLanguages", {"de"});
+    qputenv("TZ", "Europe/Berlin");
+    setSystemWords(settings, Platform::linux);
+    EXPECT_EQ(words().shortTime({794136600}), "10:30");
+    qputenv("TZ", "Asia/Tokyo");
+    EXPECT_EQ(words().shortTime({794136600}), "10:30");
+    followSystemZone();
+    EXPECT_EQ(words().shortTime({794136600}), "18:30");
+    qputenv("TZ", "Europe/Berlin");
+    EXPECT_EQ(words().shortTime({794136600}), "10:30");
+    before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
 }
 
 TEST_F(SystemWords, DoNotWriteSettings) {
