@@ -1,6 +1,7 @@
 // A stop whose mute a real sound server doesn't answer to while the mute before it is kept up: what
 // its card says once the server does as it was told.
 #include "integration/RunningModel.h"
+#include "support/AroundLoop.h"
 
 #include <algorithm>
 #include <csignal>
@@ -9,25 +10,18 @@ namespace velmoran {
 namespace {
 
 /// The real loop, with the keeper's beat in the test's hand.
-class BeatByHand final : public Scheduler {
+class BeatByHand final : public support::AroundLoop {
 public:
-    explicit BeatByHand(Scheduler& loop) : loop_(loop) {}
-    void post(std::function<void()> action) override { loop_.post(std::move(action)); }
-    Subscription after(Seconds delay, std::function<void()> action) override {
-        return loop_.after(delay, std::move(action));
-    }
+    using AroundLoop::AroundLoop;
     Subscription every(Seconds interval, std::function<void()> action) override {
         if (interval != AppModel::muteInterval) {
-            return loop_.every(interval, std::move(action));
+            return AroundLoop::every(interval, std::move(action));
         }
         beat = std::move(action);
         return Subscription([this] { beat = nullptr; });
     }
 
     std::function<void()> beat; ///< while a keeper runs
-
-private:
-    Scheduler& loop_;
 };
 
 class LateMute : public RunningModel {

@@ -1,6 +1,7 @@
 // The running program with a real sound server: the mute that it keeps up, and the speakers that it
 // guards.
 #include "integration/RunningModel.h"
+#include "support/AroundLoop.h"
 #include "support/NullSinks.h"
 
 #include <csignal>
@@ -12,19 +13,12 @@ namespace velmoran {
 namespace {
 
 /// The real loop, but nothing is ever repeated: what happens then, an event has brought about.
-class WithoutRepeats final : public Scheduler {
+class WithoutRepeats final : public support::AroundLoop {
 public:
-    explicit WithoutRepeats(Scheduler& loop) : loop_(loop) {}
-    void post(std::function<void()> action) override { loop_.post(std::move(action)); }
-    Subscription after(Seconds delay, std::function<void()> action) override {
-        return loop_.after(delay, std::move(action));
-    }
+    using AroundLoop::AroundLoop;
     Subscription every(Seconds, std::function<void()>) override {
         return Subscription([] {});
     }
-
-private:
-    Scheduler& loop_;
 };
 
 class SoundRoad : public RunningModel {
