@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
+#include <cstdint>
 
 namespace velmoran {
 

@@ -10,6 +10,7 @@
 //                   ignores it and holds the connection; else end
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

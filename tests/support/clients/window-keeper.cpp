@@ -9,6 +9,7 @@
 // LOG-FILE gets a line "ready PROCESS-ID" once the window manager has the window, "asked" for each
 // request to close, and "signalled" for SIGTERM, by which it ends.
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
