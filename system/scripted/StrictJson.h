@@ -13,18 +13,18 @@
 
 namespace velmoran::strict {
 
-[[noreturn]] inline void fail(const std::string& what, const char* expected) {
-    throw DecodingError("\"" + what + "\" is not " + expected);
+[[noreturn]] inline void fail(std::string_view what, const char* expected) {
+    throw DecodingError("\"" + std::string(what) + "\" is not " + expected);
 }
 
-inline const Json& object(const Json& json, const std::string& what) {
+inline const Json& object(const Json& json, std::string_view what) {
     if (!json.is_object()) {
         fail(what, "an object");
     }
     return json;
 }
 
-inline const Json& array(const Json& json, const std::string& what) {
+inline const Json& array(const Json& json, std::string_view what) {
     if (!json.is_array()) {
         fail(what, "an array");
     }
@@ -78,10 +78,10 @@ inline void onlyKeys(const Json& json, const std::string& what,
 }
 
 /// What stands under a key that must be there.
-inline const Json& member(const Json& json, const std::string& what, const char* key) {
+inline const Json& member(const Json& json, std::string_view what, const char* key) {
     const auto found = object(json, what).find(key);
     if (found == json.end()) {
-        throw DecodingError("\"" + what + "\" has no \"" + key + "\"");
+        throw DecodingError("\"" + std::string(what) + "\" has no \"" + key + "\"");
     }
     return *found;
 }
