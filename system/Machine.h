@@ -51,6 +51,15 @@ struct CameraDeviceInfo {
     bool operator==(const CameraDeviceInfo&) const = default;
 };
 
+/// A camera and who uses it, from a source that knows both.
+struct CameraUse {
+    CameraDeviceInfo device;
+    std::vector<std::string> apps; ///< AppRef ids, in order of opening, those that can't be named
+                                   ///< among them; empty while nobody is known to use it
+
+    bool operator==(const CameraUse&) const = default;
+};
+
 /// From "cam" and "mic" (other keys are kept and ignored) to application identifiers, in the order
 /// of the report, duplicates included. An empty table is a report that nobody is named.
 using AttributionTable = std::map<std::string, std::vector<std::string>, std::less<>>;

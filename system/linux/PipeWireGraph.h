@@ -4,7 +4,7 @@
 // machine; lives on the event loop's thread, on which every call but the first and last must be.
 #pragma once
 
-#include "system/linux/CameraUse.h"
+#include "system/Machine.h"
 #include "system/linux/ClientIdentity.h"
 #include "system/linux/EventLoop.h"
 #include "system/linux/GraphModel.h"

@@ -7,7 +7,6 @@
 
 #include "core/records/SystemSnapshot.h"
 #include "system/Machine.h"
-#include "system/linux/CameraUse.h"
 
 #include <vector>
 

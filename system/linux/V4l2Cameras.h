@@ -2,7 +2,7 @@
 // use, and by whom. Owned by the machine; made, used and destroyed on the loop's thread.
 #pragma once
 
-#include "system/linux/CameraUse.h"
+#include "system/Machine.h"
 #include "system/linux/EventLoop.h"
 #include "system/linux/HeldNodes.h"
 #include "system/linux/NodeWatch.h"
