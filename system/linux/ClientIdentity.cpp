@@ -28,7 +28,7 @@ ClientIdentity::ClientIdentity(ConnectionFacts& facts, ProcessNaming& naming,
       naming_(naming),
       nativeSocket_(std::move(nativeSocket)) {}
 
-ClientIdentity::Who ClientIdentity::cannotTell(GraphSerial client) const {
+ClientIdentity::Who ClientIdentity::cannotTell(ClientKey client) const {
     return {naming_.unidentified("client-" + std::to_string(client)), 0};
 }
 
@@ -103,12 +103,12 @@ ClientIdentity::Own ClientIdentity::ownOf(const Ends& ends, pid_t claim) const {
 }
 
 void ClientIdentity::takeFromDoubtful(std::uint64_t connection) {
-    for (auto& [serial, other] : entries_) {
+    for (auto& [key, other] : entries_) {
         if (other.connection == connection && other.isDoubtful) {
             other.connection = 0;
             other.isDoubtful = false;
             other.isKnown = false;
-            other.who = cannotTell(serial);
+            other.who = cannotTell(key);
         }
     }
 }
@@ -134,7 +134,7 @@ std::optional<ClientIdentity::Who> ClientIdentity::soleHolder(const Ends& ends,
     return sole;
 }
 
-void ClientIdentity::appeared(GraphSerial client, std::optional<pid_t> connectedPid, bool isNew) {
+void ClientIdentity::appeared(ClientKey client, std::optional<pid_t> connectedPid, bool isNew) {
     auto& entry = entries_[client];
     entry = {};
     entry.connectedPid = connectedPid.value_or(0);
@@ -154,8 +154,7 @@ void ClientIdentity::appeared(GraphSerial client, std::optional<pid_t> connected
     }
 }
 
-void ClientIdentity::described(GraphSerial client, std::optional<pid_t> claimedPid,
-                               bool saysPulse) {
+void ClientIdentity::described(ClientKey client, std::optional<pid_t> claimedPid, bool saysPulse) {
     const auto found = entries_.find(client);
     if (found == entries_.end()) {
         return;
@@ -179,7 +178,7 @@ void ClientIdentity::described(GraphSerial client, std::optional<pid_t> claimedP
     }
 }
 
-void ClientIdentity::opened(GraphSerial client) {
+void ClientIdentity::opened(ClientKey client) {
     const auto found = entries_.find(client);
     if (found == entries_.end() || found->second.isOpened) {
         return;
@@ -199,21 +198,21 @@ void ClientIdentity::opened(GraphSerial client) {
     entry.isOpened = true;
 }
 
-void ClientIdentity::left(GraphSerial client) {
+void ClientIdentity::left(ClientKey client) {
     entries_.erase(client);
 }
 
-ClientIdentity::Who ClientIdentity::who(GraphSerial client) const {
+ClientIdentity::Who ClientIdentity::who(ClientKey client) const {
     const auto found = entries_.find(client);
     return found == entries_.end() ? cannotTell(client) : found->second.who;
 }
 
-bool ClientIdentity::isReady(GraphSerial client) const {
+bool ClientIdentity::isReady(ClientKey client) const {
     const auto found = entries_.find(client);
     return found == entries_.end() || !found->second.isServed || found->second.isDescribed;
 }
 
-bool ClientIdentity::isServed(GraphSerial client) const {
+bool ClientIdentity::isServed(ClientKey client) const {
     const auto found = entries_.find(client);
     return found != entries_.end() && found->second.isServed;
 }
@@ -254,7 +253,7 @@ void ClientIdentity::claimServed(Entry& entry) const {
     }
 }
 
-void ClientIdentity::confirmNative(GraphSerial client, Entry& entry) const {
+void ClientIdentity::confirmNative(ClientKey client, Entry& entry) const {
     const auto all = nativeEnds();
     Ends candidates;
     if (entry.connection != 0) {
@@ -284,7 +283,7 @@ void ClientIdentity::confirmNative(GraphSerial client, Entry& entry) const {
                     candidates.push_back(end);
                 }
             }
-            for (const auto& [serial, other] : entries_) {
+            for (const auto& [key, other] : entries_) {
                 if (other.connection == 0 || other.isServed) {
                     ++others[other.connectedPid].second;
                 }
@@ -307,12 +306,12 @@ void ClientIdentity::confirmNative(GraphSerial client, Entry& entry) const {
     entry.who = sole ? *sole : cannotTell(client);
 }
 
-void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
+void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
     if (entry.isContested) {
         return;
     }
     const auto ends = servedEnds(entry.connectedPid);
-    for (auto& [serial, other] : entries_) {
+    for (auto& [key, other] : entries_) {
         if (other.isServed && other.connectedPid == entry.connectedPid &&
             !contains(ends, other.connection)) {
             other.connection = 0; // hung up; the number may be given out again
@@ -342,7 +341,7 @@ void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
         entry.who = {naming_.identify(own.pid), own.pid};
         entry.isKnown = true;
         if (open.size() == 1 && contains(open, entry.connection)) {
-            for (auto& [serial, other] : entries_) {
+            for (auto& [key, other] : entries_) {
                 other.isSure = true; // everybody's claim has come true
             }
         }
@@ -354,10 +353,10 @@ void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
     }
     // Two clients say that they are this process, and it has one connection. If the first was
     // believed while the second was on its way, either may be the liar.
-    for (auto& [serial, other] : entries_) {
+    for (auto& [key, other] : entries_) {
         if (&other != &entry && other.isServed && !other.isSure && other.connection != 0 &&
             claim > 0 && other.claimedPid == claim) {
-            other.who = cannotTell(serial);
+            other.who = cannotTell(key);
             other.isKnown = false;
             other.isContested = true;
             entry.isContested = true;
@@ -381,7 +380,7 @@ void ClientIdentity::resolveServed(GraphSerial client, Entry& entry) {
     }
 }
 
-void ClientIdentity::confirmServed(GraphSerial client, Entry& entry) const {
+void ClientIdentity::confirmServed(ClientKey client, Entry& entry) const {
     if (!entry.isKnown || entry.connection == 0) {
         return;
     }
@@ -393,10 +392,10 @@ void ClientIdentity::confirmServed(GraphSerial client, Entry& entry) const {
 }
 
 void ClientIdentity::retryUnknown() {
-    for (auto& [serial, entry] : entries_) {
+    for (auto& [key, entry] : entries_) {
         if (entry.isServed && entry.isDescribed && !entry.isKnown && !entry.isOpened &&
             entry.connection == 0) {
-            resolveServed(serial, entry);
+            resolveServed(key, entry);
         }
     }
 }

@@ -7,15 +7,18 @@
 
 #include "core/records/SystemSnapshot.h"
 #include "system/linux/ConnectionFacts.h"
-#include "system/linux/GraphModel.h"
 #include "system/linux/ProcessNaming.h"
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace velmoran {
+
+/// What the server calls a client for as long as its connection lasts; never used twice.
+using ClientKey = std::uint64_t;
 
 class ClientIdentity {
 public:
@@ -32,23 +35,23 @@ public:
     /// A client was announced. `connectedPid` is the server's word for the process that connected.
     /// Reads that process at once, as it may be gone soon. `isNew` is false for those that were
     /// there before this program: their connections may have changed hands already.
-    void appeared(GraphSerial client, std::optional<pid_t> connectedPid, bool isNew);
+    void appeared(ClientKey client, std::optional<pid_t> connectedPid, bool isNew);
     /// What the client says of itself has come or changed; both are its own words.
-    void described(GraphSerial client, std::optional<pid_t> claimedPid, bool saysPulse);
+    void described(ClientKey client, std::optional<pid_t> claimedPid, bool saysPulse);
     /// The client has made its first node, so whoever holds its connection now is its user: a
     /// connection can have been handed on since.
-    void opened(GraphSerial client);
-    void left(GraphSerial client);
+    void opened(ClientKey client);
+    void left(ClientKey client);
     /// After the server has gone.
     void clear() { entries_.clear(); }
 
     /// Whether all is there that `opened` goes by; not yet for a client that another process
     /// connected for, until that has said whom for.
-    bool isReady(GraphSerial client) const;
+    bool isReady(ClientKey client) const;
     /// Whether a sound server connected it, on behalf of a client of its own.
-    bool isServed(GraphSerial client) const;
+    bool isServed(ClientKey client) const;
     /// Also for a client that was never announced: an app that can't be named.
-    Who who(GraphSerial client) const;
+    Who who(ClientKey client) const;
 
 private:
     struct Entry {
@@ -72,7 +75,7 @@ private:
         Who who;
     };
 
-    Who cannotTell(GraphSerial client) const;
+    Who cannotTell(ClientKey client) const;
     bool isNative(const UnixConnection& connection) const;
     std::vector<std::uint64_t> nativeEnds() const;
     std::vector<std::uint64_t> servedEnds(pid_t server) const;
@@ -92,15 +95,15 @@ private:
 
     void claimNative(Entry& entry) const;
     void claimServed(Entry& entry) const;
-    void confirmNative(GraphSerial client, Entry& entry) const;
-    void resolveServed(GraphSerial client, Entry& entry);
-    void confirmServed(GraphSerial client, Entry& entry) const;
+    void confirmNative(ClientKey client, Entry& entry) const;
+    void resolveServed(ClientKey client, Entry& entry);
+    void confirmServed(ClientKey client, Entry& entry) const;
     void retryUnknown();
 
     ConnectionFacts& facts_;
     ProcessNaming& naming_;
     std::string nativeSocket_;
-    std::map<GraphSerial, Entry> entries_;
+    std::map<ClientKey, Entry> entries_;
 };
 
 } // namespace velmoran

@@ -92,18 +92,18 @@ struct Naming : ProcessNaming {
 class ClientIdentityOf : public ::testing::Test {
 protected:
     // As the reader does when a client comes over the server's own socket.
-    std::uint64_t comesNatively(GraphSerial client, pid_t pid, bool isNew = true) {
+    std::uint64_t comesNatively(ClientKey client, pid_t pid, bool isNew = true) {
         const auto end = table.connect(pid, nativeSocket);
         identity.appeared(client, pid, isNew);
         identity.described(client, pid, false);
         return end;
     }
-    void isServed(GraphSerial client, std::optional<pid_t> claim, bool isNew = true,
+    void isServed(ClientKey client, std::optional<pid_t> claim, bool isNew = true,
                   bool saysPulse = true) {
         identity.appeared(client, server, isNew);
         identity.described(client, claim, saysPulse);
     }
-    std::string name(GraphSerial client) {
+    std::string name(ClientKey client) {
         identity.opened(client);
         return identity.who(client).app.id();
     }
