@@ -1,12 +1,13 @@
 #include "app/shell/CanberraSounds.h"
 #include "support/TemporaryDirectory.h"
 
-#include <QByteArray>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <optional>
 #include <poll.h>
+#include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -40,24 +41,42 @@ private:
     int socket_;
 };
 
-/// Where the sounds go that are played as long as this is there.
-class Server {
+/// A variable of the environment as long as this is there.
+class Variable {
 public:
-    explicit Server(const std::string& path) : before_(qgetenv("PULSE_SERVER")) {
-        qputenv("PULSE_SERVER", "unix:" + QByteArray::fromStdString(path));
+    Variable(const char* name, const std::string& value) : name_(name) {
+        if (const auto* before = std::getenv(name)) { // NOLINT: no threads yet
+            before_ = before;
+        }
+        ::setenv(name, value.c_str(), 1); // NOLINT: likewise
     }
-    ~Server() {
-        if (before_.isNull()) {
-            qunsetenv("PULSE_SERVER");
+    ~Variable() {
+        if (before_) {
+            ::setenv(name_, before_->c_str(), 1); // NOLINT: the library has read it
         } else {
-            qputenv("PULSE_SERVER", before_);
+            ::unsetenv(name_); // NOLINT: likewise
         }
     }
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
 
 private:
-    QByteArray before_;
+    const char* name_;
+    std::optional<std::string> before_;
+};
+
+/// Where the sounds go that are played as long as this is there, with nothing of anybody's home.
+class Server {
+public:
+    Server(const TemporaryDirectory& home, const std::string& name)
+        : home_("HOME", home.path()),
+          runtime_("XDG_RUNTIME_DIR", home.path()),
+          server_("PULSE_SERVER", "unix:" + home.path(name)) {}
+
+private:
+    Variable home_;
+    Variable runtime_;
+    Variable server_;
 };
 
 using Seconds = std::chrono::duration<double>;
@@ -65,7 +84,7 @@ using Seconds = std::chrono::duration<double>;
 TEST(CanberraSounds, AServerThatHangsHoldsUpNeitherACardNorTheEnd) {
     const TemporaryDirectory folder;
     const HangingServer hanging(folder.path("native"));
-    const Server server(folder.path("native"));
+    const Server server(folder, "native");
     const auto begin = std::chrono::steady_clock::now();
     {
         CanberraSounds sounds;
@@ -80,7 +99,7 @@ TEST(CanberraSounds, AServerThatHangsHoldsUpNeitherACardNorTheEnd) {
 
 TEST(CanberraSounds, IsSilentWithoutAServer) {
     const TemporaryDirectory folder;
-    const Server server(folder.path("nobody"));
+    const Server server(folder, "nobody");
     CanberraSounds sounds;
     sounds.playWarning();
     sounds.playWarning();
