@@ -3,10 +3,10 @@
 // One per program, made by whoever is the program's shell; main thread only.
 #pragma once
 
-#include "app/model/Observable.h"
 #include "app/model/SettingsStore.h"
 #include "app/model/StopQuestion.h"
 #include "app/notices/NoticeCenter.h"
+#include "core/base/Observable.h"
 #include "core/base/Scheduler.h"
 #include "core/history/HistoryStore.h"
 #include "core/sessions/SessionEngine.h"

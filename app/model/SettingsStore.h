@@ -4,7 +4,7 @@
 #pragma once
 
 #include "app/model/KeyValueStore.h"
-#include "app/model/Observable.h"
+#include "core/base/Observable.h"
 
 #include <optional>
 #include <string>

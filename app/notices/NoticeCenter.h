@@ -2,8 +2,8 @@
 // the application model; main thread only.
 #pragma once
 
-#include "app/model/Observable.h"
 #include "app/notices/NoticeItem.h"
+#include "core/base/Observable.h"
 #include "core/base/Scheduler.h"
 
 #include <functional>
