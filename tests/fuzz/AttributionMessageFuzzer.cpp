@@ -1,6 +1,6 @@
 // Whatever the log tool writes: the reader may not crash, and lines taken from chunks must be the
 // same however the bytes are cut.
-#include "system/AttributionMessage.h"
+#include "system/macos/AttributionMessage.h"
 
 #include <cstddef>
 #include <cstdint>

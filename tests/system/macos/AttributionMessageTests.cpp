@@ -1,4 +1,4 @@
-#include "system/AttributionMessage.h"
+#include "system/macos/AttributionMessage.h"
 
 #include <gtest/gtest.h>
 

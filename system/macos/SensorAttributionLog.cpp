@@ -1,6 +1,6 @@
-#include "system/SensorAttributionLog.h"
+#include "system/macos/SensorAttributionLog.h"
 
-#include "system/AttributionMessage.h"
+#include "system/macos/AttributionMessage.h"
 
 #include <future>
 #include <utility>

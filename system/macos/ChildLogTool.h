@@ -2,7 +2,7 @@
 // any thread. A stream has a thread of its own, which reads until the tool closes its output.
 #pragma once
 
-#include "system/LogTool.h"
+#include "system/macos/LogTool.h"
 
 namespace velmoran {
 

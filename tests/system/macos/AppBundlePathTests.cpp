@@ -1,4 +1,4 @@
-#include "system/AppBundlePath.h"
+#include "system/macos/AppBundlePath.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "system/SensorAttributionLog.h"
+#include "system/macos/SensorAttributionLog.h"
 
 #include "support/TemporaryDirectory.h"
-#include "system/ChildLogTool.h"
 #include "system/ThreadQueue.h"
+#include "system/macos/ChildLogTool.h"
 
 #include <gtest/gtest.h>
 

@@ -7,8 +7,8 @@
 // state is touched on its queue alone, and the queue must outlive it.
 #pragma once
 
-#include "system/LogTool.h"
 #include "system/Machine.h"
+#include "system/macos/LogTool.h"
 
 #include <memory>
 #include <string_view>

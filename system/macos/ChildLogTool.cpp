@@ -1,4 +1,4 @@
-#include "system/ChildLogTool.h"
+#include "system/macos/ChildLogTool.h"
 
 #include <fcntl.h>
 #include <poll.h>
