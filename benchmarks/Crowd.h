@@ -2,7 +2,7 @@
 // runs. Ends with the object.
 #pragma once
 
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <signal.h>
 #include <spawn.h>

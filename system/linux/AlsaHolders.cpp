@@ -1,7 +1,7 @@
 #include "system/linux/AlsaHolders.h"
 
 #include "system/linux/NodeHolders.h"
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <algorithm>
 #include <array>

@@ -6,9 +6,9 @@
 
 #include "system/Machine.h"
 #include "system/linux/AlsaStatus.h"
-#include "system/linux/EventLoop.h"
-#include "system/linux/NodeWatch.h"
 #include "system/linux/ProcessNaming.h"
+#include "system/linux/kernel/EventLoop.h"
+#include "system/linux/kernel/NodeWatch.h"
 
 #include <functional>
 #include <map>

@@ -13,8 +13,8 @@
 #pragma once
 
 #include "system/linux/AppProcesses.h"
-#include "system/linux/HeldProcess.h"
-#include "system/linux/NewestProcess.h"
+#include "system/linux/kernel/HeldProcess.h"
+#include "system/linux/kernel/NewestProcess.h"
 
 #include <set>
 #include <vector>

@@ -6,7 +6,7 @@
 #include "core/records/AppIdentity.h"
 #include "system/linux/AppSearch.h"
 #include "system/linux/LinuxAppNames.h"
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <vector>
 

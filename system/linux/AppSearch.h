@@ -8,7 +8,7 @@
 #include "system/linux/AppTraces.h"
 #include "system/linux/FileLooks.h"
 #include "system/linux/LinuxAppNames.h"
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <string>
 #include <unordered_map>

@@ -1,7 +1,7 @@
 #include "system/linux/DesktopEntries.h"
 
-#include "system/linux/ProcFs.h"
 #include "system/linux/ScriptArgument.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <glib.h>
 #include <sys/stat.h>

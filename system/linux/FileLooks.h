@@ -3,7 +3,7 @@
 // through the processes, for one such round at most, since what it says grows old; one thread.
 #pragma once
 
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <sys/types.h>
 

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "system/linux/LinuxPlaces.h"
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <optional>
 #include <string>

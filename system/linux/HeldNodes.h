@@ -7,8 +7,8 @@
 
 #include "core/base/Scheduler.h"
 #include "system/linux/NodeHolders.h"
-#include "system/linux/NodeWatch.h"
 #include "system/linux/ProcessNaming.h"
+#include "system/linux/kernel/NodeWatch.h"
 
 #include <functional>
 #include <map>

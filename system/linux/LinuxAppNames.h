@@ -18,8 +18,8 @@
 #include "system/linux/DesktopEntries.h"
 #include "system/linux/FileLooks.h"
 #include "system/linux/LinuxPlaces.h"
-#include "system/linux/ProcFs.h"
 #include "system/linux/ProcessNaming.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <deque>
 #include <mutex>

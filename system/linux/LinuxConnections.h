@@ -5,7 +5,7 @@
 
 #include "system/Machine.h"
 #include "system/ThreadQueue.h"
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <functional>
 #include <memory>

@@ -6,7 +6,6 @@
 #include "system/MakeMachine.h"
 #include "system/SystemMonitor.h"
 #include "system/linux/AppProcesses.h"
-#include "system/linux/EventLoop.h"
 #include "system/linux/LinuxAppNames.h"
 #include "system/linux/LinuxCodeSignatures.h"
 #include "system/linux/LinuxConnections.h"
@@ -14,6 +13,7 @@
 #include "system/linux/PulseConnection.h"
 #include "system/linux/PulseMicrophones.h"
 #include "system/linux/PulseOutputs.h"
+#include "system/linux/kernel/EventLoop.h"
 
 #include <memory>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "system/linux/LinuxPlaces.h"
 
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <glib.h>
 

@@ -8,7 +8,7 @@
 
 #include "system/AppCloser.h"
 #include "system/linux/AppProcesses.h"
-#include "system/linux/NewestProcess.h"
+#include "system/linux/kernel/NewestProcess.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "system/linux/NodeHolders.h"
 
-#include "system/linux/ProcMaps.h"
+#include "system/linux/kernel/ProcMaps.h"
 
 #include <algorithm>
 #include <array>

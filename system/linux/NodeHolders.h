@@ -3,7 +3,7 @@
 // closed one. Keeps nothing but the place of /proc; any thread.
 #pragma once
 
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <cstdint>
 #include <optional>

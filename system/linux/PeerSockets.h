@@ -4,8 +4,8 @@
 #pragma once
 
 #include "system/linux/ConnectionFacts.h"
-#include "system/linux/ProcFs.h"
-#include "system/linux/SocketDiag.h"
+#include "system/linux/kernel/ProcFs.h"
+#include "system/linux/kernel/SocketDiag.h"
 
 #include <cstddef>
 #include <string_view>

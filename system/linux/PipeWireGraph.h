@@ -6,13 +6,13 @@
 
 #include "system/Machine.h"
 #include "system/linux/ClientIdentity.h"
-#include "system/linux/EventLoop.h"
 #include "system/linux/GraphModel.h"
 #include "system/linux/PipeWireConnection.h"
 #include "system/linux/ProcessNaming.h"
 #include "system/linux/ServerSocket.h"
 #include "system/linux/UseConfirmation.h"
 #include "system/linux/UseHold.h"
+#include "system/linux/kernel/EventLoop.h"
 
 #include <functional>
 #include <map>

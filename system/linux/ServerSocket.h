@@ -2,7 +2,7 @@
 // when a server has come that wasn't there. Owned by the graph's reader; the loop's thread only.
 #pragma once
 
-#include "system/linux/EventLoop.h"
+#include "system/linux/kernel/EventLoop.h"
 
 #include <functional>
 #include <string>

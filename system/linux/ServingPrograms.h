@@ -2,8 +2,8 @@
 // session managers. Whoever listens or watches then is a client of theirs. Any thread.
 #pragma once
 
-#include "system/linux/ProcFs.h"
 #include "system/linux/WriteProtection.h"
+#include "system/linux/kernel/ProcFs.h"
 
 namespace velmoran {
 

@@ -1,6 +1,6 @@
 #include "system/linux/SocketTable.h"
 
-#include "system/linux/SocketDiag.h"
+#include "system/linux/kernel/SocketDiag.h"
 
 #include <algorithm>
 #include <compare>

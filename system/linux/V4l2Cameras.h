@@ -3,11 +3,11 @@
 #pragma once
 
 #include "system/Machine.h"
-#include "system/linux/EventLoop.h"
 #include "system/linux/HeldNodes.h"
-#include "system/linux/NodeWatch.h"
 #include "system/linux/ProcessNaming.h"
 #include "system/linux/VideoDevices.h"
+#include "system/linux/kernel/EventLoop.h"
+#include "system/linux/kernel/NodeWatch.h"
 
 #include <functional>
 #include <map>

@@ -1,6 +1,6 @@
 #include "system/linux/WriteProtection.h"
 
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <sys/stat.h>
 

@@ -1,7 +1,7 @@
 // Whatever bytes stand under /proc: no reader of an entry may crash, and what one accepts has the
 // form that it promises.
 #include "system/linux/CgroupScope.h"
-#include "system/linux/ProcEntries.h"
+#include "system/linux/kernel/ProcEntries.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Whatever bytes stand in a line of a process's memory map: no crash, and a path is a part of the
 // line with no line break in it.
-#include "system/linux/ProcMaps.h"
+#include "system/linux/kernel/ProcMaps.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,7 +2,7 @@
 // copy in a folder of the test's own, so that it is an app of its own: nothing else is ever hit.
 #include "integration/ClosingScene.h"
 #include "support/PrivateSession.h"
-#include "system/linux/HeldProcess.h"
+#include "system/linux/kernel/HeldProcess.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Programs that take each other's place, that have no first thread, that a debugger holds, that are
 // many, or another user's: closed as a stop closes them, each judged by what the kernel says of it.
 #include "integration/ClosingScene.h"
-#include "system/linux/HeldProcess.h"
+#include "system/linux/kernel/HeldProcess.h"
 
 #include <fcntl.h>
 #include <linux/capability.h>

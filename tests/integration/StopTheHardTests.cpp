@@ -1,7 +1,7 @@
 // A stop of programs that take it in their own ways, each while it uses the microphone: what the
 // card says of them, what is kept in the history, and what is left of them.
 #include "integration/StopScene.h"
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <algorithm>
 #include <csignal>

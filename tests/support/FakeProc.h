@@ -2,7 +2,7 @@
 #pragma once
 
 #include "support/TemporaryDirectory.h"
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <filesystem>
 #include <string>

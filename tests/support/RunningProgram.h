@@ -1,7 +1,7 @@
 // A real program that runs for as long as a test wants to look at it.
 #pragma once
 
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <signal.h>
 #include <spawn.h>

@@ -1,4 +1,4 @@
-#include "system/linux/SocketDiag.h"
+#include "system/linux/kernel/SocketDiag.h"
 
 #include <algorithm>
 #include <array>

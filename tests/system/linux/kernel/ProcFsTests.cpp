@@ -1,4 +1,4 @@
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include "support/FakeProc.h"
 #include "support/RunningProgram.h"

@@ -1,4 +1,4 @@
-#include "system/linux/EventLoop.h"
+#include "system/linux/kernel/EventLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "system/linux/NodeWatch.h"
+#include "system/linux/kernel/NodeWatch.h"
 
 #include <algorithm>
 #include <array>

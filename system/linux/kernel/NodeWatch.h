@@ -3,7 +3,7 @@
 #pragma once
 
 #include "core/base/Subscription.h"
-#include "system/linux/EventLoop.h"
+#include "system/linux/kernel/EventLoop.h"
 
 #include <cstdint>
 #include <functional>

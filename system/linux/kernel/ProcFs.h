@@ -4,7 +4,7 @@
 // has another form than the kernel's is nothing or empty; reads are bounded and never throw for it.
 #pragma once
 
-#include "system/linux/ProcEntries.h"
+#include "system/linux/kernel/ProcEntries.h"
 
 #include <functional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "system/linux/ProcMaps.h"
+#include "system/linux/kernel/ProcMaps.h"
 
 #include <charconv>
 

@@ -1,6 +1,6 @@
-#include "system/linux/HeldProcess.h"
+#include "system/linux/kernel/HeldProcess.h"
 
-#include "system/linux/ProcFs.h"
+#include "system/linux/kernel/ProcFs.h"
 
 #include <poll.h>
 #include <sys/syscall.h>

@@ -1,4 +1,4 @@
-#include "system/linux/ProcEntries.h"
+#include "system/linux/kernel/ProcEntries.h"
 
 #include <charconv>
 

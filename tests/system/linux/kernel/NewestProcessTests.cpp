@@ -1,4 +1,4 @@
-#include "system/linux/NewestProcess.h"
+#include "system/linux/kernel/NewestProcess.h"
 
 #include "support/RunningProgram.h"
 #include "support/TemporaryDirectory.h"
