@@ -1,5 +1,5 @@
 // What it costs to name a process that nobody has seen before.
-#include "system/linux/LinuxAppNames.h"
+#include "system/linux/apps/LinuxAppNames.h"
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>

@@ -2,7 +2,7 @@
 // reads what every process runs, and `pgrep -f`. The asked-for app is a program with one process, a
 // script among as many of other scripts, and a program of which nearly all processes are.
 #include "benchmarks/Crowd.h"
-#include "system/linux/AppProcesses.h"
+#include "system/linux/apps/AppProcesses.h"
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>

@@ -6,7 +6,7 @@
 
 #include "system/Machine.h"
 #include "system/linux/AlsaStatus.h"
-#include "system/linux/ProcessNaming.h"
+#include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/kernel/NodeWatch.h"
 

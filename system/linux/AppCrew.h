@@ -12,7 +12,7 @@
 // one of them must be what the user wants to see closed.
 #pragma once
 
-#include "system/linux/AppProcesses.h"
+#include "system/linux/apps/AppProcesses.h"
 #include "system/linux/kernel/HeldProcess.h"
 #include "system/linux/kernel/NewestProcess.h"
 

@@ -7,7 +7,7 @@
 
 #include "core/records/SystemSnapshot.h"
 #include "system/linux/ConnectionFacts.h"
-#include "system/linux/ProcessNaming.h"
+#include "system/linux/apps/ProcessNaming.h"
 
 #include <cstdint>
 #include <map>

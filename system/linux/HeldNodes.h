@@ -7,7 +7,7 @@
 
 #include "core/base/Scheduler.h"
 #include "system/linux/NodeHolders.h"
-#include "system/linux/ProcessNaming.h"
+#include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/kernel/NodeWatch.h"
 
 #include <functional>

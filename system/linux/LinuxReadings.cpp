@@ -1,7 +1,7 @@
 #include "system/linux/LinuxReadings.h"
 
 #include "system/SoundServer.h"
-#include "system/linux/ServingPrograms.h"
+#include "system/linux/apps/ServingPrograms.h"
 
 #include <chrono>
 #include <future>

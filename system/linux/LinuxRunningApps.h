@@ -7,7 +7,7 @@
 #pragma once
 
 #include "system/AppCloser.h"
-#include "system/linux/AppProcesses.h"
+#include "system/linux/apps/AppProcesses.h"
 #include "system/linux/kernel/NewestProcess.h"
 
 #include <string>

@@ -4,8 +4,8 @@
 
 #include "system/Machine.h"
 #include "system/linux/HeldNodes.h"
-#include "system/linux/ProcessNaming.h"
 #include "system/linux/VideoDevices.h"
+#include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/kernel/NodeWatch.h"
 

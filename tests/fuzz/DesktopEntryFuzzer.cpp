@@ -1,8 +1,8 @@
 // Whatever stands in a file that calls itself a desktop entry, or in a sandbox's description: no
 // reader may crash, and what one accepts has a name.
-#include "system/linux/DesktopEntry.h"
-#include "system/linux/FlatpakSandbox.h"
-#include "system/linux/ScriptArgument.h"
+#include "system/linux/apps/DesktopEntry.h"
+#include "system/linux/apps/FlatpakSandbox.h"
+#include "system/linux/apps/ScriptArgument.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Whatever bytes stand under /proc: no reader of an entry may crash, and what one accepts has the
 // form that it promises.
-#include "system/linux/CgroupScope.h"
+#include "system/linux/apps/CgroupScope.h"
 #include "system/linux/kernel/ProcEntries.h"
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 // A stop with real programs: what is muted, what goes, what stays, and what is said and kept of it.
 #include "integration/StopScene.h"
-#include "system/linux/LinuxAppNames.h"
+#include "system/linux/apps/LinuxAppNames.h"
 
 #include <csignal>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // Names processes as a test says, and remembers under which numbers they were kept.
 #pragma once
 
-#include "system/linux/ProcessNaming.h"
+#include "system/linux/apps/ProcessNaming.h"
 
 #include <map>
 #include <string>

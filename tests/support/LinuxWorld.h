@@ -4,7 +4,7 @@
 #pragma once
 
 #include "support/FakeProc.h"
-#include "system/linux/LinuxPlaces.h"
+#include "system/linux/apps/LinuxPlaces.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -4,7 +4,7 @@
 #include "app/shell/AppPicture.h"
 #include "app/shell/NoticePanelController.h"
 #include "support/LinuxWorld.h"
-#include "system/linux/LinuxAppNames.h"
+#include "system/linux/apps/LinuxAppNames.h"
 
 #include <QCoreApplication>
 #include <QEvent>
