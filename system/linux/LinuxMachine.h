@@ -6,13 +6,13 @@
 #include "system/MakeMachine.h"
 #include "system/SystemMonitor.h"
 #include "system/linux/LinuxConnections.h"
-#include "system/linux/PeerSockets.h"
 #include "system/linux/PulseConnection.h"
 #include "system/linux/PulseMicrophones.h"
 #include "system/linux/PulseOutputs.h"
 #include "system/linux/apps/AppProcesses.h"
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/apps/LinuxCodeSignatures.h"
+#include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
 
 #include <memory>

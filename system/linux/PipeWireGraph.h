@@ -5,13 +5,13 @@
 #pragma once
 
 #include "system/Machine.h"
-#include "system/linux/ClientIdentity.h"
 #include "system/linux/GraphModel.h"
 #include "system/linux/PipeWireConnection.h"
 #include "system/linux/ServerSocket.h"
 #include "system/linux/UseConfirmation.h"
 #include "system/linux/UseHold.h"
 #include "system/linux/apps/ProcessNaming.h"
+#include "system/linux/clients/ClientIdentity.h"
 #include "system/linux/kernel/EventLoop.h"
 
 #include <functional>

@@ -1,6 +1,6 @@
 // Whatever bytes stand where the kernel's answers about sockets are read: no crash, and every
 // connection that is told of has a name and a client's end.
-#include "system/linux/PeerSockets.h"
+#include "system/linux/clients/PeerSockets.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,8 +2,8 @@
 #include "integration/ClosingScene.h"
 #include "support/FakeNaming.h"
 #include "system/linux/NodeHolders.h"
-#include "system/linux/PeerSockets.h"
 #include "system/linux/V4l2Cameras.h"
+#include "system/linux/clients/PeerSockets.h"
 
 #include <gmock/gmock.h>
 

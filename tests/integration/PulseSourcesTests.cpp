@@ -2,8 +2,8 @@
 #include "support/FakeNaming.h"
 #include "support/PrivateSession.h"
 #include "support/Waiting.h"
-#include "system/linux/PeerSockets.h"
 #include "system/linux/PulseSources.h"
+#include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
 
 #include <gtest/gtest.h>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "support/Waiting.h"
-#include "system/linux/PeerSockets.h"
 #include "system/linux/PipeWireGraph.h"
+#include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
 
 #include <algorithm>

@@ -6,8 +6,8 @@
 #pragma once
 
 #include "core/records/SystemSnapshot.h"
-#include "system/linux/ConnectionFacts.h"
 #include "system/linux/apps/ProcessNaming.h"
+#include "system/linux/clients/ConnectionFacts.h"
 
 #include <cstdint>
 #include <map>

@@ -1,4 +1,4 @@
-#include "system/linux/PeerSockets.h"
+#include "system/linux/clients/PeerSockets.h"
 
 #include "support/TemporaryDirectory.h"
 

@@ -1,4 +1,4 @@
-#include "system/linux/ClientIdentity.h"
+#include "system/linux/clients/ClientIdentity.h"
 
 #include <algorithm>
 #include <utility>

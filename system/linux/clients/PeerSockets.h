@@ -3,7 +3,7 @@
 // Owned by the graph's reader; monitor's thread.
 #pragma once
 
-#include "system/linux/ConnectionFacts.h"
+#include "system/linux/clients/ConnectionFacts.h"
 #include "system/linux/kernel/ProcFs.h"
 #include "system/linux/kernel/SocketDiag.h"
 
