@@ -1,6 +1,6 @@
 // Whatever a server announces, in whatever order: the mirror of its graph never crashes, tells no
 // use of a node that doesn't run, and is empty again when all objects are gone.
-#include "system/linux/GraphModel.h"
+#include "system/linux/pipewire/GraphModel.h"
 
 #include <array>
 #include <cstddef>

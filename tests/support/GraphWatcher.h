@@ -3,9 +3,9 @@
 #pragma once
 
 #include "support/Waiting.h"
-#include "system/linux/PipeWireGraph.h"
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/pipewire/PipeWireGraph.h"
 
 #include <algorithm>
 #include <filesystem>

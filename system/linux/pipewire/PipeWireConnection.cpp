@@ -1,4 +1,4 @@
-#include "system/linux/PipeWireConnection.h"
+#include "system/linux/pipewire/PipeWireConnection.h"
 
 #include "core/base/Json.h"
 

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "core/base/Scheduler.h"
-#include "system/linux/GraphModel.h"
+#include "system/linux/pipewire/GraphModel.h"
 
 #include <functional>
 #include <map>

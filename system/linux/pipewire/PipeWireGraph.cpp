@@ -1,4 +1,4 @@
-#include "system/linux/PipeWireGraph.h"
+#include "system/linux/pipewire/PipeWireGraph.h"
 
 #include "core/text/Localizer.h"
 

@@ -3,8 +3,8 @@
 // only file that does, with its source. Owned by the graph's reader; the loop's thread only.
 #pragma once
 
-#include "system/linux/GraphModel.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/pipewire/GraphModel.h"
 
 #include <functional>
 #include <memory>

@@ -5,14 +5,14 @@
 #pragma once
 
 #include "system/Machine.h"
-#include "system/linux/GraphModel.h"
-#include "system/linux/PipeWireConnection.h"
-#include "system/linux/ServerSocket.h"
-#include "system/linux/UseConfirmation.h"
-#include "system/linux/UseHold.h"
 #include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/clients/ClientIdentity.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/pipewire/GraphModel.h"
+#include "system/linux/pipewire/PipeWireConnection.h"
+#include "system/linux/pipewire/ServerSocket.h"
+#include "system/linux/pipewire/UseConfirmation.h"
+#include "system/linux/pipewire/UseHold.h"
 
 #include <functional>
 #include <map>

@@ -1,4 +1,4 @@
-#include "system/linux/ServerSocket.h"
+#include "system/linux/pipewire/ServerSocket.h"
 
 #include <array>
 #include <cerrno>

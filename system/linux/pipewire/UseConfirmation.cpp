@@ -1,4 +1,4 @@
-#include "system/linux/UseConfirmation.h"
+#include "system/linux/pipewire/UseConfirmation.h"
 
 #include <algorithm>
 #include <utility>

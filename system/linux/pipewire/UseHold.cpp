@@ -1,4 +1,4 @@
-#include "system/linux/UseHold.h"
+#include "system/linux/pipewire/UseHold.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "system/linux/GraphModel.h"
+#include "system/linux/pipewire/GraphModel.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
