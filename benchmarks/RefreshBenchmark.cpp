@@ -4,12 +4,12 @@
 #include "core/records/SystemSnapshot.h"
 #include "system/SystemMonitor.h"
 #include "system/linux/LinuxReadings.h"
-#include "system/linux/PulseConnection.h"
-#include "system/linux/PulseOutputs.h"
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/kernel/ProcFs.h"
+#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseOutputs.h"
 
 #include <benchmark/benchmark.h>
 #include <csignal>

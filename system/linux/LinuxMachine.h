@@ -6,14 +6,14 @@
 #include "system/MakeMachine.h"
 #include "system/SystemMonitor.h"
 #include "system/linux/LinuxConnections.h"
-#include "system/linux/PulseConnection.h"
-#include "system/linux/PulseMicrophones.h"
-#include "system/linux/PulseOutputs.h"
 #include "system/linux/apps/AppProcesses.h"
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/apps/LinuxCodeSignatures.h"
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseMicrophones.h"
+#include "system/linux/pulse/PulseOutputs.h"
 
 #include <memory>
 #include <optional>

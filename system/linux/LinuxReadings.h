@@ -5,9 +5,9 @@
 
 #include "system/Machine.h"
 #include "system/linux/AlsaHolders.h"
-#include "system/linux/PulseSources.h"
 #include "system/linux/V4l2Cameras.h"
 #include "system/linux/pipewire/PipeWireGraph.h"
+#include "system/linux/pulse/PulseSources.h"
 
 #include <functional>
 #include <memory>

@@ -3,7 +3,7 @@
 #include "support/Recorder.h"
 #include "support/SessionFiles.h"
 #include "support/Waiting.h"
-#include "system/linux/PulseMicrophones.h"
+#include "system/linux/pulse/PulseMicrophones.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 #include "support/NullSinks.h"
 #include "support/PrivateSession.h"
 #include "support/Waiting.h"
-#include "system/linux/PulseOutputs.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/pulse/PulseOutputs.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,9 @@
 #include "support/FakeNaming.h"
 #include "support/PrivateSession.h"
 #include "support/Waiting.h"
-#include "system/linux/PulseSources.h"
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/pulse/PulseSources.h"
 
 #include <gtest/gtest.h>
 

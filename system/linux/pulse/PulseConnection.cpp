@@ -1,4 +1,4 @@
-#include "system/linux/PulseConnection.h"
+#include "system/linux/pulse/PulseConnection.h"
 
 #include <algorithm>
 #include <array>

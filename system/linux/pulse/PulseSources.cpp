@@ -1,4 +1,4 @@
-#include "system/linux/PulseSources.h"
+#include "system/linux/pulse/PulseSources.h"
 
 #include "core/text/Localizer.h"
 

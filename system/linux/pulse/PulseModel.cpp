@@ -1,4 +1,4 @@
-#include "system/linux/PulseModel.h"
+#include "system/linux/pulse/PulseModel.h"
 
 #include <set>
 

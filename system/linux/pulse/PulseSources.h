@@ -4,9 +4,9 @@
 #pragma once
 
 #include "system/Machine.h"
-#include "system/linux/PulseConnection.h"
-#include "system/linux/PulseModel.h"
 #include "system/linux/clients/ClientIdentity.h"
+#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseModel.h"
 
 #include <functional>
 #include <map>

@@ -5,8 +5,8 @@
 
 #include "system/Machine.h"
 #include "system/MicrophoneMute.h"
-#include "system/linux/ChannelVolumes.h"
-#include "system/linux/PulseConnection.h"
+#include "system/linux/pulse/ChannelVolumes.h"
+#include "system/linux/pulse/PulseConnection.h"
 
 #include <chrono>
 #include <cstdint>

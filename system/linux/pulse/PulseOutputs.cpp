@@ -1,4 +1,4 @@
-#include "system/linux/PulseOutputs.h"
+#include "system/linux/pulse/PulseOutputs.h"
 
 #include "core/text/Localizer.h"
 

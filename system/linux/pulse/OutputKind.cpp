@@ -1,4 +1,4 @@
-#include "system/linux/OutputKind.h"
+#include "system/linux/pulse/OutputKind.h"
 
 #include <algorithm>
 #include <string_view>

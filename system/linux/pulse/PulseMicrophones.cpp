@@ -1,4 +1,4 @@
-#include "system/linux/PulseMicrophones.h"
+#include "system/linux/pulse/PulseMicrophones.h"
 
 #include "core/text/Localizer.h"
 

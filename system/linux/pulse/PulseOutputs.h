@@ -3,8 +3,8 @@
 #pragma once
 
 #include "system/Machine.h"
-#include "system/linux/OutputKind.h"
-#include "system/linux/PulseConnection.h"
+#include "system/linux/pulse/OutputKind.h"
+#include "system/linux/pulse/PulseConnection.h"
 
 #include <cstddef>
 #include <functional>

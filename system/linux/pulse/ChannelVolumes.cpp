@@ -1,4 +1,4 @@
-#include "system/linux/ChannelVolumes.h"
+#include "system/linux/pulse/ChannelVolumes.h"
 
 #include <algorithm>
 #include <cmath>
