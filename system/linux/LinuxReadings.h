@@ -4,8 +4,8 @@
 #pragma once
 
 #include "system/Machine.h"
-#include "system/linux/AlsaHolders.h"
-#include "system/linux/V4l2Cameras.h"
+#include "system/linux/nodes/AlsaHolders.h"
+#include "system/linux/nodes/V4l2Cameras.h"
 #include "system/linux/pipewire/PipeWireGraph.h"
 #include "system/linux/pulse/PulseSources.h"
 

@@ -1,5 +1,5 @@
 // Whatever bytes stand in a status file or name a node: no crash, and what is closed has no owner.
-#include "system/linux/AlsaStatus.h"
+#include "system/linux/nodes/AlsaStatus.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -3,7 +3,7 @@
 #include "support/NodeUser.h"
 #include "support/TemporaryDirectory.h"
 #include "support/Waiting.h"
-#include "system/linux/AlsaHolders.h"
+#include "system/linux/nodes/AlsaHolders.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // A real program that goes on without its first thread: what it holds is found all the same.
 #include "integration/ClosingScene.h"
 #include "support/FakeNaming.h"
-#include "system/linux/NodeHolders.h"
-#include "system/linux/V4l2Cameras.h"
 #include "system/linux/clients/PeerSockets.h"
+#include "system/linux/nodes/NodeHolders.h"
+#include "system/linux/nodes/V4l2Cameras.h"
 
 #include <gmock/gmock.h>
 

@@ -4,7 +4,7 @@
 #include "support/Rights.h"
 #include "support/TemporaryDirectory.h"
 #include "support/Waiting.h"
-#include "system/linux/V4l2Cameras.h"
+#include "system/linux/nodes/V4l2Cameras.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // program, so each case runs itself again under its wrapper.
 #include "support/ChildProcess.h"
 #include "support/Waiting.h"
-#include "system/linux/VideoDevices.h"
+#include "system/linux/nodes/VideoDevices.h"
 
 #include <gtest/gtest.h>
 

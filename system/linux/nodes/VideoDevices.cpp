@@ -1,7 +1,7 @@
-#include "system/linux/VideoDevices.h"
+#include "system/linux/nodes/VideoDevices.h"
 
 #include "core/text/Localizer.h"
-#include "system/linux/NodeHolders.h"
+#include "system/linux/nodes/NodeHolders.h"
 
 #include <algorithm>
 #include <charconv>

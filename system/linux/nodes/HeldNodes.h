@@ -6,9 +6,9 @@
 #pragma once
 
 #include "core/base/Scheduler.h"
-#include "system/linux/NodeHolders.h"
 #include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/kernel/NodeWatch.h"
+#include "system/linux/nodes/NodeHolders.h"
 
 #include <functional>
 #include <map>

@@ -1,5 +1,5 @@
 #include "support/TemporaryDirectory.h"
-#include "system/linux/VideoDevices.h"
+#include "system/linux/nodes/VideoDevices.h"
 
 #include <gtest/gtest.h>
 

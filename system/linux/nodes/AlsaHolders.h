@@ -5,10 +5,10 @@
 #pragma once
 
 #include "system/Machine.h"
-#include "system/linux/AlsaStatus.h"
 #include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/kernel/NodeWatch.h"
+#include "system/linux/nodes/AlsaStatus.h"
 
 #include <functional>
 #include <map>

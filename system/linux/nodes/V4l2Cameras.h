@@ -3,11 +3,11 @@
 #pragma once
 
 #include "system/Machine.h"
-#include "system/linux/HeldNodes.h"
-#include "system/linux/VideoDevices.h"
 #include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/kernel/NodeWatch.h"
+#include "system/linux/nodes/HeldNodes.h"
+#include "system/linux/nodes/VideoDevices.h"
 
 #include <functional>
 #include <map>

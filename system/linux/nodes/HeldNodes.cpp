@@ -1,4 +1,4 @@
-#include "system/linux/HeldNodes.h"
+#include "system/linux/nodes/HeldNodes.h"
 
 #include <algorithm>
 #include <array>

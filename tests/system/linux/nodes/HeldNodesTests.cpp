@@ -1,6 +1,6 @@
 #include "support/FakeNaming.h"
 #include "support/TemporaryDirectory.h"
-#include "system/linux/HeldNodes.h"
+#include "system/linux/nodes/HeldNodes.h"
 #include "system/scripted/ScriptedTime.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "system/linux/V4l2Cameras.h"
+#include "system/linux/nodes/V4l2Cameras.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
-#include "system/linux/AlsaHolders.h"
+#include "system/linux/nodes/AlsaHolders.h"
 
-#include "system/linux/NodeHolders.h"
 #include "system/linux/kernel/ProcFs.h"
+#include "system/linux/nodes/NodeHolders.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "system/linux/NodeHolders.h"
+#include "system/linux/nodes/NodeHolders.h"
 
 #include "system/linux/kernel/ProcMaps.h"
 

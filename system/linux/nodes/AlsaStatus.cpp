@@ -1,4 +1,4 @@
-#include "system/linux/AlsaStatus.h"
+#include "system/linux/nodes/AlsaStatus.h"
 
 #include <charconv>
 
