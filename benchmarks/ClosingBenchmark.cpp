@@ -2,7 +2,7 @@
 // program that obeys: from its end to the answer; for one that ignores everything polite: from the
 // press to its end. "blocked" is the longest time that the main thread was held up meanwhile.
 #include "benchmarks/Crowd.h"
-#include "system/linux/LinuxRunningApps.h"
+#include "system/linux/closing/LinuxRunningApps.h"
 #include "system/scripted/ScriptedTime.h"
 
 #include <benchmark/benchmark.h>

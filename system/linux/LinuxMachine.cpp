@@ -3,9 +3,9 @@
 #include "core/stopping/BrowserLinux.h"
 #include "system/AppCloser.h"
 #include "system/ProtectedPrograms.h"
-#include "system/linux/AppCrew.h"
 #include "system/linux/LinuxReadings.h"
-#include "system/linux/LinuxRunningApps.h"
+#include "system/linux/closing/AppCrew.h"
+#include "system/linux/closing/LinuxRunningApps.h"
 
 #include <algorithm>
 #include <cstdlib>

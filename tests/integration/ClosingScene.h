@@ -6,7 +6,7 @@
 #include "support/RunningProgram.h"
 #include "support/TemporaryDirectory.h"
 #include "support/Waiting.h"
-#include "system/linux/LinuxRunningApps.h"
+#include "system/linux/closing/LinuxRunningApps.h"
 #include "system/scripted/ScriptedTime.h"
 
 #include <gtest/gtest.h>

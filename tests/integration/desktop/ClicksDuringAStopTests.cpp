@@ -3,7 +3,7 @@
 #include "integration/desktop/Desktop.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryDirectory.h"
-#include "system/linux/LinuxRunningApps.h"
+#include "system/linux/closing/LinuxRunningApps.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>

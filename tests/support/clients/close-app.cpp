@@ -1,7 +1,7 @@
 // Closes an app as the program does, in real time, and says how that went.
 // usage: close-app APP-ID
 // Ends with 0 if the app is gone and with 1 if not; prints the milliseconds that it took.
-#include "system/linux/LinuxRunningApps.h"
+#include "system/linux/closing/LinuxRunningApps.h"
 #include "system/scripted/ScriptedTime.h"
 
 #include <chrono>

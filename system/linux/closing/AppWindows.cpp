@@ -1,4 +1,4 @@
-#include "system/linux/AppWindows.h"
+#include "system/linux/closing/AppWindows.h"
 
 #include <unistd.h>
 #include <xcb/res.h>

@@ -1,4 +1,4 @@
-#include "system/linux/AppCrew.h"
+#include "system/linux/closing/AppCrew.h"
 
 #include <sys/resource.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
-#include "system/linux/LinuxRunningApps.h"
+#include "system/linux/closing/LinuxRunningApps.h"
 
-#include "system/linux/AppCrew.h"
-#include "system/linux/AppWindows.h"
+#include "system/linux/closing/AppCrew.h"
+#include "system/linux/closing/AppWindows.h"
 
 #include <memory>
 #include <utility>
