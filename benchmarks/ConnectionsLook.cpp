@@ -2,9 +2,9 @@
 // to, as the running program does while it uses the microphone, and prints
 //   MICROSECONDS COUNT
 // from the question to the answer, and how many connections it told of.
-#include "system/linux/LinuxConnections.h"
 #include "system/linux/apps/AppProcesses.h"
 #include "system/linux/apps/LinuxAppNames.h"
+#include "system/linux/peers/LinuxConnections.h"
 
 #include <chrono>
 #include <cstdio>

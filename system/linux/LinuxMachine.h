@@ -5,12 +5,12 @@
 
 #include "system/MakeMachine.h"
 #include "system/SystemMonitor.h"
-#include "system/linux/LinuxConnections.h"
 #include "system/linux/apps/AppProcesses.h"
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/apps/LinuxCodeSignatures.h"
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/peers/LinuxConnections.h"
 #include "system/linux/pulse/PulseConnection.h"
 #include "system/linux/pulse/PulseMicrophones.h"
 #include "system/linux/pulse/PulseOutputs.h"

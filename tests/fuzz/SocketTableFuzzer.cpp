@@ -1,6 +1,6 @@
 // Whatever bytes stand where the kernel's table of internet sockets is read: no crash, and every
 // remote end has a socket, a port and an address that can be printed.
-#include "system/linux/SocketTable.h"
+#include "system/linux/peers/SocketTable.h"
 
 #include <algorithm>
 #include <cstddef>

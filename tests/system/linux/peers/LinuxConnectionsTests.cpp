@@ -1,6 +1,6 @@
 // Connections of real sockets of this process: on loopback, and beyond it in a network of its own.
-#include "system/linux/LinuxConnections.h"
-#include "system/linux/SocketTable.h"
+#include "system/linux/peers/LinuxConnections.h"
+#include "system/linux/peers/SocketTable.h"
 
 #include <gtest/gtest.h>
 

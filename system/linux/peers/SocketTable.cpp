@@ -1,4 +1,4 @@
-#include "system/linux/SocketTable.h"
+#include "system/linux/peers/SocketTable.h"
 
 #include "system/linux/kernel/SocketDiag.h"
 

@@ -1,6 +1,6 @@
-#include "system/linux/LinuxConnections.h"
+#include "system/linux/peers/LinuxConnections.h"
 
-#include "system/linux/SocketTable.h"
+#include "system/linux/peers/SocketTable.h"
 
 #include <utility>
 
