@@ -8,10 +8,10 @@
 #include "app/replay/RecordingPlayer.h"
 #include "app/shell/AppDelegate.h"
 #include "app/shell/AppPicture.h"
-#include "app/shell/CanberraSounds.h"
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
 #include "system/MakeMachine.h"
+#include "system/linux/sounds/CanberraSounds.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

@@ -1,5 +1,5 @@
-#include "app/shell/CanberraSounds.h"
 #include "support/TemporaryDirectory.h"
+#include "system/linux/sounds/CanberraSounds.h"
 
 #include <chrono>
 #include <cstdlib>

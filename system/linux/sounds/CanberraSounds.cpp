@@ -1,4 +1,4 @@
-#include "app/shell/CanberraSounds.h"
+#include "system/linux/sounds/CanberraSounds.h"
 
 #include "core/text/Localizer.h"
 
