@@ -3,10 +3,10 @@
 #pragma once
 
 #include "app/model/AppModel.h"
-#include "app/replay/ModelRecorder.h"
 #include "app/replay/ReplayAction.h"
 #include "app/replay/ReplayStage.h"
-#include "app/replay/ReplayWriter.h"
+#include "app/telling/ModelRecorder.h"
+#include "app/telling/ReplayWriter.h"
 #include "core/text/Localizer.h"
 #include "system/scripted/ScriptedTime.h"
 

@@ -1,7 +1,7 @@
 #include "app/replay/ReplayParser.h"
 
 #include "app/replay/RecordKeys.h"
-#include "app/replay/SettingFields.h"
+#include "app/telling/SettingFields.h"
 #include "core/text/Localizer.h"
 #include "system/scripted/StrictJson.h"
 

@@ -1,6 +1,6 @@
 #include "app/replay/ReplayStage.h"
 
-#include "app/replay/SettingFields.h"
+#include "app/telling/SettingFields.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,7 +1,7 @@
 // docs/replay.md against the program: its examples give what they say, and what it names exists.
 #include "app/model/MemorySettings.h"
 #include "app/replay/ReplayParser.h"
-#include "app/replay/SettingFields.h"
+#include "app/telling/SettingFields.h"
 #include "support/TemporaryDirectory.h"
 
 #include <algorithm>

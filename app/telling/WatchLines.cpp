@@ -1,4 +1,4 @@
-#include "app/replay/WatchLines.h"
+#include "app/telling/WatchLines.h"
 
 #include "core/text/DurationFormat.h"
 #include "core/text/Localizer.h"

@@ -1,4 +1,4 @@
-#include "app/replay/ReplayWriter.h"
+#include "app/telling/ReplayWriter.h"
 
 namespace velmoran {
 

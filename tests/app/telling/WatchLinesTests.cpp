@@ -1,5 +1,5 @@
-#include "ModelFixture.h"
-#include "app/replay/WatchLines.h"
+#include "app/telling/WatchLines.h"
+#include "tests/app/ModelFixture.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

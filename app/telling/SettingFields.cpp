@@ -1,4 +1,4 @@
-#include "app/replay/SettingFields.h"
+#include "app/telling/SettingFields.h"
 
 #include "app/model/MemorySettings.h"
 #include "system/scripted/StrictJson.h"

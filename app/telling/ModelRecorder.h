@@ -3,7 +3,7 @@
 #pragma once
 
 #include "app/model/AppModel.h"
-#include "app/replay/ReplayWriter.h"
+#include "app/telling/ReplayWriter.h"
 
 #include <cstdint>
 #include <functional>

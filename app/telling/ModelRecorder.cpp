@@ -1,6 +1,6 @@
-#include "app/replay/ModelRecorder.h"
+#include "app/telling/ModelRecorder.h"
 
-#include "app/replay/SettingFields.h"
+#include "app/telling/SettingFields.h"
 
 #include <unordered_set>
 #include <utility>
