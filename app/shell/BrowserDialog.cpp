@@ -1,8 +1,8 @@
 #include "app/shell/BrowserDialog.h"
 
-#include "app/shell/CardColors.h"
-#include "app/shell/CardText.h"
-#include "app/shell/Symbols.h"
+#include "app/look/CardColors.h"
+#include "app/look/CardText.h"
+#include "app/look/Symbols.h"
 
 #include <QFontMetrics>
 #include <QHBoxLayout>

@@ -1,6 +1,6 @@
 #include "app/shell/CardButton.h"
 
-#include "app/shell/Symbols.h"
+#include "app/look/Symbols.h"
 #include "core/text/Localizer.h"
 
 #include <QFontMetrics>

@@ -3,7 +3,7 @@
 // main thread.
 #pragma once
 
-#include "app/shell/CardColors.h"
+#include "app/look/CardColors.h"
 
 #include <QPushButton>
 #include <QToolButton>

@@ -1,7 +1,7 @@
 #include "app/shell/FloatingStopView.h"
 
-#include "app/shell/CardColors.h"
-#include "app/shell/Symbols.h"
+#include "app/look/CardColors.h"
+#include "app/look/Symbols.h"
 #include "app/shell/X11Window.h"
 
 #include <QFontMetrics>

@@ -1,8 +1,8 @@
 #include "app/shell/NoticeView.h"
 
+#include "app/look/CardText.h"
+#include "app/look/Symbols.h"
 #include "app/shell/CardButton.h"
-#include "app/shell/CardText.h"
-#include "app/shell/Symbols.h"
 
 #include <QAccessible>
 #include <QPainter>

@@ -2,9 +2,9 @@
 // each change of the cards; main thread.
 #pragma once
 
+#include "app/look/AppPicture.h"
+#include "app/look/CardColors.h"
 #include "app/notices/NoticeItem.h"
-#include "app/shell/AppPicture.h"
-#include "app/shell/CardColors.h"
 
 #include <QPixmap>
 #include <QWidget>

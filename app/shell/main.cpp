@@ -1,5 +1,6 @@
 // velmoran: the program in the tray.
 #include "app/bus/BusService.h"
+#include "app/look/AppPicture.h"
 #include "app/qtbase/QtEventLoop.h"
 #include "app/qtbase/QtSettingsFile.h"
 #include "app/qtbase/StandardStreams.h"
@@ -7,7 +8,6 @@
 #include "app/qtbase/UserHistory.h"
 #include "app/replay/RecordingPlayer.h"
 #include "app/shell/AppDelegate.h"
-#include "app/shell/AppPicture.h"
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
 #include "system/MakeMachine.h"

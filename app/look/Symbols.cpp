@@ -1,4 +1,4 @@
-#include "app/shell/Symbols.h"
+#include "app/look/Symbols.h"
 
 #include <QPainter>
 #include <QPainterPath>

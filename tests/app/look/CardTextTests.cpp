@@ -1,4 +1,4 @@
-#include "app/shell/CardText.h"
+#include "app/look/CardText.h"
 
 #include <QFontMetrics>
 #include <QGuiApplication>

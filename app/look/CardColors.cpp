@@ -1,4 +1,4 @@
-#include "app/shell/CardColors.h"
+#include "app/look/CardColors.h"
 
 namespace velmoran {
 

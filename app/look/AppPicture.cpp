@@ -1,4 +1,4 @@
-#include "app/shell/AppPicture.h"
+#include "app/look/AppPicture.h"
 
 #include <QFileInfo>
 #include <utility>
