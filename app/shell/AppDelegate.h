@@ -3,7 +3,7 @@
 #pragma once
 
 #include "app/model/AppModel.h"
-#include "app/shell/BrowserDialog.h"
+#include "app/screens/BrowserDialog.h"
 #include "app/shell/FloatingStopButton.h"
 #include "app/shell/StatusItemController.h"
 #include "app/shell/StopShortcut.h"

@@ -1,6 +1,6 @@
 #include "app/ModelFixture.h"
+#include "app/screens/BrowserDialog.h"
 #include "app/shell/AppDelegate.h"
-#include "app/shell/BrowserDialog.h"
 
 #include <QAccessible>
 #include <QApplication>

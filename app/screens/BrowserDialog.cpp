@@ -1,4 +1,4 @@
-#include "app/shell/BrowserDialog.h"
+#include "app/screens/BrowserDialog.h"
 
 #include "app/look/CardColors.h"
 #include "app/look/CardText.h"
