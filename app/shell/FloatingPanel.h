@@ -3,7 +3,7 @@
 
 #include "app/shell/ClickOrDragView.h"
 #include "app/shell/FloatingStopView.h"
-#include "app/shell/OverlayPanel.h"
+#include "app/shell/surface/OverlayPanel.h"
 
 namespace velmoran {
 

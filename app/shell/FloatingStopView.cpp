@@ -2,7 +2,7 @@
 
 #include "app/look/CardColors.h"
 #include "app/look/Symbols.h"
-#include "app/shell/X11Window.h"
+#include "app/shell/surface/X11Window.h"
 
 #include <QFontMetrics>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #include "app/shell/NoticePanel.h"
 
-#include "app/shell/X11Window.h"
+#include "app/shell/surface/X11Window.h"
 
 #include <QPixmap>
 #include <QWindow>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "app/shell/NoticeStackView.h"
-#include "app/shell/OverlayPanel.h"
+#include "app/shell/surface/OverlayPanel.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #include "app/shell/NoticeStackView.h"
 
-#include "app/shell/X11Window.h"
+#include "app/shell/surface/X11Window.h"
 
 #include <cstddef>
 #include <map>

@@ -2,7 +2,7 @@
 
 #include "app/shell/PortalShortcut.h"
 #include "app/shell/X11KeyGrab.h"
-#include "app/shell/X11Window.h"
+#include "app/shell/surface/X11Window.h"
 
 #include <utility>
 

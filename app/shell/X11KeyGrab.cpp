@@ -1,6 +1,6 @@
 #include "app/shell/X11KeyGrab.h"
 
-#include "app/shell/X11Window.h"
+#include "app/shell/surface/X11Window.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>

@@ -1,4 +1,4 @@
-#include "app/shell/X11Window.h"
+#include "app/shell/surface/X11Window.h"
 
 #include <QGuiApplication>
 #include <algorithm>

@@ -1,6 +1,6 @@
-#include "app/shell/OverlayPanel.h"
+#include "app/shell/surface/OverlayPanel.h"
 
-#include "app/shell/X11Window.h"
+#include "app/shell/surface/X11Window.h"
 
 namespace velmoran {
 
