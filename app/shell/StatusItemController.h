@@ -4,8 +4,8 @@
 
 #include "app/model/AppModel.h"
 #include "app/shell/CurrentUse.h"
-#include "app/shell/NoticePanelController.h"
 #include "app/shell/TrayArrival.h"
+#include "app/shell/cards/NoticePanelController.h"
 
 #include <QMenu>
 #include <QPoint>

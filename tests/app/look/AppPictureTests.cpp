@@ -2,7 +2,7 @@
 // in a folder, through the model to the panel.
 #include "app/ModelFixture.h"
 #include "app/look/AppPicture.h"
-#include "app/shell/NoticePanelController.h"
+#include "app/shell/cards/NoticePanelController.h"
 #include "support/LinuxWorld.h"
 #include "system/linux/apps/LinuxAppNames.h"
 

@@ -1,5 +1,5 @@
 // The cards under a window manager and a mouse.
-#include "app/shell/NoticePanelController.h"
+#include "app/shell/cards/NoticePanelController.h"
 #include "integration/desktop/Desktop.h"
 
 #include <gmock/gmock.h>

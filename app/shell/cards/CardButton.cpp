@@ -1,4 +1,4 @@
-#include "app/shell/CardButton.h"
+#include "app/shell/cards/CardButton.h"
 
 #include "app/look/Symbols.h"
 #include "core/text/Localizer.h"

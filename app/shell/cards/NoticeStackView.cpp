@@ -1,4 +1,4 @@
-#include "app/shell/NoticeStackView.h"
+#include "app/shell/cards/NoticeStackView.h"
 
 #include "app/shell/surface/X11Window.h"
 

@@ -1,4 +1,4 @@
-#include "app/shell/NoticePanelController.h"
+#include "app/shell/cards/NoticePanelController.h"
 #include "core/text/Localizer.h"
 #include "system/scripted/ScriptedTime.h"
 

@@ -2,7 +2,7 @@
 // panel; main thread.
 #pragma once
 
-#include "app/shell/NoticeView.h"
+#include "app/shell/cards/NoticeView.h"
 
 #include <QRegion>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "app/shell/NoticePanel.h"
+#include "app/shell/cards/NoticePanel.h"
 
 #include "app/shell/surface/X11Window.h"
 

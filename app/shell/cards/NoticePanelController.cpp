@@ -1,6 +1,6 @@
-#include "app/shell/NoticePanelController.h"
+#include "app/shell/cards/NoticePanelController.h"
 
-#include "app/shell/NoticePlacing.h"
+#include "app/shell/cards/NoticePlacing.h"
 
 #include <QGuiApplication>
 #include <QScreen>

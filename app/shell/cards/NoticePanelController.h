@@ -3,7 +3,7 @@
 #pragma once
 
 #include "app/notices/NoticeCenter.h"
-#include "app/shell/NoticePanel.h"
+#include "app/shell/cards/NoticePanel.h"
 
 #include <QRect>
 #include <functional>

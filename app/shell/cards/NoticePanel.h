@@ -2,7 +2,7 @@
 // card, since making a window takes longer than showing one.
 #pragma once
 
-#include "app/shell/NoticeStackView.h"
+#include "app/shell/cards/NoticeStackView.h"
 #include "app/shell/surface/OverlayPanel.h"
 
 #include <vector>

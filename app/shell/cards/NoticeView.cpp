@@ -1,8 +1,8 @@
-#include "app/shell/NoticeView.h"
+#include "app/shell/cards/NoticeView.h"
 
 #include "app/look/CardText.h"
 #include "app/look/Symbols.h"
-#include "app/shell/CardButton.h"
+#include "app/shell/cards/CardButton.h"
 
 #include <QAccessible>
 #include <QPainter>

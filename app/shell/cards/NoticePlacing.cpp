@@ -1,4 +1,4 @@
-#include "app/shell/NoticePlacing.h"
+#include "app/shell/cards/NoticePlacing.h"
 
 #include <algorithm>
 
