@@ -1,4 +1,4 @@
-#include "app/shell/TrayArrival.h"
+#include "app/shell/tray/TrayArrival.h"
 
 #include "app/shell/surface/X11Window.h"
 

@@ -1,4 +1,4 @@
-#include "app/shell/StatusIcons.h"
+#include "app/shell/tray/StatusIcons.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

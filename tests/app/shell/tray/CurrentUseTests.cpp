@@ -1,4 +1,4 @@
-#include "app/shell/CurrentUse.h"
+#include "app/shell/tray/CurrentUse.h"
 #include "support/Samples.h"
 
 #include <gtest/gtest.h>

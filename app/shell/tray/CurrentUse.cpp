@@ -1,4 +1,4 @@
-#include "app/shell/CurrentUse.h"
+#include "app/shell/tray/CurrentUse.h"
 
 #include "core/text/DurationFormat.h"
 #include "core/text/Localizer.h"

@@ -1,4 +1,4 @@
-#include "app/shell/StatusIcons.h"
+#include "app/shell/tray/StatusIcons.h"
 
 #include "core/text/Localizer.h"
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "app/model/AppModel.h"
-#include "app/shell/CurrentUse.h"
-#include "app/shell/TrayArrival.h"
 #include "app/shell/cards/NoticePanelController.h"
+#include "app/shell/tray/CurrentUse.h"
+#include "app/shell/tray/TrayArrival.h"
 
 #include <QMenu>
 #include <QPoint>

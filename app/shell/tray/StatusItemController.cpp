@@ -1,7 +1,7 @@
-#include "app/shell/StatusItemController.h"
+#include "app/shell/tray/StatusItemController.h"
 
-#include "app/shell/StatusIcons.h"
-#include "app/shell/TrayInk.h"
+#include "app/shell/tray/StatusIcons.h"
+#include "app/shell/tray/TrayInk.h"
 #include "core/text/Localizer.h"
 
 #include <QApplication>

@@ -1,6 +1,6 @@
 #include "app/ModelFixture.h"
 #include "app/shell/AppDelegate.h"
-#include "app/shell/StatusItemController.h"
+#include "app/shell/tray/StatusItemController.h"
 
 #include <QMenu>
 #include <gmock/gmock.h>

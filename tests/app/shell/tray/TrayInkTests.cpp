@@ -1,4 +1,4 @@
-#include "app/shell/TrayInk.h"
+#include "app/shell/tray/TrayInk.h"
 
 #include <gtest/gtest.h>
 
