@@ -4,8 +4,8 @@
 #pragma once
 
 #include "app/model/AppModel.h"
-#include "app/shell/FloatingPanel.h"
-#include "app/shell/FloatingStopPlacing.h"
+#include "app/shell/floating/FloatingPanel.h"
+#include "app/shell/floating/FloatingStopPlacing.h"
 
 #include <QObject>
 #include <memory>

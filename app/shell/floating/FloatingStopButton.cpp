@@ -1,4 +1,4 @@
-#include "app/shell/FloatingStopButton.h"
+#include "app/shell/floating/FloatingStopButton.h"
 
 #include "core/text/Localizer.h"
 

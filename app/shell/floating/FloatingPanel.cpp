@@ -1,4 +1,4 @@
-#include "app/shell/FloatingPanel.h"
+#include "app/shell/floating/FloatingPanel.h"
 
 #include "app/shell/surface/X11Window.h"
 

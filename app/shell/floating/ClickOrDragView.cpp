@@ -1,4 +1,4 @@
-#include "app/shell/ClickOrDragView.h"
+#include "app/shell/floating/ClickOrDragView.h"
 
 #include <QMouseEvent>
 #include <cmath>

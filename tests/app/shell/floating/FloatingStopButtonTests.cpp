@@ -1,7 +1,7 @@
 #include "app/ModelFixture.h"
 #include "app/look/CardColors.h"
 #include "app/look/Symbols.h"
-#include "app/shell/FloatingStopButton.h"
+#include "app/shell/floating/FloatingStopButton.h"
 
 #include <QAccessible>
 #include <QApplication>

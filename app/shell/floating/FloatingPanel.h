@@ -1,8 +1,8 @@
 // The window of the floating button. Owned by that; main thread.
 #pragma once
 
-#include "app/shell/ClickOrDragView.h"
-#include "app/shell/FloatingStopView.h"
+#include "app/shell/floating/ClickOrDragView.h"
+#include "app/shell/floating/FloatingStopView.h"
 #include "app/shell/surface/OverlayPanel.h"
 
 namespace velmoran {

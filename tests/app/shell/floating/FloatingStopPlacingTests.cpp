@@ -1,4 +1,4 @@
-#include "app/shell/FloatingStopPlacing.h"
+#include "app/shell/floating/FloatingStopPlacing.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "app/shell/FloatingStopView.h"
+#include "app/shell/floating/FloatingStopView.h"
 
 #include "app/look/CardColors.h"
 #include "app/look/Symbols.h"
