@@ -4,8 +4,8 @@
 
 #include "app/model/AppModel.h"
 #include "app/screens/BrowserDialog.h"
-#include "app/shell/StopShortcut.h"
 #include "app/shell/floating/FloatingStopButton.h"
+#include "app/shell/shortcut/StopShortcut.h"
 #include "app/shell/tray/StatusItemController.h"
 
 #include <functional>

@@ -1,6 +1,6 @@
 #include "app/shell/AppDelegate.h"
-#include "app/shell/PortalShortcut.h"
-#include "app/shell/StopShortcut.h"
+#include "app/shell/shortcut/PortalShortcut.h"
+#include "app/shell/shortcut/StopShortcut.h"
 #include "integration/desktop/Desktop.h"
 
 #include <QAbstractNativeEventFilter>

@@ -1,7 +1,7 @@
-#include "app/shell/StopShortcut.h"
+#include "app/shell/shortcut/StopShortcut.h"
 
-#include "app/shell/PortalShortcut.h"
-#include "app/shell/X11KeyGrab.h"
+#include "app/shell/shortcut/PortalShortcut.h"
+#include "app/shell/shortcut/X11KeyGrab.h"
 #include "app/shell/surface/X11Window.h"
 
 #include <utility>

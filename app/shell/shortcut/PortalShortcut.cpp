@@ -1,4 +1,4 @@
-#include "app/shell/PortalShortcut.h"
+#include "app/shell/shortcut/PortalShortcut.h"
 
 #include "app/bus/BusProperties.h"
 #include "core/text/Localizer.h"

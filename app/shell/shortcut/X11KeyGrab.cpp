@@ -1,4 +1,4 @@
-#include "app/shell/X11KeyGrab.h"
+#include "app/shell/shortcut/X11KeyGrab.h"
 
 #include "app/shell/surface/X11Window.h"
 

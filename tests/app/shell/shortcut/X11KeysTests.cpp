@@ -1,4 +1,4 @@
-#include "app/shell/X11Keys.h"
+#include "app/shell/shortcut/X11Keys.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 // shortcut is on; owned by it. Main thread.
 #pragma once
 
-#include "app/shell/X11Keys.h"
+#include "app/shell/shortcut/X11Keys.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QObject>
