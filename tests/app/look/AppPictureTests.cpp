@@ -1,7 +1,7 @@
 // From a process to the picture on its card: who the process is, by entries and programs laid out
 // in a folder, through the model to the panel.
-#include "app/ModelFixture.h"
 #include "app/look/AppPicture.h"
+#include "app/model/ModelFixture.h"
 #include "app/shell/cards/NoticePanelController.h"
 #include "support/LinuxWorld.h"
 #include "system/linux/apps/LinuxAppNames.h"

@@ -1,4 +1,4 @@
-#include "app/ModelFixture.h"
+#include "app/model/ModelFixture.h"
 #include "app/screens/BrowserDialog.h"
 #include "app/shell/AppDelegate.h"
 

@@ -1,5 +1,5 @@
 #include "app/telling/WatchLines.h"
-#include "tests/app/ModelFixture.h"
+#include "tests/app/model/ModelFixture.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 // application of their own. Started by `main` before the first test; on the test's thread.
 #pragma once
 
-#include "app/ModelFixture.h"
+#include "app/model/ModelFixture.h"
 #include "app/qtbase/QtEventLoop.h"
 #include "support/FocusedWindow.h"
 #include "support/PrivateSession.h"

@@ -1,6 +1,6 @@
-#include "app/ModelFixture.h"
 #include "app/look/CardColors.h"
 #include "app/look/Symbols.h"
+#include "app/model/ModelFixture.h"
 #include "app/shell/floating/FloatingStopButton.h"
 
 #include <QAccessible>

@@ -1,5 +1,5 @@
 // Without X11 and without a desktop portal. What the keys do is tested on a desktop.
-#include "app/ModelFixture.h"
+#include "app/model/ModelFixture.h"
 #include "app/shell/AppDelegate.h"
 #include "app/shell/shortcut/StopShortcut.h"
 

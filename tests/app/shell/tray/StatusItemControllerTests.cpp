@@ -1,4 +1,4 @@
-#include "app/ModelFixture.h"
+#include "app/model/ModelFixture.h"
 #include "app/shell/AppDelegate.h"
 #include "app/shell/tray/StatusItemController.h"
 

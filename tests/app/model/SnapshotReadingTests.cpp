@@ -1,4 +1,4 @@
-#include "tests/app/ModelFixture.h"
+#include "tests/app/model/ModelFixture.h"
 
 namespace velmoran {
 namespace {

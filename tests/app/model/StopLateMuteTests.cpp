@@ -1,5 +1,5 @@
 // A mute that no sound server has answered to, and that takes effect later after all.
-#include "tests/app/StopFixture.h"
+#include "tests/app/model/StopFixture.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // The speakers when headphones come off.
-#include "tests/app/StopFixture.h"
+#include "tests/app/model/StopFixture.h"
 
 namespace velmoran {
 namespace {

@@ -1,5 +1,5 @@
 // Whom an app talks to while it uses a device, on a scripted machine.
-#include "tests/app/ModelFixture.h"
+#include "tests/app/model/ModelFixture.h"
 
 namespace velmoran {
 namespace {

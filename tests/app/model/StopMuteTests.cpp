@@ -1,5 +1,5 @@
 // The mute that a stop leaves, and what keeps it up.
-#include "tests/app/StopFixture.h"
+#include "tests/app/model/StopFixture.h"
 
 namespace velmoran {
 namespace {

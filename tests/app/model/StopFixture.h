@@ -1,7 +1,7 @@
 // A model on the scripted machine whose stops, questions and mutes are written down.
 #pragma once
 
-#include "tests/app/ModelFixture.h"
+#include "tests/app/model/ModelFixture.h"
 
 namespace velmoran::testing {
 

@@ -1,5 +1,5 @@
 // What a stop does and says, on a scripted machine.
-#include "tests/app/StopFixture.h"
+#include "tests/app/model/StopFixture.h"
 
 namespace velmoran {
 namespace {

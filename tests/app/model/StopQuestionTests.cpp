@@ -1,5 +1,5 @@
 // What is asked before a stop closes browsers.
-#include "tests/app/StopFixture.h"
+#include "tests/app/model/StopFixture.h"
 
 namespace velmoran {
 namespace {

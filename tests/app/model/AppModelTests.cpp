@@ -1,5 +1,5 @@
 #include "support/TemporaryDirectory.h"
-#include "tests/app/ModelFixture.h"
+#include "tests/app/model/ModelFixture.h"
 
 namespace velmoran {
 namespace {
