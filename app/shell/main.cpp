@@ -11,7 +11,7 @@
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
 #include "system/MakeMachine.h"
-#include "system/linux/sounds/CanberraSounds.h"
+#include "system/MakeSounds.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -58,7 +58,7 @@ int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder
     setSystemWords(settings, thisPlatform());
     followSystemZone();
     MachineOptions options;
-    options.sounds = std::make_unique<CanberraSounds>();
+    options.sounds = makeSounds();
     if (!deviceFolder.isEmpty()) {
         options.deviceFolder = deviceFolder.toStdString();
     }
@@ -93,9 +93,9 @@ int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString
     }
     QtEventLoop loop;
     ReplayStage stage(player->beginning(), setSystemWords);
-    CanberraSounds sounds;
+    const auto sounds = makeSounds();
     stage.machine.onSound = [&] {
-        sounds.playWarning();
+        sounds->playWarning();
     };
     AppDelegate delegate(
         stage.surroundings(loop, loop), picturesOf(stage.machine), [&app] { app.quit(); },

@@ -1,6 +1,7 @@
 #include "system/linux/sounds/CanberraSounds.h"
 
 #include "core/text/Localizer.h"
+#include "system/MakeSounds.h"
 
 #include <canberra.h>
 #include <chrono>
@@ -80,6 +81,10 @@ void CanberraSounds::playWarning() {
     player_->description = words().text("Velmoran: a warning is waiting");
     player_->isWanted = true;
     player_->changed.notify_all();
+}
+
+std::unique_ptr<Sounds> makeSounds() {
+    return std::make_unique<CanberraSounds>();
 }
 
 } // namespace velmoran
