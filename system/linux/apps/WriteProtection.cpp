@@ -71,7 +71,7 @@ std::optional<std::string> WriteProtection::realPath(const std::string& path) co
         if (!isAboveBase) {
             const bool othersWrite =
                 !isLink && ((entry.st_mode & S_IWOTH) != 0 ||
-                            ((entry.st_mode & S_IWGRP) != 0 && entry.st_gid != 0));
+                            ((entry.st_mode & S_IWGRP) != 0 && entry.st_gid != group_));
             if (entry.st_uid != owner_ || othersWrite || !isBelow(next, base)) {
                 return std::nullopt;
             }

@@ -14,8 +14,11 @@ class WriteProtection {
 public:
     WriteProtection() = default;
     /// For a stand-in of the whole file system: folders down to and with `base` aren't looked at,
-    /// and `owner` takes root's place.
-    WriteProtection(std::string base, uid_t owner) : base_(std::move(base)), owner_(owner) {}
+    /// and `owner` takes root's place, `group` that of root's group.
+    WriteProtection(std::string base, uid_t owner, gid_t group = 0)
+        : base_(std::move(base)),
+          owner_(owner),
+          group_(group) {}
 
     /// The real path of a file or folder, if it, every folder above it, and every link passed on
     /// the way belong to root and can be written by nobody else. Group root may write; access
@@ -28,6 +31,7 @@ public:
 private:
     std::string base_ = "/";
     uid_t owner_ = 0;
+    gid_t group_ = 0;
 };
 
 } // namespace velmoran
