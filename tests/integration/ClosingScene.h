@@ -3,6 +3,7 @@
 #pragma once
 
 #include "support/ChildProcess.h"
+#include "support/Rights.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryDirectory.h"
 #include "support/Waiting.h"
@@ -87,9 +88,7 @@ private:
 inline int askAsUser(const std::function<int()>& ask) {
     const pid_t child = fork();
     if (child == 0) {
-        constexpr uid_t nobody = 65534;
-        const bool isUser = getuid() != 0 || (setgid(nobody) == 0 && setuid(nobody) == 0);
-        _exit(isUser ? ask() : 99);
+        _exit(support::becomeOrdinaryUser() ? ask() : 99);
     }
     int status = 0;
     waitpid(child, &status, 0);

@@ -1,10 +1,11 @@
-// What a person's own program may do, for tests that run as root, whom no process can hide from.
-// Free functions; any thread.
+// What a person's own program may do, for tests that also run as root, whom no process can hide
+// from and no file keep out. Free functions; any thread.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include <grp.h>
 #include <linux/capability.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -29,12 +30,24 @@ inline bool giveUpRights() {
     return writeRights(none);
 }
 
-/// The command, run without root's rights.
+/// The command, run without the rights that this program has and a person's own hasn't.
 inline std::vector<std::string> withoutRights(std::vector<std::string> command) {
-    if (::geteuid() == 0) {
+    Rights rights{};
+    if (readRights(rights) && (rights[0].permitted | rights[1].permitted) != 0) {
         command.insert(command.begin(), {"setpriv", "--bounding-set=-all"});
     }
     return command;
+}
+
+/// Makes the calling process another user's, for good; only root can. May be called after a fork.
+inline bool becomeNobody() {
+    constexpr uid_t nobody = 65534;
+    return ::setgroups(0, nullptr) == 0 && ::setgid(nobody) == 0 && ::setuid(nobody) == 0;
+}
+
+/// The same if it is root's: then it is an ordinary user's in any case.
+inline bool becomeOrdinaryUser() {
+    return ::getuid() != 0 || becomeNobody();
 }
 
 /// As long as it lives its thread makes no use of root's rights, nor do the threads that it starts

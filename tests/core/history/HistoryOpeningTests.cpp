@@ -1,9 +1,9 @@
 // What becomes a history file and what must never be touched.
 #include "HistoryTools.h"
+#include "support/Rights.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace velmoran {
 namespace {
@@ -26,29 +26,6 @@ void expectRefused(const fs::path& file, const char* what) {
     EXPECT_EQ(bytesOf(file), before) << what;
     EXPECT_FALSE(fs::exists(file.string() + "-journal")) << what;
 }
-
-/// The rights of root would open everything.
-class WithoutRights {
-public:
-    WithoutRights() {
-        if (geteuid() == 0) {
-            isRoot_ = true;
-            changed_ = seteuid(65534) == 0;
-        }
-    }
-    ~WithoutRights() {
-        if (isRoot_ && seteuid(0) != 0) {
-            std::abort();
-        }
-    }
-    WithoutRights(const WithoutRights&) = delete;
-    WithoutRights& operator=(const WithoutRights&) = delete;
-    bool holds() const { return !isRoot_ || changed_; }
-
-private:
-    bool isRoot_ = false;
-    bool changed_ = false;
-};
 
 TEST(HistoryOpening, MakesFoldersAndFilesForTheirOwnerOnly) {
     const TemporaryDirectory folder;
@@ -128,17 +105,17 @@ TEST(HistoryOpening, FailsWhereTheFolderCannotBeMade) {
 
 TEST(HistoryOpening, FailsWhereTheFileMayNotBeWritten) {
     const TemporaryDirectory folder;
-    fs::permissions(folder.path(), fs::perms(0777));
     const fs::path file = folder.path("History.store");
     HistoryStore{file}.saveSession(sessionNumber(1, 1));
     fs::permissions(file, fs::perms(0444));
     const auto before = bytesOf(file);
     {
-        const WithoutRights unprivileged;
-        ASSERT_TRUE(unprivileged.holds());
+        const support::RightsLaidDown person; // root's would open everything
+        ASSERT_TRUE(person.isDone());
         EXPECT_THROW(HistoryStore{file}, std::runtime_error);
     }
     EXPECT_EQ(bytesOf(file), before);
+    fs::permissions(file, fs::perms(0600));
     EXPECT_EQ(HistoryStore{file}.sessions().size(), 1U); // and it is still good
 }
 
@@ -146,16 +123,16 @@ TEST(HistoryOpening, FailsWhereTheFileMayNotBeMadeOrRead) {
     const TemporaryDirectory folder;
     const auto secret = folder.write("secret", "");
     fs::permissions(secret, fs::perms(0000));
-    fs::permissions(folder.path(), fs::perms(0755));
+    fs::permissions(folder.path(), fs::perms(0500));
     {
-        const WithoutRights unprivileged;
-        ASSERT_TRUE(unprivileged.holds());
+        const support::RightsLaidDown person;
+        ASSERT_TRUE(person.isDone());
         EXPECT_THROW(HistoryStore{secret}, std::runtime_error);
-        if (geteuid() == 65534) {
-            EXPECT_THROW(HistoryStore{folder.path("new")}, std::runtime_error);
-        }
+        EXPECT_THROW(HistoryStore{folder.path("new")}, std::runtime_error);
     }
     EXPECT_EQ(fs::file_size(secret), 0U);
+    EXPECT_FALSE(fs::exists(folder.path("new")));
+    fs::permissions(folder.path(), fs::perms(0700)); // so that it can be removed
 }
 
 TEST(HistoryOpening, RefusesADatabaseOfAnotherProgram) {

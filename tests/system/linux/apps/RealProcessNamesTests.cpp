@@ -2,12 +2,12 @@
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/apps/LinuxCodeSignatures.h"
 
+#include "support/Rights.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
-#include <grp.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -124,11 +124,9 @@ TEST_F(RealProcessNames, AProgramMountedOverAnother) {
     const auto copy = copyOfSleep("bin/thief");
     const std::string victim = std::filesystem::canonical("/usr/bin/env");
     const std::string script = "mount --bind \"$0\" \"$1\" && exec \"$1\" 60";
-    std::vector<std::string> arguments{"unshare", "-m", "sh", "-c", script, copy, victim};
-    if (getuid() != 0) {
-        arguments.insert(arguments.begin() + 1, "-Ur");
-    }
-    const RunningProgram program("/usr/bin/unshare", arguments);
+    const std::string inOwnMounts =
+        "how=-Urm; unshare -m true 2>/dev/null && how=-m; exec unshare $how sh -c \"$0\" \"$@\"";
+    const RunningProgram program("/bin/sh", {"sh", "-c", inOwnMounts, script, copy, victim});
     const ProcFs proc;
     const bool isThere = waitUntil(
         [&] { return !program.isRunning() || proc.executableClaim(program.pid()) == victim; });
@@ -206,15 +204,11 @@ TEST_F(RealProcessNames, ASandboxAsFlatpakMakesItAndOneThatPretends) {
     EXPECT_EQ(identify(besidePid).bundleID, "unidentified:" + std::to_string(besidePid));
 }
 
-/// What a process of the given user, or the present one, says when asked by `ask`.
-int askAsUser(uid_t user, const std::function<int()>& ask) {
+/// What a process of an ordinary user says when asked by `ask`.
+int askAsUser(const std::function<int()>& ask) {
     const pid_t child = fork();
     if (child == 0) {
-        if (user != getuid() &&
-            (setgroups(0, nullptr) != 0 || setgid(user) != 0 || setuid(user) != 0)) {
-            _exit(99);
-        }
-        _exit(ask());
+        _exit(support::becomeOrdinaryUser() ? ask() : 99);
     }
     int status = 0;
     waitpid(child, &status, 0);
@@ -222,14 +216,12 @@ int askAsUser(uid_t user, const std::function<int()>& ask) {
 }
 
 TEST_F(RealProcessNames, AProcessThatForbidsBeingLookedAt) {
-    constexpr uid_t nobody = 65534;
-    const uid_t user = getuid() == 0 ? nobody : getuid();
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     const pid_t hidden = fork();
     if (hidden == 0) {
         close(ends[0]);
-        if (user != getuid() && (setgid(user) != 0 || setuid(user) != 0)) {
+        if (!support::becomeOrdinaryUser()) {
             _exit(99);
         }
         prctl(PR_SET_DUMPABLE, 0);
@@ -242,16 +234,14 @@ TEST_F(RealProcessNames, AProcessThatForbidsBeingLookedAt) {
     close(ends[1]);
     char ready = 0;
     ASSERT_EQ(read(ends[0], &ready, 1), 1);
-    EXPECT_EQ(
-        askAsUser(user,
-                  [&] {
-                      const ProcFs proc;
-                      const auto app = LinuxAppNames(LinuxPlaces::ofThisUser()).identify(hidden);
-                      return (proc.isReadable(hidden) ? 1 : 0) + (proc.comm(hidden) ? 0 : 2) +
-                             (app.name == "Unknown app" ? 0 : 4) + (app.path ? 8 : 0) +
-                             (app.bundleID == "unidentified:" + std::to_string(hidden) ? 0 : 16);
-                  }),
-        0);
+    EXPECT_EQ(askAsUser([&] {
+                  const ProcFs proc;
+                  const auto app = LinuxAppNames(LinuxPlaces::ofThisUser()).identify(hidden);
+                  return (proc.isReadable(hidden) ? 1 : 0) + (proc.comm(hidden) ? 0 : 2) +
+                         (app.name == "Unknown app" ? 0 : 4) + (app.path ? 8 : 0) +
+                         (app.bundleID == "unidentified:" + std::to_string(hidden) ? 0 : 16);
+              }),
+              0);
     close(ends[0]);
     waitpid(hidden, nullptr, 0);
 }

@@ -188,12 +188,14 @@ bool writeText(const char* path, const std::string& text) {
 bool enterOwnNetwork() {
     const auto user = ::getuid();
     const auto group = ::getgid();
-    if (::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
-        return false;
+    if (::unshare(CLONE_NEWNET) != 0) {
+        if (::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
+            return false;
+        }
+        writeText("/proc/self/setgroups", "deny");
+        writeText("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
+        writeText("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
     }
-    writeText("/proc/self/setgroups", "deny");
-    writeText("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
-    writeText("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
     const int control = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     ifreq request{};
     std::strncpy(request.ifr_name, "lo", IFNAMSIZ - 1);
