@@ -7,7 +7,7 @@
 //           READY-FILE is there
 //   relay   the same every MICROSECONDS, and at no time are there two
 //   headless  ends, and its first thread has ended long before
-//   threads  doesn't hear it, and has two threads
+//   threads  doesn't hear it, has two threads, and lets any program of its user watch it
 //   turn    becomes PROGRAM, which sleeps
 //   hide    doesn't hear it, and at SIGUSR1 lets nobody look at it any more
 // READY-FILE holds the process id once it is ready; each signal heard adds a line "heard".
@@ -118,6 +118,10 @@ int main(int count, char** arguments) {
             prctl(PR_SET_DUMPABLE, 0);
             note("hidden\n");
         });
+    }
+    if (way == "threads") {
+        // By who isn't its parent, which some systems forbid else. Fails where none does.
+        prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY);
     }
     if (way == "headless" || way == "threads") {
         std::thread([] {
