@@ -18,8 +18,6 @@
 namespace velmoran {
 namespace {
 
-constexpr uid_t nobody = 65534;
-
 /// Is over once no process is left of those that were started while it was open, nor any that they
 /// have started: all of them inherit it.
 class Lifeline {
@@ -241,12 +239,9 @@ INSTANTIATE_TEST_SUITE_P(Ways, ClosingMany, ::testing::Values("obey", "ignore"),
                          [](const auto& way) { return way.param; });
 
 /// Another user's, by a program that changes the user and then becomes the wanted one.
-class ClosingAmongUsers : public ClosingTheHard {
+class ClosingAmongUsersAsRoot : public ClosingTheHard {
 protected:
     void SetUp() override {
-        if (getuid() != 0) {
-            GTEST_SKIP() << "needs to be root, to start a process of another user";
-        }
         std::filesystem::permissions(folder.path(), std::filesystem::perms(0777));
         app = copyOf(clients + "/hard-to-end");
     }
@@ -266,8 +261,8 @@ protected:
             __user_cap_header_struct header{.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
             __user_cap_data_struct sets[2]{};
             sets[0].effective = sets[0].permitted = 1U << CAP_SYS_PTRACE;
-            const bool isOnlooker = prctl(PR_SET_KEEPCAPS, 1) == 0 && setgid(nobody) == 0 &&
-                                    setuid(nobody) == 0 && syscall(SYS_capset, &header, sets) == 0;
+            const bool isOnlooker = prctl(PR_SET_KEEPCAPS, 1) == 0 && support::becomeNobody() &&
+                                    syscall(SYS_capset, &header, sets) == 0;
             _exit(isOnlooker ? ask() : 99);
         }
         int status = 0;
@@ -278,7 +273,7 @@ protected:
     std::string app;
 };
 
-TEST_F(ClosingAmongUsers, AnothersDoesNotKeepTheOwnAppFromBeingGone) {
+TEST_F(ClosingAmongUsersAsRoot, AnothersDoesNotKeepTheOwnAppFromBeingGone) {
     const auto roots = start(app, "obey");
     EXPECT_EQ(askAsOnlooker([&] {
                   const auto own = start(app, "obey");
@@ -297,7 +292,7 @@ TEST_F(ClosingAmongUsers, AnothersDoesNotKeepTheOwnAppFromBeingGone) {
     EXPECT_TRUE(roots.program->isRunning());
 }
 
-TEST_F(ClosingAmongUsers, AnothersThatUsedSomethingIsNotGone) {
+TEST_F(ClosingAmongUsersAsRoot, AnothersThatUsedSomethingIsNotGone) {
     const auto roots = start(app, "obey");
     EXPECT_EQ(askAsOnlooker([&] {
                   const auto own = start(app, "obey");
@@ -315,7 +310,7 @@ TEST_F(ClosingAmongUsers, AnothersThatUsedSomethingIsNotGone) {
     EXPECT_TRUE(roots.program->isRunning());
 }
 
-TEST_F(ClosingAmongUsers, AnothersAloneIsNotGone) {
+TEST_F(ClosingAmongUsersAsRoot, AnothersAloneIsNotGone) {
     const auto roots = start(app, "obey");
     EXPECT_EQ(askAsOnlooker([&] {
                   close(app);
@@ -326,7 +321,7 @@ TEST_F(ClosingAmongUsers, AnothersAloneIsNotGone) {
     EXPECT_TRUE(roots.program->isRunning());
 }
 
-TEST_F(ClosingAmongUsers, RootSparesAnothersThatUsesNothing) {
+TEST_F(ClosingAmongUsersAsRoot, RootSparesAnothersThatUsesNothing) {
     const auto own = start(app, "obey");
     const auto others = startAsNobody();
     close(app);
@@ -337,7 +332,7 @@ TEST_F(ClosingAmongUsers, RootSparesAnothersThatUsesNothing) {
     EXPECT_FALSE(others.hasSaid("heard"));
 }
 
-TEST_F(ClosingAmongUsers, RootClosesAnothersThatUsesSomething) {
+TEST_F(ClosingAmongUsersAsRoot, RootClosesAnothersThatUsesSomething) {
     const auto own = start(app, "obey");
     const auto others = startAsNobody();
     ASSERT_EQ(names.identify(others.program->pid()).id(), app);
