@@ -1,5 +1,7 @@
 #include "system/linux/clients/PeerSockets.h"
 
+#include "system/linux/WriteProtection.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -7,7 +9,6 @@
 #include <linux/unix_diag.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 
 namespace velmoran {
 
@@ -121,11 +122,9 @@ bool PeerSockets::isSoundServer(pid_t pid) {
         return false;
     }
     const auto name = std::string_view(*executable).substr(executable->rfind('/') + 1);
-    struct stat file {};
     // Root's own file: a copy in somebody's home, with a socket of the same name, is no server.
     return (name == "pipewire" || name == "pipewire-pulse") &&
-           ::stat(proc_.path(pid, "exe").c_str(), &file) == 0 && file.st_uid == 0 &&
-           (file.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+           WriteProtection().protects(*executable);
 }
 
 } // namespace velmoran
