@@ -1,6 +1,6 @@
 #include "system/linux/clients/PeerSockets.h"
 
-#include "system/linux/WriteProtection.h"
+#include "system/linux/apps/WriteProtection.h"
 
 #include <algorithm>
 #include <charconv>

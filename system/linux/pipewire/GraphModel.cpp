@@ -30,13 +30,14 @@ bool isDevice(const GraphNode& node) {
     return isMicrophone(node) || isSpeaker(node) || isOfClass(node, "Video/Source");
 }
 
-/// One running node with its links to others of that kind.
+/// One running or pausing node with its links to others of that kind.
 struct Vertex {
     const GraphNode* node = nullptr;
     GraphSerial client = 0;
     std::vector<std::size_t> feeds;      ///< whoever gets anything of its output
     std::vector<std::size_t> playedFrom; ///< whoever's own output it gets, not a monitor's copy
     std::vector<std::size_t> groupMates; ///< of the same client and link group
+    bool isBesideStream = false;         ///< linked with somebody that is no device
 };
 
 using Vertices = std::vector<Vertex>;
@@ -253,15 +254,14 @@ void GraphModel::recompute() {
     std::map<std::pair<GraphSerial, std::string_view>, std::vector<std::size_t>> groups;
     GraphUses uses;
     for (const auto& [serial, node] : nodes_) {
-        const bool isRunning = node.state == GraphNode::State::running;
         if (isMicrophone(node) || isSpeaker(node)) {
-            uses.audioDevices.push_back(
-                {serial, shownName(node), isMicrophone(node), isSpeaker(node), isRunning});
+            uses.audioDevices.push_back({serial, shownName(node), isMicrophone(node),
+                                         isSpeaker(node), node.state == GraphNode::State::running});
         }
         if (isCamera(node)) {
             uses.cameras.push_back({serial, shownName(node), false, {}});
         }
-        if (!isRunning) {
+        if (node.state < GraphNode::State::pausing) {
             continue;
         }
         const auto client = node.clientID ? serialOf(*node.clientID, Kind::client) : 0;
@@ -279,11 +279,21 @@ void GraphModel::recompute() {
             input == indexOf.end()) {
             continue;
         }
-        vertices[output->second].feeds.push_back(input->second);
+        auto& from = vertices[output->second];
+        auto& into = vertices[input->second];
+        from.isBesideStream = from.isBesideStream || !isDevice(*into.node);
+        into.isBesideStream = into.isBesideStream || !isDevice(*from.node);
+        from.feeds.push_back(input->second);
         const auto port = ports_.find(entry.outputPort);
         if (port == ports_.end() || !port->second.isMonitor) {
-            vertices[input->second].playedFrom.push_back(output->second);
+            into.playedFrom.push_back(output->second);
         }
+    }
+    // A device that pauses was left, unless somebody beside it goes on.
+    for (auto& device : uses.audioDevices) {
+        const auto index = indexOf.find(device.node);
+        device.isRunning =
+            device.isRunning || (index != indexOf.end() && vertices[index->second].isBesideStream);
     }
     for (const auto& [key, members] : groups) {
         for (const auto member : members) {

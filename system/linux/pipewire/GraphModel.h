@@ -22,7 +22,8 @@ namespace velmoran {
 using GraphSerial = std::uint64_t;
 
 struct GraphNode {
-    enum class State { error, creating, suspended, idle, running };
+    /// Who is `pausing` ran a moment ago and counts as running. The server knows no such state.
+    enum class State { error, creating, suspended, idle, pausing, running };
 
     std::uint32_t id = 0;
     GraphSerial serial = 0;

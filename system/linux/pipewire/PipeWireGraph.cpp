@@ -48,6 +48,7 @@ PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, ConnectionF
       naming_(naming),
       socket_(loop, std::move(socketPath)),
       times_(times),
+      pauses_(loop, times.pause, [this](const auto& nodes) { endPauses(nodes); }),
       identity_(facts, naming, socket_.path()),
       confirmation_(loop, times.confirmation,
                     [this] {
@@ -67,6 +68,7 @@ PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, ConnectionF
 PipeWireGraph::~PipeWireGraph() {
     loop_.runAndWait([this] {
         release_.reset();
+        pauses_.clear();
         for (auto& [pid, held] : heldProcesses_) {
             held.second.reset();
             ::close(held.first);
@@ -130,6 +132,7 @@ void PipeWireGraph::disconnect() {
     isLost_ = false;
     defaultOutputIs({});
     model_.clear();
+    pauses_.clear();
     identity_.clear();
     objectIDs_.clear();
     unconfirmed_.clear();
@@ -162,7 +165,26 @@ void PipeWireGraph::nodeAppeared(std::optional<std::uint32_t> clientID) {
 }
 
 void PipeWireGraph::nodeIs(const GraphNode& node) {
-    model_.setNode(node);
+    auto counted = node;
+    const auto client = node.clientID ? model_.clientWithID(*node.clientID) : std::nullopt;
+    // What a PulseAudio client does while it starts, its confirmation sees to.
+    if (!client || !identity_.isServed(*client)) {
+        const auto* known = model_.node(node.serial);
+        counted.state = pauses_.counted(
+            node.serial, known != nullptr ? known->state : GraphNode::State::creating, node.state);
+    }
+    model_.setNode(std::move(counted));
+}
+
+void PipeWireGraph::endPauses(const std::vector<GraphSerial>& nodes) {
+    for (const auto serial : nodes) {
+        if (const auto* known = model_.node(serial)) {
+            auto node = *known;
+            node.state = GraphNode::State::idle;
+            model_.setNode(std::move(node));
+        }
+    }
+    publish();
 }
 
 void PipeWireGraph::portIs(const GraphPort& port) {
@@ -206,6 +228,7 @@ void PipeWireGraph::connectionLost() {
 }
 
 void PipeWireGraph::turnEnded() {
+    pauses_.turnEnded();
     if (isLost_) {
         // What was shown last, not what is left of it: the server takes its objects down one by
         // one before it goes.

@@ -9,6 +9,7 @@
 #include "system/linux/clients/ClientIdentity.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/pipewire/GraphModel.h"
+#include "system/linux/pipewire/PausePatience.h"
 #include "system/linux/pipewire/PipeWireConnection.h"
 #include "system/linux/pipewire/ServerSocket.h"
 #include "system/linux/pipewire/UseConfirmation.h"
@@ -37,6 +38,9 @@ struct PipeWireTimes {
     /// A stream that stopped before and whose node goes within so long was no such pause: its
     /// client has ended. It is told of for as long.
     Seconds brief = 0.05;
+    /// How long any other client's stream may pause in the midst of its use. The end of one that
+    /// pauses for longer is told so much later; that of a stream that goes is told at once.
+    Seconds pause = 0.04;
 };
 
 class PipeWireGraph : private PipeWireListener {
@@ -111,6 +115,7 @@ private:
     void holdUses();
     void releaseAfter(Seconds delay);
     void watchHeldProcesses();
+    void endPauses(const std::vector<GraphSerial>& nodes);
     void publish();
     GraphPicture livePicture();
     void tellOfBrief(const std::vector<UseConfirmation::Use>& cutShort,
@@ -124,6 +129,7 @@ private:
     ServerSocket socket_;
     Times times_;
     GraphModel model_;
+    PausePatience pauses_;
     ClientIdentity identity_;
     UseHold hold_;
     UseConfirmation confirmation_;

@@ -4,6 +4,8 @@
 //   --class CLASS   what it says it is
 //   --prop KEY=VAL  a property of the node, such as a false process id
 //   --hide          forbid other processes to look at it
+//   --camera        ask for a camera's pictures instead of the microphone
+//   --pause MS      once it has run for a moment, pause for so long
 //   --reconnect     come back by itself when the server has gone
 //   --term WAY      what to do when asked to end: "ignore" it, or "fork", end and leave a child
 //   that
@@ -25,6 +27,7 @@
 #include <pipewire/filter.h>
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/format-utils.h>
+#include <spa/param/video/format-utils.h>
 
 namespace {
 
@@ -33,6 +36,8 @@ struct Options {
     std::string filter;
     std::string mediaClass;
     std::vector<std::pair<std::string, std::string>> properties;
+    bool isCamera = false;
+    int pauseMilliseconds = 0;
     bool reconnects = false;
     bool forksOnTerm = false;
 };
@@ -40,7 +45,59 @@ struct Options {
 struct Client {
     pw_main_loop* loop = nullptr;
     bool isLost = false;
+    pw_stream* stream = nullptr; ///< or the filter
+    pw_filter* filter = nullptr;
+    spa_source* timer = nullptr;
+    int pauseMilliseconds = 0;
+    enum class Phase { starts, runs, pauses, goesOn } phase = Phase::starts;
 };
+
+void setActive(const Client& client, bool isActive) {
+    if (client.stream != nullptr) {
+        pw_stream_set_active(client.stream, isActive);
+    } else {
+        pw_filter_set_active(client.filter, isActive);
+    }
+}
+
+void wakeAfter(const Client& client, int milliseconds) {
+    timespec length{milliseconds / 1000, milliseconds % 1000 * 1'000'000};
+    pw_loop_update_timer(pw_main_loop_get_loop(client.loop), client.timer, &length, nullptr, false);
+}
+
+void onTimer(void* data, std::uint64_t) {
+    auto& client = *static_cast<Client*>(data);
+    if (client.phase == Client::Phase::runs) {
+        client.phase = Client::Phase::pauses;
+        setActive(client, false);
+        wakeAfter(client, client.pauseMilliseconds);
+        std::puts("pauses");
+    } else {
+        client.phase = Client::Phase::goesOn;
+        setActive(client, true);
+        std::puts("goes on");
+    }
+    std::fflush(stdout);
+}
+
+void isStreaming(Client& client) {
+    if (client.phase == Client::Phase::starts && client.pauseMilliseconds > 0) {
+        client.phase = Client::Phase::runs;
+        wakeAfter(client, 200);
+    }
+}
+
+void onStreamState(void* data, pw_stream_state, pw_stream_state state, const char*) {
+    if (state == PW_STREAM_STATE_STREAMING) {
+        isStreaming(*static_cast<Client*>(data));
+    }
+}
+
+void onFilterState(void* data, pw_filter_state, pw_filter_state state, const char*) {
+    if (state == PW_FILTER_STATE_STREAMING) {
+        isStreaming(*static_cast<Client*>(data));
+    }
+}
 
 void onCoreError(void* data, std::uint32_t id, int, int result, const char*) {
     auto* client = static_cast<Client*>(data);
@@ -51,7 +108,7 @@ void onCoreError(void* data, std::uint32_t id, int, int result, const char*) {
 }
 
 void onProcess(void* data) {
-    auto* stream = *static_cast<pw_stream**>(data);
+    auto* stream = static_cast<Client*>(data)->stream;
     if (auto* buffer = pw_stream_dequeue_buffer(stream)) {
         pw_stream_queue_buffer(stream, buffer);
     }
@@ -91,10 +148,19 @@ void onTerm(void*, int) {
     _exit(0);
 }
 
+const spa_pod* anyPicture(spa_pod_builder& builder) {
+    return static_cast<const spa_pod*>(
+        spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat,
+                                   SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video),
+                                   SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw)));
+}
+
 // Until the server goes. False if there was none.
 bool run(const Options& options) {
     Client client;
     client.loop = pw_main_loop_new(nullptr);
+    client.pauseMilliseconds = options.pauseMilliseconds;
+    client.timer = pw_loop_add_timer(pw_main_loop_get_loop(client.loop), onTimer, &client);
     if (options.forksOnTerm) {
         pw_loop_add_signal(pw_main_loop_get_loop(client.loop), SIGTERM, onTerm, nullptr);
     }
@@ -108,21 +174,23 @@ bool run(const Options& options) {
         spa_hook coreHook{};
         pw_core_add_listener(core, &coreHook, &coreEvents, &client);
 
-        pw_stream* stream = nullptr;
-        pw_filter* filter = nullptr;
+        auto*& stream = client.stream;
+        auto*& filter = client.filter;
         spa_hook hook{};
         pw_stream_events streamEvents{};
         streamEvents.version = PW_VERSION_STREAM_EVENTS;
         streamEvents.process = onProcess;
+        streamEvents.state_changed = onStreamState;
         pw_filter_events filterEvents{};
         filterEvents.version = PW_VERSION_FILTER_EVENTS;
         filterEvents.process = onFilterProcess;
+        filterEvents.state_changed = onFilterState;
         if (options.filter.empty()) {
             auto* props = properties(options);
-            pw_properties_set(props, PW_KEY_MEDIA_TYPE, "Audio");
+            pw_properties_set(props, PW_KEY_MEDIA_TYPE, options.isCamera ? "Video" : "Audio");
             pw_properties_set(props, PW_KEY_MEDIA_CATEGORY, "Capture");
             stream = pw_stream_new(core, "recorder", props);
-            pw_stream_add_listener(stream, &hook, &streamEvents, &stream);
+            pw_stream_add_listener(stream, &hook, &streamEvents, &client);
             std::uint8_t bytes[1024];
             spa_pod_builder builder{};
             spa_pod_builder_init(&builder, bytes, sizeof bytes);
@@ -131,7 +199,9 @@ bool run(const Options& options) {
             info.channels = 1;
             info.rate = 48000;
             const spa_pod* format =
-                spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &info);
+                options.isCamera
+                    ? anyPicture(builder)
+                    : spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &info);
             pw_stream_connect(stream, PW_DIRECTION_INPUT, PW_ID_ANY,
                               static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT |
                                                            PW_STREAM_FLAG_MAP_BUFFERS),
@@ -140,7 +210,7 @@ bool run(const Options& options) {
             auto* props = properties(options);
             pw_properties_set(props, PW_KEY_NODE_NAME, options.filter.c_str());
             filter = pw_filter_new(core, options.filter.c_str(), props);
-            pw_filter_add_listener(filter, &hook, &filterEvents, nullptr);
+            pw_filter_add_listener(filter, &hook, &filterEvents, &client);
             for (const auto direction : {PW_DIRECTION_INPUT, PW_DIRECTION_OUTPUT}) {
                 pw_filter_add_port(filter, direction, PW_FILTER_PORT_FLAG_MAP_BUFFERS, 0,
                                    pw_properties_new(PW_KEY_FORMAT_DSP, "32 bit float mono audio",
@@ -177,6 +247,10 @@ int main(int count, char** arguments) {
             prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
             continue;
         }
+        if (option == "--camera") {
+            options.isCamera = true;
+            continue;
+        }
         if (option == "--reconnect") {
             options.reconnects = true;
             continue;
@@ -184,6 +258,8 @@ int main(int count, char** arguments) {
         ++index;
         if (option == "--fd") {
             options.fd = std::atoi(value.c_str());
+        } else if (option == "--pause") {
+            options.pauseMilliseconds = std::atoi(value.c_str());
         } else if (option == "--term" && value == "ignore") {
             signal(SIGTERM, SIG_IGN);
         } else if (option == "--term" && value == "fork") {

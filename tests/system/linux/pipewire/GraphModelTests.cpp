@@ -122,6 +122,46 @@ TEST(GraphModel, TellsNothingOfALinkedStreamThatIsNotRunning) {
     EXPECT_FALSE(graph.hears(graph.app));
 }
 
+TEST(GraphModel, CountsWhoPausesForAMomentAsRunning) {
+    Desktop graph;
+    const auto stream = graph.node(graph.app, "Stream/Input/Audio");
+    const auto link = graph.link(graph.microphone, stream);
+    const auto camera = graph.camera(graph.manager);
+    const auto viewer = graph.node(graph.other, "Stream/Input/Video");
+    graph.link(camera, viewer);
+    graph.link(graph.node(graph.app, "Stream/Output/Audio"), graph.speaker);
+    const auto before = graph.model.uses();
+    for (const auto node : {stream, graph.microphone, viewer, camera, graph.speaker}) {
+        graph.setState(node, State::pausing);
+        EXPECT_EQ(graph.model.uses(), before);
+    }
+    graph.model.remove(link);
+    EXPECT_FALSE(graph.hears(graph.app)) << "it pauses, but nothing would feed it";
+    EXPECT_TRUE(graph.plays(graph.app));
+    graph.model.remove(viewer);
+    EXPECT_FALSE(graph.sees(graph.other));
+    EXPECT_FALSE(graph.model.uses().cameras[0].isRunning);
+}
+
+TEST(GraphModel, EndsADeviceThatPausesWithTheLastStreamBesideIt) {
+    Desktop graph;
+    const auto one = graph.node(graph.app, "Stream/Input/Audio", State::pausing);
+    const auto other = graph.node(graph.other, "Stream/Input/Audio");
+    graph.link(graph.microphone, one);
+    graph.link(graph.microphone, other);
+    graph.setState(graph.microphone, State::pausing);
+    const auto isRunning = [&] {
+        return graph.model.uses().audioDevices[0].isRunning;
+    };
+    EXPECT_TRUE(isRunning());
+    graph.setState(other, State::idle);
+    EXPECT_TRUE(isRunning());
+    graph.model.remove(one);
+    EXPECT_FALSE(isRunning());
+    graph.setState(graph.microphone, State::running);
+    EXPECT_TRUE(isRunning()) << "as the server says";
+}
+
 TEST(GraphModel, TellsNothingOfARunningStreamThatNothingFeeds) {
     Desktop graph;
     graph.node(graph.app, "Stream/Input/Audio");

@@ -1,0 +1,152 @@
+#include "system/linux/pipewire/PausePatience.h"
+#include "system/scripted/ScriptedTime.h"
+
+#include <gmock/gmock.h>
+
+#include <map>
+
+namespace velmoran {
+namespace {
+
+using State = GraphNode::State;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Nodes = std::vector<GraphSerial>;
+
+struct PausePatienceTest : ::testing::Test {
+    ScriptedTime time;
+    std::map<GraphSerial, State> counted; ///< as the graph keeps it
+    std::vector<Nodes> over;
+    PausePatience patience{time, 0.04, [this](const Nodes& nodes) {
+                               over.push_back(nodes);
+                               for (const auto node : nodes) {
+                                   counted[node] = State::idle;
+                               }
+                           }};
+
+    State tell(State state, GraphSerial node = 7) {
+        const auto before = counted.try_emplace(node, State::creating).first->second;
+        return counted[node] = patience.counted(node, before, state);
+    }
+};
+
+TEST_F(PausePatienceTest, MakesAShortPauseNone) {
+    EXPECT_EQ(tell(State::running), State::running);
+    EXPECT_EQ(tell(State::idle), State::pausing);
+    time.advanceTo(0.039);
+    EXPECT_EQ(tell(State::running), State::running);
+    time.advanceTo(1);
+    EXPECT_THAT(over, IsEmpty());
+}
+
+TEST_F(PausePatienceTest, EndsALongPauseOnce) {
+    tell(State::running);
+    tell(State::idle);
+    time.advanceTo(0.039);
+    EXPECT_THAT(over, IsEmpty());
+    time.advanceTo(0.04);
+    EXPECT_THAT(over, ElementsAre(ElementsAre(7)));
+    EXPECT_EQ(tell(State::idle), State::idle) << "told again, by a change of something else";
+    time.advanceTo(1);
+    EXPECT_EQ(over.size(), 1U);
+}
+
+TEST_F(PausePatienceTest, CountsNothingAsRunningThatNeverRan) {
+    EXPECT_EQ(tell(State::idle), State::idle);
+    EXPECT_EQ(tell(State::suspended), State::suspended);
+    EXPECT_EQ(tell(State::idle), State::idle);
+    EXPECT_EQ(time.nextDue(), std::nullopt);
+}
+
+TEST_F(PausePatienceTest, HasNoneWithErrorsAndClosedDevices) {
+    for (const auto end : {State::error, State::suspended, State::creating}) {
+        tell(State::running);
+        EXPECT_EQ(tell(end), end);
+        tell(State::running);
+        tell(State::idle);
+        EXPECT_EQ(tell(end), end) << "also while it pauses";
+        EXPECT_EQ(tell(State::idle), State::idle);
+    }
+    time.advanceTo(1);
+    EXPECT_THAT(over, IsEmpty());
+}
+
+TEST_F(PausePatienceTest, IsNotLengthenedByWhatIsToldMeanwhile) {
+    tell(State::running);
+    tell(State::idle);
+    time.advanceTo(0.03);
+    patience.turnEnded();
+    EXPECT_EQ(tell(State::idle), State::pausing);
+    time.advanceTo(0.04);
+    EXPECT_THAT(over, ElementsAre(ElementsAre(7)));
+}
+
+TEST_F(PausePatienceTest, BeginsAnewWithEachPause) {
+    tell(State::running);
+    for (int turn = 1; turn <= 100; ++turn) {
+        EXPECT_EQ(tell(State::idle), State::pausing);
+        time.advanceBy(0.03);
+        patience.turnEnded();
+        EXPECT_EQ(tell(State::running), State::running);
+        time.advanceBy(0.005);
+        patience.turnEnded();
+    }
+    EXPECT_THAT(over, IsEmpty());
+    tell(State::idle);
+    time.advanceBy(0.039);
+    EXPECT_THAT(over, IsEmpty());
+    time.advanceBy(0.001);
+    EXPECT_EQ(over.size(), 1U);
+}
+
+TEST_F(PausePatienceTest, BeginsAnewWithinATurn) {
+    tell(State::running);
+    tell(State::idle);
+    tell(State::running);
+    time.advanceTo(0.02);
+    patience.turnEnded();
+    tell(State::idle);
+    time.advanceTo(0.04);
+    EXPECT_THAT(over, IsEmpty());
+    time.advanceTo(0.06);
+    EXPECT_THAT(over, ElementsAre(ElementsAre(7)));
+}
+
+TEST_F(PausePatienceTest, EndsManyThatPauseAtOnceAtOnce) {
+    for (GraphSerial node = 1; node <= 100; ++node) {
+        tell(State::running, node);
+        tell(State::idle, node);
+    }
+    patience.turnEnded();
+    time.advanceTo(0.01);
+    tell(State::running, 200);
+    tell(State::idle, 200);
+    tell(State::running, 50);
+    time.advanceTo(0.04);
+    ASSERT_EQ(over.size(), 1U);
+    EXPECT_EQ(over[0].size(), 99U);
+    time.advanceTo(0.05);
+    ASSERT_EQ(over.size(), 2U);
+    EXPECT_THAT(over[1], ElementsAre(200));
+}
+
+TEST_F(PausePatienceTest, WaitsForNothingWhenNothingPauses) {
+    tell(State::running);
+    tell(State::idle);
+    tell(State::running);
+    time.advanceTo(1);
+    EXPECT_EQ(time.nextDue(), std::nullopt);
+    tell(State::idle);
+    patience.clear();
+    EXPECT_EQ(time.nextDue(), std::nullopt);
+    EXPECT_EQ(patience.counted(7, State::creating, State::idle), State::idle);
+}
+
+TEST_F(PausePatienceTest, CanBeSwitchedOff) {
+    PausePatience none(time, 0, [](const Nodes&) { FAIL(); });
+    EXPECT_EQ(none.counted(7, State::running, State::idle), State::idle);
+    EXPECT_EQ(time.nextDue(), std::nullopt);
+}
+
+} // namespace
+} // namespace velmoran
