@@ -1,11 +1,11 @@
-// A recorder that does what it is told: usage: graph-client [OPTION]...
+// A recorder that does what it is told, pauses on SIGUSR1 and goes on at SIGUSR2: usage:
+// graph-client [OPTION]...
 //   --fd N          speak over this open connection instead of an own one
 //   --filter NAME   have no class and no wishes, like a JACK client; else ask for the microphone
 //   --class CLASS   what it says it is
 //   --prop KEY=VAL  a property of the node, such as a false process id
 //   --hide          forbid other processes to look at it
 //   --camera        ask for a camera's pictures instead of the microphone
-//   --pause MS      once it has run for a moment, pause for so long
 //   --reconnect     come back by itself when the server has gone
 //   --term WAY      what to do when asked to end: "ignore" it, or "fork", end and leave a child
 //   that
@@ -37,7 +37,6 @@ struct Options {
     std::string mediaClass;
     std::vector<std::pair<std::string, std::string>> properties;
     bool isCamera = false;
-    int pauseMilliseconds = 0;
     bool reconnects = false;
     bool forksOnTerm = false;
 };
@@ -47,9 +46,6 @@ struct Client {
     bool isLost = false;
     pw_stream* stream = nullptr; ///< or the filter
     pw_filter* filter = nullptr;
-    spa_source* timer = nullptr;
-    int pauseMilliseconds = 0;
-    enum class Phase { starts, runs, pauses, goesOn } phase = Phase::starts;
 };
 
 void setActive(const Client& client, bool isActive) {
@@ -60,43 +56,12 @@ void setActive(const Client& client, bool isActive) {
     }
 }
 
-void wakeAfter(const Client& client, int milliseconds) {
-    timespec length{milliseconds / 1000, milliseconds % 1000 * 1'000'000};
-    pw_loop_update_timer(pw_main_loop_get_loop(client.loop), client.timer, &length, nullptr, false);
+void onPause(void* data, int) {
+    setActive(*static_cast<Client*>(data), false);
 }
 
-void onTimer(void* data, std::uint64_t) {
-    auto& client = *static_cast<Client*>(data);
-    if (client.phase == Client::Phase::runs) {
-        client.phase = Client::Phase::pauses;
-        setActive(client, false);
-        wakeAfter(client, client.pauseMilliseconds);
-        std::puts("pauses");
-    } else {
-        client.phase = Client::Phase::goesOn;
-        setActive(client, true);
-        std::puts("goes on");
-    }
-    std::fflush(stdout);
-}
-
-void isStreaming(Client& client) {
-    if (client.phase == Client::Phase::starts && client.pauseMilliseconds > 0) {
-        client.phase = Client::Phase::runs;
-        wakeAfter(client, 200);
-    }
-}
-
-void onStreamState(void* data, pw_stream_state, pw_stream_state state, const char*) {
-    if (state == PW_STREAM_STATE_STREAMING) {
-        isStreaming(*static_cast<Client*>(data));
-    }
-}
-
-void onFilterState(void* data, pw_filter_state, pw_filter_state state, const char*) {
-    if (state == PW_FILTER_STATE_STREAMING) {
-        isStreaming(*static_cast<Client*>(data));
-    }
+void onGoOn(void* data, int) {
+    setActive(*static_cast<Client*>(data), true);
 }
 
 void onCoreError(void* data, std::uint32_t id, int, int result, const char*) {
@@ -108,7 +73,7 @@ void onCoreError(void* data, std::uint32_t id, int, int result, const char*) {
 }
 
 void onProcess(void* data) {
-    auto* stream = static_cast<Client*>(data)->stream;
+    auto* stream = *static_cast<pw_stream**>(data);
     if (auto* buffer = pw_stream_dequeue_buffer(stream)) {
         pw_stream_queue_buffer(stream, buffer);
     }
@@ -159,8 +124,8 @@ const spa_pod* anyPicture(spa_pod_builder& builder) {
 bool run(const Options& options) {
     Client client;
     client.loop = pw_main_loop_new(nullptr);
-    client.pauseMilliseconds = options.pauseMilliseconds;
-    client.timer = pw_loop_add_timer(pw_main_loop_get_loop(client.loop), onTimer, &client);
+    pw_loop_add_signal(pw_main_loop_get_loop(client.loop), SIGUSR1, onPause, &client);
+    pw_loop_add_signal(pw_main_loop_get_loop(client.loop), SIGUSR2, onGoOn, &client);
     if (options.forksOnTerm) {
         pw_loop_add_signal(pw_main_loop_get_loop(client.loop), SIGTERM, onTerm, nullptr);
     }
@@ -180,17 +145,15 @@ bool run(const Options& options) {
         pw_stream_events streamEvents{};
         streamEvents.version = PW_VERSION_STREAM_EVENTS;
         streamEvents.process = onProcess;
-        streamEvents.state_changed = onStreamState;
         pw_filter_events filterEvents{};
         filterEvents.version = PW_VERSION_FILTER_EVENTS;
         filterEvents.process = onFilterProcess;
-        filterEvents.state_changed = onFilterState;
         if (options.filter.empty()) {
             auto* props = properties(options);
             pw_properties_set(props, PW_KEY_MEDIA_TYPE, options.isCamera ? "Video" : "Audio");
             pw_properties_set(props, PW_KEY_MEDIA_CATEGORY, "Capture");
             stream = pw_stream_new(core, "recorder", props);
-            pw_stream_add_listener(stream, &hook, &streamEvents, &client);
+            pw_stream_add_listener(stream, &hook, &streamEvents, &stream);
             std::uint8_t bytes[1024];
             spa_pod_builder builder{};
             spa_pod_builder_init(&builder, bytes, sizeof bytes);
@@ -210,7 +173,7 @@ bool run(const Options& options) {
             auto* props = properties(options);
             pw_properties_set(props, PW_KEY_NODE_NAME, options.filter.c_str());
             filter = pw_filter_new(core, options.filter.c_str(), props);
-            pw_filter_add_listener(filter, &hook, &filterEvents, &client);
+            pw_filter_add_listener(filter, &hook, &filterEvents, nullptr);
             for (const auto direction : {PW_DIRECTION_INPUT, PW_DIRECTION_OUTPUT}) {
                 pw_filter_add_port(filter, direction, PW_FILTER_PORT_FLAG_MAP_BUFFERS, 0,
                                    pw_properties_new(PW_KEY_FORMAT_DSP, "32 bit float mono audio",
@@ -258,8 +221,6 @@ int main(int count, char** arguments) {
         ++index;
         if (option == "--fd") {
             options.fd = std::atoi(value.c_str());
-        } else if (option == "--pause") {
-            options.pauseMilliseconds = std::atoi(value.c_str());
         } else if (option == "--term" && value == "ignore") {
             signal(SIGTERM, SIG_IGN);
         } else if (option == "--term" && value == "fork") {
@@ -281,6 +242,12 @@ int main(int count, char** arguments) {
             return 2;
         }
     }
+    // In all threads, so that the loop hears them.
+    sigset_t pauses;
+    sigemptyset(&pauses);
+    sigaddset(&pauses, SIGUSR1);
+    sigaddset(&pauses, SIGUSR2);
+    sigprocmask(SIG_BLOCK, &pauses, nullptr);
     pw_init(nullptr, nullptr);
     do {
         if (!run(options)) {
