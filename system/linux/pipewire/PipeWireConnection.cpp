@@ -1,6 +1,7 @@
 #include "system/linux/pipewire/PipeWireConnection.h"
 
 #include "core/base/Json.h"
+#include "system/linux/pipewire/MuteAnnouncement.h"
 
 #include <cerrno>
 #include <charconv>
@@ -90,6 +91,7 @@ struct PipeWireConnection::State {
         GraphSerial serial = 0;
         GraphNode node;
         GraphLink link;
+        MuteAnnouncement mute;
 
         Bound() = default;
         Bound(const Bound&) = delete;
@@ -439,6 +441,7 @@ struct PipeWireConnection::State {
             takeNode(object->node, info->props);
         }
         object->node.state = stateOf(info->state);
+        object->mute.nodeIs(object->proxy, *info);
         object->owner->listener.nodeIs(object->node);
     }
 

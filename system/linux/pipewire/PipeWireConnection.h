@@ -1,6 +1,6 @@
 // One life of the connection to a PipeWire server, from the open socket until either side ends it:
-// asks for all objects that matter and hands on what the server says of them. Uses libpipewire; the
-// only file that does, with its source. Owned by the graph's reader; the loop's thread only.
+// asks for all objects that matter and hands on what the server says of them. Uses libpipewire,
+// as nobody else but MuteAnnouncement. Owned by the graph's reader; the loop's thread only.
 #pragma once
 
 #include "system/linux/kernel/EventLoop.h"

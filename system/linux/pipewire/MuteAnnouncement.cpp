@@ -1,0 +1,75 @@
+#include "system/linux/pipewire/MuteAnnouncement.h"
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+// The library's headers are C: casts and unnamed parts that our warnings are not meant for.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
+#pragma GCC diagnostic ignored "-Wold-style-cast"
+#pragma GCC diagnostic ignored "-Wshadow"
+#pragma GCC diagnostic ignored "-Wcast-qual"
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+#include <pipewire/pipewire.h>
+#include <spa/param/param.h>
+#include <spa/param/props.h>
+#include <spa/pod/builder.h>
+
+namespace velmoran {
+
+namespace {
+
+std::string_view textIn(const spa_dict* dict, const char* key) {
+    const char* value = spa_dict_lookup(dict, key);
+    return value == nullptr ? std::string_view() : std::string_view(value);
+}
+
+bool isDeviceWithoutRoute(const spa_dict* props) {
+    const auto mediaClass = textIn(props, PW_KEY_MEDIA_CLASS);
+    const auto routes = textIn(props, "device.routes");
+    return (mediaClass.starts_with("Audio/Source") || mediaClass.starts_with("Audio/Sink") ||
+            mediaClass.starts_with("Audio/Duplex")) &&
+           (routes.empty() || routes == "0");
+}
+
+// The converter sets its mixer up and announces its properties when one of its parameters is
+// written. It knows this one as a number: a text without one leaves it as it is.
+void writeNothing(pw_proxy* node) {
+    std::array<std::uint8_t, 256> buffer{};
+    spa_pod_builder builder{};
+    spa_pod_builder_init(&builder, buffer.data(), buffer.size());
+    spa_pod_frame object{};
+    spa_pod_frame parameters{};
+    spa_pod_builder_push_object(&builder, &object, SPA_TYPE_OBJECT_Props, SPA_PARAM_Props);
+    spa_pod_builder_prop(&builder, SPA_PROP_params, 0);
+    spa_pod_builder_push_struct(&builder, &parameters);
+    spa_pod_builder_string(&builder, "channelmix.rear-delay");
+    spa_pod_builder_string(&builder, "");
+    spa_pod_builder_pop(&builder, &parameters);
+    const auto* written = static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &object));
+    if (written != nullptr) {
+        pw_node_set_param(reinterpret_cast<pw_node*>(node), SPA_PARAM_Props, 0, written);
+    }
+}
+
+} // namespace
+
+void MuteAnnouncement::nodeIs(pw_proxy* node, const pw_node_info& info) {
+    if (info.props != nullptr) {
+        isConcerned_ = isDeviceWithoutRoute(info.props);
+    }
+    if (isSettled_ || !isConcerned_) {
+        return;
+    }
+    if (info.state == PW_NODE_STATE_SUSPENDED || info.state == PW_NODE_STATE_IDLE) {
+        writeNothing(node);
+        isSettled_ = true;
+    } else if (info.state == PW_NODE_STATE_RUNNING) {
+        isSettled_ = true;
+    }
+}
+
+#pragma GCC diagnostic pop
+
+} // namespace velmoran
