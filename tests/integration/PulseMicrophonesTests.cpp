@@ -1,4 +1,5 @@
 // Microphones of real sound servers, muted and heard by real recorders.
+#include "support/GraphWatcher.h"
 #include "support/PrivateSession.h"
 #include "support/Recorder.h"
 #include "support/SessionFiles.h"
@@ -47,6 +48,7 @@ protected:
             startPulseAudio();
         } else {
             session_.startSound();
+            session_.enter();
         }
     }
     void startPulseAudio() { session_.startPulseAudio({"module-device-restore"}); }
@@ -118,7 +120,14 @@ protected:
         return session_.run({"pactl", "get-source-volume", source}).output;
     }
 
+    /// As in the machine. What is changed of a microphone is told of from then on.
+    void readGraph() {
+        if (!graph_ && session_.child("pipewire")) {
+            graph_ = std::make_unique<support::GraphWatcher>();
+        }
+    }
     void connect() {
+        readGraph();
         connection_ = std::make_unique<PulseConnection>(address());
         microphones_ = std::make_unique<PulseMicrophones>(*connection_);
         arrival_ = microphones_->onArrival([this] { ++arrivals_; });
@@ -155,6 +164,7 @@ protected:
     }
 
     PrivateSession session_;
+    std::unique_ptr<support::GraphWatcher> graph_; ///< where the server has one
     std::unique_ptr<PulseConnection> connection_;
     std::unique_ptr<PulseMicrophones> microphones_;
     Subscription arrival_;
@@ -197,6 +207,7 @@ TEST_P(PulseMicrophonesTest, LeaveMonitorsOfOutputsAlone) {
 TEST_P(PulseMicrophonesTest, KeepTheUsersVolumeOfEachChannel) {
     startServer();
     addStereo("stereo");
+    readGraph();
     run({"pactl", "set-source-volume", "stereo", "37%", "81%"});
     ASSERT_TRUE(waitUntil([&] {
         const auto text = volumes("stereo");
@@ -363,6 +374,7 @@ TEST_P(PulseMicrophonesTest, StayAsTheUserHadMutedThemHimself) {
     startServer();
     addMicrophone("mic");
     addMicrophone("headset");
+    readGraph();
     run({"pactl", "set-source-mute", "headset", "1"});
     ASSERT_TRUE(becomes(true, "headset"));
     connect();

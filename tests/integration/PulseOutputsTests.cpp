@@ -1,4 +1,5 @@
 // Outputs of a real sound server: null sinks that say of themselves what real cards say.
+#include "support/GraphWatcher.h"
 #include "support/NullSinks.h"
 #include "support/PrivateSession.h"
 #include "support/Waiting.h"
@@ -98,6 +99,8 @@ TEST_F(PulseOutputsTest, TellTheDefaultOutputAndFollowIt) {
 
 TEST_F(PulseOutputsTest, TellVolumeAndMute) {
     session_.startSound();
+    session_.enter();
+    const support::GraphWatcher graph;
     PulseConnection connection(address());
     PulseOutputs outputs(connection, loop_);
     sinks_.add("speakers", "Laptop Speakers", "device.bus=pci");
@@ -117,6 +120,8 @@ TEST_F(PulseOutputsTest, TellVolumeAndMute) {
 
 TEST_F(PulseOutputsTest, AreMutedAndUnmutedForReal) {
     session_.startSound();
+    session_.enter();
+    const support::GraphWatcher graph;
     PulseConnection connection(address());
     PulseOutputs outputs(connection, loop_);
     sinks_.add("speakers", "Laptop Speakers", "device.bus=pci");

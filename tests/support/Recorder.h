@@ -35,6 +35,19 @@ public:
         });
     }
 
+    /// Whether all was silent, from the first sample to now.
+    [[nodiscard]] bool hasHeardNothing() const {
+        std::ifstream stream(file_, std::ios::binary);
+        std::size_t heard = 0;
+        for (std::int16_t one = 0; stream.read(reinterpret_cast<char*>(&one), sizeof one);
+             ++heard) {
+            if (one != 0) {
+                return false;
+            }
+        }
+        return heard > 0;
+    }
+
 private:
     using Samples = std::vector<std::int16_t>;
     /// A tenth of a second, all of it recorded after the question.
