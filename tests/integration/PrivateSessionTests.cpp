@@ -56,7 +56,9 @@ TEST(PrivateSession, APulseRecorderHearsTheMicrophoneUntilItIsMuted) {
 TEST(PrivateSession, ACameraClientGetsPictures) {
     PrivateSession session;
     session.startSound();
-    ASSERT_TRUE(session.addCamera()) << "GStreamer's plug-in for PipeWire isn't installed";
+    if (!session.addCamera()) {
+        GTEST_SKIP() << "GStreamer's plug-in for PipeWire isn't installed";
+    }
     const auto client =
         session.run({"gst-launch-1.0", "-q", "pipewiresrc", "target-object=virtual-camera",
                      "num-buffers=3", "!", "video/x-raw", "!", "fakesink"});

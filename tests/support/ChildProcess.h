@@ -58,6 +58,8 @@ public:
     [[nodiscard]] std::string errors() const;
     /// Which program couldn't be executed, and why; empty if it could.
     [[nodiscard]] const std::string& neverBegan() const { return neverBegan_; }
+    /// Whether that was because there is no such program.
+    [[nodiscard]] bool isMissing() const { return isMissing_; }
     /// The command, for people.
     [[nodiscard]] const std::string& title() const { return title_; }
 
@@ -67,6 +69,7 @@ private:
     Options options_;
     std::string title_;
     std::string neverBegan_;
+    bool isMissing_ = false;
     pid_t pid_ = -1;
     int pidFd_ = -1;
     std::optional<ExitStatus> status_;

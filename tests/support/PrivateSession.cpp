@@ -47,7 +47,7 @@ PrivateSession::PrivateSession() {
     }
     folder_ = pattern;
     environment_ = {
-        {"PATH", inheritedOr("PATH", "/usr/bin:/bin")},
+        {"PATH", inheritedOr("PATH", "/usr/bin:/bin") + ":" UNPACKED_PROGRAMS},
         {"LANG", "C.UTF-8"},
         {"LC_ALL", "C.UTF-8"},
         {"HOME", home()},
@@ -246,6 +246,10 @@ ChildProcess& PrivateSession::start(const std::string& name,
                                                              .errors = file(stem + ".err"),
                                                              .inheritsTerminal = false,
                                                          })});
+    if (children_.back().process->isMissing()) {
+        children_.pop_back();
+        throw NotInstalled(arguments.front() + " isn't installed");
+    }
     return *children_.back().process;
 }
 

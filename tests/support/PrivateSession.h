@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,11 @@ struct Finished {
 
 /// Whether a server takes connections at this socket.
 [[nodiscard]] bool socketAnswers(const std::filesystem::path& socketPath);
+
+/// A program of another's isn't on this machine. A test that ends by it counts as skipped.
+struct NotInstalled : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 class PrivateSession {
 public:
@@ -44,7 +50,8 @@ public:
     /// Gives this process the same environment, for code under test that runs in the test itself.
     void enter() const;
 
-    // Each returns when the server can be used, or throws std::runtime_error with its log.
+    // Each returns when the server can be used, or throws std::runtime_error with its log, or
+    // NotInstalled. What isn't in the PATH is looked for among the unpacked packages.
     void startBus();
     void startPipeWire();
     void startWirePlumber();
@@ -73,7 +80,7 @@ public:
     /// Null when there is none of that name.
     [[nodiscard]] ChildProcess* child(const std::string& name);
 
-    /// Starts a program in the session that runs beside the test.
+    /// Starts a program in the session that runs beside the test. Throws NotInstalled.
     ChildProcess& start(const std::string& name, const std::vector<std::string>& arguments);
     /// Runs a program to its end, or kills it after `bound`.
     Finished run(const std::vector<std::string>& arguments, Bound bound = patience);

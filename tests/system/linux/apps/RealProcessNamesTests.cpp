@@ -83,7 +83,7 @@ TEST_F(RealProcessNames, AScriptByItsOwnLineAndByItsInterpreters) {
 TEST_F(RealProcessNames, APythonScriptWithARelativeName) {
     const auto python = std::filesystem::path("/usr/bin/python3");
     if (!std::filesystem::exists(python)) {
-        GTEST_SKIP() << "needs Python";
+        GTEST_SKIP() << "Python isn't installed";
     }
     const auto script = home.write("bin/recorder.py", "import time\ntime.sleep(60)\n");
     const auto folder = std::filesystem::current_path();
@@ -142,7 +142,7 @@ TEST_F(RealProcessNames, AProgramMountedOverAnother) {
 TEST_F(RealProcessNames, ASandboxAsFlatpakMakesItAndOneThatPretends) {
     const std::string bwrap = "/usr/bin/bwrap";
     if (!std::filesystem::exists(bwrap)) {
-        GTEST_SKIP() << "needs bubblewrap";
+        GTEST_SKIP() << "bubblewrap isn't installed";
     }
     const std::string deployed = "flatpak/app/org.example.App/x86_64/stable/abc/files";
     copyOfSleep(deployed + "/bin/player");
