@@ -8,6 +8,7 @@
 #include "app/qtbase/UserHistory.h"
 #include "app/replay/RecordingPlayer.h"
 #include "app/shell/AppDelegate.h"
+#include "app/shell/DisplayChoice.h"
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
 #include "system/MakeMachine.h"
@@ -22,7 +23,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <xcb/xcb.h>
 
 namespace {
 
@@ -33,14 +33,6 @@ constexpr int wrongArguments = 2;
 int complain(const std::string& what, int status) {
     std::cerr << "velmoran: " << what << '\n';
     return status;
-}
-
-/// Qt would end the process with a core dump if it doesn't.
-bool displayAnswers() {
-    xcb_connection_t* x = xcb_connect(nullptr, nullptr);
-    const bool answers = xcb_connection_has_error(x) == 0;
-    xcb_disconnect(x);
-    return answers;
 }
 
 AppPicture picturesOf(Machine& machine) {
@@ -120,21 +112,10 @@ int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString
 
 int main(int argc, char** argv) {
     fillStandardStreams();
-    // Cards have to be placed and stay on top, which a Wayland compositor leaves to no program.
-    std::string noDisplay;
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        const auto display = qgetenv("DISPLAY").toStdString();
-        if (!display.empty() && displayAnswers()) {
-            qputenv("QT_QPA_PLATFORM", "xcb");
-        } else if (!display.empty()) {
-            noDisplay = "the display \"" + display + "\" can't be reached";
-        } else if (qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-            noDisplay = "there is no display";
-        }
-    }
-    if (!noDisplay.empty()) {
-        qputenv("QT_QPA_PLATFORM", "minimal"); // enough to read the arguments
-    }
+    const auto display = chooseDisplay(displayFacts());
+    // One that shows nothing is enough to read the arguments.
+    qputenv("QT_QPA_PLATFORM",
+            display.platform.empty() ? "minimal" : QByteArray::fromStdString(display.platform));
     // Before any other thread, so that all of them leave these signals to the main one.
     SignalWatch signals([] { QApplication::quit(); });
     QApplication app(argc, argv);
@@ -175,8 +156,8 @@ int main(int argc, char** argv) {
                             "\"; velmoran --help tells what there is",
                         wrongArguments);
     }
-    if (!noDisplay.empty()) {
-        return complain(noDisplay + "; velmoranctl watch runs in a terminal", 1);
+    if (!display.problem.empty()) {
+        return complain(display.problem + "; velmoranctl watch runs in a terminal", 1);
     }
     try {
         if (parser.isSet(demo)) {

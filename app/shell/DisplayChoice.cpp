@@ -1,0 +1,202 @@
+#include "app/shell/DisplayChoice.h"
+
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QLibrary>
+#include <QLibraryInfo>
+#include <QPluginLoader>
+#include <QStringList>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+namespace velmoran {
+
+namespace {
+
+constexpr unsigned patienceSeconds = 3;
+
+bool isX(const std::string& platform) {
+    return platform == "xcb";
+}
+
+bool isWayland(const std::string& platform) {
+    return platform.starts_with("wayland");
+}
+
+/// In another process, since libxcb waits for ever for a server that takes a connection and then
+/// says nothing.
+bool xAnswers() {
+    const pid_t asking = ::fork();
+    if (asking == 0) {
+        std::signal(SIGALRM, SIG_DFL);
+        sigset_t alarm;
+        sigemptyset(&alarm);
+        sigaddset(&alarm, SIGALRM);
+        ::sigprocmask(SIG_UNBLOCK, &alarm, nullptr);
+        ::alarm(patienceSeconds);
+        ::_exit(xcb_connection_has_error(xcb_connect(nullptr, nullptr)) == 0 ? 0 : 1);
+    }
+    int status = 1;
+    while (asking > 0 && ::waitpid(asking, &status, 0) < 0 && errno == EINTR) {
+    }
+    return asking > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// Whether the compositor at that socket answers wl_display.sync, its protocol's question for a
+/// sign of life. A connection alone may be one to a socket that nobody serves any more.
+bool waylandAnswers(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.empty() || path.size() >= sizeof address.sun_path) {
+        return false;
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    // Not blocking: with a full queue the connection itself would wait.
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (socket < 0) {
+        return false;
+    }
+    constexpr std::uint32_t display = 1;
+    constexpr std::uint32_t sizeAndSync = 12U << 16U;
+    constexpr std::uint32_t callback = 2;
+    const std::array<std::uint32_t, 3> question{display, sizeAndSync, callback};
+    bool answers = false;
+    if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+        ::send(socket, question.data(), sizeof question, MSG_NOSIGNAL) == sizeof question) {
+        pollfd reply{.fd = socket, .events = POLLIN, .revents = 0};
+        std::array<std::byte, 8> header{};
+        answers = ::poll(&reply, 1, patienceSeconds * 1000) > 0 &&
+                  ::recv(socket, header.data(), header.size(), 0) > 0;
+    }
+    ::close(socket);
+    return answers;
+}
+
+std::string waylandSocket(const std::string& display) {
+    const auto folder = qgetenv("XDG_RUNTIME_DIR").toStdString();
+    return display.starts_with('/') || folder.empty() ? display : folder + '/' + display;
+}
+
+/// By what the plug-ins say of themselves, without loading one.
+bool hasPlatform(const std::string& platform) {
+    QStringList folders = QCoreApplication::libraryPaths();
+    folders << QLibraryInfo::path(QLibraryInfo::PluginsPath);
+    for (auto& folder : folders) {
+        folder += QStringLiteral("/platforms");
+    }
+    folders << qEnvironmentVariable("QT_QPA_PLATFORM_PLUGIN_PATH");
+    for (const auto& folder : folders) {
+        const QDir place(folder);
+        for (const auto& file : place.entryList(QDir::Files)) {
+            if (folder.isEmpty() || !QLibrary::isLibrary(file)) {
+                continue;
+            }
+            const auto keys = QPluginLoader(place.filePath(file))
+                                  .metaData()
+                                  .value(QLatin1String("MetaData"))
+                                  .toObject()
+                                  .value(QLatin1String("Keys"))
+                                  .toArray();
+            if (keys.contains(QString::fromStdString(platform))) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// Asks each server once at most.
+class Reachable {
+public:
+    explicit Reachable(const DisplayFacts& facts) : facts_(facts) {}
+
+    bool x() {
+        if (!x_) {
+            x_ = !facts_.xDisplay.empty() && facts_.xAnswers();
+        }
+        return *x_;
+    }
+    bool wayland() {
+        if (!wayland_) {
+            wayland_ = !facts_.waylandDisplay.empty() && facts_.waylandAnswers();
+        }
+        return *wayland_;
+    }
+    bool usable(const std::string& platform) {
+        return (!isX(platform) || x()) && (!isWayland(platform) || wayland()) &&
+               facts_.hasPlatform(platform);
+    }
+
+private:
+    const DisplayFacts& facts_;
+    std::optional<bool> x_;
+    std::optional<bool> wayland_;
+};
+
+std::string why(const DisplayFacts& facts, Reachable& reachable) {
+    const auto x = "the display \"" + facts.xDisplay + '"';
+    const auto wayland = "the Wayland display \"" + facts.waylandDisplay + '"';
+    if (facts.xDisplay.empty() && facts.waylandDisplay.empty()) {
+        return "there is no display";
+    }
+    if (reachable.wayland()) {
+        const std::string missing = "Qt can't show anything on " + wayland +
+                                    " without its plug-in for it (the package qt6-wayland)";
+        return facts.xDisplay.empty() ? missing : x + " can't be reached, and " + missing;
+    }
+    if (reachable.x()) {
+        return "Qt can't show anything on " + x + " without its plug-in for it (xcb)";
+    }
+    if (facts.waylandDisplay.empty()) {
+        return x + " can't be reached";
+    }
+    return facts.xDisplay.empty() ? wayland + " can't be reached"
+                                  : "neither " + x + " nor " + wayland + " can be reached";
+}
+
+} // namespace
+
+DisplayChoice chooseDisplay(const DisplayFacts& facts) {
+    Reachable reachable(facts);
+    for (const auto& one : QString::fromStdString(facts.wanted).split(';', Qt::SkipEmptyParts)) {
+        // After a colon stand the platform's own options.
+        if (reachable.usable(one.section(':', 0, 0).toStdString())) {
+            return {.platform = one.toStdString(), .problem = {}};
+        }
+    }
+    for (const char* platform : {"xcb", "wayland"}) {
+        if (reachable.usable(platform)) {
+            return {.platform = platform, .problem = {}};
+        }
+    }
+    return {.platform = {}, .problem = why(facts, reachable)};
+}
+
+DisplayFacts displayFacts() {
+    DisplayFacts facts;
+    facts.wanted = qgetenv("QT_QPA_PLATFORM").toStdString();
+    facts.xDisplay = qgetenv("DISPLAY").toStdString();
+    facts.waylandDisplay = qgetenv("WAYLAND_DISPLAY").toStdString();
+    facts.xAnswers = xAnswers;
+    facts.waylandAnswers = [display = facts.waylandDisplay] {
+        return waylandAnswers(waylandSocket(display));
+    };
+    facts.hasPlatform = hasPlatform;
+    return facts;
+}
+
+} // namespace velmoran
