@@ -465,9 +465,7 @@ TEST_F(PipeWireGraphWithServers, LeavesNothingBehindAfterHundredsOfClients) {
 }
 
 TEST_F(PipeWireGraphWithServers, TellsWhoSeesACamera) {
-    if (!session.addCamera()) {
-        GTEST_SKIP() << "GStreamer's plug-in for PipeWire isn't installed";
-    }
+    session.addCamera();
     GraphWatcher watcher;
     ASSERT_TRUE(waitUntil([&] {
         std::vector<CameraUse> cameras;

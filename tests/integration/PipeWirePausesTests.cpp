@@ -113,7 +113,7 @@ TEST_F(PipeWirePauses, AreNoneOfAStreamOrAFilterThatGoesOn) {
 }
 
 TEST_F(PipeWirePauses, AreNoneOfTheUserOfACamera) {
-    ASSERT_TRUE(session.addCamera());
+    session.addCamera();
     GraphWatcher watcher({.pause = endless});
     auto& client = session.start(
         "client", {graphClient, "--camera", "--prop", "target.object=virtual-camera"});
@@ -126,7 +126,7 @@ TEST_F(PipeWirePauses, AreNoneOfTheUserOfACamera) {
 }
 
 TEST_F(PipeWirePauses, AreNoneOfWhatGStreamerDoesWhileItStarts) {
-    ASSERT_TRUE(session.addCamera());
+    session.addCamera();
     GraphWatcher watcher({.pause = endless});
     const auto use = [&](const std::string& device, const std::string& type,
                          Names GraphWatcher::Picture::*kind) {

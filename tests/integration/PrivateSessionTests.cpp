@@ -56,13 +56,14 @@ TEST(PrivateSession, APulseRecorderHearsTheMicrophoneUntilItIsMuted) {
 TEST(PrivateSession, ACameraClientGetsPictures) {
     PrivateSession session;
     session.startSound();
-    if (!session.addCamera()) {
-        GTEST_SKIP() << "GStreamer's plug-in for PipeWire isn't installed";
+    session.addCamera();
+    // One after the other, as users come and go.
+    for (int reader = 0; reader < 2; ++reader) {
+        const auto client =
+            session.run({"gst-launch-1.0", "-q", "pipewiresrc", "target-object=virtual-camera",
+                         "num-buffers=3", "!", "video/x-raw", "!", "fakesink"});
+        EXPECT_TRUE(client.succeeded()) << client.errors << session.logs();
     }
-    const auto client =
-        session.run({"gst-launch-1.0", "-q", "pipewiresrc", "target-object=virtual-camera",
-                     "num-buffers=3", "!", "video/x-raw", "!", "fakesink"});
-    EXPECT_TRUE(client.succeeded()) << client.errors << session.logs();
 }
 
 TEST(PrivateSession, HasADisplayWithAWindowManagerAndATray) {

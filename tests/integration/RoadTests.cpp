@@ -73,9 +73,7 @@ TEST_F(Road, TellsOfAPulseRecorder) {
 }
 
 TEST_F(Road, TellsOfACameraOfTheSoundServer) {
-    if (!session_.addCamera()) {
-        GTEST_SKIP() << "GStreamer's plug-in for PipeWire isn't installed";
-    }
+    session_.addCamera();
     checkUse({"gst-launch-1.0", "-q", "pipewiresrc", "target-object=virtual-camera", "!",
               "video/x-raw", "!", "fakesink"},
              "gst-launch-1.0", Device::camera, "gst-launch-1.0 turned on the camera");

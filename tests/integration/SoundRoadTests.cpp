@@ -160,7 +160,7 @@ protected:
 TEST_F(GuardedSpeakers, AreMutedWhenHeadphonesGoWhileAnAppPlays) {
     settings_.setBoolean("monitorSpeakerUse", true);
     listen("Buds", "device.bus=bluetooth");
-    session_.addMicrophone(); // for its file with the tone
+    support::writeFile(session_.file("tone.wav"), support::files::tone(std::chrono::minutes(10)));
     // It plays there all the time, so that its use doesn't depend on how fast a stream is moved.
     session_.start("player", {"paplay", "--device=speakers", session_.file("tone.wav")});
     ASSERT_TRUE(becomes([&] { return model_->sessions(Device::speaker).size() == 1; }))

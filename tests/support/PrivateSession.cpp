@@ -160,15 +160,7 @@ void PrivateSession::startSound() {
 }
 
 void PrivateSession::addMicrophone(const std::string& name, const std::string& description) {
-    const auto tone = file("tone.wav");
-    if (!std::filesystem::exists(tone)) {
-        writeFile(tone, files::tone(std::chrono::minutes(10)));
-    }
-    // The role is what the session manager remembers its mute by.
-    start(name, {"pw-cat", "-p", "--media-role", name, "-P",
-                 "media.class=Audio/Source node.name=" + name + " node.description=\"" +
-                     description + "\"",
-                 "--target", "0", tone});
+    start(name, {VIRTUAL_DEVICE, "microphone", name, description});
     // A recorder may come as soon as the session manager has taken it for a default source.
     await(
         [&] {
@@ -182,22 +174,10 @@ void PrivateSession::addMicrophone(const std::string& name, const std::string& d
         description);
 }
 
-bool PrivateSession::addCamera(const std::string& name, const std::string& description) {
-    // Not by --exists, which also wants the plug-in to have GStreamer's own version.
-    if (!run({"gst-inspect-1.0", "pipewiresink"}).succeeded() ||
-        !run({"gst-inspect-1.0", "videotestsrc"}).succeeded()) {
-        return false;
-    }
-    // The quotes are for gst-launch's own reader of pipelines and for the structure's.
-    const std::string properties =
-        "stream-properties=\"props,media.class=Video/Source,media.role=Camera,node.name=" + name +
-        ",node.description=\\\"" + description + "\\\"\"";
-    start(name, {"gst-launch-1.0", "-q", "videotestsrc", "is-live=true", "!",
-                 "video/x-raw,format=YUY2,width=320,height=240,framerate=30/1", "!", "pipewiresink",
-                 "mode=provide", properties});
+void PrivateSession::addCamera(const std::string& name, const std::string& description) {
+    start(name, {VIRTUAL_DEVICE, "camera", name, description});
     await([&] { return graph().find("\"node.name\": \"" + name + "\"") != std::string::npos; },
           description);
-    return true;
 }
 
 void PrivateSession::startDisplay() {

@@ -62,12 +62,12 @@ public:
     /// The bus, PipeWire with its session manager and its server for PulseAudio's clients,
     /// and a null sink "virtual-speaker" as the default output.
     void startSound();
-    /// A microphone with a tone, the default one; ten minutes long. Muting it gives silence.
+    /// A microphone with a tone, the default one. Muting it gives silence. What plays it and the
+    /// camera is no program that records too, so whoever closes a recorder leaves them.
     void addMicrophone(const std::string& name = "virtual-microphone",
                        const std::string& description = "Virtual Microphone");
-    /// A test picture as a camera of the sound server. False if GStreamer's plug-in for PipeWire
-    /// isn't installed.
-    bool addCamera(const std::string& name = "virtual-camera",
+    /// A moving picture as a camera of the sound server.
+    void addCamera(const std::string& name = "virtual-camera",
                    const std::string& description = "Virtual Camera");
     /// Xvfb with openbox, a screen of 1280 x 800.
     void startDisplay();

@@ -26,7 +26,7 @@ constexpr const char* usage = R"(usage: private-session [OPTION]… -- COMMAND [
 
   --sound        D-Bus, PipeWire, WirePlumber and the PulseAudio server, with a virtual speaker
   --microphone   a virtual microphone with a tone
-  --camera       a virtual camera, where GStreamer's plug-in is installed
+  --camera       a virtual camera
   --display      Xvfb with openbox
   --tray         a tray on that display
   --keep-home    COMMAND keeps its caller's home, display and bus; only the sound server is private
@@ -132,8 +132,7 @@ std::optional<Wishes> read(int count, char** arguments) {
     return wishes.command.empty() ? std::nullopt : std::optional(wishes);
 }
 
-// Until the command ends. Signals go to the command, whose own end then ends the session; the tone
-// of the microphone has an end, so it is begun again.
+// Until the command ends. Signals go to the command, whose own end then ends the session.
 int run(PrivateSession& session, const Wishes& wishes, int signals) {
     ChildProcess command(wishes.command, {.environment = wishes.keepHome ? withSoundOf(session)
                                                                          : session.environment(),
@@ -143,15 +142,12 @@ int run(PrivateSession& session, const Wishes& wishes, int signals) {
     if (!command.neverBegan().empty()) {
         std::fprintf(stderr, "private-session: %s\n", command.neverBegan().c_str());
     }
-    const std::string microphone = "virtual-microphone";
     for (;;) {
-        ChildProcess* tone = session.child(microphone);
         pollfd ready[] = {
             {.fd = command.pidFd(), .events = POLLIN, .revents = 0},
             {.fd = signals, .events = POLLIN, .revents = 0},
-            {.fd = tone == nullptr ? -1 : tone->pidFd(), .events = POLLIN, .revents = 0},
         };
-        if (poll(ready, 3, -1) < 0 && errno != EINTR) {
+        if (poll(ready, 2, -1) < 0 && errno != EINTR) {
             return 1;
         }
         if (ready[0].revents != 0) {
@@ -163,9 +159,6 @@ int run(PrivateSession& session, const Wishes& wishes, int signals) {
             if (::read(signals, &info, sizeof info) == sizeof info) {
                 command.signal(static_cast<int>(info.ssi_signo));
             }
-        }
-        if (ready[2].revents != 0) {
-            session.addMicrophone();
         }
     }
 }
@@ -206,9 +199,8 @@ int main(int count, char** arguments) {
         if (wishes->microphone) {
             session.addMicrophone();
         }
-        if (wishes->camera && !session.addCamera()) {
-            std::fputs("No virtual camera: GStreamer's plug-in for PipeWire isn't installed.\n",
-                       stderr);
+        if (wishes->camera) {
+            session.addCamera();
         }
         return run(session, *wishes, signals);
     } catch (const std::exception& error) {
