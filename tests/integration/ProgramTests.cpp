@@ -5,8 +5,10 @@
 
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmoran {
@@ -103,6 +105,14 @@ protected:
         return last;
     }
 
+    int heightOf(std::uint32_t window) {
+        const auto shape =
+            session_.run({"xdotool", "getwindowgeometry", "--shell", std::to_string(window)})
+                .output;
+        const auto at = shape.find("HEIGHT=");
+        return at == std::string::npos ? 0 : std::stoi(shape.substr(at + 7));
+    }
+
     std::unique_ptr<support::XServer> display_;
 };
 
@@ -169,7 +179,7 @@ TEST_F(DesktopProgram, ASecondStartLeavesTheFirstAloneAndEnds) {
 
 TEST_F(DesktopProgram, StopsARecorderFromTheTerminal) {
     startVelmoran();
-    // A copy: the session's own microphone is a program of the sound server, too.
+    // A copy, since a stop closes whatever runs that file.
     const auto spy = session_.home() / "spy";
     std::filesystem::copy_file(CLIENT_PROGRAMS "/graph-client", spy);
     auto& recorder = session_.start("recorder", {spy});
@@ -193,6 +203,64 @@ TEST_F(DesktopProgram, StopsARecorderFromTheTerminal) {
     EXPECT_TRUE(isMuted());
     EXPECT_EQ(session_.run({VELMORANCTL, "unmute"}).status, 0);
     EXPECT_TRUE(waitUntil([&] { return !isMuted(); }));
+    EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
+}
+
+TEST_F(DesktopProgram, LeavesTheMadeUpMicrophoneWhenARecorderIsStoppedByWhateverDoor) {
+    // PipeWire's own player and recorder are one program. Of this session's own, since a stop
+    // closes whatever runs that file.
+    const auto programs = session_.home() / "bin";
+    std::filesystem::create_directory(programs);
+    std::filesystem::copy_file("/usr/bin/pw-cat", programs / "pw-cat");
+    std::filesystem::create_symlink("pw-cat", programs / "pw-record");
+    session_.environment()["PATH"] = programs.string() + ":" + session_.environment()["PATH"];
+    session_.stop("virtual-microphone");
+    session_.addMicrophone();
+    session_.addCamera();
+    startVelmoran();
+
+    const auto press = [&](std::uint32_t window, int x, int y, const std::string& button) {
+        return session_
+            .run({"xdotool", "mousemove", "--window", std::to_string(window), std::to_string(x),
+                  std::to_string(y), "click", button})
+            .succeeded();
+    };
+    const std::vector<std::pair<std::string, std::function<bool()>>> doors = {
+        {"the card",
+         [&] {
+             // The first button, inside the lower left of the only card there is.
+             const auto card = cards().front();
+             return press(card, 12 + 54 + 20, heightOf(card) - 12 - 12 - 10, "1");
+         }},
+        {"the menu",
+         [&] {
+             return press(display_->dockedIcons().front(), 8, 8, "3") &&
+                    waitUntil([&] { return cards().size() == 2; }) &&
+                    session_.run({"xdotool", "key", "Down", "Down", "Return"}).succeeded();
+         }},
+        {"the terminal",
+         [&] {
+             return session_.run({VELMORANCTL, "stop"}).succeeded();
+         }},
+    };
+    for (int round = 0; round < 2; ++round) {
+        for (const auto& [name, stop] : doors) {
+            // The cards of the last round go by themselves.
+            ASSERT_TRUE(waitUntil([&] { return cards().empty(); })) << name << session_.logs();
+            record({"pw-record", "/dev/null"});
+            ASSERT_TRUE(waitUntil([&] { return cards().size() == 1; })) << name << session_.logs();
+            ASSERT_TRUE(stop()) << name << session_.logs();
+            EXPECT_TRUE(waitUntil([&] { return !session_.child("recorder")->running(); }))
+                << name << session_.logs();
+            // Until the stop is done with, it would close the next recorder too.
+            EXPECT_TRUE(waitUntil([&] {
+                return stored()[0].outcome == SessionOutcome::stoppedByUser && cards().size() == 1;
+            })) << name
+                << session_.logs();
+            EXPECT_TRUE(session_.child("virtual-microphone")->running()) << name;
+            EXPECT_TRUE(session_.child("virtual-camera")->running()) << name;
+        }
+    }
     EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
 }
 
@@ -229,6 +297,26 @@ TEST_F(Program, SaysThatADisplayCannotBeReached) {
                                        "\" can't be reached; velmoranctl watch runs in a "
                                        "terminal\n");
     }
+}
+
+TEST_F(Program, SaysThatNoneOfTwoDisplaysCanBeReached) {
+    session_.environment()["DISPLAY"] = ":9999";
+    session_.environment()["WAYLAND_DISPLAY"] = "wayland-77";
+    for (const auto* wanted : {"", "wayland;xcb"}) {
+        session_.environment()["QT_QPA_PLATFORM"] = wanted;
+        const auto velmoran = session_.run({VELMORAN});
+        EXPECT_EQ(velmoran.status, 1);
+        EXPECT_EQ(velmoran.errors,
+                  "velmoran: neither the display \":9999\" nor the Wayland display \"wayland-77\" "
+                  "can be reached; velmoranctl watch runs in a terminal\n");
+    }
+}
+
+TEST_F(DesktopProgram, RunsOnALivingXServerBesideADeadWaylandDisplay) {
+    session_.environment()["WAYLAND_DISPLAY"] = "wayland-77";
+    session_.environment()["QT_QPA_PLATFORM"] = "wayland";
+    startVelmoran();
+    EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
 }
 
 TEST_F(Program, WatchesInATerminal) {
