@@ -26,7 +26,7 @@ void NoticeCenter::show(NoticeItem item) {
     }
     hideTasks_.erase(id);
     if (hideAfter) {
-        hideTasks_[id] = scheduler_.after(*hideAfter, [this, id] { dismiss(id); });
+        hideTasks_[id] = scheduler_.afterAwakeOrAsleep(*hideAfter, [this, id] { dismiss(id); });
     }
     if (const auto shown = this->item(id)) {
         onShown(*shown);

@@ -1,13 +1,18 @@
 #include "app/qtbase/QtEventLoop.h"
 
+#include "system/BootAlarm.h"
+
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
+#include <QSocketNotifier>
 #include <QTimerEvent>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <map>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 namespace velmoran {
@@ -48,6 +53,25 @@ public:
         return Subscription([weak = std::weak_ptr(self), key] {
             if (const auto receiver = weak.lock()) {
                 receiver->drop(key);
+            }
+        });
+    }
+
+    Subscription addByBootClock(Seconds wait, std::function<void()> action,
+                                const std::shared_ptr<Receiver>& self) {
+        if (!alarm_) {
+            alarm_.emplace();
+            auto* rings = new QSocketNotifier(alarm_->descriptor(), QSocketNotifier::Read, this);
+            connect(rings, &QSocketNotifier::activated, this, [this] { runDue(); });
+        }
+        const auto key = next_++;
+        booted_[key] = {BootAlarm::now() + (wait > 0 ? wait : 0), std::move(action)};
+        setAlarm();
+        return Subscription([weak = std::weak_ptr(self), key] {
+            if (const auto receiver = weak.lock()) {
+                // What the action holds may have handles of its own, so it goes last.
+                const auto node = receiver->booted_.extract(key);
+                receiver->setAlarm();
             }
         });
     }
@@ -119,6 +143,34 @@ private:
         }
     }
 
+    struct Booted {
+        Seconds due = 0; ///< by the boot clock
+        std::function<void()> action;
+    };
+
+    std::map<std::uint64_t, Booted>::iterator earliest() {
+        return std::min_element(
+            booted_.begin(), booted_.end(),
+            [](const auto& one, const auto& other) { return one.second.due < other.second.due; });
+    }
+
+    void setAlarm() {
+        const auto first = earliest();
+        alarm_->set(first == booted_.end() ? std::nullopt : std::optional(first->second.due));
+    }
+
+    void runDue() {
+        const auto now = BootAlarm::now();
+        for (auto first = earliest(); first != booted_.end() && first->second.due <= now;
+             first = earliest()) {
+            const auto node = booted_.extract(first);
+            node.mapped().action();
+        }
+        setAlarm();
+    }
+
+    std::optional<BootAlarm> alarm_; ///< made for the first that wants it
+    std::map<std::uint64_t, Booted> booted_;
     std::uint64_t next_ = 0;
     std::map<std::uint64_t, Timer> timers_;
     std::map<int, std::uint64_t> keys_; ///< by Qt's number of the timer
@@ -140,6 +192,14 @@ void QtEventLoop::post(std::function<void()> action) {
 
 Subscription QtEventLoop::after(Seconds delay, std::function<void()> action) {
     return receiver_->add(milliseconds(delay), false, std::move(action), receiver_);
+}
+
+Subscription QtEventLoop::afterAwakeOrAsleep(Seconds delay, std::function<void()> action) {
+    try {
+        return receiver_->addByBootClock(delay, action, receiver_);
+    } catch (const std::system_error&) {
+        return after(delay, std::move(action));
+    }
 }
 
 Subscription QtEventLoop::every(Seconds interval, std::function<void()> action) {

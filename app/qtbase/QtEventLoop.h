@@ -20,6 +20,9 @@ public:
     void post(std::function<void()> action) override;
     /// Never early. Not by more than a millisecond late, unless the thread is busy.
     [[nodiscard]] Subscription after(Seconds delay, std::function<void()> action) override;
+    /// The same. Ordinary time where the system has no descriptor left for it.
+    [[nodiscard]] Subscription afterAwakeOrAsleep(Seconds delay,
+                                                  std::function<void()> action) override;
     /// Intervals of a second and more may shift by a twentieth, so that several timers share one
     /// wake-up of the machine.
     [[nodiscard]] Subscription every(Seconds interval, std::function<void()> action) override;

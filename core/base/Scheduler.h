@@ -6,6 +6,7 @@
 #include "core/base/Timestamp.h"
 
 #include <functional>
+#include <utility>
 
 namespace velmoran {
 
@@ -22,10 +23,17 @@ public:
     virtual ~Scheduler() = default;
     /// As soon as the present work is done, in the order of posting.
     virtual void post(std::function<void()> action) = 0;
-    /// Once, that many seconds from now on a monotonic clock; not at all if the handle goes first.
+    /// Once, that many seconds from now, in which the machine is awake; not at all if the handle
+    /// goes first.
     [[nodiscard]] virtual Subscription after(Seconds delay, std::function<void()> action) = 0;
     /// Every so many seconds, the first time after one interval, until the handle goes.
     [[nodiscard]] virtual Subscription every(Seconds interval, std::function<void()> action) = 0;
+    /// As `after`, but the time that the machine sleeps counts too: what became due meanwhile is
+    /// done on waking. The same as `after` for time that knows no sleep.
+    [[nodiscard]] virtual Subscription afterAwakeOrAsleep(Seconds delay,
+                                                          std::function<void()> action) {
+        return after(delay, std::move(action));
+    }
 };
 
 } // namespace velmoran

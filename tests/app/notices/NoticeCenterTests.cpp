@@ -142,5 +142,30 @@ TEST_F(NoticeCenterTest, WaitsWithAStrongWarningWhileAStrongCardIsShown) {
     EXPECT_FALSE(center.strongWarningWaiting());
 }
 
+TEST(NoticeCenter, CountsTheTimeAsleepOfACardThatGoesByItself) {
+    struct AwakeAndAsleep final : Scheduler {
+        ScriptedTime awake;
+        ScriptedTime both;
+        void post(std::function<void()> action) override { awake.post(std::move(action)); }
+        Subscription after(Seconds delay, std::function<void()> action) override {
+            return awake.after(delay, std::move(action));
+        }
+        Subscription afterAwakeOrAsleep(Seconds delay, std::function<void()> action) override {
+            return both.after(delay, std::move(action));
+        }
+        Subscription every(Seconds interval, std::function<void()> action) override {
+            return awake.every(interval, std::move(action));
+        }
+    } time;
+    NoticeCenter center(time);
+    NoticeItem item;
+    item.id = Uuid::random();
+    item.autoHideAfter = 8;
+    center.show(item);
+    time.awake.advanceBy(1);
+    time.both.advanceBy(9);
+    EXPECT_TRUE(center.items().empty());
+}
+
 } // namespace
 } // namespace velmoran

@@ -1,9 +1,14 @@
 #include "app/qtbase/QtEventLoop.h"
+#include "system/BootAlarm.h"
 
 #include <QCoreApplication>
 #include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -130,6 +135,60 @@ TEST_F(QtEventLoopTest, MayGoBeforeItsHandlesAndWithWorkLeft) {
     }
     EXPECT_EQ(held.use_count(), 1);
     timer.reset();
+}
+
+/// What the kernel has of this process's timers of the clock that goes on during a sleep: when each
+/// rings, zero for one that doesn't.
+std::vector<std::string> bootAlarms() {
+    std::vector<std::string> result;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fdinfo")) {
+        std::ifstream file(entry.path());
+        bool isBootClock = false;
+        for (std::string line; std::getline(file, line);) {
+            isBootClock = isBootClock || line == "clockid: " + std::to_string(CLOCK_BOOTTIME);
+            if (isBootClock && line.starts_with("it_value: ")) {
+                result.push_back(line.substr(10));
+            }
+        }
+    }
+    return result;
+}
+
+TEST_F(QtEventLoopTest, CountsTheTimeAsleepWhereItIsAskedTo) {
+    EXPECT_TRUE(bootAlarms().empty());
+    auto eight = loop.afterAwakeOrAsleep(8, [] {});
+    const auto alarms = bootAlarms();
+    ASSERT_EQ(alarms.size(), 1U);
+    EXPECT_TRUE(alarms[0].starts_with("(8, 0)") || alarms[0].starts_with("(7, ")) << alarms[0];
+    auto four = loop.afterAwakeOrAsleep(4, [] {});
+    ASSERT_EQ(bootAlarms().size(), 1U);
+    EXPECT_TRUE(bootAlarms()[0].starts_with("(3, ")) << bootAlarms()[0];
+    // Nothing wakes the machine for what nobody waits for.
+    four.reset();
+    EXPECT_FALSE(bootAlarms()[0].starts_with("(3, ")) << bootAlarms()[0];
+    eight.reset();
+    EXPECT_EQ(bootAlarms()[0], "(0, 0)");
+}
+
+TEST_F(QtEventLoopTest, KeepsTheOrderOfWhatCountsTheTimeAsleep) {
+    const auto start = BootAlarm::now();
+    Seconds last = 0;
+    std::vector<int> order;
+    const auto third = loop.afterAwakeOrAsleep(0.02, [&] {
+        order.push_back(3);
+        last = BootAlarm::now() - start;
+    });
+    const auto first = loop.afterAwakeOrAsleep(0, [&] { order.push_back(1); });
+    Subscription second;
+    second = loop.afterAwakeOrAsleep(0.01, [&, kept = std::string(100, 'x')] {
+        second.reset();
+        order.push_back(kept.size() == 100 ? 2 : -1);
+    });
+    EXPECT_TRUE(order.empty());
+    ASSERT_TRUE(runUntil([&] { return order.size() == 3; }));
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+    EXPECT_GE(last, 0.02);
+    EXPECT_EQ(bootAlarms().at(0), "(0, 0)");
 }
 
 TEST_F(QtEventLoopTest, TellsTheWallClockSince2001) {
