@@ -7,6 +7,7 @@ namespace velmoran {
 namespace {
 constexpr int gap = 2;  ///< between the status item and the panel
 constexpr int edge = 4; ///< between the panel and the sides of the screen
+constexpr int bar = 64; ///< how far in from its edge a bar reaches at most that takes no room
 constexpr int room = 8; ///< between the cards and what they keep clear of
 
 bool isLow(const QRect& visible, const std::optional<QRect>& anchor) {
@@ -14,6 +15,11 @@ bool isLow(const QRect& visible, const std::optional<QRect>& anchor) {
 }
 
 } // namespace
+
+bool canBeOnTray(const QPoint& click, const QRect& frame, const QRect& visible) {
+    return frame.contains(click) &&
+           !(visible.contains(click) && frame.adjusted(bar, bar, -bar, -bar).contains(click));
+}
 
 int noticePanelRoom(const QRect& visible, const std::optional<QRect>& anchor) {
     const int bottom = visible.y() + visible.height();

@@ -9,6 +9,11 @@
 
 namespace velmoran {
 
+/// Whether somebody can have clicked a tray's icon there: on a bar, so beside what no bars take of
+/// the screen, or where a bar may lie over it that takes nothing, at the screen's edge. All of the
+/// screen is `frame`, `visible` is as below.
+bool canBeOnTray(const QPoint& click, const QRect& frame, const QRect& visible);
+
 /// Upper left corner of a panel of that size, in the coordinates of the screen, y downward.
 /// `visible` is the part of the screen that no bars take, empty without a screen; `anchor` is the
 /// status item's rectangle, nothing where the desktop doesn't tell it.

@@ -1,6 +1,7 @@
 #include "app/shell/surface/X11Window.h"
 
 #include <QGuiApplication>
+#include <QScreen>
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -49,6 +50,14 @@ xcb_connection_t* x11Connection() {
     }
     const auto* native = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     return native ? native->connection() : nullptr;
+}
+
+bool knowsTheMouse() {
+    const auto screens = QGuiApplication::screens();
+    return !QGuiApplication::platformName().startsWith("wayland") &&
+           std::none_of(screens.begin(), screens.end(), [](const QScreen* screen) {
+               return screen->name().startsWith("XWAYLAND");
+           });
 }
 
 bool hasCompositor() {

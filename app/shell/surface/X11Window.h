@@ -14,6 +14,10 @@ namespace velmoran {
 /// Qt's own connection to the X server; null where the windows aren't X11's.
 xcb_connection_t* x11Connection();
 
+/// Whether the place of the mouse is known wherever it is. A server that stands for X inside of a
+/// Wayland desktop (it calls its screens XWAYLAND) knows it only over windows of its own, as Qt
+/// does on Wayland itself.
+bool knowsTheMouse();
 /// Whether translucent windows are blended; without that they are black where nothing is drawn.
 bool hasCompositor();
 /// Whether a tray of the old kind (XEmbed) is there to dock into.

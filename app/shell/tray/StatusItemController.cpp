@@ -1,5 +1,7 @@
 #include "app/shell/tray/StatusItemController.h"
 
+#include "app/shell/cards/NoticePlacing.h"
+#include "app/shell/surface/X11Window.h"
 #include "app/shell/tray/StatusIcons.h"
 #include "app/shell/tray/TrayInk.h"
 #include "core/text/Localizer.h"
@@ -7,6 +9,7 @@
 #include <QApplication>
 #include <QCursor>
 #include <QEvent>
+#include <QScreen>
 #include <cstdio>
 #include <utility>
 
@@ -28,7 +31,12 @@ StatusItemController::StatusItemController(AppModel& model, const Clock& clock, 
           model.notices, [this] { return anchor(); }, std::move(picture)) {
     makeMenu(std::move(actions));
     qApp->installEventFilter(this);
-    modelChanges_ = model_.onChange.subscribe([this] { refreshIcon(); });
+    modelChanges_ = model_.onChange.subscribe([this] {
+        refreshIcon();
+        if (model_.notices.items().empty()) {
+            click_.reset();
+        }
+    });
     arrival_ = std::make_unique<TrayArrival>([this](TrayArrival::Outcome outcome) {
         if (outcome == TrayArrival::Outcome::noneInTime) {
             std::fputs("velmoran: there is no tray on this desktop; cards appear at the top right "
@@ -77,7 +85,7 @@ void StatusItemController::dock() {
             [this](QSystemTrayIcon::ActivationReason reason) {
                 // Of two quick clicks the second comes as a double one.
                 if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
-                    lastClick_ = QCursor::pos();
+                    noteClick();
                     togglePanel();
                 }
             });
@@ -179,10 +187,21 @@ std::optional<QRect> StatusItemController::anchor() const {
     if (const auto place = item_ ? item_->geometry() : QRect(); !place.isEmpty()) {
         return place;
     }
-    if (lastClick_) {
-        return QRect(*lastClick_, QSize(1, 1));
+    return click_ ? std::optional(QRect(*click_, QSize(1, 1))) : std::nullopt;
+}
+
+/// A tray of the new kind tells nobody where its icons are, but where the mouse is now there is
+/// one. That is good for the cards which this click brings, and no others: the next panel may be
+/// elsewhere.
+void StatusItemController::noteClick() {
+    if (!model_.notices.items().empty() || !knowsTheMouse()) {
+        return;
     }
-    return std::nullopt;
+    const auto mouse = QCursor::pos();
+    const auto* screen = QGuiApplication::screenAt(mouse);
+    if (screen && canBeOnTray(mouse, screen->geometry(), screen->availableGeometry())) {
+        click_ = mouse;
+    }
 }
 
 } // namespace velmoran

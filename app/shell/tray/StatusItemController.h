@@ -52,6 +52,7 @@ private:
     CurrentUse currentUse() const;
     void keepCurrentUseTrue();
     std::optional<QRect> anchor() const;
+    void noteClick();
 
     AppModel& model_;
     const Clock& clock_;
@@ -59,9 +60,9 @@ private:
     QAction* stop_ = nullptr;
     QAction* unmute_ = nullptr;             ///< there while a stop's mute is in force
     std::unique_ptr<QSystemTrayIcon> item_; ///< its making is what binds Qt to a kind of tray
-    std::optional<QPoint> lastClick_;
-    std::optional<Uuid> currentUse_; ///< the card of `tellCurrentUse`
-    CurrentUse told_;                ///< what that card says
+    std::optional<QPoint> click_;           ///< where the cards that are there were asked for
+    std::optional<Uuid> currentUse_;        ///< the card of `tellCurrentUse`
+    CurrentUse told_;                       ///< what that card says
     std::optional<StatusIconState> shown_;
     NoticePanelController noticePanel_;
     Subscription modelChanges_;

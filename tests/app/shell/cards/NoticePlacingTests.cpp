@@ -8,6 +8,23 @@ namespace {
 const QRect underABar(0, 24, 1280, 776);
 const QSize panel(368, 150);
 
+TEST(NoticePlacing, BelievesInAClickOnABarAndAtTheScreensEdgeOnly) {
+    const QRect screen(0, 0, 1280, 800);
+    const QRect besideABarOfEighty(80, 0, 1200, 800);
+    EXPECT_TRUE(canBeOnTray({75, 400}, screen, besideABarOfEighty));
+    EXPECT_FALSE(canBeOnTray({85, 400}, screen, besideABarOfEighty));
+    EXPECT_FALSE(canBeOnTray({640, 400}, screen, screen));
+    // A bar that hides itself takes nothing.
+    for (const QPoint& click :
+         {QPoint(640, 4), QPoint(640, 790), QPoint(3, 400), QPoint(1279, 400)}) {
+        EXPECT_TRUE(canBeOnTray(click, screen, screen)) << click.x() << ", " << click.y();
+    }
+    EXPECT_FALSE(canBeOnTray({1290, 4}, screen, screen));
+    // The same on a second screen.
+    EXPECT_TRUE(canBeOnTray({1300, 400}, screen.translated(1280, 0), screen.translated(1280, 0)));
+    EXPECT_FALSE(canBeOnTray({1900, 400}, screen.translated(1280, 0), screen.translated(1280, 0)));
+}
+
 TEST(NoticePlacing, PutsThePanelUnderTheMiddleOfTheStatusItem) {
     EXPECT_EQ(noticePanelPlace(underABar, QRect(1000, 0, 24, 24), panel), QPoint(828, 26));
 }

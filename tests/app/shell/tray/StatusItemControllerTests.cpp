@@ -2,7 +2,10 @@
 #include "app/shell/AppDelegate.h"
 #include "app/shell/tray/StatusItemController.h"
 
+#include <QCursor>
+#include <QGuiApplication>
 #include <QMenu>
+#include <QScreen>
 #include <gmock/gmock.h>
 
 namespace velmoran {
@@ -99,6 +102,50 @@ TEST_F(StatusItem, AClickTellsWhatIsOnAndASecondOneClosesThat) {
     item->togglePanel();
     EXPECT_FALSE(panel().isVisible());
     EXPECT_THAT(model->notices.items(), SizeIs(0));
+}
+
+/// A tray that doesn't tell where its icons are.
+struct StatusItemAtAnUnknownPlace : StatusItem {
+    QRect screen = QGuiApplication::primaryScreen()->geometry();
+
+    void SetUp() override {
+        StatusItem::SetUp();
+        ASSERT_TRUE(item->item()->geometry().isEmpty());
+    }
+    void clickAt(const QPoint& place) {
+        QCursor::setPos(place);
+        Q_EMIT const_cast<QSystemTrayIcon*>(item->item())->activated(QSystemTrayIcon::Trigger);
+    }
+    bool isAtTopRight() const {
+        return panel().geometry().top() < screen.top() + 20 &&
+               panel().geometry().right() > screen.right() - 20;
+    }
+};
+
+TEST_F(StatusItemAtAnUnknownPlace, ShowsWhereItWasClickedTheCardsOfThatClickOnly) {
+    clickAt(screen.bottomLeft() + QPoint(10, -10));
+    ASSERT_TRUE(panel().isVisible());
+    EXPECT_LT(panel().geometry().left(), screen.left() + 20);
+    EXPECT_GT(panel().geometry().bottom(), screen.bottom() - 30);
+    // What comes meanwhile stands with it.
+    const auto place = panel().geometry().left();
+    receive(recordedBy("Zoom"));
+    EXPECT_EQ(panel().geometry().left(), place);
+    while (!model->notices.items().empty()) {
+        model->notices.dismiss(model->notices.items().front().id);
+    }
+    receive(recordedBy("Teams"));
+    ASSERT_TRUE(panel().isVisible());
+    EXPECT_TRUE(isAtTopRight());
+    // A click on the cards that are there moves nothing.
+    clickAt(screen.bottomLeft() + QPoint(10, -10));
+    EXPECT_TRUE(isAtTopRight());
+}
+
+TEST_F(StatusItemAtAnUnknownPlace, DoesNotTakeAMouseInTheMiddleOfTheScreenForAClick) {
+    clickAt(screen.center());
+    ASSERT_TRUE(panel().isVisible());
+    EXPECT_TRUE(isAtTopRight());
 }
 
 TEST_F(StatusItem, AClickAddsNothingToAWarning) {
