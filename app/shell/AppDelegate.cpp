@@ -36,6 +36,11 @@ void AppDelegate::didFinishLaunching() {
     statusItem_->noticePanel().obstacle = [this] {
         return floatingStop_->frame();
     };
+    screenChanges_ = std::make_unique<ScreenChanges>([this] {
+        floatingStop_->layOut();
+        // Second, since they keep clear of it.
+        statusItem_->noticePanel().redraw();
+    });
     watchShortcut();
     model_.start();
 }

@@ -4,6 +4,7 @@
 
 #include "app/model/AppModel.h"
 #include "app/screens/BrowserDialog.h"
+#include "app/shell/ScreenChanges.h"
 #include "app/shell/floating/FloatingStopButton.h"
 #include "app/shell/shortcut/StopShortcut.h"
 #include "app/shell/tray/StatusItemController.h"
@@ -48,6 +49,7 @@ private:
     AppModel model_;
     std::unique_ptr<StatusItemController> statusItem_;
     std::unique_ptr<FloatingStopButton> floatingStop_;
+    std::unique_ptr<ScreenChanges> screenChanges_;
     StopShortcut stopShortcut_;
     Subscription shortcutChoice_;
 };

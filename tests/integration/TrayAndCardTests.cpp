@@ -183,6 +183,34 @@ TEST_F(Desktop, WithoutATrayItSaysSoAndShowsCardsAtTheTopRight) {
     EXPECT_TRUE(session_.child("velmoran")->running());
 }
 
+TEST_F(Desktop, TheCardIsLaidOutAnewWhenTheScreenOrItsBarsChange) {
+    startVelmoran();
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    const auto stands = [&](int right, int top) {
+        return waitUntil([&] {
+            const auto card = placeOf(cards().front());
+            return card.x + card.width == right - 4 && card.y == top + 2;
+        });
+    };
+    const auto screen = [&](std::vector<std::string> does) {
+        does.insert(does.begin(), "xrandr");
+        const auto finished = session_.run(does);
+        ASSERT_TRUE(finished.succeeded()) << finished.errors;
+    };
+    EXPECT_TRUE(stands(1280, 0));
+    screen(
+        {"--newmode", "small", "60", "1024", "1025", "1026", "1027", "600", "601", "602", "603"});
+    screen({"--addmode", "screen", "small"});
+    screen({"--output", "screen", "--mode", "small"});
+    EXPECT_TRUE(stands(1024, 0)) << session_.logs();
+    // As a bar at the top and one at the right would.
+    session_.start("bars", {"xprop", "-root", "-f", "_NET_WORKAREA", "32c", "-set", "_NET_WORKAREA",
+                            "0, 40, 980, 560"});
+    EXPECT_TRUE(stands(980, 40)) << session_.logs();
+    screen({"--output", "screen", "--mode", "1280x800"});
+    EXPECT_TRUE(stands(1280, 0)) << session_.logs();
+}
+
 /// A tray of the new kind, played on the session bus: a watcher to which items announce themselves.
 class NotifierDesktop : public Desktop {
 protected:
@@ -218,6 +246,16 @@ protected:
                std::string::npos;
     }
 
+    /// The name under which the item has announced itself.
+    std::string registeredItem() {
+        const auto log = session_.child("watcher")->output();
+        const auto call = log.find("RegisterStatusNotifierItem");
+        const auto begin = log.find('"', call);
+        return begin == std::string::npos
+                   ? std::string()
+                   : log.substr(begin + 1, log.find('"', begin + 1) - begin - 1);
+    }
+
     const std::string service = "org.kde.StatusNotifierWatcher";
     const std::string path = "/StatusNotifierWatcher";
 };
@@ -237,6 +275,38 @@ TEST_F(NotifierDesktop, TheIconGoesToABarThatComesAfterTheProgram) {
     startBar();
     EXPECT_TRUE(waitUntil([&] { return itemIsRegistered(); })) << session_.logs();
     EXPECT_EQ(session_.logs().find("there is no tray"), std::string::npos);
+}
+
+TEST_F(NotifierDesktop, ACardStandsWhereTheIconWasClickedIfABarCanBeThere) {
+    std::ofstream(session_.file("recording.jsonl"))
+        << "{\"at\": 0, \"snapshot\": {}}\n{\"at\": 600, \"wait\": true}\n";
+    startWatcher();
+    startBar();
+    startVelmoran();
+    ASSERT_TRUE(waitUntil([&] { return itemIsRegistered(); })) << session_.logs();
+    const auto press = [&](int x, int y) {
+        ASSERT_TRUE(session_.run({"xdotool", "mousemove", std::to_string(x), std::to_string(y)})
+                        .succeeded());
+        // As a bar says it, without its knowing where.
+        const auto finished = session_.run({"gdbus", "call", "--session", "-d", registeredItem(),
+                                            "-o", "/StatusNotifierItem", "-m",
+                                            "org.kde.StatusNotifierItem.Activate", "0", "0"});
+        ASSERT_TRUE(finished.succeeded()) << finished.errors;
+    };
+    const auto cardAfter = [&](int x, int y) {
+        press(x, y);
+        EXPECT_TRUE(cardComes()) << session_.logs();
+        const auto card = placeOf(cards().front());
+        press(x, y);
+        EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
+        return card;
+    };
+    const auto low = cardAfter(200, 790);
+    EXPECT_EQ(low.x, 200 - 184);
+    EXPECT_EQ(low.y + low.height, 790 - 2);
+    const auto middle = cardAfter(640, 400);
+    EXPECT_EQ(middle.x + middle.width, 1280 - 4);
+    EXPECT_EQ(middle.y, 2);
 }
 
 } // namespace

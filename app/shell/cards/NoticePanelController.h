@@ -24,7 +24,7 @@ public:
 
     /// Brings the cards, if there are any, in front of everything.
     void raise();
-    /// Draws the cards that are shown in the colours of now.
+    /// Draws the cards that are shown in the colours, and on the screens, of now.
     void redraw();
     const NoticePanel& panel() const { return panel_; }
 

@@ -123,19 +123,6 @@ void FloatingStopButton::makePanel() {
         hover(inside);
     };
     panel_->installEventFilter(this);
-
-    const auto watch = [this](const QScreen* screen) {
-        connect(screen, &QScreen::availableGeometryChanged, this, &FloatingStopButton::layOut);
-    };
-    for (const auto* screen : QGuiApplication::screens()) {
-        watch(screen);
-    }
-    connect(qGuiApp, &QGuiApplication::screenAdded, this, [this, watch](const QScreen* screen) {
-        watch(screen);
-        layOut();
-    });
-    connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingStopButton::layOut);
-    connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &FloatingStopButton::layOut);
 }
 
 bool FloatingStopButton::eventFilter(QObject* watched, QEvent* event) {

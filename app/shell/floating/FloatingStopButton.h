@@ -24,6 +24,8 @@ public:
     bool expanded() const { return expanded_; }
     /// Null until it has been shown once; kept from then on.
     FloatingPanel* panel() const { return panel_.get(); }
+    /// Puts it where it belongs on the screens as they are now, if it is there.
+    void layOut();
     /// What can be seen of it, on the desktop; empty while it isn't there.
     QRect frame() const;
     /// What the button says; empty while nothing is on.
@@ -37,7 +39,6 @@ protected:
 
 private:
     void refresh();
-    void layOut();
     void startLabelTimer(Seconds seconds);
     void hover(bool inside);
     void savePlace();

@@ -224,5 +224,35 @@ TEST_F(QuestionOnADesktop, CardsAnswerWhileItIsOpen) {
     EXPECT_TRUE(question());
 }
 
+TEST_F(FloatingStopOnADesktop, StaysOnAScreenThatBecomesSmallerAndClearOfTheCards) {
+    const auto screen = [&](const std::vector<std::string>& does) {
+        std::vector<std::string> command{"xrandr"};
+        command.insert(command.end(), does.begin(), does.end());
+        const auto finished = session.run(command);
+        EXPECT_TRUE(finished.succeeded()) << finished.errors;
+    };
+    const auto cards = [&] {
+        constexpr int padding = NoticeStackView::padding;
+        return delegate->statusItem()->noticePanel().panel().geometry().adjusted(
+            padding, padding, -padding, -padding);
+    };
+    delegate->model().settings.floatingStopPlace.set(Point{1240, 760});
+    turnOn();
+    const auto before = place();
+    EXPECT_GT(before.right(), 1024);
+    screen({"--newmode", "less", "60", "1024", "1025", "1026", "1027", "600", "601", "602", "603"});
+    screen({"--addmode", "screen", "less"});
+    screen({"--output", "screen", "--mode", "less"});
+    EXPECT_TRUE(eventually([&] { return QRect(0, 0, 1024, 600).contains(place()); }))
+        << place().x() << ", " << place().y();
+    EXPECT_TRUE(eventually([&] { return QRect(0, 0, 1024, 600).contains(cards()); }));
+    EXPECT_FALSE(cards().intersects(button().frame()));
+    screen({"--output", "screen", "--mode", "1280x800"});
+    // Its own place is not forgotten.
+    EXPECT_TRUE(eventually([&] { return place() == before; }));
+    screen({"--delmode", "screen", "less"});
+    screen({"--rmmode", "less"});
+}
+
 } // namespace
 } // namespace velmoran
