@@ -93,25 +93,25 @@ std::string waylandSocket(const std::string& display) {
 
 /// By what the plug-ins say of themselves, without loading one.
 bool hasPlatform(const std::string& platform) {
+    const auto key = QString::fromStdString(platform);
+    // "wayland-egl" may be one of several in a file for all of Wayland.
+    const QStringList names{"*q" + key.section('-', 0, 0) + "*"};
     QStringList folders = QCoreApplication::libraryPaths();
     folders << QLibraryInfo::path(QLibraryInfo::PluginsPath);
     for (auto& folder : folders) {
         folder += QStringLiteral("/platforms");
     }
     folders << qEnvironmentVariable("QT_QPA_PLATFORM_PLUGIN_PATH");
+    folders.removeAll(QString());
     for (const auto& folder : folders) {
         const QDir place(folder);
-        for (const auto& file : place.entryList(QDir::Files)) {
-            if (folder.isEmpty() || !QLibrary::isLibrary(file)) {
+        for (const auto& file : place.entryList(names, QDir::Files)) {
+            if (!QLibrary::isLibrary(file)) {
                 continue;
             }
-            const auto keys = QPluginLoader(place.filePath(file))
-                                  .metaData()
-                                  .value(QLatin1String("MetaData"))
-                                  .toObject()
-                                  .value(QLatin1String("Keys"))
-                                  .toArray();
-            if (keys.contains(QString::fromStdString(platform))) {
+            const auto about = QPluginLoader(place.filePath(file)).metaData();
+            const auto own = about.value(QLatin1String("MetaData")).toObject();
+            if (own.value(QLatin1String("Keys")).toArray().contains(key)) {
                 return true;
             }
         }
