@@ -33,7 +33,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
              [&machine = surroundings.machine](const AppIdentity& app) {
                  return machine.isProtected(app);
              }),
-      question_(surroundings.scheduler, surroundings.askAboutBrowsers) {}
+      question_(surroundings.askAboutBrowsers) {}
 
 AppModel::~AppModel() = default;
 
@@ -118,7 +118,6 @@ void AppModel::handle(const std::vector<SessionEvent>& events) {
         onSessionEvent(told);
     }
     openSessions.set(engine_.open());
-    question_.look(*openSessions);
     refreshHistory();
     // So that the peers of a new session are seen at once.
     if (std::any_of(events.begin(), events.end(), [](const SessionEvent& event) {

@@ -101,9 +101,9 @@ public:
     void setAlwaysWarn(bool alwaysWarn, const AppIdentity& app, const std::vector<Device>& devices);
 
     /// Mutes all microphones and closes all apps that use camera or microphone; the user is asked
-    /// before browsers are closed, about each of them once, and not about those that have ended
-    /// their use by themselves. Does nothing while a stop is under way. While such a question
-    /// stands it only comes to the front.
+    /// before browsers are closed, about each of them once; what there is to do after the answer is
+    /// decided then. Does nothing while a stop is under way. While such a question stands it only
+    /// comes to the front.
     void stopEverything();
     /// The same for one app, whose use of the microphone decides about the mute.
     void stop(const AppIdentity& app);

@@ -29,21 +29,18 @@ void AppModel::stopEverything() {
 }
 
 /// Asks about the browsers that the user wasn't asked about yet, one may have come since, and stops
-/// when there are none. What has ended its use meanwhile is not asked about any more; if it is back
-/// by then, it is again.
+/// what is open when there are none.
 void AppModel::stopEverythingAfter(const Asked& asked) {
     const auto browsers = openBrowsers(asked.about);
     if (!browsers.empty()) {
-        askAbout(browsers, true, [this, asked, browsers](std::optional<BrowserAnswer> answer) {
+        askAbout(browsers, true, [this, asked, browsers](BrowserAnswer answer) {
             if (answer == BrowserAnswer::cancel) {
                 onStopEnded(std::nullopt);
                 return;
             }
             auto next = asked;
             for (const auto& browser : browsers) {
-                if (answer) {
-                    next.about.insert(browser.id);
-                }
+                next.about.insert(browser.id);
                 if (answer == BrowserAnswer::keep) {
                     next.spared.insert(browser.id);
                 }
@@ -68,8 +65,8 @@ void AppModel::stop(const AppIdentity& app) {
     if (isBrowser(app, around_.machine.browsers(), around_.machine)) {
         browsers.push_back(app);
     }
-    askAbout(browsers, false, [this, app](std::optional<BrowserAnswer> answer) {
-        if (answer && answer != BrowserAnswer::close) {
+    askAbout(browsers, false, [this, app](BrowserAnswer answer) {
+        if (answer != BrowserAnswer::close) {
             onStopEnded(std::nullopt);
             return;
         }
@@ -119,7 +116,7 @@ void AppModel::askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep
     if (!*settings.confirmClosingBrowser || browsers.empty()) {
         decide(BrowserAnswer::close);
     } else {
-        question_.ask(browsers, offerKeep, engine_.open(), decide);
+        question_.ask(browsers, offerKeep, decide);
     }
 }
 

@@ -1,27 +1,12 @@
 #include "app/model/StopQuestion.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace velmoran {
 
-namespace {
+StopQuestion::StopQuestion(AskAboutBrowsers ask) : ask_(std::move(ask)) {}
 
-bool anyUse(const std::vector<UsageSession>& open, const std::vector<std::string>& apps) {
-    return std::any_of(open.begin(), open.end(), [&](const UsageSession& session) {
-        return session.device != Device::speaker &&
-               std::find(apps.begin(), apps.end(), session.app.id) != apps.end();
-    });
-}
-
-} // namespace
-
-StopQuestion::StopQuestion(Scheduler& scheduler, AskAboutBrowsers ask)
-    : scheduler_(scheduler),
-      ask_(std::move(ask)) {}
-
-void StopQuestion::ask(const std::vector<AppIdentity>& browsers, bool keepOffered,
-                       const std::vector<UsageSession>& open, Decide decide) {
+void StopQuestion::ask(const std::vector<AppIdentity>& browsers, bool keepOffered, Decide decide) {
     BrowserQuestion question;
     question.keepOffered = keepOffered;
     // Named, since Clang takes a nested class with initial values for one that can't be made.
@@ -30,9 +15,7 @@ void StopQuestion::ask(const std::vector<AppIdentity>& browsers, bool keepOffere
     standing.number = number;
     for (const auto& browser : browsers) {
         question.browsers.push_back(browser.name);
-        standing.apps.push_back(browser.id);
     }
-    standing.hasSeenUse = anyUse(open, standing.apps);
     standing.decide = std::move(decide);
     const auto stillStands = [this, number] {
         return standing_ && standing_->number == number;
@@ -57,22 +40,9 @@ void StopQuestion::raise() const {
     }
 }
 
-void StopQuestion::look(const std::vector<UsageSession>& open) {
-    if (!standing_) {
-        return;
-    }
-    if (anyUse(open, standing_->apps)) {
-        standing_->hasSeenUse = true;
-        standing_->takingBack.reset();
-    } else if (standing_->hasSeenUse && !standing_->takingBack) {
-        standing_->takingBack = scheduler_.after(patience, [this] { decide(std::nullopt); });
-    }
-}
-
-void StopQuestion::decide(std::optional<BrowserAnswer> answer) {
+void StopQuestion::decide(BrowserAnswer answer) {
     // Off the screen first: what is decided may be the next question.
     auto decided = std::move(standing_->decide);
-    const auto timer = std::move(standing_->takingBack); // maybe the caller
     standing_.reset();
     decided(answer);
 }

@@ -1,16 +1,16 @@
-// The question before a stop closes browsers, from the moment it is asked until it is answered or
-// has become pointless. At most one stands at a time. Owned by the model; main thread.
+// The question before a stop closes browsers, from the moment it is asked until it is answered. It
+// never takes itself away: who sees it go would think that nothing happens. At most one stands at a
+// time. Owned by the stop flow; main thread.
 #pragma once
 
-#include "core/base/Scheduler.h"
-#include "core/records/UsageSession.h"
+#include "core/base/Subscription.h"
+#include "core/records/AppIdentity.h"
 #include "core/stopping/Browser.h"
 #include "core/stopping/BrowserQuestion.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace velmoran {
@@ -28,37 +28,25 @@ using AskAboutBrowsers =
 
 class StopQuestion {
 public:
-    /// With nothing when there is nothing to ask any more.
-    using Decide = std::function<void(std::optional<BrowserAnswer>)>;
+    using Decide = std::function<void(BrowserAnswer)>;
 
-    /// The scheduler outlives this.
-    StopQuestion(Scheduler& scheduler, AskAboutBrowsers ask);
+    explicit StopQuestion(AskAboutBrowsers ask);
 
-    /// Asks about these browsers, at least one, while `open` is going on. `decide` is called once,
-    /// in the call or later, unless this goes first. Not while another question stands.
-    void ask(const std::vector<AppIdentity>& browsers, bool keepOffered,
-             const std::vector<UsageSession>& open, Decide decide);
+    /// Asks about these browsers, at least one. `decide` is called once, in the call or later,
+    /// unless this goes first. Not while another question stands.
+    void ask(const std::vector<AppIdentity>& browsers, bool keepOffered, Decide decide);
     bool stands() const { return standing_.has_value(); }
     /// Brings the question to the front, if one stands.
     void raise() const;
-    /// What goes on has changed. A question about browsers that have all ended their use takes
-    /// itself back, but not at once: one that changes its device is off for a moment.
-    void look(const std::vector<UsageSession>& open);
-
-    static constexpr Seconds patience = 1.0;
 
 private:
     struct Standing {
         int number = 0;
-        std::vector<std::string> apps; ///< ids
-        bool hasSeenUse = false;       ///< otherwise no use has ended
         Decide decide;
         ShownQuestion shown;
-        Subscription takingBack;
     };
-    void decide(std::optional<BrowserAnswer> answer);
+    void decide(BrowserAnswer answer);
 
-    Scheduler& scheduler_;
     AskAboutBrowsers ask_;
     int asked_ = 0;
     std::optional<Standing> standing_;

@@ -150,30 +150,72 @@ TEST_F(StopQuestionTest, AnAnsweredQuestionIsNotShownAgain) {
     EXPECT_FALSE(*model->isStopping);
 }
 
-TEST_F(StopQuestionTest, AsksNoLongerAboutABrowserThatEndsByItself) {
+TEST_F(StopQuestionTest, StandsWhenTheBrowserEndsByItselfAndClosesNothingBeforeTheAnswer) {
     begin();
     receive(camera({surf(), appRef("Zoom")}));
     model->stopEverything();
     receive(camera({appRef("Zoom")}));
-    passTime(0.9);
-    EXPECT_EQ(shown, 1) << "it may only change its device";
-    passTime(0.1);
-    EXPECT_EQ(shown, 0);
-    EXPECT_TRUE(*model->isStopping) << "the rest goes on as it was pressed";
-    passTime(0.2);
-    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
-    EXPECT_EQ(mutes.size(), 1U);
-    EXPECT_EQ(titles().back(), "Microphone muted. Zoom was closed.");
+    passTime(3600);
+    EXPECT_EQ(shown, 1);
+    EXPECT_TRUE(model->isBusyStopping());
+    EXPECT_TRUE(mutes.empty());
+    EXPECT_TRUE(closed.empty());
     answer(BrowserAnswer::cancel);
-    EXPECT_EQ(closed.size(), 1U) << "an answer that comes too late is none";
+    passTime(5);
+    EXPECT_EQ(shown, 0);
+    EXPECT_TRUE(mutes.empty());
+    EXPECT_TRUE(closed.empty());
+    EXPECT_FALSE(model->isBusyStopping());
 }
 
-TEST_F(StopQuestionTest, SaysSoWhenTheOneAppThatItAskedAboutEndsByItself) {
+TEST_F(StopQuestionTest, StopsWhatTheAnswerStillFinds) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    receive(camera({appRef("Zoom")}));
+    passTime(5);
+    receive(camera({appRef("Zoom"), appRef("Late")}));
+    answer(BrowserAnswer::close);
+    passTime(0.3);
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}, {"Late", true}}));
+    EXPECT_EQ(mutes.size(), 1U);
+    EXPECT_EQ(titles().back(), "Microphone muted. Zoom and Late were closed.");
+}
+
+TEST_F(StopQuestionTest, ClosesABrowserThatWasOffAndIsBackAtTheAnswer) {
+    begin();
+    receive(camera({surf()}));
+    model->stopEverything();
+    receive({});
+    passTime(5);
+    receive(microphone({surf()}));
+    EXPECT_EQ(questions.size(), 1U);
+    answer(BrowserAnswer::close);
+    passTime(0.1);
+    EXPECT_EQ(questions.size(), 1U);
+    EXPECT_EQ(closed, (Closed{{"Surf", true}}));
+}
+
+TEST_F(StopQuestionTest, KeepsABrowserThatWasOffAndIsBackAtTheAnswer) {
+    begin();
+    receive(camera({surf(), appRef("Zoom")}));
+    model->stopEverything();
+    receive(camera({appRef("Zoom")}));
+    passTime(5);
+    receive(camera({surf(), appRef("Zoom")}));
+    answer(BrowserAnswer::keep);
+    passTime(0.1);
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
+}
+
+TEST_F(StopQuestionTest, SaysAtTheAnswerThatTheOneAppThatItAskedAboutHasEnded) {
     begin();
     receive(camera({surf(), appRef("Zoom")}));
     model->stop(seen(surf()));
     receive(camera({appRef("Zoom")}));
-    passTime(1);
+    passTime(60);
+    EXPECT_EQ(shown, 1);
+    answer(BrowserAnswer::close);
     EXPECT_EQ(shown, 0);
     EXPECT_FALSE(model->isBusyStopping());
     EXPECT_TRUE(closed.empty());
@@ -181,51 +223,22 @@ TEST_F(StopQuestionTest, SaysSoWhenTheOneAppThatItAskedAboutEndsByItself) {
     EXPECT_EQ(titles().back(), "Nothing needed to be closed.");
 }
 
-TEST_F(StopQuestionTest, GoesOnAskingWhileOneOfTheBrowsersIsOn) {
-    begin();
-    machine.script.browsers = {"org.example.surf", "org.example.Dive"};
-    receive(camera({surf(), appRef("Dive")}));
-    model->stopEverything();
-    EXPECT_EQ(questions[0].browsers, (std::vector<std::string>{"Surf", "Dive"}));
-    receive(camera({surf()}));
-    passTime(5);
-    EXPECT_EQ(shown, 1);
-    receive({});
-    passTime(0.5);
-    receive(camera({surf()}));
-    passTime(5);
-    EXPECT_EQ(shown, 1) << "it was off for a moment only";
-    receive(microphone({surf()}));
-    passTime(5);
-    EXPECT_EQ(shown, 1) << "another device is a use as well";
-    receive({});
-    passTime(1);
-    EXPECT_EQ(shown, 0);
-}
-
-TEST_F(StopQuestionTest, PlayingIsNoReasonToGoOnAsking) {
+TEST_F(StopQuestionTest, StandsThroughEveryChangeOfUse) {
     settings.setBoolean("monitorSpeakerUse", true);
     begin();
-    auto both = camera({surf()});
-    both.speakerOn = true;
-    both.speakerApps = {surf()};
-    receive(both);
-    model->stopEverything();
-    both.cameraOn = false;
-    both.cameraApps = {};
-    receive(both);
-    passTime(1);
-    EXPECT_EQ(shown, 0);
-}
-
-TEST_F(StopQuestionTest, AsksAboutAnAppThatIsOffForAsLongAsTheUserThinks) {
-    begin();
-    receive(camera({surf()}));
     receive({});
+    receive(camera({surf()}));
     model->stop(seen(surf()));
-    receive(camera({appRef("Zoom")}));
-    passTime(60);
-    EXPECT_EQ(shown, 1);
+    auto playing = SystemSnapshot();
+    playing.speakerOn = true;
+    playing.speakerApps = {surf()};
+    for (const auto& reading : {camera({appRef("Zoom")}), microphone({surf()}), playing,
+                                SystemSnapshot(), camera({surf()}), SystemSnapshot()}) {
+        receive(reading);
+        passTime(2);
+        EXPECT_EQ(shown, 1);
+        EXPECT_EQ(questions.size(), 1U);
+    }
 }
 
 TEST_F(StopQuestionTest, TakesTheQuestionAwayAtItsEnd) {
@@ -318,20 +331,17 @@ TEST_F(LateBrowser, IsClosedUnaskedWhereTheUserWantsThatByNow) {
     EXPECT_EQ(closed, (Closed{{"Surf", true}, {"Late", true}, {"Zoom", true}}));
 }
 
-TEST_F(LateBrowser, IsAskedAboutWhenTheFirstOneHasEndedByItself) {
-    receive(camera({appRef("Late")}));
-    passTime(1);
+TEST_F(LateBrowser, IsAskedAboutAfterTheAnswerWhenTheFirstOneHasEndedByItself) {
+    receive(camera({appRef("Late"), appRef("Zoom")}));
+    passTime(5);
+    EXPECT_EQ(questions.size(), 1U);
+    answer(BrowserAnswer::close);
     ASSERT_EQ(questions.size(), 2U);
     EXPECT_EQ(questions[1].browsers, (std::vector<std::string>{"Late"}));
-    receive(camera({surf(), appRef("Late")}));
-    answer(BrowserAnswer::close);
-    passTime(5);
-    EXPECT_TRUE(closed.empty()) << "nobody has answered for Surf";
-    ASSERT_EQ(questions.size(), 3U);
-    EXPECT_EQ(questions[2].browsers, (std::vector<std::string>{"Surf"}));
+    EXPECT_TRUE(mutes.empty());
     answer(BrowserAnswer::keep);
     passTime(0.2);
-    EXPECT_EQ(closed, (Closed{{"Late", true}}));
+    EXPECT_EQ(closed, (Closed{{"Zoom", true}}));
 }
 
 } // namespace

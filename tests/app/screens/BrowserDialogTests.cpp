@@ -264,10 +264,14 @@ TEST_F(BrowserInUse, ASecondPressLeavesOneQuestion) {
     EXPECT_TRUE(*delegate.model().settings.microphoneMuted);
 }
 
-TEST_F(BrowserInUse, IsNoLongerAskedAboutOnceItHasEnded) {
+TEST_F(BrowserInUse, IsAskedAboutUntilThePersonAnswersAlsoWhenItHasEnded) {
     delegate.stopEverything();
     delegate.model().receive({});
-    time.advanceBy(StopQuestion::patience);
+    time.advanceBy(60);
+    ASSERT_TRUE(delegate.browserDialog().window());
+    EXPECT_FALSE(*delegate.model().settings.microphoneMuted);
+    click(0);
+    time.advanceBy(5);
     EXPECT_EQ(delegate.browserDialog().window(), nullptr);
     EXPECT_EQ(delegate.model().notices.items().back().title,
               "Microphone muted. No app was using the camera or microphone.");
