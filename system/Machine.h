@@ -7,6 +7,7 @@
 #include "core/base/Subscription.h"
 #include "core/records/AppIdentity.h"
 #include "core/records/SystemSnapshot.h"
+#include "core/sessions/SystemProcess.h"
 #include "core/stopping/PanicController.h"
 
 #include <cstdint>
@@ -233,6 +234,7 @@ enum class Platform { macOS, linux };
 class Machine {
 public:
     virtual ~Machine() = default;
+    /// For the words alone: whatever is decided asks one of the others.
     virtual Platform platform() const = 0;
     /// This application's own identifier; nothing when it has none.
     virtual std::optional<std::string> ownBundleID() const = 0;
@@ -247,9 +249,11 @@ public:
     /// Whether the session or the system stands on that app, so that it is never closed. Main
     /// thread.
     virtual bool isProtected(const AppIdentity& app) = 0;
-    /// Identifiers of the applications that are registered for web links at this moment. Main
-    /// thread.
-    virtual std::vector<std::string> browsers() = 0;
+    /// Why a program of the system's own uses sound; nothing for all other apps. Main thread.
+    virtual std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) = 0;
+    /// Whether to close it is to lose pages, by what is registered for web links at this moment and
+    /// by what is known of browsers. Main thread.
+    virtual bool isBrowser(const AppIdentity& app) = 0;
     /// The picture of an app: a name of the desktop's icon theme or an absolute path. Nothing if
     /// the platform draws it from the app's path, or there is none. Any thread.
     virtual std::optional<std::string> iconName(const AppRef&) { return std::nullopt; }

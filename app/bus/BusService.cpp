@@ -43,7 +43,8 @@ BusService::BusService(AppModel& model, Scheduler& scheduler, Options options)
       options_(std::move(options)),
       stops_(scheduler, requestsAtOnce, requestInterval),
       unmutes_(scheduler, requestsAtOnce, requestInterval),
-      raises_(scheduler, requestsAtOnce, requestInterval) {
+      raises_(scheduler, requestsAtOnce, requestInterval),
+      mainThread_(scheduler) {
     const auto changed = [this](const auto&) {
         tellChangesSoon();
     };
@@ -94,10 +95,7 @@ void BusService::connect() {
 
 void BusService::lost() {
     // Not in a call of the link itself.
-    scheduler_.post([this, alive = std::weak_ptr(alive_)] {
-        if (alive.expired()) {
-            return;
-        }
+    mainThread_.post([this] {
         stopReply_.reset();
         unmuteReply_.reset();
         callers_.reset();
@@ -407,11 +405,9 @@ void BusService::tellChangesSoon() {
     if (std::exchange(isTelling_, true)) {
         return;
     }
-    scheduler_.post([this, alive = std::weak_ptr(alive_)] {
-        if (!alive.expired()) {
-            isTelling_ = false;
-            tellChanges();
-        }
+    mainThread_.post([this] {
+        isTelling_ = false;
+        tellChanges();
     });
 }
 

@@ -91,7 +91,7 @@ private:
     bool isTelling_ = false;
     std::unique_ptr<BusSearch> search_; ///< until the bus has answered
     std::vector<Subscription> subscriptions_;
-    std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
+    MainThread mainThread_;
 };
 
 } // namespace velmoran

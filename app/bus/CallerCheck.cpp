@@ -8,7 +8,7 @@ namespace velmoran {
 
 CallerCheck::CallerCheck(std::string address, Scheduler& scheduler)
     : address_(std::move(address)),
-      scheduler_(scheduler) {}
+      mainThread_(scheduler) {}
 
 CallerCheck::~CallerCheck() {
     question_.reset();
@@ -63,8 +63,8 @@ int CallerCheck::answered(sd_bus_message* reply, void* check, sd_bus_error*) {
 
 void CallerCheck::answerLater(bool isOurUser) {
     // Whoever asks may do anything in the answer, and we are inside the bus library or our link.
-    scheduler_.post([this, alive = std::weak_ptr(alive_), caller = caller_, isOurUser] {
-        if (!alive.expired() && caller == caller_) {
+    mainThread_.post([this, caller = caller_, isOurUser] {
+        if (caller == caller_) {
             finish(isOurUser);
         }
     });

@@ -4,10 +4,11 @@
 #pragma once
 
 #include "app/bus/BusLink.h"
-#include "core/base/Scheduler.h"
+#include "core/base/MainThread.h"
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -39,14 +40,13 @@ private:
     void answerLater(bool isOurUser);
 
     std::string address_;
-    Scheduler& scheduler_;
     std::unique_ptr<BusLink> link_;
     bool isLost_ = false;
     BusSlot question_;
     std::string caller_;
     Answer answer_;
     std::deque<std::pair<std::string, bool>> known_; ///< the oldest first
-    std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
+    MainThread mainThread_;
 };
 
 } // namespace velmoran

@@ -1,6 +1,5 @@
 #include "app/model/AppModel.h"
 
-#include "app/model/StopTools.h"
 #include "app/notices/NoticeWording.h"
 #include "core/text/Localizer.h"
 #include "core/warnings/WarningPolicy.h"
@@ -15,27 +14,51 @@ namespace velmoran {
 AppModel::AppModel(ModelSurroundings surroundings)
     : settings(surroundings.settings),
       notices(surroundings.scheduler),
-      around_(surroundings),
+      around_(std::move(surroundings)),
       engine_(unknownGrace),
       coalescer_(noticeWindow),
-      muter_(std::make_unique<SystemMuter>(
-          surroundings.machine, surroundings.scheduler,
-          SystemMuter::Report{.answered = [this](const MuteAnswer& answer,
-                                                 bool stands) { noteMute(answer, stands); },
-                              .tookEffect =
-                                  [this](const MuteAnswer& answer) {
-                                      noteMuteInEffect(answer);
-                                  }})),
-      closer_(std::make_unique<SystemCloser>(
-          surroundings.machine.makeCloser(surroundings.scheduler),
-          [this](const AppIdentity& app, bool gone) { onAppClosed(app, gone); })),
-      panic_(*muter_, *closer_,
-             [&machine = surroundings.machine](const AppIdentity& app) {
-                 return machine.isProtected(app);
-             }),
-      question_(surroundings.askAboutBrowsers) {}
-
-AppModel::~AppModel() = default;
+      reading_(around_.machine, settings),
+      mute_({.microphones = around_.machine.microphones(),
+             .scheduler = around_.scheduler,
+             .settings = settings,
+             .notices = notices},
+            [this](bool on, const MuteAnswer& answer) { onMicrophonesMuted(on, answer); }),
+      stopFlow_({.machine = around_.machine,
+                 .scheduler = around_.scheduler,
+                 .engine = engine_,
+                 .notices = notices,
+                 .settings = settings,
+                 .mute = mute_,
+                 .windows = around_.windows ? *around_.windows : noWindows_,
+                 .ask = around_.askAboutBrowsers,
+                 .isStopping = isStopping},
+                {.closed = [this](const AppIdentity& app, bool gone) { onAppClosed(app, gone); },
+                 .stopped =
+                     [this](const std::vector<UsageSession>& sessions) {
+                         for (const auto& session : sessions) {
+                             save(session);
+                         }
+                         refreshHistory();
+                     },
+                 .ended =
+                     [this](const std::optional<StopResult>& result) {
+                         onStopEnded(result);
+                     }}),
+      sampler_({.connections = around_.machine.connections(),
+                .clock = around_.clock,
+                .scheduler = around_.scheduler,
+                .engine = engine_},
+               {.added =
+                    [this](const UsageSession& session, const auto& added) {
+                        save(session);
+                        onConnections(session.id, added);
+                    },
+                .anyAdded =
+                    [this] {
+                        openSessions.set(engine_.open());
+                        refreshHistory();
+                    }}),
+      mainThread_(around_.scheduler) {}
 
 void AppModel::start() {
     loadTrust();
@@ -44,25 +67,10 @@ void AppModel::start() {
     };
     openHistory();
     // To come, in this place: looking whether the screen is locked.
-    const std::weak_ptr alive = alive_;
-    startMuteKeeper(true);
-    microphoneArrivals_ =
-        around_.machine.microphones().onArrival([this, alive, &scheduler = around_.scheduler] {
-            scheduler.post([this, alive] {
-                if (!alive.expired()) {
-                    noteArrival();
-                }
-            });
-        });
+    mute_.start();
     connectionTimer_ = around_.scheduler.every(connectionInterval, [this] { sampleConnections(); });
     around_.machine.snapshots().start(
-        [this, alive, &scheduler = around_.scheduler](const SystemSnapshot& reading) {
-            scheduler.post([this, alive, reading] {
-                if (!alive.expired()) {
-                    receive(reading);
-                }
-            });
-        });
+        mainThread_.later([this](const SystemSnapshot& reading) { receive(reading); }));
 }
 
 void AppModel::stopMonitor() {
@@ -74,6 +82,37 @@ void AppModel::receive(const SystemSnapshot& reading) {
     snapshot.set(reading);
     syncSessions();
     onChange();
+}
+
+void AppModel::syncSessions() {
+    const Timestamp now = around_.clock.now();
+    const auto found = reading_.read(*snapshot, now);
+    // Opened in a helper's name, and about to end in favour of its owner.
+    std::vector<Uuid> inHelpersName;
+    for (const auto& session : engine_.open(Device::microphone)) {
+        if (std::any_of(found.replacedHelpers.begin(), found.replacedHelpers.end(),
+                        [&](const AppIdentity& app) { return app.id == session.app.id; })) {
+            inHelpersName.push_back(session.id);
+        }
+    }
+    const auto events = engine_.ingest(found.uses, now);
+    for (const auto& id : inHelpersName) {
+        takeBackNotice(id);
+    }
+    handle(events);
+    scheduleFollowUp(engine_.isGraceRunning() || found.isWaiting);
+}
+
+void AppModel::scheduleFollowUp(bool wanted) {
+    followUp_.reset();
+    if (wanted) {
+        // A device that stays as it is delivers no further snapshot, so the waits need a look of
+        // their own.
+        followUp_ = around_.scheduler.after(followUpDelay, [this] {
+            syncSessions();
+            onChange();
+        });
+    }
 }
 
 StatusIconState AppModel::statusIconState() const {
@@ -104,8 +143,8 @@ void AppModel::handle(const std::vector<SessionEvent>& events) {
         SessionEvent told = event;
         if (event.kind == SessionEvent::Kind::reattributed) {
             takeBackNotice(event.session.id);
-        } else if (event.kind == SessionEvent::Kind::ended && *isStopping) {
-            endedInStop_.push_back(event.session);
+        } else if (event.kind == SessionEvent::Kind::ended) {
+            stopFlow_.noteEnd(event.session);
         }
         // Without a history nobody is warned: what can't be remembered is shown as open only, and
         // the screens say why.
@@ -163,23 +202,16 @@ UsageSession AppModel::warned(const UsageSession& session) {
 }
 
 void AppModel::show(const WarningNotice& notice) {
-    const std::weak_ptr alive = alive_;
-    const auto whileAlive = [alive](auto action) {
-        return [alive, action] {
-            if (!alive.expired()) {
-                action();
-            }
-        };
-    };
     const Uuid id = notice.id;
     NoticeActions actions;
-    actions.stop =
-        whileAlive([this, id, app = notice.app] { stopInsteadOf(id, [this, app] { stop(app); }); });
-    actions.thisWasMe = whileAlive([this, id] { notices.dismiss(id); });
-    actions.trustThisApp = whileAlive([this, id, app = notice.app, devices = notice.devices] {
-        setTrusted(true, app, devices);
-        notices.dismiss(id);
-    });
+    actions.stop = mainThread_.whileAlive(
+        [this, id, app = notice.app] { stopFlow_.stopInsteadOf(id, [this, app] { stop(app); }); });
+    actions.thisWasMe = mainThread_.whileAlive([this, id] { notices.dismiss(id); });
+    actions.trustThisApp =
+        mainThread_.whileAlive([this, id, app = notice.app, devices = notice.devices] {
+            setTrusted(true, app, devices);
+            notices.dismiss(id);
+        });
     notices.show(
         noticeItem(notice, trust.get(), *settings.standardNoticesStay, std::move(actions)));
 }
@@ -232,15 +264,12 @@ void AppModel::keepTrust(const TrustList& list) {
 void AppModel::openHistory() {
     try {
         auto opened = around_.openHistory();
-        opened->onFileChange(
-            [this, alive = std::weak_ptr(alive_)](HistoryStore::FileChange change) {
-                if (!alive.expired()) {
-                    historyUnavailable.set(change == HistoryStore::FileChange::lost);
-                    if (change == HistoryStore::FileChange::replaced) {
-                        onHistoryReplaced();
-                    }
-                }
-            });
+        opened->onFileChange(mainThread_.whileAlive([this](HistoryStore::FileChange change) {
+            historyUnavailable.set(change == HistoryStore::FileChange::lost);
+            if (change == HistoryStore::FileChange::replaced) {
+                onHistoryReplaced();
+            }
+        }));
         opened->closeOpenRecords();
         store_ = std::move(opened);
     } catch (const std::exception&) {
@@ -263,7 +292,7 @@ void AppModel::deleteHistory() {
     if (!store_) {
         return;
     }
-    endedInStop_.clear();
+    stopFlow_.forgetEnded();
     store_->deleteAll();
     for (const auto& session : *openSessions) {
         store_->saveSession(session);

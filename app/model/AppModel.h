@@ -1,17 +1,19 @@
-// The running program: owns all state for the life of the process, reads snapshots into sessions,
-// tells of them and keeps their history. Every screen reads it and every action goes through it.
-// One per program, made by whoever is the program's shell; main thread only.
+// The running program: owns all state for the life of the process, wires what reads, stops, mutes
+// and samples, tells of sessions and keeps their history. Every screen reads it and every action
+// goes through it. One per program, made by whoever is the program's shell; main thread only.
 #pragma once
 
+#include "app/model/ConnectionSampler.h"
+#include "app/model/MuteKeeper.h"
 #include "app/model/SettingsStore.h"
-#include "app/model/StopQuestion.h"
+#include "app/model/StopFlow.h"
+#include "app/model/UseReading.h"
+#include "app/model/Windows.h"
 #include "app/notices/NoticeCenter.h"
+#include "core/base/MainThread.h"
 #include "core/base/Observable.h"
-#include "core/base/Scheduler.h"
 #include "core/history/HistoryStore.h"
 #include "core/sessions/SessionEngine.h"
-#include "core/sessions/SystemProcess.h"
-#include "core/stopping/PanicController.h"
 #include "core/trust/TrustList.h"
 #include "core/warnings/NoticeCoalescer.h"
 #include "core/warnings/StatusIconState.h"
@@ -20,9 +22,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace velmoran {
@@ -41,15 +41,15 @@ struct ModelSurroundings {
         answer(BrowserAnswer::cancel);
         return ShownQuestion();
     };
+    /// Null where there are none.
+    Windows* windows = nullptr;
 };
-
-class SystemMuter;
 
 class AppModel {
 public:
     /// Nothing starts yet.
     explicit AppModel(ModelSurroundings surroundings);
-    ~AppModel();
+    ~AppModel() = default;
     AppModel(const AppModel&) = delete;
     AppModel& operator=(const AppModel&) = delete;
 
@@ -104,23 +104,23 @@ public:
     /// before browsers are closed, about each of them once; what there is to do after the answer is
     /// decided then. Does nothing while a stop is under way. While such a question stands it only
     /// comes to the front.
-    void stopEverything();
+    void stopEverything() { stopFlow_.stopEverything(); }
     /// The same for one app, whose use of the microphone decides about the mute.
-    void stop(const AppIdentity& app);
+    void stop(const AppIdentity& app) { stopFlow_.stop(app); }
     /// A stop, or the question before it, is under way: another one would be dropped.
-    bool isBusyStopping() const { return *isStopping || isAsking(); }
+    bool isBusyStopping() const { return stopFlow_.isBusy(); }
     /// The user is being asked about browsers.
-    bool isAsking() const { return question_.stands(); }
+    bool isAsking() const { return stopFlow_.isAsking(); }
     /// Brings that question to the front.
-    void raiseQuestion() const { question_.raise(); }
+    void raiseQuestion() const { stopFlow_.raiseQuestion(); }
     /// Ends the mute that a stop has left behind, and what keeps it up.
-    void unmuteMicrophone();
+    void unmuteMicrophone() { mute_.unmute(); }
     /// Keeps up the mute of another program that shares the settings, if there is one: for when
     /// that program has gone.
-    void takeOverMute();
+    void takeOverMute() { mute_.takeOver(); }
 
     /// Looks up whom the apps of open sessions are talking to; the answer comes later.
-    void sampleConnections();
+    void sampleConnections() { sampler_.sample(); }
 
     /// Deletes what is older than the setting allows; what the settings screen calls after a change
     /// of `retentionDays`.
@@ -129,7 +129,7 @@ public:
     void deleteHistory();
 
     /// What a reading of this run has named under that id; nothing if none has.
-    std::optional<AppIdentity> seenApp(const std::string& id) const;
+    std::optional<AppIdentity> seenApp(const std::string& id) const { return reading_.seenApp(id); }
     StatusIconState statusIconState() const;
     /// Open sessions of a device, the earliest start first.
     std::vector<UsageSession> sessions(Device device) const;
@@ -138,56 +138,11 @@ public:
     static constexpr Seconds followUpDelay = 1.1; ///< a little more than the graces it serves
     static constexpr Seconds noticeWindow = 5.0;
     static constexpr Seconds pruneInterval = 21600.0;
-    static constexpr Seconds muteInterval = 3.0;
     static constexpr Seconds connectionInterval = 15.0;
 
 private:
-    struct MicrophoneReading {
-        DeviceUse use;
-        std::vector<AppIdentity> helpers;
-        std::vector<AppIdentity> owners;
-        bool waitingForOwner = false;
-    };
-
-    AppIdentity identity(const AppRef& ref);
-    std::vector<AppIdentity> identities(const std::vector<AppRef>& refs);
-    bool hasRole(const AppIdentity& app, SystemProcess::Role role);
-    MicrophoneReading readMicrophone(Timestamp now);
-
     void guardSpeakers(const SystemSnapshot& before, const SystemSnapshot& now);
     void tellOfGuard(std::uint32_t outputID, bool muted);
-
-    using Stopping = std::function<void(PanicController::Completion)>;
-    /// The browsers that the user was asked about before one stop, by their ids.
-    struct Asked {
-        std::set<std::string> about;
-        std::set<std::string> spared;
-    };
-    bool mayStop() const;
-    void stopInsteadOf(const Uuid& card, const std::function<void()>& stopping);
-    void stopEverythingAfter(const Asked& asked);
-    std::vector<AppIdentity> openBrowsers(const std::set<std::string>& except) const;
-    void askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep,
-                  const StopQuestion::Decide& decide);
-    void run(const Stopping& stopping, std::function<void()> retry);
-    void finishStop(const StopResult& answer, const std::function<void()>& retry);
-    /// What a stop's card says.
-    struct ToldStop {
-        StopResult result;
-        Uuid id;
-        std::function<void()> retry;
-    };
-    void showResult(const ToldStop& told);
-    void noteMute(const MuteAnswer& answer, bool stands);
-    void noteMuteInEffect(const MuteAnswer& answer);
-    void setCardsRight(const MuteOutcome& mute);
-    StopResult withMuteAsItIs(StopResult result) const;
-    void startMuteKeeper(bool told);
-    void keepMuted();
-    void noteArrival();
-    void muteMicrophones(bool muted);
-    void addConnections(const std::vector<UsageSession>& sampled, Timestamp seen,
-                        const Connections::Found& found);
 
     void handle(const std::vector<SessionEvent>& events);
     UsageSession warned(const UsageSession& session);
@@ -201,30 +156,18 @@ private:
     void openHistory();
 
     ModelSurroundings around_;
+    Windows noWindows_;
     SessionEngine engine_;
     NoticeCoalescer coalescer_;
     std::shared_ptr<HistoryStore> store_;
-    std::unordered_map<std::string, AppIdentity> identities_; ///< by AppIdentity::id, for good
-    std::unique_ptr<SystemMuter> muter_;
-    std::unique_ptr<AppClosing> closer_;
-    PanicController panic_;
-    StopQuestion question_;
-    std::vector<UsageSession> endedInStop_; ///< while a stop is under way
-    bool isSampling_ = false;
-    bool sampleAgain_ = false; ///< something has changed since the sampling began
-    /// No server has answered to the last stop's mute, and none was carried out since.
-    bool isMuteDue_ = false;
-    std::optional<MuteOutcome> lateMute_; ///< what was carried out after that mute's answer
-    std::vector<ToldStop> dueCards_;      ///< of stops whose mute no server has answered to
-    bool hasArrived_ = false;             ///< a microphone, before the mute of this stop is known
-    Subscription muteKeeper_;
-    Subscription microphoneArrivals_;
+    UseReading reading_;
+    MuteKeeper mute_;
+    StopFlow stopFlow_;
+    ConnectionSampler sampler_;
     Subscription connectionTimer_;
     Subscription pruneTimer_;
     Subscription followUp_;
-    std::optional<Timestamp> helperUnownedSince_;
-    /// Gone when the model is: what callbacks from elsewhere hold weakly.
-    std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
+    MainThread mainThread_;
 };
 
 } // namespace velmoran

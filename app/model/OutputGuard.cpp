@@ -32,12 +32,10 @@ void AppModel::tellOfGuard(std::uint32_t outputID, bool muted) {
         player = session.app.name;
         break;
     }
-    notices.show(speakersMutedItem(id, player, [this, alive = std::weak_ptr(alive_), id, outputID] {
-        if (!alive.expired()) {
-            around_.machine.outputs().setMuted(false, outputID);
-            notices.dismiss(id);
-        }
-    }));
+    notices.show(speakersMutedItem(id, player, mainThread_.whileAlive([this, id, outputID] {
+        around_.machine.outputs().setMuted(false, outputID);
+        notices.dismiss(id);
+    })));
 }
 
 } // namespace velmoran

@@ -9,25 +9,18 @@ StopQuestion::StopQuestion(AskAboutBrowsers ask) : ask_(std::move(ask)) {}
 void StopQuestion::ask(const std::vector<AppIdentity>& browsers, bool keepOffered, Decide decide) {
     BrowserQuestion question;
     question.keepOffered = keepOffered;
-    // Named, since Clang takes a nested class with initial values for one that can't be made.
-    auto& standing = standing_.emplace(Standing());
-    const int number = ++asked_;
-    standing.number = number;
     for (const auto& browser : browsers) {
         question.browsers.push_back(browser.name);
     }
-    standing.decide = std::move(decide);
-    const auto stillStands = [this, number] {
-        return standing_ && standing_->number == number;
-    };
-    auto shown = ask_(question, [this, alive = std::weak_ptr(alive_), stillStands,
-                                 keepOffered](BrowserAnswer answer) {
-        if (!alive.expired() && stillStands()) {
+    standing_ = std::make_shared<Standing>(Standing{std::move(decide), {}});
+    const std::weak_ptr standing = standing_;
+    auto shown = ask_(question, [this, standing, keepOffered](BrowserAnswer answer) {
+        if (!standing.expired()) {
             this->decide(answer == BrowserAnswer::keep && !keepOffered ? BrowserAnswer::cancel
                                                                        : answer);
         }
     });
-    if (stillStands()) {
+    if (!standing.expired()) {
         standing_->shown = std::move(shown);
     }
 }

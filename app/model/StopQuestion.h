@@ -10,7 +10,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace velmoran {
@@ -35,22 +34,19 @@ public:
     /// Asks about these browsers, at least one. `decide` is called once, in the call or later,
     /// unless this goes first. Not while another question stands.
     void ask(const std::vector<AppIdentity>& browsers, bool keepOffered, Decide decide);
-    bool stands() const { return standing_.has_value(); }
+    bool stands() const { return standing_ != nullptr; }
     /// Brings the question to the front, if one stands.
     void raise() const;
 
 private:
     struct Standing {
-        int number = 0;
         Decide decide;
         ShownQuestion shown;
     };
     void decide(BrowserAnswer answer);
 
     AskAboutBrowsers ask_;
-    int asked_ = 0;
-    std::optional<Standing> standing_;
-    std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
+    std::shared_ptr<Standing> standing_; ///< none but this owns it; null while nothing is asked
 };
 
 } // namespace velmoran

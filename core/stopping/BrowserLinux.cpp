@@ -1,6 +1,7 @@
 #include "core/stopping/BrowserLinux.h"
 
 #include "core/base/ProgramName.h"
+#include "core/stopping/Browser.h"
 
 #include <algorithm>
 
@@ -160,6 +161,11 @@ bool runsABrowserOnLinux(const AppIdentity& app) {
     const auto& programs = programsOnLinux();
     return path.starts_with('/') &&
            std::find(programs.begin(), programs.end(), programName(path)) != programs.end();
+}
+
+bool isBrowserOnLinux(const AppIdentity& app, std::vector<std::string> installed) {
+    installed.insert(installed.end(), knownOnLinux().begin(), knownOnLinux().end());
+    return isBrowser(app, installed) || runsABrowserOnLinux(app);
 }
 
 } // namespace velmoran::Browser

@@ -1,5 +1,5 @@
 // The well-known web browsers of the Linux desktop, beside those that are registered for web links
-// at the moment. Pure; any thread.
+// at the moment, and who is one there. Pure; any thread.
 #pragma once
 
 #include "core/records/AppIdentity.h"
@@ -20,5 +20,8 @@ const std::vector<std::string_view>& programsOnLinux();
 /// Whether the app is a browser by its program alone: one that was unpacked in some folder has no
 /// entry that tells what it is for. A name is easily taken, but all that it gets is a question.
 bool runsABrowserOnLinux(const AppIdentity& app);
+
+/// `isBrowser` as a Linux desktop needs it: by its own well-known browsers and programs too.
+bool isBrowserOnLinux(const AppIdentity& app, std::vector<std::string> installed);
 
 } // namespace velmoran::Browser

@@ -81,11 +81,14 @@ bool LinuxMachine::isProtected(const AppIdentity& app) {
                        [&](pid_t pid) { return processes_.isOf(pid, app); });
 }
 
-std::vector<std::string> LinuxMachine::browsers() {
-    auto all = names_.browsers();
-    const auto& known = Browser::knownOnLinux();
-    all.insert(all.end(), known.begin(), known.end());
-    return all;
+std::optional<SystemProcess::Role> LinuxMachine::roleOf(const AppIdentity& app) {
+    return app.path ? SystemProcess::roleOf(signatures_.systemIdentifier(*app.path),
+                                            SystemProcess::onLinux())
+                    : std::nullopt;
+}
+
+bool LinuxMachine::isBrowser(const AppIdentity& app) {
+    return Browser::isBrowserOnLinux(app, names_.browsers());
 }
 
 LinuxMachine::~LinuxMachine() {

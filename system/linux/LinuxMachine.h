@@ -40,7 +40,8 @@ public:
     Connections& connections() override { return connections_; }
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
-    std::vector<std::string> browsers() override;
+    std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) override;
+    bool isBrowser(const AppIdentity& app) override;
     std::optional<std::string> iconName(const AppRef& app) override { return names_.iconName(app); }
 
 private:

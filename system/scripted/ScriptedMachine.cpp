@@ -92,13 +92,18 @@ bool ScriptedMachine::isProtected(const AppIdentity& app) {
     return velmoran::isProtected(app, script.platform, script.ownBundleID);
 }
 
-std::vector<std::string> ScriptedMachine::browsers() {
-    auto all = script.browsers;
-    if (script.platform == Platform::linux) {
-        const auto& known = Browser::knownOnLinux();
-        all.insert(all.end(), known.begin(), known.end());
-    }
-    return all;
+std::optional<SystemProcess::Role> ScriptedMachine::roleOf(const AppIdentity& app) {
+    // The other platform's are no part of this system.
+    return app.path
+               ? SystemProcess::roleOf(systemIdentifier(*app.path),
+                                       script.platform == Platform::linux ? SystemProcess::onLinux()
+                                                                          : SystemProcess::macOS())
+               : std::nullopt;
+}
+
+bool ScriptedMachine::isBrowser(const AppIdentity& app) {
+    return script.platform == Platform::linux ? Browser::isBrowserOnLinux(app, script.browsers)
+                                              : Browser::isBrowser(app, script.browsers);
 }
 
 void ScriptedMachine::restart() {

@@ -51,7 +51,8 @@ public:
     Connections& connections() override { return *this; }
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
-    std::vector<std::string> browsers() override;
+    std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) override;
+    bool isBrowser(const AppIdentity& app) override;
 
     /// A process begins anew on the same machine: nothing is started and nothing remembered, all
     /// else stays as it is.

@@ -14,7 +14,7 @@ class BeatByHand final : public support::AroundLoop {
 public:
     using AroundLoop::AroundLoop;
     Subscription every(Seconds interval, std::function<void()> action) override {
-        if (interval != AppModel::muteInterval) {
+        if (interval != MuteKeeper::interval) {
             return AroundLoop::every(interval, std::move(action));
         }
         beat = std::move(action);

@@ -218,8 +218,8 @@ TEST_F(Stop, NeverClosesWhatTheSessionStandsOn) {
             EXPECT_FALSE(machine_->isProtected(file(script))) << script;
         }
     }
-    EXPECT_TRUE(Browser::isBrowser(identity({.name = "x", .bundleID = "firefox-esr", .path = {}}),
-                                   machine_->browsers()));
+    EXPECT_TRUE(
+        machine_->isBrowser(identity({.name = "x", .bundleID = "firefox-esr", .path = {}})));
 }
 
 } // namespace

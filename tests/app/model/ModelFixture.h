@@ -29,6 +29,7 @@ struct ModelFixture : ::testing::Test {
     std::vector<SessionEvent> told;
     /// Takes the place of a person who cancels.
     decltype(ModelSurroundings::askAboutBrowsers) askAboutBrowsers;
+    Windows* windows = nullptr;
     std::unique_ptr<AppModel> model;
     std::vector<Subscription> subscriptions;
 
@@ -49,6 +50,7 @@ struct ModelFixture : ::testing::Test {
         if (askAboutBrowsers) {
             surroundings.askAboutBrowsers = askAboutBrowsers;
         }
+        surroundings.windows = windows;
         model = std::make_unique<AppModel>(surroundings);
         subscriptions.push_back(model->onChange.subscribe([this] { ++changes; }));
         subscriptions.push_back(model->onSessionEvent.subscribe(

@@ -121,6 +121,23 @@ TEST_F(StopFlowTest, AnswersThatComeAfterTheModelsEndDoNothing) {
     EXPECT_TRUE(closed.empty());
 }
 
+TEST_F(StopFlowTest, DetailsOfAResultShowTheHistoryInTheCardsPlace) {
+    struct ShownWindows final : Windows {
+        std::vector<std::string> shown;
+        void show(std::string_view id) override { shown.emplace_back(id); }
+    } all;
+    windows = &all;
+    begin();
+    machine.script.refusesToClose = {appRef("Mule").id()};
+    receive(camera({appRef("Mule")}));
+    model->stopEverything();
+    passTime(3.5);
+    const auto card = model->notices.items().back().id;
+    press("Details");
+    EXPECT_FALSE(model->notices.item(card));
+    EXPECT_EQ(all.shown, (std::vector<std::string>{"history"}));
+}
+
 TEST_F(StopFlowTest, EndsWithTheModelInTheMiddle) {
     begin();
     machine.script.refusesToClose = {appRef("Mule").id()};

@@ -76,7 +76,10 @@ public:
         return std::make_unique<RealClosing>(display_, patience_);
     }
     bool isProtected(const AppIdentity& app) override { return paper_.isProtected(app); }
-    std::vector<std::string> browsers() override { return paper_.browsers(); }
+    std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) override {
+        return paper_.roleOf(app);
+    }
+    bool isBrowser(const AppIdentity& app) override { return paper_.isBrowser(app); }
 
 private:
     ScriptedMachine& paper_;

@@ -1,5 +1,4 @@
-// The part of the model that notes whom an app talks to while it uses a device.
-#include "app/model/AppModel.h"
+#include "app/model/ConnectionSampler.h"
 
 #include <algorithm>
 #include <utility>
@@ -18,14 +17,19 @@ bool knows(const UsageSession& session, const Connection& peer) {
 
 } // namespace
 
-void AppModel::sampleConnections() {
+ConnectionSampler::ConnectionSampler(Seams seams, Reports reports)
+    : seams_(seams),
+      reports_(std::move(reports)),
+      mainThread_(seams.scheduler) {}
+
+void ConnectionSampler::sample() {
     if (isSampling_) {
         sampleAgain_ = true;
         return;
     }
     std::vector<UsageSession> sampled;
     std::vector<AppIdentity> apps;
-    for (const auto& session : *openSessions) {
+    for (const auto& session : seams_.engine.open()) {
         if (session.device == Device::speaker || !session.app.path) {
             continue;
         }
@@ -38,20 +42,14 @@ void AppModel::sampleConnections() {
         return;
     }
     isSampling_ = true;
-    const auto seen = around_.clock.now();
-    around_.machine.connections().ofApps(
-        std::move(apps), [this, alive = std::weak_ptr(alive_), &scheduler = around_.scheduler,
-                          sampled = std::move(sampled), seen](const Connections::Found& found) {
-            scheduler.post([this, alive, sampled, seen, found] {
-                if (!alive.expired()) {
-                    addConnections(sampled, seen, found);
-                }
-            });
-        });
+    seams_.connections.ofApps(
+        std::move(apps),
+        mainThread_.later([this, sampled = std::move(sampled), seen = seams_.clock.now()](
+                              const Connections::Found& found) { add(sampled, seen, found); }));
 }
 
-void AppModel::addConnections(const std::vector<UsageSession>& sampled, Timestamp seen,
-                              const Connections::Found& found) {
+void ConnectionSampler::add(const std::vector<UsageSession>& sampled, Timestamp seen,
+                            const Connections::Found& found) {
     isSampling_ = false;
     bool anyAdded = false;
     for (const auto& session : sampled) {
@@ -71,22 +69,20 @@ void AppModel::addConnections(const std::vector<UsageSession>& sampled, Timestam
         if (added.empty()) {
             continue;
         }
-        const auto updated = engine_.update(session.id, [&](UsageSession& open) {
+        const auto updated = seams_.engine.update(session.id, [&](UsageSession& open) {
             open.connections.insert(open.connections.end(), added.begin(), added.end());
         });
         // What has ended in the meantime stays as it was written.
         if (updated) {
             anyAdded = true;
-            save(*updated);
-            onConnections(session.id, added);
+            reports_.added(*updated, added);
         }
     }
     if (anyAdded) {
-        openSessions.set(engine_.open());
-        refreshHistory();
+        reports_.anyAdded();
     }
     if (std::exchange(sampleAgain_, false)) {
-        sampleConnections();
+        sample();
     }
 }
 

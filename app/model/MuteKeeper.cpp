@@ -1,0 +1,154 @@
+#include "app/model/MuteKeeper.h"
+
+#include <utility>
+
+namespace velmoran {
+
+MuteKeeper::MuteKeeper(Seams seams, Told told)
+    : seams_(seams),
+      told_(std::move(told)),
+      mainThread_(seams.scheduler) {}
+
+void MuteKeeper::start() {
+    keepUp(true);
+    arrivals_ = seams_.microphones.onArrival(mainThread_.later([this] { noteArrival(); }));
+}
+
+void MuteKeeper::mute(std::function<void(const MuteOutcome&)> done) {
+    isAnswerDue_ = true;
+    hasArrived_ = false;
+    seams_.microphones.setMuted(
+        true,
+        mainThread_.later([this, undone = undone_, done = std::move(done)](const auto& answer) {
+            note(answer, undone_ == undone);
+            done(answer);
+        }),
+        inEffect());
+}
+
+void MuteKeeper::note(const MuteAnswer& answer, bool stands) {
+    isAnswerDue_ = false;
+    isMuteDue_ = !answer.serverAnswered;
+    lateMute_.reset();
+    const bool isMuted = answer.mutedCount >= 1 && stands;
+    // At once, so that a stop that is cut short leaves no mute that nobody knows of.
+    if (isMuted) {
+        seams_.settings.microphoneMuted.set(true);
+    }
+    told_(true, answer);
+    if (isMuted) {
+        setCardsRight(answer);
+        if (std::exchange(hasArrived_, false)) {
+            repeat();
+        }
+    }
+}
+
+/// What the microphones are is what counts: a mute that came late stands like any other, also if
+/// what was repeated meanwhile is what the server has heard.
+Microphones::Answer MuteKeeper::inEffect() {
+    return mainThread_.later([this, undone = undone_](const MuteAnswer& answer) {
+        if (answer.mutedCount >= 1 && undone_ == undone) {
+            noteInEffect(answer);
+        }
+    });
+}
+
+void MuteKeeper::noteInEffect(const MuteAnswer& answer) {
+    if (std::exchange(isMuteDue_, false)) {
+        lateMute_ = answer;
+        seams_.settings.microphoneMuted.set(true);
+        told_(true, answer);
+        keepUp(false);
+    }
+    setCardsRight(answer);
+}
+
+StopResult MuteKeeper::kept(StopResult result) {
+    if (result.microphoneMuted && lateMute_) {
+        result.microphoneMuted = true;
+        result.unmutableMicrophones = lateMute_->unmutable;
+    }
+    if (result.microphoneMuted == true && !*seams_.settings.microphoneMuted) {
+        result.microphoneMuted.reset();
+        result.unmutableMicrophones.clear();
+    }
+    if (result.microphoneMuted == true) {
+        keepUp(false);
+    }
+    return result;
+}
+
+void MuteKeeper::setRightLater(const Uuid& card, Correct correct) {
+    std::erase_if(dueCards_, [this](const Due& due) { return !seams_.notices.item(due.card); });
+    if (isMuteDue_) {
+        dueCards_.push_back({card, std::move(correct)});
+    }
+}
+
+/// Cards that still say that it couldn't be done would be wrong.
+void MuteKeeper::setCardsRight(const MuteOutcome& mute) {
+    for (const auto& due : std::exchange(dueCards_, {})) {
+        if (seams_.notices.item(due.card)) {
+            due.correct(mute);
+        }
+    }
+}
+
+/// What is plugged in under a mute is muted at once, and not at the next repetition: also while the
+/// stop that has muted is still closing, when nothing is repeated yet.
+void MuteKeeper::noteArrival() {
+    if (*seams_.settings.microphoneMuted) {
+        keepMuted();
+    } else if (isAnswerDue_) {
+        hasArrived_ = true;
+    }
+}
+
+void MuteKeeper::keepUp(bool told) {
+    if (!*seams_.settings.microphoneMuted || repeating_) {
+        return;
+    }
+    if (told) {
+        setAll(true);
+    } else {
+        repeat();
+    }
+    repeating_ = seams_.scheduler.every(interval, [this] { keepMuted(); });
+}
+
+/// Two programs may keep the same mute up, as the desktop's and a watch in a terminal: an unmute in
+/// one of them holds for both.
+void MuteKeeper::keepMuted() {
+    if (seams_.settings.muteElsewhere() == false) {
+        unmute();
+    } else {
+        repeat();
+    }
+}
+
+void MuteKeeper::repeat() {
+    seams_.microphones.setMuted(true, inEffect(), inEffect());
+}
+
+void MuteKeeper::takeOver() {
+    if (seams_.settings.muteElsewhere() == true) {
+        seams_.settings.microphoneMuted.set(true);
+        keepUp(true);
+    }
+}
+
+void MuteKeeper::unmute() {
+    ++undone_;
+    seams_.settings.microphoneMuted.set(false);
+    repeating_.reset();
+    setAll(false);
+}
+
+void MuteKeeper::setAll(bool muted) {
+    seams_.microphones.setMuted(
+        muted, mainThread_.later([this, muted](const auto& answer) { told_(muted, answer); }),
+        {}); // what comes late is what the setting says already
+}
+
+} // namespace velmoran

@@ -1,0 +1,93 @@
+#include "app/model/UseReading.h"
+
+#include "core/sessions/SystemHelpers.h"
+
+#include <utility>
+
+namespace velmoran {
+
+UseReading::UseReading(Machine& machine, const SettingsStore& settings)
+    : machine_(machine),
+      settings_(settings) {}
+
+UseReading::Found UseReading::read(const SystemSnapshot& snapshot, Timestamp now) {
+    auto microphone = readMicrophone(snapshot, now);
+    auto speakerApps = SystemHelpers::speaker(identities(snapshot.speakerApps), microphone.helpers,
+                                              microphone.owners);
+    Found found;
+    found.uses = {
+        {Device::camera, {.isOn = snapshot.cameraOn, .apps = identities(snapshot.cameraApps)}},
+        {Device::microphone, std::move(microphone.use)},
+        {Device::speaker,
+         {.isOn = snapshot.speakerOn && *settings_.monitorSpeakerUse,
+          .apps = std::move(speakerApps)}}};
+    if (!microphone.owners.empty()) {
+        found.replacedHelpers = std::move(microphone.helpers);
+    }
+    found.isWaiting = microphone.isWaiting;
+    return found;
+}
+
+UseReading::Microphone UseReading::readMicrophone(const SystemSnapshot& snapshot, Timestamp now) {
+    Microphone reading;
+    std::vector<AppIdentity> others;
+    const auto held = identities(snapshot.microphoneApps);
+    for (const auto& app : held) {
+        const auto role = machine_.roleOf(app);
+        if (role == SystemProcess::Role::worksForOtherApps) {
+            reading.helpers.push_back(app);
+        } else if (role != SystemProcess::Role::listensForMacOS ||
+                   !*settings_.ignoreSystemListening) {
+            others.push_back(app);
+        }
+    }
+    const bool onlyListeners = !held.empty() && reading.helpers.empty() && others.empty();
+
+    auto microphone = SystemHelpers::microphone(others, reading.helpers,
+                                                identities(snapshot.microphoneAttributed));
+    reading.owners = std::move(microphone.owners);
+    if (reading.helpers.empty() || !reading.owners.empty()) {
+        helperUnownedSince_.reset();
+        reading.use.apps = std::move(microphone.apps);
+    } else {
+        // Whom a helper works for is told a moment after it turns the microphone on. The wait is
+        // counted once per spell of helpers without an owner.
+        if (!helperUnownedSince_) {
+            helperUnownedSince_ = now;
+        }
+        reading.isWaiting = now - *helperUnownedSince_ < ownerGrace;
+        reading.use.apps = reading.isWaiting ? std::move(others) : std::move(microphone.apps);
+    }
+    reading.use.isOn =
+        snapshot.microphoneOn && !onlyListeners && !(reading.isWaiting && reading.use.apps.empty());
+    return reading;
+}
+
+const AppIdentity& UseReading::identity(const AppRef& ref) {
+    const auto [known, isNew] = identities_.try_emplace(ref.id());
+    if (isNew) {
+        known->second = {.id = ref.id(),
+                         .name = ref.name,
+                         .bundleID = ref.bundleID,
+                         .path = ref.path,
+                         .teamID =
+                             ref.path ? machine_.signatures().teamID(*ref.path) : std::nullopt};
+    }
+    return known->second;
+}
+
+std::vector<AppIdentity> UseReading::identities(const std::vector<AppRef>& refs) {
+    std::vector<AppIdentity> apps;
+    apps.reserve(refs.size());
+    for (const auto& ref : refs) {
+        apps.push_back(identity(ref));
+    }
+    return apps;
+}
+
+std::optional<AppIdentity> UseReading::seenApp(const std::string& id) const {
+    const auto found = identities_.find(id);
+    return found == identities_.end() ? std::nullopt : std::optional(found->second);
+}
+
+} // namespace velmoran

@@ -1,0 +1,58 @@
+// What in a reading of the machine counts as use of a device, and by whom: without the system's own
+// listening, and with the app that a system's helper works for in the helper's place. Remembers who
+// was named in this run. Owned by the model; main thread.
+#pragma once
+
+#include "app/model/SettingsStore.h"
+#include "core/records/SystemSnapshot.h"
+#include "core/sessions/DeviceUse.h"
+#include "system/Machine.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace velmoran {
+
+class UseReading {
+public:
+    struct Found {
+        std::map<Device, DeviceUse> uses;
+        /// Of the microphone, now that it is known for whom they work; empty while nobody knows.
+        std::vector<AppIdentity> replacedHelpers;
+        /// Whom a helper works for may still be told: another look is needed.
+        bool isWaiting = false;
+    };
+
+    /// Both outlive this.
+    UseReading(Machine& machine, const SettingsStore& settings);
+
+    Found read(const SystemSnapshot& snapshot, Timestamp now);
+
+    /// What a reading of this run has named under that id; nothing if none has.
+    std::optional<AppIdentity> seenApp(const std::string& id) const;
+
+    /// How long a helper may hold the microphone before it counts itself.
+    static constexpr Seconds ownerGrace = 1.0;
+
+private:
+    struct Microphone {
+        DeviceUse use;
+        std::vector<AppIdentity> helpers;
+        std::vector<AppIdentity> owners;
+        bool isWaiting = false;
+    };
+
+    Microphone readMicrophone(const SystemSnapshot& snapshot, Timestamp now);
+    const AppIdentity& identity(const AppRef& ref);
+    std::vector<AppIdentity> identities(const std::vector<AppRef>& refs);
+
+    Machine& machine_;
+    const SettingsStore& settings_;
+    std::unordered_map<std::string, AppIdentity> identities_; ///< by AppIdentity::id, for good
+    std::optional<Timestamp> helperUnownedSince_;
+};
+
+} // namespace velmoran

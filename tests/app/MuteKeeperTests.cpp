@@ -1,0 +1,202 @@
+// The keeper alone, against microphones whose answers the test gives.
+#include "app/model/MemorySettings.h"
+#include "app/model/MuteKeeper.h"
+#include "system/scripted/ScriptedTime.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace velmoran {
+namespace {
+
+struct FakeMicrophones final : Microphones {
+    struct Call {
+        bool muted = false;
+        Answer done;
+        Answer late;
+    };
+    std::vector<Call> calls;
+    std::function<void()> arrived;
+
+    void setMuted(bool muted, Answer done, Answer late) override {
+        calls.push_back({muted, std::move(done), std::move(late)});
+    }
+    Subscription onArrival(std::function<void()> callback) override {
+        arrived = std::move(callback);
+        return Subscription([this] { arrived = nullptr; });
+    }
+};
+
+MuteAnswer muted(int count) {
+    MuteAnswer answer;
+    answer.mutedCount = count;
+    return answer;
+}
+
+MuteAnswer silence() {
+    MuteAnswer answer;
+    answer.serverAnswered = false;
+    return answer;
+}
+
+struct MuteKeeperTest : ::testing::Test {
+    FakeMicrophones microphones;
+    ScriptedTime time;
+    MemorySettings stored;
+    SettingsStore settings{stored};
+    NoticeCenter notices{time};
+    std::vector<std::pair<bool, int>> told; ///< how many were muted
+    std::vector<int> outcomes;              ///< of stops' mutes
+    std::unique_ptr<MuteKeeper> keeper;
+
+    void SetUp() override {
+        keeper =
+            std::make_unique<MuteKeeper>(MuteKeeper::Seams{microphones, time, settings, notices},
+                                         [this](bool on, const MuteAnswer& answer) {
+                                             told.emplace_back(on, answer.mutedCount);
+                                         });
+    }
+
+    void mute() {
+        keeper->mute(
+            [this](const MuteOutcome& outcome) { outcomes.push_back(outcome.mutedCount); });
+    }
+    void answer(std::size_t call, const MuteAnswer& answer) {
+        microphones.calls.at(call).done(answer);
+        time.runPosted();
+    }
+    void answerLate(std::size_t call, const MuteAnswer& answer) {
+        microphones.calls.at(call).late(answer);
+        time.runPosted();
+    }
+    void plugIn() {
+        microphones.arrived();
+        time.runPosted();
+    }
+    Uuid card() {
+        NoticeItem item;
+        item.id = Uuid::random();
+        notices.show(item);
+        return item.id;
+    }
+    StopResult kept(bool isMuted) {
+        StopResult result;
+        result.microphoneMuted = isMuted;
+        return keeper->kept(result);
+    }
+};
+
+TEST_F(MuteKeeperTest, AnswersAStopAndRemembersTheMute) {
+    mute();
+    EXPECT_TRUE(outcomes.empty());
+    answer(0, muted(2));
+    EXPECT_EQ(outcomes, (std::vector<int>{2}));
+    EXPECT_EQ(told, (std::vector<std::pair<bool, int>>{{true, 2}}));
+    EXPECT_TRUE(*settings.microphoneMuted);
+}
+
+TEST_F(MuteKeeperTest, RepeatsAMuteThatStandsAndTellsNothingOfThat) {
+    mute();
+    answer(0, muted(1));
+    EXPECT_EQ(kept(true).microphoneMuted, true);
+    EXPECT_EQ(microphones.calls.size(), 2U) << "at once";
+    time.advanceBy(MuteKeeper::interval);
+    EXPECT_EQ(microphones.calls.size(), 3U);
+    answer(2, muted(1));
+    EXPECT_EQ(told.size(), 1U);
+    keeper->unmute();
+    EXPECT_FALSE(microphones.calls.back().muted);
+    time.advanceBy(60);
+    EXPECT_EQ(microphones.calls.size(), 4U);
+}
+
+TEST_F(MuteKeeperTest, RemembersNoMuteThatWasUndoneBeforeItsAnswer) {
+    mute();
+    keeper->unmute();
+    answer(0, muted(1));
+    EXPECT_FALSE(*settings.microphoneMuted);
+    EXPECT_EQ(outcomes, (std::vector<int>{1}));
+    EXPECT_EQ(kept(true).microphoneMuted, std::nullopt) << "there is none to tell of";
+    EXPECT_EQ(microphones.calls.size(), 2U);
+}
+
+TEST_F(MuteKeeperTest, TakesUpAMuteThatTookEffectLateAndSetsItsCardRight) {
+    mute();
+    answer(0, silence());
+    EXPECT_FALSE(*settings.microphoneMuted);
+    const auto standing = card();
+    const auto gone = card();
+    int right = 0;
+    keeper->setRightLater(standing,
+                          [&](const MuteOutcome& outcome) { right += outcome.mutedCount; });
+    keeper->setRightLater(gone, [&](const MuteOutcome&) { ADD_FAILURE() << "it has gone"; });
+    notices.dismiss(gone);
+    answerLate(0, muted(3));
+    EXPECT_EQ(right, 3);
+    EXPECT_TRUE(*settings.microphoneMuted);
+    EXPECT_EQ(told, (std::vector<std::pair<bool, int>>{{true, 0}, {true, 3}}));
+    EXPECT_EQ(kept(false).microphoneMuted, true) << "a stop that still closes tells it as it is";
+    answerLate(0, muted(3));
+    EXPECT_EQ(right, 3) << "once";
+}
+
+TEST_F(MuteKeeperTest, SetsNothingRightWhereTheServerHasAnswered) {
+    mute();
+    answer(0, muted(0));
+    keeper->setRightLater(card(), [](const MuteOutcome&) { ADD_FAILURE(); });
+    mute();
+    answer(1, muted(1));
+}
+
+TEST_F(MuteKeeperTest, ALateMuteThatWasUndoneIsNone) {
+    mute();
+    answer(0, silence());
+    keeper->unmute();
+    answerLate(0, muted(1));
+    EXPECT_FALSE(*settings.microphoneMuted);
+    EXPECT_EQ(told.size(), 1U);
+}
+
+TEST_F(MuteKeeperTest, MutesWhatArrivesUnderAMute) {
+    keeper->start();
+    plugIn();
+    EXPECT_TRUE(microphones.calls.empty());
+    mute();
+    plugIn();
+    EXPECT_EQ(microphones.calls.size(), 1U) << "the answer is due";
+    answer(0, muted(1));
+    EXPECT_EQ(microphones.calls.size(), 2U);
+    plugIn();
+    EXPECT_EQ(microphones.calls.size(), 3U);
+    EXPECT_TRUE(microphones.calls.back().muted);
+}
+
+TEST_F(MuteKeeperTest, KeepsUpAtTheStartWhatTheSettingsSay) {
+    settings.microphoneMuted.set(true);
+    keeper->start();
+    ASSERT_EQ(microphones.calls.size(), 1U);
+    answer(0, muted(1));
+    EXPECT_EQ(told, (std::vector<std::pair<bool, int>>{{true, 1}}));
+    time.advanceBy(MuteKeeper::interval);
+    EXPECT_EQ(microphones.calls.size(), 2U);
+}
+
+TEST_F(MuteKeeperTest, TellsNothingOnceItHasGone) {
+    keeper->start();
+    mute();
+    const auto arrived = microphones.arrived;
+    keeper.reset();
+    EXPECT_FALSE(microphones.arrived);
+    arrived();
+    answer(0, muted(1));
+    answerLate(0, muted(1));
+    EXPECT_TRUE(told.empty());
+    EXPECT_TRUE(outcomes.empty());
+    EXPECT_EQ(microphones.calls.size(), 1U);
+}
+
+} // namespace
+} // namespace velmoran
