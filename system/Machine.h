@@ -17,6 +17,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace velmoran {
@@ -52,18 +53,32 @@ struct CameraDeviceInfo {
     bool operator==(const CameraDeviceInfo&) const = default;
 };
 
+/// Whom a report names: by an app's identifier, or by what tells an unidentified process from
+/// others.
+struct AttributedApp {
+    std::string id;
+    bool unidentified = false;
+
+    AttributedApp() = default;
+    AttributedApp(const char* identifier) : id(identifier) {}
+    AttributedApp(std::string identifier) : id(std::move(identifier)) {}
+    explicit AttributedApp(const AppRef& app) : id(app.id()), unidentified(app.unidentified) {}
+
+    bool operator==(const AttributedApp&) const = default;
+};
+
 /// A camera and who uses it, from a source that knows both.
 struct CameraUse {
     CameraDeviceInfo device;
-    std::vector<std::string> apps; ///< AppRef ids, in order of opening, those that can't be named
-                                   ///< among them; empty while nobody is known to use it
+    std::vector<AttributedApp> apps; ///< in order of opening, those that can't be named among them;
+                                     ///< empty while nobody is known to use it
 
     bool operator==(const CameraUse&) const = default;
 };
 
-/// From "cam" and "mic" (other keys are kept and ignored) to application identifiers, in the order
-/// of the report, duplicates included. An empty table is a report that nobody is named.
-using AttributionTable = std::map<std::string, std::vector<std::string>, std::less<>>;
+/// From "cam" and "mic" (other keys are kept and ignored) to apps, in the order of the report,
+/// duplicates included. An empty table is a report that nobody is named.
+using AttributionTable = std::map<std::string, std::vector<AttributedApp>, std::less<>>;
 
 /// Lists are in the order of the system's object list; what can't be read is empty, false or its
 /// default text. Cheap: called on every refresh, on the monitor's queue.

@@ -9,7 +9,7 @@ namespace {
 
 void addOnce(std::vector<AppRef>& apps, AppRef app) {
     const bool known = std::any_of(apps.begin(), apps.end(),
-                                   [&](const AppRef& other) { return other.id() == app.id(); });
+                                   [&](const AppRef& other) { return other.isSameApp(app); });
     if (!known) {
         apps.push_back(std::move(app));
     }
@@ -19,8 +19,9 @@ std::vector<AppRef> attributed(const AttributionTable& table, std::string_view k
                                AppNames& names) {
     std::vector<AppRef> apps;
     if (const auto found = table.find(key); found != table.end()) {
-        for (const auto& bundleID : found->second) {
-            addOnce(apps, names.ofBundleID(bundleID));
+        for (const auto& app : found->second) {
+            addOnce(apps,
+                    app.unidentified ? AppRef::unidentifiedAs(app.id) : names.ofBundleID(app.id));
         }
     }
     return apps;

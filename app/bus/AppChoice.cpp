@@ -23,7 +23,7 @@ std::vector<AppIdentity> stoppableApps(const std::vector<UsageSession>& open) {
     std::vector<AppIdentity> apps;
     for (const auto& session : open) {
         const auto isSame = [&](const AppIdentity& app) {
-            return app.id == session.app.id;
+            return app.isSameApp(session.app);
         };
         if (session.device != Device::speaker && std::none_of(apps.begin(), apps.end(), isSame)) {
             apps.push_back(session.app);

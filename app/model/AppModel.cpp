@@ -91,7 +91,7 @@ void AppModel::syncSessions() {
     std::vector<Uuid> inHelpersName;
     for (const auto& session : engine_.open(Device::microphone)) {
         if (std::any_of(found.replacedHelpers.begin(), found.replacedHelpers.end(),
-                        [&](const AppIdentity& app) { return app.id == session.app.id; })) {
+                        [&](const AppIdentity& app) { return app.isSameApp(session.app); })) {
             inHelpersName.push_back(session.id);
         }
     }
@@ -189,7 +189,7 @@ UsageSession AppModel::warned(const UsageSession& session) {
     coalescer_.keepOnly(shown);
     const bool alreadyStrong = std::any_of(
         coalescer_.active().begin(), coalescer_.active().end(), [&](const WarningNotice& notice) {
-            return notice.app.id == result.app.id && notice.level == WarningLevel::strong;
+            return notice.app.isSameApp(result.app) && notice.level == WarningLevel::strong;
         });
     const auto notice = coalescer_.registerSession(result, *level, awayWatchOn.get());
     if (notice) {

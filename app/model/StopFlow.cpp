@@ -51,8 +51,9 @@ void StopFlow::stopEverythingAfter(const Asked& asked) {
         return;
     }
     auto open = seams_.engine.open();
-    std::erase_if(
-        open, [&](const UsageSession& session) { return asked.spared.contains(session.app.id); });
+    std::erase_if(open, [&](const UsageSession& session) {
+        return asked.spared.contains(session.app.id) && !session.app.cannotBeNamed();
+    });
     run([this, open = std::move(open)](
             PanicController::Completion done) { panic_.stopAll(open, std::move(done)); },
         [this] { stopEverything(); });

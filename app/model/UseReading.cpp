@@ -64,30 +64,41 @@ UseReading::Microphone UseReading::readMicrophone(const SystemSnapshot& snapshot
 }
 
 const AppIdentity& UseReading::identity(const AppRef& ref) {
-    const auto [known, isNew] = identities_.try_emplace(ref.id());
+    const auto [known, isNew] = identities_.try_emplace({ref.unidentified, ref.id()});
     if (isNew) {
-        known->second = {.id = ref.id(),
-                         .name = ref.name,
-                         .bundleID = ref.bundleID,
-                         .path = ref.path,
-                         .teamID =
-                             ref.path ? machine_.signatures().teamID(*ref.path) : std::nullopt};
+        auto& app = known->second;
+        app.id = ref.id();
+        app.name = ref.name;
+        app.path = ref.path;
+        app.unidentified = ref.unidentified;
+        if (!ref.unidentified) {
+            app.bundleID = ref.bundleID;
+            app.teamID = ref.path ? machine_.signatures().teamID(*ref.path) : std::nullopt;
+        }
     }
     return known->second;
 }
 
+/// Whoever bears the unknown app's id counts as nobody named: a session for him would end at the
+/// next reading, and begin again.
 std::vector<AppIdentity> UseReading::identities(const std::vector<AppRef>& refs) {
     std::vector<AppIdentity> apps;
     apps.reserve(refs.size());
     for (const auto& ref : refs) {
-        apps.push_back(identity(ref));
+        if (ref.id() != AppIdentity::unknownID) {
+            apps.push_back(identity(ref));
+        }
     }
     return apps;
 }
 
 std::optional<AppIdentity> UseReading::seenApp(const std::string& id) const {
-    const auto found = identities_.find(id);
-    return found == identities_.end() ? std::nullopt : std::optional(found->second);
+    for (const bool unidentified : {false, true}) {
+        if (const auto found = identities_.find({unidentified, id}); found != identities_.end()) {
+            return found->second;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace velmoran

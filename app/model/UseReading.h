@@ -11,7 +11,7 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace velmoran {
@@ -31,7 +31,8 @@ public:
 
     Found read(const SystemSnapshot& snapshot, Timestamp now);
 
-    /// What a reading of this run has named under that id; nothing if none has.
+    /// What a reading of this run has named under that id, else who couldn't be named; nothing if
+    /// there was neither.
     std::optional<AppIdentity> seenApp(const std::string& id) const;
 
     /// How long a helper may hold the microphone before it counts itself.
@@ -51,7 +52,8 @@ private:
 
     Machine& machine_;
     const SettingsStore& settings_;
-    std::unordered_map<std::string, AppIdentity> identities_; ///< by AppIdentity::id, for good
+    /// By AppIdentity::unidentified and AppIdentity::id, for good.
+    std::map<std::pair<bool, std::string>, AppIdentity> identities_;
     std::optional<Timestamp> helperUnownedSince_;
 };
 

@@ -25,7 +25,8 @@ void noOtherKeys(const Json& read, const Json& full, const std::string& what) {
 }
 
 AppIdentity fullApp() {
-    return {.id = "a", .name = "A", .bundleID = "a", .path = "/a", .teamID = "T"};
+    return {
+        .id = "a", .name = "A", .bundleID = "a", .path = "/a", .teamID = "T", .unidentified = true};
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace velmoran {
 
@@ -47,7 +48,25 @@ std::optional<Uuid> readId(const Column& column) {
     return Uuid::parse(column.bytes);
 }
 
+AppIdentity asStored(AppIdentity app) {
+    if (app.isUnknown()) {
+        return AppIdentity::unknown();
+    }
+    if (app.unidentified || (app.bundleID && app.bundleID->empty())) {
+        app.bundleID.reset();
+    }
+    return app;
+}
+
 } // namespace
+
+std::optional<std::string_view> bundleIDColumn(const AppIdentity& app) {
+    if (app.unidentified) {
+        return "";
+    }
+    return app.bundleID && !app.bundleID->empty() ? std::optional<std::string_view>(*app.bundleID)
+                                                  : std::nullopt;
+}
 
 std::optional<UsageSession> sessionFrom(const SessionRecord& row) {
     UsageSession session;
@@ -66,9 +85,8 @@ std::optional<UsageSession> sessionFrom(const SessionRecord& row) {
         !readTime(row.end, session.end) || row.observedFromStart.kind != Column::Kind::integer) {
         return std::nullopt;
     }
-    if (app.isUnknown()) {
-        app = AppIdentity::unknown();
-    }
+    app.unidentified = app.bundleID && app.bundleID->empty();
+    app = asStored(std::move(app));
     if (row.outcomeRaw.kind == Column::Kind::text) {
         session.outcome = sessionOutcomeFrom(row.outcomeRaw.bytes);
     }
@@ -85,9 +103,7 @@ std::optional<UsageSession> sessionFrom(const SessionRecord& row) {
 
 UsageSession asStored(const UsageSession& session, const std::optional<std::string>& connections) {
     UsageSession stored = session;
-    if (stored.app.isUnknown()) {
-        stored.app = AppIdentity::unknown();
-    }
+    stored.app = asStored(std::move(stored.app));
     if (stored.end && std::isnan(stored.end->seconds)) {
         stored.end = std::nullopt; // the database has no such number and keeps null
     }

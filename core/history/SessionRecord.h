@@ -28,7 +28,7 @@ struct SessionRecord {
     Column deviceRaw; ///< case name of Device
     Column appID;
     Column appName;
-    Column bundleID;        ///< or null
+    Column bundleID;        ///< or null; empty of an unidentified process, as no app's ever is
     Column appPath;         ///< or null
     Column teamID;          ///< or null
     Column start;           ///< seconds since 2001-01-01 00:00:00 UTC
@@ -58,6 +58,9 @@ struct SessionRecord {
 /// that don't decode as an empty list. The unknown app's id gives the constant, whatever else is
 /// stored of it.
 std::optional<UsageSession> sessionFrom(const SessionRecord& row);
+
+/// What stands in that column for an app; valid as long as that is.
+std::optional<std::string_view> bundleIDColumn(const AppIdentity& app);
 
 /// What `sessionFrom` will give for a session that is stored now, with these connections.
 UsageSession asStored(const UsageSession& session, const std::optional<std::string>& connections);

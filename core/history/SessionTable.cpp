@@ -88,7 +88,7 @@ void SessionTable::put(const UsageSession& session, const std::string& id,
         .bind(2, rawValue(session.device))
         .bind(3, session.app.id)
         .bind(4, session.app.name)
-        .bind(5, session.app.bundleID)
+        .bind(5, bundleIDColumn(session.app))
         .bind(6, session.app.path)
         .bind(7, session.app.teamID)
         .bind(8, session.start)

@@ -7,21 +7,11 @@
 namespace velmoran {
 
 AppIdentity AppIdentity::unknown() {
-    return {.id = "unknown",
+    return {.id = unknownID,
             .name = words().text("Unknown app"),
             .bundleID = {},
             .path = {},
             .teamID = {}};
-}
-
-bool AppIdentity::isUnknown() const {
-    return id == "unknown";
-}
-
-bool AppIdentity::cannotBeNamed() const {
-    const std::string_view mark = unidentifiedID;
-    return isUnknown() || id == mark ||
-           (id.size() > mark.size() && id.starts_with(mark) && id[mark.size()] == ':');
 }
 
 void to_json(Json& json, const AppIdentity& app) {
@@ -31,6 +21,9 @@ void to_json(Json& json, const AppIdentity& app) {
     writeIfPresent(json, "bundleID", app.bundleID);
     writeIfPresent(json, "path", app.path);
     writeIfPresent(json, "teamID", app.teamID);
+    if (app.unidentified) {
+        json["unidentified"] = true;
+    }
 }
 
 void from_json(const Json& json, AppIdentity& app) {
@@ -39,6 +32,7 @@ void from_json(const Json& json, AppIdentity& app) {
     app.bundleID = ifPresent<std::string>(json, "bundleID");
     app.path = ifPresent<std::string>(json, "path");
     app.teamID = ifPresent<std::string>(json, "teamID");
+    app.unidentified = ifPresent<bool>(json, "unidentified").value_or(false);
 }
 
 } // namespace velmoran
@@ -54,5 +48,6 @@ std::hash<velmoran::AppIdentity>::operator()(const velmoran::AppIdentity& app) c
             boost::hash_combine(seed, **text);
         }
     }
+    boost::hash_combine(seed, app.unidentified);
     return seed;
 }

@@ -9,25 +9,31 @@
 namespace velmoran {
 
 struct AppIdentity {
-    std::string id;                      ///< the stable key: apps are matched by it alone
+    std::string id;                      ///< the stable key, by which apps are matched
     std::string name;                    ///< shown to people
     std::optional<std::string> bundleID; ///< bundle identifier, or the id of a desktop application
     std::optional<std::string> path;     ///< of the app or executable; the icon is drawn from it
     std::optional<std::string> teamID; ///< who made or installed it, as far as that can be trusted
 
+    /// A process that is seen to use a device but can't be told apart from what it pretends to be.
+    /// No id says so, since a program may choose its own. Beside `unknown` because such a use can
+    /// go on next to named ones, and each such process is a use of its own.
+    bool unidentified = false;
+
+    static constexpr const char* unknownID = "unknown";
     /// Stands for a device that is on while nobody can be named. Its name is one of the
     /// process-wide words, so it is the same constant for as long as these stay.
     static AppIdentity unknown();
     /// By `id` only, so an identity that was stored in another language still counts.
-    bool isUnknown() const;
-
-    /// The id, and the beginning of ids, of processes that are seen to use a device but can't be
-    /// told apart from what they pretend to be. Beside `unknown` because such a use can go on next
-    /// to named ones, and each such process is a use of its own.
-    static constexpr const char* unidentifiedID = "unidentified";
+    bool isUnknown() const { return id == unknownID; }
     /// True for the unknown identity and for every unidentified one: never trusted, never closed,
     /// always told strongly.
-    bool cannotBeNamed() const;
+    bool cannotBeNamed() const { return unidentified || isUnknown(); }
+    /// Whatever else was told of them: by `id`, which stands for one app among those that can be
+    /// named and for another among those that can't.
+    bool isSameApp(const AppIdentity& other) const {
+        return id == other.id && unidentified == other.unidentified;
+    }
 
     bool operator==(const AppIdentity&) const = default;
 };

@@ -1,11 +1,13 @@
 #include "core/records/SystemSnapshot.h"
 
 #include "core/records/RawValue.h"
+#include "core/text/Localizer.h"
 
 #include <algorithm>
 #include <boost/container_hash/hash.hpp>
 #include <cmath>
 #include <initializer_list>
+#include <utility>
 
 namespace velmoran {
 
@@ -39,6 +41,13 @@ T orEmpty(const Json& object, const char* key) {
 
 } // namespace
 
+AppRef AppRef::unidentifiedAs(std::string id) {
+    return {.name = words().text("Unknown app"),
+            .bundleID = std::move(id),
+            .path = {},
+            .unidentified = true};
+}
+
 const std::string& AppRef::id() const {
     return bundleID ? *bundleID : path ? *path : name;
 }
@@ -61,13 +70,17 @@ void to_json(Json& json, const AppRef& ref) {
     json["name"] = ref.name;
     writeIfPresent(json, "bundleID", ref.bundleID);
     writeIfPresent(json, "path", ref.path);
+    if (ref.unidentified) {
+        json["unidentified"] = true;
+    }
 }
 
 void from_json(const Json& json, AppRef& ref) {
-    allowOnly(json, {"name", "bundleID", "path"});
+    allowOnly(json, {"name", "bundleID", "path", "unidentified"});
     ref.name = required<std::string>(json, "name");
     ref.bundleID = nonEmpty(ifPresent<std::string>(json, "bundleID"));
     ref.path = ifPresent<std::string>(json, "path");
+    ref.unidentified = orEmpty<bool>(json, "unidentified");
 }
 
 void to_json(Json& json, const OutputDeviceInfo& output) {
@@ -133,5 +146,6 @@ std::size_t std::hash<velmoran::AppRef>::operator()(const velmoran::AppRef& ref)
             boost::hash_combine(seed, **text);
         }
     }
+    boost::hash_combine(seed, ref.unidentified);
     return seed;
 }

@@ -17,10 +17,19 @@ struct AppRef {
     std::string name;                    ///< to show
     std::optional<std::string> bundleID; ///< never empty: an empty one is stored as absent
     std::optional<std::string> path;     ///< of the app, or of the executable if it has no bundle
+    /// A process that can't honestly be named; its `bundleID` only tells it from others of its
+    /// kind.
+    bool unidentified = false;
 
-    /// `bundleID` if present, otherwise `path` if present, otherwise `name`. Two references with
-    /// the same id are the same app.
+    /// An unidentified process under that id, in the present words.
+    static AppRef unidentifiedAs(std::string id);
+
+    /// `bundleID` if present, otherwise `path` if present, otherwise `name`.
     const std::string& id() const;
+    /// Two references with the same id are the same app, if both can be named or neither can.
+    bool isSameApp(const AppRef& other) const {
+        return id() == other.id() && unidentified == other.unidentified;
+    }
 
     bool operator==(const AppRef&) const = default;
 };
@@ -59,8 +68,9 @@ struct SystemSnapshot {
     bool operator==(const SystemSnapshot&) const = default;
 };
 
-/// These three are exchanged by their field names, with a missing field read as its empty value;
-/// a name must stand in an AppRef, and nothing may stand that is not a field.
+/// These three are exchanged by their field names, with a missing field read as its empty value, as
+/// which `unidentified` isn't written; a name must stand in an AppRef, and nothing may stand that
+/// is not a field.
 void to_json(Json& json, const AppRef& ref);
 void from_json(const Json& json, AppRef& ref);
 void to_json(Json& json, const OutputDeviceInfo& output);

@@ -48,11 +48,11 @@ void SessionEngine::ingestAttributed(Device device, const std::vector<AppIdentit
     endSessions(device, now, events, [&](const UsageSession& session) {
         return !session.app.isUnknown() &&
                std::none_of(apps.begin(), apps.end(),
-                            [&](const AppIdentity& app) { return app.id == session.app.id; });
+                            [&](const AppIdentity& app) { return app.isSameApp(session.app); });
     });
     for (const auto& app : apps) {
         if (findOpen(device,
-                     [&](const UsageSession& session) { return session.app.id == app.id; })) {
+                     [&](const UsageSession& session) { return session.app.isSameApp(app); })) {
             continue;
         }
         if (auto* unknown = findOpen(device, isUnknown)) {

@@ -8,7 +8,7 @@ namespace {
 
 bool holds(const std::vector<AppIdentity>& apps, const AppIdentity& app) {
     return std::any_of(apps.begin(), apps.end(),
-                       [&](const AppIdentity& other) { return other.id == app.id; });
+                       [&](const AppIdentity& other) { return other.isSameApp(app); });
 }
 
 /// The first of each id stays in its place.

@@ -72,8 +72,8 @@ bool isBrowser(const AppIdentity& app, const std::vector<std::string>& installed
     const auto isThis = [&](std::string_view candidate) {
         return matches(key, candidate);
     };
-    return std::any_of(known().begin(), known().end(), isThis) ||
-           std::any_of(installed.begin(), installed.end(), isThis);
+    return !app.cannotBeNamed() && (std::any_of(known().begin(), known().end(), isThis) ||
+                                    std::any_of(installed.begin(), installed.end(), isThis));
 }
 
 } // namespace velmoran::Browser

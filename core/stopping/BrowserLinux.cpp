@@ -159,7 +159,7 @@ const std::vector<std::string_view>& programsOnLinux() {
 bool runsABrowserOnLinux(const AppIdentity& app) {
     const std::string& path = app.path ? *app.path : app.id;
     const auto& programs = programsOnLinux();
-    return path.starts_with('/') &&
+    return path.starts_with('/') && !app.cannotBeNamed() &&
            std::find(programs.begin(), programs.end(), programName(path)) != programs.end();
 }
 

@@ -62,7 +62,7 @@ struct Stop : std::enable_shared_from_this<Stop> {
         }
         result.closed.push_back(app);
         for (const auto& session : sessions) {
-            if (session.app.id == app.id) {
+            if (session.app.isSameApp(app)) {
                 result.stoppedSessionIDs.insert(session.id);
             }
         }
@@ -87,7 +87,7 @@ void PanicController::stop(const AppIdentity& app, const std::vector<UsageSessio
                            Completion done) {
     auto sessions = open;
     std::erase_if(sessions, [&](const auto& each) {
-        return each.device == Device::speaker || each.app.id != app.id;
+        return each.device == Device::speaker || !each.app.isSameApp(app);
     });
     const bool onMicrophone = std::any_of(sessions.begin(), sessions.end(), [](const auto& each) {
         return each.device == Device::microphone;

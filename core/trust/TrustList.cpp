@@ -33,7 +33,7 @@ std::optional<TrustKind> TrustList::kind(const AppIdentity& app, Device device) 
         return std::nullopt;
     }
     for (const auto& rule : rules_) {
-        if (rule.device == device && rule.app.id == app.id && rule.app.teamID == app.teamID) {
+        if (rule.device == device && rule.app.isSameApp(app) && rule.app.teamID == app.teamID) {
             return rule.kind;
         }
     }

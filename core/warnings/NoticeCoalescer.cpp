@@ -13,7 +13,8 @@ std::optional<WarningNotice> NoticeCoalescer::registerSession(const UsageSession
         return std::nullopt;
     }
     for (auto& notice : active_) {
-        if (notice.app.id != session.app.id || std::abs(notice.start - session.start) > window_) {
+        if (!notice.app.isSameApp(session.app) ||
+            std::abs(notice.start - session.start) > window_) {
             continue;
         }
         auto& devices = notice.devices;

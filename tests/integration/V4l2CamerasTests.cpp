@@ -63,10 +63,12 @@ protected:
             loop_.runAndWait([] {});
         }
     }
-    bool hasApps(const std::vector<std::string>& apps) {
+    bool hasApps(const std::vector<AttributedApp>& apps) {
         return waitUntil([&] { return cameras()[0].apps == apps; });
     }
-    static std::string nameOf(const NodeUser& user) { return "/bin/" + std::to_string(user.pid()); }
+    static AttributedApp nameOf(const NodeUser& user) {
+        return "/bin/" + std::to_string(user.pid());
+    }
 
     TemporaryDirectory folder_;
     std::string node_;
@@ -172,7 +174,7 @@ TEST_F(V4l2CamerasTest, LeavesTheSoundServersOwnHoldingToTheGraph) {
     EXPECT_TRUE(waitUntil([this] { return !isOn(); }));
 }
 
-const std::string unnamed = "unidentified:camera-1";
+const AttributedApp unnamed(AppRef::unidentifiedAs("unidentified:camera-1"));
 
 TEST_F(V4l2CamerasTest, TellsOfAUserOutOfSightWithoutAName) {
     watch(folder_.path("empty-proc"));

@@ -18,7 +18,7 @@ struct FakeNaming final : ProcessNaming {
         return {.name = path, .bundleID = {}, .path = path};
     }
     AppRef unidentified(const std::string& key) override {
-        return {.name = "Unknown app", .bundleID = "unidentified:" + key, .path = {}};
+        return AppRef::unidentifiedAs("unidentified:" + key);
     }
     void pin(std::uint32_t objectID, AppRef app) override { pinned[objectID] = std::move(app); }
     void unpin(std::uint32_t objectID) override { pinned.erase(objectID); }

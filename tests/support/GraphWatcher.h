@@ -26,7 +26,7 @@ public:
                     : unidentified(std::to_string(pid));
     }
     AppRef unidentified(const std::string& key) override {
-        return {"Unknown app", "unidentified:" + key, std::nullopt};
+        return AppRef::unidentifiedAs("unidentified:" + key);
     }
     void pin(std::uint32_t objectID, AppRef app) override { pinned[objectID] = std::move(app); }
     void unpin(std::uint32_t objectID) override { pinned.erase(objectID); }
@@ -109,7 +109,9 @@ private:
             }
         }
         for (const auto& camera : graph_.cameras()) {
-            picture.cameras.insert(picture.cameras.end(), camera.apps.begin(), camera.apps.end());
+            for (const auto& app : camera.apps) {
+                picture.cameras.push_back(app.id);
+            }
         }
         const std::lock_guard lock(mutex_);
         history_.push_back(std::move(picture));

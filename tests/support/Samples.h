@@ -15,6 +15,13 @@ inline AppIdentity app(const std::string& id, std::optional<std::string> teamID 
         .id = id, .name = "Name of " + id, .bundleID = {}, .path = {}, .teamID = std::move(teamID)};
 }
 
+/// A process that can't be named, under an id as the readers give it.
+inline AppIdentity unidentified(const std::string& key) {
+    auto hidden = app("unidentified:" + key);
+    hidden.unidentified = true;
+    return hidden;
+}
+
 inline UsageSession sessionOf(const AppIdentity& user, Device device, Timestamp start) {
     return {.id = Uuid::random(),
             .device = device,
@@ -48,7 +55,8 @@ inline rc::Gen<AppIdentity> identity() {
                                        rc::gen::set(&AppIdentity::name, text()),
                                        rc::gen::set(&AppIdentity::bundleID, optionalText()),
                                        rc::gen::set(&AppIdentity::path, optionalText()),
-                                       rc::gen::set(&AppIdentity::teamID, optionalText()));
+                                       rc::gen::set(&AppIdentity::teamID, optionalText()),
+                                       rc::gen::set(&AppIdentity::unidentified));
 }
 
 inline rc::Gen<Device> device() {

@@ -77,5 +77,14 @@ TEST(SnapshotBuilder, KeepsAttributedAppsInOrderWithoutRepeats) {
     EXPECT_EQ(snapshot.output->objectID, 9U);
 }
 
+TEST(SnapshotBuilder, KeepsAnAppApartFromWhoCannotBeNamedUnderItsId) {
+    FakeNames names;
+    const AttributedApp hidden(AppRef::unidentifiedAs("unidentified:7"));
+    const auto snapshot = buildSnapshot(
+        {}, {{1, "Cam", true}}, {{"cam", {"unidentified:7", hidden, hidden}}}, std::nullopt, names);
+    EXPECT_EQ(snapshot.cameraApps, (std::vector<AppRef>{app("unidentified:7", "unidentified:7"),
+                                                        AppRef::unidentifiedAs("unidentified:7")}));
+}
+
 } // namespace
 } // namespace velmoran

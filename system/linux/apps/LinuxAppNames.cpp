@@ -2,7 +2,6 @@
 
 #include "core/records/AppIdentity.h"
 #include "core/sessions/SystemProcessLinux.h"
-#include "core/text/Localizer.h"
 #include "core/text/VisibleText.h"
 #include "system/ProtectedPrograms.h"
 #include "system/linux/apps/CgroupScope.h"
@@ -32,6 +31,11 @@ bool isBelow(const std::string& path, const std::string& folder) {
            path[folder.size()] == '/';
 }
 
+/// An app that is called as the unknown one has no id but its path.
+std::optional<std::string> ownID(const std::string& id) {
+    return id == AppIdentity::unknownID ? std::nullopt : std::optional(id);
+}
+
 bool startsIgnoringCase(const std::string& text, const std::string& start) {
     return text.size() >= start.size() &&
            std::equal(start.begin(), start.end(), text.begin(), [](char a, char b) {
@@ -55,10 +59,6 @@ AppRef LinuxAppNames::ofProcess(const AudioProcess& process) {
 AppRef LinuxAppNames::ofBundleID(const std::string& bundleID) {
     if (const auto known = seen_.find(bundleID); known != seen_.end()) {
         return known->second;
-    }
-    const std::string unidentifiedStart = std::string(AppIdentity::unidentifiedID) + ':';
-    if (bundleID.starts_with(unidentifiedStart)) {
-        return unidentified(bundleID.substr(unidentifiedStart.size()));
     }
     if (bundleID.starts_with('/')) {
         return nameFile(bundleID);
@@ -152,9 +152,7 @@ AppTraces LinuxAppNames::tracesOf(const std::string& id) {
 }
 
 AppRef LinuxAppNames::unidentified(const std::string& key) {
-    return AppRef{.name = words().text("Unknown app"),
-                  .bundleID = std::string(AppIdentity::unidentifiedID) + ':' + key,
-                  .path = {}};
+    return AppRef::unidentifiedAs("unidentified:" + key);
 }
 
 void LinuxAppNames::pin(std::uint32_t objectID, AppRef app) {
@@ -181,7 +179,8 @@ std::vector<std::string> LinuxAppNames::browsers() {
         }
         // The same program may stand in further entries and be named by one of those.
         for (const auto* other : entries_.byProgram(found.program)) {
-            all.insert(other->isTrusted ? other->entry.id : other->program);
+            all.insert(other->isTrusted ? ownID(other->entry.id).value_or(other->program)
+                                        : other->program);
         }
         if (found.entry.flatpak) {
             for (const auto& flatpak : places_.flatpaks) {
@@ -225,7 +224,7 @@ std::optional<AppRef> LinuxAppNames::nameFlatpak(pid_t pid) {
     const bool isProtected = places_.protection.protects(origin->folder);
     const auto* found = believedOfFlatpak(origin->id, isProtected);
     return AppRef{.name = found ? found->entry.name : origin->id,
-                  .bundleID = isProtected ? std::optional(origin->id) : std::nullopt,
+                  .bundleID = isProtected ? ownID(origin->id) : std::nullopt,
                   .path = origin->folder};
 }
 
@@ -244,7 +243,7 @@ std::optional<AppRef> LinuxAppNames::nameSnap(pid_t pid, const std::string& exec
         const bool isOfSnap = scope && scope->kind == CgroupScope::Kind::snap && scope->id == snap;
         const auto* found = entries_.bySnap(snap, isOfSnap ? scope->app : std::string());
         return AppRef{.name = found ? found->entry.name : snap,
-                      .bundleID = found ? std::optional(found->entry.id) : std::nullopt,
+                      .bundleID = found ? ownID(found->entry.id) : std::nullopt,
                       .path = folder};
     }
     return std::nullopt;
@@ -429,7 +428,7 @@ LinuxAppNames::chosen(const std::vector<const DesktopEntries::Found*>& entries, 
 
 AppRef LinuxAppNames::named(const DesktopEntries::Found& found, const std::string& path) const {
     return AppRef{.name = found.entry.name,
-                  .bundleID = found.isTrusted ? std::optional(found.entry.id) : std::nullopt,
+                  .bundleID = found.isTrusted ? ownID(found.entry.id) : std::nullopt,
                   .path = path};
 }
 

@@ -124,7 +124,7 @@ std::optional<ClientIdentity::Who> ClientIdentity::soleHolder(const Ends& ends,
             auto app = naming_.identify(pid);
             if (!sole) {
                 sole = Who{std::move(app), pid};
-            } else if (sole->app.id() != app.id()) {
+            } else if (!sole->app.isSameApp(app)) {
                 return std::nullopt;
             } else if (pid == preferred) {
                 sole->pid = pid;
@@ -374,9 +374,7 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
         // Nobody is seen to hold it, and the process that is claimed can't be looked at.
         entry.connection = open.front();
         auto app = naming_.identify(claim);
-        entry.who = app.bundleID && app.bundleID->starts_with("unidentified:")
-                        ? Who{std::move(app), 0}
-                        : cannotTell(client);
+        entry.who = app.unidentified ? Who{std::move(app), 0} : cannotTell(client);
     }
 }
 

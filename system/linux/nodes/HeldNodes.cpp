@@ -151,7 +151,7 @@ void HeldNodes::addHold(Node& node, const NodeHolder& holder) {
     hold.holder = holder;
     hold.serves = seams_.servesOthers(holder.pid);
     if (!hold.serves) {
-        hold.app = seams_.naming.identify(holder.pid).id();
+        hold.app = AttributedApp(seams_.naming.identify(holder.pid));
         hold.grace = seams_.scheduler.after(
             grace, [this, path = node.node.path, pid = holder.pid] { graceEnded(path, pid); });
     }

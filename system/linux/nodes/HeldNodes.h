@@ -27,8 +27,8 @@ public:
 
     /// Of one node.
     struct Users {
-        std::vector<std::string> apps; ///< AppRef ids in order of opening, without duplicates
-        bool someoneUnseen = false;    ///< somebody uses it, too, who can't be looked at
+        std::vector<AttributedApp> apps; ///< in order of opening, without duplicates
+        bool someoneUnseen = false;      ///< somebody uses it, too, who can't be looked at
 
         bool operator==(const Users&) const = default;
     };
@@ -62,7 +62,7 @@ private:
         bool serves = false; ///< for others
         bool counts = false; ///< as a use
         bool hides = false;  ///< it could be looked at when it opened the node; not any more
-        std::string app;     ///< AppRef id
+        AttributedApp app;
         Subscription grace;
     };
     struct Node {

@@ -70,7 +70,7 @@ void V4l2Cameras::update() {
             // A user like any other: with no name for it, whoever else has a camera would be taken
             // for it.
             const auto key = "camera-" + std::to_string(id->second - firstObjectID);
-            camera.apps.push_back(naming_.unidentified(key).id());
+            camera.apps.emplace_back(naming_.unidentified(key));
         }
         cameras.push_back(std::move(camera));
     }

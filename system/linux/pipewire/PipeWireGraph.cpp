@@ -355,7 +355,7 @@ GraphPicture PipeWireGraph::livePicture() {
             auto who = whoIs(user);
             const bool isKnown =
                 std::any_of(entry.users.begin(), entry.users.end(),
-                            [&](const auto& other) { return other.app.id() == who.app.id(); });
+                            [&](const auto& other) { return other.app.isSameApp(who.app); });
             if (!isKnown) {
                 entry.users.push_back({std::move(who.app), who.pid});
             }
@@ -432,7 +432,7 @@ void PipeWireGraph::publish() {
         CameraUse use;
         use.device = camera.device;
         for (const auto& user : camera.users) {
-            use.apps.push_back(user.app.id());
+            use.apps.emplace_back(user.app);
         }
         cameras_.push_back(std::move(use));
     }

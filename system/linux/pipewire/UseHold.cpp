@@ -67,7 +67,7 @@ GraphPicture UseHold::merged(GraphPicture live) {
     }
     for (auto& entry : held_.processes) {
         for (const auto& now : live.processes) {
-            if (now.app.id() == entry.app.id()) {
+            if (now.app.isSameApp(entry.app)) {
                 entry.process.isRunningInput &= !now.process.isRunningInput;
                 entry.process.isRunningOutput &= !now.process.isRunningOutput;
             }
@@ -78,7 +78,7 @@ GraphPicture UseHold::merged(GraphPicture live) {
         std::erase_if(camera.users, [&](const auto& user) {
             return std::any_of(live.cameras.begin(), live.cameras.end(), [&](const auto& other) {
                 return std::any_of(other.users.begin(), other.users.end(),
-                                   [&](const auto& now) { return now.app.id() == user.app.id(); });
+                                   [&](const auto& now) { return now.app.isSameApp(user.app); });
             });
         });
     }

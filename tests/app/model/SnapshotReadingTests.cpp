@@ -233,7 +233,7 @@ TEST_F(SnapshotReadingTest, GivesAHelpersSoundToItsOneOwner) {
 
 TEST_F(SnapshotReadingTest, TellsAnUnidentifiedProcessStronglyBesideOthers) {
     launchWatching();
-    const AppRef hidden{.name = "Unknown app", .bundleID = "unidentified:4711", .path = {}};
+    const auto hidden = AppRef::unidentifiedAs("unidentified:4711");
     receive(microphone({appRef("Zoom"), hidden}));
     EXPECT_EQ(openApps(), (Titles{"Zoom", "Unknown app"}));
     ASSERT_EQ(titles(),
@@ -246,6 +246,53 @@ TEST_F(SnapshotReadingTest, TellsAnUnidentifiedProcessStronglyBesideOthers) {
     // The next reading changes nothing of it.
     receive(microphone({appRef("Zoom"), hidden, appRef("Note")}));
     EXPECT_EQ(openApps(), (Titles{"Zoom", "Unknown app", "Note"}));
+}
+
+TEST_F(SnapshotReadingTest, TellsAnAppThatIsCalledAsWhoCannotBeNamedAsAnyOther) {
+    launchWatching();
+    const AppRef odd{.name = "Odd", .bundleID = "unidentified:odd", .path = "/Applications/Odd"};
+    receive(microphone({odd}));
+    ASSERT_EQ(titles(), (Titles{"Odd turned on the microphone"}));
+    const auto card = model->notices.items().back();
+    EXPECT_FALSE(card.isStrong);
+    EXPECT_EQ(card.buttons.back().title, "Trust this app");
+    press("Stop");
+    time.advanceBy(1);
+    EXPECT_EQ(titles().back(), "Microphone muted. Odd was closed.");
+}
+
+TEST_F(SnapshotReadingTest, KeepsProcessesThatCannotBeNamedApart) {
+    launchWatching();
+    const AppRef odd{.name = "Odd", .bundleID = "unidentified:1", .path = {}};
+    receive(camera(
+        {AppRef::unidentifiedAs("unidentified:1"), odd, AppRef::unidentifiedAs("unidentified:2")}));
+    EXPECT_EQ(openApps(), (Titles{"Unknown app", "Odd", "Unknown app"}));
+    receive(camera({odd, AppRef::unidentifiedAs("unidentified:2")}));
+    EXPECT_EQ(openApps(), (Titles{"Odd", "Unknown app"}));
+}
+
+TEST_F(SnapshotReadingTest, CountsWhoeverBearsTheUnknownAppsIdAsNobodyNamed) {
+    for (const auto& nobody : {AppRef{.name = "unknown", .bundleID = {}, .path = {}},
+                               AppRef{.name = "Odd", .bundleID = "unknown", .path = "/Odd"},
+                               AppRef::unidentifiedAs("unknown")}) {
+        told.clear();
+        launchWatching();
+        for (int reading = 0; reading < 5; ++reading) {
+            receive(microphone({nobody}));
+            time.advanceBy(0.2);
+        }
+        EXPECT_TRUE(told.empty());
+        time.advanceBy(1);
+        for (int reading = 0; reading < 5; ++reading) {
+            receive(camera({nobody}));
+            receive(microphone({nobody}));
+            time.advanceBy(2);
+        }
+        receive(camera({appRef("Zoom"), nobody}));
+        EXPECT_EQ(openApps(), (Titles{"Zoom"}));
+        receive({});
+        EXPECT_EQ(model->openSessions->size(), 0U);
+    }
 }
 
 } // namespace

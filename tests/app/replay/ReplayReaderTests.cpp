@@ -138,6 +138,7 @@ TEST(ReplayParser, RefusesWhatItCannotRead) {
              R"({"at": 1, "snapshot": {"camera": true}})",
              R"({"at": 1, "snapshot": {"cameraApps": [{"bundleID": "x"}]}})",
              R"({"at": 1, "snapshot": {"cameraApps": [{"name": "x", "team": "y"}]}})",
+             R"({"at": 1, "snapshot": {"cameraApps": [{"name": "x", "unidentified": 1}]}})",
              R"({"at": 1, "snapshot": {"cameraApps": {"name": "x"}}})",
              R"({"at": 1, "snapshot": {"output": {"kind": "loud"}}})",
              R"({"at": 1, "snapshot": {"output": {"objectID": -1}}})",
@@ -205,10 +206,11 @@ TEST(ReplayParser, RefusesWhatItCannotRead) {
 Json beginningWithRecords() {
     return Json::parse(
         R"({"begin": {"trust": {"rules": [{"app": {"id": "a", "name": "A", "bundleID": "a",)"
-        R"( "path": "/a", "teamID": "T"}, "device": "camera", "kind": "trusted"}]},)"
+        R"( "path": "/a", "teamID": "T", "unidentified": true}, "device": "camera",)"
+        R"( "kind": "trusted"}]},)"
         R"( "history": [{"id": "0F8FAD5B-D9CB-469F-A165-70867728950E", "device": "camera",)"
-        R"( "app": {"id": "a", "name": "A", "bundleID": "a", "path": "/a", "teamID": "T"},)"
-        R"( "start": 1, "end": 2, "outcome": "endedNormally", "warningLevel": "quiet",)"
+        R"( "app": {"id": "a", "name": "A", "bundleID": "a", "path": "/a", "teamID": "T",)"
+        R"( "unidentified": true}, "start": 1, "end": 2, "outcome": "endedNormally", "warningLevel": "quiet",)"
         R"( "connections": [{"address": "192.0.2.1", "port": 443, "transport": "TCP",)"
         R"( "firstSeen": 1.5}], "observedFromStart": true}]}})");
 }

@@ -100,6 +100,46 @@ TEST(HistoryStore, ReadsTheUnknownAppAsTheConstant) {
     EXPECT_EQ(file.freshRead().at(0).app, AppIdentity::unknown());
 }
 
+TEST(HistoryStore, TellsAnAppFromWhoCannotBeNamedUnderItsId) {
+    const HistoryFile file;
+    auto named = sessionNumber(1, 200);
+    named.app = {.id = "unidentified:7",
+                 .name = "Odd",
+                 .bundleID = "unidentified:7",
+                 .path = "/odd",
+                 .teamID = {}};
+    auto hidden = sessionNumber(2, 100);
+    hidden.app = {.id = "unidentified:7",
+                  .name = "Unknown app",
+                  .bundleID = {},
+                  .path = {},
+                  .teamID = {},
+                  .unidentified = true};
+    {
+        auto store = file.open();
+        store.saveSession(named);
+        store.saveSession(hidden);
+        EXPECT_EQ(store.sessions(), (Sessions{named, hidden}));
+    }
+    EXPECT_EQ(file.freshRead(), (Sessions{named, hidden}));
+}
+
+TEST(HistoryStore, KeepsNoBundleIdThatIsEmptyOrNobodys) {
+    const HistoryFile file;
+    auto store = file.open();
+    auto named = sessionNumber(1, 200);
+    named.app.bundleID = "";
+    auto hidden = sessionNumber(2, 100);
+    hidden.app.bundleID = "unidentified:7";
+    hidden.app.unidentified = true;
+    store.saveSession(named);
+    store.saveSession(hidden);
+    named.app.bundleID.reset();
+    hidden.app.bundleID.reset();
+    EXPECT_EQ(store.sessions(), (Sessions{named, hidden}));
+    EXPECT_EQ(file.freshRead(), (Sessions{named, hidden}));
+}
+
 TEST(HistoryStore, ListsTheNewestStartFirstAndEqualStartsAsFirstStored) {
     const HistoryFile file;
     auto store = file.open();

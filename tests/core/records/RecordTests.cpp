@@ -96,15 +96,20 @@ TEST(AppIdentity, NamesTheUnknownAppInThePresentWords) {
 }
 
 TEST(AppIdentity, CannotBeNamedWhenUnknownOrUnidentified) {
-    const auto withID = [](std::string id) {
-        return AppIdentity{
-            .id = std::move(id), .name = "", .bundleID = {}, .path = {}, .teamID = {}};
-    };
-    EXPECT_TRUE(withID("unknown").cannotBeNamed());
-    EXPECT_TRUE(withID("unidentified").cannotBeNamed());
-    EXPECT_TRUE(withID("unidentified:4711").cannotBeNamed());
-    EXPECT_FALSE(withID("unidentified.app").cannotBeNamed());
-    EXPECT_FALSE(withID("unidentified:4711").isUnknown());
+    AppIdentity one{.id = "unknown", .name = "", .bundleID = {}, .path = {}, .teamID = {}};
+    EXPECT_TRUE(one.cannotBeNamed());
+    for (const auto* chosen : {"unidentified", "unidentified:4711", "unidentified:odd"}) {
+        one.id = chosen;
+        one.unidentified = false;
+        EXPECT_FALSE(one.cannotBeNamed()) << "an app may choose that";
+        const auto named = one;
+        one.unidentified = true;
+        EXPECT_TRUE(one.cannotBeNamed());
+        EXPECT_FALSE(one.isUnknown());
+        EXPECT_FALSE(one.isSameApp(named));
+        EXPECT_NE(one, named);
+        EXPECT_NE(std::hash<AppIdentity>()(one), std::hash<AppIdentity>()(named));
+    }
 }
 
 TEST(AppIdentity, IsEqualOverAllFiveFields) {

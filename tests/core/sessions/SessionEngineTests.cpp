@@ -218,9 +218,19 @@ TEST(SessionEngine, OpensOneSessionForAnAppNamedTwice) {
 TEST(SessionEngine, TreatsAnUnidentifiedAppLikeANamedOne) {
     Reader reader(0);
     reader.on(0, {});
-    EXPECT_EQ(wordsOf(reader.on(1, {app("unidentified:7")})), "reattributed unidentified:7; ");
-    EXPECT_EQ(wordsOf(reader.on(2, {app("unidentified:7"), app("a")})), "started a; ");
+    EXPECT_EQ(wordsOf(reader.on(1, {unidentified("7")})), "reattributed unidentified:7; ");
+    EXPECT_EQ(wordsOf(reader.on(2, {unidentified("7"), app("a")})), "started a; ");
     EXPECT_THAT(reader.engine.open(), SizeIs(2));
+}
+
+TEST(SessionEngine, KeepsAnAppApartFromWhoCannotBeNamedUnderItsId) {
+    Reader reader;
+    const auto odd = app("unidentified:7");
+    EXPECT_EQ(wordsOf(reader.on(0, {odd, unidentified("7"), unidentified("8")})),
+              "started unidentified:7; started unidentified:7; started unidentified:8; ");
+    EXPECT_EQ(wordsOf(reader.on(1, {odd})), "ended unidentified:8; ended unidentified:7; ");
+    ASSERT_THAT(reader.engine.open(), SizeIs(1));
+    EXPECT_EQ(reader.engine.open()[0].app, odd);
 }
 
 TEST(SessionEngine, LeavesNoUnknownSessionWhenTheUnknownIdentityIsPassedAsAnApp) {

@@ -131,8 +131,12 @@ TEST_F(PanicControllerTest, NeverClosesForTheSpeaker) {
 }
 
 TEST_F(PanicControllerTest, SaysWhatNobodyCanBeClosedFor) {
-    const auto hidden = AppIdentity{
-        .id = "unidentified:12", .name = "Unknown app", .bundleID = {}, .path = {}, .teamID = {}};
+    const AppIdentity hidden{.id = "unidentified:12",
+                             .name = "Unknown app",
+                             .bundleID = {},
+                             .path = {},
+                             .teamID = {},
+                             .unidentified = true};
     for (const auto& nobody : {AppIdentity::unknown(), hidden}) {
         const auto result =
             stopAll({session(nobody, Device::camera), session(nobody, Device::microphone)});
@@ -142,6 +146,19 @@ TEST_F(PanicControllerTest, SaysWhatNobodyCanBeClosedFor) {
                                    "so there was nothing to close.");
         EXPECT_FALSE(result.everythingStopped());
     }
+}
+
+TEST_F(PanicControllerTest, ClosesAnAppThatIsCalledAsWhoCannotBeNamed) {
+    const auto odd = app("unidentified:12");
+    auto hidden = odd;
+    hidden.unidentified = true;
+    const auto hiddens = session(hidden, Device::camera);
+    const auto odds = session(odd, Device::camera);
+    const auto result = stopAll({hiddens, odds});
+    EXPECT_EQ(result.closed, std::vector{odd});
+    EXPECT_EQ(result.unknownOn, std::vector{Device::camera});
+    EXPECT_EQ(result.stoppedSessionIDs, std::set{odds.id});
+    EXPECT_TRUE(stop(hidden, {hiddens, odds}).closed.empty());
 }
 
 TEST_F(PanicControllerTest, LeavesTheSystemsOwnAppsAlone) {

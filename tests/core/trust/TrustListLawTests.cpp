@@ -22,8 +22,7 @@ struct Decisions {
 using Model = std::map<std::pair<std::string, Device>, Decisions>;
 
 bool neverHasARule(const AppIdentity& user, Device device) {
-    return user.id == "unknown" || user.id.starts_with("unidentified:") ||
-           device == Device::speaker;
+    return user.id == "unknown" || user.unidentified || device == Device::speaker;
 }
 
 Decisions decisionsIn(const Model& model, const AppIdentity& user, Device device) {
@@ -51,6 +50,8 @@ std::vector<AppIdentity> someApps() {
         for (const auto& team : {std::optional<std::string>(), std::optional<std::string>("T"),
                                  std::optional<std::string>("U")}) {
             apps.push_back(app(id, team));
+            apps.push_back(apps.back());
+            apps.back().unidentified = true;
         }
     }
     return apps;

@@ -85,18 +85,26 @@ TEST(TrustList, WritesNoRuleForTheSpeaker) {
 }
 
 TEST(TrustList, WritesAndFindsNoRuleForAnAppThatCannotBeNamed) {
-    for (const auto* id : {"unknown", "unidentified", "unidentified:4711"}) {
-        auto list = decode<TrustList>(R"({"rules":[{"app":{"id":")" + std::string(id) +
-                                      R"(","name":"x"},"device":"camera","kind":"trusted"}]})");
+    for (const auto& nobody : {app("unknown"), unidentified("4711")}) {
+        auto list = decode<TrustList>(R"({"rules":[{"app":)" + encode(nobody) +
+                                      R"(,"device":"camera","kind":"trusted"}]})");
         const auto before = list;
-        list.setTrusted(false, app(id), all);
-        list.setAlwaysWarn(true, app(id), all);
-        list.set(std::nullopt, app(id), all);
-        list.set(TrustKind::trusted, app(id), all);
-        EXPECT_EQ(list, before) << id;
-        EXPECT_EQ(list.kind(app(id), Device::camera), std::nullopt) << id;
-        EXPECT_FALSE(list.isTrusted(app(id), Device::camera)) << id;
+        list.setTrusted(false, nobody, all);
+        list.setAlwaysWarn(true, nobody, all);
+        list.set(std::nullopt, nobody, all);
+        list.set(TrustKind::trusted, nobody, all);
+        EXPECT_EQ(list, before) << nobody.id;
+        EXPECT_EQ(list.kind(nobody, Device::camera), std::nullopt) << nobody.id;
+        EXPECT_FALSE(list.isTrusted(nobody, Device::camera)) << nobody.id;
     }
+}
+
+TEST(TrustList, TrustsAnAppThatIsCalledAsWhoCannotBeNamed) {
+    TrustList list;
+    const auto odd = app("unidentified:4711");
+    list.setTrusted(true, odd, camera);
+    EXPECT_TRUE(list.isTrusted(odd, Device::camera));
+    EXPECT_FALSE(list.isTrusted(unidentified("4711"), Device::camera));
 }
 
 TEST(TrustList, KeepsTheDevicesOfAnAppApart) {

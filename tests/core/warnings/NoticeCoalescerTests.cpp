@@ -273,8 +273,10 @@ TEST(WarningNotice, HasAMessageOnlyForAnAppThatCannotBeNamed) {
     EXPECT_EQ(noticeOf("zoom", {Device::camera}, false).message(), std::nullopt);
     EXPECT_EQ(noticeOf("unknown", {Device::camera}, false).message(),
               "We couldn't tell which app it is.");
-    EXPECT_EQ(noticeOf("unidentified:7", {Device::camera}, false).message(),
-              "We couldn't tell which app it is.");
+    EXPECT_EQ(noticeOf("unidentified:7", {Device::camera}, false).message(), std::nullopt);
+    auto hidden = noticeOf("unidentified:7", {Device::camera}, false);
+    hidden.app.unidentified = true;
+    EXPECT_EQ(hidden.message(), "We couldn't tell which app it is.");
 }
 
 } // namespace

@@ -19,7 +19,7 @@ const std::optional<TrustKind> everyKind[] = {std::nullopt, TrustKind::trusted,
                                               TrustKind::alwaysWarn, TrustKind::trustedAlwaysWarn};
 
 TEST(WarningPolicy, NeverWarnsOfTheSpeaker) {
-    for (const auto& user : {zoom, AppIdentity::unknown(), app("unidentified:1")}) {
+    for (const auto& user : {zoom, AppIdentity::unknown(), unidentified("1")}) {
         for (const auto kind : everyKind) {
             for (const bool awayWatchOn : {false, true}) {
                 EXPECT_EQ(WarningPolicy::level(user, Device::speaker, trustOf(kind), awayWatchOn),
@@ -30,13 +30,19 @@ TEST(WarningPolicy, NeverWarnsOfTheSpeaker) {
 }
 
 TEST(WarningPolicy, WarnsStronglyOfAnAppThatCannotBeNamed) {
-    for (const auto& user : {AppIdentity::unknown(), app("unidentified"), app("unidentified:1")}) {
+    for (const auto& user : {AppIdentity::unknown(), unidentified("1")}) {
         TrustList trust;
         trust.set(TrustKind::trusted, user, {Device::camera});
         for (const bool awayWatchOn : {false, true}) {
             EXPECT_EQ(WarningPolicy::level(user, Device::camera, trust, awayWatchOn),
                       WarningLevel::strong);
         }
+    }
+}
+
+TEST(WarningPolicy, WarnsOfAnAppThatIsCalledAsWhoCannotBeNamedAsOfAnyOther) {
+    for (const auto* id : {"unidentified", "unidentified:1"}) {
+        EXPECT_EQ(WarningPolicy::level(app(id), Device::camera, {}, false), WarningLevel::standard);
     }
 }
 

@@ -76,7 +76,10 @@ TEST_F(AppProcessesTest, AreNoneOfACopyThatTakesTheName) {
 
 TEST_F(AppProcessesTest, AreNoneOfAnAppThatCannotBeNamed) {
     world.proc.add(10, {.executable = ""});
-    EXPECT_EQ(of("unidentified:10"), Pids{});
+    auto hidden = identity("unidentified:10");
+    EXPECT_EQ(of(hidden.id), Pids{});
+    hidden.unidentified = true;
+    EXPECT_EQ(AppProcesses(names(), world.proc.fs()).of(hidden), Pids{});
     EXPECT_EQ(of("unknown"), Pids{});
 }
 

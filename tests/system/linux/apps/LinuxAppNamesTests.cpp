@@ -25,7 +25,10 @@ protected:
         return {.name = name, .bundleID = {}, .path = path};
     }
     static AppRef unknown(pid_t pid) {
-        return {.name = unknownName, .bundleID = "unidentified:" + std::to_string(pid), .path = {}};
+        return {.name = unknownName,
+                .bundleID = "unidentified:" + std::to_string(pid),
+                .path = {},
+                .unidentified = true};
     }
     /// A browser with a helper, as root installs one.
     void installBrowser() {
@@ -310,7 +313,15 @@ TEST_F(LinuxAppNamesTest, CannotNameWhatMayNotBeLookedAt) {
     EXPECT_EQ(identify(4711), unknown(4711));
     EXPECT_EQ(identify(0), unknown(0));
     EXPECT_EQ(names().unidentified("a").bundleID, "unidentified:a");
-    EXPECT_EQ(names().ofBundleID("unidentified:10"), unknown(10));
+    EXPECT_FALSE(names().ofBundleID("unidentified:10").unidentified) << "an app may choose that";
+}
+
+TEST_F(LinuxAppNamesTest, KnowsAnAppThatIsCalledAsTheUnknownOneByItsPath) {
+    const auto program = world.program("usr/bin/odd");
+    world.entry("unknown", "Name=Odd\nExec=" + program + "\nMimeType=x-scheme-handler/http;");
+    world.proc.add(10, {.executable = program});
+    EXPECT_EQ(identify(10), file("Odd", program));
+    EXPECT_THAT(names().browsers(), ::testing::Contains(program));
 }
 
 TEST_F(LinuxAppNamesTest, CannotNameWhatSeesOtherFiles) {

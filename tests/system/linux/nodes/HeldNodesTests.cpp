@@ -13,11 +13,11 @@ namespace {
 using Users = std::optional<HeldNodes::Users>;
 const Users nobody = std::nullopt;
 
-Users apps(std::vector<std::string> ids) {
+Users apps(std::vector<AttributedApp> ids) {
     return HeldNodes::Users{.apps = std::move(ids), .someoneUnseen = false};
 }
 
-Users somebodyUnseen(std::vector<std::string> besides = {}) {
+Users somebodyUnseen(std::vector<AttributedApp> besides = {}) {
     return HeldNodes::Users{.apps = std::move(besides), .someoneUnseen = true};
 }
 
