@@ -173,14 +173,18 @@ TEST_F(QuestionOnADesktop, ComesBackFromAnIcon) {
         << session.logs();
 }
 
-TEST_F(QuestionOnADesktop, LeavesTheScreenWhenItIsPointless) {
+TEST_F(QuestionOnADesktop, LeavesTheScreenWithItsAnswerAndNotWithTheUse) {
     ask();
     const auto id = std::to_string(question()->winId());
-    EXPECT_TRUE(session.run({"xdotool", "getwindowname", id}).succeeded());
+    const auto isOnScreen = [&] {
+        return session.run({"xdotool", "getwindowname", id}).succeeded();
+    };
     delegate->model().receive({});
-    EXPECT_TRUE(eventually([&] {
-        return !question() && !session.run({"xdotool", "getwindowname", id}).succeeded();
-    }));
+    ASSERT_TRUE(question());
+    EXPECT_TRUE(isOnScreen());
+    hand({"key", "Escape"});
+    EXPECT_TRUE(eventually([&] { return !question() && !isOnScreen(); }));
+    EXPECT_TRUE(neverStopped());
 }
 
 TEST_F(QuestionOnADesktop, EnterCancels) {
