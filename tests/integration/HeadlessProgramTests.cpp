@@ -101,7 +101,7 @@ TEST_F(HeadlessProgram, IsToldAsTheUserOfACamera) {
             loop, naming, [](pid_t) { return false; }, places);
     });
     const auto users = [&] {
-        std::vector<std::string> apps;
+        std::vector<AttributedApp> apps;
         loop.runAndWait([&] {
             const auto all = cameras->cameras();
             apps = all.size() == 1 ? all[0].apps : apps;
@@ -109,7 +109,7 @@ TEST_F(HeadlessProgram, IsToldAsTheUserOfACamera) {
         return apps;
     };
     EXPECT_TRUE(waitUntil([&] { return !users().empty(); }));
-    EXPECT_EQ(users(), std::vector<std::string>{"/bin/" + std::to_string(pid)});
+    EXPECT_EQ(users(), std::vector<AttributedApp>{"/bin/" + std::to_string(pid)});
     client_.program->end();
     EXPECT_TRUE(waitUntil([&] { return users().empty(); }));
     loop.runAndWait([&] { cameras.reset(); });
