@@ -8,11 +8,11 @@ struct pw_proxy;
 namespace velmoran {
 
 /// A microphone or output that no card's route mutes (a virtual or network one, a card in the
-/// pro-audio profile) is muted by its own converter. Up to PipeWire 1.4 (seen with 1.4.2) that
-/// takes a mute as long as it has never run, honours it from the first sample on, and announces it
-/// only then. Until that first use the server says that the node isn't muted, also where the
-/// session manager has given an old mute back to it, and whoever unmutes it through the server's
-/// PulseAudio interface is answered that it is done, while nothing was written.
+/// pro-audio profile) is muted by its own converter. In PipeWire 1.4 (seen with 1.4.2, not with
+/// 0.3.65) one that has never run takes a mute and honours it from its first sample on, but doesn't
+/// announce it before. Until then the server says that it isn't muted, also where the session
+/// manager has given an old mute back to it, and whoever unmutes it through the server's PulseAudio
+/// interface is answered that it is done, while nothing was written.
 class MuteAnnouncement {
 public:
     /// To be called with all that the server tells of the node. Once in its life, while it doesn't
