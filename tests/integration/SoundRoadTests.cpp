@@ -3,6 +3,7 @@
 #include "integration/RunningModel.h"
 #include "support/AroundLoop.h"
 #include "support/NullSinks.h"
+#include "support/SessionFiles.h"
 
 #include <csignal>
 #include <filesystem>
