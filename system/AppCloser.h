@@ -1,5 +1,6 @@
 // Makes an app go away: politely first, by force after two seconds of patience, and says whether it
-// went. Owned by the program's shell; main thread, and never blocking it: the waits are timers.
+// went. Owned by what a machine closes apps with; main thread, and never blocking it: the waits are
+// timers.
 #pragma once
 
 #include "core/base/Scheduler.h"

@@ -1,6 +1,7 @@
 // Everything that the program asks of the machine it runs on, as narrow interfaces: one per thing
-// in the world, each a door with no decisions behind it. A caller takes the least it needs. Three
-// machines stand behind it: the Mac, Linux, and a scripted one for tests, replays and the demo.
+// in the world, each a door with no decisions behind it. A caller takes the least it needs. Two
+// machines stand behind it: Linux, and a scripted one for tests, replays and the demo; the Mac's is
+// to come.
 #pragma once
 
 #include "core/base/Scheduler.h"

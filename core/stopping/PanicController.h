@@ -1,6 +1,6 @@
 // Ends all use of camera and microphone, or that of one app: mutes first, then closes the apps one
-// after the other. Decides what to do with which app; how it is done stands behind two protocols.
-// Owned by the application model; main thread.
+// after the other. Decides what to do with which app; how it is done stands behind two interfaces.
+// Owned by the stop flow; main thread.
 #pragma once
 
 #include "core/records/UsageSession.h"
@@ -35,7 +35,7 @@ public:
     /// Whether the system lives on an app, so that it is left alone.
     using Protection = std::function<bool(const AppIdentity&)>;
 
-    /// The protocols outlive the controller and whatever it has under way.
+    /// What is handed over outlives the controller and whatever it has under way.
     PanicController(MicrophoneMuting& muter, AppClosing& closer, Protection isProtected);
 
     /// Everything but the speaker's sessions, and the mute even when nothing is open.

@@ -1,8 +1,8 @@
 // Whose a client of the sound server is, by what the kernel says of its connection and never by
 // what it says itself. A client's own word for its process is only a hint at which connection is
 // its own: it is believed if that process holds a connection that no other client has. Where it
-// can't be known, the client is an app that can't be named. Owned by the graph's reader; monitor's
-// thread.
+// can't be known, the client is an app that can't be named. Owned by the reader of that server;
+// monitor's thread.
 #pragma once
 
 #include "core/records/SystemSnapshot.h"

@@ -1,6 +1,6 @@
 // The kernel's own word on who is connected to whom over Unix sockets: a dump by NETLINK_SOCK_DIAG
 // (sock_diag(7)), joined with the descriptors under /proc. Keeps nothing but one netlink socket.
-// Owned by the graph's reader; monitor's thread.
+// Owned by the machine; monitor's thread.
 #pragma once
 
 #include "system/linux/clients/ConnectionFacts.h"
