@@ -191,6 +191,13 @@ DisplayFacts displayFacts() {
     facts.wanted = qgetenv("QT_QPA_PLATFORM").toStdString();
     facts.xDisplay = qgetenv("DISPLAY").toStdString();
     facts.waylandDisplay = qgetenv("WAYLAND_DISPLAY").toStdString();
+    // What Wayland's own library takes where nothing is named. Nobody who hasn't asked for Wayland
+    // is brought there by it, as from another machine's terminal.
+    if (const std::string first = "wayland-0"; facts.waylandDisplay.empty() &&
+                                               facts.wanted.find("wayland") != std::string::npos &&
+                                               ::access(waylandSocket(first).c_str(), F_OK) == 0) {
+        facts.waylandDisplay = first;
+    }
     facts.xAnswers = xAnswers;
     facts.waylandAnswers = [display = facts.waylandDisplay] {
         return waylandAnswers(waylandSocket(display));

@@ -12,7 +12,7 @@ namespace velmoran {
 struct DisplayFacts {
     std::string wanted;         ///< QT_QPA_PLATFORM: names in order, apart by ";"; may be empty
     std::string xDisplay;       ///< DISPLAY
-    std::string waylandDisplay; ///< WAYLAND_DISPLAY, or what stands for it
+    std::string waylandDisplay; ///< WAYLAND_DISPLAY; "wayland-0" where only a wish names it
     std::function<bool()> xAnswers;
     std::function<bool()> waylandAnswers;
     /// Whether Qt has a plug-in for the platform of that name.

@@ -4,6 +4,7 @@
 #include <QScreen>
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -26,6 +27,13 @@ xcb_atom_t atom(xcb_connection_t* x, const std::string& name) {
         xcb_intern_atom(x, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
     const auto reply = owned(xcb_intern_atom_reply(x, cookie, nullptr));
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+bool hasExtension(xcb_connection_t* x, const std::string& name) {
+    const auto cookie =
+        xcb_query_extension(x, static_cast<std::uint16_t>(name.size()), name.c_str());
+    const auto reply = owned(xcb_query_extension_reply(x, cookie, nullptr));
+    return reply && reply->present != 0;
 }
 
 /// None on another platform too.
@@ -53,11 +61,16 @@ xcb_connection_t* x11Connection() {
 }
 
 bool knowsTheMouse() {
-    const auto screens = QGuiApplication::screens();
-    return !QGuiApplication::platformName().startsWith("wayland") &&
-           std::none_of(screens.begin(), screens.end(), [](const QScreen* screen) {
-               return screen->name().startsWith("XWAYLAND");
-           });
+    if (auto* x = x11Connection()) {
+        // Newer servers of that kind name their screens as the compositor does, and offer the
+        // extension; older ones have no extension.
+        const auto screens = QGuiApplication::screens();
+        return !hasExtension(x, "XWAYLAND") &&
+               std::none_of(screens.begin(), screens.end(), [](const QScreen* screen) {
+                   return screen->name().startsWith("XWAYLAND");
+               });
+    }
+    return !QGuiApplication::platformName().startsWith("wayland");
 }
 
 bool hasCompositor() {

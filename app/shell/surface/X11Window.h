@@ -15,8 +15,8 @@ namespace velmoran {
 xcb_connection_t* x11Connection();
 
 /// Whether the place of the mouse is known wherever it is. A server that stands for X inside of a
-/// Wayland desktop (it calls its screens XWAYLAND) knows it only over windows of its own, as Qt
-/// does on Wayland itself.
+/// Wayland desktop (it offers the extension XWAYLAND, or calls its screens so) knows it only over
+/// windows of its own, as Qt does on Wayland itself.
 bool knowsTheMouse();
 /// Whether translucent windows are blended; without that they are black where nothing is drawn.
 bool hasCompositor();

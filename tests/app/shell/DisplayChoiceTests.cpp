@@ -161,6 +161,7 @@ struct Environment : ::testing::Test {
     TemporaryDirectory folder;
     QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
     QByteArray display = qgetenv("DISPLAY");
+    QByteArray wanted = qgetenv("QT_QPA_PLATFORM");
     std::string socket = folder.path() + "/wayland-9";
 
     Environment() {
@@ -171,6 +172,7 @@ struct Environment : ::testing::Test {
         qputenv("XDG_RUNTIME_DIR", runtime);
         qunsetenv("WAYLAND_DISPLAY");
         qputenv("DISPLAY", display);
+        qputenv("QT_QPA_PLATFORM", wanted);
     }
 };
 
@@ -184,6 +186,18 @@ TEST_F(Environment, HasNoneWhereNobodyAnswersWhoeverListens) {
     EXPECT_FALSE(displayFacts().waylandAnswers());
     const Server silent(socket, false);
     EXPECT_FALSE(displayFacts().waylandAnswers());
+}
+
+TEST_F(Environment, HasTheFirstCompositorForWhomAWishNamesWayland) {
+    qunsetenv("WAYLAND_DISPLAY");
+    qputenv("QT_QPA_PLATFORM", "wayland");
+    EXPECT_EQ(displayFacts().waylandDisplay, "");
+    const Server compositor(folder.path() + "/wayland-0", true);
+    const auto facts = displayFacts();
+    EXPECT_EQ(facts.waylandDisplay, "wayland-0");
+    EXPECT_TRUE(facts.waylandAnswers());
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    EXPECT_EQ(displayFacts().waylandDisplay, "");
 }
 
 TEST_F(Environment, HasNoXServerWhereNobodyAnswersWhoeverListens) {
