@@ -26,8 +26,8 @@ def enter_session(*options):
     """Runs this script again inside a private session; returns in there."""
     if os.environ.get("VELMORAN_BENCHMARK") == "inside":
         return
-    subprocess.run([ROOT / "scripts/install-packages", "build", "run", "server", "test", "benchmark"],
-                   check=True)
+    subprocess.run([ROOT / "scripts/install-packages", "build", "run", "server", "test-build", "test",
+                    "benchmark"], check=True)
     build("velmoran", "velmoranctl", "private-session", "window-watch", "hold-node",
           "silence-watch", "stop-press")
     os.execv(SESSION, [str(SESSION), *options, "--", "env", "VELMORAN_BENCHMARK=inside",

@@ -25,6 +25,8 @@ compiler
 library
 [server]
 server (unpacked beside pulseaudio)
+[test-build]
+harness
 [test]
 tool
 pulseaudio (unpacked)
@@ -32,7 +34,7 @@ pulseaudio (unpacked)
 clang-LLVM
 llvm-LLVM
 END
-    printf '%s\n' compiler library server tool pulseaudio >"$MACHINE/known"
+    printf '%s\n' compiler library server harness tool pulseaudio >"$MACHINE/known"
     # Each says what it was told to say for its first argument that isn't an option, and ends so.
     standIn id <<'END'
 cat "$MACHINE/uid" 2>/dev/null || echo 0
@@ -69,6 +71,10 @@ if [ -e "$MACHINE/$verb-says" ] && ! $simulated; then
     exit 100
 fi
 for name in "${names[@]}"; do
+    if [ "$verb" = install ] && grep -qx "$name" "$MACHINE/unknown" 2>/dev/null; then
+        echo "E: Unable to locate package $name" >&2
+        exit 100
+    fi
     if [ "$verb" = install ] && grep -qx "$name" "$MACHINE/removes" 2>/dev/null; then
         echo "E: Packages need to be removed but remove is disabled." >&2
         exit 100
