@@ -89,6 +89,10 @@ for name in "${names[@]}"; do
     esac
 done
 END
+    standIn df <<'END'
+echo Avail
+cat "$MACHINE/room-left" 2>/dev/null || echo 1000000000000
+END
     standIn dpkg-deb <<'END'
 [ ! -e "$MACHINE/unpack-says" ] || { mkdir -p "$3/usr/bin"; cat "$MACHINE/unpack-says" >&2; exit 2; }
 mkdir -p "$3/usr/bin" "$3/usr/lib/modules"
