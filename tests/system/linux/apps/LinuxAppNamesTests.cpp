@@ -233,7 +233,7 @@ TEST_F(LinuxAppNamesTest, AScriptStandsNoHigherThanItsInterpreter) {
 
 TEST_F(LinuxAppNamesTest, ACommandLineMakesNoneOfTheSystemsOwnPrograms) {
     if (!std::filesystem::exists("/usr/bin/pipewire")) {
-        GTEST_SKIP() << "needs one of the system's own programs";
+        GTEST_SKIP() << "PipeWire isn't installed";
     }
     const auto python = world.program("usr/bin/python3");
     world.proc.add(10, {.executable = python, .arguments = {"python3", "/usr/bin/pipewire"}});

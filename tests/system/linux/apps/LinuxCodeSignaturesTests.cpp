@@ -75,7 +75,7 @@ TEST(LinuxCodeSignatures, KnowTheSystemsOwnProgramsOfThisMachine) {
         }
     }
     if (present == 0) {
-        GTEST_SKIP() << "none of the programs is installed";
+        GTEST_SKIP() << "PipeWire isn't installed";
     }
 }
 

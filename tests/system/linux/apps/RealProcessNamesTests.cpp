@@ -100,7 +100,7 @@ TEST_F(RealProcessNames, ACopyInTheHomeThatTakesAKnownId) {
     const auto known =
         std::find_if(all.begin(), all.end(), [](const auto& found) { return found.isTrusted; });
     if (known == all.end()) {
-        GTEST_SKIP() << "no app is installed";
+        GTEST_SKIP() << "an app with a desktop entry isn't installed";
     }
     const auto copy = copyOfSleep("bin/thief");
     home.write("share/applications/" + known->entry.id + ".desktop",
