@@ -12,11 +12,9 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
+#include <sys/types.h>
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,6 +22,7 @@
 
 namespace velmoran {
 
+using support::askAsUser;
 using support::waitUntil;
 
 inline const std::string clients = CLIENT_PROGRAMS;
@@ -83,16 +82,5 @@ protected:
 private:
     int clients_ = 0;
 };
-
-/// What a child of this process answers, which isn't root even if this one is.
-inline int askAsUser(const std::function<int()>& ask) {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(support::becomeOrdinaryUser() ? ask() : 99);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 98;
-}
 
 } // namespace velmoran

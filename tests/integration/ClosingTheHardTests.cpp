@@ -10,10 +10,13 @@
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <functional>
 
 namespace velmoran {
 namespace {

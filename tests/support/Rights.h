@@ -2,12 +2,14 @@
 // from and no file keep out. Free functions; any thread.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include <grp.h>
 #include <linux/capability.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace velmoran::support {
@@ -48,6 +50,18 @@ inline bool becomeNobody() {
 /// The same if it is root's: then it is an ordinary user's in any case.
 inline bool becomeOrdinaryUser() {
     return ::getuid() != 0 || becomeNobody();
+}
+
+/// What a child of this process answers, which isn't root even if this one is; 98 when it is killed
+/// and 99 when it can't lay root down.
+inline int askAsUser(const std::function<int()>& ask) {
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(becomeOrdinaryUser() ? ask() : 99);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 98;
 }
 
 /// As long as it lives its thread makes no use of root's rights, nor do the threads that it starts

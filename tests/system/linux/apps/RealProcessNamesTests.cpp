@@ -204,17 +204,6 @@ TEST_F(RealProcessNames, ASandboxAsFlatpakMakesItAndOneThatPretends) {
     EXPECT_EQ(identify(besidePid).bundleID, "unidentified:" + std::to_string(besidePid));
 }
 
-/// What a process of an ordinary user says when asked by `ask`.
-int askAsUser(const std::function<int()>& ask) {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(support::becomeOrdinaryUser() ? ask() : 99);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 98;
-}
-
 TEST_F(RealProcessNames, AProcessThatForbidsBeingLookedAt) {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
@@ -234,7 +223,7 @@ TEST_F(RealProcessNames, AProcessThatForbidsBeingLookedAt) {
     close(ends[1]);
     char ready = 0;
     ASSERT_EQ(read(ends[0], &ready, 1), 1);
-    EXPECT_EQ(askAsUser([&] {
+    EXPECT_EQ(support::askAsUser([&] {
                   const ProcFs proc;
                   const auto app = LinuxAppNames(LinuxPlaces::ofThisUser()).identify(hidden);
                   return (proc.isReadable(hidden) ? 1 : 0) + (proc.comm(hidden) ? 0 : 2) +
