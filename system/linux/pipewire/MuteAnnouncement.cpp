@@ -4,14 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-// The library's headers are C: casts and unnamed parts that our warnings are not meant for.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wold-style-cast"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wcast-qual"
-#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
-#include <pipewire/pipewire.h>
+#include "system/linux/pipewire/SpaDict.h"
+
 #include <spa/param/param.h>
 #include <spa/param/props.h>
 #include <spa/pod/builder.h>
@@ -19,11 +13,6 @@
 namespace velmoran {
 
 namespace {
-
-std::string_view textIn(const spa_dict* dict, const char* key) {
-    const char* value = spa_dict_lookup(dict, key);
-    return value == nullptr ? std::string_view() : std::string_view(value);
-}
 
 bool isDeviceWithoutRoute(const spa_dict* props) {
     const auto mediaClass = textIn(props, PW_KEY_MEDIA_CLASS);

@@ -15,16 +15,10 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
-// The library's headers are C: casts and unnamed parts that our warnings are not meant for.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wold-style-cast"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wcast-qual"
-#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+#include "system/linux/pipewire/SpaDict.h"
+
 #include <pipewire/extensions/metadata.h>
 #include <pipewire/impl.h>
-#include <pipewire/pipewire.h>
 
 namespace velmoran {
 
@@ -36,11 +30,6 @@ constexpr const char* defaultOutputKey = "default.audio.sink";
 // which is when the default changes.
 constexpr Seconds untilReadAgain = 1.0;
 constexpr Seconds untilReadForSinks = 0.1;
-
-std::string_view textIn(const spa_dict* dict, const char* key) {
-    const char* value = dict == nullptr ? nullptr : spa_dict_lookup(dict, key);
-    return value == nullptr ? std::string_view() : std::string_view(value);
-}
 
 template <typename Number>
 std::optional<Number> numberIn(const spa_dict* dict, const char* key) {
