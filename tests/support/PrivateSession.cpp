@@ -13,6 +13,7 @@
 #include <sys/un.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace velmoran::support {
 
@@ -21,6 +22,16 @@ namespace {
 std::string inheritedOr(const char* name, const std::string& otherwise) {
     const char* value = getenv(name); // NOLINT(concurrency-mt-unsafe)
     return value != nullptr ? value : otherwise;
+}
+
+// A program named by its path is the build's own or a part of the test, so its lack is a fault.
+void checkIsThere(const ChildProcess& child, const std::string& program) {
+    if (child.isMissing() && program.find('/') == std::string::npos) {
+        throw NotInstalled(program + " isn't installed");
+    }
+    if (child.isMissing()) {
+        throw std::runtime_error(child.neverBegan());
+    }
 }
 
 } // namespace
@@ -219,17 +230,14 @@ ChildProcess& PrivateSession::start(const std::string& name,
     std::string stem = name;
     std::ranges::replace(stem, '/', '-');
     std::filesystem::remove(file(stem + ".out"));
-    children_.push_back(
-        {name, std::make_unique<ChildProcess>(arguments, ChildProcess::Options{
-                                                             .environment = environment_,
-                                                             .output = file(stem + ".out"),
-                                                             .errors = file(stem + ".err"),
-                                                             .inheritsTerminal = false,
-                                                         })});
-    if (children_.back().process->isMissing()) {
-        children_.pop_back();
-        throw NotInstalled(arguments.front() + " isn't installed");
-    }
+    auto process = std::make_unique<ChildProcess>(arguments, ChildProcess::Options{
+                                                                 .environment = environment_,
+                                                                 .output = file(stem + ".out"),
+                                                                 .errors = file(stem + ".err"),
+                                                                 .inheritsTerminal = false,
+                                                             });
+    checkIsThere(*process, arguments.front());
+    children_.push_back({name, std::move(process)});
     return *children_.back().process;
 }
 
@@ -243,6 +251,7 @@ Finished PrivateSession::run(const std::vector<std::string>& arguments, Bound bo
                                         .errors = errors,
                                         .inheritsTerminal = false,
                                     });
+    checkIsThere(process, arguments.front());
     Finished result{.status = process.wait(bound), .output = {}, .errors = {}};
     process.stop(Bound{200});
     result.output = readFile(output);

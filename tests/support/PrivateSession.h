@@ -80,9 +80,11 @@ public:
     /// Null when there is none of that name.
     [[nodiscard]] ChildProcess* child(const std::string& name);
 
-    /// Starts a program in the session that runs beside the test. Throws NotInstalled.
+    /// Starts a program in the session that runs beside the test. Throws NotInstalled, or
+    /// std::runtime_error for one that is named by its path, whose lack is no reason to skip a
+    /// test.
     ChildProcess& start(const std::string& name, const std::vector<std::string>& arguments);
-    /// Runs a program to its end, or kills it after `bound`.
+    /// Runs a program to its end, or kills it after `bound`. Throws as `start` does.
     Finished run(const std::vector<std::string>& arguments, Bound bound = patience);
 
     /// The whole graph as pw-dump prints it; empty when PipeWire doesn't answer.
