@@ -465,6 +465,7 @@ TEST_F(PipeWireGraphWithServers, LeavesNothingBehindAfterHundredsOfClients) {
 }
 
 TEST_F(PipeWireGraphWithServers, TellsWhoSeesACamera) {
+    session.needGStreamer();
     session.addCamera();
     GraphWatcher watcher;
     ASSERT_TRUE(waitUntil([&] {

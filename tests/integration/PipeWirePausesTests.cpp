@@ -126,6 +126,7 @@ TEST_F(PipeWirePauses, AreNoneOfTheUserOfACamera) {
 }
 
 TEST_F(PipeWirePauses, AreNoneOfWhatGStreamerDoesWhileItStarts) {
+    session.needGStreamer();
     session.addCamera();
     GraphWatcher watcher({.pause = endless});
     const auto use = [&](const std::string& device, const std::string& type,

@@ -56,6 +56,7 @@ TEST(PrivateSession, APulseRecorderHearsTheMicrophoneUntilItIsMuted) {
 
 TEST(PrivateSession, ACameraClientGetsPictures) {
     PrivateSession session;
+    session.needGStreamer();
     session.startSound();
     session.addCamera();
     // One after the other, as users come and go.

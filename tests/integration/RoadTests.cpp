@@ -73,6 +73,7 @@ TEST_F(Road, TellsOfAPulseRecorder) {
 }
 
 TEST_F(Road, TellsOfACameraOfTheSoundServer) {
+    session_.needGStreamer();
     session_.addCamera();
     checkUse({"gst-launch-1.0", "-q", "pipewiresrc", "target-object=virtual-camera", "!",
               "video/x-raw", "!", "fakesink"},

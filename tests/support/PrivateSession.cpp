@@ -215,6 +215,18 @@ void PrivateSession::startTray() {
     await([&] { return XServer(environment_["DISPLAY"]).hasTray(); }, "the tray");
 }
 
+void PrivateSession::needGStreamer() {
+    // Without a version it wants GStreamer's own, which this plug-in needn't have.
+    const auto looked =
+        run({"gst-inspect-1.0", "--exists", "--atleast-version=0.0", "pipewiresrc"});
+    if (looked.status == 1) {
+        throw NotInstalled("GStreamer's plug-in for PipeWire isn't installed");
+    }
+    if (!looked.succeeded()) {
+        throw std::runtime_error("gst-inspect-1.0 has failed\n" + looked.errors);
+    }
+}
+
 void PrivateSession::stop(const std::string& name) {
     std::erase_if(children_, [&](const Named& child) { return child.name == name; });
 }

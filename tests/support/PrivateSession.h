@@ -27,7 +27,8 @@ struct Finished {
 /// Whether a server takes connections at this socket.
 [[nodiscard]] bool socketAnswers(const std::filesystem::path& socketPath);
 
-/// A program of another's isn't on this machine. A test that ends by it counts as skipped.
+/// A program of another's, or a part of one, isn't on this machine. A test that ends by it counts
+/// as skipped.
 struct NotInstalled : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -73,6 +74,9 @@ public:
     void startDisplay();
     /// An XEmbed tray at the top right; wants the display.
     void startTray();
+
+    /// Throws NotInstalled where GStreamer, or its plug-in that records from PipeWire, is missing.
+    void needGStreamer();
 
     /// Ends the server or device of that name ("bus", "pipewire", "wireplumber", "pulse", a
     /// device's name, "display", "tray", or what `start` was given). Nothing if there is none.
