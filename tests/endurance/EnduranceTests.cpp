@@ -1,6 +1,7 @@
 // What is left behind after very many uses: nothing.
 #include "support/PrivateSession.h"
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -52,6 +53,7 @@ private:
 TEST(Endurance, LeavesNothingBehindAfterAThousandRecorders) {
     constexpr int recorders = 1000;
     constexpr int warmUp = 20; // libraries open what they keep with the first ones
+    constexpr int settled = 40;
     PrivateSession session;
     session.startSound();
     session.addMicrophone();
@@ -72,13 +74,19 @@ TEST(Endurance, LeavesNothingBehindAfterAThousandRecorders) {
         recorder.signal(SIGKILL);
         ASSERT_TRUE(waitUntil([&] { return ended.now() == turn; })) << session.logs();
         session.stop("recorder");
+        // The least of some looks, since what looks at processes holds a descriptor for moments.
         if (turn == warmUp) {
             descriptors = entriesIn(process / "fd");
             threads = entriesIn(process / "task");
+        } else if (turn > warmUp && turn <= settled) {
+            descriptors = std::min(descriptors, entriesIn(process / "fd"));
+            threads = std::min(threads, entriesIn(process / "task"));
         }
     }
-    EXPECT_EQ(entriesIn(process / "fd"), descriptors);
-    EXPECT_EQ(entriesIn(process / "task"), threads);
+    EXPECT_TRUE(waitUntil([&] { return entriesIn(process / "fd") == descriptors; }))
+        << entriesIn(process / "fd") << " instead of " << descriptors;
+    EXPECT_TRUE(waitUntil([&] { return entriesIn(process / "task") == threads; }))
+        << entriesIn(process / "task") << " instead of " << threads;
     EXPECT_EQ(childrenOf(watch.pid()), 0);
     EXPECT_TRUE(watch.running());
 }
