@@ -240,6 +240,21 @@ std::optional<GraphSerial> GraphModel::clientWithID(std::uint32_t id) const {
     return serial == 0 ? std::nullopt : std::optional(serial);
 }
 
+bool GraphModel::isDeviceOfRunning(GraphSerial serial) const {
+    const auto* device = node(serial);
+    const auto isRunningStream = [this](GraphSerial other) {
+        const auto* stream = node(other);
+        return stream && stream->state == GraphNode::State::running && !isDevice(*stream);
+    };
+    return device && isDevice(*device) &&
+           std::any_of(links_.begin(), links_.end(), [&](const auto& entry) {
+               const auto& link = entry.second;
+               return link.link.state == GraphLink::State::set &&
+                      ((link.outputNode == serial && isRunningStream(link.inputNode)) ||
+                       (link.inputNode == serial && isRunningStream(link.outputNode)));
+           });
+}
+
 const GraphUses& GraphModel::uses() {
     if (isStale_) {
         recompute();

@@ -109,6 +109,9 @@ public:
     const GraphNode* node(GraphSerial serial) const;
     /// The client that has that short id now.
     std::optional<GraphSerial> clientWithID(std::uint32_t id) const;
+    /// Whether it is a device with a complete link to a stream that runs, as when `uses` were
+    /// worked out last.
+    bool isDeviceOfRunning(GraphSerial node) const;
     std::size_t size() const { return objects_.size(); }
 
     /// Whether `uses` would be worked out anew.

@@ -15,15 +15,28 @@ GraphNode::State PausePatience::counted(GraphSerial node, GraphNode::State befor
     using State = GraphNode::State;
     if (told != State::idle) {
         pausing_.erase(node);
+        prolonged_.erase(node);
         return told;
     }
     if (before == State::running && duration_ > 0) {
-        pausing_[node] = turn_;
-        if (auto& timer = timers_[turn_]; !timer) {
-            timer = scheduler_.after(duration_, [this, turn = turn_] { endTurn(turn); });
-        }
+        begin(node);
     }
     return pausing_.contains(node) ? State::pausing : State::idle;
+}
+
+bool PausePatience::prolong(GraphSerial node) {
+    if (!prolonged_.insert(node).second) {
+        return false;
+    }
+    begin(node);
+    return true;
+}
+
+void PausePatience::begin(GraphSerial node) {
+    pausing_[node] = turn_;
+    if (auto& timer = timers_[turn_]; !timer) {
+        timer = scheduler_.after(duration_, [this, turn = turn_] { endTurn(turn); });
+    }
 }
 
 void PausePatience::endTurn(unsigned turn) {
@@ -39,10 +52,16 @@ void PausePatience::endTurn(unsigned turn) {
     if (!ended.empty()) {
         over_(ended);
     }
+    for (const auto node : ended) {
+        if (!pausing_.contains(node)) {
+            prolonged_.erase(node);
+        }
+    }
 }
 
 void PausePatience::clear() {
     pausing_.clear();
+    prolonged_.clear();
     timers_.clear();
 }
 

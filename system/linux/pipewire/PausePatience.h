@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <vector>
 
 namespace velmoran {
@@ -23,12 +24,15 @@ public:
     /// `before`: `pausing` from the end of its running on, until it runs again or `over` names it.
     /// Only what is idle pauses. An error, and a device that was closed, are ends.
     GraphNode::State counted(GraphSerial node, GraphNode::State before, GraphNode::State told);
+    /// Gives a pause that is over, as `over` is told, its time once more; false if it had that.
+    bool prolong(GraphSerial node);
     /// What came at once is over: later pauses have a time of their own.
     void turnEnded() { ++turn_; }
     /// Nothing pauses; `over` isn't called until something does.
     void clear();
 
 private:
+    void begin(GraphSerial node);
     void endTurn(unsigned turn);
 
     Scheduler& scheduler_;
@@ -36,6 +40,7 @@ private:
     std::function<void(const std::vector<GraphSerial>&)> over_;
     unsigned turn_ = 0;
     std::map<GraphSerial, unsigned> pausing_; ///< and the turn in which that began
+    std::set<GraphSerial> prolonged_;
     std::map<unsigned, Subscription> timers_; ///< of the turns
 };
 

@@ -178,6 +178,10 @@ void PipeWireGraph::nodeIs(const GraphNode& node) {
 
 void PipeWireGraph::endPauses(const std::vector<GraphSerial>& nodes) {
     for (const auto serial : nodes) {
+        // Who has just begun to use a device runs some moments before that is told to run.
+        if (model_.isDeviceOfRunning(serial) && pauses_.prolong(serial)) {
+            continue;
+        }
         if (const auto* known = model_.node(serial)) {
             auto node = *known;
             node.state = GraphNode::State::idle;

@@ -162,6 +162,23 @@ TEST(GraphModel, EndsADeviceThatPausesWithTheLastStreamBesideIt) {
     EXPECT_TRUE(isRunning()) << "as the server says";
 }
 
+TEST(GraphModel, KnowsTheDeviceThatARunningStreamIsLinkedTo) {
+    Desktop graph;
+    const auto stream = graph.node(graph.app, "Stream/Input/Audio");
+    EXPECT_FALSE(graph.model.isDeviceOfRunning(graph.microphone + Graph::serialOffset))
+        << "nobody is linked to it";
+    const auto link = graph.link(graph.microphone, stream);
+    graph.setState(graph.microphone, State::pausing);
+    graph.model.uses();
+    EXPECT_TRUE(graph.model.isDeviceOfRunning(graph.microphone + Graph::serialOffset));
+    EXPECT_FALSE(graph.model.isDeviceOfRunning(stream + Graph::serialOffset)) << "it is no device";
+    graph.setState(stream, State::pausing);
+    EXPECT_FALSE(graph.model.isDeviceOfRunning(graph.microphone + Graph::serialOffset));
+    graph.setState(stream, State::running);
+    graph.model.remove(link);
+    EXPECT_FALSE(graph.model.isDeviceOfRunning(graph.microphone + Graph::serialOffset));
+}
+
 TEST(GraphModel, TellsNothingOfARunningStreamThatNothingFeeds) {
     Desktop graph;
     graph.node(graph.app, "Stream/Input/Audio");

@@ -51,6 +51,29 @@ TEST_F(PausePatienceTest, EndsALongPauseOnce) {
     EXPECT_EQ(over.size(), 1U);
 }
 
+TEST_F(PausePatienceTest, CanBeProlongedOnce) {
+    std::vector<bool> prolonged;
+    PausePatience* asked = nullptr;
+    PausePatience prolonging(time, 0.04, [&](const Nodes& nodes) {
+        ASSERT_THAT(nodes, ElementsAre(7));
+        prolonged.push_back(asked->prolong(7));
+    });
+    asked = &prolonging;
+    EXPECT_EQ(prolonging.counted(7, State::running, State::idle), State::pausing);
+    time.advanceTo(0.04);
+    EXPECT_THAT(prolonged, ElementsAre(true));
+    EXPECT_EQ(prolonging.counted(7, State::pausing, State::idle), State::pausing);
+    time.advanceTo(0.08);
+    EXPECT_THAT(prolonged, ElementsAre(true, false));
+    EXPECT_EQ(prolonging.counted(7, State::idle, State::idle), State::idle);
+    time.advanceTo(1);
+    EXPECT_EQ(prolonged.size(), 2U);
+    // The next pause may be prolonged again.
+    EXPECT_EQ(prolonging.counted(7, State::running, State::idle), State::pausing);
+    time.advanceTo(1.04);
+    EXPECT_THAT(prolonged, ElementsAre(true, false, true));
+}
+
 TEST_F(PausePatienceTest, CountsNothingAsRunningThatNeverRan) {
     EXPECT_EQ(tell(State::idle), State::idle);
     EXPECT_EQ(tell(State::suspended), State::suspended);
