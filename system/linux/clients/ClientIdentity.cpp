@@ -142,7 +142,7 @@ void ClientIdentity::appeared(ClientKey client, std::optional<pid_t> connectedPi
     if (entry.connectedPid <= 0) {
         return;
     }
-    entry.isServed = facts_.isSoundServer(entry.connectedPid);
+    entry.isServed = nativeSocket_.empty() || facts_.isSoundServer(entry.connectedPid);
     if (!entry.isServed) {
         entry.who = {naming_.identify(entry.connectedPid), entry.connectedPid};
         entry.isKnown = true;

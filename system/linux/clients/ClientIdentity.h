@@ -29,7 +29,8 @@ public:
         bool operator==(const Who&) const = default;
     };
 
-    /// `nativeSocket` is the path of the server's own socket.
+    /// `nativeSocket` is the path of the server's own socket; empty for one that only connects on
+    /// behalf of others.
     ClientIdentity(ConnectionFacts& facts, ProcessNaming& naming, std::string nativeSocket);
 
     /// A client was announced. `connectedPid` is the server's word for the process that connected.

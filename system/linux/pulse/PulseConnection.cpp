@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -25,10 +26,6 @@ constexpr Seconds longestPatience = 2.5;
 std::string environmentVariable(const char* name) {
     const char* value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
     return value ? value : "";
-}
-
-pa_usec_t later(Seconds delay) {
-    return pa_rtclock_now() + static_cast<pa_usec_t>(delay * 1e6);
 }
 
 } // namespace
@@ -54,6 +51,20 @@ void PulseConnection::Listener::asked(pa_operation* question) {
     });
     if (question) {
         questions_.push_back(question);
+    }
+}
+
+void PulseConnection::Listener::ask(pa_operation* question) {
+    if (question) {
+        ++unanswered_;
+        asked(question);
+    }
+}
+
+void PulseConnection::Listener::answered() {
+    if (--unanswered_ <= 0) {
+        unanswered_ = 0;
+        complete();
     }
 }
 
@@ -136,12 +147,13 @@ void PulseConnection::contextChanged() {
         stopSeeking();
         subscribe();
         for (auto* listener : listeners_) {
-            listener->connected(context_);
+            tellOfServer(*listener);
         }
     } else if (state == PA_CONTEXT_FAILED || state == PA_CONTEXT_TERMINATED) {
-        const bool wasReady = std::exchange(ready_, false);
-        if (wasReady) {
+        if (std::exchange(ready_, false)) {
             for (auto* listener : listeners_) {
+                listener->context_ = nullptr;
+                listener->unanswered_ = 0;
                 listener->disconnected();
             }
         }
@@ -161,12 +173,11 @@ void PulseConnection::subscribe() {
     }
     pa_context_set_subscribe_callback(
         context_,
-        [](pa_context* context, pa_subscription_event_type_t event, std::uint32_t index,
-           void* data) {
-            const auto facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
+        [](pa_context*, pa_subscription_event_type_t event, std::uint32_t index, void* data) {
+            const unsigned facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
             for (auto* listener : static_cast<PulseConnection*>(data)->listeners_) {
                 if ((listener->interest_ & (1u << facility)) != 0) {
-                    listener->changed(context, event, index);
+                    listener->changed(facility, event & PA_SUBSCRIPTION_EVENT_TYPE_MASK, index);
                 }
             }
         },
@@ -177,12 +188,17 @@ void PulseConnection::subscribe() {
     }
 }
 
+void PulseConnection::tellOfServer(Listener& listener) {
+    listener.context_ = context_;
+    listener.connected();
+}
+
 void PulseConnection::add(Listener& listener) {
     const Lock lock(loop_);
     listeners_.push_back(&listener);
     if (ready_) {
         subscribe();
-        listener.connected(context_);
+        tellOfServer(listener);
     }
 }
 
@@ -204,6 +220,11 @@ bool PulseConnection::perform(const Question& question, Seconds bound) {
         pa_threaded_mainloop* loop;
         bool success = false;
         bool over = false;
+
+        void end() {
+            over = true;
+            pa_threaded_mainloop_signal(loop, 0);
+        }
     };
     const Lock lock(loop_);
     if (!ready_) {
@@ -216,25 +237,14 @@ bool PulseConnection::perform(const Question& question, Seconds bound) {
         [](pa_context*, int success, void* data) {
             auto* answer = static_cast<Waiting*>(data);
             answer->success = success != 0;
-            answer->over = true;
-            pa_threaded_mainloop_signal(answer->loop, 0);
+            answer->end();
         },
         &waiting);
-    auto* alarm = pa_context_rttime_new(
-        context, later(bound),
-        [](pa_mainloop_api*, pa_time_event*, const timeval*, void* data) {
-            auto* answer = static_cast<Waiting*>(data);
-            answer->over = true;
-            pa_threaded_mainloop_signal(answer->loop, 0);
-        },
-        &waiting);
+    const auto alarm = after(bound, [&] { waiting.end(); });
     // An operation of a server that goes away is cancelled without an answer.
     while (operation && !waiting.over &&
            pa_operation_get_state(operation) == PA_OPERATION_RUNNING) {
         pa_threaded_mainloop_wait(loop_);
-    }
-    if (alarm) {
-        pa_threaded_mainloop_get_api(loop_)->time_free(alarm);
     }
     if (operation) {
         pa_operation_cancel(operation);
@@ -249,39 +259,35 @@ void PulseConnection::use(const std::function<void(pa_context*)>& action) {
     action(ready_ ? context_ : nullptr);
 }
 
-pa_time_event* PulseConnection::alarm(Seconds delay, pa_time_event_cb_t callback, void* userdata) {
-    return pa_context_rttime_new(context_, later(delay), callback, userdata);
-}
-
-void PulseConnection::freeAlarm(pa_time_event* alarm) {
-    pa_threaded_mainloop_get_api(loop_)->time_free(alarm);
+Subscription PulseConnection::after(Seconds delay, std::function<void()> action) {
+    const auto owned = std::make_shared<std::function<void()>>(std::move(action));
+    auto* alarm = pa_context_rttime_new(
+        context_, pa_rtclock_now() + static_cast<pa_usec_t>(delay * 1e6),
+        [](pa_mainloop_api*, pa_time_event*, const timeval*, void* data) {
+            const auto copy = *static_cast<std::function<void()>*>(data); // it may drop its handle
+            copy();
+        },
+        owned.get());
+    return Subscription([api = pa_threaded_mainloop_get_api(loop_), alarm, owned] {
+        if (alarm) {
+            api->time_free(alarm);
+        }
+    });
 }
 
 void PulseConnection::seekLater(Seconds delay) {
-    auto* api = pa_threaded_mainloop_get_api(loop_);
-    if (retry_) {
-        api->time_free(retry_);
-    }
-    retry_ = pa_context_rttime_new(
-        context_, later(delay),
-        [](pa_mainloop_api* loop, pa_time_event* event, const timeval*, void* data) {
-            auto* self = static_cast<PulseConnection*>(data);
-            loop->time_free(event);
-            self->retry_ = nullptr;
-            pa_context_set_state_callback(self->context_, nullptr, nullptr);
-            pa_context_unref(self->context_);
-            self->connect();
-        },
-        this);
+    retry_ = after(delay, [this] {
+        retry_.reset();
+        pa_context_set_state_callback(context_, nullptr, nullptr);
+        pa_context_unref(context_);
+        connect();
+    });
 }
 
 void PulseConnection::stopSeeking() {
-    auto* api = pa_threaded_mainloop_get_api(loop_);
-    if (retry_) {
-        api->time_free(std::exchange(retry_, nullptr));
-    }
+    retry_.reset();
     if (folderEvents_) {
-        api->io_free(std::exchange(folderEvents_, nullptr));
+        pa_threaded_mainloop_get_api(loop_)->io_free(std::exchange(folderEvents_, nullptr));
     }
     if (folderWatch_ >= 0) {
         ::close(std::exchange(folderWatch_, -1));

@@ -3,6 +3,7 @@
 // server speaks; a server that goes away is found again when it comes back. It never starts one.
 #pragma once
 
+#include "core/base/Subscription.h"
 #include "core/base/Timestamp.h"
 
 #include <cstdint>
@@ -24,26 +25,53 @@ class PulseConnection {
 public:
     /// Reads one side of the server. All calls come on the connection's thread with its lock held.
     class Listener {
+        template <auto>
+        struct Told;
+        template <class Self, class Info, void (Self::*take)(const Info&)>
+        struct Told<take> {
+            static void call(pa_context*, const Info* info, int end, void* data) {
+                auto* self = static_cast<Self*>(data);
+                end == 0 ? (self->*take)(*info) : self->answered();
+            }
+        };
+
     public:
         explicit Listener(pa_subscription_mask_t interest) : interest_(interest) {}
         virtual ~Listener() = default;
         Listener(const Listener&) = delete;
         Listener& operator=(const Listener&) = delete;
 
-        virtual void connected(pa_context* context) = 0;
+        virtual void connected() = 0;
         /// What was read before holds no more.
         virtual void disconnected() = 0;
-        virtual void changed(pa_context* context, pa_subscription_event_type_t event,
-                             std::uint32_t index) = 0;
+        /// An object of a facility has come, changed or gone: PA_SUBSCRIPTION_EVENT_….
+        virtual void changed(unsigned facility, unsigned type, std::uint32_t index) = 0;
 
     protected:
+        /// Null while there is no server.
+        pa_context* context() const { return context_; }
         /// Takes over a question that was asked, so that no answer comes when the listener is gone.
         void asked(pa_operation* question);
 
+        /// The same for one that ends with `answered`; null if it couldn't be asked.
+        void ask(pa_operation* question);
+        void answered();
+        bool isWaiting() const { return unanswered_ > 0; }
+        /// All that was asked has been answered. What is known in between may be half of it.
+        virtual void complete() {}
+
+        /// The callback of a question with the listener as its userdata: `take`, a member function
+        /// of the listener's, gets each object that is told of.
+        template <auto take>
+        static constexpr auto toldTo = &Told<take>::call;
+
     private:
         friend class PulseConnection;
+
         pa_subscription_mask_t interest_;
+        pa_context* context_ = nullptr;
         std::vector<pa_operation*> questions_;
+        int unanswered_ = 0;
     };
 
     /// An empty server is the one that libpulse finds by itself. Throws std::runtime_error if the
@@ -68,10 +96,9 @@ public:
     /// Calls it at once with the connection's lock held, as a listener is called; the context is
     /// null while there is no server. Any other thread.
     void use(const std::function<void(pa_context*)>& action);
-    /// Calls back once on the connection's thread. It is the caller's to free, rung or not. Both
-    /// with the lock held.
-    pa_time_event* alarm(Seconds delay, pa_time_event_cb_t callback, void* userdata);
-    void freeAlarm(pa_time_event* alarm);
+    /// Once, on the connection's thread, with its lock held; not at all if the handle goes first.
+    /// To be called and dropped with the lock held.
+    [[nodiscard]] Subscription after(Seconds delay, std::function<void()> action);
 
     /// Where the server's socket is to be found; nothing if that isn't a local path.
     static std::optional<std::string> socketPath(const std::string& server);
@@ -82,6 +109,7 @@ private:
     void connect();
     void contextChanged();
     void subscribe();
+    void tellOfServer(Listener& listener);
     void seekLater(Seconds delay);
     void stopSeeking();
     void watchSocketFolder();
@@ -93,7 +121,7 @@ private:
     pa_context* context_ = nullptr;
     bool ready_ = false;
     Seconds patience_ = 0;
-    pa_time_event* retry_ = nullptr;
+    Subscription retry_;
     int folderWatch_ = -1; ///< inotify's descriptor while the server is away
     pa_io_event* folderEvents_ = nullptr;
     std::vector<Listener*> listeners_;

@@ -25,93 +25,9 @@ bool hasTimedOut(pa_context* context, bool success) {
 
 } // namespace
 
-/// The sources of one call whose switch didn't work, by their volumes. A write that was sent counts
-/// as done here; what the server answers decides later.
-class PulseMicrophones::VolumeControls final : public InputControls {
-public:
-    explicit VolumeControls(PulseMicrophones& microphones) : microphones_(microphones) {}
-
-    void prepare(pa_context* context, Call& call) {
-        context_ = context;
-        call_ = &call;
-    }
-
-    std::vector<Input> inputs() override {
-        std::vector<Input> inputs;
-        for (const auto& write : call_->writes) {
-            const auto source = microphones_.sources_.find(write.index);
-            if (write.success == false && source != microphones_.sources_.end()) {
-                inputs.push_back({objectID(source->second), write.name});
-            }
-        }
-        return inputs;
-    }
-    bool setMuteSwitch(std::uint32_t, bool) override { return false; }
-    int volumeElements() const override { return 1; }
-    std::optional<float> settableVolume(std::uint32_t objectID, int) override {
-        const auto found = find(objectID);
-        const bool isReadable = found.source && pa_cvolume_valid(&found.source->volume) != 0;
-        return isReadable ? std::optional(ChannelVolumes::level(found.source->volume))
-                          : std::nullopt;
-    }
-    bool setVolume(std::uint32_t objectID, int, float volume) override {
-        const auto found = find(objectID);
-        if (!found.source) {
-            return false;
-        }
-        const auto channels =
-            microphones_.volumes_.at(volume, found.source->serverName, found.source->volume);
-        if (call_->muted && found.write->isFirstMute &&
-            pa_cvolume_is_muted(&found.source->volume) != 0) {
-            found.write->isFirstMute = false;
-            microphones_.mutedHere_.erase(found.write->place);
-        }
-        found.write->byVolume = true;
-        found.write->success.reset();
-        found.write->operation = pa_context_set_source_volume_by_index(
-            context_, found.write->index, &channels, &VolumeControls::answered, found.write);
-        if (!found.write->operation) {
-            found.write->success = false;
-        }
-        return found.write->operation != nullptr;
-    }
-
-private:
-    struct Found {
-        Source* source = nullptr;
-        Write* write = nullptr;
-    };
-
-    static void answered(pa_context* context, int success, void* data) {
-        auto& write = *static_cast<Write*>(data);
-        write.call.microphones.answered(context, write, success != 0);
-    }
-    std::uint32_t objectID(const Source& source) {
-        auto& known = microphones_.objectIDs_;
-        const auto next = static_cast<std::uint32_t>(known.size()) + 1;
-        return known.try_emplace(source.serverName, next).first->second;
-    }
-    Found find(std::uint32_t wanted) {
-        for (auto& write : call_->writes) {
-            const auto source = microphones_.sources_.find(write.index);
-            if (write.success == false && source != microphones_.sources_.end() &&
-                objectID(source->second) == wanted) {
-                return {&source->second, &write};
-            }
-        }
-        return {};
-    }
-
-    PulseMicrophones& microphones_;
-    pa_context* context_ = nullptr;
-    Call* call_ = nullptr;
-};
-
 PulseMicrophones::PulseMicrophones(PulseConnection& connection)
     : Listener(PA_SUBSCRIPTION_MASK_SOURCE),
-      connection_(connection),
-      controls_(std::make_unique<VolumeControls>(*this)),
-      byVolume_(*controls_) {
+      connection_(connection) {
     connection_.add(*this);
 }
 
@@ -122,8 +38,6 @@ PulseMicrophones::~PulseMicrophones() {
         }
     });
     connection_.remove(*this);
-    const std::lock_guard lock(arrivals_->mutex);
-    arrivals_->receivers.clear();
 }
 
 void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
@@ -142,47 +56,41 @@ void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
             answer(call);
             return;
         }
-        call.alarm = connection_.alarm(
-            bound,
-            [](pa_mainloop_api*, pa_time_event*, const timeval*, void* data) {
-                auto& overdue = *static_cast<Call*>(data);
-                overdue.microphones.overdue(overdue);
-            },
-            &call);
+        call.alarm = connection_.after(bound, [this, &call] { overdue(call); });
         if (!isListing_) {
-            begin(context, call);
+            begin(call);
         }
     });
 }
 
 Subscription PulseMicrophones::onArrival(std::function<void()> arrived) {
     const std::lock_guard lock(arrivals_->mutex);
-    const int number = ++arrivals_->last;
-    arrivals_->receivers.emplace(number, std::move(arrived));
-    return Subscription([weak = std::weak_ptr(arrivals_), number] {
-        if (const auto arrivals = weak.lock()) {
-            const std::lock_guard guard(arrivals->mutex);
-            arrivals->receivers.erase(number);
-        }
+    const auto handle =
+        std::make_shared<Subscription>(arrivals_->event.subscribe(std::move(arrived)));
+    return Subscription([arrivals = arrivals_, handle] {
+        const std::lock_guard guard(arrivals->mutex);
+        handle->reset();
     });
 }
 
 // MARK: - The mirror
 
-void PulseMicrophones::connected(pa_context* context) {
+void PulseMicrophones::connected() {
     sources_.clear();
     wishes_.clear();
     hasArrived_ = false;
     auto* question = pa_context_get_source_info_list(
-        context,
+        context(),
         [](pa_context* server, const pa_source_info* info, int end, void* data) {
             auto* self = static_cast<PulseMicrophones*>(data);
             if (end == 0) {
-                self->take(server, *info);
+                self->take(*info);
             } else if (hasTimedOut(server, end > 0)) {
-                self->connected(server);
+                self->connected();
             } else {
-                self->listed(server);
+                self->isListing_ = false;
+                self->beginWaiting();
+                self->tellArrivals();
             }
         },
         this);
@@ -205,28 +113,27 @@ void PulseMicrophones::disconnected() {
     sources_.clear();
 }
 
-void PulseMicrophones::changed(pa_context* context, pa_subscription_event_type_t event,
-                               std::uint32_t index) {
-    if ((event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_REMOVE) {
+void PulseMicrophones::changed(unsigned, unsigned type, std::uint32_t index) {
+    if (type == PA_SUBSCRIPTION_EVENT_REMOVE) {
         sources_.erase(index);
         wishes_.erase(index);
         return;
     }
     asked(pa_context_get_source_info_by_index(
-        context, index,
-        [](pa_context* server, const pa_source_info* info, int end, void* data) {
+        context(), index,
+        [](pa_context*, const pa_source_info* info, int end, void* data) {
             auto* self = static_cast<PulseMicrophones*>(data);
             if (end == 0) {
-                self->take(server, *info);
-            } else if (!self->isListing_ && std::exchange(self->hasArrived_, false)) {
-                self->beginWaiting(server);
-                self->tellArrival();
+                self->take(*info);
+            } else if (!self->isListing_ && self->hasArrived_) {
+                self->beginWaiting();
+                self->tellArrivals();
             }
         },
         this));
 }
 
-void PulseMicrophones::take(pa_context* context, const pa_source_info& info) {
+void PulseMicrophones::take(const pa_source_info& info) {
     if (info.monitor_of_sink != PA_INVALID_INDEX) {
         return;
     }
@@ -239,7 +146,7 @@ void PulseMicrophones::take(pa_context* context, const pa_source_info& info) {
     source.port = info.active_port ? info.active_port->name : "";
     source.volume = info.volume;
     source.isMuted = info.mute != 0;
-    insist(context, info.index, source.isMuted);
+    insist(info.index, source.isMuted);
     auto& known = sources_[info.index];
     const bool hasArrived = known.serverName.empty() || known.port != source.port;
     known = std::move(source);
@@ -250,14 +157,14 @@ void PulseMicrophones::take(pa_context* context, const pa_source_info& info) {
     if (!isMuteWanted_ && mutedHere_.contains({known.serverName, known.port})) {
         auto& call = calls_.emplace_back(*this, false);
         call.only = info.index;
-        begin(context, call);
+        begin(call);
     }
 }
 
 // PipeWire leaves out a write that it takes for needless by what it last heard of the device: a
 // mute so gets lost when the unmute before it has not come through yet. When that shows, it is
 // repeated.
-void PulseMicrophones::insist(pa_context* context, std::uint32_t index, bool isMuted) {
+void PulseMicrophones::insist(std::uint32_t index, bool isMuted) {
     const auto found = wishes_.find(index);
     if (found == wishes_.end() || found->second.muted == isMuted) {
         return;
@@ -268,28 +175,14 @@ void PulseMicrophones::insist(pa_context* context, std::uint32_t index, bool isM
         return;
     }
     ++wish.repeats;
-    asked(
-        pa_context_set_source_mute_by_index(context, index, wish.muted ? 1 : 0, nullptr, nullptr));
+    asked(pa_context_set_source_mute_by_index(context(), index, wish.muted ? 1 : 0, nullptr,
+                                              nullptr));
 }
 
-void PulseMicrophones::listed(pa_context* context) {
-    isListing_ = false;
-    beginWaiting(context);
+void PulseMicrophones::tellArrivals() {
     if (std::exchange(hasArrived_, false)) {
-        tellArrival();
-    }
-}
-
-void PulseMicrophones::tellArrival() {
-    std::vector<std::function<void()>> receivers;
-    {
         const std::lock_guard lock(arrivals_->mutex);
-        for (const auto& [number, receiver] : arrivals_->receivers) {
-            receivers.push_back(receiver);
-        }
-    }
-    for (const auto& receiver : receivers) {
-        receiver();
+        arrivals_->event();
     }
 }
 
@@ -302,20 +195,17 @@ bool PulseMicrophones::isMuted(std::uint32_t index, const Source& source) const 
                : source.isMuted;
 }
 
-void PulseMicrophones::beginWaiting(pa_context* context) {
-    std::vector<Call*> waiting;
-    for (auto& call : calls_) {
+void PulseMicrophones::beginWaiting() {
+    for (auto next = calls_.begin(); next != calls_.end();) {
+        auto& call = *next++;
         // A server that has just come has its sources only a moment later.
         if (!call.begun && (call.done || !sources_.empty())) {
-            waiting.push_back(&call);
+            begin(call);
         }
-    }
-    for (auto* call : waiting) {
-        begin(context, *call);
     }
 }
 
-void PulseMicrophones::begin(pa_context* context, Call& call) {
+void PulseMicrophones::begin(Call& call) {
     call.begun = true;
     if (!call.only && !(call.muted && sources_.empty())) {
         isMuteWanted_ = call.muted;
@@ -332,63 +222,77 @@ void PulseMicrophones::begin(pa_context* context, Call& call) {
                           .end = std::chrono::steady_clock::now() +
                                  (call.only ? restoration : insistence),
                           .repeats = 0};
-        write.operation = pa_context_set_source_mute_by_index(
-            context, index, call.muted ? 1 : 0,
-            [](pa_context* server, int success, void* data) {
-                auto& answer = *static_cast<Write*>(data);
-                answer.call.microphones.answered(server, answer, success != 0);
-            },
-            &write);
-        if (!write.operation) {
-            write.success = false;
-        }
+        sent(write, pa_context_set_source_mute_by_index(context(), index, call.muted ? 1 : 0,
+                                                        writeAnswered, &write));
     }
-    proceed(context, call);
+    proceed(call);
 }
 
-void PulseMicrophones::answered(pa_context* context, Write& write, bool success) {
+void PulseMicrophones::sent(Write& write, pa_operation* operation) {
+    write.operation = operation;
+    write.success = operation ? std::nullopt : std::optional(false);
+}
+
+void PulseMicrophones::writeAnswered(pa_context* context, int success, void* data) {
+    auto& write = *static_cast<Write*>(data);
     auto& call = write.call;
-    if (hasTimedOut(context, success)) {
+    auto& self = call.microphones;
+    if (hasTimedOut(context, success != 0)) {
         // Only a new question has an answer that can still be heard.
         forgetWrites(call);
-        begin(context, call);
+        self.begin(call);
         return;
     }
-    write.success = success;
     forget(write);
-    if (success && !call.muted && !isMuteWanted_) {
-        mutedHere_.erase(write.place);
+    write.success = success != 0;
+    if (*write.success && !call.muted && !self.isMuteWanted_) {
+        self.mutedHere_.erase(write.place);
     }
     // The device obeys from now on, however long the server has slept.
-    if (const auto wish = wishes_.find(write.index);
-        wish != wishes_.end() && wish->second.muted == call.muted) {
+    if (const auto wish = self.wishes_.find(write.index);
+        wish != self.wishes_.end() && wish->second.muted == call.muted) {
         wish->second.end =
             std::max(wish->second.end, std::chrono::steady_clock::now() + insistence);
     }
-    proceed(context, call);
+    self.proceed(call);
 }
 
-void PulseMicrophones::proceed(pa_context* context, Call& call) {
+void PulseMicrophones::proceed(Call& call) {
     const auto isOpen = [](const Write& write) {
         return !write.success;
-    };
-    const auto wantsVolume = [this](const Write& write) {
-        return write.success == false && !write.byVolume && sources_.contains(write.index);
     };
     if (std::any_of(call.writes.begin(), call.writes.end(), isOpen)) {
         return;
     }
-    if (std::any_of(call.writes.begin(), call.writes.end(), wantsVolume)) {
-        controls_->prepare(context, call);
-        byVolume_.setMuted(call.muted);
-        for (auto& write : call.writes) {
-            write.byVolume = write.byVolume || write.success == false;
-        }
-        if (std::any_of(call.writes.begin(), call.writes.end(), isOpen)) {
-            return;
-        }
+    setByVolume(call);
+    if (std::none_of(call.writes.begin(), call.writes.end(), isOpen)) {
+        finish(call);
     }
-    finish(call);
+}
+
+// The sources whose switch didn't work. What was sent counts as done here; what the server answers
+// decides later.
+void PulseMicrophones::setByVolume(Call& call) {
+    std::vector<SourceVolumes::Source> sources;
+    for (auto& write : call.writes) {
+        const auto found = sources_.find(write.index);
+        if (write.success != false || write.byVolume || found == sources_.end()) {
+            continue;
+        }
+        const auto& source = found->second;
+        write.byVolume = true;
+        const auto set = [this, &call, &write, &source](const pa_cvolume& channels) {
+            if (call.muted && write.isFirstMute && pa_cvolume_is_muted(&source.volume) != 0) {
+                write.isFirstMute = false;
+                mutedHere_.erase(write.place);
+            }
+            sent(write, pa_context_set_source_volume_by_index(context(), write.index, &channels,
+                                                              writeAnswered, &write));
+            return write.operation != nullptr;
+        };
+        sources.push_back({source.serverName, source.volume, set});
+    }
+    volumes_.setMuted(call.muted, std::move(sources));
 }
 
 // Takes it off the list and gives its answer, with the lock held.
@@ -415,9 +319,7 @@ void PulseMicrophones::overdue(Call& call) {
 }
 
 void PulseMicrophones::answer(Call& call) {
-    if (call.alarm) {
-        connection_.freeAlarm(std::exchange(call.alarm, nullptr));
-    }
+    call.alarm.reset();
     if (const auto done = std::exchange(call.done, nullptr)) {
         done({outcome(call), false});
     }
@@ -444,9 +346,6 @@ MuteOutcome PulseMicrophones::outcome(const Call& call) const {
 
 void PulseMicrophones::drop(Call& call) {
     forgetWrites(call);
-    if (call.alarm) {
-        connection_.freeAlarm(call.alarm);
-    }
     calls_.remove_if([&](const Call& one) { return &one == &call; });
 }
 

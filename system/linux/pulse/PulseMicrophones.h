@@ -3,10 +3,10 @@
 // server's socket in the caller's own call, and the answers come on the connection's thread.
 #pragma once
 
+#include "core/base/Observable.h"
 #include "system/Machine.h"
-#include "system/MicrophoneMute.h"
-#include "system/linux/pulse/ChannelVolumes.h"
 #include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/SourceVolumes.h"
 
 #include <chrono>
 #include <cstdint>
@@ -87,36 +87,34 @@ private:
         std::optional<std::uint32_t> only; ///< a source that has come back; else all
         bool begun = false;
         std::list<Write> writes; ///< in the order of the server's list
-        pa_time_event* alarm = nullptr;
+        Subscription alarm;
     };
-    class VolumeControls;
     /// Outlives this object in the handles.
     struct Arrivals {
-        std::mutex mutex;
-        std::map<int, std::function<void()>> receivers;
-        int last = 0;
+        std::recursive_mutex mutex; ///< a receiver may drop its handle
+        Event<> event;
     };
 
-    void connected(pa_context* context) override;
+    void connected() override;
     void disconnected() override;
-    void changed(pa_context* context, pa_subscription_event_type_t event,
-                 std::uint32_t index) override;
+    void changed(unsigned facility, unsigned type, std::uint32_t index) override;
 
-    void take(pa_context* context, const pa_source_info& info);
-    void insist(pa_context* context, std::uint32_t index, bool isMuted);
-    void listed(pa_context* context);
+    void take(const pa_source_info& info);
+    void insist(std::uint32_t index, bool isMuted);
+    void tellArrivals();
     bool isMuted(std::uint32_t index, const Source& source) const;
-    void beginWaiting(pa_context* context);
-    void begin(pa_context* context, Call& call);
-    void answered(pa_context* context, Write& write, bool success);
-    void proceed(pa_context* context, Call& call);
+    void beginWaiting();
+    void begin(Call& call);
+    void sent(Write& write, pa_operation* operation);
+    static void writeAnswered(pa_context* context, int success, void* write);
+    void proceed(Call& call);
+    void setByVolume(Call& call);
     void finish(Call& call);
     void answer(Call& call);
     void overdue(Call& call);
     bool isLast(const Call& call) const;
     MuteOutcome outcome(const Call& call) const;
     void drop(Call& call);
-    void tellArrival();
     static void forgetWrites(Call& call);
     static void forget(Write& write);
 
@@ -130,10 +128,7 @@ private:
     bool hasArrived_ = false;
     bool isMuteWanted_ = false; ///< by the last call that all sources were told of
     std::set<Place> mutedHere_; ///< and not unmuted here since, nor muted before
-    std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name, over its restarts
-    ChannelVolumes volumes_;
-    std::unique_ptr<VolumeControls> controls_;
-    MicrophoneMute byVolume_;
+    SourceVolumes volumes_;
 };
 
 } // namespace velmoran

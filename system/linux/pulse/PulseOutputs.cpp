@@ -67,19 +67,19 @@ std::optional<OutputDeviceInfo> PulseOutputs::current() {
 
 bool PulseOutputs::exists(std::uint32_t objectID) {
     const std::lock_guard lock(shared_->mutex);
-    return shared_->answers.names.contains(objectID) &&
-           !shared_->answers.unplugged.contains(objectID);
+    const auto found = shared_->answers.sinks.find(objectID);
+    return found != shared_->answers.sinks.end() && found->second.isPluggedIn;
 }
 
 bool PulseOutputs::setMuted(bool muted, std::uint32_t objectID) {
     std::string name;
     {
         const std::lock_guard lock(shared_->mutex);
-        const auto found = shared_->answers.names.find(objectID);
-        if (found == shared_->answers.names.end()) {
+        const auto found = shared_->answers.sinks.find(objectID);
+        if (found == shared_->answers.sinks.end()) {
             return false;
         }
-        name = found->second;
+        name = found->second.serverName;
     }
     return connection_.perform(
         [&](pa_context* context, pa_context_success_cb_t answer, void* data) {
@@ -92,9 +92,9 @@ bool PulseOutputs::setMuted(bool muted, std::uint32_t objectID) {
 void PulseOutputs::preferDefault(const std::string& serverName) {
     connection_.use([&](pa_context*) {
         preferredSink_ = serverName;
-        if (context_ && (!isSettled() || areAtOdds())) {
-            askForDefault(context_);
-            askForSinks(context_);
+        if (context() && (!isSettled() || areAtOdds())) {
+            askForDefault();
+            askForSinks();
             endLooks();
             lookAgain();
         }
@@ -107,106 +107,71 @@ void PulseOutputs::onChange(std::function<void()> callback) {
     shared_->onChange = std::move(callback);
 }
 
-void PulseOutputs::connected(pa_context* context) {
+void PulseOutputs::connected() {
     disconnected();
-    context_ = context;
-    askForDefault(context);
-    ask(pa_context_get_card_info_list(
-        context,
-        [](pa_context*, const pa_card_info* info, int end, void* data) {
-            auto* self = static_cast<PulseOutputs*>(data);
-            end == 0 ? self->take(*info) : self->answered();
-        },
-        this));
-    askForSinks(context);
-}
-
-void PulseOutputs::askForSinks(pa_context* context) {
-    ask(pa_context_get_sink_info_list(
-        context,
-        [](pa_context*, const pa_sink_info* info, int end, void* data) {
-            auto* self = static_cast<PulseOutputs*>(data);
-            end == 0 ? self->take(*info) : self->answered();
-        },
-        this));
+    askForDefault();
+    ask(pa_context_get_card_info_list(context(), toldTo<&PulseOutputs::takeCard>, this));
+    askForSinks();
 }
 
 void PulseOutputs::disconnected() {
-    context_ = nullptr;
     sinks_.clear();
     cards_.clear();
     defaultSink_.clear();
-    unanswered_ = 0;
     endLooks();
     publish();
 }
 
-void PulseOutputs::changed(pa_context* context, pa_subscription_event_type_t event,
-                           std::uint32_t index) {
-    const auto facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
-    const bool isGone = (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_REMOVE;
-    if (facility == PA_SUBSCRIPTION_EVENT_SINK &&
-        (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_CHANGE) {
+void PulseOutputs::changed(unsigned facility, unsigned type, std::uint32_t index) {
+    const bool isGone = type == PA_SUBSCRIPTION_EVENT_REMOVE;
+    if (facility == PA_SUBSCRIPTION_EVENT_SINK && type != PA_SUBSCRIPTION_EVENT_CHANGE) {
         // A default that was chosen before the sink was listed need not be announced again.
-        askForDefault(context);
+        askForDefault();
         endLooks();
         lookAgain();
     }
-    if (facility == PA_SUBSCRIPTION_EVENT_SINK && isGone) {
-        sinks_.erase(index);
-        publish();
-    } else if (facility == PA_SUBSCRIPTION_EVENT_SINK) {
-        ask(pa_context_get_sink_info_by_index(
-            context, index,
-            [](pa_context*, const pa_sink_info* info, int end, void* data) {
-                auto* self = static_cast<PulseOutputs*>(data);
-                end == 0 ? self->take(*info) : self->answered();
-            },
-            this));
+    if (facility == PA_SUBSCRIPTION_EVENT_SERVER) {
+        askForDefault();
     } else if (facility == PA_SUBSCRIPTION_EVENT_CARD && isGone) {
         cards_.erase(index);
     } else if (facility == PA_SUBSCRIPTION_EVENT_CARD) {
-        ask(pa_context_get_card_info_by_index(
-            context, index,
-            [](pa_context*, const pa_card_info* info, int end, void* data) {
-                auto* self = static_cast<PulseOutputs*>(data);
-                end == 0 ? self->take(*info) : self->answered();
-            },
-            this));
-    } else if (facility == PA_SUBSCRIPTION_EVENT_SERVER) {
-        askForDefault(context);
+        ask(pa_context_get_card_info_by_index(context(), index, toldTo<&PulseOutputs::takeCard>,
+                                              this));
+    } else if (isGone) {
+        sinks_.erase(index);
+        publish();
+    } else {
+        ask(pa_context_get_sink_info_by_index(context(), index, toldTo<&PulseOutputs::takeSink>,
+                                              this));
     }
 }
 
 void PulseOutputs::lookAgain() {
-    nextLook_ = connection_.alarm(
-        looks_ < secondLooks.size() ? secondLooks[looks_] : laterLooks,
-        [](pa_mainloop_api* loop, pa_time_event* event, const timeval*, void* data) {
-            auto* self = static_cast<PulseOutputs*>(data);
-            loop->time_free(event);
-            self->nextLook_ = nullptr;
-            if (self->looks_ < secondLooks.size() ||
-                (!self->isSettled() && self->looks_ < mostLooks)) {
-                self->lookAgain();
+    nextLook_ =
+        connection_.after(looks_ < secondLooks.size() ? secondLooks[looks_] : laterLooks, [this] {
+            nextLook_.reset();
+            if (looks_ < secondLooks.size() || (!isSettled() && looks_ < mostLooks)) {
+                lookAgain();
             }
-            self->askForDefault(self->context_);
+            askForDefault();
             // A sink that has just come may not have been known yet to who announced it.
-            self->askForSinks(self->context_);
-        },
-        this);
+            askForSinks();
+        });
     ++looks_;
 }
 
 void PulseOutputs::endLooks() {
     looks_ = 0;
-    if (nextLook_) {
-        connection_.freeAlarm(std::exchange(nextLook_, nullptr));
-    }
+    nextLook_.reset();
 }
 
-void PulseOutputs::askForDefault(pa_context* context) {
+void PulseOutputs::askForSinks() {
+    ask(pa_context_get_sink_info_list(context(), toldTo<&PulseOutputs::takeSink>, this));
+}
+
+void PulseOutputs::askForDefault() {
     ask(pa_context_get_server_info(
-        context,
+        context(),
         [](pa_context*, const pa_server_info* info, void* data) {
             auto* self = static_cast<PulseOutputs*>(data);
             if (info) {
@@ -217,22 +182,7 @@ void PulseOutputs::askForDefault(pa_context* context) {
         this));
 }
 
-void PulseOutputs::ask(pa_operation* question) {
-    if (question) {
-        ++unanswered_;
-        asked(question);
-    }
-}
-
-// What is told between two answers may be half of it: a default that isn't in the list yet.
-void PulseOutputs::answered() {
-    if (--unanswered_ <= 0) {
-        unanswered_ = 0;
-        publish();
-    }
-}
-
-void PulseOutputs::take(const pa_sink_info& info) {
+void PulseOutputs::takeSink(const pa_sink_info& info) {
     Sink sink;
     sink.serverName = info.name ? info.name : "";
     sink.card = info.card;
@@ -250,7 +200,7 @@ void PulseOutputs::take(const pa_sink_info& info) {
     sinks_[info.index] = std::move(sink);
 }
 
-void PulseOutputs::take(const pa_card_info& info) {
+void PulseOutputs::takeCard(const pa_card_info& info) {
     cards_[info.index] = {textOf(info.proplist, PA_PROP_DEVICE_BUS),
                           textOf(info.proplist, PA_PROP_DEVICE_FORM_FACTOR)};
 }
@@ -263,24 +213,20 @@ std::uint32_t PulseOutputs::objectIDOf(const std::string& serverName) {
     return id->second;
 }
 
-bool PulseOutputs::isThere(const std::string& serverName) const {
-    return std::any_of(sinks_.begin(), sinks_.end(),
-                       [&](const auto& each) { return each.second.serverName == serverName; });
-}
-
-bool PulseOutputs::isPluggedIn(const std::string& serverName) const {
-    return std::any_of(sinks_.begin(), sinks_.end(), [&](const auto& each) {
-        return each.second.serverName == serverName && !each.second.isUnplugged;
+const PulseOutputs::Sink* PulseOutputs::sinkOf(const std::string& serverName) const {
+    const auto found = std::find_if(sinks_.begin(), sinks_.end(), [&](const auto& each) {
+        return each.second.serverName == serverName;
     });
+    return found == sinks_.end() ? nullptr : &found->second;
 }
 
 bool PulseOutputs::areAtOdds() const {
-    return preferredSink_ != defaultSink_ && isThere(preferredSink_) && isThere(defaultSink_);
+    return preferredSink_ != defaultSink_ && sinkOf(preferredSink_) && sinkOf(defaultSink_);
 }
 
 bool PulseOutputs::isSettled() const {
     const auto& wanted = preferredSink_.empty() ? defaultSink_ : preferredSink_;
-    return wanted.empty() || isThere(wanted);
+    return wanted.empty() || sinkOf(wanted);
 }
 
 void PulseOutputs::publish() {
@@ -288,23 +234,20 @@ void PulseOutputs::publish() {
     const bool isBeingSettled = nextLook_ && looks_ <= secondLooks.size();
     // The session manager's word can be ahead of the server's news, by which alone a sink that was
     // lost differs from one that was left. They are asked for once more before it counts.
-    const bool canBeBehind = nextLook_ && (looks_ <= 1 || unanswered_ > 0);
-    if (!canBeBehind || !areAtOdds() || !isPluggedIn(shownSink_)) {
+    const bool canBeBehind = nextLook_ && (looks_ <= 1 || isWaiting());
+    const auto* shown = sinkOf(shownSink_);
+    if (!canBeBehind || !areAtOdds() || !shown || shown->isUnplugged) {
         // Nor is the server's word on the default that follows worth more than the manager's.
         const bool isManagersWord =
-            isThere(preferredSink_) || (isBeingSettled && !preferredSink_.empty());
+            sinkOf(preferredSink_) || (isBeingSettled && !preferredSink_.empty());
         shownSink_ = isManagersWord ? preferredSink_ : defaultSink_;
     }
-    const bool isDefaultThere = isThere(shownSink_);
     for (const auto& [index, sink] : sinks_) {
         if (sink.serverName.empty() || sink.serverName == noSink) {
             continue;
         }
         const auto objectID = objectIDOf(sink.serverName);
-        answers.names[objectID] = sink.serverName;
-        if (sink.isUnplugged) {
-            answers.unplugged.insert(objectID);
-        }
+        answers.sinks[objectID] = {sink.serverName, !sink.isUnplugged};
         if (sink.serverName != shownSink_) {
             continue;
         }
@@ -314,19 +257,18 @@ void PulseOutputs::publish() {
             traits.formFactor =
                 traits.formFactor.empty() ? card->second.formFactor : traits.formFactor;
         }
-        OutputDeviceInfo output;
-        output.objectID = objectID;
-        output.kind = outputKind(traits);
-        output.name = traits.name.empty() ? words().text("Unknown device") : traits.name;
-        output.volume = sink.volume;
-        output.isMuted = sink.isMuted;
-        answers.current = std::move(output);
+        answers.current = OutputDeviceInfo{
+            .objectID = objectID,
+            .name = traits.name.empty() ? words().text("Unknown device") : traits.name,
+            .kind = outputKind(traits),
+            .volume = sink.volume,
+            .isMuted = sink.isMuted};
     }
     {
         const std::lock_guard lock(shared_->mutex);
         // The default has gone and the next one isn't chosen yet: that moment is no lack of
         // outputs.
-        if (!isDefaultThere && isBeingSettled && !answers.names.empty()) {
+        if (!sinkOf(shownSink_) && isBeingSettled && !answers.sinks.empty()) {
             answers.current = shared_->answers.current;
         }
         if (answers == shared_->answers) {

@@ -12,7 +12,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -25,7 +24,7 @@ namespace velmoran {
 /// The server's stand-in for a missing output ("auto_null") is no output. A sink whose jack is
 /// known to be empty doesn't exist, though the server lists it: cards that have a sink for each
 /// jack do so.
-class PulseOutputs final : public OutputDevices, private PulseConnection::Listener {
+class PulseOutputs final : public OutputDevices, public PulseConnection::Listener {
 public:
     /// Object ids are this number plus 1, 2, 3 …
     static constexpr std::uint32_t firstObjectID = 0x4F000000;
@@ -65,9 +64,15 @@ private:
         std::string formFactor;
     };
     struct Answers {
+        struct Known {
+            std::string serverName;
+            bool isPluggedIn = true;
+
+            bool operator==(const Known&) const = default;
+        };
+
         std::optional<OutputDeviceInfo> current;
-        std::map<std::uint32_t, std::string> names; ///< the server's, of all sinks, by object id
-        std::set<std::uint32_t> unplugged;          ///< those of them that nothing is connected to
+        std::map<std::uint32_t, Known> sinks; ///< by object id
 
         bool operator==(const Answers&) const = default;
     };
@@ -78,21 +83,18 @@ private:
         std::function<void()> onChange;
     };
 
-    void connected(pa_context* context) override;
+    void connected() override;
     void disconnected() override;
-    void changed(pa_context* context, pa_subscription_event_type_t event,
-                 std::uint32_t index) override;
+    void changed(unsigned facility, unsigned type, std::uint32_t index) override;
+    void complete() override { publish(); }
 
-    void askForDefault(pa_context* context);
-    void askForSinks(pa_context* context);
+    void askForDefault();
+    void askForSinks();
     void lookAgain();
     void endLooks();
-    void ask(pa_operation* question);
-    void answered();
-    void take(const pa_sink_info& info);
-    void take(const pa_card_info& info);
-    bool isThere(const std::string& serverName) const;
-    bool isPluggedIn(const std::string& serverName) const;
+    void takeSink(const pa_sink_info& info);
+    void takeCard(const pa_card_info& info);
+    const Sink* sinkOf(const std::string& serverName) const;
     /// Whether the default is among the sinks that are known.
     bool isSettled() const;
     /// Whether the server and the session manager each call another sink the default.
@@ -110,10 +112,8 @@ private:
     std::string preferredSink_;                      ///< by the session manager's
     std::string shownSink_;                          ///< the one told of
     std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name
-    int unanswered_ = 0;
-    pa_context* context_ = nullptr;     ///< while connected
-    pa_time_event* nextLook_ = nullptr; ///< while it is being settled which sink is the default
-    std::size_t looks_ = 0;             ///< how many of them have been begun
+    Subscription nextLook_; ///< while it is being settled which sink is the default
+    std::size_t looks_ = 0; ///< how many of them have been begun
 };
 
 } // namespace velmoran

@@ -32,16 +32,6 @@ std::optional<std::int32_t> claimedPidOf(const pa_proplist* properties) {
     return pid;
 }
 
-template <typename Stream>
-PulseModel::Stream streamFrom(const Stream& info, std::uint32_t device) {
-    PulseModel::Stream stream;
-    stream.client = indexFrom(info.client);
-    stream.module = indexFrom(info.owner_module);
-    stream.device = indexFrom(device);
-    stream.isPaused = info.corked != 0;
-    return stream;
-}
-
 } // namespace
 
 PulseSources::PulseSources(PulseConnection& connection, SerialQueue& queue, ConnectionFacts& facts,
@@ -54,7 +44,7 @@ PulseSources::PulseSources(PulseConnection& connection, SerialQueue& queue, Conn
       queue_(queue),
       facts_(facts),
       naming_(naming),
-      identity_(facts_, naming, {}),
+      identity_(facts, naming, {}),
       socket_(std::move(socket)) {
     connection_.add(*this);
 }
@@ -74,172 +64,99 @@ void PulseSources::hop(Hop action) {
     });
 }
 
-void PulseSources::ask(pa_operation* question) {
-    if (question) {
-        ++unanswered_;
-        asked(question);
-    }
-}
-
-void PulseSources::answered() {
-    if (--unanswered_ > 0) {
-        return;
-    }
-    unanswered_ = 0;
+void PulseSources::complete() {
     if (model_ != handedOver_) {
         handedOver_ = model_;
         hop([model = model_](PulseSources& self) { self.update(model); });
     }
 }
 
-void PulseSources::connected(pa_context* context) {
+void PulseSources::connected() {
     disconnected();
-    hop([](PulseSources& self) { self.facts_.server = self.findServer(); });
-    ask(pa_context_get_client_info_list(
-        context,
-        [](pa_context*, const pa_client_info* info, int end, void* data) {
-            auto* self = static_cast<PulseSources*>(data);
-            if (end != 0) {
-                self->answered();
-                return;
-            }
-            self->clientCame(info->index, false);
-            self->clientSpoke(*info, true);
-        },
-        this));
-    ask(pa_context_get_sink_info_list(
-        context,
-        [](pa_context*, const pa_sink_info* info, int end, void* data) {
-            auto* self = static_cast<PulseSources*>(data);
-            end == 0 ? self->take(*info) : self->answered();
-        },
-        this));
-    ask(pa_context_get_source_info_list(
-        context,
-        [](pa_context*, const pa_source_info* info, int end, void* data) {
-            auto* self = static_cast<PulseSources*>(data);
-            end == 0 ? self->take(*info) : self->answered();
-        },
-        this));
-    ask(pa_context_get_source_output_info_list(
-        context,
-        [](pa_context* server, const pa_source_output_info* info, int end, void* data) {
-            auto* self = static_cast<PulseSources*>(data);
-            end == 0 ? self->take(server, *info) : self->answered();
-        },
-        this));
-    ask(pa_context_get_sink_input_info_list(
-        context,
-        [](pa_context* server, const pa_sink_input_info* info, int end, void* data) {
-            auto* self = static_cast<PulseSources*>(data);
-            end == 0 ? self->take(server, *info) : self->answered();
-        },
-        this));
+    hop([](PulseSources& self) { self.server_ = self.findServer(); });
+    ask(pa_context_get_client_info_list(context(), toldTo<&PulseSources::takeListed>, this));
+    ask(pa_context_get_sink_info_list(context(), toldTo<&PulseSources::takeSink>, this));
+    ask(pa_context_get_source_info_list(context(), toldTo<&PulseSources::takeSource>, this));
+    ask(pa_context_get_source_output_info_list(context(), toldTo<&PulseSources::takeRecording>,
+                                               this));
+    ask(pa_context_get_sink_input_info_list(context(), toldTo<&PulseSources::takePlayback>, this));
 }
 
 void PulseSources::disconnected() {
     model_ = {};
     handedOver_ = {};
     clients_.clear();
-    unanswered_ = 0;
     hop([](PulseSources& self) { self.forget(); });
 }
 
-void PulseSources::changed(pa_context* context, pa_subscription_event_type_t event,
-                           std::uint32_t index) {
-    const auto type = event & PA_SUBSCRIPTION_EVENT_TYPE_MASK;
-    const bool isGone = type == PA_SUBSCRIPTION_EVENT_REMOVE;
-    switch (event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK) {
+void PulseSources::changed(unsigned facility, unsigned type, std::uint32_t index) {
+    const auto follow = [&](auto& objects, auto question, auto callback) {
+        if (type != PA_SUBSCRIPTION_EVENT_REMOVE) {
+            ask(question(context(), index, callback, this));
+            return;
+        }
+        objects.erase(index);
+        if (!isWaiting()) {
+            complete();
+        }
+    };
+    switch (facility) {
     case PA_SUBSCRIPTION_EVENT_CLIENT:
-        if (isGone) {
-            clients_.erase(index);
-            hop([index](PulseSources& self) { self.identity_.left(index); });
-            return;
-        }
-        if (type == PA_SUBSCRIPTION_EVENT_NEW) {
-            clientCame(index, true);
-        }
-        askClient(context, index);
-        return;
+        clientChanged(type, index);
+        break;
     case PA_SUBSCRIPTION_EVENT_SINK:
-        if (!isGone) {
-            ask(pa_context_get_sink_info_by_index(
-                context, index,
-                [](pa_context*, const pa_sink_info* info, int end, void* data) {
-                    auto* self = static_cast<PulseSources*>(data);
-                    end == 0 ? self->take(*info) : self->answered();
-                },
-                this));
-            return;
-        }
-        model_.sinks.erase(index);
+        follow(model_.sinks, pa_context_get_sink_info_by_index, toldTo<&PulseSources::takeSink>);
         break;
     case PA_SUBSCRIPTION_EVENT_SOURCE:
-        if (!isGone) {
-            ask(pa_context_get_source_info_by_index(
-                context, index,
-                [](pa_context*, const pa_source_info* info, int end, void* data) {
-                    auto* self = static_cast<PulseSources*>(data);
-                    end == 0 ? self->take(*info) : self->answered();
-                },
-                this));
-            return;
-        }
-        model_.sources.erase(index);
+        follow(model_.sources, pa_context_get_source_info_by_index,
+               toldTo<&PulseSources::takeSource>);
         break;
     case PA_SUBSCRIPTION_EVENT_SOURCE_OUTPUT:
-        if (!isGone) {
-            ask(pa_context_get_source_output_info(
-                context, index,
-                [](pa_context* server, const pa_source_output_info* info, int end, void* data) {
-                    auto* self = static_cast<PulseSources*>(data);
-                    end == 0 ? self->take(server, *info) : self->answered();
-                },
-                this));
-            return;
-        }
-        model_.recordings.erase(index);
+        follow(model_.recordings, pa_context_get_source_output_info,
+               toldTo<&PulseSources::takeRecording>);
         break;
     case PA_SUBSCRIPTION_EVENT_SINK_INPUT:
-        if (!isGone) {
-            ask(pa_context_get_sink_input_info(
-                context, index,
-                [](pa_context* server, const pa_sink_input_info* info, int end, void* data) {
-                    auto* self = static_cast<PulseSources*>(data);
-                    end == 0 ? self->take(server, *info) : self->answered();
-                },
-                this));
-            return;
-        }
-        model_.playbacks.erase(index);
+        follow(model_.playbacks, pa_context_get_sink_input_info,
+               toldTo<&PulseSources::takePlayback>);
         break;
     default:
+        break;
+    }
+}
+
+void PulseSources::clientChanged(unsigned type, std::uint32_t index) {
+    if (type == PA_SUBSCRIPTION_EVENT_REMOVE) {
+        clients_.erase(index);
+        hop([index](PulseSources& self) { self.identity_.left(index); });
         return;
     }
-    ++unanswered_;
-    answered();
+    if (type == PA_SUBSCRIPTION_EVENT_NEW) {
+        clientCame(index, true);
+    }
+    if (const auto client = clients_.find(index); client != clients_.end() && !client->second) {
+        ask(pa_context_get_client_info(context(), index, toldTo<&PulseSources::takeClient>, this));
+    }
 }
 
 void PulseSources::clientCame(std::uint32_t index, bool isNew) {
     if (clients_.try_emplace(index, false).second) {
         hop([index, isNew](PulseSources& self) {
-            self.identity_.appeared(index, self.facts_.server, isNew);
+            self.identity_.appeared(index, self.server_, isNew);
         });
     }
 }
 
-void PulseSources::askClient(pa_context* context, std::uint32_t index) {
-    const auto client = clients_.find(index);
-    if (client == clients_.end() || client->second) {
-        return;
-    }
-    ask(pa_context_get_client_info(
-        context, index,
-        [](pa_context*, const pa_client_info* info, int end, void* data) {
-            auto* self = static_cast<PulseSources*>(data);
-            end == 0 ? self->clientSpoke(*info, false) : self->answered();
-        },
-        this));
+void PulseSources::takeListed(const pa_client_info& info) {
+    clientCame(info.index, false);
+    clientSpoke(info, true);
+}
+
+void PulseSources::takeClient(const pa_client_info& info) {
+    clientSpoke(info, false);
+}
+
+void PulseSources::takeStreamer(const pa_client_info& info) {
+    clientSpoke(info, true);
 }
 
 // A client is there before it has said anything; by its first stream it has said all that it will.
@@ -255,47 +172,35 @@ void PulseSources::clientSpoke(const pa_client_info& info, bool mayBeSilent) {
     });
 }
 
-void PulseSources::askStreamer(pa_context* context, std::uint32_t index) {
-    clientCame(index, true);
-    if (clients_[index]) {
-        return;
+void PulseSources::takeSink(const pa_sink_info& info) {
+    model_.sinks[info.index] = {textOf(info.description), std::nullopt,
+                                info.state == PA_SINK_RUNNING};
+}
+
+void PulseSources::takeSource(const pa_source_info& info) {
+    model_.sources[info.index] = {textOf(info.description), indexFrom(info.monitor_of_sink),
+                                  info.state == PA_SOURCE_RUNNING};
+}
+
+template <typename Info>
+PulseModel::Stream PulseSources::takeStream(const Info& info, std::uint32_t device) {
+    const auto client = indexFrom(info.client);
+    if (client) {
+        clientCame(*client, true);
+        if (!clients_[*client]) {
+            ask(pa_context_get_client_info(context(), *client, toldTo<&PulseSources::takeStreamer>,
+                                           this));
+        }
     }
-    ask(pa_context_get_client_info(
-        context, index,
-        [](pa_context*, const pa_client_info* info, int end, void* data) {
-            auto* self = static_cast<PulseSources*>(data);
-            end == 0 ? self->clientSpoke(*info, true) : self->answered();
-        },
-        this));
+    return {client, indexFrom(info.owner_module), indexFrom(device), info.corked != 0};
 }
 
-void PulseSources::take(const pa_sink_info& info) {
-    PulseModel::Device sink;
-    sink.name = textOf(info.description);
-    sink.isRunning = info.state == PA_SINK_RUNNING;
-    model_.sinks[info.index] = std::move(sink);
+void PulseSources::takeRecording(const pa_source_output_info& info) {
+    model_.recordings[info.index] = takeStream(info, info.source);
 }
 
-void PulseSources::take(const pa_source_info& info) {
-    PulseModel::Device source;
-    source.name = textOf(info.description);
-    source.monitorOfSink = indexFrom(info.monitor_of_sink);
-    source.isRunning = info.state == PA_SOURCE_RUNNING;
-    model_.sources[info.index] = std::move(source);
-}
-
-void PulseSources::take(pa_context* context, const pa_source_output_info& info) {
-    const auto& stream = model_.recordings[info.index] = streamFrom(info, info.source);
-    if (stream.client) {
-        askStreamer(context, *stream.client);
-    }
-}
-
-void PulseSources::take(pa_context* context, const pa_sink_input_info& info) {
-    const auto& stream = model_.playbacks[info.index] = streamFrom(info, info.sink);
-    if (stream.client) {
-        askStreamer(context, *stream.client);
-    }
+void PulseSources::takePlayback(const pa_sink_input_info& info) {
+    model_.playbacks[info.index] = takeStream(info, info.sink);
 }
 
 // The process at the other end of this program's own connection.
@@ -333,12 +238,11 @@ void PulseSources::update(const PulseModel& model) {
         identity_.opened(client);
         const auto who = identity_.who(client);
         naming_.pin(id, who.app);
-        AudioProcess process;
-        process.objectID = id;
-        process.pid = who.pid;
-        process.isRunningInput = use.microphone;
-        process.isRunningOutput = use.speaker;
-        processes.push_back(std::move(process));
+        processes.push_back({.objectID = id,
+                             .pid = who.pid,
+                             .bundleID = std::nullopt,
+                             .isRunningInput = use.microphone,
+                             .isRunningOutput = use.speaker});
     }
     for (const auto& [client, id] : objectIDs_) {
         if (!objectIDs.contains(client)) {
@@ -349,13 +253,9 @@ void PulseSources::update(const PulseModel& model) {
 
     std::vector<AudioDeviceInfo> devices;
     const auto add = [&](bool isSource, std::uint32_t index, const PulseModel::Device& device) {
-        AudioDeviceInfo info;
-        info.objectID = deviceIDOf(isSource, index);
-        info.name = device.name.empty() ? words().text("Unknown device") : device.name;
-        info.hasInput = isSource;
-        info.hasOutput = !isSource;
-        info.isRunningSomewhere = device.isRunning;
-        devices.push_back(std::move(info));
+        devices.push_back({deviceIDOf(isSource, index),
+                           device.name.empty() ? words().text("Unknown device") : device.name,
+                           isSource, !isSource, device.isRunning});
     };
     for (const auto& [index, source] : model.sources) {
         if (!source.monitorOfSink) {
@@ -376,7 +276,7 @@ void PulseSources::update(const PulseModel& model) {
 
 void PulseSources::forget() {
     identity_.clear();
-    facts_.server.reset();
+    server_.reset();
     update({});
     deviceIDs_.clear(); // the next server counts anew
 }

@@ -20,7 +20,7 @@ namespace velmoran {
 
 /// All from memory. A process here is a client of the server that has a stream; what it says of
 /// itself is believed only as far as the kernel bears it out.
-class PulseSources final : public AudioReadings, private PulseConnection::Listener {
+class PulseSources final : public AudioReadings, public PulseConnection::Listener {
 public:
     /// Object ids of clients are this number plus 1, 2, 3 …; of devices they begin at the second.
     static constexpr std::uint32_t firstObjectID = 0x50000000;
@@ -37,44 +37,26 @@ public:
     void onChange(std::function<void()> callback) { onChange_ = std::move(callback); }
 
 private:
-    /// The kernel's facts, the server being whoever answers on our own connection.
-    class Facts final : public ConnectionFacts {
-    public:
-        explicit Facts(ConnectionFacts& kernel) : kernel_(kernel) {}
-
-        std::vector<UnixConnection> connections() override { return kernel_.connections(); }
-        std::vector<std::uint64_t> socketsOf(pid_t pid) override { return kernel_.socketsOf(pid); }
-        std::map<std::uint64_t, std::vector<pid_t>>
-        holdersOf(const std::vector<std::uint64_t>& sockets) override {
-            return kernel_.holdersOf(sockets);
-        }
-        bool isReadable(pid_t pid) override { return kernel_.isReadable(pid); }
-        std::optional<pid_t> innerPid(pid_t pid) override { return kernel_.innerPid(pid); }
-        bool isSoundServer(pid_t pid) override { return pid == server; }
-
-        std::optional<pid_t> server;
-
-    private:
-        ConnectionFacts& kernel_;
-    };
     using Hop = std::function<void(PulseSources&)>;
 
-    void connected(pa_context* context) override;
+    void connected() override;
     void disconnected() override;
-    void changed(pa_context* context, pa_subscription_event_type_t event,
-                 std::uint32_t index) override;
+    void changed(unsigned facility, unsigned type, std::uint32_t index) override;
+    void complete() override;
 
-    void ask(pa_operation* question);
-    void answered();
     void hop(Hop action);
     void clientCame(std::uint32_t index, bool isNew);
-    void askClient(pa_context* context, std::uint32_t index);
+    void clientChanged(unsigned type, std::uint32_t index);
     void clientSpoke(const pa_client_info& info, bool mayBeSilent);
-    void askStreamer(pa_context* context, std::uint32_t client);
-    void take(const pa_sink_info& info);
-    void take(const pa_source_info& info);
-    void take(pa_context* context, const pa_source_output_info& info);
-    void take(pa_context* context, const pa_sink_input_info& info);
+    void takeListed(const pa_client_info& info);
+    void takeClient(const pa_client_info& info);
+    void takeStreamer(const pa_client_info& info);
+    void takeSink(const pa_sink_info& info);
+    void takeSource(const pa_source_info& info);
+    void takeRecording(const pa_source_output_info& info);
+    void takePlayback(const pa_sink_input_info& info);
+    template <typename Info>
+    PulseModel::Stream takeStream(const Info& info, std::uint32_t device);
 
     void update(const PulseModel& model);
     void forget();
@@ -90,10 +72,10 @@ private:
     PulseModel model_;
     PulseModel handedOver_;
     std::map<std::uint32_t, bool> clients_; ///< whether it has said who it is
-    int unanswered_ = 0;
 
     // Of the queue's.
-    Facts facts_;
+    ConnectionFacts& facts_;
+    std::optional<pid_t> server_;
     ProcessNaming& naming_;
     ClientIdentity identity_;
     std::string socket_;
