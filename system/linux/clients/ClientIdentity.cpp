@@ -28,6 +28,12 @@ ClientIdentity::ClientIdentity(ConnectionFacts& facts, ProcessNaming& naming,
       naming_(naming),
       nativeSocket_(std::move(nativeSocket)) {}
 
+template <class Predicate>
+bool ClientIdentity::anyEntry(Predicate predicate) const {
+    return std::any_of(entries_.begin(), entries_.end(),
+                       [&](const auto& each) { return predicate(each.second); });
+}
+
 ClientIdentity::Who ClientIdentity::cannotTell(ClientKey client) const {
     return {naming_.unidentified("client-" + std::to_string(client)), 0};
 }
@@ -57,21 +63,17 @@ Ends ClientIdentity::servedEnds(pid_t server) const {
     return ends;
 }
 
-bool ClientIdentity::isClaimed(std::uint64_t connection) const {
-    return std::any_of(entries_.begin(), entries_.end(),
-                       [&](const auto& other) { return other.second.connection == connection; });
-}
-
 Ends ClientIdentity::unclaimedOf(Ends ends) const {
-    std::erase_if(ends, [this](auto end) { return isClaimed(end); });
+    std::erase_if(ends, [this](auto end) {
+        return anyEntry([&](const Entry& entry) { return entry.connection == end; });
+    });
     return ends;
 }
 
 Ends ClientIdentity::doubtfulOf(Ends ends) const {
     std::erase_if(ends, [this](auto end) {
-        return std::none_of(entries_.begin(), entries_.end(), [&](const auto& other) {
-            return other.second.connection == end && other.second.isDoubtful &&
-                   !other.second.isOpened;
+        return !anyEntry([&](const Entry& entry) {
+            return entry.connection == end && entry.isDoubtful && !entry.isOpened;
         });
     });
     return ends;
@@ -156,26 +158,24 @@ void ClientIdentity::appeared(ClientKey client, std::optional<pid_t> connectedPi
 
 void ClientIdentity::described(ClientKey client, std::optional<pid_t> claimedPid, bool saysPulse) {
     const auto found = entries_.find(client);
-    if (found == entries_.end()) {
+    // The first word counts: nobody may change his mind once he has been looked up.
+    if (found == entries_.end() || found->second.isDescribed) {
         return;
     }
     auto& entry = found->second;
-    const bool isFirst = !entry.isDescribed;
     entry.isDescribed = true;
-    // The first word counts: nobody may change his mind once he has been looked up.
-    if (isFirst) {
-        entry.claimedPid = claimedPid;
-        entry.saysPulse = saysPulse;
-        if (entry.isServed && !entry.isKnown) {
-            resolveServed(client, entry);
-        } else if (entry.isServed && entry.connection != 0) {
-            const auto claim = claimedPid.value_or(0);
-            entry.isDoubtful = claim > 0 && ownOf({entry.connection}, claim).ends.empty();
-        }
-        if (entry.isServed) {
-            retryUnknown();
-        }
+    entry.claimedPid = claimedPid.value_or(0);
+    entry.saysPulse = saysPulse;
+    if (!entry.isServed) {
+        return;
     }
+    if (!entry.isKnown) {
+        resolveServed(client, entry);
+    } else if (entry.connection != 0) {
+        entry.isDoubtful =
+            entry.claimedPid > 0 && ownOf({entry.connection}, entry.claimedPid).ends.empty();
+    }
+    retryUnknown();
 }
 
 void ClientIdentity::opened(ClientKey client) {
@@ -220,11 +220,10 @@ bool ClientIdentity::isServed(ClientKey client) const {
 void ClientIdentity::claimNative(Entry& entry) const {
     // Certain only if there is one connection left over and no earlier client of that process of
     // which isn't known which connection it has.
-    const bool hasUncertain = std::any_of(entries_.begin(), entries_.end(), [&](const auto& other) {
-        return &other.second != &entry && other.second.connection == 0 &&
-               other.second.connectedPid == entry.connectedPid;
-    });
-    if (hasUncertain) {
+    if (anyEntry([&](const Entry& other) {
+            return &other != &entry && other.connection == 0 &&
+                   other.connectedPid == entry.connectedPid;
+        })) {
         return;
     }
     const auto left = unclaimedOf(common(nativeEnds(), facts_.socketsOf(entry.connectedPid)));
@@ -238,9 +237,8 @@ void ClientIdentity::claimServed(Entry& entry) const {
     // client's, whatever it will say; known before it has said anything, and before it can be gone.
     const auto open = unclaimedOf(servedEnds(entry.connectedPid));
     entry.hadConnection = !open.empty();
-    const bool hasUncertain = std::any_of(entries_.begin(), entries_.end(), [&](const auto& other) {
-        return &other.second != &entry && other.second.isServed &&
-               (!other.second.isKnown || !other.second.isSure);
+    const bool hasUncertain = anyEntry([&](const Entry& other) {
+        return &other != &entry && other.isServed && (!other.isKnown || !other.isSure);
     });
     if (open.size() != 1 || hasUncertain) {
         return;
@@ -328,7 +326,7 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
         }
         return;
     }
-    const auto claim = entry.claimedPid.value_or(0);
+    const auto claim = entry.claimedPid;
     auto own = ownOf(open, claim);
     entry.isSure = own.ends.size() == open.size();
     if (own.ends.empty()) {
@@ -379,14 +377,12 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
 }
 
 void ClientIdentity::confirmServed(ClientKey client, Entry& entry) const {
-    if (!entry.isKnown || entry.connection == 0) {
-        return;
+    // One that has hung up already stays whose it was.
+    if (entry.isKnown && entry.connection != 0 &&
+        contains(servedEnds(entry.connectedPid), entry.connection)) {
+        const auto sole = soleHolder({entry.connection}, entry.who.pid);
+        entry.who = sole ? *sole : cannotTell(client);
     }
-    if (!contains(servedEnds(entry.connectedPid), entry.connection)) {
-        return; // already hung up
-    }
-    const auto sole = soleHolder({entry.connection}, entry.who.pid);
-    entry.who = sole ? *sole : cannotTell(client);
 }
 
 void ClientIdentity::retryUnknown() {

@@ -57,7 +57,7 @@ public:
 private:
     struct Entry {
         pid_t connectedPid = 0;
-        std::optional<pid_t> claimedPid;
+        pid_t claimedPid = 0; ///< 0 if it says nothing
         bool saysPulse = false;
         bool isServed = false; ///< connected by a sound server, on behalf of a client of its own
         bool isDescribed = false;
@@ -76,12 +76,13 @@ private:
         Who who;
     };
 
+    template <class Predicate>
+    bool anyEntry(Predicate predicate) const;
     Who cannotTell(ClientKey client) const;
     bool isNative(const UnixConnection& connection) const;
     std::vector<std::uint64_t> nativeEnds() const;
     std::vector<std::uint64_t> servedEnds(pid_t server) const;
     std::vector<std::uint64_t> unclaimedOf(std::vector<std::uint64_t> ends) const;
-    bool isClaimed(std::uint64_t connection) const;
     /// Those of the ends that are held only by clients that are doubtful and have opened nothing.
     std::vector<std::uint64_t> doubtfulOf(std::vector<std::uint64_t> ends) const;
     /// Those of the ends that the process holds which goes by that number, and its number here.
