@@ -46,6 +46,8 @@ public:
     /// From now on just these are watched for being opened. One that may not be read can't be; it
     /// is tried again at each call. A node that was made anew under its old name is watched anew.
     void watchNodes(const std::vector<std::string>& paths);
+    /// False if the kernel watches neither the folder nor one on the way to it.
+    bool isWatching() const { return folderWatch_ >= 0; }
 
 private:
     void watchFolder();

@@ -1,14 +1,12 @@
 #include "system/linux/pipewire/ServerSocket.h"
 
-#include <array>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
-#include <sys/epoll.h>
-#include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -20,7 +18,7 @@ namespace {
 // A server binds its socket a moment before it listens, and systemd starts one on the first knock.
 constexpr Seconds quickInterval = 0.05;
 constexpr int quickLimit = 60;
-// Only while there is no folder to watch.
+// Only if the kernel has no watch to give for the folder.
 constexpr Seconds slowInterval = 2.0;
 
 std::string environment(const char* name) {
@@ -48,25 +46,15 @@ std::string ServerSocket::defaultPath() {
 
 ServerSocket::ServerSocket(EventLoop& loop, std::string path)
     : loop_(loop),
-      path_(std::move(path)) {
-    const auto slash = path_.rfind('/');
-    if (slash != std::string::npos) {
-        folder_ = slash == 0 ? "/" : path_.substr(0, slash);
-        name_ = path_.substr(slash + 1);
-    }
-}
+      path_(std::move(path)) {}
 
-ServerSocket::~ServerSocket() {
-    stop();
-}
-
-int ServerSocket::connect() const {
+int ServerSocket::connect(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (path_.empty() || path_.size() >= sizeof address.sun_path) {
+    if (path.empty() || path.size() >= sizeof address.sun_path) {
         return -1;
     }
-    std::memcpy(address.sun_path, path_.c_str(), path_.size() + 1);
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
     const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (socket >= 0 &&
         ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
@@ -77,74 +65,51 @@ int ServerSocket::connect() const {
 }
 
 void ServerSocket::callUntilFound(std::function<bool()> attempt) {
+    if (path_.empty()) {
+        return;
+    }
     attempt_ = std::move(attempt);
     quickRetries_ = quickLimit;
-    if (inotify_ < 0) {
-        inotify_ = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
-        if (inotify_ >= 0) {
-            inotifyWatch_ = loop_.watch(inotify_, EPOLLIN, [this](std::uint32_t) { readFolder(); });
-        }
+    const std::filesystem::path place(path_);
+    NodeWatch::Receiver receiver;
+    receiver.folderChanged = [this] {
+        quickRetries_ = quickLimit;
+        attemptIn(0);
+    };
+    // What `folderChanged` does is enough then.
+    receiver.eventsLost = [] {
+    };
+    try {
+        watch_.emplace(
+            loop_, place.parent_path(),
+            [name = place.filename().string()](std::string_view file) { return file == name; },
+            std::move(receiver));
+    } catch (const std::system_error&) {
+        // No descriptor to be had: it is tried now and then.
     }
-    watchFolder();
     this->attempt();
 }
 
 void ServerSocket::stop() {
     attempt_ = nullptr;
     retry_.reset();
-    inotifyWatch_.reset();
-    if (inotify_ >= 0) {
-        ::close(inotify_);
-    }
-    inotify_ = -1;
-    folderWatch_ = -1;
-}
-
-void ServerSocket::watchFolder() {
-    if (inotify_ >= 0 && folderWatch_ < 0 && !folder_.empty()) {
-        folderWatch_ = ::inotify_add_watch(inotify_, folder_.c_str(),
-                                           IN_CREATE | IN_MOVED_TO | IN_ATTRIB | IN_ONLYDIR);
-    }
-}
-
-void ServerSocket::readFolder() {
-    alignas(inotify_event) std::array<char, 4096> buffer;
-    bool isOurs = false;
-    for (;;) {
-        const auto size = ::read(inotify_, buffer.data(), buffer.size());
-        if (size <= 0) {
-            break;
-        }
-        for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
-            inotify_event event;
-            std::memcpy(&event, buffer.data() + at, sizeof event);
-            if ((event.mask & IN_IGNORED) != 0) {
-                folderWatch_ = -1; // the folder itself has gone
-            }
-            isOurs = isOurs || (event.mask & (IN_IGNORED | IN_Q_OVERFLOW)) != 0 ||
-                     (event.len > 0 && name_ == buffer.data() + at + sizeof event);
-            at += sizeof event + event.len;
-        }
-    }
-    if (isOurs && attempt_) {
-        quickRetries_ = quickLimit;
-        attempt();
-    }
+    watch_.reset();
 }
 
 void ServerSocket::attempt() {
-    retry_.reset();
     if (attempt_()) {
         stop();
-        return;
-    }
-    watchFolder();
-    if (quickRetries_ > 0) {
+    } else if (quickRetries_ > 0) {
         --quickRetries_;
-        retry_ = loop_.after(quickInterval, [this] { attempt(); });
-    } else if (folderWatch_ < 0 && !folder_.empty()) {
-        retry_ = loop_.after(slowInterval, [this] { attempt(); });
+        attemptIn(quickInterval);
+    } else if (!watch_ || !watch_->isWatching()) {
+        attemptIn(slowInterval);
     }
+}
+
+// Never in the watch's own call, which may not end the watch.
+void ServerSocket::attemptIn(Seconds delay) {
+    retry_ = loop_.after(delay, [this] { attempt(); });
 }
 
 } // namespace velmoran

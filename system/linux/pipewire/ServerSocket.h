@@ -3,8 +3,10 @@
 #pragma once
 
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/kernel/NodeWatch.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace velmoran {
@@ -15,32 +17,25 @@ public:
     /// PIPEWIRE_RUNTIME_DIR and XDG_RUNTIME_DIR, as pipewire(1) has them. Empty if no folder is
     /// known.
     static std::string defaultPath();
+    /// A connected socket, the caller's to close; -1 if nobody listens there.
+    static int connect(const std::string& path);
 
     ServerSocket(EventLoop& loop, std::string path);
-    ~ServerSocket();
-    ServerSocket(const ServerSocket&) = delete;
-    ServerSocket& operator=(const ServerSocket&) = delete;
 
     const std::string& path() const { return path_; }
-    /// A connected socket, the caller's to close; -1 if nobody listens.
-    int connect() const;
+    int connect() const { return connect(path_); }
     /// Calls it until it says true: now and then at first, since a server that has just gone is
-    /// often back at once, and later only when something happens in the socket's folder.
+    /// often back at once, and later only when something happens to it in its folder.
     void callUntilFound(std::function<bool()> attempt);
     void stop();
 
 private:
     void attempt();
-    void watchFolder();
-    void readFolder();
+    void attemptIn(Seconds delay);
 
     EventLoop& loop_;
     std::string path_;
-    std::string folder_;
-    std::string name_;
-    int inotify_ = -1;
-    int folderWatch_ = -1;
-    Subscription inotifyWatch_;
+    std::optional<NodeWatch> watch_; ///< of the socket's folder
     Subscription retry_;
     int quickRetries_ = 0;
     std::function<bool()> attempt_;
