@@ -1,13 +1,12 @@
 #include "system/linux/pipewire/PipeWireConnection.h"
 
 #include "core/base/Json.h"
+#include "system/linux/pipewire/GraphRecords.h"
 #include "system/linux/pipewire/MuteAnnouncement.h"
 
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -31,49 +30,10 @@ constexpr const char* defaultOutputKey = "default.audio.sink";
 constexpr Seconds untilReadAgain = 1.0;
 constexpr Seconds untilReadForSinks = 0.1;
 
-template <typename Number>
-std::optional<Number> numberIn(const spa_dict* dict, const char* key) {
-    const auto text = textIn(dict, key);
-    Number number = 0;
-    const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && rest == text.data() + text.size() ? std::optional(number)
-                                                                     : std::nullopt;
-}
-
-std::optional<pid_t> pidIn(const spa_dict* dict, const char* key) {
-    const auto pid = numberIn<pid_t>(dict, key);
-    return pid && *pid > 0 ? pid : std::nullopt;
-}
-
-// Keeps what is known when the server doesn't repeat a key.
-void take(std::string& to, const spa_dict* dict, const char* key) {
-    if (const auto value = textIn(dict, key); value.data() != nullptr) {
-        to = value;
-    }
-}
-
-GraphNode::State stateOf(pw_node_state state) {
-    switch (state) {
-    case PW_NODE_STATE_RUNNING:
-        return GraphNode::State::running;
-    case PW_NODE_STATE_IDLE:
-        return GraphNode::State::idle;
-    case PW_NODE_STATE_SUSPENDED:
-        return GraphNode::State::suspended;
-    case PW_NODE_STATE_CREATING:
-        return GraphNode::State::creating;
-    case PW_NODE_STATE_ERROR:
-        return GraphNode::State::error;
-    }
-    return GraphNode::State::error;
-}
-
-} // namespace
-
-struct PipeWireConnection::State {
+struct LiveConnection final : PipeWireConnection {
     // An object of the server's that this side has asked to be kept told about.
     struct Bound {
-        State* owner = nullptr;
+        LiveConnection* owner = nullptr;
         pw_proxy* proxy = nullptr;
         spa_hook proxyHook{};
         spa_hook objectHook{};
@@ -104,13 +64,9 @@ struct PipeWireConnection::State {
     spa_hook registryHook{};
     Subscription watch;
     std::map<std::uint32_t, std::unique_ptr<Bound>> bound;
-    struct Metadata {
-        std::uint32_t id = 0;
-        GraphSerial serial = 0;
-    };
-    std::optional<Metadata> defaultMetadata; ///< the session manager's sign of life
-    int metadataSequence = 0;                ///< of the last time that it was read
-    bool hasDefaultOutput = false;           ///< in what came since then
+    std::optional<std::uint32_t> defaultMetadata; ///< the session manager's sign of life
+    int metadataSequence = 0;                     ///< of the last time that it was read
+    bool hasDefaultOutput = false;                ///< in what came since then
     Subscription nextReading;
     bool isReadOnceMore = false;
     int syncSequence = 0;
@@ -118,11 +74,13 @@ struct PipeWireConnection::State {
     bool isComplete = false;
     bool isLost = false;
 
-    State(EventLoop& eventLoop, PipeWireListener& told) : events(eventLoop), listener(told) {}
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
+    LiveConnection(EventLoop& eventLoop, PipeWireListener& told)
+        : events(eventLoop),
+          listener(told) {}
+    LiveConnection(const LiveConnection&) = delete;
+    LiveConnection& operator=(const LiveConnection&) = delete;
 
-    ~State() {
+    ~LiveConnection() override {
         watch.reset();
         bound.clear();
         if (registry != nullptr) {
@@ -142,7 +100,7 @@ struct PipeWireConnection::State {
         }
     }
 
-    bool open(int socket) {
+    bool start(int socket) {
         static const bool isInitialised = [] {
             pw_init(nullptr, nullptr);
             // It speaks on standard error of having no configuration, which is meant to be so.
@@ -176,139 +134,130 @@ struct PipeWireConnection::State {
         if (core == nullptr) {
             return false;
         }
-        static const pw_core_events coreEvents = [] {
-            pw_core_events table{};
-            table.version = PW_VERSION_CORE_EVENTS;
-            table.done = onDone;
-            table.error = onError;
-            return table;
-        }();
+        static const pw_core_events coreEvents{
+            .version = PW_VERSION_CORE_EVENTS, .done = onDone, .error = onError};
         pw_core_add_listener(core, &coreHook, &coreEvents, this);
         registry = pw_core_get_registry(core, PW_VERSION_REGISTRY, 0);
         if (registry == nullptr) {
             return false;
         }
-        static const pw_registry_events registryEvents = [] {
-            pw_registry_events table{};
-            table.version = PW_VERSION_REGISTRY_EVENTS;
-            table.global = onGlobal;
-            table.global_remove = onGlobalRemove;
-            return table;
-        }();
+        static const pw_registry_events registryEvents{.version = PW_VERSION_REGISTRY_EVENTS,
+                                                       .global = onGlobal,
+                                                       .global_remove = onGlobalRemove};
         pw_registry_add_listener(registry, &registryHook, &registryEvents, this);
         syncSequence = pw_core_sync(core, PW_ID_CORE, 0);
-        watch = events.watch(pw_loop_get_fd(loop), EPOLLIN, [this](std::uint32_t) { iterate(0); });
+        watch = events.watch(pw_loop_get_fd(loop), EPOLLIN, [this](std::uint32_t) {
+            pw_loop_iterate(loop, 0);
+            tellIfLost();
+            // The listener may end this connection now.
+            listener.turnEnded();
+        });
         return static_cast<bool>(watch);
     }
 
-    void iterate(int timeoutMilliseconds) {
-        pw_loop_iterate(loop, timeoutMilliseconds);
+    bool waitForPicture(Seconds patience) override {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(patience);
+        while (!isComplete && !isLost) {
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                end - std::chrono::steady_clock::now());
+            if (left.count() <= 0) {
+                return false;
+            }
+            pw_loop_iterate(loop, static_cast<int>(left.count()));
+        }
+        tellIfLost();
+        return true;
+    }
+
+    void tellIfLost() {
         if (isLost) {
             watch.reset();
             listener.connectionLost();
         }
-        // The listener may end this connection now.
-        listener.turnEnded();
     }
 
     static void onDone(void* data, std::uint32_t id, int sequence) {
-        auto* state = static_cast<State*>(data);
-        if (id == PW_ID_CORE && sequence == state->metadataSequence && !state->hasDefaultOutput) {
-            state->listener.defaultOutputIs({});
+        auto* self = static_cast<LiveConnection*>(data);
+        if (id == PW_ID_CORE && sequence == self->metadataSequence && !self->hasDefaultOutput) {
+            self->listener.defaultOutputIs({});
         }
-        if (id != PW_ID_CORE || sequence != state->syncSequence || state->isComplete) {
+        if (id != PW_ID_CORE || sequence != self->syncSequence || self->isComplete) {
             return;
         }
         // The first round brings the objects' names, and asks about them; the second the answers.
-        if (++state->syncsDone < 2) {
-            state->syncSequence = pw_core_sync(state->core, PW_ID_CORE, 0);
+        if (++self->syncsDone < 2) {
+            self->syncSequence = pw_core_sync(self->core, PW_ID_CORE, 0);
             return;
         }
-        state->isComplete = true;
-        state->listener.pictureIsComplete();
+        self->isComplete = true;
+        self->listener.pictureIsComplete();
     }
 
     static void onError(void* data, std::uint32_t id, int, int result, const char*) {
         // Errors of single objects are those that were gone before they could be asked about.
         if (id == PW_ID_CORE && result == -EPIPE) {
-            static_cast<State*>(data)->isLost = true;
+            static_cast<LiveConnection*>(data)->isLost = true;
         }
     }
 
     static void onGlobal(void* data, std::uint32_t id, std::uint32_t, const char* type,
                          std::uint32_t, const spa_dict* props) {
-        auto* state = static_cast<State*>(data);
+        auto* self = static_cast<LiveConnection*>(data);
         const std::string_view kind = type;
         const auto serial = numberIn<GraphSerial>(props, PW_KEY_OBJECT_SERIAL);
         if (!serial) {
             return;
         }
         if (kind == PW_TYPE_INTERFACE_Client) {
-            state->listener.clientAppeared(id, *serial, pidIn(props, PW_KEY_SEC_PID));
-            state->clientMayRead();
-            static const pw_client_events clientEvents = [] {
-                pw_client_events table{};
-                table.version = PW_VERSION_CLIENT_EVENTS;
-                table.info = onClientInfo;
-                return table;
-            }();
-            state->bind(id, type, PW_VERSION_CLIENT, *serial, &clientEvents);
+            self->listener.clientAppeared(id, *serial, pidIn(props, PW_KEY_SEC_PID));
+            self->clientMayRead();
+            static const pw_client_events clientEvents{.version = PW_VERSION_CLIENT_EVENTS,
+                                                       .info = onClientInfo};
+            self->bind(id, type, PW_VERSION_CLIENT, *serial, &clientEvents);
         } else if (kind == PW_TYPE_INTERFACE_Node) {
-            static const pw_node_events nodeEvents = [] {
-                pw_node_events table{};
-                table.version = PW_VERSION_NODE_EVENTS;
-                table.info = onNodeInfo;
-                return table;
-            }();
-            if (auto* node = state->bind(id, type, PW_VERSION_NODE, *serial, &nodeEvents)) {
+            static const pw_node_events nodeEvents{.version = PW_VERSION_NODE_EVENTS,
+                                                   .info = onNodeInfo};
+            if (auto* node = self->bind(id, type, PW_VERSION_NODE, *serial, &nodeEvents)) {
                 node->node.id = id;
                 node->node.serial = *serial;
                 node->node.clientID = numberIn<std::uint32_t>(props, PW_KEY_CLIENT_ID);
-                takeNode(node->node, props);
+                update(node->node, props);
                 if (isSink(*node)) {
-                    state->sinkMayMatter();
+                    self->sinkMayMatter();
                 }
             }
-            state->listener.nodeAppeared(numberIn<std::uint32_t>(props, PW_KEY_CLIENT_ID));
+            self->listener.nodeAppeared(numberIn<std::uint32_t>(props, PW_KEY_CLIENT_ID));
         } else if (kind == PW_TYPE_INTERFACE_Port) {
-            GraphPort port;
-            port.id = id;
-            port.serial = *serial;
-            port.isMonitor = textIn(props, PW_KEY_PORT_MONITOR) == "true";
-            state->listener.portIs(port);
+            self->listener.portIs({id, *serial, textIn(props, PW_KEY_PORT_MONITOR) == "true"});
         } else if (kind == PW_TYPE_INTERFACE_Link) {
-            static const pw_link_events linkEvents = [] {
-                pw_link_events table{};
-                table.version = PW_VERSION_LINK_EVENTS;
-                table.info = onLinkInfo;
-                return table;
-            }();
-            if (auto* link = state->bind(id, type, PW_VERSION_LINK, *serial, &linkEvents)) {
+            static const pw_link_events linkEvents{.version = PW_VERSION_LINK_EVENTS,
+                                                   .info = onLinkInfo};
+            if (auto* link = self->bind(id, type, PW_VERSION_LINK, *serial, &linkEvents)) {
                 link->link.id = id;
                 link->link.serial = *serial;
             }
         } else if (kind == PW_TYPE_INTERFACE_Metadata &&
                    textIn(props, PW_KEY_METADATA_NAME) == "default") {
-            state->defaultMetadata = {id, *serial};
-            state->listener.sessionManagerIs(true);
-            state->readMetadata();
+            self->defaultMetadata = id;
+            self->listener.sessionManagerIs(true);
+            self->readMetadata();
         }
     }
 
     static void onGlobalRemove(void* data, std::uint32_t id) {
-        auto* state = static_cast<State*>(data);
-        if (const auto object = state->bound.find(id); object != state->bound.end()) {
+        auto* self = static_cast<LiveConnection*>(data);
+        if (const auto object = self->bound.find(id); object != self->bound.end()) {
             if (isSink(*object->second)) {
-                state->sinkMayMatter();
+                self->sinkMayMatter();
             }
-            state->bound.erase(object);
+            self->bound.erase(object);
         }
-        if (state->defaultMetadata && state->defaultMetadata->id == id) {
-            state->defaultMetadata.reset();
-            state->listener.sessionManagerIs(false);
-            state->listener.defaultOutputIs({});
+        if (self->defaultMetadata == id) {
+            self->defaultMetadata.reset();
+            self->listener.sessionManagerIs(false);
+            self->listener.defaultOutputIs({});
         }
-        state->listener.objectRemoved(id);
+        self->listener.objectRemoved(id);
     }
 
     // While a client's first reading of the metadata is answered, PipeWire 0.3.65 tells of changes
@@ -340,15 +289,10 @@ struct PipeWireConnection::State {
         if (!defaultMetadata) {
             return;
         }
-        static const pw_metadata_events metadataEvents = [] {
-            pw_metadata_events table{};
-            table.version = PW_VERSION_METADATA_EVENTS;
-            table.property = onMetadata;
-            return table;
-        }();
+        static const pw_metadata_events metadataEvents{.version = PW_VERSION_METADATA_EVENTS,
+                                                       .property = onMetadata};
         hasDefaultOutput = false;
-        bind(defaultMetadata->id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA,
-             defaultMetadata->serial, &metadataEvents);
+        bind(*defaultMetadata, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0, &metadataEvents);
         metadataSequence = pw_core_sync(core, PW_ID_CORE, 0);
     }
 
@@ -360,9 +304,9 @@ struct PipeWireConnection::State {
             const auto choice = Json::parse(key == nullptr || value == nullptr ? "" : value,
                                             nullptr, /*allow_exceptions=*/false);
             const auto name = choice.is_object() ? choice.find("name") : choice.end();
-            auto* state = static_cast<Bound*>(data)->owner;
-            state->hasDefaultOutput = true;
-            state->listener.defaultOutputIs(
+            auto* self = static_cast<Bound*>(data)->owner;
+            self->hasDefaultOutput = true;
+            self->listener.defaultOutputIs(
                 name != choice.end() && name->is_string() ? name->get<std::string>() : "");
         }
         return 0;
@@ -370,13 +314,9 @@ struct PipeWireConnection::State {
 
     Bound* bind(std::uint32_t id, const char* type, std::uint32_t version, GraphSerial serial,
                 const void* table) {
-        static const pw_proxy_events proxyEvents = [] {
-            pw_proxy_events events_{};
-            events_.version = PW_VERSION_PROXY_EVENTS;
-            events_.destroy = onProxyDestroyed;
-            events_.removed = onProxyRemoved;
-            return events_;
-        }();
+        static const pw_proxy_events proxyEvents{.version = PW_VERSION_PROXY_EVENTS,
+                                                 .destroy = onProxyDestroyed,
+                                                 .removed = onProxyRemoved};
         auto* proxy = static_cast<pw_proxy*>(pw_registry_bind(registry, id, type, version, 0));
         if (proxy == nullptr) {
             return nullptr;
@@ -391,10 +331,7 @@ struct PipeWireConnection::State {
     }
 
     // The server has forgotten this side's handle; the object is then about to be removed.
-    static void onProxyRemoved(void* data) {
-        auto* object = static_cast<Bound*>(data);
-        pw_proxy_destroy(object->proxy);
-    }
+    static void onProxyRemoved(void* data) { pw_proxy_destroy(static_cast<Bound*>(data)->proxy); }
 
     static void onProxyDestroyed(void* data) {
         auto* object = static_cast<Bound*>(data);
@@ -416,65 +353,28 @@ struct PipeWireConnection::State {
         return object.node.mediaClass.starts_with("Audio/Sink");
     }
 
-    static void takeNode(GraphNode& node, const spa_dict* props) {
-        take(node.mediaClass, props, PW_KEY_MEDIA_CLASS);
-        take(node.mediaRole, props, PW_KEY_MEDIA_ROLE);
-        take(node.description, props, PW_KEY_NODE_DESCRIPTION);
-        take(node.name, props, PW_KEY_NODE_NAME);
-        take(node.linkGroup, props, PW_KEY_NODE_LINK_GROUP);
-    }
-
     static void onNodeInfo(void* data, const pw_node_info* info) {
         auto* object = static_cast<Bound*>(data);
-        if (info->props != nullptr) {
-            takeNode(object->node, info->props);
-        }
-        object->node.state = stateOf(info->state);
+        update(object->node, *info);
         object->mute.nodeIs(object->proxy, *info);
         object->owner->listener.nodeIs(object->node);
     }
 
     static void onLinkInfo(void* data, const pw_link_info* info) {
         auto* object = static_cast<Bound*>(data);
-        object->link.outputNodeID = info->output_node_id;
-        object->link.outputPortID = info->output_port_id;
-        object->link.inputNodeID = info->input_node_id;
-        object->link.state =
-            info->state >= PW_LINK_STATE_PAUSED ? GraphLink::State::set : GraphLink::State::unset;
+        update(object->link, *info);
         object->owner->listener.linkIs(object->link);
     }
 };
 
+} // namespace
+
 #pragma GCC diagnostic pop
-
-PipeWireConnection::PipeWireConnection(std::unique_ptr<State> state) : state_(std::move(state)) {}
-
-PipeWireConnection::~PipeWireConnection() = default;
 
 std::unique_ptr<PipeWireConnection> PipeWireConnection::open(EventLoop& loop, int socket,
                                                              PipeWireListener& listener) {
-    auto state = std::make_unique<State>(loop, listener);
-    if (!state->open(socket)) {
-        return nullptr;
-    }
-    return std::unique_ptr<PipeWireConnection>(new PipeWireConnection(std::move(state)));
-}
-
-bool PipeWireConnection::waitForPicture(Seconds bound) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(bound);
-    while (!state_->isComplete && !state_->isLost) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            end - std::chrono::steady_clock::now());
-        if (left.count() <= 0) {
-            return false;
-        }
-        pw_loop_iterate(state_->loop, static_cast<int>(left.count()));
-    }
-    if (state_->isLost) {
-        state_->watch.reset();
-        state_->listener.connectionLost();
-    }
-    return true;
+    auto connection = std::make_unique<LiveConnection>(loop, listener);
+    return connection->start(socket) ? std::move(connection) : nullptr;
 }
 
 } // namespace velmoran

@@ -6,7 +6,6 @@
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/pipewire/GraphModel.h"
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,20 +48,11 @@ public:
     /// Takes over the descriptor, a connected socket. Null if the library can't be used.
     static std::unique_ptr<PipeWireConnection> open(EventLoop& loop, int socket,
                                                     PipeWireListener& listener);
-    ~PipeWireConnection();
-    PipeWireConnection(const PipeWireConnection&) = delete;
-    PipeWireConnection& operator=(const PipeWireConnection&) = delete;
+    virtual ~PipeWireConnection() = default;
 
     /// Waits on this thread until the picture is complete or the server has gone, with the calls
     /// that come of it but `turnEnded`. False if neither happened in time; it goes on by itself.
-    bool waitForPicture(Seconds bound);
-
-private:
-    struct State;
-
-    explicit PipeWireConnection(std::unique_ptr<State> state);
-
-    std::unique_ptr<State> state_;
+    virtual bool waitForPicture(Seconds bound) = 0;
 };
 
 } // namespace velmoran

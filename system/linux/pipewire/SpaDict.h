@@ -4,7 +4,11 @@
 // others of ours, until the source that includes it says "pop". Free functions; any thread.
 #pragma once
 
+#include <charconv>
+#include <optional>
 #include <string_view>
+
+#include <sys/types.h>
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
@@ -20,6 +24,20 @@ namespace velmoran {
 inline std::string_view textIn(const spa_dict* dict, const char* key) {
     const char* value = dict == nullptr ? nullptr : spa_dict_lookup(dict, key);
     return value == nullptr ? std::string_view() : std::string_view(value);
+}
+
+template <typename Number>
+std::optional<Number> numberIn(const spa_dict* dict, const char* key) {
+    const auto text = textIn(dict, key);
+    const auto* end = text.data() + text.size();
+    Number number = 0;
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
+}
+
+inline std::optional<pid_t> pidIn(const spa_dict* dict, const char* key) {
+    const auto pid = numberIn<pid_t>(dict, key);
+    return pid && *pid > 0 ? pid : std::nullopt;
 }
 
 } // namespace velmoran
