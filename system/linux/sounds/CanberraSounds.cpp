@@ -6,6 +6,7 @@
 #include <canberra.h>
 #include <chrono>
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -21,7 +22,7 @@ struct CanberraSounds::Player {
     std::condition_variable changed;
     bool isWanted = false;
     bool isEnding = false;
-    bool hasEnded = false;
+    std::promise<void> ended;
     std::string description;
 
     /// The thread's work.
@@ -49,9 +50,7 @@ struct CanberraSounds::Player {
         if (context) {
             ca_context_destroy(context);
         }
-        lock.lock();
-        hasEnded = true;
-        changed.notify_all();
+        ended.set_value();
     }
 };
 
@@ -59,13 +58,12 @@ CanberraSounds::~CanberraSounds() {
     if (!player_) {
         return;
     }
-    std::unique_lock lock(player_->mutex);
-    player_->isEnding = true;
+    {
+        const std::lock_guard lock(player_->mutex);
+        player_->isEnding = true;
+    }
     player_->changed.notify_all();
-    const bool ended =
-        player_->changed.wait_for(lock, patienceAtTheEnd, [this] { return player_->hasEnded; });
-    lock.unlock();
-    if (ended) {
+    if (player_->ended.get_future().wait_for(patienceAtTheEnd) == std::future_status::ready) {
         thread_.join();
     } else {
         thread_.detach();
