@@ -1,21 +1,10 @@
 #include "system/linux/pulse/OutputKind.h"
 
-#include <algorithm>
-#include <string_view>
+#include <cstring>
 
 namespace velmoran {
 
 namespace {
-
-char lower(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
-bool containsIgnoringCase(std::string_view text, std::string_view word) {
-    return std::search(text.begin(), text.end(), word.begin(), word.end(),
-                       [](char one, char other) { return lower(one) == lower(other); }) !=
-           text.end();
-}
 
 bool isBuiltIn(const SinkTraits& sink) {
     return sink.formFactor == "internal" || sink.bus == "pci" || sink.bus == "platform" ||
@@ -32,7 +21,8 @@ OutputDeviceInfo::Kind outputKind(const SinkTraits& sink) {
     if (!isBuiltIn(sink) || sink.port == SinkTraits::Port::digital) {
         return Kind::other;
     }
-    if (sink.port == SinkTraits::Port::headphones || containsIgnoringCase(sink.name, "headphone")) {
+    if (sink.port == SinkTraits::Port::headphones ||
+        ::strcasestr(sink.name.c_str(), "headphone") != nullptr) {
         return Kind::headphones;
     }
     return Kind::builtInSpeakers;

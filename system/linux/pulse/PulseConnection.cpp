@@ -7,8 +7,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include <pulse/error.h>
-#include <pulse/mainloop-api.h>
 #include <pulse/proplist.h>
 #include <pulse/rtclock.h>
 #include <sys/inotify.h>
