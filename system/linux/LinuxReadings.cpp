@@ -25,7 +25,9 @@ LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : sea
                                                      AlsaHolders::Places{});
         lastTable_ = attributionTable();
         graphChanges_ = graph_->onChange([this] { changed(); });
-        graph_->onDefaultOutput(seams_.defaultOutput);
+        if (seams_.defaultOutput) {
+            defaultOutput_ = graph_->onDefaultOutput(seams_.defaultOutput);
+        }
         graphConnection_ = graph_->onConnection([this] { graphConnectionChanged(); });
         directCameras_->onChange([this] { changed(); });
         directCards_->onChange([this] { changed(); });
@@ -36,7 +38,7 @@ LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : sea
 LinuxReadings::~LinuxReadings() {
     seams_.loop.runAndWait([this] {
         graphChanges_.reset();
-        graph_->onDefaultOutput(nullptr);
+        defaultOutput_.reset();
         graphConnection_.reset();
         patience_.reset();
         streams_.reset();
@@ -86,13 +88,13 @@ void LinuxReadings::graphConnectionChanged() {
     }
 }
 
-std::vector<AudioProcess> LinuxReadings::Audio::processes() {
-    auto processes = all.graph_->processes();
-    if (all.streams_) {
-        const auto streams = all.streams_->processes();
+std::vector<AudioProcess> LinuxReadings::processes() {
+    auto processes = graph_->processes();
+    if (streams_) {
+        const auto streams = streams_->processes();
         processes.insert(processes.end(), streams.begin(), streams.end());
     }
-    const auto direct = all.directCards_->processes();
+    const auto direct = directCards_->processes();
     processes.insert(processes.end(), direct.begin(), direct.end());
     // The warning sound is this program's own and nobody's business.
     for (auto& process : processes) {
@@ -103,10 +105,10 @@ std::vector<AudioProcess> LinuxReadings::Audio::processes() {
     return processes;
 }
 
-std::vector<AudioDeviceInfo> LinuxReadings::Audio::devices() {
-    auto devices = all.graph_->devices();
-    if (all.streams_) {
-        const auto more = all.streams_->devices();
+std::vector<AudioDeviceInfo> LinuxReadings::devices() {
+    auto devices = graph_->devices();
+    if (streams_) {
+        const auto more = streams_->devices();
         devices.insert(devices.end(), more.begin(), more.end());
     }
     return devices;
@@ -137,23 +139,22 @@ AttributionTable LinuxReadings::attributionTable() const {
     return table;
 }
 
-void LinuxReadings::CameraAttribution::start(
-    std::function<void(const AttributionTable&)> receiver) {
-    all.receiver_ = std::move(receiver);
-    all.lastTable_ = all.attributionTable();
-    if (!all.lastTable_.empty()) {
-        all.receiver_(all.lastTable_);
+void LinuxReadings::start(std::function<void(const AttributionTable&)> receiver) {
+    receiver_ = std::move(receiver);
+    lastTable_ = attributionTable();
+    if (!lastTable_.empty()) {
+        receiver_(lastTable_);
     }
 }
 
-void LinuxReadings::CameraAttribution::stop() {
-    all.seams_.loop.runAndWait([this] { all.receiver_ = nullptr; });
+void LinuxReadings::stop() {
+    seams_.loop.runAndWait([this] { receiver_ = nullptr; });
 }
 
-void LinuxReadings::Listeners::add(const ListenerAddress& address, std::function<void()> onChange) {
+void LinuxReadings::add(const ListenerAddress& address, std::function<void()> onChange) {
     // Every listener runs the same refresh, and a change of anything is one change here.
-    if (address.objectID == systemObjectID && !all.onChange_) {
-        all.onChange_ = std::move(onChange);
+    if (address.objectID == systemObjectID && !onChange_) {
+        onChange_ = std::move(onChange);
     }
 }
 

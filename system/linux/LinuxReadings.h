@@ -16,7 +16,7 @@
 
 namespace velmoran {
 
-class LinuxReadings {
+class LinuxReadings : private AudioReadings, private Attribution, private PropertyListeners {
 public:
     struct Seams {
         EventLoop& loop;
@@ -36,42 +36,31 @@ public:
     /// `deviceFolder`: where camera nodes stand; another one than /dev is taken as it is, without
     /// udev. Any thread; waits for the loop's.
     LinuxReadings(Seams seams, const std::string& deviceFolder);
-    ~LinuxReadings();
+    ~LinuxReadings() override;
     LinuxReadings(const LinuxReadings&) = delete;
     LinuxReadings& operator=(const LinuxReadings&) = delete;
 
-    AudioReadings& audio() { return audio_; }
+    AudioReadings& audio() { return *this; }
     CameraReadings& cameras() { return cameras_; }
     /// Of cameras alone: on Linux it is known at once who listens.
-    Attribution& attribution() { return attribution_; }
-    PropertyListeners& listeners() { return listeners_; }
+    Attribution& attribution() { return *this; }
+    PropertyListeners& listeners() { return *this; }
 
     /// Something beside these readings has changed that a snapshot shows. The loop's thread.
     void noteChange() { changed(); }
 
 private:
-    struct Audio final : AudioReadings {
-        LinuxReadings& all;
-        explicit Audio(LinuxReadings& owner) : all(owner) {}
-        std::vector<AudioProcess> processes() override;
-        std::vector<AudioDeviceInfo> devices() override;
-    };
     struct Cameras final : CameraReadings {
-        LinuxReadings& all;
-        explicit Cameras(LinuxReadings& owner) : all(owner) {}
+        const LinuxReadings& all;
+        explicit Cameras(const LinuxReadings& owner) : all(owner) {}
         std::vector<CameraDeviceInfo> devices() override;
     };
-    struct CameraAttribution final : Attribution {
-        LinuxReadings& all;
-        explicit CameraAttribution(LinuxReadings& owner) : all(owner) {}
-        void start(std::function<void(const AttributionTable&)> receiver) override;
-        void stop() override;
-    };
-    struct Listeners final : PropertyListeners {
-        LinuxReadings& all;
-        explicit Listeners(LinuxReadings& owner) : all(owner) {}
-        void add(const ListenerAddress& address, std::function<void()> onChange) override;
-    };
+
+    std::vector<AudioProcess> processes() override;
+    std::vector<AudioDeviceInfo> devices() override;
+    void start(std::function<void(const AttributionTable&)> receiver) override;
+    void stop() override;
+    void add(const ListenerAddress& address, std::function<void()> onChange) override;
 
     std::vector<CameraUse> cameraUses() const;
     AttributionTable attributionTable() const;
@@ -81,16 +70,14 @@ private:
     void graphConnectionChanged();
 
     Seams seams_;
-    Audio audio_{*this};
     Cameras cameras_{*this};
-    CameraAttribution attribution_{*this};
-    Listeners listeners_{*this};
     std::unique_ptr<PipeWireGraph> graph_;
     std::unique_ptr<V4l2Cameras> directCameras_;
     std::unique_ptr<AlsaHolders> directCards_;
     std::unique_ptr<PulseSources> streams_; ///< while there is no graph
     Subscription graphChanges_;
     Subscription graphConnection_;
+    Subscription defaultOutput_;
     Subscription patience_;
 
     std::function<void(const AttributionTable&)> receiver_;

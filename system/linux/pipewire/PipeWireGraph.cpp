@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
 #include <utility>
 
 #include <sys/epoll.h>
@@ -17,30 +18,21 @@ namespace {
 // Far from the numbers that other readers of this machine give to their objects.
 constexpr std::uint32_t firstObjectID = 0x50000000;
 
-int openPidfd(pid_t pid) {
-    return static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
-}
-
-} // namespace
-
-Subscription PipeWireGraph::Callbacks::add(std::function<void()> callback) {
-    const auto key = next_++;
-    list_->emplace(key, std::move(callback));
-    return Subscription([weak = std::weak_ptr(list_), key] {
-        if (const auto list = weak.lock()) {
-            list->erase(key);
-        }
+/// Calls back when the process ends; empty if there is none or it can't be watched, as errno says.
+Subscription onEnd(EventLoop& loop, pid_t pid, std::function<void()> callback) {
+    const int pidfd = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
+    if (pidfd < 0) {
+        return {};
+    }
+    const auto watch = std::make_shared<Subscription>(
+        loop.watch(pidfd, EPOLLIN, [call = std::move(callback)](std::uint32_t) { call(); }));
+    return Subscription([watch, pidfd] {
+        watch->reset();
+        ::close(pidfd);
     });
 }
 
-void PipeWireGraph::Callbacks::call() const {
-    const auto copy = *list_; // one of them may end another
-    for (const auto& [key, callback] : copy) {
-        if (list_->contains(key)) {
-            callback();
-        }
-    }
-}
+} // namespace
 
 PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, ConnectionFacts& facts,
                              std::string socketPath, Times times)
@@ -69,40 +61,38 @@ PipeWireGraph::~PipeWireGraph() {
     loop_.runAndWait([this] {
         release_.reset();
         pauses_.clear();
-        for (auto& [pid, held] : heldProcesses_) {
-            held.second.reset();
-            ::close(held.first);
-        }
+        heldProcesses_.clear();
         socket_.stop();
         connection_.reset();
-        for (const auto& [object, app] : pinned_) {
-            naming_.unpin(object);
+        for (const auto& [process, app] : shown_.processes) {
+            naming_.unpin(process.objectID);
         }
     });
 }
 
-Subscription PipeWireGraph::onChange(std::function<void()> callback) {
-    return changeCallbacks_.add(std::move(callback));
-}
-
-Subscription PipeWireGraph::onConnection(std::function<void()> callback) {
-    return connectionCallbacks_.add(std::move(callback));
-}
-
-void PipeWireGraph::onDefaultOutput(std::function<void(const std::string&)> callback) {
-    defaultOutputCallback_ = std::move(callback);
-    if (defaultOutputCallback_) {
-        defaultOutputCallback_(defaultOutput_);
+std::vector<AudioProcess> PipeWireGraph::processes() const {
+    std::vector<AudioProcess> processes;
+    for (const auto& entry : shown_.processes) {
+        processes.push_back(entry.process);
     }
+    return processes;
 }
 
-void PipeWireGraph::defaultOutputIs(const std::string& nodeName) {
-    if (defaultOutput_ != nodeName) {
-        defaultOutput_ = nodeName;
-        if (defaultOutputCallback_) {
-            defaultOutputCallback_(defaultOutput_);
+std::vector<CameraUse> PipeWireGraph::cameras() const {
+    std::vector<CameraUse> cameras;
+    for (const auto& camera : shown_.cameras) {
+        auto& use = cameras.emplace_back(CameraUse{camera.device, {}});
+        for (const auto& user : camera.users) {
+            use.apps.emplace_back(user.app);
         }
     }
+    return cameras;
+}
+
+Subscription
+PipeWireGraph::onDefaultOutput(const std::function<void(const std::string&)>& callback) {
+    callback(*defaultOutput_);
+    return defaultOutput_.subscribe(callback);
 }
 
 bool PipeWireGraph::connect(bool waits) {
@@ -191,14 +181,6 @@ void PipeWireGraph::endPauses(const std::vector<GraphSerial>& nodes) {
     publish();
 }
 
-void PipeWireGraph::portIs(const GraphPort& port) {
-    model_.setPort(port);
-}
-
-void PipeWireGraph::linkIs(const GraphLink& link) {
-    model_.setLink(link);
-}
-
 void PipeWireGraph::objectRemoved(std::uint32_t id) {
     if (const auto client = model_.clientWithID(id)) {
         identity_.left(*client);
@@ -227,10 +209,6 @@ void PipeWireGraph::pictureIsComplete() {
     }
 }
 
-void PipeWireGraph::connectionLost() {
-    isLost_ = true;
-}
-
 void PipeWireGraph::turnEnded() {
     pauses_.turnEnded();
     if (isLost_) {
@@ -244,55 +222,41 @@ void PipeWireGraph::turnEnded() {
     publish();
     if (wasConnected_ != isConnected()) {
         wasConnected_ = isConnected();
-        connectionCallbacks_.call();
+        connectionChanged_();
     }
 }
 
 void PipeWireGraph::holdUses() {
     hold_.hold(shown_);
-    isStale_ = true;
-    watchHeldProcesses();
+    heldHaveChanged();
 }
 
 void PipeWireGraph::releaseAfter(Seconds delay) {
     release_ = loop_.after(delay, [this] {
         hold_.release();
-        isStale_ = true;
-        watchHeldProcesses();
+        heldHaveChanged();
         publish();
     });
 }
 
-void PipeWireGraph::watchHeldProcesses() {
+void PipeWireGraph::heldHaveChanged() {
+    isStale_ = true;
     const auto wanted = hold_.heldProcesses();
-    for (auto entry = heldProcesses_.begin(); entry != heldProcesses_.end();) {
-        if (std::binary_search(wanted.begin(), wanted.end(), entry->first)) {
-            ++entry;
-            continue;
-        }
-        entry->second.second.reset();
-        ::close(entry->second.first);
-        entry = heldProcesses_.erase(entry);
-    }
+    std::erase_if(heldProcesses_, [&](const auto& held) { return !wanted.contains(held.first); });
     for (const auto pid : wanted) {
         if (heldProcesses_.contains(pid)) {
             continue;
         }
-        const int pidfd = openPidfd(pid);
-        if (pidfd < 0) {
-            if (errno == ESRCH) {
-                hold_.drop(pid);
-                isStale_ = true;
-            }
-            continue;
-        }
-        auto watch = loop_.watch(pidfd, EPOLLIN, [this, pid](std::uint32_t) {
+        auto watch = onEnd(loop_, pid, [this, pid] {
             hold_.drop(pid);
-            isStale_ = true;
-            watchHeldProcesses();
+            heldHaveChanged();
             publish();
         });
-        heldProcesses_.emplace(pid, std::pair(pidfd, std::move(watch)));
+        if (watch) {
+            heldProcesses_.emplace(pid, std::move(watch));
+        } else if (errno == ESRCH) {
+            hold_.drop(pid);
+        }
     }
 }
 
@@ -391,56 +355,33 @@ void PipeWireGraph::tellOfBrief(const std::vector<UseConfirmation::Use>& cutShor
     });
 }
 
-void PipeWireGraph::pin(const GraphPicture& picture) {
-    std::map<std::uint32_t, AppRef> wanted;
-    for (const auto& entry : picture.processes) {
-        wanted.emplace(entry.process.objectID, entry.app);
-    }
-    for (const auto& [object, app] : wanted) {
-        const auto known = pinned_.find(object);
-        if (known == pinned_.end() || known->second != app) {
-            naming_.pin(object, app);
+// Whoever is told of is pinned, and nobody else.
+void PipeWireGraph::pin(const GraphPicture& before) {
+    std::set<std::uint32_t> pinned;
+    for (const auto& [process, app] : shown_.processes) {
+        if (pinned.insert(process.objectID).second) {
+            naming_.pin(process.objectID, app);
         }
     }
-    for (const auto& [object, app] : pinned_) {
-        if (!wanted.contains(object)) {
-            naming_.unpin(object);
+    for (const auto& [process, app] : before.processes) {
+        if (!pinned.contains(process.objectID)) {
+            naming_.unpin(process.objectID);
         }
     }
-    pinned_ = std::move(wanted);
 }
 
 void PipeWireGraph::publish() {
-    // While the picture of a new server isn't whole, what is held stands alone.
     if (!isStale_ && !model_.isStale()) {
         return;
     }
-    auto picture = hold_.merged(isComplete_ ? livePicture() : GraphPicture());
     isStale_ = false;
-    if (isComplete_) {
-        model_.uses();
-    } else if (connection_) {
-        isStale_ = true;
-    }
+    // While the picture of a new server isn't whole, what is held stands alone.
+    auto picture = hold_.merged(isComplete_ ? livePicture() : GraphPicture());
     if (picture == shown_) {
         return;
     }
-    shown_ = std::move(picture);
-    pin(shown_);
-    processes_.clear();
-    for (const auto& entry : shown_.processes) {
-        processes_.push_back(entry.process);
-    }
-    cameras_.clear();
-    for (const auto& camera : shown_.cameras) {
-        CameraUse use;
-        use.device = camera.device;
-        for (const auto& user : camera.users) {
-            use.apps.emplace_back(user.app);
-        }
-        cameras_.push_back(std::move(use));
-    }
-    changeCallbacks_.call();
+    pin(std::exchange(shown_, std::move(picture)));
+    changed_();
 }
 
 } // namespace velmoran

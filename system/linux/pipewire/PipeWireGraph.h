@@ -4,6 +4,7 @@
 // machine; lives on the event loop's thread, on which every call but the first and last must be.
 #pragma once
 
+#include "core/base/Observable.h"
 #include "system/Machine.h"
 #include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/clients/ClientIdentity.h"
@@ -18,8 +19,8 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmoran {
@@ -59,49 +60,40 @@ public:
     /// One a client that hears or plays, in the order of their coming. The object id belongs to
     /// that client alone for as long as this program runs, and its app is pinned under it; `pid` is
     /// the process that is believed to be behind it, 0 if that isn't known.
-    std::vector<AudioProcess> processes() const { return processes_; }
+    std::vector<AudioProcess> processes() const;
     std::vector<AudioDeviceInfo> devices() const { return shown_.devices; }
-    std::vector<CameraUse> cameras() const { return cameras_; }
+    std::vector<CameraUse> cameras() const;
     /// Whether a server answers; without one the lists are empty, or what is held of them.
     bool isConnected() const { return connection_ != nullptr && isComplete_; }
 
-    /// Whether some of it is kept from before the server went, and not told again by now.
-    bool isHolding() const { return !hold_.isEmpty(); }
-
     /// Called on the loop's thread once at the end of each turn that changed one of the three
     /// lists.
-    [[nodiscard]] Subscription onChange(std::function<void()> callback);
+    [[nodiscard]] Subscription onChange(std::function<void()> callback) {
+        return changed_.subscribe(std::move(callback));
+    }
     /// Called on the loop's thread when `isConnected` has changed.
-    [[nodiscard]] Subscription onConnection(std::function<void()> callback);
+    [[nodiscard]] Subscription onConnection(std::function<void()> callback) {
+        return connectionChanged_.subscribe(std::move(callback));
+    }
     /// Called at once and on each change with the name of the node that sound goes to by default,
-    /// empty when that isn't known. The loop's thread; a second call replaces the first callback.
-    void onDefaultOutput(std::function<void(const std::string&)> callback);
+    /// empty when that isn't known. The loop's thread.
+    [[nodiscard]] Subscription
+    onDefaultOutput(const std::function<void(const std::string&)>& callback);
 
 private:
-    class Callbacks {
-    public:
-        Subscription add(std::function<void()> callback);
-        void call() const;
-
-    private:
-        std::shared_ptr<std::map<int, std::function<void()>>> list_ =
-            std::make_shared<std::map<int, std::function<void()>>>();
-        int next_ = 0;
-    };
-
     void clientAppeared(std::uint32_t id, GraphSerial serial,
                         std::optional<pid_t> connectedPid) override;
     void clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
                          bool saysPulse) override;
     void nodeAppeared(std::optional<std::uint32_t> clientID) override;
     void nodeIs(const GraphNode& node) override;
-    void portIs(const GraphPort& port) override;
-    void linkIs(const GraphLink& link) override;
+    void portIs(const GraphPort& port) override { model_.setPort(port); }
+    void linkIs(const GraphLink& link) override { model_.setLink(link); }
     void objectRemoved(std::uint32_t id) override;
     void sessionManagerIs(bool present) override;
-    void defaultOutputIs(const std::string& nodeName) override;
+    void defaultOutputIs(const std::string& nodeName) override { defaultOutput_.set(nodeName); }
     void pictureIsComplete() override;
-    void connectionLost() override;
+    void connectionLost() override { isLost_ = true; }
     void turnEnded() override;
 
     struct Unconfirmed {
@@ -114,7 +106,7 @@ private:
     void disconnect();
     void holdUses();
     void releaseAfter(Seconds delay);
-    void watchHeldProcesses();
+    void heldHaveChanged();
     void endPauses(const std::vector<GraphSerial>& nodes);
     void publish();
     GraphPicture livePicture();
@@ -122,7 +114,7 @@ private:
                      const std::map<UseConfirmation::Use, Unconfirmed>& before);
     std::uint32_t objectID(GraphSerial serial);
     ClientIdentity::Who whoIs(const GraphUses::User& user);
-    void pin(const GraphPicture& picture);
+    void pin(const GraphPicture& before);
 
     EventLoop& loop_;
     ProcessNaming& naming_;
@@ -147,17 +139,13 @@ private:
 
     std::map<GraphSerial, std::uint32_t> objectIDs_;
     std::uint32_t nextObjectID_;
-    std::map<std::uint32_t, AppRef> pinned_;
     Subscription release_;
-    std::map<pid_t, std::pair<int, Subscription>> heldProcesses_; ///< pidfd and its watch
+    std::map<pid_t, Subscription> heldProcesses_; ///< their ends are waited for
 
     GraphPicture shown_;
-    std::vector<AudioProcess> processes_;
-    std::vector<CameraUse> cameras_;
-    Callbacks changeCallbacks_;
-    Callbacks connectionCallbacks_;
-    std::string defaultOutput_;
-    std::function<void(const std::string&)> defaultOutputCallback_;
+    Event<> changed_;
+    Event<> connectionChanged_;
+    Observable<std::string> defaultOutput_;
 };
 
 } // namespace velmoran

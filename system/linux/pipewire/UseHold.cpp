@@ -5,14 +5,6 @@
 
 namespace velmoran {
 
-namespace {
-
-bool isIdle(const GraphPicture::Process& entry) {
-    return !entry.process.isRunningInput && !entry.process.isRunningOutput;
-}
-
-} // namespace
-
 void UseHold::hold(const GraphPicture& picture) {
     isHolding_ = true;
     for (const auto& entry : picture.processes) {
@@ -45,18 +37,16 @@ void UseHold::release() {
     held_ = {};
 }
 
-std::vector<pid_t> UseHold::heldProcesses() const {
-    std::vector<pid_t> pids;
+std::set<pid_t> UseHold::heldProcesses() const {
+    std::set<pid_t> pids;
     for (const auto& entry : held_.processes) {
-        pids.push_back(entry.process.pid);
+        pids.insert(entry.process.pid);
     }
     for (const auto& camera : held_.cameras) {
         for (const auto& user : camera.users) {
-            pids.push_back(user.pid);
+            pids.insert(user.pid);
         }
     }
-    std::sort(pids.begin(), pids.end());
-    pids.erase(std::unique(pids.begin(), pids.end()), pids.end());
     std::erase_if(pids, [](pid_t pid) { return pid <= 0; });
     return pids;
 }
@@ -73,7 +63,9 @@ GraphPicture UseHold::merged(GraphPicture live) {
             }
         }
     }
-    std::erase_if(held_.processes, isIdle);
+    std::erase_if(held_.processes, [](const auto& entry) {
+        return !entry.process.isRunningInput && !entry.process.isRunningOutput;
+    });
     for (auto& camera : held_.cameras) {
         std::erase_if(camera.users, [&](const auto& user) {
             return std::any_of(live.cameras.begin(), live.cameras.end(), [&](const auto& other) {

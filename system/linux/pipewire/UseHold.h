@@ -8,6 +8,7 @@
 #include "core/records/SystemSnapshot.h"
 #include "system/Machine.h"
 
+#include <set>
 #include <vector>
 
 #include <sys/types.h>
@@ -45,15 +46,14 @@ struct GraphPicture {
 class UseHold {
 public:
     bool isHolding() const { return isHolding_; }
-    bool isEmpty() const { return held_ == GraphPicture(); }
     /// From now on these uses stay; a second call adds to those that are held.
     void hold(const GraphPicture& picture);
     /// A process has ended, so it uses nothing.
     void drop(pid_t pid);
     /// What isn't told of again by now has ended.
     void release();
-    /// The processes of the uses that are held, each once; those without a known id are left out.
-    std::vector<pid_t> heldProcesses() const;
+    /// The processes of the uses that are held; those without a known id are left out.
+    std::set<pid_t> heldProcesses() const;
 
     /// The picture with what is held added. An app that the picture itself tells of is held no
     /// longer for that device: its use goes on from there.
