@@ -1,5 +1,7 @@
 #include "system/macos/AppBundlePath.h"
 
+#include "system/TextParsing.h"
+
 namespace velmoran {
 
 namespace {
@@ -10,19 +12,15 @@ constexpr std::string_view extension = ".app";
 
 std::optional<std::string> enclosingAppBundle(std::string_view path) {
     std::string bundle;
-    while (!path.empty()) {
-        const auto end = path.find('/');
-        const auto piece = path.substr(0, end);
-        if (!piece.empty()) {
+    bool isWhole = false;
+    eachPiece(path, '/', [&](std::string_view piece) {
+        if (!isWhole && !piece.empty()) {
             bundle += '/';
             bundle += piece;
-            if (piece.ends_with(extension)) {
-                return bundle;
-            }
+            isWhole = piece.ends_with(extension);
         }
-        path.remove_prefix(end == std::string_view::npos ? path.size() : end + 1);
-    }
-    return std::nullopt;
+    });
+    return isWhole ? std::optional(bundle) : std::nullopt;
 }
 
 std::string withoutAppExtension(std::string_view displayName) {

@@ -1,6 +1,7 @@
 #include "system/macos/AttributionMessage.h"
 
 #include "core/base/Json.h"
+#include "system/TextParsing.h"
 
 #include <algorithm>
 #include <utility>
@@ -44,13 +45,11 @@ std::optional<AttributionTable> parseAttributionLine(std::string_view line) {
 
 std::optional<AttributionTable> parseAttributionHistory(std::string_view output) {
     std::optional<AttributionTable> last;
-    while (!output.empty()) {
-        const auto end = output.find('\n');
-        if (auto table = parseAttributionLine(output.substr(0, end))) {
+    eachPiece(output, '\n', [&](std::string_view line) {
+        if (auto table = parseAttributionLine(line)) {
             last = std::move(table);
         }
-        output.remove_prefix(end == std::string_view::npos ? output.size() : end + 1);
-    }
+    });
     return last;
 }
 

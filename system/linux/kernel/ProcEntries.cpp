@@ -1,43 +1,19 @@
 #include "system/linux/kernel/ProcEntries.h"
 
-#include <charconv>
+#include "system/TextParsing.h"
+
+#include <algorithm>
 
 namespace velmoran {
 
 namespace {
 
-template <typename Number>
-std::optional<Number> parseNumber(std::string_view text) {
-    Number number{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc{} || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return number;
-}
-
 /// The next word up to a blank, taken off the front of `rest`.
 std::string_view takeWord(std::string_view& rest) {
-    const auto begin = rest.find_first_not_of(" \t");
-    if (begin == std::string_view::npos) {
-        rest = {};
-        return {};
-    }
-    rest.remove_prefix(begin);
-    const auto end = rest.find_first_of(" \t\n");
-    const auto word = rest.substr(0, end);
+    rest.remove_prefix(std::min(rest.find_first_not_of(" \t"), rest.size()));
+    const auto word = rest.substr(0, rest.find_first_of(" \t\n"));
     rest.remove_prefix(word.size());
     return word;
-}
-
-/// Calls `each` with every line without its end.
-template <typename Each>
-void forEachLine(std::string_view text, Each each) {
-    while (!text.empty()) {
-        const auto end = text.find('\n');
-        each(text.substr(0, end));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    }
 }
 
 } // namespace
@@ -48,10 +24,10 @@ std::optional<ProcStat> parseProcStat(std::string_view text) {
     if (open == std::string_view::npos || close == std::string_view::npos || close < open + 2) {
         return std::nullopt;
     }
-    const auto pid = parseNumber<pid_t>(text.substr(0, open));
+    const auto pid = wholeNumber<pid_t>(text.substr(0, open));
     std::string_view rest = text.substr(close + 2);
     const auto state = takeWord(rest);
-    const auto parent = parseNumber<pid_t>(takeWord(rest));
+    const auto parent = wholeNumber<pid_t>(takeWord(rest));
     if (!pid || *pid <= 0 || state.size() != 1 || !parent || *parent < 0) {
         return std::nullopt;
     }
@@ -59,7 +35,7 @@ std::optional<ProcStat> parseProcStat(std::string_view text) {
     for (int field = 5; field < 22; ++field) {
         takeWord(rest);
     }
-    const auto start = parseNumber<std::uint64_t>(takeWord(rest));
+    const auto start = wholeNumber<std::uint64_t>(takeWord(rest));
     if (!start) {
         return std::nullopt;
     }
@@ -72,11 +48,7 @@ std::optional<ProcStat> parseProcStat(std::string_view text) {
 
 std::vector<std::string> parseCommandLine(std::string_view text) {
     std::vector<std::string> arguments;
-    while (!text.empty()) {
-        const auto end = text.find('\0');
-        arguments.emplace_back(text.substr(0, end));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    }
+    eachPiece(text, '\0', [&](std::string_view argument) { arguments.emplace_back(argument); });
     return arguments;
 }
 
@@ -84,10 +56,10 @@ std::vector<std::string> parseCgroupPaths(std::string_view text) {
     std::vector<std::string> unified;
     std::vector<std::string> systemd;
     std::vector<std::string> others;
-    forEachLine(text, [&](std::string_view line) {
+    eachPiece(text, '\n', [&](std::string_view line) {
         const auto first = line.find(':');
         const auto second = first == std::string_view::npos ? first : line.find(':', first + 1);
-        if (second == std::string_view::npos || !parseNumber<unsigned>(line.substr(0, first))) {
+        if (second == std::string_view::npos || !wholeNumber<unsigned>(line.substr(0, first))) {
             return;
         }
         const auto path = line.substr(second + 1);
@@ -107,26 +79,28 @@ std::vector<std::string> parseCgroupPaths(std::string_view text) {
 
 std::optional<uid_t> parseStatusUid(std::string_view text) {
     std::optional<uid_t> uid;
-    forEachLine(text, [&](std::string_view line) {
-        if (!uid && line.starts_with("Uid:")) {
-            line.remove_prefix(4);
-            uid = parseNumber<uid_t>(takeWord(line));
+    eachPiece(text, '\n', [&](std::string_view line) {
+        if (!uid && takeStart(line, "Uid:")) {
+            uid = wholeNumber<uid_t>(takeWord(line));
         }
     });
     return uid;
 }
 
+std::string withoutDeletedMark(std::string_view linkText) {
+    constexpr std::string_view mark = " (deleted)";
+    if (linkText.ends_with(mark)) {
+        linkText.remove_suffix(mark.size());
+    }
+    return std::string(linkText);
+}
+
 std::optional<std::uint64_t> socketInode(std::string_view linkText) {
-    constexpr std::string_view prefix = "socket:[";
-    if (!linkText.starts_with(prefix) || !linkText.ends_with(']')) {
+    if (!takeStart(linkText, "socket:[") || !linkText.ends_with(']')) {
         return std::nullopt;
     }
-    linkText.remove_prefix(prefix.size());
     linkText.remove_suffix(1);
-    std::uint64_t inode = 0;
-    const auto end = linkText.data() + linkText.size();
-    const auto [rest, error] = std::from_chars(linkText.data(), end, inode);
-    return error == std::errc() && rest == end ? std::optional(inode) : std::nullopt;
+    return wholeNumber<std::uint64_t>(linkText);
 }
 
 } // namespace velmoran
