@@ -1,5 +1,7 @@
 #include "system/linux/kernel/EventLoop.h"
 
+#include "system/linux/kernel/Descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -50,18 +52,6 @@ void drain(int descriptor) {
     }
 }
 
-struct Descriptor {
-    int value = -1;
-    Descriptor() = default;
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (value >= 0) {
-            ::close(value);
-        }
-    }
-};
-
 } // namespace
 
 // Shared with the handles, which hold it weakly. The mutex is never held while a callback runs or
@@ -78,9 +68,10 @@ struct EventLoop::State {
     };
 
     std::mutex mutex;
-    Descriptor epoll;
-    Descriptor wake;
-    Descriptor clock;
+    const Descriptor epoll{checked(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")};
+    const Descriptor wake{checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")};
+    const Descriptor clock{
+        checked(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create")};
     std::uint64_t nextKey = timerKey + 1;
     std::map<std::uint64_t, std::shared_ptr<Watch>> watches;
     std::map<std::uint64_t, std::shared_ptr<Timer>> timers;
@@ -89,24 +80,20 @@ struct EventLoop::State {
     bool ending = false;
 
     State() {
-        epoll.value = checked(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1");
-        wake.value = checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd");
-        clock.value = checked(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK),
-                              "timerfd_create");
-        checked(add(wake.value, EPOLLIN, wakeKey), "epoll_ctl");
-        checked(add(clock.value, EPOLLIN, timerKey), "epoll_ctl");
+        checked(add(wake.get(), EPOLLIN, wakeKey), "epoll_ctl");
+        checked(add(clock.get(), EPOLLIN, timerKey), "epoll_ctl");
     }
 
     int add(int descriptor, std::uint32_t events, std::uint64_t key) const {
         epoll_event event{};
         event.events = events;
         event.data.u64 = key;
-        return ::epoll_ctl(epoll.value, EPOLL_CTL_ADD, descriptor, &event);
+        return ::epoll_ctl(epoll.get(), EPOLL_CTL_ADD, descriptor, &event);
     }
 
     void wakeUp() const {
         const std::uint64_t one = 1;
-        [[maybe_unused]] const auto written = ::write(wake.value, &one, sizeof one);
+        [[maybe_unused]] const auto written = ::write(wake.get(), &one, sizeof one);
     }
 
     // With the mutex held. Only ever moves the alarm when the earliest timer is another.
@@ -129,7 +116,7 @@ struct EventLoop::State {
             spec.it_value.tv_nsec =
                 std::chrono::duration_cast<std::chrono::nanoseconds>(since - whole).count();
         }
-        ::timerfd_settime(clock.value, TFD_TIMER_ABSTIME, &spec, nullptr);
+        ::timerfd_settime(clock.get(), TFD_TIMER_ABSTIME, &spec, nullptr);
     }
 
     void callWatcher(std::uint64_t key, std::uint32_t events) {
@@ -210,14 +197,14 @@ struct EventLoop::State {
     void run() {
         std::array<epoll_event, 32> events{};
         for (;;) {
-            const int count = ::epoll_wait(epoll.value, events.data(), events.size(), -1);
+            const int count = ::epoll_wait(epoll.get(), events.data(), events.size(), -1);
             bool timersDue = false;
             for (int index = 0; index < count; ++index) {
                 const auto& event = events.at(static_cast<std::size_t>(index));
                 if (event.data.u64 == wakeKey) {
-                    drain(wake.value);
+                    drain(wake.get());
                 } else if (event.data.u64 == timerKey) {
-                    drain(clock.value);
+                    drain(clock.get());
                     timersDue = true;
                 } else {
                     callWatcher(event.data.u64, event.events);
@@ -323,7 +310,7 @@ Subscription EventLoop::watch(int descriptor, std::uint32_t events,
             const std::lock_guard guard(owner->mutex);
             if (auto node = owner->watches.extract(key)) {
                 ended = std::move(node.mapped());
-                ::epoll_ctl(owner->epoll.value, EPOLL_CTL_DEL, ended->descriptor, nullptr);
+                ::epoll_ctl(owner->epoll.get(), EPOLL_CTL_DEL, ended->descriptor, nullptr);
             }
         }
     });

@@ -6,31 +6,14 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <utility>
-
 namespace velmoran {
 
 // Through `syscall`: the C library of the oldest system that this runs on has no names for them.
 
 std::optional<HeldProcess> HeldProcess::hold(pid_t pid) {
-    const int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
-    return descriptor < 0 ? std::nullopt : std::optional(HeldProcess(pid, descriptor));
-}
-
-HeldProcess::~HeldProcess() {
-    if (descriptor_ >= 0) {
-        ::close(descriptor_);
-    }
-}
-
-HeldProcess::HeldProcess(HeldProcess&& other) noexcept
-    : pid_(other.pid_),
-      descriptor_(std::exchange(other.descriptor_, -1)) {}
-
-HeldProcess& HeldProcess::operator=(HeldProcess&& other) noexcept {
-    std::swap(pid_, other.pid_);
-    std::swap(descriptor_, other.descriptor_);
-    return *this;
+    Descriptor descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+    return descriptor.isOpen() ? std::optional(HeldProcess(pid, std::move(descriptor)))
+                               : std::nullopt;
 }
 
 bool HeldProcess::isGone() const {
@@ -38,7 +21,7 @@ bool HeldProcess::isGone() const {
 }
 
 bool HeldProcess::ends(std::chrono::milliseconds patience) const {
-    pollfd end{.fd = descriptor_, .events = POLLIN, .revents = 0};
+    pollfd end{.fd = descriptor_.get(), .events = POLLIN, .revents = 0};
     if (::poll(&end, 1, static_cast<int>(patience.count())) == 1 && (end.revents & POLLIN) != 0) {
         return true;
     }
@@ -48,7 +31,7 @@ bool HeldProcess::ends(std::chrono::milliseconds patience) const {
 }
 
 bool HeldProcess::signal(int number) const {
-    return ::syscall(SYS_pidfd_send_signal, descriptor_, number, nullptr, 0) == 0;
+    return ::syscall(SYS_pidfd_send_signal, descriptor_.get(), number, nullptr, 0) == 0;
 }
 
 } // namespace velmoran

@@ -2,10 +2,13 @@
 // reaches this process or nobody. Owned by whoever holds it; one thread at a time.
 #pragma once
 
+#include "system/linux/kernel/Descriptor.h"
+
 #include <sys/types.h>
 
 #include <chrono>
 #include <optional>
+#include <utility>
 
 namespace velmoran {
 
@@ -14,11 +17,6 @@ public:
     /// Whoever has that process id now. Nothing if there is none, or no descriptor to be had; errno
     /// says which, as pidfd_open(2) sets it.
     static std::optional<HeldProcess> hold(pid_t pid);
-    ~HeldProcess();
-    HeldProcess(HeldProcess&& other) noexcept;
-    HeldProcess& operator=(HeldProcess&& other) noexcept;
-    HeldProcess(const HeldProcess&) = delete;
-    HeldProcess& operator=(const HeldProcess&) = delete;
 
     /// True once all its threads have ended, collected by whoever watches over them or not. One
     /// that may not be signalled isn't gone.
@@ -31,10 +29,10 @@ public:
     pid_t pid() const { return pid_; }
 
 private:
-    HeldProcess(pid_t pid, int descriptor) : pid_(pid), descriptor_(descriptor) {}
+    HeldProcess(pid_t pid, Descriptor descriptor) : pid_(pid), descriptor_(std::move(descriptor)) {}
 
     pid_t pid_ = 0;
-    int descriptor_ = -1;
+    Descriptor descriptor_;
 };
 
 } // namespace velmoran

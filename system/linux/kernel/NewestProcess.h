@@ -3,6 +3,8 @@
 // anew only past the highest one. Owned by whoever asks; one thread at a time.
 #pragma once
 
+#include "system/linux/kernel/Descriptor.h"
+
 #include <sys/types.h>
 
 #include <optional>
@@ -16,9 +18,6 @@ public:
     /// serves where the first isn't there.
     explicit NewestProcess(const std::string& counter = "/proc/sys/kernel/ns_last_pid",
                            const std::string& summary = "/proc/loadavg");
-    ~NewestProcess();
-    NewestProcess(const NewestProcess&) = delete;
-    NewestProcess& operator=(const NewestProcess&) = delete;
 
     /// Nothing where the kernel doesn't say, or says what can't be so: some containers put a file
     /// of their own there, which stands still.
@@ -27,7 +26,7 @@ public:
 private:
     std::optional<pid_t> read() const;
 
-    int file_ = -1;
+    Descriptor file_;
     bool isAlive_ = false;
 };
 

@@ -9,7 +9,6 @@
 #include <linux/sock_diag.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <unistd.h>
 
 namespace velmoran {
 
@@ -18,13 +17,7 @@ SocketDiag::SocketDiag()
     // The kernel answers while the request is being sent; the bound is for one that never does.
     timeval bound{};
     bound.tv_usec = 200'000;
-    ::setsockopt(netlink_, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
-}
-
-SocketDiag::~SocketDiag() {
-    if (netlink_ >= 0) {
-        ::close(netlink_);
-    }
+    ::setsockopt(netlink_.get(), SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
 }
 
 void SocketDiag::dump(const void* request, std::size_t size,
@@ -36,13 +29,13 @@ void SocketDiag::dump(const void* request, std::size_t size,
     std::vector<std::byte> question(header.nlmsg_len);
     std::memcpy(question.data(), &header, sizeof header);
     std::memcpy(question.data() + sizeof header, request, size);
-    if (::send(netlink_, question.data(), question.size(), 0) !=
+    if (::send(netlink_.get(), question.data(), question.size(), 0) !=
         static_cast<ssize_t>(question.size())) {
         return;
     }
     alignas(nlmsghdr) std::array<std::byte, 32768> answer;
     for (;;) {
-        const auto length = ::recv(netlink_, answer.data(), answer.size(), 0);
+        const auto length = ::recv(netlink_.get(), answer.data(), answer.size(), 0);
         if (length <= 0 || !take(answer.data(), static_cast<std::size_t>(length))) {
             return;
         }

@@ -2,6 +2,8 @@
 // over its parts. One netlink socket; owned by whoever reads; one thread at a time.
 #pragma once
 
+#include "system/linux/kernel/Descriptor.h"
+
 #include <cstddef>
 #include <cstring>
 #include <functional>
@@ -12,9 +14,6 @@ namespace velmoran {
 class SocketDiag {
 public:
     SocketDiag();
-    ~SocketDiag();
-    SocketDiag(const SocketDiag&) = delete;
-    SocketDiag& operator=(const SocketDiag&) = delete;
 
     /// `request` is what follows the message's header: the family's request as the kernel has it.
     /// Each datagram of the answer goes to `take`, until that says false; without an answer none.
@@ -28,7 +27,7 @@ private:
     void dump(const void* request, std::size_t size,
               const std::function<bool(const std::byte*, std::size_t)>& take) const;
 
-    int netlink_ = -1;
+    Descriptor netlink_;
 };
 
 /// Calls `message` for each of a datagram's messages that tells of a socket, with what follows the
