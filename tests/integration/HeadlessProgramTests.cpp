@@ -1,6 +1,7 @@
 // A real program that goes on without its first thread: what it holds is found all the same.
 #include "integration/ClosingScene.h"
 #include "support/FakeNaming.h"
+#include "support/OpenDescriptors.h"
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/nodes/NodeHolders.h"
 #include "system/linux/nodes/V4l2Cameras.h"
@@ -15,6 +16,7 @@ namespace velmoran {
 namespace {
 
 using ::testing::Contains;
+using ::testing::Pair;
 
 std::uint64_t inodeOf(int descriptor) {
     struct stat entry {};
@@ -54,11 +56,10 @@ protected:
 
 TEST_F(HeadlessProgram, ShowsItsDescriptors) {
     const auto pid = startHeadless();
-    EXPECT_THAT(ProcFs().descriptors(pid),
-                Contains(DescriptorLink{.number = node_, .target = nodePath_}));
+    EXPECT_THAT(support::openDescriptors(pid), Contains(Pair(node_, nodePath_)));
     EXPECT_EQ(ProcFs().sockets(pid), std::vector{inodeOf(ends_[1])});
     client_.program->end();
-    EXPECT_TRUE(ProcFs().descriptors(pid).empty());
+    EXPECT_TRUE(support::openDescriptors(pid).empty());
 }
 
 TEST_F(HeadlessProgram, IsSeenToHoldItsConnection) {

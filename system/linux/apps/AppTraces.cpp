@@ -1,24 +1,18 @@
 #include "system/linux/apps/AppTraces.h"
 
-#include <sys/stat.h>
+#include "system/TextParsing.h"
+#include "system/linux/kernel/Files.h"
 
 #include <algorithm>
-#include <array>
 
 namespace velmoran {
 
 namespace {
 
-bool isBelow(std::string_view path, std::string_view folder) {
-    return path.size() > folder.size() + 1 && path.starts_with(folder) &&
-           path[folder.size()] == '/';
-}
-
 bool isInstalledFlatpak(const std::string& id, const LinuxPlaces& places) {
     return std::any_of(places.flatpaks.begin(), places.flatpaks.end(), [&](const auto& each) {
         const std::string apps = each.path + "/app";
-        struct stat entry {};
-        return id.find('/') == std::string::npos ? ::stat((apps + '/' + id).c_str(), &entry) == 0
+        return id.find('/') == std::string::npos ? fileNumber(apps + '/' + id).has_value()
                                                  : isBelow(id, apps);
     });
 }
@@ -68,11 +62,8 @@ bool AppTraces::fit(const std::string& executable) const {
 }
 
 bool worksForItsParent(std::string_view executable) {
-    constexpr std::array<std::string_view, 5> helpers{"WebKitWebProcess", "WebKitNetworkProcess",
-                                                      "WebKitGPUProcess", "QtWebEngineProcess",
-                                                      "xdg-dbus-proxy"};
-    const auto name = executable.substr(executable.rfind('/') + 1);
-    return std::find(helpers.begin(), helpers.end(), name) != helpers.end();
+    return isListed(fileName(executable), "WebKitWebProcess WebKitNetworkProcess WebKitGPUProcess "
+                                          "QtWebEngineProcess xdg-dbus-proxy");
 }
 
 } // namespace velmoran

@@ -1,5 +1,8 @@
 #include "system/linux/apps/CgroupScope.h"
 
+#include "system/TextParsing.h"
+#include "system/linux/kernel/Files.h"
+
 #include <algorithm>
 
 namespace velmoran {
@@ -39,16 +42,8 @@ bool takeEnd(std::string_view& text, std::string_view end) {
     return true;
 }
 
-bool takeStart(std::string_view& text, std::string_view start) {
-    if (!text.starts_with(start)) {
-        return false;
-    }
-    text.remove_prefix(start.size());
-    return true;
-}
-
 /// Takes "-N" off the end, N being whatever makes the unit unique.
-bool takeNumber(std::string_view& text) {
+bool takeUniquePart(std::string_view& text) {
     const auto dash = text.rfind('-');
     if (dash == std::string_view::npos || dash == 0 || dash + 1 == text.size()) {
         return false;
@@ -74,7 +69,7 @@ std::optional<CgroupScope> parseUnit(std::string_view unit) {
         if (app.size() > uuidLength + 1 && app[app.size() - uuidLength - 1] == '-') {
             app.remove_suffix(uuidLength + 1);
         } else if (isScope) {
-            takeNumber(app);
+            takeUniquePart(app);
         }
         return CgroupScope{
             .kind = Kind::snap, .id = unescape(unit.substr(0, dot)), .app = unescape(app)};
@@ -83,13 +78,13 @@ std::optional<CgroupScope> parseUnit(std::string_view unit) {
         return std::nullopt;
     }
     if (isScope && takeStart(unit, "flatpak-")) {
-        if (!takeNumber(unit)) {
+        if (!takeUniquePart(unit)) {
             return std::nullopt;
         }
         return CgroupScope{.kind = Kind::flatpak, .id = unescape(unit), .app = {}};
     }
     if (isScope) {
-        if (!takeNumber(unit)) {
+        if (!takeUniquePart(unit)) {
             return std::nullopt;
         }
     } else {
@@ -108,12 +103,11 @@ std::optional<CgroupScope> parseUnit(std::string_view unit) {
 
 std::optional<CgroupScope> parseCgroupScope(std::string_view path) {
     while (!path.empty()) {
-        const auto slash = path.rfind('/');
-        const auto unit = slash == std::string_view::npos ? path : path.substr(slash + 1);
+        const auto unit = fileName(path);
         if (auto scope = parseUnit(unit); scope && !scope->id.empty()) {
             return scope;
         }
-        path = path.substr(0, slash == std::string_view::npos ? 0 : slash);
+        path.remove_suffix(std::min(unit.size() + 1, path.size()));
     }
     return std::nullopt;
 }

@@ -1,14 +1,14 @@
 #include "system/linux/apps/DesktopEntries.h"
 
+#include "system/TextParsing.h"
 #include "system/linux/apps/ScriptArgument.h"
-#include "system/linux/kernel/ProcFs.h"
+#include "system/linux/kernel/Files.h"
 
 #include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <memory>
 #include <tuple>
@@ -57,20 +57,12 @@ std::string foldedName(std::string_view name) {
     return letters;
 }
 
-std::string_view parentOf(std::string_view path) {
-    return path.substr(0, path.rfind('/'));
-}
-std::string_view fileName(std::string_view path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
 /// Names of folders that many programs share, wherever they lie.
 bool isCommonFolderName(std::string_view name) {
-    constexpr std::array<std::string_view, 24> common{
-        "bin",   "sbin", "lib", "lib32", "lib64", "libx32", "libexec", "share",
-        "local", "usr",  "opt", "games", "home",  "srv",    "tmp",     "var",
-        "etc",   "kf5",  "kf6", "qt5",   "qt6",   "store",  "scripts", "applications"};
-    return name.empty() || std::find(common.begin(), common.end(), name) != common.end() ||
+    constexpr auto common =
+        "bin sbin lib lib32 lib64 libx32 libexec share local usr opt games home "
+        "srv tmp var etc kf5 kf6 qt5 qt6 store scripts applications";
+    return name.empty() || isListed(name, common) ||
            name.find("-linux-gnu") != std::string_view::npos;
 }
 
@@ -156,6 +148,9 @@ void DesktopEntries::read() {
     };
     std::stable_sort(all_.begin(), all_.end(),
                      [&](const Found& a, const Found& b) { return rank(a) < rank(b); });
+    const auto claim = [](const Found& found) {
+        return std::tuple(!found.isProtected, found.order);
+    };
     for (std::size_t at = 0; at < all_.size(); ++at) {
         const auto& found = all_[at];
         if (!found.program.empty()) {
@@ -165,13 +160,8 @@ void DesktopEntries::read() {
             protectedNames_.insert(foldedName(found.entry.name));
             protectedNames_.insert(foldedName(found.entry.plainName));
         }
-    }
-    const auto claim = [](const Found& found) {
-        return std::tuple(!found.isProtected, found.order);
-    };
-    for (std::size_t at = 0; at < all_.size(); ++at) {
-        const auto [known, isNew] = byID_.emplace(all_[at].entry.id, at);
-        if (!isNew && claim(all_[at]) < claim(all_[known->second])) {
+        const auto [known, isNew] = byID_.emplace(found.entry.id, at);
+        if (!isNew && claim(found) < claim(all_[known->second])) {
             known->second = at;
         }
     }
@@ -185,14 +175,7 @@ void DesktopEntries::readFolder(const std::string& root, const std::string& belo
     if (!isNew || depth > deepestFolder) {
         return;
     }
-    std::vector<std::string> names;
-    std::error_code error;
-    for (std::filesystem::directory_iterator at(folder, error), end; !error && at != end;
-         at.increment(error)) {
-        names.push_back(at->path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    for (const auto& name : names) {
+    for (const auto& name : sortedNamesIn(folder)) {
         const std::string inside = below.empty() ? name : below + '/' + name;
         const std::string file = root + '/' + inside;
         if (!name.ends_with(extension)) {
@@ -296,7 +279,6 @@ void DesktopEntries::indexFolders() {
             continue;
         }
         const auto own = fileName(found.program);
-        std::unordered_set<std::string> folders;
         for (const auto& path : pathsIn(*text)) {
             const auto real = places_.protection.realPath(path);
             struct stat entry {};
@@ -305,11 +287,8 @@ void DesktopEntries::indexFolders() {
             }
             const auto folder = S_ISDIR(entry.st_mode) ? ownFolder(*real + "/x") : ownFolder(*real);
             if (folder && fileName(*folder) == own && !folder->starts_with("/etc/")) {
-                folders.insert(*folder);
+                add(*folder, found.program);
             }
-        }
-        for (const auto& folder : folders) {
-            add(folder, found.program);
         }
     }
 }

@@ -1,16 +1,6 @@
 #include "system/linux/apps/FileLooks.h"
 
-#include <sys/stat.h>
-
 namespace velmoran {
-
-std::optional<FileNumber> fileNumber(const std::string& path) {
-    struct stat entry {};
-    if (::stat(path.c_str(), &entry) != 0) {
-        return std::nullopt;
-    }
-    return FileNumber{.device = entry.st_dev, .inode = entry.st_ino};
-}
 
 void FileLooks::begin(pid_t pid) {
     pid_ = pid;

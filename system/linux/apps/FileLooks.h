@@ -15,17 +15,6 @@
 
 namespace velmoran {
 
-/// A file whatever it is called.
-struct FileNumber {
-    dev_t device = 0;
-    ino_t inode = 0;
-
-    bool operator==(const FileNumber&) const = default;
-};
-
-/// Links are followed. Nothing if there is none, or it may not be asked about.
-std::optional<FileNumber> fileNumber(const std::string& path);
-
 class FileLooks {
 public:
     /// A script as this program sees it.

@@ -3,8 +3,8 @@
 #include "system/linux/apps/ScriptArgument.h"
 
 #include <glib.h>
-#include <sys/stat.h>
 
+#include <filesystem>
 #include <memory>
 
 namespace velmoran {
@@ -12,13 +12,6 @@ namespace velmoran {
 namespace {
 
 constexpr int mostAncestors = 8;
-
-bool isSameFile(const std::string& a, const std::string& b) {
-    struct stat first {};
-    struct stat second {};
-    return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 &&
-           S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
-}
 
 /// A path inside the sandbox as it is called outside; nothing if it isn't below that mount.
 std::optional<std::string> outside(const std::string& inside, const std::string& mount,
@@ -29,20 +22,16 @@ std::optional<std::string> outside(const std::string& inside, const std::string&
     return files + inside.substr(mount.size());
 }
 
-/// "INSTALLATION/KIND/…" of the installation in which these files lie.
-bool liesIn(const std::string& files, const std::string& kind, const LinuxPlaces& places,
-            std::string* folder) {
-    if (files.find("/../") != std::string::npos) {
-        return false;
-    }
+/// "INSTALLATION/KIND" of the installation in which these files lie.
+std::optional<std::string> folderOf(const std::string& files, const std::string& kind,
+                                    const LinuxPlaces& places) {
     for (const auto& installation : places.flatpaks) {
-        const std::string start = installation.path + '/' + kind;
-        if (files.starts_with(start + '/')) {
-            *folder = start;
-            return true;
+        const std::string folder = installation.path + '/' + kind;
+        if (isBelow(files, folder) && files.find("/../") == std::string::npos) {
+            return folder;
         }
     }
-    return false;
+    return std::nullopt;
 }
 
 /// Whether the process itself runs the app's own program, or the app's script by the runtime's
@@ -58,14 +47,14 @@ bool runsFilesOf(const FlatpakInfo& info, const ProcFs& proc, const LinuxPlaces&
         return isSameFile(link, *file);
     }
     const auto file = outside(*claim, places.runtimeMount, info.runtimePath);
-    std::string folder;
-    if (!file || !liesIn(info.runtimePath, "runtime", places, &folder) ||
-        !isSameFile(link, *file)) {
+    if (!file || !folderOf(info.runtimePath, "runtime", places) || !isSameFile(link, *file)) {
         return false;
     }
     const auto script = scriptArgument(*claim, proc.commandLine(pid));
     const auto scriptFile = script ? outside(*script, places.appMount, info.appPath) : std::nullopt;
-    return scriptFile && isSameFile(proc.rootOf(pid) + *script, *scriptFile);
+    std::error_code ignored;
+    return scriptFile && std::filesystem::is_regular_file(*scriptFile, ignored) &&
+           isSameFile(proc.rootOf(pid) + *script, *scriptFile);
 }
 
 } // namespace
@@ -95,12 +84,12 @@ std::optional<FlatpakOrigin> flatpakOrigin(const ProcFs& proc, const LinuxPlaces
                                            pid_t pid) {
     const auto text = readFileUpTo(proc.rootOf(pid) + "/.flatpak-info", 64UL * 1024);
     const auto info = text ? parseFlatpakInfo(*text) : std::nullopt;
-    std::string apps;
-    if (!info || !liesIn(info->appPath, "app", places, &apps)) {
+    const auto apps = info ? folderOf(info->appPath, "app", places) : std::nullopt;
+    if (!apps) {
         return std::nullopt;
     }
-    const std::string folder = apps + '/' + info->id;
-    if (!info->appPath.starts_with(folder + '/')) {
+    const std::string folder = *apps + '/' + info->id;
+    if (!isBelow(info->appPath, folder)) {
         return std::nullopt;
     }
     const auto mounts = readLinkText(proc.path(pid, "ns/mnt"));

@@ -1,6 +1,7 @@
 #include "system/linux/apps/LinuxCodeSignatures.h"
 
 #include "core/sessions/SystemProcessLinux.h"
+#include "system/linux/kernel/Files.h"
 
 #include <mutex>
 #include <unordered_map>
@@ -8,11 +9,6 @@
 namespace velmoran {
 
 namespace {
-
-bool isBelow(const std::string& path, const std::string& folder) {
-    return path.size() > folder.size() + 1 && path.starts_with(folder) &&
-           path[folder.size()] == '/';
-}
 
 struct Checked {
     std::mutex mutex;

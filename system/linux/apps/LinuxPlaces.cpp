@@ -1,12 +1,12 @@
 #include "system/linux/apps/LinuxPlaces.h"
 
-#include "system/linux/kernel/ProcFs.h"
+#include "system/TextParsing.h"
+#include "system/linux/kernel/Files.h"
 
 #include <glib.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string_view>
 
@@ -22,29 +22,25 @@ std::string variable(const char* name) {
 /// The absolute folders of a list with colons; relative ones don't count.
 std::vector<std::string> folders(std::string_view list) {
     std::vector<std::string> found;
-    while (!list.empty()) {
-        const auto end = list.find(':');
-        auto folder = list.substr(0, end);
+    eachPiece(list, ':', [&](std::string_view folder) {
         while (folder.size() > 1 && folder.ends_with('/')) {
             folder.remove_suffix(1);
         }
         if (folder.starts_with('/')) {
             found.emplace_back(folder);
         }
-        list.remove_prefix(end == std::string_view::npos ? list.size() : end + 1);
-    }
+    });
     return found;
 }
 
 /// `[Installation "NAME"]` with `Path=` (flatpak-installation(5)).
 std::vector<FlatpakInstallation> furtherInstallations(const std::string& folder) {
     std::vector<FlatpakInstallation> found;
-    std::error_code ignored;
-    for (const auto& file : std::filesystem::directory_iterator(folder, ignored)) {
-        const auto text = readFileUpTo(file.path(), 64UL * 1024);
+    for (const auto& name : sortedNamesIn(folder)) {
+        const auto text = readFileUpTo(folder + '/' + name, 64UL * 1024);
         const std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)> keys(g_key_file_new(),
                                                                           &g_key_file_unref);
-        if (!text || file.path().extension() != ".conf" ||
+        if (!text || !name.ends_with(".conf") ||
             g_key_file_load_from_data(keys.get(), text->data(), text->size(), G_KEY_FILE_NONE,
                                       nullptr) == FALSE) {
             continue;

@@ -1,11 +1,11 @@
 #include "system/linux/apps/WriteProtection.h"
 
-#include "system/linux/kernel/ProcFs.h"
+#include "system/TextParsing.h"
+#include "system/linux/kernel/Files.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 #include <vector>
 
@@ -18,23 +18,12 @@ constexpr int mostLinks = 40;
 /// The pieces of a path in reverse, ready to be taken off the end.
 void pushPieces(std::vector<std::string>& pending, std::string_view path) {
     const auto first = static_cast<std::ptrdiff_t>(pending.size());
-    while (!path.empty()) {
-        const auto end = path.find('/');
-        if (const auto piece = path.substr(0, end); !piece.empty()) {
+    eachPiece(path, '/', [&](std::string_view piece) {
+        if (!piece.empty()) {
             pending.emplace_back(piece);
         }
-        path.remove_prefix(end == std::string_view::npos ? path.size() : end + 1);
-    }
+    });
     std::reverse(pending.begin() + first, pending.end());
-}
-
-bool isForeign(std::string_view folder) {
-    constexpr std::array<std::string_view, 4> foreign{"/proc", "/media", "/run", "/dev"};
-    return std::find(foreign.begin(), foreign.end(), folder) != foreign.end();
-}
-
-bool isBelow(std::string_view path, std::string_view folder) {
-    return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
 }
 
 } // namespace
@@ -63,7 +52,8 @@ std::optional<std::string> WriteProtection::realPath(const std::string& path) co
             continue;
         }
         const std::string next = at + '/' + piece;
-        if ((base.empty() && isForeign(next)) || ::lstat(next.c_str(), &entry) != 0) {
+        if ((base.empty() && isListed(next, "/proc /media /run /dev")) ||
+            ::lstat(next.c_str(), &entry) != 0) {
             return std::nullopt;
         }
         const bool isLink = S_ISLNK(entry.st_mode);

@@ -1,10 +1,11 @@
 #include "system/linux/kernel/NodeWatch.h"
 
+#include "system/linux/kernel/Files.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -21,13 +22,9 @@ constexpr std::uint32_t nodeMask = IN_OPEN | IN_CLOSE_WRITE | IN_CLOSE_NOWRITE;
 constexpr std::uint32_t folderMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO |
                                      IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
-std::string parentOf(const std::string& folder) {
+std::string folderAbove(const std::string& folder) {
     const auto slash = folder.find_last_of('/');
     return slash == std::string::npos ? "." : slash == 0 ? "/" : folder.substr(0, slash);
-}
-
-std::string nameOf(const std::string& folder) {
-    return folder.substr(folder.find_last_of('/') + 1);
 }
 
 } // namespace
@@ -38,36 +35,31 @@ NodeWatch::NodeWatch(EventLoop& loop, std::string folder,
       isNode_(std::move(isNode)),
       receiver_(std::move(receiver)),
       descriptor_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
-    if (descriptor_ < 0) {
+    if (!descriptor_.isOpen()) {
         throw std::system_error(errno, std::generic_category(), "inotify_init1");
     }
     while (folder_.size() > 1 && folder_.back() == '/') {
         folder_.pop_back();
     }
     watchFolder();
-    readable_ = loop.watch(descriptor_, EPOLLIN, [this](std::uint32_t) { read(); });
-}
-
-NodeWatch::~NodeWatch() {
-    readable_.reset();
-    ::close(descriptor_);
+    readable_ = loop.watch(descriptor_.get(), EPOLLIN, [this](std::uint32_t) { read(); });
 }
 
 void NodeWatch::watchFolder() {
     if (folderWatch_ >= 0) {
-        ::inotify_rm_watch(descriptor_, folderWatch_);
+        ::inotify_rm_watch(descriptor_.get(), folderWatch_);
     }
     awaited_.clear();
     std::string folder = folder_;
     for (;;) {
         const auto mask = awaited_.empty() ? folderMask : folderMask & ~std::uint32_t{IN_ATTRIB};
-        folderWatch_ = ::inotify_add_watch(descriptor_, folder.c_str(), mask);
+        folderWatch_ = ::inotify_add_watch(descriptor_.get(), folder.c_str(), mask);
         if (folderWatch_ < 0) {
             if (folder == "/" || folder == ".") {
                 return;
             }
-            awaited_ = nameOf(folder);
-            folder = parentOf(folder);
+            awaited_ = fileName(folder);
+            folder = folderAbove(folder);
             continue;
         }
         // What was made between the two looks isn't announced any more.
@@ -75,7 +67,7 @@ void NodeWatch::watchFolder() {
         if (awaited_.empty() || ::access(next.c_str(), R_OK) != 0) {
             return;
         }
-        ::inotify_rm_watch(descriptor_, folderWatch_);
+        ::inotify_rm_watch(descriptor_.get(), folderWatch_);
         awaited_.clear();
         folder = folder_;
     }
@@ -85,14 +77,14 @@ void NodeWatch::watchNodes(const std::vector<std::string>& paths) {
     std::map<int, std::string> watched;
     for (const auto& path : paths) {
         // The same file gives the same watch, a new one under the old name another.
-        const int watch = ::inotify_add_watch(descriptor_, path.c_str(), nodeMask);
+        const int watch = ::inotify_add_watch(descriptor_.get(), path.c_str(), nodeMask);
         if (watch >= 0) {
             watched.emplace(watch, path);
         }
     }
     for (const auto& [watch, path] : nodes_) {
         if (!watched.contains(watch)) {
-            ::inotify_rm_watch(descriptor_, watch);
+            ::inotify_rm_watch(descriptor_.get(), watch);
         }
     }
     nodes_ = std::move(watched);
@@ -104,7 +96,8 @@ void NodeWatch::read() {
     bool pathChanged = false;
     bool lost = false;
     alignas(inotify_event) std::array<char, 8192> buffer{};
-    for (ssize_t length = 0; (length = ::read(descriptor_, buffer.data(), buffer.size())) > 0;) {
+    for (ssize_t length = 0;
+         (length = ::read(descriptor_.get(), buffer.data(), buffer.size())) > 0;) {
         for (std::size_t at = 0; at < static_cast<std::size_t>(length);) {
             inotify_event event{};
             std::memcpy(&event, buffer.data() + at, sizeof event);
@@ -131,9 +124,7 @@ void NodeWatch::read() {
                     return other.path == node->second;
                 });
                 if (entry == used.end()) {
-                    used.emplace_back();
-                    entry = std::prev(used.end());
-                    entry->path = node->second;
+                    entry = used.insert(entry, NodeEvents{.path = node->second});
                 }
                 entry->opens += (event.mask & IN_OPEN) != 0 ? 1 : 0;
                 entry->closes += (event.mask & (IN_CLOSE_WRITE | IN_CLOSE_NOWRITE)) != 0 ? 1 : 0;

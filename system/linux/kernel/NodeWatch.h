@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/base/Subscription.h"
+#include "system/linux/kernel/Descriptor.h"
 #include "system/linux/kernel/EventLoop.h"
 
 #include <cstdint>
@@ -39,7 +40,6 @@ public:
     /// need not be there yet. Throws std::system_error if the kernel gives no inotify descriptor.
     NodeWatch(EventLoop& loop, std::string folder, std::function<bool(std::string_view)> isNode,
               Receiver receiver);
-    ~NodeWatch();
     NodeWatch(const NodeWatch&) = delete;
     NodeWatch& operator=(const NodeWatch&) = delete;
 
@@ -56,11 +56,11 @@ private:
     std::string folder_;
     std::function<bool(std::string_view)> isNode_;
     Receiver receiver_;
-    int descriptor_ = -1;
+    Descriptor descriptor_;
     int folderWatch_ = -1;
     std::string awaited_; ///< the name of the next folder on the way, while the folder isn't there
     std::map<int, std::string> nodes_; ///< by inotify's watch
-    Subscription readable_;
+    Subscription readable_;            ///< last, so that its end is the first
 };
 
 } // namespace velmoran

@@ -4,6 +4,7 @@
 // has another form than the kernel's is nothing or empty; reads are bounded and never throw for it.
 #pragma once
 
+#include "system/linux/kernel/Files.h"
 #include "system/linux/kernel/ProcEntries.h"
 
 #include <functional>
@@ -12,15 +13,6 @@
 #include <vector>
 
 namespace velmoran {
-
-/// An open descriptor and what it leads to, as the kernel words it ("/dev/video0",
-/// "socket:[4711]").
-struct DescriptorLink {
-    int number = -1;
-    std::string target;
-
-    bool operator==(const DescriptorLink&) const = default;
-};
 
 class ProcFs {
 public:
@@ -36,7 +28,6 @@ public:
     std::optional<pid_t> parent(pid_t pid) const;
     std::optional<std::uint64_t> startTicks(pid_t pid) const;
     std::optional<uid_t> uid(pid_t pid) const;
-    std::optional<std::string> comm(pid_t pid) const;
     std::vector<std::string> commandLine(pid_t pid) const;
     std::vector<std::string> cgroupPaths(pid_t pid) const;
     /// One variable of the environment that the process was started with: its own word.
@@ -73,17 +64,11 @@ public:
     using TakeEntry = std::function<void(int folder, const char* name)>;
     /// All open descriptors, in a folder beside which lies "fdinfo".
     void eachDescriptor(pid_t pid, const TakeEntry& take) const;
-    std::vector<DescriptorLink> descriptors(pid_t pid) const;
     /// The inodes of the sockets among them: a busy server's are many thousand.
     std::vector<std::uint64_t> sockets(pid_t pid) const;
 
 private:
     std::string root_;
 };
-
-/// Up to `limit` bytes of a file; nothing if it can't be opened or read, or is no regular file.
-std::optional<std::string> readFileUpTo(const std::string& path, std::size_t limit);
-/// The text of a symbolic link; nothing for anything else.
-std::optional<std::string> readLinkText(const std::string& path);
 
 } // namespace velmoran

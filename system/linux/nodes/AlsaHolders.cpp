@@ -1,15 +1,13 @@
 #include "system/linux/nodes/AlsaHolders.h"
 
-#include "system/linux/kernel/ProcFs.h"
+#include "system/TextParsing.h"
+#include "system/linux/kernel/Files.h"
 #include "system/linux/nodes/NodeHolders.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <filesystem>
 #include <iterator>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 #include <unistd.h>
@@ -27,16 +25,20 @@ std::string statusFolder(const std::string& procRoot, const AlsaNode& node) {
            std::to_string(node.device) + (node.isCapture ? 'c' : 'p');
 }
 
+bool isAlsaNode(std::string_view name) {
+    return parseAlsaNode(name).card >= 0;
+}
+
 // The process of a thread; 0 if there is none to be seen.
 pid_t processOf(const std::string& procRoot, std::int32_t thread) {
     const auto text =
         readFileUpTo(procRoot + '/' + std::to_string(thread) + "/status", 4096).value_or("");
-    constexpr std::string_view key = "\nTgid:\t";
-    const auto at = text.find(key);
     pid_t process = 0;
-    if (at != std::string::npos) {
-        std::from_chars(text.data() + at + key.size(), text.data() + text.size(), process);
-    }
+    eachPiece(text, '\n', [&](std::string_view line) {
+        if (takeStart(line, "Tgid:\t")) {
+            process = takeNumber<pid_t>(line).value_or(0);
+        }
+    });
     return process;
 }
 
@@ -48,8 +50,7 @@ AlsaHolders::AlsaHolders(EventLoop& loop, ProcessNaming& naming,
       naming_(naming),
       servesOthers_(std::move(servesOthers)),
       places_(std::move(places)),
-      watch_(loop, places_.deviceFolder,
-             [](std::string_view name) { return parseAlsaNode(name).card >= 0; },
+      watch_(loop, places_.deviceFolder, isAlsaNode,
              {[this] { readFolder(); },
               [this](const std::vector<NodeEvents>&) {
                   step_ = 0;
@@ -69,14 +70,11 @@ AlsaHolders::~AlsaHolders() {
 
 void AlsaHolders::readFolder() {
     nodes_.clear();
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(places_.deviceFolder, error), end;
-         !error && entry != end; entry.increment(error)) {
-        if (parseAlsaNode(entry->path().filename().string()).card >= 0) {
-            nodes_.push_back(entry->path());
+    for (const auto& name : sortedNamesIn(places_.deviceFolder)) {
+        if (isAlsaNode(name)) {
+            nodes_.push_back(places_.deviceFolder + '/' + name);
         }
     }
-    std::sort(nodes_.begin(), nodes_.end());
     // Watched before they are read: no open can fall between the two.
     watch_.watchNodes(nodes_);
     step_ = 0;
@@ -107,18 +105,13 @@ void AlsaHolders::readStatuses() {
     std::vector<AudioProcess> processes;
     bool held = false;
     for (const auto& path : nodes_) {
-        const auto node = parseAlsaNode(std::filesystem::path(path).filename().string());
-        std::error_code error;
-        std::vector<std::string> substreams;
-        for (std::filesystem::directory_iterator entry(statusFolder(places_.procRoot, node), error),
-             end;
-             !error && entry != end; entry.increment(error)) {
-            if (entry->path().filename().string().starts_with("sub")) {
-                substreams.push_back(entry->path());
+        const auto node = parseAlsaNode(fileName(path));
+        const auto folder = statusFolder(places_.procRoot, node);
+        for (const auto& name : sortedNamesIn(folder)) {
+            if (!name.starts_with("sub")) {
+                continue;
             }
-        }
-        std::sort(substreams.begin(), substreams.end());
-        for (const auto& substream : substreams) {
+            const auto substream = folder + '/' + name;
             const auto status =
                 parseAlsaStatus(readFileUpTo(substream + "/status", 4096).value_or(""));
             if (!status.isOpen) {

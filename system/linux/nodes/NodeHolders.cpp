@@ -1,10 +1,10 @@
 #include "system/linux/nodes/NodeHolders.h"
 
+#include "system/TextParsing.h"
 #include "system/linux/kernel/ProcMaps.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,7 +13,6 @@
 #include <string_view>
 #include <utility>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,33 +21,17 @@ namespace velmoran {
 
 namespace {
 
-struct CloseFolder {
-    void operator()(DIR* folder) const { ::closedir(folder); }
-};
-using Folder = std::unique_ptr<DIR, CloseFolder>;
-
 struct CloseFile {
     void operator()(FILE* file) const { std::fclose(file); }
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-template <typename Number>
-std::optional<Number> numberFrom(std::string_view text) {
-    Number number = 0;
-    const auto* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end) {
-        return std::nullopt;
-    }
-    return number;
-}
-
-DeviceNode nodeFrom(const struct stat& status) {
-    DeviceNode node;
-    node.device = status.st_dev;
-    node.inode = status.st_ino;
-    node.special = S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode) ? status.st_rdev : 0;
-    return node;
+DeviceNode nodeFrom(const struct stat& status, const std::string& path = {}) {
+    const bool isSpecial = S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
+    return {.path = path,
+            .device = status.st_dev,
+            .inode = status.st_ino,
+            .special = isSpecial ? status.st_rdev : 0};
 }
 
 // A device is the same by its numbers, through whatever file it was opened.
@@ -84,14 +67,9 @@ bool anyLine(int folder, const std::string& path,
 // Opened with O_PATH.
 bool onlyNames(int folder, const char* descriptor) {
     return anyLine(folder, std::string("../fdinfo/") + descriptor, [](std::string_view line) {
-        unsigned flags = 0;
-        constexpr std::string_view key = "flags:\t";
-        if (!line.starts_with(key)) {
-            return false;
-        }
-        line.remove_prefix(key.size());
-        std::from_chars(line.data(), line.data() + line.size(), flags, 8);
-        return (flags & unsigned{O_PATH}) != 0;
+        const auto flags =
+            takeStart(line, "flags:\t") ? takeNumber<unsigned>(line, 8) : std::nullopt;
+        return (flags.value_or(0) & unsigned{O_PATH}) != 0;
     });
 }
 
@@ -102,9 +80,7 @@ std::optional<DeviceNode> deviceNodeAt(const std::string& path) {
     if (::stat(path.c_str(), &status) != 0) {
         return std::nullopt;
     }
-    auto node = nodeFrom(status);
-    node.path = path;
-    return node;
+    return nodeFrom(status, path);
 }
 
 NodeHolders::NodeHolders(std::string procRoot, pid_t except)
@@ -140,7 +116,7 @@ void NodeHolders::look(pid_t pid, const std::vector<DeviceNode>& nodes,
             if (!link.ends_with(nodes[index].path) || !isNode(folder, name, nodes[index])) {
                 continue;
             }
-            const auto descriptor = numberFrom<int>(name);
+            const auto descriptor = wholeNumber<int>(name);
             if (!descriptor || onlyNames(folder, name)) {
                 continue;
             }
@@ -174,18 +150,11 @@ bool NodeHolders::maps(pid_t pid, const DeviceNode& node) const {
 
 bool NodeHolders::stillHolds(const NodeHolder& holder, const DeviceNode& node) const {
     const auto shownAs = proc_.survivingThread(holder.pid).value_or(holder.pid);
-    const Folder descriptors(::opendir(proc_.path(shownAs, "fd").c_str()));
-    return descriptors &&
-           std::any_of(holder.descriptors.begin(), holder.descriptors.end(), [&](int descriptor) {
-               const int folder = ::dirfd(descriptors.get());
-               const auto entry = std::to_string(descriptor);
-               std::array<char, 4096> text{};
-               const ssize_t length = ::readlinkat(folder, entry.c_str(), text.data(), text.size());
-               return length > 0 &&
-                      std::string_view(text.data(), static_cast<std::size_t>(length))
-                          .ends_with(node.path) &&
-                      isNode(folder, entry.c_str(), node);
-           });
+    return std::any_of(holder.descriptors.begin(), holder.descriptors.end(), [&](int descriptor) {
+        const auto entry = proc_.path(shownAs, "fd/" + std::to_string(descriptor));
+        const auto link = readLinkText(entry);
+        return link && link->ends_with(node.path) && isNode(AT_FDCWD, entry.c_str(), node);
+    });
 }
 
 } // namespace velmoran

@@ -1,10 +1,12 @@
 #include "system/linux/nodes/VideoDevices.h"
 
 #include "core/text/Localizer.h"
+#include "system/TextParsing.h"
+#include "system/linux/kernel/Descriptor.h"
+#include "system/linux/kernel/Files.h"
 #include "system/linux/nodes/NodeHolders.h"
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -25,11 +27,9 @@ namespace {
 constexpr std::string_view prefix = "video";
 constexpr unsigned videoMajor = 81; // Documentation/admin-guide/devices.txt
 
-int numberOf(const std::string& path) {
-    int number = 0;
-    const auto digits = path.find_last_not_of("0123456789") + 1; // 0 for nothing but digits
-    std::from_chars(path.data() + digits, path.data() + path.size(), number);
-    return number;
+int numberOf(std::string_view path) {
+    path.remove_prefix(path.find_last_not_of("0123456789") + 1); // all stays of nothing but digits
+    return takeNumber<int>(path).value_or(0);
 }
 
 std::string textOf(const char* text) {
@@ -38,14 +38,12 @@ std::string textOf(const char* text) {
 
 // What the device itself says; nothing if it can't be asked.
 std::optional<bool> askWhetherItCaptures(const std::string& path) {
-    const int node = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (node < 0) {
+    const Descriptor node(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!node.isOpen()) {
         return std::nullopt;
     }
     v4l2_capability capability{};
-    const int result = ::ioctl(node, VIDIOC_QUERYCAP, &capability);
-    ::close(node);
-    if (result < 0) {
+    if (::ioctl(node.get(), VIDIOC_QUERYCAP, &capability) < 0) {
         return false;
     }
     const auto abilities = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0
@@ -57,9 +55,7 @@ std::optional<bool> askWhetherItCaptures(const std::string& path) {
 } // namespace
 
 std::string cameraName(std::string_view driverName) {
-    while (!driverName.empty() && (driverName.back() == ' ' || driverName.back() == '\n')) {
-        driverName.remove_suffix(1);
-    }
+    driverName = driverName.substr(0, driverName.find_last_not_of(" \n") + 1);
     const auto colon = driverName.find(": ");
     if (colon != std::string_view::npos && colon > 0 &&
         driverName.substr(0, colon).starts_with(driverName.substr(colon + 2))) {
@@ -74,26 +70,17 @@ VideoDevices::VideoDevices(EventLoop& loop, Places places, std::function<void()>
     if (!places_.udev) {
         return;
     }
-    udev_ = udev_new();
-    monitor_ = udev_ ? udev_monitor_new_from_netlink(udev_, "udev") : nullptr;
+    udev_.reset(udev_new(), udev_unref);
+    if (udev_) {
+        monitor_.reset(udev_monitor_new_from_netlink(udev_.get(), "udev"), udev_monitor_unref);
+    }
     if (!monitor_) {
         return;
     }
-    udev_monitor_filter_add_match_subsystem_devtype(monitor_, "video4linux", nullptr);
-    if (udev_monitor_enable_receiving(monitor_) < 0) {
-        return;
-    }
-    announced_ = loop.watch(udev_monitor_get_fd(monitor_), EPOLLIN,
-                            [this](std::uint32_t) { drainMonitor(); });
-}
-
-VideoDevices::~VideoDevices() {
-    announced_.reset();
-    if (monitor_) {
-        udev_monitor_unref(monitor_);
-    }
-    if (udev_) {
-        udev_unref(udev_);
+    udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), "video4linux", nullptr);
+    if (udev_monitor_enable_receiving(monitor_.get()) >= 0) {
+        announced_ = loop.watch(udev_monitor_get_fd(monitor_.get()), EPOLLIN,
+                                [this](std::uint32_t) { drainMonitor(); });
     }
 }
 
@@ -103,7 +90,7 @@ bool VideoDevices::isVideoNode(std::string_view fileName) {
 }
 
 void VideoDevices::drainMonitor() {
-    while (udev_device* device = udev_monitor_receive_device(monitor_)) {
+    while (udev_device* device = udev_monitor_receive_device(monitor_.get())) {
         udev_device_unref(device);
     }
     onChange_();
@@ -111,18 +98,22 @@ void VideoDevices::drainMonitor() {
 
 std::vector<VideoDevices::Found> VideoDevices::foundByUdev() const {
     std::vector<Found> all;
-    udev_enumerate* enumerate = udev_ ? udev_enumerate_new(udev_) : nullptr;
+    const std::shared_ptr<udev_enumerate> enumerate(udev_enumerate_new(udev_.get()),
+                                                    udev_enumerate_unref);
     if (!enumerate) {
         return all;
     }
-    udev_enumerate_add_match_subsystem(enumerate, "video4linux");
-    udev_enumerate_scan_devices(enumerate);
-    for (auto* entry = udev_enumerate_get_list_entry(enumerate); entry;
+    udev_enumerate_add_match_subsystem(enumerate.get(), "video4linux");
+    udev_enumerate_scan_devices(enumerate.get());
+    for (auto* entry = udev_enumerate_get_list_entry(enumerate.get()); entry;
          entry = udev_list_entry_get_next(entry)) {
-        udev_device* device = udev_device_new_from_syspath(udev_, udev_list_entry_get_name(entry));
-        if (!device) {
+        const auto* place = udev_list_entry_get_name(entry);
+        const std::shared_ptr<udev_device> owner(udev_device_new_from_syspath(udev_.get(), place),
+                                                 udev_device_unref);
+        if (!owner) {
             continue;
         }
+        auto* device = owner.get();
         Found found;
         found.path = textOf(udev_device_get_devnode(device));
         // The parent is the device proper; a virtual camera has none.
@@ -135,24 +126,19 @@ std::vector<VideoDevices::Found> VideoDevices::foundByUdev() const {
         if (!found.path.empty()) {
             all.push_back(std::move(found));
         }
-        udev_device_unref(device);
     }
-    udev_enumerate_unref(enumerate);
     return all;
 }
 
 std::vector<VideoDevices::Found> VideoDevices::foundInFolder() const {
     std::vector<Found> all;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(places_.deviceFolder, error), end;
-         !error && entry != end; entry.increment(error)) {
-        const auto fileName = entry->path().filename().string();
-        if (!isVideoNode(fileName)) {
+    for (const auto& name : sortedNamesIn(places_.deviceFolder)) {
+        if (!isVideoNode(name)) {
             continue;
         }
         Found found;
-        found.path = entry->path();
-        const std::filesystem::path about = std::filesystem::path(places_.classFolder) / fileName;
+        found.path = places_.deviceFolder + '/' + name;
+        const std::filesystem::path about = std::filesystem::path(places_.classFolder) / name;
         std::error_code none;
         const auto device = std::filesystem::canonical(about / "device", none);
         found.key = none ? found.path : device.string();
@@ -181,7 +167,7 @@ bool VideoDevices::captures(const Found& found) {
     }
     const auto answer = askWhetherItCaptures(found.path);
     if (answer) {
-        asked_[key] = *answer;
+        asked_.emplace(key, *answer);
     }
     return answer.value_or(false);
 }
@@ -202,12 +188,10 @@ std::vector<VideoDevice> VideoDevices::list() {
         });
         if (known != devices.end()) {
             known->nodes.push_back(found.path);
-            continue;
+        } else {
+            devices.push_back(
+                {.key = found.key, .name = cameraName(found.name), .nodes = {found.path}});
         }
-        devices.emplace_back();
-        devices.back().key = found.key;
-        devices.back().name = cameraName(found.name);
-        devices.back().nodes.push_back(found.path);
     }
     return devices;
 }

@@ -43,7 +43,6 @@ public:
     };
 
     VideoDevices(EventLoop& loop, Places places, std::function<void()> onChange);
-    ~VideoDevices();
     VideoDevices(const VideoDevices&) = delete;
     VideoDevices& operator=(const VideoDevices&) = delete;
 
@@ -68,10 +67,10 @@ private:
 
     Places places_;
     std::function<void()> onChange_;
-    struct udev* udev_ = nullptr;
-    udev_monitor* monitor_ = nullptr;
+    std::shared_ptr<struct udev> udev_;
+    std::shared_ptr<udev_monitor> monitor_;
     std::map<std::string, bool> asked_; ///< what nodes said for themselves
-    Subscription announced_;
+    Subscription announced_;            ///< last, so that its end is the first
 };
 
 } // namespace velmoran

@@ -2,6 +2,7 @@
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/apps/LinuxCodeSignatures.h"
 
+#include "support/OpenDescriptors.h"
 #include "support/Rights.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryDirectory.h"
@@ -226,7 +227,7 @@ TEST_F(RealProcessNames, AProcessThatForbidsBeingLookedAt) {
     EXPECT_EQ(support::askAsUser([&] {
                   const ProcFs proc;
                   const auto app = LinuxAppNames(LinuxPlaces::ofThisUser()).identify(hidden);
-                  return (proc.isReadable(hidden) ? 1 : 0) + (proc.comm(hidden) ? 0 : 2) +
+                  return (proc.isReadable(hidden) ? 1 : 0) + (proc.stat(hidden) ? 0 : 2) +
                          (app.name == "Unknown app" ? 0 : 4) + (app.path ? 8 : 0) +
                          (app.bundleID == "unidentified:" + std::to_string(hidden) ? 0 : 16);
               }),
@@ -238,7 +239,7 @@ TEST_F(RealProcessNames, AProcessThatForbidsBeingLookedAt) {
 TEST_F(RealProcessNames, NoDescriptorIsLeftAfterManyStarts) {
     LinuxAppNames names(places);
     const auto count = [] {
-        return ProcFs().descriptors(getpid()).size();
+        return support::openDescriptors(getpid()).size();
     };
     const RunningProgram first("/bin/sleep", {"sleep", "60"});
     names.identify(first.pid());
