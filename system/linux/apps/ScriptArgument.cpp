@@ -1,93 +1,53 @@
 #include "system/linux/apps/ScriptArgument.h"
 
+#include "system/TextParsing.h"
+#include "system/linux/kernel/Files.h"
+
+#include <glib.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <span>
 
 namespace velmoran {
 
 namespace {
 
-/// How one kind of interpreter is called.
+/// How one kind of interpreter is called. Names and words stand with blanks between them.
 struct Grammar {
-    std::span<const std::string_view> names;
+    std::string_view names;
     std::string_view inlineLetters;   ///< short options that bring the code themselves
     std::string_view valueLetters;    ///< short options with a value, attached or as next argument
     std::string_view attachedLetters; ///< short options that may have an attached value only
-    std::span<const std::string_view> inlineWords;
-    std::span<const std::string_view> valueWords; ///< long options whose value is the next argument
+    std::string_view inlineWords = {};
+    std::string_view valueWords = {}; ///< long options whose value is the next argument
+    bool hasPlusOptions = false;      ///< "+o" turns an option off
 };
 
-using Words = std::span<const std::string_view>;
+constexpr std::array<Grammar, 8> grammars{
+    {{"python pypy", "cm", "WX", "", "", "--check-hash-based-pycs"},
+     {"perl", "eE", "I", "MmFiDx"},
+     {"ruby", "e", "IrCE", "FiKTWx", "",
+      "--encoding --external-encoding --internal-encoding --dump"},
+     {"node nodejs bun deno", "ep", "rC", "", "--eval --print",
+      "--require --import --loader --experimental-loader --conditions --input-type --env-file "
+      "--config --icu-data-dir"},
+     {"sh bash dash zsh ksh mksh fish ash busybox csh tcsh rbash", "cs", "oO", "", "",
+      "--rcfile --init-file", true},
+     {"lua luajit", "e", "l", ""},
+     {"php", "rBR", "dcz", ""},
+     {"gjs gjs-console tclsh wish", "ce", "IC", "", "--command --eval --module",
+      "--include-path"}}};
 
-template <std::size_t count>
-constexpr Words span(const std::array<std::string_view, count>& words) {
-    return words;
-}
+constexpr std::string_view javaValues =
+    "-cp -classpath --class-path -p --module-path --add-modules --add-opens --add-exports "
+    "--add-reads --limit-modules --upgrade-module-path -d --describe-module";
 
-constexpr std::array<std::string_view, 2> pythonNames{"python", "pypy"};
-constexpr std::array<std::string_view, 1> pythonValues{"--check-hash-based-pycs"};
-constexpr std::array<std::string_view, 1> perlNames{"perl"};
-constexpr std::array<std::string_view, 1> rubyNames{"ruby"};
-constexpr std::array<std::string_view, 4> rubyValues{"--encoding", "--external-encoding",
-                                                     "--internal-encoding", "--dump"};
-constexpr std::array<std::string_view, 4> nodeNames{"node", "nodejs", "bun", "deno"};
-constexpr std::array<std::string_view, 2> nodeInline{"--eval", "--print"};
-constexpr std::array<std::string_view, 9> nodeValues{
-    "--require",    "--import",   "--loader", "--experimental-loader", "--conditions",
-    "--input-type", "--env-file", "--config", "--icu-data-dir"};
-constexpr std::array<std::string_view, 12> shellNames{
-    "sh", "bash", "dash", "zsh", "ksh", "mksh", "fish", "ash", "busybox", "csh", "tcsh", "rbash"};
-constexpr std::array<std::string_view, 2> shellValues{"--rcfile", "--init-file"};
-constexpr std::array<std::string_view, 2> luaNames{"lua", "luajit"};
-constexpr std::array<std::string_view, 1> phpNames{"php"};
-constexpr std::array<std::string_view, 4> otherNames{"gjs", "gjs-console", "tclsh", "wish"};
-constexpr std::array<std::string_view, 3> otherInline{"--command", "--eval", "--module"};
-constexpr std::array<std::string_view, 1> otherValues{"--include-path"};
-
-const std::array<Grammar, 8> grammars{
-    Grammar{span(pythonNames), "cm", "WX", "", {}, span(pythonValues)},
-    Grammar{span(perlNames), "eE", "I", "MmFiDx", {}, {}},
-    Grammar{span(rubyNames), "e", "IrCE", "FiKTWx", {}, span(rubyValues)},
-    Grammar{span(nodeNames), "ep", "rC", "", span(nodeInline), span(nodeValues)},
-    Grammar{span(shellNames), "cs", "oO", "", {}, span(shellValues)},
-    Grammar{span(luaNames), "e", "l", "", {}, {}},
-    Grammar{span(phpNames), "rBR", "dcz", "", {}, {}},
-    Grammar{span(otherNames), "ce", "IC", "", span(otherInline), span(otherValues)}};
-
-constexpr std::array<std::string_view, 13> javaValues{"-cp",
-                                                      "-classpath",
-                                                      "--class-path",
-                                                      "-p",
-                                                      "--module-path",
-                                                      "--add-modules",
-                                                      "--add-opens",
-                                                      "--add-exports",
-                                                      "--add-reads",
-                                                      "--limit-modules",
-                                                      "--upgrade-module-path",
-                                                      "-d",
-                                                      "--describe-module"};
-
-constexpr std::array<std::string_view, 43> launchers{
-    "env",          "flatpak",    "snap",          "snapd",       "xdg-open",    "gio",
-    "gapplication", "gtk-launch", "gtk4-launch",   "exo-open",    "kde-open",    "kde-open5",
-    "kioclient",    "kioclient5", "kstart",        "kstart5",     "pkexec",      "sudo",
-    "su",           "gksu",       "kdesu",         "lxqt-sudo",   "nohup",       "setsid",
-    "nice",         "ionice",     "timeout",       "systemd-run", "dbus-launch", "dbus-run-session",
-    "dbus-send",    "gdbus",      "busctl",        "firejail",    "bwrap",       "gamemoderun",
-    "mangohud",     "prime-run",  "switcherooctl", "distrobox",   "toolbox",     "podman",
-    "docker"};
-
-bool contains(Words words, std::string_view word) {
-    return std::find(words.begin(), words.end(), word) != words.end();
-}
-
-std::string_view fileName(std::string_view path) {
-    const auto slash = path.rfind('/');
-    return slash == std::string_view::npos ? path : path.substr(slash + 1);
-}
+constexpr std::string_view launchers =
+    "env flatpak snap snapd xdg-open gio gapplication gtk-launch gtk4-launch exo-open kde-open "
+    "kde-open5 kioclient kioclient5 kstart kstart5 pkexec sudo su gksu kdesu lxqt-sudo nohup "
+    "setsid nice ionice timeout systemd-run dbus-launch dbus-run-session dbus-send gdbus busctl "
+    "firejail bwrap gamemoderun mangohud prime-run switcherooctl distrobox toolbox podman docker";
 
 /// "python3.11" is "python", "perl5.36.0" is "perl".
 std::string_view withoutVersion(std::string_view name) {
@@ -99,36 +59,28 @@ std::string_view withoutVersion(std::string_view name) {
 }
 
 bool isJava(std::string_view name) {
-    return name == "java" || name == "javaw";
+    return isListed(name, "java javaw");
 }
 bool isWine(std::string_view name) {
-    return name == "wine" || name == "wine64" || name == "wine-preloader" ||
-           name == "wine64-preloader" || name == "wineloader";
+    return isListed(name, "wine wine64 wine-preloader wine64-preloader wineloader");
 }
 bool isElectron(std::string_view name) {
     return withoutVersion(name) == "electron";
 }
 bool isMono(std::string_view name) {
-    return withoutVersion(name) == "mono" || name == "mono-sgen" || name == "dotnet";
+    return withoutVersion(name) == "mono" || isListed(name, "mono-sgen dotnet");
 }
 
 const Grammar* grammarOf(std::string_view name) {
-    const auto plain = withoutVersion(name);
-    for (const auto& grammar : grammars) {
-        if (contains(grammar.names, plain) || contains(grammar.names, name)) {
-            return &grammar;
-        }
-    }
-    return nullptr;
+    const auto* found = std::find_if(grammars.begin(), grammars.end(), [&](const Grammar& each) {
+        return isListed(withoutVersion(name), each.names) || isListed(name, each.names);
+    });
+    return found == grammars.end() ? nullptr : found;
 }
 
-bool endsWithIgnoringCase(std::string_view text, std::string_view lowerEnd) {
-    return text.size() >= lowerEnd.size() &&
-           std::equal(lowerEnd.begin(), lowerEnd.end(),
-                      text.end() - static_cast<std::ptrdiff_t>(lowerEnd.size()),
-                      [](char wanted, char c) {
-                          return wanted == std::tolower(static_cast<unsigned char>(c));
-                      });
+bool endsWithIgnoringCase(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() &&
+           g_ascii_strncasecmp(text.data() + text.size() - end.size(), end.data(), end.size()) == 0;
 }
 
 std::optional<std::string> javaArgument(const std::vector<std::string>& arguments) {
@@ -140,7 +92,7 @@ std::optional<std::string> javaArgument(const std::vector<std::string>& argument
         if (argument == "-m" || argument == "--module") {
             return std::nullopt;
         }
-        if (contains(span(javaValues), argument)) {
+        if (isListed(argument, javaValues)) {
             ++at;
         } else if (argument.empty() || (argument.front() != '-' && argument.front() != '@')) {
             return argument.ends_with(".java") ? std::optional(argument) : std::nullopt;
@@ -192,10 +144,10 @@ Option shortOption(const Grammar& grammar, std::string_view letters) {
 Option optionOf(const Grammar& grammar, std::string_view argument) {
     if (argument.starts_with("--")) {
         const auto word = argument.substr(0, argument.find('='));
-        if (contains(grammar.inlineWords, word)) {
+        if (isListed(word, grammar.inlineWords)) {
             return Option::isInline;
         }
-        return contains(grammar.valueWords, argument) ? Option::takesNext : Option::plain;
+        return isListed(argument, grammar.valueWords) ? Option::takesNext : Option::plain;
     }
     return shortOption(grammar, argument.substr(1));
 }
@@ -209,7 +161,7 @@ bool isInterpreter(std::string_view program) {
 }
 
 bool isLauncher(std::string_view program) {
-    return contains(span(launchers), fileName(program));
+    return isListed(fileName(program), launchers);
 }
 
 std::optional<std::string> scriptArgument(std::string_view program,
@@ -240,28 +192,28 @@ std::optional<std::string> scriptArgument(std::string_view program,
         if (argument == "--") {
             return at + 1 < arguments.size() ? std::optional(arguments[at + 1]) : std::nullopt;
         }
-        // "+o" is a shell's way to turn an option off.
         const bool isOption =
-            argument.front() == '-' ||
-            (argument.front() == '+' && grammar->names.data() == shellNames.data());
+            argument.front() == '-' || (argument.front() == '+' && grammar->hasPlusOptions);
         if (!isOption) {
-            const bool isVerb = at == 1 && argument == "run" && (name == "deno" || name == "bun");
+            const bool isVerb = at == 1 && argument == "run" && isListed(name, "deno bun");
             if (isVerb) {
                 continue;
             }
             return argument;
         }
-        switch (optionOf(*grammar, argument)) {
-        case Option::isInline:
+        const auto option = optionOf(*grammar, argument);
+        if (option == Option::isInline) {
             return std::nullopt;
-        case Option::takesNext:
+        }
+        if (option == Option::takesNext) {
             ++at;
-            break;
-        case Option::plain:
-            break;
         }
     }
     return std::nullopt;
+}
+
+bool isWindowsPath(std::string_view argument) {
+    return argument.size() > 2 && argument[1] == ':';
 }
 
 } // namespace velmoran

@@ -25,4 +25,7 @@ bool isLauncher(std::string_view program);
 std::optional<std::string> scriptArgument(std::string_view program,
                                           const std::vector<std::string>& arguments);
 
+/// Whether it is a path of Wine's, "C:\\…".
+bool isWindowsPath(std::string_view argument);
+
 } // namespace velmoran
