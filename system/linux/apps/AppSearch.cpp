@@ -8,20 +8,11 @@
 
 namespace velmoran {
 
-namespace {
-
-std::string withoutMark(const std::string& link) {
-    constexpr std::string_view deletedMark = " (deleted)";
-    return link.ends_with(deletedMark) ? link.substr(0, link.size() - deletedMark.size()) : link;
-}
-
-} // namespace
-
 AppSearch::AppSearch(LinuxAppNames& names, const ProcFs& proc, const AppIdentity& app)
     : names_(names),
       proc_(proc),
       id_(app.cannotBeNamed() ? std::string() : app.id),
-      looks_(proc) {
+      looks_(names.newLooks()) {
     if (id_.empty()) {
         return;
     }
@@ -83,7 +74,7 @@ AppSearch::Answer AppSearch::lookAtFile(pid_t pid, const std::string& link) {
 }
 
 AppSearch::Verdict AppSearch::judge(const std::string& link) {
-    const auto file = withoutMark(link);
+    const auto file = withoutDeletedMark(link);
     if (traces_.fit(link) || traces_.fit(file)) {
         return Verdict::possible;
     }
@@ -95,13 +86,13 @@ AppSearch::Answer AppSearch::lookAtScript(pid_t pid, const std::string& link) {
     if (arguments.empty()) {
         return Answer::nobody; // as a program begins: its file is there before its arguments
     }
-    const auto script = scriptArgument(withoutMark(link), arguments);
+    const auto script = scriptArgument(withoutDeletedMark(link), arguments);
     if (!script) {
         // A helper without a script of its own runs for its parent's.
         return link.find("/electron") != std::string::npos ? nameOf(pid) : Answer::other;
     }
-    if (script->size() > 2 && (*script)[1] == ':') {
-        return nameOf(pid); // a path of Wine's
+    if (isWindowsPath(*script)) {
+        return nameOf(pid);
     }
     if (files_.empty()) {
         return Answer::other;

@@ -1,6 +1,22 @@
 #include "system/linux/apps/FileLooks.h"
 
+#include <utility>
+
 namespace velmoran {
+
+namespace {
+
+/// What is known under that key, which is asked for once.
+template <typename Value, typename Ask>
+const Value& once(std::unordered_map<std::string, Value>& known, const std::string& key, Ask ask) {
+    auto found = known.find(key);
+    if (found == known.end()) {
+        found = known.emplace(key, ask()).first;
+    }
+    return found->second;
+}
+
+} // namespace
 
 void FileLooks::begin(pid_t pid) {
     pid_ = pid;
@@ -28,30 +44,28 @@ std::vector<std::string> FileLooks::commandLine(pid_t pid) {
     return *arguments_;
 }
 
-const std::optional<FileNumber>& FileLooks::number(const std::string& path) {
-    auto known = numbers_.find(path);
-    if (known == numbers_.end()) {
-        known = numbers_.emplace(path, fileNumber(path)).first;
+std::optional<std::string> FileLooks::executable(pid_t pid) {
+    auto link = executableLink(pid);
+    if (link && link->front() == '/') {
+        const auto its = fileNumber(proc_.path(pid, "exe"));
+        if (its && its == number(*link)) {
+            return link;
+        }
     }
-    return known->second;
+    return proc_.executable(pid);
 }
 
-bool FileLooks::isProtected(const std::string& path, const std::function<bool()>& ask) {
-    auto known = protected_.find(path);
-    if (known == protected_.end()) {
-        known = protected_.emplace(path, ask()).first;
-    }
-    return known->second;
+const std::optional<FileNumber>& FileLooks::number(const std::string& path) {
+    return once(numbers_, path, [&] { return fileNumber(path); });
+}
+
+bool FileLooks::isProtected(const std::string& path) {
+    return once(protected_, path, [&] { return protection_.protects(path); });
 }
 
 const FileLooks::Script& FileLooks::script(const std::string& interpreter, const std::string& path,
                                            const std::function<Script()>& ask) {
-    auto key = interpreter + '\0' + path;
-    auto known = scripts_.find(key);
-    if (known == scripts_.end()) {
-        known = scripts_.emplace(std::move(key), ask()).first;
-    }
-    return known->second;
+    return once(scripts_, interpreter + '\0' + path, ask);
 }
 
 } // namespace velmoran

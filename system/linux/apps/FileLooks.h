@@ -3,6 +3,7 @@
 // through the processes, for one such round at most, since what it says grows old; one thread.
 #pragma once
 
+#include "system/linux/apps/WriteProtection.h"
 #include "system/linux/kernel/ProcFs.h"
 
 #include <sys/types.h>
@@ -23,22 +24,27 @@ public:
         std::optional<std::string> real; ///< its real path; nothing if it isn't to be believed
     };
 
-    explicit FileLooks(const ProcFs& proc) : proc_(proc) {}
+    FileLooks(const ProcFs& proc, const WriteProtection& protection)
+        : proc_(proc),
+          protection_(protection) {}
 
     /// From here on it is about that process as it is now.
     void begin(pid_t pid);
     /// What its "exe" says, and its arguments; read once from a process that was begun with.
     std::optional<std::string> executableLink(pid_t pid);
     std::vector<std::string> commandLine(pid_t pid);
+    /// As `ProcFs::executable` answers.
+    std::optional<std::string> executable(pid_t pid);
 
     /// As `fileNumber` had it when it was asked first.
     const std::optional<FileNumber>& number(const std::string& path);
-    bool isProtected(const std::string& path, const std::function<bool()>& ask);
+    bool isProtected(const std::string& path);
     const Script& script(const std::string& interpreter, const std::string& path,
                          const std::function<Script()>& ask);
 
 private:
     const ProcFs& proc_;
+    const WriteProtection& protection_;
     pid_t pid_ = 0;
     std::optional<std::optional<std::string>> link_;
     std::optional<std::vector<std::string>> arguments_;

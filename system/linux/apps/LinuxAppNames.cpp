@@ -3,17 +3,14 @@
 #include "core/records/AppIdentity.h"
 #include "core/sessions/SystemProcessLinux.h"
 #include "core/text/VisibleText.h"
-#include "system/ProtectedPrograms.h"
 #include "system/linux/apps/CgroupScope.h"
 #include "system/linux/apps/FlatpakSandbox.h"
 #include "system/linux/apps/ScriptArgument.h"
+#include "system/linux/apps/ScriptFile.h"
 
-#include <sys/stat.h>
+#include <glib.h>
 
 #include <algorithm>
-#include <array>
-#include <cctype>
-#include <filesystem>
 #include <set>
 
 namespace velmoran {
@@ -22,26 +19,27 @@ namespace {
 
 constexpr int mostAncestors = 8;
 
-std::string fileName(const std::string& path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
-bool isBelow(const std::string& path, const std::string& folder) {
-    return path.size() > folder.size() + 1 && path.starts_with(folder) &&
-           path[folder.size()] == '/';
-}
-
 /// An app that is called as the unknown one has no id but its path.
 std::optional<std::string> ownID(const std::string& id) {
     return id == AppIdentity::unknownID ? std::nullopt : std::optional(id);
 }
 
 bool startsIgnoringCase(const std::string& text, const std::string& start) {
-    return text.size() >= start.size() &&
-           std::equal(start.begin(), start.end(), text.begin(), [](char a, char b) {
-               return std::tolower(static_cast<unsigned char>(a)) ==
-                      std::tolower(static_cast<unsigned char>(b));
-           });
+    return g_ascii_strncasecmp(text.c_str(), start.c_str(), start.size()) == 0;
+}
+
+/// Of too many the one goes that was put there first.
+template <typename Key, typename Value>
+void putBounded(std::unordered_map<Key, Value>& map, std::deque<Key>& order, const Key& key,
+                Value value) {
+    if (!map.insert_or_assign(key, std::move(value)).second) {
+        return;
+    }
+    order.push_back(key);
+    if (order.size() > LinuxAppNames::mostRemembered) {
+        map.erase(order.front());
+        order.pop_front();
+    }
 }
 
 } // namespace
@@ -87,7 +85,7 @@ AppRef LinuxAppNames::identify(pid_t pid) {
     {
         const std::lock_guard lock(mutex_);
         entries_.refresh();
-        FileLooks looks(proc_);
+        auto looks = newLooks();
         app = nameProcess(pid, looks);
     }
     if (!app || proc_.startTicks(pid) != start) {
@@ -101,7 +99,7 @@ std::optional<AppRef> LinuxAppNames::look(pid_t pid) {
         const std::lock_guard lock(mutex_);
         entries_.refresh();
     }
-    FileLooks looks(proc_);
+    auto looks = newLooks();
     return look(pid, looks);
 }
 
@@ -115,28 +113,13 @@ std::optional<AppRef> LinuxAppNames::nameProcess(pid_t pid, FileLooks& looks) {
     if (auto app = nameFlatpak(pid)) {
         return app;
     }
-    const auto executable = executableOf(pid, looks);
+    const auto executable = looks.executable(pid);
     if (!executable) {
         const auto thread = proc_.survivingThread(pid);
         return thread ? nameProcess(*thread, looks) : std::nullopt;
     }
     auto app = nameSnap(pid, *executable);
     return app ? app : nameExecutable(pid, *executable, looks);
-}
-
-std::optional<std::string> LinuxAppNames::executableOf(pid_t pid, FileLooks& looks) const {
-    auto text = looks.executableLink(pid);
-    if (text && text->front() == '/') {
-        const auto its = fileNumber(proc_.path(pid, "exe"));
-        if (its && its == looks.number(*text)) {
-            return text;
-        }
-    }
-    return proc_.executable(pid);
-}
-
-bool LinuxAppNames::isProtected(const std::string& path, FileLooks& looks) const {
-    return looks.isProtected(path, [&] { return places_.protection.protects(path); });
 }
 
 AppTraces LinuxAppNames::tracesOf(const std::string& id) {
@@ -209,7 +192,7 @@ std::optional<std::string> LinuxAppNames::iconName(const AppRef& app) {
     }
     for (const auto& flatpak : places_.flatpaks) {
         if (isBelow(*app.path, flatpak.path + "/app")) {
-            const auto* found = believedOfFlatpak(fileName(*app.path), isProtected);
+            const auto* found = believedOfFlatpak(std::string(fileName(*app.path)), isProtected);
             return found ? found->entry.icon : std::nullopt;
         }
     }
@@ -238,7 +221,7 @@ std::optional<AppRef> LinuxAppNames::nameSnap(pid_t pid, const std::string& exec
             continue;
         }
         const std::string folder = executable.substr(0, end);
-        const std::string snap = fileName(folder);
+        const std::string snap(fileName(folder));
         const auto scope = parseCgroupScope(proc_.cgroupPaths(pid));
         const bool isOfSnap = scope && scope->kind == CgroupScope::Kind::snap && scope->id == snap;
         const auto* found = entries_.bySnap(snap, isOfSnap ? scope->app : std::string());
@@ -251,15 +234,11 @@ std::optional<AppRef> LinuxAppNames::nameSnap(pid_t pid, const std::string& exec
 
 AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, FileLooks& looks) {
     // The system's own are themselves, whatever started them.
-    if (linuxSystemIdentifier(executable) && isProtected(executable, looks)) {
-        const auto app = nameProgram(pid, executable, looks);
-        return app ? *app : nameFile(executable);
+    if (linuxSystemIdentifier(executable) && looks.isProtected(executable)) {
+        return nameProgram(pid, executable, looks).value_or(nameFile(executable));
     }
     if (isInterpreter(executable)) {
-        if (auto script = nameScript(pid, executable, looks)) {
-            return *script;
-        }
-        return nameFile(executable);
+        return nameScript(pid, executable, looks);
     }
     if (auto app = nameProgram(pid, executable, looks)) {
         return *app;
@@ -267,7 +246,7 @@ AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, F
     if (auto app = nameHelper(pid, executable, looks)) {
         return *app;
     }
-    if (isProtected(executable, looks)) {
+    if (looks.isProtected(executable)) {
         if (const auto entries = entries_.byFolderOf(executable); !entries.empty()) {
             const auto& found = chosen(entries, pid);
             return named(found, found.program);
@@ -283,8 +262,8 @@ std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& p
         return std::nullopt;
     }
     const auto& found = chosen(entries, pid);
-    return isBelieved(found, isProtected(program, looks)) ? named(found, program)
-                                                          : nameFile(program);
+    return isBelieved(found, looks.isProtected(program)) ? named(found, program)
+                                                         : nameFile(program);
 }
 
 bool LinuxAppNames::isBelieved(const DesktopEntries::Found& found, bool programIsProtected) const {
@@ -301,78 +280,22 @@ const DesktopEntries::Found* LinuxAppNames::believedOfFlatpak(const std::string&
     return isBelieved ? found : nullptr;
 }
 
-std::optional<AppRef> LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter,
-                                                FileLooks& looks) {
-    const auto script = scriptPath(pid, interpreter, looks);
-    if (!script) {
+AppRef LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter, FileLooks& looks) {
+    auto script = scriptFile(pid, interpreter, proc_, looks);
+    if (!script && interpreter.find("/electron") != std::string::npos) {
         // A helper of the program that its parent runs in the same interpreter.
-        const auto parent = proc_.parent(pid).value_or(0);
-        if (interpreter.find("/electron") != std::string::npos &&
-            executableOf(parent, looks) == interpreter) {
-            if (const auto its = scriptPath(parent, interpreter, looks)) {
-                const auto app = nameProgram(parent, *its, looks);
-                return app ? *app : nameFile(*its);
-            }
+        pid = proc_.parent(pid).value_or(0);
+        if (looks.executable(pid) == interpreter) {
+            script = scriptFile(pid, interpreter, proc_, looks);
         }
-        return std::nullopt;
     }
-    const auto app = nameProgram(pid, *script, looks);
-    return app ? *app : nameFile(*script);
-}
-
-std::optional<std::string> LinuxAppNames::scriptPath(pid_t pid, const std::string& interpreter,
-                                                     FileLooks& looks) const {
-    auto script = scriptArgument(interpreter, looks.commandLine(pid));
-    if (!script || script->empty() || script->find('\n') != std::string::npos) {
-        return std::nullopt;
-    }
-    const bool isDrive = script->size() > 2 && (*script)[1] == ':';
-    if (isDrive) {
-        std::replace(script->begin(), script->end(), '\\', '/');
-        const char drive =
-            static_cast<char>(std::tolower(static_cast<unsigned char>(script->front())));
-        auto prefix = proc_.environmentVariable(pid, "WINEPREFIX");
-        if (!prefix || prefix->empty()) {
-            prefix = proc_.environmentVariable(pid, "HOME").value_or("") + "/.wine";
-        }
-        // "Z:" is the whole file system by Wine's default.
-        script = (drive == 'z' ? std::string() : *prefix + "/drive_" + drive) + script->substr(2);
-    } else if (!script->starts_with('/')) {
-        const auto folder = proc_.workingDirectory(pid);
-        if (!folder) {
-            return std::nullopt;
-        }
-        script = *folder + '/' + *script;
-    }
-    const auto& known = looks.script(interpreter, *script,
-                                     [&] { return lookAtScript(interpreter, *script, looks); });
-    // It must be the same file for the process as for this program.
-    const bool isSame = known.real && fileNumber(proc_.rootOf(pid) + *script) == known.number;
-    return isSame ? known.real : std::nullopt;
-}
-
-FileLooks::Script LinuxAppNames::lookAtScript(const std::string& interpreter,
-                                              const std::string& script, FileLooks& looks) const {
-    struct stat entry {};
-    std::error_code error;
-    const auto real = std::filesystem::canonical(script, error);
-    if (error || ::stat(script.c_str(), &entry) != 0 ||
-        !(S_ISREG(entry.st_mode) || S_ISDIR(entry.st_mode))) {
-        return {};
-    }
-    // A command line is the process's own word: it can't make one of the system's own programs of
-    // it, nor what root installed of an interpreter that somebody else did.
-    const bool claimsTooMuch =
-        linuxSystemIdentifier(real.string()).has_value() ||
-        (hasProtectedName(real.string()) && readFileUpTo(real, 4) == "\177ELF") ||
-        (isProtected(real, looks) && !isProtected(interpreter, looks));
-    return {.number = FileNumber{.device = entry.st_dev, .inode = entry.st_ino},
-            .real = claimsTooMuch ? std::nullopt : std::optional(real.string())};
+    return script ? nameProgram(pid, *script, looks).value_or(nameFile(*script))
+                  : nameFile(interpreter);
 }
 
 std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& executable,
                                                 FileLooks& looks) {
-    const bool isGuarded = isProtected(executable, looks);
+    const bool isGuarded = looks.isProtected(executable);
     const bool worksForParent = isGuarded && worksForItsParent(executable);
     if (!worksForParent && !mayLieInOwnFolder(executable)) {
         return std::nullopt; // the ancestors cost more than all else
@@ -383,7 +306,7 @@ std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& ex
         if (ancestor <= 1) {
             break;
         }
-        const auto program = executableOf(ancestor, looks);
+        const auto program = looks.executable(ancestor);
         if (!program) {
             break;
         }
@@ -395,13 +318,14 @@ std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& ex
             return nameExecutable(ancestor, *program, looks);
         }
         const auto folder = ownFolder(*program);
-        if (!folder || !isBelow(executable, *folder) || isGuarded != isProtected(*program, looks)) {
+        if (!folder || !isBelow(executable, *folder) || isGuarded != looks.isProtected(*program)) {
             continue;
         }
         // A folder of the user's may hold anything; one named as its program is that program's.
-        const auto folderName = fileName(*folder);
-        if (!isGuarded && !startsIgnoringCase(folderName, fileName(*program)) &&
-            !startsIgnoringCase(fileName(*program), folderName)) {
+        const std::string folderName(fileName(*folder));
+        const std::string programName(fileName(*program));
+        if (!isGuarded && !startsIgnoringCase(folderName, programName) &&
+            !startsIgnoringCase(programName, folderName)) {
             continue;
         }
         if (auto app = nameProgram(ancestor, *program, looks)) {
@@ -433,28 +357,15 @@ AppRef LinuxAppNames::named(const DesktopEntries::Found& found, const std::strin
 }
 
 AppRef LinuxAppNames::nameFile(const std::string& path) const {
-    const auto name = fileName(path);
+    const std::string name(fileName(path));
     // A file may be called by a blank; nobody goes without a name for that.
     return AppRef{.name = showsAnything(name) ? name : path, .bundleID = {}, .path = path};
 }
 
 AppRef LinuxAppNames::remember(pid_t pid, std::uint64_t start, AppRef app) {
-    const auto [known, isNew] = seen_.insert_or_assign(app.id(), app);
-    if (isNew) {
-        seenOrder_.push_back(known->first);
-        if (seenOrder_.size() > mostRemembered) {
-            seen_.erase(seenOrder_.front());
-            seenOrder_.pop_front();
-        }
-    }
+    putBounded(seen_, seenOrder_, app.id(), app);
     const std::lock_guard lock(mutex_);
-    if (processes_.insert_or_assign(pid, Identified{.start = start, .app = app}).second) {
-        processOrder_.push_back(pid);
-        if (processOrder_.size() > mostRemembered) {
-            processes_.erase(processOrder_.front());
-            processOrder_.pop_front();
-        }
-    }
+    putBounded(processes_, processOrder_, pid, Identified{.start = start, .app = app});
     return app;
 }
 

@@ -47,6 +47,8 @@ public:
     /// of a use that wouldn't do, but to hide is no way to escape a stop. Nothing for one that
     /// can't be named. The caller sees to it that the process id isn't another's meanwhile.
     std::optional<AppRef> look(pid_t pid);
+    /// For a round through many; this outlives it.
+    FileLooks newLooks() const { return {proc_, places_.protection}; }
     /// The same with what is known of files already, and with the entries as `tracesOf` has read
     /// them.
     std::optional<AppRef> look(pid_t pid, FileLooks& looks);
@@ -71,7 +73,8 @@ private:
     std::optional<AppRef> nameProcess(pid_t pid, FileLooks& looks);
     std::optional<AppRef> nameFlatpak(pid_t pid);
     std::optional<AppRef> nameSnap(pid_t pid, const std::string& executable);
-    std::optional<AppRef> nameScript(pid_t pid, const std::string& interpreter, FileLooks& looks);
+    /// By the script that an interpreter runs, by the interpreter itself without one.
+    AppRef nameScript(pid_t pid, const std::string& interpreter, FileLooks& looks);
     std::optional<AppRef> nameHelper(pid_t pid, const std::string& executable, FileLooks& looks);
     /// By an entry that starts exactly that file; nothing without one.
     std::optional<AppRef> nameProgram(pid_t pid, const std::string& program, FileLooks& looks);
@@ -85,12 +88,6 @@ private:
                                                    bool folderIsProtected) const;
     const DesktopEntries::Found& chosen(const std::vector<const DesktopEntries::Found*>& entries,
                                         pid_t pid) const;
-    std::optional<std::string> executableOf(pid_t pid, FileLooks& looks) const;
-    bool isProtected(const std::string& path, FileLooks& looks) const;
-    std::optional<std::string> scriptPath(pid_t pid, const std::string& interpreter,
-                                          FileLooks& looks) const;
-    FileLooks::Script lookAtScript(const std::string& interpreter, const std::string& script,
-                                   FileLooks& looks) const;
     AppRef remember(pid_t pid, std::uint64_t start, AppRef app);
     std::optional<AppRef> rememberedProcess(pid_t pid) const;
 

@@ -1,0 +1,73 @@
+#include "system/linux/apps/ScriptFile.h"
+
+#include "core/sessions/SystemProcessLinux.h"
+#include "system/ProtectedPrograms.h"
+#include "system/linux/apps/ScriptArgument.h"
+#include "system/linux/kernel/Files.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include <glib.h>
+
+namespace velmoran {
+
+namespace {
+
+/// The absolute path that an argument means for the process.
+std::optional<std::string> pathOf(std::string argument, pid_t pid, const ProcFs& proc) {
+    if (isWindowsPath(argument)) {
+        std::replace(argument.begin(), argument.end(), '\\', '/');
+        const char drive = g_ascii_tolower(argument.front());
+        auto prefix = proc.environmentVariable(pid, "WINEPREFIX").value_or("");
+        if (prefix.empty()) {
+            prefix = proc.environmentVariable(pid, "HOME").value_or("") + "/.wine";
+        }
+        // "Z:" is the whole file system by Wine's default.
+        return (drive == 'z' ? std::string() : prefix + "/drive_" + drive) + argument.substr(2);
+    }
+    if (argument.starts_with('/')) {
+        return argument;
+    }
+    const auto folder = proc.workingDirectory(pid);
+    return folder ? std::optional(*folder + '/' + argument) : std::nullopt;
+}
+
+FileLooks::Script look(const std::string& interpreter, const std::string& script,
+                       FileLooks& looks) {
+    std::error_code error;
+    const auto real = std::filesystem::canonical(script, error);
+    if (error || !(std::filesystem::is_regular_file(real, error) ||
+                   std::filesystem::is_directory(real, error))) {
+        return {};
+    }
+    // A command line is the process's own word: it can't make one of the system's own programs of
+    // it, nor what root installed of an interpreter that somebody else did.
+    const bool claimsTooMuch =
+        linuxSystemIdentifier(real.string()).has_value() ||
+        (hasProtectedName(real.string()) && readFileUpTo(real, 4) == "\177ELF") ||
+        (looks.isProtected(real) && !looks.isProtected(interpreter));
+    return {.number = fileNumber(script),
+            .real = claimsTooMuch ? std::nullopt : std::optional(real.string())};
+}
+
+} // namespace
+
+std::optional<std::string> scriptFile(pid_t pid, const std::string& interpreter, const ProcFs& proc,
+                                      FileLooks& looks) {
+    const auto argument = scriptArgument(interpreter, looks.commandLine(pid));
+    if (!argument || argument->empty() || argument->find('\n') != std::string::npos) {
+        return std::nullopt;
+    }
+    const auto script = pathOf(*argument, pid, proc);
+    if (!script) {
+        return std::nullopt;
+    }
+    const auto& known =
+        looks.script(interpreter, *script, [&] { return look(interpreter, *script, looks); });
+    // It must be the same file for the process as for this program.
+    const bool isSame = known.real && fileNumber(proc.rootOf(pid) + *script) == known.number;
+    return isSame ? known.real : std::nullopt;
+}
+
+} // namespace velmoran

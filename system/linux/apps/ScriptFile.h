@@ -1,0 +1,19 @@
+// Which file a process that runs an interpreter runs as its script, by the path under which this
+// program sees it. Reads at the moment of asking; any thread.
+#pragma once
+
+#include "system/linux/apps/FileLooks.h"
+#include "system/linux/kernel/ProcFs.h"
+
+#include <optional>
+#include <string>
+
+namespace velmoran {
+
+/// The real path. Nothing for code from elsewhere, for a file that the process sees another under
+/// that path than this program does, and for one that its command line may not claim: one of the
+/// system's own programs, one that is never closed, or root's while the interpreter isn't.
+std::optional<std::string> scriptFile(pid_t pid, const std::string& interpreter, const ProcFs& proc,
+                                      FileLooks& looks);
+
+} // namespace velmoran
