@@ -123,7 +123,7 @@ DesktopEntries::Stamp DesktopEntries::stampOf(const std::string& folder) {
 
 void DesktopEntries::refresh() {
     const bool isCurrent =
-        readings_ > 0 && std::all_of(stamps_.begin(), stamps_.end(), [](const auto& known) {
+        !stamps_.empty() && std::all_of(stamps_.begin(), stamps_.end(), [](const auto& known) {
             return stampOf(known.first) == known.second;
         });
     if (!isCurrent) {
@@ -132,7 +132,6 @@ void DesktopEntries::refresh() {
 }
 
 void DesktopEntries::read() {
-    ++readings_;
     all_.clear();
     byID_.clear();
     byProgram_.clear();

@@ -39,8 +39,6 @@ public:
     /// Reads all entries again if a folder was changed, came or went since they were read. One
     /// status call a folder otherwise.
     void refresh();
-    /// How often the entries have been read.
-    int readings() const { return readings_; }
 
     /// The entry of that id: one that root alone can write first, then in the order of the folders,
     /// so that the user's own shadows none of those. Nothing if there is none.
@@ -87,7 +85,6 @@ private:
     std::unordered_map<std::string, std::string> programOfFolder_;
     std::unordered_set<std::string> protectedNames_;
     std::map<std::string, Stamp> stamps_;
-    int readings_ = 0;
 };
 
 /// The folder that is a program's own, beginning with the one that it lies in, and going above one

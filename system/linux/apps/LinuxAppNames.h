@@ -65,9 +65,6 @@ public:
 
     /// How many ids, and as many processes, are remembered at most; the oldest go.
     static constexpr std::size_t mostRemembered = 2000;
-    std::size_t remembered() const { return seen_.size(); }
-    std::size_t pinned() const { return pinned_.size(); }
-    int entryReadings() const { return entries_.readings(); }
 
 private:
     std::optional<AppRef> nameProcess(pid_t pid, FileLooks& looks);

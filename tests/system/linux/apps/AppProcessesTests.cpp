@@ -259,8 +259,8 @@ TEST_F(AppProcessesTest, AreAskedForWithoutBeingRemembered) {
     const auto tool = world.program("usr/bin/recorder");
     world.proc.add(10, {.executable = tool});
     EXPECT_EQ(of(tool), Pids{10});
-    EXPECT_EQ(names().remembered(), 0U);
-    EXPECT_EQ(names().entryReadings(), 1);
+    world.proc.add(10, {.executable = ""});
+    EXPECT_EQ(names().look(10), std::nullopt);
 }
 
 TEST(AppProcesses, OfThisMachineAreThoseThatTheNamesGive) {

@@ -215,25 +215,33 @@ TEST_F(DesktopEntriesTest, ReadsAgainOnlyWhenAFolderHasChanged) {
     world.program("usr/bin/cam");
     world.entry("a", "Name=A\nExec=cam");
     DesktopEntries entries(world.places());
-    EXPECT_EQ(entries.readings(), 0);
+    // Another text in the same file: its folder shows nothing of that.
+    const auto rename = [&](const std::string& id, const std::string& name) {
+        world.program("usr/share/applications/" + id + ".desktop",
+                      "[Desktop Entry]\nType=Application\nExec=cam\nName=" + name + '\n');
+    };
+    EXPECT_FALSE(entries.byID("a"));
     entries.refresh();
+    rename("a", "Changed");
     entries.refresh();
-    EXPECT_EQ(entries.readings(), 1);
+    EXPECT_EQ(entries.byID("a")->entry.name, "A");
     world.entry("b", "Name=B\nExec=cam");
     entries.refresh();
-    EXPECT_EQ(entries.readings(), 2);
+    EXPECT_EQ(entries.byID("a")->entry.name, "Changed");
     EXPECT_TRUE(entries.byID("b"));
     std::filesystem::remove(world.path("usr/share/applications/a.desktop"));
     world.touch("usr/share/applications");
     entries.refresh();
     EXPECT_FALSE(entries.byID("a"));
     // A folder that wasn't there comes.
+    rename("b", "Changed");
     std::filesystem::create_directories(
         world.path("home/u/.local/share/flatpak/exports/share/applications"));
     entries.refresh();
-    EXPECT_EQ(entries.readings(), 4);
+    EXPECT_EQ(entries.byID("b")->entry.name, "Changed");
+    rename("b", "Once more");
     entries.refresh();
-    EXPECT_EQ(entries.readings(), 4);
+    EXPECT_EQ(entries.byID("b")->entry.name, "Changed");
 }
 
 TEST_F(DesktopEntriesTest, EndsInALoopOfFolders) {

@@ -480,7 +480,7 @@ TEST_F(LinuxAppNamesTest, KeepsWhatIsPinnedUntilItIsUnpinned) {
     names().unpin(77);
     EXPECT_EQ(names().ofProcess(process), unknown(10));
     names().unpin(77);
-    EXPECT_EQ(names().pinned(), 0U);
+    EXPECT_EQ(names().ofProcess(process), unknown(10));
 }
 
 TEST_F(LinuxAppNamesTest, AsksOfAnIdGiveWhatWasSeenOrIsInstalled) {
@@ -494,35 +494,45 @@ TEST_F(LinuxAppNamesTest, AsksOfAnIdGiveWhatWasSeenOrIsInstalled) {
 }
 
 TEST_F(LinuxAppNamesTest, RemembersABoundedNumberOfApps) {
+    // An app that has a name only as long as its entry stands, or it is remembered.
+    const auto chat = world.program("home/u/chat/chat");
+    world.userEntry("chat", "Name=Chat\nExec=" + chat);
+    world.proc.add(9, {.executable = chat});
+    identify(9);
+    std::filesystem::remove(world.path("home/u/.local/share/applications/chat.desktop"));
+    world.touch("home/u/.local/share/applications");
     const auto tool = world.program("usr/bin/recorder");
     world.proc.add(10, {.executable = tool});
-    for (std::uint32_t i = 0; i < 3000; ++i) {
-        names().pin(i, names().identify(10));
-        names().identify(100000 + static_cast<pid_t>(i));
+    // The same again and again, and those that can't be named, drive nobody out.
+    for (std::uint32_t i = 0; i < LinuxAppNames::mostRemembered + 10; ++i) {
+        names().pin(i, identify(10));
+        identify(100000 + static_cast<pid_t>(i));
         names().unpin(i);
     }
-    EXPECT_EQ(names().remembered(), 1U);
-    EXPECT_EQ(names().pinned(), 0U);
-    for (std::size_t i = 0; i < LinuxAppNames::mostRemembered + 10; ++i) {
-        world.proc.exec(10, world.path("tmp/mount-" + std::to_string(i)));
-        names().identify(10);
-    }
-    EXPECT_EQ(names().remembered(), LinuxAppNames::mostRemembered);
+    EXPECT_EQ(names().ofBundleID(chat), file("Chat", chat));
+    const auto identifyOthers = [&](std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            world.proc.exec(10, world.path("tmp/mount-" + std::to_string(i)));
+            identify(10);
+        }
+    };
+    identifyOthers(LinuxAppNames::mostRemembered - 2);
+    EXPECT_EQ(names().ofBundleID(chat), file("Chat", chat));
+    identifyOthers(LinuxAppNames::mostRemembered);
+    EXPECT_EQ(names().ofBundleID(chat), file("chat", chat));
 }
 
 TEST_F(LinuxAppNamesTest, ReadsNoEntriesForAPinnedProcess) {
     installBrowser();
     world.proc.add(10, {.executable = world.path("usr/lib/firefox/firefox")});
-    EXPECT_EQ(names().entryReadings(), 0);
-    names().pin(1, names().identify(10));
-    EXPECT_EQ(names().entryReadings(), 1);
-    world.touch("usr/share/applications");
+    names().pin(1, identify(10));
+    world.entry("org.mozilla.firefox", "Name=Renamed\nExec=firefox %u");
     const AudioProcess process{
         .objectID = 1, .pid = 10, .bundleID = {}, .isRunningInput = true, .isRunningOutput = false};
     EXPECT_EQ(names().ofProcess(process), browser());
-    EXPECT_EQ(names().entryReadings(), 1);
-    identify(10);
-    EXPECT_EQ(names().entryReadings(), 2);
+    auto looks = names().newLooks();
+    EXPECT_EQ(names().look(10, looks), browser()) << "the entries as they have been read";
+    EXPECT_EQ(identify(10).name, "Renamed");
 }
 
 } // namespace
