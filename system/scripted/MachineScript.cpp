@@ -8,45 +8,66 @@ namespace velmoran {
 
 namespace {
 
-std::map<std::string, std::string> texts(const Json& json, const std::string& what) {
-    std::map<std::string, std::string> result;
-    for (const auto& item : strict::object(json, what).items()) {
-        result[item.key()] = strict::text(item.value(), what + "." + item.key());
-    }
-    return result;
+/// Of every key what `read` makes of its value and of what that is called.
+template <typename Read>
+auto mapOf(Read read) {
+    return [read](const Json& json, const std::string& what) {
+        std::map<std::string, decltype(read(json, what))> result;
+        for (const auto& item : strict::object(json, what).items()) {
+            result[item.key()] = read(item.value(), what + "." + item.key());
+        }
+        return result;
+    };
 }
 
-std::vector<std::string> listOfTexts(const Json& json, const std::string& what) {
-    std::vector<std::string> result;
-    for (const auto& each : strict::array(json, what)) {
-        result.push_back(strict::text(each, what));
-    }
-    return result;
+template <typename Read>
+auto listOf(Read read) {
+    return [read](const Json& json, const std::string& what) {
+        std::vector<decltype(read(json, what))> result;
+        for (const auto& each : strict::array(json, what)) {
+            result.push_back(read(each, what));
+        }
+        return result;
+    };
+}
+
+template <typename Read>
+auto setOf(Read read) {
+    return [read](const Json& json, const std::string& what) {
+        const auto list = listOf(read)(json, what);
+        return std::set(list.begin(), list.end());
+    };
 }
 
 Platform platformFrom(const Json& json, const std::string& what) {
     const auto name = strict::text(json, what);
-    if (name == "macOS") {
-        return Platform::macOS;
+    if (name != "macOS" && name != "Linux") {
+        throw DecodingError("\"" + what + "\" is neither \"macOS\" nor \"Linux\"");
     }
-    if (name == "Linux") {
-        return Platform::linux;
-    }
-    throw DecodingError("\"" + what + "\" is neither \"macOS\" nor \"Linux\"");
+    return name == "macOS" ? Platform::macOS : Platform::linux;
 }
 
 BrowserAnswer answerFrom(const Json& json, const std::string& what) {
-    const auto name = strict::text(json, what);
-    if (name == "close") {
-        return BrowserAnswer::close;
+    static const std::map<std::string, BrowserAnswer> answers = {{"close", BrowserAnswer::close},
+                                                                 {"keep", BrowserAnswer::keep},
+                                                                 {"cancel", BrowserAnswer::cancel}};
+    const auto found = answers.find(strict::text(json, what));
+    if (found == answers.end()) {
+        throw DecodingError("\"" + what + "\" is none of \"close\", \"keep\" and \"cancel\"");
     }
-    if (name == "keep") {
-        return BrowserAnswer::keep;
+    return found->second;
+}
+
+std::uint32_t outputFrom(const Json& json, const std::string& what) {
+    return static_cast<std::uint32_t>(strict::integer(json, what, 0, UINT32_MAX));
+}
+
+double secondsFrom(const Json& json, const std::string& what) {
+    const auto seconds = strict::number(json, what);
+    if (seconds < 0) {
+        throw DecodingError("\"" + what + "\" is less than 0");
     }
-    if (name == "cancel") {
-        return BrowserAnswer::cancel;
-    }
-    throw DecodingError("\"" + what + "\" is none of \"close\", \"keep\" and \"cancel\"");
+    return seconds;
 }
 
 Connection connectionFrom(const Json& json, const std::string& what) {
@@ -75,83 +96,29 @@ MachineScript::Microphone microphoneFrom(const Json& json, const std::string& wh
 
 using Reader = std::function<void(MachineScript&, const Json&, const std::string&)>;
 
+template <typename Value, typename Read>
+Reader reader(Value MachineScript::*member, Read read) {
+    return [member, read](MachineScript& script, const Json& json, const std::string& what) {
+        script.*member = read(json, what);
+    };
+}
+
 const std::map<std::string, Reader, std::less<>>& readers() {
     using Script = MachineScript;
-    using Text = const std::string&;
     static const std::map<std::string, Reader, std::less<>> table = {
-        {"platform",
-         [](Script& s, const Json& j, Text w) {
-             s.platform = platformFrom(j, w);
-         }},
-        {"ownBundleID",
-         [](Script& s, const Json& j, Text w) {
-             s.ownBundleID = strict::text(j, w);
-         }},
-        {"teamIDs",
-         [](Script& s, const Json& j, Text w) {
-             s.teamIDs = texts(j, w);
-         }},
-        {"signingIDs",
-         [](Script& s, const Json& j, Text w) {
-             s.signingIDs = texts(j, w);
-         }},
-        {"connections",
-         [](Script& s, const Json& j, Text w) {
-             s.connections.clear();
-             for (const auto& item : strict::object(j, w).items()) {
-                 auto& peers = s.connections[item.key()];
-                 for (const auto& each : strict::array(item.value(), w + "." + item.key())) {
-                     peers.push_back(connectionFrom(each, w + "." + item.key()));
-                 }
-             }
-         }},
-        {"microphones",
-         [](Script& s, const Json& j, Text w) {
-             s.microphones.clear();
-             for (const auto& each : strict::array(j, w)) {
-                 s.microphones.push_back(microphoneFrom(each, w));
-             }
-         }},
-        {"outputs",
-         [](Script& s, const Json& j, Text w) {
-             s.outputs.clear();
-             for (const auto& each : strict::array(j, w)) {
-                 s.outputs.insert(
-                     static_cast<std::uint32_t>(strict::integer(each, w, 0, UINT32_MAX)));
-             }
-         }},
-        {"outputMuteFails",
-         [](Script& s, const Json& j, Text w) {
-             s.outputMuteFails = strict::boolean(j, w);
-         }},
-        {"closeSeconds",
-         [](Script& s, const Json& j, Text w) {
-             s.closeSeconds.clear();
-             for (const auto& item : strict::object(j, w).items()) {
-                 const auto seconds = strict::number(item.value(), w + "." + item.key());
-                 if (seconds < 0) {
-                     throw DecodingError("\"" + w + "." + item.key() + "\" is less than 0");
-                 }
-                 s.closeSeconds[item.key()] = seconds;
-             }
-         }},
-        {"refusesToClose",
-         [](Script& s, const Json& j, Text w) {
-             const auto ids = listOfTexts(j, w);
-             s.refusesToClose = {ids.begin(), ids.end()};
-         }},
-        {"browsers",
-         [](Script& s, const Json& j, Text w) {
-             s.browsers = listOfTexts(j, w);
-         }},
-        {"browserAnswer",
-         [](Script& s, const Json& j, Text w) {
-             s.browserAnswer = answerFrom(j, w);
-         }},
-        {"shortcutRefused",
-         [](Script& s, const Json& j, Text w) {
-             s.shortcutRefused = strict::boolean(j, w);
-         }},
+        {"platform", reader(&Script::platform, platformFrom)},
+        {"ownBundleID", reader(&Script::ownBundleID, strict::text)},
+        {"teamIDs", reader(&Script::teamIDs, mapOf(strict::text))},
+        {"signingIDs", reader(&Script::signingIDs, mapOf(strict::text))},
+        {"connections", reader(&Script::connections, mapOf(listOf(connectionFrom)))},
+        {"microphones", reader(&Script::microphones, listOf(microphoneFrom))},
+        {"outputs", reader(&Script::outputs, setOf(outputFrom))},
+        {"outputMuteFails", reader(&Script::outputMuteFails, strict::boolean)},
+        {"closeSeconds", reader(&Script::closeSeconds, mapOf(secondsFrom))},
+        {"refusesToClose", reader(&Script::refusesToClose, setOf(strict::text))},
+        {"browsers", reader(&Script::browsers, listOf(strict::text))},
+        {"browserAnswer", reader(&Script::browserAnswer, answerFrom)},
+        {"shortcutRefused", reader(&Script::shortcutRefused, strict::boolean)},
     };
     return table;
 }

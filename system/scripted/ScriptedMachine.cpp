@@ -37,6 +37,12 @@ private:
     std::map<int, Subscription> underWay_;
 };
 
+std::optional<std::string> valueAt(const std::map<std::string, std::string>& table,
+                                   const std::string& key) {
+    const auto found = table.find(key);
+    return found == table.end() ? std::nullopt : std::optional(found->second);
+}
+
 } // namespace
 
 void ScriptedSnapshots::start(std::function<void(const SystemSnapshot&)> handler) {
@@ -55,14 +61,6 @@ void ScriptedSnapshots::deliver(const SystemSnapshot& snapshot) const {
         handler(snapshot);
     }
 }
-
-namespace {
-std::optional<std::string> valueAt(const std::map<std::string, std::string>& table,
-                                   const std::string& key) {
-    const auto found = table.find(key);
-    return found == table.end() ? std::nullopt : std::optional(found->second);
-}
-} // namespace
 
 std::optional<std::string> ScriptedMachine::teamID(const std::string& path) {
     return valueAt(script.teamIDs, path);
