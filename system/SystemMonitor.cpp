@@ -17,10 +17,19 @@ constexpr std::array<ListenerAddress, 4> systemListeners = {
      {Interface::camera, systemObjectID, "dev#"}}};
 } // namespace
 
-// Listeners are never removed and a posted action may outlast the monitor, so what they touch is
-// held weakly.
 struct SystemMonitor::State : std::enable_shared_from_this<SystemMonitor::State> {
     explicit State(MonitorReadings given) : readings(given) {}
+
+    /// Listeners are never removed and a posted action may outlast the monitor: that does nothing
+    /// then.
+    template <typename Action>
+    auto whileAlive(Action action) {
+        return [weak = weak_from_this(), action = std::move(action)](const auto&... told) {
+            if (const auto state = weak.lock()) {
+                action(*state, told...);
+            }
+        };
+    }
 
     MonitorReadings readings;
     std::function<void(const SystemSnapshot&)> handler;
@@ -40,32 +49,20 @@ struct SystemMonitor::State : std::enable_shared_from_this<SystemMonitor::State>
         for (const auto& address : systemListeners) {
             listen(address);
         }
-        readings.attribution.start([weak = weak_from_this()](const AttributionTable& table) {
-            if (const auto self = weak.lock()) {
-                self->readings.queue.post([weak, table] {
-                    if (const auto state = weak.lock()) {
-                        state->attributions = table;
-                        state->refresh();
-                    }
-                });
-            }
-        });
+        readings.attribution.start(whileAlive([](State& told, const AttributionTable& table) {
+            told.readings.queue.post(told.whileAlive([table](State& state) {
+                state.attributions = table;
+                state.refresh();
+            }));
+        }));
         timer = readings.queue.every(pollInterval, [this] { refresh(); });
         // Behind what the attribution may have reported within its start: an app that is named from
         // the first is no app that has just turned something on.
-        readings.queue.post([weak = weak_from_this()] {
-            if (const auto state = weak.lock()) {
-                state->refresh();
-            }
-        });
+        readings.queue.post(whileAlive([](State& state) { state.refresh(); }));
     }
 
     void listen(const ListenerAddress& address) {
-        readings.listeners.add(address, [weak = weak_from_this()] {
-            if (const auto self = weak.lock()) {
-                self->refresh();
-            }
-        });
+        readings.listeners.add(address, whileAlive([](State& state) { state.refresh(); }));
     }
 
     void refresh() {
@@ -105,21 +102,16 @@ SystemMonitor::SystemMonitor(MonitorReadings readings)
 SystemMonitor::~SystemMonitor() = default;
 
 void SystemMonitor::start(std::function<void(const SystemSnapshot&)> handler) {
-    state_->readings.queue.post([weak = std::weak_ptr(state_), handler = std::move(handler)] {
-        if (const auto state = weak.lock()) {
-            state->start(handler);
-        }
-    });
+    state_->readings.queue.post(
+        state_->whileAlive([handler = std::move(handler)](State& state) { state.start(handler); }));
 }
 
 void SystemMonitor::stop() {
     state_->readings.attribution.stop();
-    state_->readings.queue.post([weak = std::weak_ptr(state_)] {
-        if (const auto state = weak.lock()) {
-            state->timer.reset();
-            state->handler = nullptr;
-        }
-    });
+    state_->readings.queue.post(state_->whileAlive([](State& state) {
+        state.timer.reset();
+        state.handler = nullptr;
+    }));
 }
 
 SystemSnapshot currentSnapshot(AudioReadings& audio, CameraReadings& cameras,
