@@ -2,7 +2,7 @@
 // processes and no camera open; beside it, in the same run, one walk over /proc, which the look
 // must never be.
 #include "core/records/SystemSnapshot.h"
-#include "system/SystemMonitor.h"
+#include "system/SnapshotBuilder.h"
 #include "system/linux/LinuxReadings.h"
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/clients/PeerSockets.h"
@@ -58,9 +58,13 @@ void refreshWithNothingChanged(benchmark::State& state) {
     LinuxReadings readings({loop, names, peers, pulse}, "/dev");
     // On the thread that it belongs to, so that the CPU time is all there is.
     loop.runAndWait([&] {
-        auto last = currentSnapshot(readings.audio(), readings.cameras(), outputs, names);
+        const auto read = [&] {
+            return buildSnapshot(readings.audio().processes(), readings.cameras().devices(), {},
+                                 outputs.current(), names);
+        };
+        const auto last = read();
         for (auto step : state) {
-            auto snapshot = currentSnapshot(readings.audio(), readings.cameras(), outputs, names);
+            auto snapshot = read();
             benchmark::DoNotOptimize(snapshot == last);
         }
         state.counters["recording"] = static_cast<double>(last.microphoneApps.size());

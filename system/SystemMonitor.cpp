@@ -114,9 +114,4 @@ void SystemMonitor::stop() {
     }));
 }
 
-SystemSnapshot currentSnapshot(AudioReadings& audio, CameraReadings& cameras,
-                               OutputDevices& outputs, AppNames& names) {
-    return buildSnapshot(audio.processes(), cameras.devices(), {}, outputs.current(), names);
-}
-
 } // namespace velmoran

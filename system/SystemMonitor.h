@@ -32,8 +32,4 @@ private:
     std::shared_ptr<State> state_;
 };
 
-/// A reading outside the monitor's deliveries, with nobody attributed.
-SystemSnapshot currentSnapshot(AudioReadings& audio, CameraReadings& cameras,
-                               OutputDevices& outputs, AppNames& names);
-
 } // namespace velmoran

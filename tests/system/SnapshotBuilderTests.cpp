@@ -86,5 +86,16 @@ TEST(SnapshotBuilder, KeepsAnAppApartFromWhoCannotBeNamedUnderItsId) {
                                                         AppRef::unidentifiedAs("unidentified:7")}));
 }
 
+TEST(SnapshotBuilder, AttributesNobodyWithoutAReport) {
+    FakeNames names;
+    names.byPid[10] = app("Recorder", "org.example.rec");
+    const auto snapshot =
+        buildSnapshot({process(50, 10, true, false)}, {{70, "Cam", true}}, {}, std::nullopt, names);
+    EXPECT_TRUE(snapshot.cameraOn);
+    EXPECT_TRUE(snapshot.cameraApps.empty());
+    EXPECT_EQ(snapshot.microphoneApps.size(), 1U);
+    EXPECT_TRUE(snapshot.microphoneAttributed.empty());
+}
+
 } // namespace
 } // namespace velmoran

@@ -193,22 +193,5 @@ TEST_F(SystemMonitorTest, EndsItsTimerAndItsHandlerForGoodWhenStopped) {
     EXPECT_EQ(seen.size(), 2U);
 }
 
-TEST(CurrentSnapshot, HasNobodyAttributed) {
-    FakeReadings machine;
-    machine.cameras.deviceList = {{70, "Cam", true}};
-    machine.names.byPid[10] = {.name = "Recorder", .bundleID = "org.example.rec", .path = {}};
-    machine.audio.processList = {{.objectID = 50,
-                                  .pid = 10,
-                                  .bundleID = {},
-                                  .isRunningInput = true,
-                                  .isRunningOutput = false}};
-    const auto snapshot =
-        currentSnapshot(machine.audio, machine.cameras, machine.outputs, machine.names);
-    EXPECT_TRUE(snapshot.cameraOn);
-    EXPECT_TRUE(snapshot.cameraApps.empty());
-    EXPECT_EQ(snapshot.microphoneApps.size(), 1U);
-    EXPECT_TRUE(snapshot.microphoneAttributed.empty());
-}
-
 } // namespace
 } // namespace velmoran
