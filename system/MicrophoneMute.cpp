@@ -22,16 +22,13 @@ bool MicrophoneMute::setByVolume(std::uint32_t objectID, bool muted) {
             continue;
         }
         float volume = 0;
-        {
-            const std::lock_guard lock(mutex_);
-            if (!muted) {
-                const auto saved = savedVolumes_.find(objectID);
-                volume = saved == savedVolumes_.end() ? volumeWithoutMemory : saved->second;
-            } else if (*current > 0) {
-                // Only a volume that can be heard is worth keeping: the mute is repeated for as
-                // long as it stands.
-                savedVolumes_[objectID] = *current;
-            }
+        if (!muted) {
+            const auto saved = savedVolumes_.find(objectID);
+            volume = saved == savedVolumes_.end() ? volumeWithoutMemory : saved->second;
+        } else if (*current > 0) {
+            // Only a volume that can be heard is worth keeping: the mute is repeated for as long
+            // as it stands.
+            savedVolumes_[objectID] = *current;
         }
         anyWritten = controls_.setVolume(objectID, element, volume) || anyWritten;
     }

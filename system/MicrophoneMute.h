@@ -1,11 +1,11 @@
-// Silences every microphone and gives each its own volume back. Owned by the machine; main thread.
+// Silences every microphone and gives each its own volume back. Owned by whoever has the
+// machine's microphones; one call at a time.
 #pragma once
 
 #include "core/stopping/StopResult.h"
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -50,7 +50,6 @@ private:
     InputControls& controls_;
     /// Volumes before the mute, by device; kept as long as the program runs.
     std::map<std::uint32_t, float> savedVolumes_;
-    std::mutex mutex_; ///< held around the table only, never during a write to a device
 };
 
 } // namespace velmoran
