@@ -80,9 +80,7 @@ bool AppCrew::isGone() {
 }
 
 void AppCrew::askToEnd() {
-    stage_ = Stage::asked;
-    dropOthers();
-    std::for_each(held_.begin(), held_.end(), [this](const auto& process) { send(process); });
+    tellKnown(Stage::asked);
 }
 
 void AppCrew::kill() {
@@ -94,9 +92,15 @@ void AppCrew::kill() {
 }
 
 void AppCrew::killKnown() {
-    stage_ = Stage::forced;
+    tellKnown(Stage::forced);
+}
+
+void AppCrew::tellKnown(Stage stage) {
+    stage_ = stage;
     dropOthers();
-    std::for_each(held_.begin(), held_.end(), [this](const auto& process) { send(process); });
+    for (const auto& process : held_) {
+        send(process);
+    }
 }
 
 void AppCrew::wakeStopped() {

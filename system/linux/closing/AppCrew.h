@@ -62,6 +62,7 @@ private:
     Sight takeIn(pid_t pid, AppSearch& search);
     bool counts(const HeldProcess& process);
     void dropOthers();
+    void tellKnown(Stage stage);
     void send(const HeldProcess& process) const;
     bool waitForKnown() const;
 
