@@ -23,42 +23,4 @@ ProgramStatus statusOf(const AppModel& model) {
     return status;
 }
 
-void to_json(Json& json, const ProgramStatus& status) {
-    json = Json::object();
-    json["cameraOn"] = status.cameraOn;
-    json["microphoneOn"] = status.microphoneOn;
-    json["microphoneMuted"] = status.microphoneMuted;
-    json["stopping"] = status.stopping;
-    auto& uses = json["uses"] = Json::array();
-    for (const auto& use : status.uses) {
-        Json app = Json::object();
-        app["id"] = use.app.id;
-        app["name"] = use.app.name;
-        writeIfPresent(app, "path", use.app.path);
-        Json each = Json::object();
-        each["device"] = use.device;
-        each["app"] = std::move(app);
-        each["since"] = use.since;
-        each["seenFromStart"] = use.seenFromStart;
-        uses.push_back(std::move(each));
-    }
-}
-
-void from_json(const Json& json, ProgramStatus& status) {
-    status = {};
-    status.cameraOn = required<bool>(json, "cameraOn");
-    status.microphoneOn = required<bool>(json, "microphoneOn");
-    status.microphoneMuted = required<bool>(json, "microphoneMuted");
-    status.stopping = required<bool>(json, "stopping");
-    for (const auto& each : required<Json>(json, "uses")) {
-        const auto app = required<Json>(each, "app");
-        status.uses.push_back({.device = required<Device>(each, "device"),
-                               .app = {.id = required<std::string>(app, "id"),
-                                       .name = required<std::string>(app, "name"),
-                                       .path = ifPresent<std::string>(app, "path")},
-                               .since = required<std::int64_t>(each, "since"),
-                               .seenFromStart = required<bool>(each, "seenFromStart")});
-    }
-}
-
 } // namespace velmoran

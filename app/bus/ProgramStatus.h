@@ -1,7 +1,7 @@
 // What is on right now, as other programs are told it. Plain values; any thread.
 #pragma once
 
-#include "core/base/Json.h"
+#include "core/base/Fields.h"
 #include "core/base/Timestamp.h"
 #include "core/records/Device.h"
 
@@ -45,8 +45,25 @@ struct ProgramStatus {
 /// Main thread.
 ProgramStatus statusOf(const AppModel& model);
 
-void to_json(Json& json, const ProgramStatus& status);
-/// Throws DecodingError for what it doesn't know; further keys are left alone.
-void from_json(const Json& json, ProgramStatus& status);
+void visitFields(MaybeConst<ProgramStatus::App> auto& app, auto visit) {
+    visit("id", app.id);
+    visit("name", app.name);
+    visit("path", app.path);
+}
+
+void visitFields(MaybeConst<ProgramStatus::Use> auto& use, auto visit) {
+    visit("device", use.device);
+    visit("app", use.app);
+    visit("since", use.since);
+    visit("seenFromStart", use.seenFromStart);
+}
+
+void visitFields(MaybeConst<ProgramStatus> auto& status, auto visit) {
+    visit("cameraOn", status.cameraOn);
+    visit("microphoneOn", status.microphoneOn);
+    visit("microphoneMuted", status.microphoneMuted);
+    visit("stopping", status.stopping);
+    visit("uses", status.uses);
+}
 
 } // namespace velmoran

@@ -24,8 +24,7 @@ std::string printable(const std::string& text) {
         }
     }
     // Writing replaces what isn't UTF-8, also a character that the cut went through.
-    const auto written = Json(cut).dump(-1, ' ', false, Json::error_handler_t::replace);
-    return Json::parse(written).get<std::string>() + (text.size() > longest ? "…" : "");
+    return decode<std::string>(encode(cut)) + (text.size() > longest ? "…" : "");
 }
 
 /// The library's message without "[json.exception.type_error.302] ".
@@ -222,7 +221,7 @@ Doing decide(const Json& value, const std::string& name) {
     result.app = strict::text(strict::member(value, name, "app"), name + ".app");
     for (const auto& each :
          strict::array(strict::member(value, name, "devices"), name + ".devices")) {
-        const auto device = deviceFrom(strict::text(each, name + ".devices"));
+        const auto device = caseNamed<Device>(strict::text(each, name + ".devices"));
         if (!device) {
             throw DecodingError("unknown device \"" + each.get<std::string>() + "\"");
         }

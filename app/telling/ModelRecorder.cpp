@@ -7,34 +7,6 @@
 
 namespace velmoran {
 
-namespace {
-const char* name(StatusIconState state) {
-    switch (state) {
-    case StatusIconState::idle:
-        return "idle";
-    case StatusIconState::inUse:
-        return "inUse";
-    case StatusIconState::alert:
-        return "alert";
-    case StatusIconState::awayWatch:
-        break;
-    }
-    return "awayWatch";
-}
-
-const char* name(BrowserAnswer answer) {
-    switch (answer) {
-    case BrowserAnswer::close:
-        return "close";
-    case BrowserAnswer::keep:
-        return "keep";
-    case BrowserAnswer::cancel:
-        break;
-    }
-    return "cancel";
-}
-} // namespace
-
 ModelRecorder::ModelRecorder(AppModel& model, std::function<Seconds()> at, ReplayWriter& writer)
     : model_(model),
       at_(std::move(at)),
@@ -88,11 +60,11 @@ void ModelRecorder::asked(const BrowserQuestion& question, BrowserAnswer answer)
     writer_.write(at_(), "asked",
                   {{"browsers", question.browsers},
                    {"keepOffered", question.keepOffered},
-                   {"answer", name(answer)}});
+                   {"answer", answer}});
 }
 
 void ModelRecorder::told(const SessionEvent& event) {
-    writer_.write(at_(), eventName(event.kind), {{"session", writer_.session(event.session)}});
+    writer_.write(at_(), rawValue(event.kind), {{"session", writer_.session(event.session)}});
     forgetOldNames();
 }
 
@@ -100,7 +72,7 @@ void ModelRecorder::lookAtIcon() {
     const auto state = model_.statusIconState();
     if (icon_ != state) {
         icon_ = state;
-        writer_.write(at_(), "icon", {{"state", name(state)}});
+        writer_.write(at_(), "icon", {{"state", state}});
     }
 }
 
@@ -111,8 +83,8 @@ void ModelRecorder::forgetOldNames() {
         return;
     }
     std::unordered_set<Uuid> ids;
-    for (std::size_t i = 0; i < history.size(); ++i) {
-        ids.insert(history[i].id);
+    for (const auto& session : history) {
+        ids.insert(session.id);
     }
     for (const auto& session : *model_.openSessions) {
         ids.insert(session.id);
@@ -127,9 +99,8 @@ bool ModelRecorder::show(const std::string& word) {
             value.push_back(writer_.session(session));
         }
     } else if (word == "history") {
-        const auto& history = *model_.historySessions;
-        for (std::size_t i = 0; i < history.size(); ++i) {
-            value.push_back(writer_.session(history[i]));
+        for (const auto& session : *model_.historySessions) {
+            value.push_back(writer_.session(session));
         }
     } else if (word == "trust") {
         value = *model_.trust;
@@ -138,7 +109,7 @@ bool ModelRecorder::show(const std::string& word) {
             value.push_back(writer_.notice(item));
         }
     } else if (word == "icon") {
-        value = name(model_.statusIconState());
+        value = model_.statusIconState();
     } else if (word == "settings") {
         value = allFields(model_.settings);
     } else {

@@ -47,16 +47,4 @@ Json ReplayWriter::notice(const NoticeItem& item) {
     return json;
 }
 
-std::string_view eventName(SessionEvent::Kind kind) {
-    switch (kind) {
-    case SessionEvent::Kind::started:
-        return "started";
-    case SessionEvent::Kind::reattributed:
-        return "reattributed";
-    case SessionEvent::Kind::ended:
-        break;
-    }
-    return "ended";
-}
-
 } // namespace velmoran

@@ -7,7 +7,6 @@
 #include "core/base/Timestamp.h"
 #include "core/base/Uuid.h"
 #include "core/records/UsageSession.h"
-#include "core/sessions/SessionEvent.h"
 
 #include <cstdint>
 #include <functional>
@@ -55,8 +54,5 @@ private:
     Names sessions_{'s'};
     Names notices_{'n'};
 };
-
-/// The word for an event of a session: "started", "reattributed" or "ended".
-std::string_view eventName(SessionEvent::Kind kind);
 
 } // namespace velmoran

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <compare>
+#include <functional>
 
 namespace velmoran {
 
@@ -29,3 +30,10 @@ inline Seconds operator-(Timestamp later, Timestamp earlier) {
 }
 
 } // namespace velmoran
+
+template <>
+struct std::hash<velmoran::Timestamp> {
+    std::size_t operator()(velmoran::Timestamp time) const noexcept {
+        return std::hash<double>()(time.seconds);
+    }
+};

@@ -70,8 +70,9 @@ std::optional<std::string_view> bundleIDColumn(const AppIdentity& app) {
 
 std::optional<UsageSession> sessionFrom(const SessionRecord& row) {
     UsageSession session;
-    const auto device =
-        row.deviceRaw.kind == Column::Kind::text ? deviceFrom(row.deviceRaw.bytes) : std::nullopt;
+    const auto device = row.deviceRaw.kind == Column::Kind::text
+                            ? caseNamed<Device>(row.deviceRaw.bytes)
+                            : std::nullopt;
     const auto id = readId(row.id);
     if (!device || !id) {
         return std::nullopt;
@@ -88,10 +89,10 @@ std::optional<UsageSession> sessionFrom(const SessionRecord& row) {
     app.unidentified = app.bundleID && app.bundleID->empty();
     app = asStored(std::move(app));
     if (row.outcomeRaw.kind == Column::Kind::text) {
-        session.outcome = sessionOutcomeFrom(row.outcomeRaw.bytes);
+        session.outcome = caseNamed<SessionOutcome>(row.outcomeRaw.bytes);
     }
     if (row.levelRaw.kind == Column::Kind::text) {
-        session.warningLevel = warningLevelFrom(row.levelRaw.bytes);
+        session.warningLevel = caseNamed<WarningLevel>(row.levelRaw.bytes);
     }
     if (row.connectionsData.kind == Column::Kind::blob ||
         row.connectionsData.kind == Column::Kind::text) {

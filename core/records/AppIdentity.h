@@ -1,10 +1,7 @@
 // Who uses a device. A plain value; any thread.
 #pragma once
 
-#include "core/base/Json.h"
-
-#include <optional>
-#include <string>
+#include "core/base/Fields.h"
 
 namespace velmoran {
 
@@ -38,12 +35,16 @@ struct AppIdentity {
     bool operator==(const AppIdentity&) const = default;
 };
 
-void to_json(Json& json, const AppIdentity& app);
-void from_json(const Json& json, AppIdentity& app);
+void visitFields(MaybeConst<AppIdentity> auto& app, auto visit) {
+    visit("id", app.id);
+    visit("name", app.name);
+    visit("bundleID", app.bundleID);
+    visit("path", app.path);
+    visit("teamID", app.teamID);
+    visit("unidentified", app.unidentified, OnlyIfTrue());
+}
 
 } // namespace velmoran
 
 template <>
-struct std::hash<velmoran::AppIdentity> {
-    std::size_t operator()(const velmoran::AppIdentity& app) const noexcept;
-};
+struct std::hash<velmoran::AppIdentity> : velmoran::FieldHash<velmoran::AppIdentity> {};

@@ -1,49 +1,55 @@
-// Enumerations whose stored form is their case name: one table serves both directions.
+// Enumerations that are stored and exchanged by the names of their cases. One takes part by a
+// function `caseNames(Enum)` beside it, which gives these names in the order of the cases.
 #pragma once
 
 #include "core/base/Json.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace velmoran {
 
-template <class Enum, std::size_t count>
-using RawValueTable = std::array<std::pair<Enum, std::string_view>, count>;
+template <class Enum>
+concept NamedCases = std::is_enum_v<Enum> && requires(Enum value) { caseNames(value).size(); };
 
-template <class Enum, std::size_t count>
-std::string_view rawValueIn(const RawValueTable<Enum, count>& table, Enum value) {
-    for (const auto& [each, text] : table) {
-        if (each == value) {
-            return text;
-        }
-    }
-    return {};
+/// The case name.
+template <NamedCases Enum>
+std::string_view rawValue(Enum value) {
+    const auto names = caseNames(value);
+    const auto index = static_cast<std::size_t>(value);
+    return index < names.size() ? names[index] : std::string_view();
 }
 
-template <class Enum, std::size_t count>
-std::optional<Enum> caseIn(const RawValueTable<Enum, count>& table, std::string_view text) {
-    for (const auto& [each, name] : table) {
-        if (name == text) {
-            return each;
-        }
-    }
-    return std::nullopt;
+/// Nothing for a text that is no case name.
+template <NamedCases Enum>
+std::optional<Enum> caseNamed(std::string_view text) {
+    const auto names = caseNames(Enum());
+    const auto found = std::find(names.begin(), names.end(), text);
+    return found == names.end() ? std::nullopt
+                                : std::optional(static_cast<Enum>(found - names.begin()));
 }
 
-/// Throws DecodingError for a value that isn't a text or isn't in the table.
-template <class Enum, std::size_t count>
-Enum caseFromJson(const RawValueTable<Enum, count>& table, const Json& json) {
+template <NamedCases Enum>
+void to_json(Json& json, Enum value) {
+    json = std::string(rawValue(value));
+}
+
+/// Throws DecodingError for a value that isn't a text or is no case name.
+template <NamedCases Enum>
+void from_json(const Json& json, Enum& value) {
     if (!json.is_string()) {
         throw DecodingError("a text was expected");
     }
     const auto& text = json.get_ref<const std::string&>();
-    if (const auto found = caseIn(table, text)) {
-        return *found;
+    const auto found = caseNamed<Enum>(text);
+    if (!found) {
+        throw DecodingError("unknown name \"" + text + "\"");
     }
-    throw DecodingError("unknown name \"" + text + "\"");
+    value = *found;
 }
 
 } // namespace velmoran

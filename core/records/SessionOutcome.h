@@ -1,10 +1,7 @@
 // How a session ended. A plain value; any thread.
 #pragma once
 
-#include "core/base/Json.h"
-
-#include <optional>
-#include <string_view>
+#include "core/records/RawValue.h"
 
 namespace velmoran {
 
@@ -14,11 +11,8 @@ enum class SessionOutcome {
     endUnknown,    ///< the program was not running when the use ended
 };
 
-/// The case name: the stored and exchanged form.
-std::string_view rawValue(SessionOutcome outcome);
-std::optional<SessionOutcome> sessionOutcomeFrom(std::string_view rawValue);
-
-void to_json(Json& json, SessionOutcome outcome);
-void from_json(const Json& json, SessionOutcome& outcome);
+constexpr std::array<std::string_view, 3> caseNames(SessionOutcome) {
+    return {"endedNormally", "stoppedByUser", "endUnknown"};
+}
 
 } // namespace velmoran

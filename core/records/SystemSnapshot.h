@@ -2,13 +2,10 @@
 // thread, handed to the main thread by copy.
 #pragma once
 
-#include "core/base/Json.h"
+#include "core/base/Fields.h"
+#include "core/records/RawValue.h"
 
 #include <cstdint>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace velmoran {
 
@@ -47,8 +44,9 @@ struct OutputDeviceInfo {
     bool operator==(const OutputDeviceInfo&) const = default;
 };
 
-std::string_view rawValue(OutputDeviceInfo::Kind kind);
-std::optional<OutputDeviceInfo::Kind> outputKindFrom(std::string_view rawValue);
+constexpr std::array<std::string_view, 3> caseNames(OutputDeviceInfo::Kind) {
+    return {"builtInSpeakers", "headphones", "other"};
+}
 
 struct SystemSnapshot {
     bool cameraOn = false;                    ///< at least one camera is running
@@ -71,16 +69,38 @@ struct SystemSnapshot {
 /// These three are exchanged by their field names, with a missing field read as its empty value, as
 /// which `unidentified` isn't written; a name must stand in an AppRef, and nothing may stand that
 /// is not a field.
-void to_json(Json& json, const AppRef& ref);
 void from_json(const Json& json, AppRef& ref);
-void to_json(Json& json, const OutputDeviceInfo& output);
 void from_json(const Json& json, OutputDeviceInfo& output);
-void to_json(Json& json, const SystemSnapshot& snapshot);
 void from_json(const Json& json, SystemSnapshot& snapshot);
+
+void visitFields(MaybeConst<AppRef> auto& ref, auto visit) {
+    visit("name", ref.name);
+    visit("bundleID", ref.bundleID);
+    visit("path", ref.path);
+    visit("unidentified", ref.unidentified, OnlyIfTrue());
+}
+
+void visitFields(MaybeConst<OutputDeviceInfo> auto& output, auto visit) {
+    visit("objectID", output.objectID);
+    visit("name", output.name);
+    visit("kind", output.kind);
+    visit("volume", output.volume);
+    visit("isMuted", output.isMuted);
+}
+
+void visitFields(MaybeConst<SystemSnapshot> auto& snapshot, auto visit) {
+    visit("cameraOn", snapshot.cameraOn);
+    visit("cameraDevices", snapshot.cameraDevices);
+    visit("cameraApps", snapshot.cameraApps);
+    visit("microphoneOn", snapshot.microphoneOn);
+    visit("microphoneApps", snapshot.microphoneApps);
+    visit("microphoneAttributed", snapshot.microphoneAttributed);
+    visit("speakerOn", snapshot.speakerOn);
+    visit("speakerApps", snapshot.speakerApps);
+    visit("output", snapshot.output);
+}
 
 } // namespace velmoran
 
 template <>
-struct std::hash<velmoran::AppRef> {
-    std::size_t operator()(const velmoran::AppRef& ref) const noexcept;
-};
+struct std::hash<velmoran::AppRef> : velmoran::FieldHash<velmoran::AppRef> {};

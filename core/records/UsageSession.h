@@ -2,7 +2,7 @@
 // values; any thread.
 #pragma once
 
-#include "core/base/Json.h"
+#include "core/base/Fields.h"
 #include "core/base/Timestamp.h"
 #include "core/base/Uuid.h"
 #include "core/records/AppIdentity.h"
@@ -50,19 +50,32 @@ void to_json(Json& json, Timestamp time);
 void from_json(const Json& json, Timestamp& time);
 void to_json(Json& json, const Uuid& id);
 void from_json(const Json& json, Uuid& id);
-void to_json(Json& json, const ConnectionRecord& connection);
+/// Takes whole numbers alone for the port.
 void from_json(const Json& json, ConnectionRecord& connection);
-void to_json(Json& json, const UsageSession& session);
-void from_json(const Json& json, UsageSession& session);
+
+void visitFields(MaybeConst<ConnectionRecord> auto& connection, auto visit) {
+    visit("address", connection.address);
+    visit("port", connection.port);
+    visit("transport", connection.transport);
+    visit("firstSeen", connection.firstSeen);
+}
+
+void visitFields(MaybeConst<UsageSession> auto& session, auto visit) {
+    visit("id", session.id);
+    visit("device", session.device);
+    visit("app", session.app);
+    visit("start", session.start);
+    visit("end", session.end);
+    visit("outcome", session.outcome);
+    visit("warningLevel", session.warningLevel);
+    visit("connections", session.connections);
+    visit("observedFromStart", session.observedFromStart);
+}
 
 } // namespace velmoran
 
 template <>
-struct std::hash<velmoran::ConnectionRecord> {
-    std::size_t operator()(const velmoran::ConnectionRecord& connection) const noexcept;
-};
+struct std::hash<velmoran::ConnectionRecord> : velmoran::FieldHash<velmoran::ConnectionRecord> {};
 
 template <>
-struct std::hash<velmoran::UsageSession> {
-    std::size_t operator()(const velmoran::UsageSession& session) const noexcept;
-};
+struct std::hash<velmoran::UsageSession> : velmoran::FieldHash<velmoran::UsageSession> {};

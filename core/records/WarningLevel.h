@@ -1,21 +1,15 @@
 // How loudly a use was or is to be told. A plain value; any thread.
 #pragma once
 
-#include "core/base/Json.h"
-
-#include <optional>
-#include <string_view>
+#include "core/records/RawValue.h"
 
 namespace velmoran {
 
 /// Compared by case order: quiet < standard < strong.
 enum class WarningLevel { quiet, standard, strong };
 
-/// The case name: the stored and exchanged form.
-std::string_view rawValue(WarningLevel level);
-std::optional<WarningLevel> warningLevelFrom(std::string_view rawValue);
-
-void to_json(Json& json, WarningLevel level);
-void from_json(const Json& json, WarningLevel& level);
+constexpr std::array<std::string_view, 3> caseNames(WarningLevel) {
+    return {"quiet", "standard", "strong"};
+}
 
 } // namespace velmoran

@@ -1,6 +1,7 @@
 // What changed about a session at one reading. A plain value; any thread.
 #pragma once
 
+#include "core/records/RawValue.h"
 #include "core/records/UsageSession.h"
 
 namespace velmoran {
@@ -17,5 +18,9 @@ struct SessionEvent {
 
     bool operator==(const SessionEvent&) const = default;
 };
+
+constexpr std::array<std::string_view, 3> caseNames(SessionEvent::Kind) {
+    return {"started", "reattributed", "ended"};
+}
 
 } // namespace velmoran

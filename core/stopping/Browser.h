@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/records/AppIdentity.h"
+#include "core/records/RawValue.h"
 
 #include <string>
 #include <string_view>
@@ -15,6 +16,10 @@ enum class BrowserAnswer {
     keep, ///< stop everything else and leave the browsers open
     cancel,
 };
+
+constexpr std::array<std::string_view, 3> caseNames(BrowserAnswer) {
+    return {"close", "keep", "cancel"};
+}
 
 namespace Browser {
 

@@ -3,25 +3,30 @@
 // thread.
 #pragma once
 
-#include "core/base/Json.h"
-
-#include <optional>
-#include <string_view>
+#include "core/records/RawValue.h"
 
 namespace velmoran {
 
 enum class TrustKind { trusted, alwaysWarn, trustedAlwaysWarn };
 
-bool isTrusted(TrustKind kind);
-bool alwaysWarns(TrustKind kind);
+constexpr std::array<std::string_view, 3> caseNames(TrustKind) {
+    return {"trusted", "alwaysWarn", "trustedAlwaysWarn"};
+}
+
+constexpr bool isTrusted(TrustKind kind) {
+    return kind != TrustKind::alwaysWarn;
+}
+
+constexpr bool alwaysWarns(TrustKind kind) {
+    return kind != TrustKind::trusted;
+}
+
 /// Nothing for false, false: that pair means no rule.
-std::optional<TrustKind> trustKindOf(bool trusted, bool alwaysWarn);
-
-/// The case name: the stored and exchanged form.
-std::string_view rawValue(TrustKind kind);
-std::optional<TrustKind> trustKindFrom(std::string_view rawValue);
-
-void to_json(Json& json, TrustKind kind);
-void from_json(const Json& json, TrustKind& kind);
+constexpr std::optional<TrustKind> trustKindOf(bool trusted, bool alwaysWarn) {
+    if (trusted) {
+        return alwaysWarn ? TrustKind::trustedAlwaysWarn : TrustKind::trusted;
+    }
+    return alwaysWarn ? std::optional(TrustKind::alwaysWarn) : std::nullopt;
+}
 
 } // namespace velmoran

@@ -3,7 +3,6 @@
 #include "core/text/Localizer.h"
 
 #include <algorithm>
-#include <boost/container_hash/hash.hpp>
 
 namespace velmoran {
 
@@ -109,34 +108,4 @@ std::vector<TrustList::Entry> TrustList::entries(TrustKind kind, const Localizer
     return result;
 }
 
-void to_json(Json& json, const TrustRule& rule) {
-    json = Json::object();
-    json["app"] = rule.app;
-    json["device"] = rule.device;
-    json["kind"] = rule.kind;
-}
-
-void from_json(const Json& json, TrustRule& rule) {
-    rule.app = required<AppIdentity>(json, "app");
-    rule.device = required<Device>(json, "device");
-    rule.kind = required<TrustKind>(json, "kind");
-}
-
-void to_json(Json& json, const TrustList& list) {
-    json = Json::object();
-    json["rules"] = list.rules();
-}
-
-void from_json(const Json& json, TrustList& list) {
-    list.rules_ = required<std::vector<TrustRule>>(json, "rules");
-}
-
 } // namespace velmoran
-
-std::size_t
-std::hash<velmoran::TrustRule>::operator()(const velmoran::TrustRule& rule) const noexcept {
-    std::size_t seed = std::hash<velmoran::AppIdentity>{}(rule.app);
-    boost::hash_combine(seed, static_cast<int>(rule.device));
-    boost::hash_combine(seed, static_cast<int>(rule.kind));
-    return seed;
-}

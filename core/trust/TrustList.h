@@ -25,6 +25,13 @@ struct TrustRule {
     bool operator==(const TrustRule&) const = default;
 };
 
+/// Reading is strict: one missing key or unknown name fails the whole list.
+void visitFields(MaybeConst<TrustRule> auto& rule, auto visit) {
+    visit("app", rule.app);
+    visit("device", rule.device);
+    visit("kind", rule.kind);
+}
+
 /// Lookups match the app's `id` and `teamID`, so that the same id from another maker inherits no
 /// trust; writes replace by `id` alone, so that no rule of another maker stays beside the new one.
 /// The speaker and an app that can't be named never get a rule. A rewritten rule moves to the end.
@@ -58,24 +65,17 @@ public:
     std::vector<Entry> entries(TrustKind kind, const Localizer& localizer) const;
 
     bool operator==(const TrustList&) const = default;
+    friend void visitFields(MaybeConst<TrustList> auto& list, auto visit) {
+        visit("rules", list.rules_);
+    }
 
 private:
-    friend void from_json(const Json& json, TrustList& list);
-
     void replace(std::optional<TrustKind> kind, const AppIdentity& app, Device device);
 
     std::vector<TrustRule> rules_;
 };
 
-/// Reading is strict: one missing key or unknown name fails the whole list.
-void to_json(Json& json, const TrustRule& rule);
-void from_json(const Json& json, TrustRule& rule);
-void to_json(Json& json, const TrustList& list);
-void from_json(const Json& json, TrustList& list);
-
 } // namespace velmoran
 
 template <>
-struct std::hash<velmoran::TrustRule> {
-    std::size_t operator()(const velmoran::TrustRule& rule) const noexcept;
-};
+struct std::hash<velmoran::TrustRule> : velmoran::FieldHash<velmoran::TrustRule> {};

@@ -1,11 +1,15 @@
 // The one thing that the status icon shows of the whole state. Pure; any thread.
 #pragma once
 
-#include <string_view>
+#include "core/records/RawValue.h"
 
 namespace velmoran {
 
 enum class StatusIconState { idle, inUse, alert, awayWatch };
+
+constexpr std::array<std::string_view, 4> caseNames(StatusIconState) {
+    return {"idle", "inUse", "alert", "awayWatch"};
+}
 
 struct StatusIconInput {
     bool cameraOn = false;
@@ -17,8 +21,5 @@ struct StatusIconInput {
 /// A strong warning outranks all else, and use of a device outranks the away watch. The speaker has
 /// no say.
 StatusIconState statusIconState(const StatusIconInput& input);
-
-/// The case name.
-std::string_view rawValue(StatusIconState state);
 
 } // namespace velmoran

@@ -75,7 +75,7 @@ TEST(JsonOf, EnumerationsIsTheirCaseName) {
     EXPECT_EQ(rawValue(OutputDeviceInfo::Kind::builtInSpeakers), "builtInSpeakers");
     EXPECT_EQ(rawValue(OutputDeviceInfo::Kind::headphones), "headphones");
     EXPECT_EQ(rawValue(OutputDeviceInfo::Kind::other), "other");
-    EXPECT_EQ(outputKindFrom("earphones"), std::nullopt);
+    EXPECT_EQ(caseNamed<OutputDeviceInfo::Kind>("earphones"), std::nullopt);
 }
 
 TEST(JsonOf, KeysStandInTheOrderOfTheFields) {

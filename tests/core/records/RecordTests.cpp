@@ -69,7 +69,7 @@ TEST(UsageSession, CannotBeReadWithAnUnknownDevice) {
     auto json = Json(openSession());
     json["device"] = "keyboard";
     EXPECT_THROW(decode<UsageSession>(json.dump()), DecodingError);
-    EXPECT_EQ(deviceFrom("keyboard"), std::nullopt);
+    EXPECT_EQ(caseNamed<Device>("keyboard"), std::nullopt);
 }
 
 TEST(UsageSession, CannotBeReadWithAFractionalPort) {
@@ -129,14 +129,14 @@ TEST(WarningLevel, IsOrderedByCaseAndNotByText) {
     EXPECT_LT(WarningLevel::standard, WarningLevel::strong);
     EXPECT_GT(WarningLevel::strong, WarningLevel::quiet);
     EXPECT_GE(WarningLevel::strong, WarningLevel::strong);
-    EXPECT_EQ(warningLevelFrom("loud"), std::nullopt);
+    EXPECT_EQ(caseNamed<WarningLevel>("loud"), std::nullopt);
 }
 
 TEST(Device, RunsInItsFixedOrder) {
     std::string order;
     for (const auto device : allDevices) {
         order += std::string(rawValue(device)) + " ";
-        EXPECT_EQ(deviceFrom(rawValue(device)), device);
+        EXPECT_EQ(caseNamed<Device>(rawValue(device)), device);
     }
     EXPECT_EQ(order, "camera microphone speaker ");
 }

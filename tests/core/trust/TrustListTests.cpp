@@ -43,8 +43,8 @@ TEST(TrustKind, IsStoredByItsName) {
     EXPECT_EQ(rawValue(TrustKind::trusted), "trusted");
     EXPECT_EQ(rawValue(TrustKind::alwaysWarn), "alwaysWarn");
     EXPECT_EQ(rawValue(TrustKind::trustedAlwaysWarn), "trustedAlwaysWarn");
-    EXPECT_EQ(trustKindFrom("alwaysWarn"), TrustKind::alwaysWarn);
-    EXPECT_EQ(trustKindFrom("always"), std::nullopt);
+    EXPECT_EQ(caseNamed<TrustKind>("alwaysWarn"), TrustKind::alwaysWarn);
+    EXPECT_EQ(caseNamed<TrustKind>("always"), std::nullopt);
 }
 
 TEST(TrustRule, IsIdentifiedByAppAndDevice) {
