@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <sqlite3.h>
 #include <utility>
@@ -38,395 +37,51 @@ bool isOpen(const UsageSession& session) {
 
 } // namespace
 
-class HistoryStore::Implementation {
-public:
-    Implementation(const std::optional<std::filesystem::path>& url,
-                   std::function<void()> beforeReopening)
-        : url_(url),
-          beforeReopening_(std::move(beforeReopening)),
-          open_(std::make_unique<OpenHistory>(url)) {}
-
-    std::function<void(FileChange)> onFileChange;
-
-    void save(const UsageSession& session) {
-        if (std::isnan(session.start.seconds)) {
-            return;
-        }
-        auto found = std::ranges::find(pending_, session.id,
-                                       [](const Pending& each) { return each.session.id; });
-        if (found == pending_.end()) {
-            found = pending_.emplace(pending_.end());
-        }
-        std::erase_if(ongoing_, [&](const UsageSession& each) { return each.id == session.id; });
-        if (isOpen(session)) {
-            ongoing_.push_back(session);
-        }
-        found->session = session;
-        found->connections = connectionsText(session.connections);
-        inTransaction([] {});
-    }
-
-    HistoryView list() {
-        heedOtherWriters();
-        if (!isLoaded_ && !isDamaged_) {
-            load();
-        }
-        return list_;
-    }
-
-    void closeOpen() {
-        inTransaction([this] { open_->sessions.closeOpen(); });
-        isLoaded_ = false;
-    }
-
-    void prune(Timestamp before) {
-        int sessionsGone = -1;
-        int reportsGone = -1;
-        const bool done = inTransaction([&] {
-            sessionsGone = tryRun(open_->pruneSessions, before);
-            reportsGone = tryRun(open_->pruneReports, before);
-        });
-        if (!done) {
-            return;
-        }
-        if (sessionsGone > 0) {
-            list_ = list_.withoutStartsBefore(before);
-            isDamaged_ = false;
-        }
-        if (reportsGone > 0) {
-            payloads_ = nullptr;
-        }
-        if (sessionsGone > 0 || reportsGone > 0) {
-            open_->database.emptyLog();
-        }
-    }
-
-    void deleteAll() {
-        int sessionsGone = -1;
-        int reportsGone = -1;
-        const bool done = inTransaction([&] {
-            sessionsGone = tryRun(open_->deleteSessions);
-            reportsGone = tryRun(open_->deleteReports);
-        });
-        if (!done) {
-            return;
-        }
-        if (sessionsGone >= 0) {
-            list_ = {};
-            isLoaded_ = true;
-            isDamaged_ = false;
-        }
-        if (reportsGone >= 0) {
-            payloads_ = nullptr;
-        }
-        open_->database.emptyLog();
-    }
-
-    std::size_t count() {
-        try {
-            return open_ ? open_->sessions.count() : 0;
-        } catch (const std::exception&) {
-            return 0;
-        }
-    }
-
-    void saveReport(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
-                    const std::string& payload) {
-        inTransaction([&] {
-            const std::string key = id.text();
-            bool exists = false;
-            {
-                Run query(open_->findReport);
-                exists = query.bind(1, key).step();
-            }
-            if (exists) {
-                Run update(open_->updateReport);
-                update.bind(1, key).bind(2, end).bindBlob(3, payload).step();
-            } else {
-                Run insert(open_->insertReport);
-                insert.bind(1, key).bind(2, start).bind(3, end).bindBlob(4, payload).step();
-            }
-        });
-        payloads_ = nullptr;
-    }
-
-    void deleteReport(const Uuid& id) {
-        inTransaction([&] {
-            const std::string key = id.text();
-            Run(open_->deleteReport).bind(1, key).step();
-        });
-        payloads_ = nullptr;
-    }
-
-    std::shared_ptr<const std::vector<std::string>> payloads() {
-        heedOtherWriters();
-        if (payloads_) {
-            return payloads_;
-        }
-        auto texts = std::make_shared<std::vector<std::string>>();
-        if (!open_) {
-            return texts;
-        }
-        try {
-            Run query(open_->allReports);
-            while (query.step()) {
-                texts->push_back(query.column(0).getString());
-            }
-        } catch (const std::exception&) {
-            return std::make_shared<const std::vector<std::string>>(); // tried again next time
-        }
-        payloads_ = std::move(texts);
-        return payloads_;
-    }
-
-private:
-    struct Pending {
-        UsageSession session;
-        std::optional<std::string> connections; ///< its connectionsData
-        bool isShown = false;                   ///< stands in the list though not in the file
-    };
-
-    struct Written {
-        std::optional<HistoryView::Place> old; ///< where the row was, if there was one
-        HistoryView::Entry entry;
-        bool isKnown = true; ///< false if `old` couldn't be read
-    };
-
-    /// Writes what is pending and does the work, then brings the list up to date. True when the
-    /// work is in the file.
-    template <class Work>
-    bool inTransaction(Work work) {
-        heedFile();
-        if (!open_) {
-            showPending();
-            return false;
-        }
-        std::vector<Written> written;
-        std::vector<Pending> failed;
-        bool needsReading = false; // places of what was shown before it had a row have changed
-        try {
-            run(open_->begin);
-            if (needsRepair_) {
-                open_->sessions.closeOpen();
-            }
-            for (const auto& each : pending_) {
-                try {
-                    written.push_back(write(each));
-                    needsReading |= each.isShown;
-                } catch (const SQLite::Exception& error) {
-                    if (!open_->isInTransaction()) {
-                        throw;
-                    }
-                    if (isRefusal(error)) {
-                        needsReading |= each.isShown;
-                    } else {
-                        failed.push_back(each); // mustn't keep the others out of the file
-                    }
-                }
-            }
-            work();
-            run(open_->commit);
-        } catch (const std::exception&) {
-            if (open_->isInTransaction()) {
-                open_->connection().tryExec("ROLLBACK");
-            }
-            showPending();
-            return false;
-        }
-        pending_ = std::move(failed);
-        const bool wasRepaired = std::exchange(needsRepair_, false);
-        isLoaded_ &= !needsReading && !wasRepaired;
-        if (isLoaded_) {
-            for (auto& each : written) {
-                take(std::move(each));
-            }
-            showPending();
-        }
-        return true;
-    }
-
-    /// Where the file isn't the one any more that was opened, another one is opened in its place,
-    /// made if there is none. What goes on has to be found in that one, too.
-    void heedFile() {
-        if (open_) {
-            if (!open_->database.isGone()) {
-                return;
-            }
-            open_->database.leaveSideFiles();
-            open_.reset();
-        }
-        try {
-            if (beforeReopening_) {
-                beforeReopening_();
-            }
-            open_ = std::make_unique<OpenHistory>(url_);
-        } catch (const std::exception&) {
-            if (!std::exchange(isLost_, true)) {
-                tell(FileChange::lost);
-            }
-            return;
-        }
-        isLost_ = false;
-        needsRepair_ = true;
-        list_ = {};
-        isLoaded_ = false;
-        isDamaged_ = false;
-        payloads_ = nullptr;
-        lastDataVersion_ = -1;
-        std::vector<Pending> all;
-        for (const auto& session : ongoing_) {
-            if (std::ranges::none_of(
-                    pending_, [&](const Pending& each) { return each.session.id == session.id; })) {
-                all.push_back({session, connectionsText(session.connections)});
-            }
-        }
-        all.insert(all.end(), std::make_move_iterator(pending_.begin()),
-                   std::make_move_iterator(pending_.end()));
-        pending_ = std::move(all);
-        tell(FileChange::replaced);
-    }
-
-    void tell(FileChange change) {
-        if (onFileChange) {
-            onFileChange(change);
-        }
-    }
-
-    static void run(SQLite::Statement& statement) { Run(statement).step(); }
-
-    /// The number of changed rows, or -1 if the statement failed and left the transaction alive.
-    template <class... Arguments>
-    int tryRun(SQLite::Statement& statement, Arguments... arguments) {
-        try {
-            Run deletion(statement);
-            (deletion.bind(1, arguments), ...);
-            deletion.step();
-            return open_->connection().getChanges();
-        } catch (const SQLite::Exception&) {
-            if (!open_->isInTransaction()) {
-                throw;
-            }
-            return -1;
-        }
-    }
-
-    Written write(const Pending& pending) {
-        const auto& session = pending.session;
-        const std::string key = session.id.text();
-        Written written;
-        try {
-            written.old = open_->sessions.find(key);
-        } catch (const SQLite::Exception&) {
-            written.isKnown = false;
-        }
-        open_->sessions.put(session, key, pending.connections);
-        const auto row = written.old ? written.old->row : open_->connection().getLastInsertRowid();
-        written.entry = {
-            {session.start, row},
-            std::make_shared<const UsageSession>(asStored(session, pending.connections))};
-        return written;
-    }
-
-    void take(Written written) {
-        if (!written.isKnown) {
-            isLoaded_ = false;
-            return;
-        }
-        const bool moves = written.old && written.old->start != written.entry.place.start;
-        list_ = (moves ? list_.without(*written.old) : list_).with(std::move(written.entry));
-    }
-
-    void load() {
-        list_ = {};
-        if (!open_) {
-            isLoaded_ = true;
-            showPending();
-            return;
-        }
-        try {
-            list_ = HistoryView::sorted(open_->sessions.readAll());
-        } catch (const SQLite::Exception& error) {
-            isDamaged_ = isDamage(error); // reading it all again at each event wouldn't help
-            return;
-        }
-        isLoaded_ = true;
-        showPending();
-    }
-
-    /// Shows sessions that aren't in the file yet as if they were.
-    void showPending() {
-        if (!isLoaded_) {
-            return;
-        }
-        for (auto& each : pending_) {
-            const auto old = list_.placeOf(each.session.id);
-            if (old) {
-                list_ = list_.without(*old);
-            }
-            list_ = list_.with(
-                {{each.session.start, old ? old->row : nextPendingRow_++},
-                 std::make_shared<const UsageSession>(asStored(each.session, each.connections))});
-            each.isShown = true;
-        }
-    }
-
-    /// The number changes when another connection has written to the file, never by our own writes.
-    void heedOtherWriters() {
-        if (!open_) {
-            return;
-        }
-        try {
-            Run query(open_->dataVersion);
-            const auto version = query.step() ? query.column(0).getInt64() : 0;
-            if (version != lastDataVersion_) {
-                lastDataVersion_ = version;
-                isLoaded_ = false;
-                isDamaged_ = false;
-                payloads_ = nullptr;
-            }
-        } catch (const SQLite::Exception&) {
-            return;
-        }
-    }
-
-    std::optional<std::filesystem::path> url_;
-    std::function<void()> beforeReopening_;
-    std::unique_ptr<OpenHistory> open_; ///< null while the file is gone and can't be made again
-    bool isLost_ = false;               ///< and that was told
-    bool needsRepair_ = false;          ///< the file may have open sessions of an earlier run
-    std::vector<UsageSession> ongoing_; ///< as saved last, with neither end nor outcome
-
-    HistoryView list_;
-    bool isLoaded_ = false;  ///< `list_` is the file's content with what is pending
-    bool isDamaged_ = false; ///< the table can't be read, and trying again won't change that
-    std::vector<Pending> pending_;
-    std::int64_t nextPendingRow_ = firstPendingRow;
-    std::int64_t lastDataVersion_ = -1;
-    std::shared_ptr<const std::vector<std::string>> payloads_; ///< null when not read yet
-};
-
 HistoryStore::HistoryStore(const std::optional<std::filesystem::path>& url,
                            std::function<void()> beforeReopening)
-    : implementation_(std::make_unique<Implementation>(url, std::move(beforeReopening))) {}
+    : url_(url),
+      beforeReopening_(std::move(beforeReopening)),
+      open_(std::make_unique<OpenHistory>(url)),
+      nextPendingRow_(firstPendingRow) {}
 
 HistoryStore::~HistoryStore() = default;
 
 void HistoryStore::onFileChange(std::function<void(FileChange)> told) {
-    implementation_->onFileChange = std::move(told);
+    onFileChange_ = std::move(told);
 }
 
+// MARK: - Sessions
+
 void HistoryStore::saveSession(const UsageSession& session) {
-    implementation_->save(session);
+    if (std::isnan(session.start.seconds)) {
+        return;
+    }
+    auto found = std::ranges::find(pending_, session.id,
+                                   [](const Pending& each) { return each.session.id; });
+    if (found == pending_.end()) {
+        found = pending_.emplace(pending_.end());
+    }
+    std::erase_if(ongoing_, [&](const UsageSession& each) { return each.id == session.id; });
+    if (isOpen(session)) {
+        ongoing_.push_back(session);
+    }
+    found->session = session;
+    found->connections = connectionsText(session.connections);
+    inTransaction([] {});
 }
 
 HistoryView HistoryStore::history() {
-    return implementation_->list();
+    heedOtherWriters();
+    if (!isLoaded_ && !isDamaged_) {
+        load();
+    }
+    return list_;
 }
 
 std::vector<UsageSession> HistoryStore::sessions(std::optional<Timestamp> since,
                                                  std::optional<std::size_t> limit) {
     std::vector<UsageSession> result;
-    for (const auto& session : implementation_->list()) {
+    for (const auto& session : history()) {
         if (limit && result.size() >= *limit) {
             break;
         }
@@ -439,32 +94,289 @@ std::vector<UsageSession> HistoryStore::sessions(std::optional<Timestamp> since,
 }
 
 void HistoryStore::closeOpenRecords() {
-    implementation_->closeOpen();
-}
-
-void HistoryStore::prune(Timestamp before) {
-    implementation_->prune(before);
-}
-
-void HistoryStore::deleteAll() {
-    implementation_->deleteAll();
+    inTransaction([this] { open_->sessions.closeOpen(); });
+    isLoaded_ = false;
 }
 
 std::size_t HistoryStore::sessionCount() {
-    return implementation_->count();
+    try {
+        return open_ ? open_->sessions.count() : 0;
+    } catch (const std::exception&) {
+        return 0;
+    }
 }
+
+// MARK: - Away reports
 
 void HistoryStore::saveAwayPayload(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
                                    const std::string& payload) {
-    implementation_->saveReport(id, start, end, payload);
-}
-
-std::shared_ptr<const std::vector<std::string>> HistoryStore::awayPayloads() {
-    return implementation_->payloads();
+    const auto key = id.text();
+    inTransaction([&] {
+        Run put(open_->putReport);
+        put.bind(1, key).bind(2, start).bind(3, end).bindBlob(4, payload).step();
+    });
+    payloads_ = nullptr;
 }
 
 void HistoryStore::deleteAwayReport(const Uuid& id) {
-    implementation_->deleteReport(id);
+    const auto key = id.text();
+    inTransaction([&] { Run(open_->deleteReport).bind(1, key).step(); });
+    payloads_ = nullptr;
+}
+
+std::shared_ptr<const std::vector<std::string>> HistoryStore::awayPayloads() {
+    heedOtherWriters();
+    if (payloads_) {
+        return payloads_;
+    }
+    auto texts = std::make_shared<std::vector<std::string>>();
+    if (!open_) {
+        return texts;
+    }
+    try {
+        Run query(open_->allReports);
+        while (query.step()) {
+            texts->push_back(query.column(0).getString());
+        }
+    } catch (const std::exception&) {
+        return std::make_shared<const std::vector<std::string>>(); // tried again next time
+    }
+    payloads_ = std::move(texts);
+    return payloads_;
+}
+
+// MARK: - Deletions
+
+void HistoryStore::prune(Timestamp before) {
+    std::optional<int> sessions;
+    std::optional<int> reports;
+    const bool done = inTransaction([&] {
+        sessions = tryRun(open_->pruneSessions, before);
+        reports = tryRun(open_->pruneReports, before);
+    });
+    if (!done) {
+        return;
+    }
+    if (sessions > 0) {
+        list_ = list_.withoutStartsBefore(before);
+        isDamaged_ = false;
+    }
+    if (reports > 0) {
+        payloads_ = nullptr;
+    }
+    if (sessions > 0 || reports > 0) {
+        open_->database.emptyLog();
+    }
+}
+
+void HistoryStore::deleteAll() {
+    std::optional<int> sessions;
+    std::optional<int> reports;
+    const bool done = inTransaction([&] {
+        sessions = tryRun(open_->deleteSessions);
+        reports = tryRun(open_->deleteReports);
+    });
+    if (!done) {
+        return;
+    }
+    if (sessions) {
+        list_ = {};
+        isLoaded_ = true;
+        isDamaged_ = false;
+    }
+    if (reports) {
+        payloads_ = nullptr;
+    }
+    open_->database.emptyLog();
+}
+
+/// The number of changed rows; nothing if the statement failed and left the transaction alive.
+template <class... Arguments>
+std::optional<int> HistoryStore::tryRun(SQLite::Statement& deletion, Arguments... arguments) {
+    try {
+        Run run(deletion);
+        (run.bind(1, arguments), ...);
+        run.step();
+        return open_->connection().getChanges();
+    } catch (const SQLite::Exception&) {
+        if (!open_->isInTransaction()) {
+            throw;
+        }
+        return std::nullopt;
+    }
+}
+
+// MARK: - The file
+
+/// Writes what is pending and does the work, then brings the list up to date. True when the
+/// work is in the file.
+template <class Work>
+bool HistoryStore::inTransaction(Work work) {
+    heedFile();
+    if (!open_) {
+        showPending();
+        return false;
+    }
+    std::vector<Written> written;
+    std::vector<Pending> failed;
+    bool needsReading = false; // places of what was shown before it had a row have changed
+    try {
+        Run(open_->begin).step();
+        if (needsRepair_) {
+            open_->sessions.closeOpen();
+        }
+        for (const auto& each : pending_) {
+            try {
+                written.push_back(write(each));
+                needsReading |= each.isShown;
+            } catch (const SQLite::Exception& error) {
+                if (!open_->isInTransaction()) {
+                    throw;
+                }
+                if (isRefusal(error)) {
+                    needsReading |= each.isShown;
+                } else {
+                    failed.push_back(each); // mustn't keep the others out of the file
+                }
+            }
+        }
+        work();
+        Run(open_->commit).step();
+    } catch (const std::exception&) {
+        if (open_->isInTransaction()) {
+            open_->connection().tryExec("ROLLBACK");
+        }
+        showPending();
+        return false;
+    }
+    pending_ = std::move(failed);
+    const bool wasRepaired = std::exchange(needsRepair_, false);
+    isLoaded_ &= !needsReading && !wasRepaired;
+    if (isLoaded_) {
+        for (auto& each : written) {
+            take(std::move(each));
+        }
+        showPending();
+    }
+    return true;
+}
+
+/// Where the file isn't the one any more that was opened, another one is opened in its place,
+/// made if there is none. What goes on has to be found in that one, too.
+void HistoryStore::heedFile() {
+    if (open_) {
+        if (!open_->database.isGone()) {
+            return;
+        }
+        open_->database.leaveSideFiles();
+        open_.reset();
+    }
+    try {
+        if (beforeReopening_) {
+            beforeReopening_();
+        }
+        open_ = std::make_unique<OpenHistory>(url_);
+    } catch (const std::exception&) {
+        if (!std::exchange(isLost_, true) && onFileChange_) {
+            onFileChange_(FileChange::lost);
+        }
+        return;
+    }
+    isLost_ = false;
+    needsRepair_ = true;
+    list_ = {};
+    isLoaded_ = false;
+    isDamaged_ = false;
+    payloads_ = nullptr;
+    lastDataVersion_ = -1;
+    std::vector<Pending> unwritten;
+    for (const auto& session : ongoing_) {
+        if (std::ranges::none_of(
+                pending_, [&](const Pending& each) { return each.session.id == session.id; })) {
+            unwritten.push_back({session, connectionsText(session.connections)});
+        }
+    }
+    pending_.insert(pending_.begin(), unwritten.begin(), unwritten.end());
+    if (onFileChange_) {
+        onFileChange_(FileChange::replaced);
+    }
+}
+
+HistoryStore::Written HistoryStore::write(const Pending& pending) {
+    const auto& session = pending.session;
+    const std::string key = session.id.text();
+    Written written;
+    try {
+        written.old = open_->sessions.find(key);
+    } catch (const SQLite::Exception&) {
+        written.isKnown = false;
+    }
+    open_->sessions.put(session, key, pending.connections);
+    const auto row = written.old ? written.old->row : open_->connection().getLastInsertRowid();
+    written.entry = {{session.start, row},
+                     std::make_shared<const UsageSession>(asStored(session, pending.connections))};
+    return written;
+}
+
+void HistoryStore::take(Written written) {
+    if (!written.isKnown) {
+        isLoaded_ = false;
+        return;
+    }
+    const bool moves = written.old && written.old->start != written.entry.place.start;
+    list_ = (moves ? list_.without(*written.old) : list_).with(std::move(written.entry));
+}
+
+void HistoryStore::load() {
+    list_ = {};
+    if (!open_) {
+        isLoaded_ = true;
+        showPending();
+        return;
+    }
+    try {
+        list_ = HistoryView::sorted(open_->sessions.readAll());
+    } catch (const SQLite::Exception& error) {
+        isDamaged_ = isDamage(error); // reading it all again at each event wouldn't help
+        return;
+    }
+    isLoaded_ = true;
+    showPending();
+}
+
+/// Shows sessions that aren't in the file yet as if they were.
+void HistoryStore::showPending() {
+    if (!isLoaded_) {
+        return;
+    }
+    for (auto& each : pending_) {
+        const auto old = list_.placeOf(each.session.id);
+        if (old) {
+            list_ = list_.without(*old);
+        }
+        list_ = list_.with(
+            {{each.session.start, old ? old->row : nextPendingRow_++},
+             std::make_shared<const UsageSession>(asStored(each.session, each.connections))});
+        each.isShown = true;
+    }
+}
+
+/// The number changes when another connection has written to the file, never by our own writes.
+void HistoryStore::heedOtherWriters() {
+    if (!open_) {
+        return;
+    }
+    try {
+        Run query(open_->dataVersion);
+        const auto version = query.step() ? query.column(0).getInt64() : 0;
+        if (version != std::exchange(lastDataVersion_, version)) {
+            isLoaded_ = false;
+            isDamaged_ = false;
+            payloads_ = nullptr;
+        }
+    } catch (const SQLite::Exception&) {
+        return;
+    }
 }
 
 } // namespace velmoran

@@ -17,7 +17,13 @@
 #include <string>
 #include <vector>
 
+namespace SQLite {
+class Statement;
+}
+
 namespace velmoran {
+
+struct OpenHistory;
 
 /// Only opening can fail. After that no failure of a read or a write reaches the caller: a failed
 /// read is empty, a failed delete or repair is dropped. A session whose save failed stays pending:
@@ -121,8 +127,44 @@ public:
     std::shared_ptr<const std::vector<std::string>> awayPayloads();
 
 private:
-    class Implementation;
-    std::unique_ptr<Implementation> implementation_;
+    struct Pending {
+        UsageSession session;
+        std::optional<std::string> connections; ///< its connectionsData
+        bool isShown = false;                   ///< stands in the list though not in the file
+    };
+
+    struct Written {
+        std::optional<HistoryView::Place> old; ///< where the row was, if there was one
+        HistoryView::Entry entry;
+        bool isKnown = true; ///< false if `old` couldn't be read
+    };
+
+    template <class Work>
+    bool inTransaction(Work work);
+    template <class... Arguments>
+    std::optional<int> tryRun(SQLite::Statement& deletion, Arguments... arguments);
+    void heedFile();
+    void heedOtherWriters();
+    void load();
+    void showPending();
+    Written write(const Pending& pending);
+    void take(Written written);
+
+    std::optional<std::filesystem::path> url_;
+    std::function<void()> beforeReopening_;
+    std::function<void(FileChange)> onFileChange_;
+    std::unique_ptr<OpenHistory> open_; ///< null while the file is gone and can't be made again
+    bool isLost_ = false;               ///< and that was told
+    bool needsRepair_ = false;          ///< the file may have open sessions of an earlier run
+    std::vector<UsageSession> ongoing_; ///< as saved last, with neither end nor outcome
+
+    HistoryView list_;
+    bool isLoaded_ = false;  ///< `list_` is the file's content with what is pending
+    bool isDamaged_ = false; ///< the table can't be read, and trying again won't change that
+    std::vector<Pending> pending_;
+    std::int64_t nextPendingRow_;
+    std::int64_t lastDataVersion_ = -1;
+    std::shared_ptr<const std::vector<std::string>> payloads_; ///< null when not read yet
 };
 
 } // namespace velmoran

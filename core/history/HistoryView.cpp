@@ -59,10 +59,6 @@ HistoryView::Iterator HistoryView::end() const {
     return {spine_.get(), spine_ ? spine_->size() : 0, 0};
 }
 
-std::vector<UsageSession> HistoryView::toVector() const {
-    return {begin(), end()};
-}
-
 std::size_t HistoryView::pieceFor(const Place& place) const {
     const auto after = std::upper_bound(spine_->begin(), spine_->end(), place,
                                         [](const Place& key, const Node& node) {
@@ -118,9 +114,7 @@ HistoryView HistoryView::without(const Place& place) const {
     if (old.size() == 1) {
         spine.erase(spine.begin() + static_cast<std::ptrdiff_t>(index));
     } else {
-        Piece piece;
-        piece.reserve(old.size());
-        piece.insert(piece.end(), old.begin(), position);
+        Piece piece(old.begin(), position);
         piece.insert(piece.end(), std::next(position), old.end());
         spine[index].piece = std::make_shared<const Piece>(std::move(piece));
     }

@@ -45,8 +45,6 @@ public:
     /// Iterators live as long as this list or any copy of it.
     Iterator begin() const;
     Iterator end() const;
-    /// A plain copy of all.
-    std::vector<UsageSession> toVector() const;
 
     /// This list with one more session, or with another session in a place that is taken.
     HistoryView with(Entry entry) const;

@@ -31,13 +31,10 @@ struct OpenHistory {
                                    "DELETE FROM AwayReportRecord WHERE start < ?"};
     SQLite::Statement deleteSessions{database.connection(), "DELETE FROM SessionRecord"};
     SQLite::Statement deleteReports{database.connection(), "DELETE FROM AwayReportRecord"};
-    SQLite::Statement findReport{database.connection(),
-                                 "SELECT 1 FROM AwayReportRecord WHERE id = ?"};
-    SQLite::Statement updateReport{
-        database.connection(), "UPDATE AwayReportRecord SET end = ?2, payload = ?3 WHERE id = ?1"};
-    SQLite::Statement insertReport{
+    SQLite::Statement putReport{
         database.connection(),
-        "INSERT INTO AwayReportRecord (id, start, end, payload) VALUES (?1, ?2, ?3, ?4)"};
+        "INSERT INTO AwayReportRecord (id, start, end, payload) VALUES (?1, ?2, ?3, ?4) "
+        "ON CONFLICT (id) DO UPDATE SET end = ?3, payload = ?4"};
     SQLite::Statement deleteReport{database.connection(),
                                    "DELETE FROM AwayReportRecord WHERE id = ?"};
     SQLite::Statement allReports{database.connection(),

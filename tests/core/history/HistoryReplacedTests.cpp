@@ -23,7 +23,7 @@ protected:
 
     /// The list, the file and what a program would read that starts now are the same.
     std::vector<UsageSession> stored() {
-        auto listed = store_.history().toVector();
+        auto listed = store_.sessions();
         EXPECT_EQ(store_.sessionCount(), listed.size());
         EXPECT_EQ(file_.freshRead(), listed);
         EXPECT_EQ(file_.value("PRAGMA integrity_check"), "ok");
@@ -108,7 +108,7 @@ TEST_F(HistoryReplaced, WaitsWhereNoHistoryCanBe) {
     fs::remove(file_.path().string() + "-wal");
     const std::string foreign = "something else altogether";
     std::ofstream(file_.path()) << foreign;
-    EXPECT_THAT(store_.history().toVector(), ElementsAre(ended, ongoing));
+    EXPECT_THAT(store_.sessions(), ElementsAre(ended, ongoing));
     store_.saveSession(next);
     store_.saveSession(endedSession(4, 400, 450));
     EXPECT_EQ(file_.bytes(), foreign);
