@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
-#include <cstdint>
+#include <charconv>
 
 namespace velmoran {
 
@@ -18,30 +18,16 @@ std::optional<Uuid> Uuid::parse(std::string_view text) {
         return std::nullopt;
     }
     Uuid result;
-    std::size_t byte = 0;
-    for (std::size_t i = 0; i < text.size();) {
-        if (i == 8 || i == 13 || i == 18 || i == 23) {
-            if (text[i] != '-') {
-                return std::nullopt;
-            }
-            ++i;
-            continue;
+    const char* at = text.data();
+    for (auto& byte : result.bytes) {
+        const auto offset = at - text.data();
+        if ((offset == 8 || offset == 13 || offset == 18 || offset == 23) && *at++ != '-') {
+            return std::nullopt;
         }
-        unsigned value = 0;
-        for (int digit = 0; digit < 2; ++digit, ++i) {
-            const char c = text[i];
-            value <<= 4;
-            if (c >= '0' && c <= '9') {
-                value |= static_cast<unsigned>(c - '0');
-            } else if (c >= 'a' && c <= 'f') {
-                value |= static_cast<unsigned>(c - 'a' + 10);
-            } else if (c >= 'A' && c <= 'F') {
-                value |= static_cast<unsigned>(c - 'A' + 10);
-            } else {
-                return std::nullopt;
-            }
+        if (std::from_chars(at, at + 2, byte, 16).ptr != at + 2) {
+            return std::nullopt;
         }
-        result.bytes.data[byte++] = static_cast<std::uint8_t>(value);
+        at += 2;
     }
     return result;
 }
