@@ -1,7 +1,7 @@
 #include "app/bus/BusProperties.h"
 
 #include <algorithm>
-#include <functional>
+#include <array>
 
 namespace velmoran::bus {
 
@@ -72,7 +72,7 @@ const char* const introspection =
 
 namespace {
 
-int appendFlag(sd_bus_message* message, bool value) {
+int append(sd_bus_message* message, bool value) {
     return sd_bus_message_append(message, "v", "b", value ? 1 : 0);
 }
 
@@ -93,7 +93,7 @@ int appendUse(sd_bus_message* message, const ProgramStatus::Use& use) {
     return sd_bus_message_close_container(message);
 }
 
-int appendUses(sd_bus_message* message, const std::vector<ProgramStatus::Use>& uses) {
+int append(sd_bus_message* message, const std::vector<ProgramStatus::Use>& uses) {
     sd_bus_message_open_container(message, 'v', "aa{sv}");
     sd_bus_message_open_container(message, 'a', "a{sv}");
     for (const auto& use : uses) {
@@ -103,39 +103,28 @@ int appendUses(sd_bus_message* message, const std::vector<ProgramStatus::Use>& u
     return sd_bus_message_close_container(message);
 }
 
-struct Property {
-    const char* name;
-    int (*append)(sd_bus_message* message, const ProgramStatus& status);
-    bool (*differs)(const ProgramStatus& before, const ProgramStatus& now);
-};
-
 using Status = const ProgramStatus&;
 
-const Property table[] = {
-    {"CameraOn",
-     [](sd_bus_message* message, Status now) { return appendFlag(message, now.cameraOn); },
-     [](Status before, Status now) {
-         return before.cameraOn != now.cameraOn;
-     }},
-    {"MicrophoneOn",
-     [](sd_bus_message* message, Status now) { return appendFlag(message, now.microphoneOn); },
-     [](Status before, Status now) {
-         return before.microphoneOn != now.microphoneOn;
-     }},
-    {"MicrophoneMuted",
-     [](sd_bus_message* message, Status now) { return appendFlag(message, now.microphoneMuted); },
-     [](Status before, Status now) {
-         return before.microphoneMuted != now.microphoneMuted;
-     }},
-    {"Stopping",
-     [](sd_bus_message* message, Status now) { return appendFlag(message, now.stopping); },
-     [](Status before, Status now) {
-         return before.stopping != now.stopping;
-     }},
-    {"Uses", [](sd_bus_message* message, Status now) { return appendUses(message, now.uses); },
-     [](Status before, Status now) {
-         return before.uses != now.uses;
-     }},
+struct Property {
+    const char* name;
+    int (*append)(sd_bus_message* message, Status now);
+    bool (*differs)(Status before, Status now);
+};
+
+template <auto member>
+constexpr Property property(const char* name) {
+    return {name, [](sd_bus_message* message, Status now) { return append(message, now.*member); },
+            [](Status before, Status now) {
+                return before.*member != now.*member;
+            }};
+}
+
+constexpr std::array table = {
+    property<&ProgramStatus::cameraOn>("CameraOn"),
+    property<&ProgramStatus::microphoneOn>("MicrophoneOn"),
+    property<&ProgramStatus::microphoneMuted>("MicrophoneMuted"),
+    property<&ProgramStatus::stopping>("Stopping"),
+    property<&ProgramStatus::uses>("Uses"),
 };
 
 } // namespace
@@ -148,28 +137,33 @@ std::string introspectionOfParent(const std::string& child) {
            child + "\"/>\n</node>\n";
 }
 
-const std::vector<std::string>& properties() {
-    static const std::vector<std::string> names = [] {
-        std::vector<std::string> result;
-        for (const auto& property : table) {
-            result.emplace_back(property.name);
-        }
-        return result;
-    }();
+std::vector<std::string> properties() {
+    std::vector<std::string> names;
+    for (const auto& each : table) {
+        names.emplace_back(each.name);
+    }
     return names;
 }
 
-int appendProperty(sd_bus_message* message, const std::string& property,
-                   const ProgramStatus& status) {
-    for (const auto& each : table) {
-        if (property == each.name) {
-            return each.append(message, status);
-        }
-    }
-    return -1;
+int appendProperty(sd_bus_message* message, const std::string& property, Status status) {
+    const auto found = std::find_if(table.begin(), table.end(),
+                                    [&](const Property& each) { return property == each.name; });
+    return found == table.end() ? -1 : found->append(message, status);
 }
 
-std::vector<std::string> changedProperties(const ProgramStatus& before, const ProgramStatus& now) {
+void appendProperties(sd_bus_message* message, const std::vector<std::string>& properties,
+                      Status status) {
+    sd_bus_message_open_container(message, 'a', "{sv}");
+    for (const auto& each : properties) {
+        sd_bus_message_open_container(message, 'e', "sv");
+        sd_bus_message_append(message, "s", each.c_str());
+        appendProperty(message, each, status);
+        sd_bus_message_close_container(message);
+    }
+    sd_bus_message_close_container(message);
+}
+
+std::vector<std::string> changedProperties(Status before, Status now) {
     std::vector<std::string> changed;
     for (const auto& each : table) {
         if (each.differs(before, now)) {
@@ -181,7 +175,7 @@ std::vector<std::string> changedProperties(const ProgramStatus& before, const Pr
 
 std::string busText(const std::string& text) {
     // The JSON library's replacement, taken out of its quotes again.
-    auto valid = Json::parse(encode(text)).get<std::string>();
+    auto valid = decode<std::string>(encode(text));
     valid.resize(std::min(valid.find('\0'), valid.size()));
     return valid;
 }

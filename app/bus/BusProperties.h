@@ -15,10 +15,13 @@ extern const char* const introspection;
 std::string introspectionOfParent(const std::string& child);
 
 /// "CameraOn" and so on, in the order of the description.
-const std::vector<std::string>& properties();
+std::vector<std::string> properties();
 /// Adds the value as a variant. Negative if it can't be added.
 int appendProperty(sd_bus_message* message, const std::string& property,
                    const ProgramStatus& status);
+/// Adds these with their names, as a{sv}.
+void appendProperties(sd_bus_message* message, const std::vector<std::string>& properties,
+                      const ProgramStatus& status);
 /// Those whose values differ.
 std::vector<std::string> changedProperties(const ProgramStatus& before, const ProgramStatus& now);
 
