@@ -73,6 +73,12 @@ public:
         QObject::connect(&later, &QTimer::timeout, [&link] { link.turn(); });
     }
 
+    void stop() {
+        readable.setEnabled(false);
+        writable.setEnabled(false);
+        later.stop();
+    }
+
     QSocketNotifier readable;
     QSocketNotifier writable;
     QTimer later;
@@ -129,9 +135,7 @@ void BusLink::settle() {
     const int events = sd_bus_get_events(bus_.get());
     if (events < 0 || sd_bus_get_timeout(bus_.get(), &due) < 0) {
         // Not in the middle of a call of the library or of our owner.
-        turns_->readable.setEnabled(false);
-        turns_->writable.setEnabled(false);
-        turns_->later.stop();
+        turns_->stop();
         if (!isPaused_) {
             turns_->later.start(0);
         }
@@ -159,10 +163,7 @@ void BusLink::turn() {
             fail();
             return;
         }
-        if (result == 0) {
-            break;
-        }
-        if (isClogged()) {
+        if (result == 0 || isClogged()) {
             break;
         }
     }
@@ -171,9 +172,7 @@ void BusLink::turn() {
 
 void BusLink::fail() {
     isLost_ = true;
-    turns_->readable.setEnabled(false);
-    turns_->writable.setEnabled(false);
-    turns_->later.stop();
+    turns_->stop();
     calls_.lost();
 }
 

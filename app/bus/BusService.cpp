@@ -1,9 +1,8 @@
 #include "app/bus/BusService.h"
 
-#include "app/bus/AppChoice.h"
 #include "app/bus/BusNames.h"
 #include "app/bus/BusProperties.h"
-#include "core/text/Localizer.h"
+#include "app/bus/BusReply.h"
 
 #include <cstring>
 #include <utility>
@@ -41,9 +40,8 @@ BusService::BusService(AppModel& model, Scheduler& scheduler, Options options)
     : model_(model),
       scheduler_(scheduler),
       options_(std::move(options)),
-      stops_(scheduler, requestsAtOnce, requestInterval),
-      unmutes_(scheduler, requestsAtOnce, requestInterval),
-      raises_(scheduler, requestsAtOnce, requestInterval),
+      requests_(model, scheduler, options_.remark,
+                [this](const BusMessage& message) { send(message); }),
       mainThread_(scheduler) {
     const auto changed = [this](const auto&) {
         tellChangesSoon();
@@ -52,23 +50,11 @@ BusService::BusService(AppModel& model, Scheduler& scheduler, Options options)
     subscriptions_.push_back(model.openSessions.subscribe(changed));
     subscriptions_.push_back(model.isStopping.subscribe(changed));
     subscriptions_.push_back(model.settings.microphoneMuted.subscribe(changed));
-    subscriptions_.push_back(model.onStopEnded.subscribe(
-        [this](const std::optional<StopResult>& result) { stopEnded(result); }));
-    subscriptions_.push_back(
-        model.onMicrophonesMuted.subscribe([this](bool muted, const MuteAnswer& answer) {
-            if (!muted) {
-                unmuteEnded(answer);
-            }
-        }));
     search();
     connect();
 }
 
-BusService::~BusService() {
-    // Replies that never went out hold the connection.
-    stopReply_.reset();
-    unmuteReply_.reset();
-}
+BusService::~BusService() = default;
 
 // MARK: - The connection
 
@@ -96,8 +82,7 @@ void BusService::connect() {
 void BusService::lost() {
     // Not in a call of the link itself.
     mainThread_.post([this] {
-        stopReply_.reset();
-        unmuteReply_.reset();
+        requests_.forgetCallers();
         callers_.reset();
         link_.reset();
         search();
@@ -182,7 +167,7 @@ void BusService::answer(sd_bus_message* call) {
         refuse(call, SD_BUS_ERROR_UNKNOWN_OBJECT, "There is no such object.");
     } else if (member == "Introspect" &&
                (interface.empty() || interface == introspectableInterface)) {
-        auto reply = replyTo(call);
+        auto reply = bus::replyTo(call);
         sd_bus_message_append(reply.get(), "s",
                               child.empty() ? bus::introspection
                                             : bus::introspectionOfParent(child).c_str());
@@ -207,13 +192,13 @@ void BusService::answerAsProgram(sd_bus_message* call, const std::string& member
         refuse(call, SD_BUS_ERROR_INVALID_ARGS,
                takesText ? "One text is wanted." : "No argument is wanted.");
     } else if (member == "StopEverything") {
-        stopEverything(call);
+        requests_.stopEverything(call);
     } else if (member == "Stop") {
-        stop(call);
+        requests_.stop(call);
     } else if (member == "UnmuteMicrophone") {
-        unmute(call);
+        requests_.unmute(call);
     } else {
-        auto reply = replyTo(call);
+        auto reply = bus::replyTo(call);
         sd_bus_message_append(reply.get(), "s", encode(statusOf(model_)).c_str());
         send(reply);
     }
@@ -222,7 +207,7 @@ void BusService::answerAsProgram(sd_bus_message* call, const std::string& member
 void BusService::answerAboutProperties(sd_bus_message* call, const std::string& member) {
     const char* interface = nullptr;
     const char* property = nullptr;
-    auto reply = replyTo(call);
+    auto reply = bus::replyTo(call);
     if (member == "Get" && sd_bus_message_has_signature(call, "ss") > 0 &&
         sd_bus_message_read(call, "ss", &interface, &property) >= 0) {
         if (std::strcmp(interface, bus::interface) != 0 ||
@@ -233,17 +218,9 @@ void BusService::answerAboutProperties(sd_bus_message* call, const std::string& 
         send(reply);
     } else if (member == "GetAll" && sd_bus_message_has_signature(call, "s") > 0 &&
                sd_bus_message_read(call, "s", &interface) >= 0) {
-        sd_bus_message_open_container(reply.get(), 'a', "{sv}");
-        if (std::strcmp(interface, bus::interface) == 0) {
-            const auto status = statusOf(model_);
-            for (const auto& each : bus::properties()) {
-                sd_bus_message_open_container(reply.get(), 'e', "sv");
-                sd_bus_message_append(reply.get(), "s", each.c_str());
-                bus::appendProperty(reply.get(), each, status);
-                sd_bus_message_close_container(reply.get());
-            }
-        }
-        sd_bus_message_close_container(reply.get());
+        const bool isOurs = std::strcmp(interface, bus::interface) == 0;
+        bus::appendProperties(reply.get(), isOurs ? bus::properties() : std::vector<std::string>(),
+                              statusOf(model_));
         send(reply);
     } else if (member == "Set") {
         refuse(call, SD_BUS_ERROR_PROPERTY_READ_ONLY, "Properties can only be read.");
@@ -254,149 +231,15 @@ void BusService::answerAboutProperties(sd_bus_message* call, const std::string& 
     }
 }
 
-// MARK: - What is done
-
-/// Otherwise it says why not.
-bool BusService::mayStop(sd_bus_message* call) {
-    if (model_.isAsking()) {
-        // Whoever stops again hasn't seen the question yet. A flood may not hold it in front.
-        if (raises_.take()) {
-            model_.raiseQuestion();
-        }
-        sendWords(
-            replyTo(call), bus::outcome::busy,
-            words().text("Velmoran is asking about a browser on the screen. Answer that first."),
-            {});
-        return false;
-    }
-    if (stopReply_ || model_.isBusyStopping()) {
-        sendWords(replyTo(call), bus::outcome::busy, words().text("A stop is under way already."),
-                  {});
-        return false;
-    }
-    if (!stops_.take()) {
-        sendWords(replyTo(call), bus::outcome::busy,
-                  words().text("There were too many requests. Try again in a few seconds."), {});
-        return false;
-    }
-    return true;
-}
-
-void BusService::stopEverything(sd_bus_message* call) {
-    if (!mayStop(call)) {
-        return;
-    }
-    stopReply_ = replyTo(call);
-    model_.stopEverything();
-}
-
-void BusService::stop(sd_bus_message* call) {
-    const char* given = nullptr;
-    if (sd_bus_message_read(call, "s", &given) < 0 ||
-        ::strnlen(given, longestName + 1) > longestName) {
-        refuse(call, SD_BUS_ERROR_INVALID_ARGS, "That is no name of an app.");
-        return;
-    }
-    const auto apps = stoppableApps(*model_.openSessions);
-    const auto meant = appsMeant(given, apps);
-    if (meant.size() != 1) {
-        refuse(call, meant.empty() ? bus::notInUse : bus::ambiguous,
-               choiceComplaint(given, meant, apps));
-        return;
-    }
-    if (!mayStop(call)) {
-        return;
-    }
-    stopReply_ = replyTo(call);
-    model_.stop(meant.front());
-}
-
-void BusService::stopEnded(const std::optional<StopResult>& result) {
-    const auto remark = options_.remark();
-    if (!stopReply_) {
-        return; // somebody else's stop
-    }
-    if (!result) {
-        sendWords(std::move(stopReply_), bus::outcome::cancelled,
-                  remark.empty()
-                      ? words().text("Nothing was stopped: the question about the browser was "
-                                     "answered with “Cancel”.")
-                      : words().text("Nothing was stopped."),
-                  remark);
-        return;
-    }
-    auto detail = result->detail().value_or("");
-    if (!remark.empty()) {
-        detail += (detail.empty() ? "" : " ") + remark;
-    }
-    sendWords(std::move(stopReply_),
-              result->everythingStopped() && remark.empty() ? bus::outcome::done
-                                                            : bus::outcome::incomplete,
-              result->headline(), detail);
-}
-
-void BusService::unmute(sd_bus_message* call) {
-    if (unmuteReply_) {
-        sendWords(replyTo(call), bus::outcome::busy,
-                  words().text("The microphone is being unmuted already."), {});
-        return;
-    }
-    if (!unmutes_.take()) {
-        sendWords(replyTo(call), bus::outcome::busy,
-                  words().text("There were too many requests. Try again in a few seconds."), {});
-        return;
-    }
-    unmuteReply_ = replyTo(call);
-    model_.unmuteMicrophone();
-}
-
-void BusService::unmuteEnded(const MuteAnswer& result) {
-    if (!unmuteReply_) {
-        return;
-    }
-    if (!result.serverAnswered && result.mutedCount == 0) {
-        sendWords(std::move(unmuteReply_), bus::outcome::incomplete,
-                  words().text("The microphone couldn't be unmuted yet."),
-                  words().text("The sound server didn't answer. As soon as it does, the microphone "
-                               "is unmuted."));
-        return;
-    }
-    const bool isDone = result.unmutable.empty();
-    sendWords(std::move(unmuteReply_), isDone ? bus::outcome::done : bus::outcome::incomplete,
-              isDone || result.mutedCount > 0 ? words().text("The microphone is no longer muted.")
-                                              : words().text("The microphone couldn't be unmuted."),
-              isDone ? std::string()
-                     : words().text("%@ couldn't be unmuted.", {words().list(result.unmutable)}));
-}
-
-// MARK: - Answers
-
-BusMessage BusService::replyTo(sd_bus_message* call) {
-    sd_bus_message* reply = nullptr;
-    sd_bus_message_new_method_return(call, &reply);
-    return BusMessage(reply);
-}
-
-void BusService::refuse(sd_bus_message* call, const char* error, const std::string& why) {
-    sd_bus_message* reply = nullptr;
-    if (sd_bus_message_new_method_errorf(call, &reply, error, "%s", bus::busText(why).c_str()) >=
-        0) {
-        send(BusMessage(reply));
-    }
-}
-
-void BusService::sendWords(BusMessage reply, const char* outcome, const std::string& headline,
-                           const std::string& detail) {
-    sd_bus_message_append(reply.get(), "sss", outcome, bus::busText(headline).c_str(),
-                          bus::busText(detail).c_str());
-    send(reply);
-}
-
 void BusService::send(const BusMessage& message) {
-    if (link_) {
+    if (link_ && message) {
         sd_bus_send(link_->bus(), message.get(), nullptr);
         link_->settle();
     }
+}
+
+void BusService::refuse(sd_bus_message* call, const char* error, const std::string& why) {
+    send(bus::refusalOf(call, error, why));
 }
 
 // MARK: - What has changed
@@ -427,14 +270,7 @@ void BusService::tellChanges() {
     }
     const BusMessage signal(made);
     sd_bus_message_append(made, "s", bus::interface);
-    sd_bus_message_open_container(made, 'a', "{sv}");
-    for (const auto& each : changed) {
-        sd_bus_message_open_container(made, 'e', "sv");
-        sd_bus_message_append(made, "s", each.c_str());
-        bus::appendProperty(made, each, now);
-        sd_bus_message_close_container(made);
-    }
-    sd_bus_message_close_container(made);
+    bus::appendProperties(made, changed, now);
     sd_bus_message_append(made, "as", 0);
     send(signal);
     told_ = now;

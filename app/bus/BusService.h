@@ -5,8 +5,8 @@
 // with Qt's event loop.
 #pragma once
 
-#include "app/bus/Allowance.h"
 #include "app/bus/BusLink.h"
+#include "app/bus/BusRequests.h"
 #include "app/bus/BusSearch.h"
 #include "app/bus/CallerCheck.h"
 #include "app/bus/ProgramStatus.h"
@@ -14,7 +14,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,13 +42,6 @@ public:
     BusService(const BusService&) = delete;
     BusService& operator=(const BusService&) = delete;
 
-    /// The longest name of an app that is looked at, in bytes.
-    static constexpr std::size_t longestName = 4096;
-    /// Each stop shows a card, so a flood may not have as many as it likes. More than anybody
-    /// presses; what the user does in the program itself isn't counted.
-    static constexpr int requestsAtOnce = 10;
-    static constexpr Seconds requestInterval = 2.0;
-
 private:
     void connect();
     void search();
@@ -61,17 +53,7 @@ private:
     void answerAsProgram(sd_bus_message* call, const std::string& member);
     void answerAboutProperties(sd_bus_message* call, const std::string& member);
 
-    void stopEverything(sd_bus_message* call);
-    void stop(sd_bus_message* call);
-    void unmute(sd_bus_message* call);
-    void stopEnded(const std::optional<StopResult>& result);
-    void unmuteEnded(const MuteAnswer& result);
-
-    bool mayStop(sd_bus_message* call);
     void refuse(sd_bus_message* call, const char* error, const std::string& why);
-    BusMessage replyTo(sd_bus_message* call);
-    void sendWords(BusMessage reply, const char* outcome, const std::string& headline,
-                   const std::string& detail);
     void send(const BusMessage& message);
 
     void tellChanges();
@@ -82,11 +64,7 @@ private:
     Options options_;
     std::unique_ptr<CallerCheck> callers_;
     std::unique_ptr<BusLink> link_;
-    BusMessage stopReply_;   ///< for the one whose stop is under way
-    BusMessage unmuteReply_; ///< likewise
-    Allowance stops_;
-    Allowance unmutes_;
-    Allowance raises_; ///< of the question before a stop
+    BusRequests requests_; ///< what they hold goes before the link
     ProgramStatus told_;
     bool isTelling_ = false;
     std::unique_ptr<BusSearch> search_; ///< until the bus has answered

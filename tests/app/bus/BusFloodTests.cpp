@@ -82,7 +82,7 @@ TEST_F(BusFlood, OfStopsThatEndAtOnceShowsFewCards) {
     endure({"StopEverything", "10000"});
     const auto took = std::chrono::duration<double>(Steady::now() - begun).count();
     EXPECT_GE(stops, 1);
-    EXPECT_LE(stops, BusService::requestsAtOnce + took / BusService::requestInterval + 1);
+    EXPECT_LE(stops, BusRequests::atOnce + took / BusRequests::interval + 1);
 }
 
 TEST_F(BusFlood, OfUnmutesLeavesNothingBehind) {

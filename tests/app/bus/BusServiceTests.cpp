@@ -110,7 +110,7 @@ TEST_F(BusServiceTest, DropsAStopWhileTheUserIsAsked) {
     for (int i = 0; i < 30; ++i) {
         EXPECT_THAT(call("StopEverything"), ElementsAre("busy", asking, ""));
     }
-    EXPECT_GE(raises, BusService::requestsAtOnce);
+    EXPECT_GE(raises, BusRequests::atOnce);
     EXPECT_LT(raises, 20) << "a flood may not hold it in front";
     EXPECT_EQ(questions, 1);
     EXPECT_TRUE(waiting.running());
@@ -242,9 +242,9 @@ TEST_F(BusServiceTest, RefusesWhatItDoesNotKnow) {
 
 TEST_F(BusServiceTest, TakesNoNameThatIsLongerThanAnyApps) {
     launch();
-    EXPECT_THAT(call("Stop", std::string(BusService::longestName + 1, 'x')),
+    EXPECT_THAT(call("Stop", std::string(BusRequests::longestName + 1, 'x')),
                 ElementsAre(SD_BUS_ERROR_INVALID_ARGS));
-    EXPECT_THAT(call("Stop", std::string(BusService::longestName, 'x')),
+    EXPECT_THAT(call("Stop", std::string(BusRequests::longestName, 'x')),
                 ElementsAre(bus::notInUse));
 }
 
