@@ -14,8 +14,6 @@ public:
 
     /// Adds the end of the line.
     void write(const std::string& line);
-    /// Whether all lines so far went out.
-    bool isOpen() const { return open_; }
     /// The exit status for it: 0 if all lines went out or their reader has gone, else 1, after
     /// saying on standard error what was in the way.
     int end() const;

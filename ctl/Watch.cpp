@@ -19,7 +19,6 @@
 #include <QDateTime>
 #include <cmath>
 #include <csignal>
-#include <cstdint>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -86,23 +85,8 @@ public:
         }
     }
 
-    void soundPlayed() {
-        if (recorder_) {
-            recorder_->soundPlayed();
-        }
-    }
-
-    void outputMuted(std::uint32_t device, bool muted, bool done) {
-        if (recorder_) {
-            recorder_->outputMuted(device, muted, done);
-        }
-    }
-
-    void asked(const BrowserQuestion& question, BrowserAnswer answer) {
-        if (recorder_) {
-            recorder_->asked(question, answer);
-        }
-    }
+    /// Null beside sentences.
+    ModelRecorder* recorder() { return recorder_ ? &*recorder_ : nullptr; }
 
 private:
     Output output_;
@@ -148,8 +132,10 @@ int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
     Teller teller(model, loop, options.json);
     const auto stops = model.onStopEnded.subscribe(
         [&](const std::optional<StopResult>& result) { teller.stopped(result); });
-    telling.onSound = [&] {
-        teller.soundPlayed();
+    telling.onSound = [recorder = teller.recorder()] {
+        if (recorder) {
+            recorder->soundPlayed();
+        }
     };
     const auto replaced = model.onHistoryReplaced.subscribe([&] {
         teller.say(words().text("The history file was deleted or replaced. The history goes on in "
@@ -197,15 +183,7 @@ int watchRecording(const WatchOptions& options, QtEventLoop& loop) {
         Teller teller(model, loop, options.json);
         const auto stops = model.onStopEnded.subscribe(
             [&](const std::optional<StopResult>& result) { teller.stopped(result); });
-        stage.machine.onSound = [&] {
-            teller.soundPlayed();
-        };
-        stage.machine.onOutputMute = [&](std::uint32_t device, bool muted, bool done) {
-            teller.outputMuted(device, muted, done);
-        };
-        stage.onAsked = [&](const BrowserQuestion& question, BrowserAnswer answer) {
-            teller.asked(question, answer);
-        };
+        stage.recordTo(teller.recorder());
         model.start();
         player.play(stage, model, loop, loop, [&](const std::optional<std::string>& error) {
             if (error) {

@@ -24,23 +24,7 @@ ReplayStage::Wording wordingOf(const ReplayBeginning& beginning, const Translati
 Replay::Replay(const ReplayBeginning& beginning, Sink sink, const Translations& translations)
     : time_(beginning.time),
       stage_(beginning, wordingOf(beginning, translations)),
-      writer_(std::move(sink)) {
-    stage_.machine.onSound = [this] {
-        if (recorder_) {
-            recorder_->soundPlayed();
-        }
-    };
-    stage_.machine.onOutputMute = [this](std::uint32_t device, bool muted, bool done) {
-        if (recorder_) {
-            recorder_->outputMuted(device, muted, done);
-        }
-    };
-    stage_.onAsked = [this](const BrowserQuestion& question, BrowserAnswer answer) {
-        if (recorder_) {
-            recorder_->asked(question, answer);
-        }
-    };
-}
+      writer_(std::move(sink)) {}
 
 Replay::~Replay() {
     leave();
@@ -83,6 +67,7 @@ void Replay::launch() {
     model_ = std::make_unique<AppModel>(stage_.surroundings(time_, time_));
     recorder_ = std::make_unique<ModelRecorder>(
         *model_, [this] { return time_.elapsed(); }, writer_);
+    stage_.recordTo(recorder_.get());
     shortcut_ = stage_.refuseShortcut(*model_);
     model_->start();
     time_.runPosted();
@@ -90,6 +75,7 @@ void Replay::launch() {
 
 void Replay::leave() {
     shortcut_.reset();
+    stage_.recordTo(nullptr);
     recorder_.reset();
     model_.reset();
     writer_.forgetAllNotices();

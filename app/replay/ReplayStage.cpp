@@ -19,10 +19,9 @@ std::optional<AppIdentity> appThatWasSeen(const AppModel& model, const std::stri
             return session.app;
         }
     }
-    const auto& history = *model.historySessions;
-    for (std::size_t i = 0; i < history.size(); ++i) {
-        if (history[i].app.id == id) {
-            return history[i].app;
+    for (const auto& session : *model.historySessions) {
+        if (session.app.id == id) {
+            return session.app;
         }
     }
     for (const auto& rule : model.trust->rules()) {
@@ -137,6 +136,21 @@ ReplayStage::ReplayStage(const ReplayBeginning& beginning, Wording wording)
     }
 }
 
+void ReplayStage::recordTo(ModelRecorder* recorder) {
+    recorder_ = recorder;
+    if (!recorder) {
+        machine.onSound = nullptr;
+        machine.onOutputMute = nullptr;
+        return;
+    }
+    machine.onSound = [recorder] {
+        recorder->soundPlayed();
+    };
+    machine.onOutputMute = [recorder](std::uint32_t device, bool muted, bool done) {
+        recorder->outputMuted(device, muted, done);
+    };
+}
+
 ModelSurroundings ReplayStage::surroundings(const Clock& clock, Scheduler& scheduler) {
     const auto openHistory = [this] {
         if (!history_) {
@@ -147,8 +161,8 @@ ModelSurroundings ReplayStage::surroundings(const Clock& clock, Scheduler& sched
     const auto ask = [this](const BrowserQuestion& question,
                             const std::function<void(BrowserAnswer)>& answered) {
         const auto answer = machine.script.browserAnswer;
-        if (onAsked) {
-            onAsked(question, answer);
+        if (recorder_) {
+            recorder_->asked(question, answer);
         }
         answered(answer);
         return ShownQuestion();

@@ -6,6 +6,7 @@
 #include "app/model/AppModel.h"
 #include "app/model/MemorySettings.h"
 #include "app/replay/ReplayAction.h"
+#include "app/telling/ModelRecorder.h"
 #include "core/history/HistoryStore.h"
 #include "system/scripted/ScriptedMachine.h"
 
@@ -45,8 +46,9 @@ public:
 
     /// What a model on this stage stands on.
     ModelSurroundings surroundings(const Clock& clock, Scheduler& scheduler);
-    /// Called when the recording has answered for the person who is asked about browsers.
-    std::function<void(const BrowserQuestion&, BrowserAnswer)> onAsked;
+    /// From now on this writes also what the machine does, and what the recording answers for the
+    /// person who is asked about browsers; null ends it.
+    void recordTo(ModelRecorder* recorder);
 
     /// Lets the machine refuse the stop shortcut to a model, now and whenever the user chooses it,
     /// until the handle goes. For a player without a desktop that would try the real keys.
@@ -62,6 +64,7 @@ public:
 private:
     Wording wording_;
     std::shared_ptr<HistoryStore> history_; ///< none if it can't be opened
+    ModelRecorder* recorder_ = nullptr;
 };
 
 } // namespace velmoran
