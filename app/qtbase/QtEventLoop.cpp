@@ -39,10 +39,9 @@ double milliseconds(Seconds seconds) {
 } // namespace
 
 /// Timers belong to this object itself, so that an action can drop its own handle.
-class QtEventLoop::Receiver final : public QObject {
+class QtEventLoop::Receiver final : public QObject, public std::enable_shared_from_this<Receiver> {
 public:
-    Subscription add(double wait, bool repeats, std::function<void()> action,
-                     const std::shared_ptr<Receiver>& self) {
+    Subscription add(double wait, bool repeats, std::function<void()> action) {
         const auto key = next_++;
         auto& timer = timers_[key];
         timer.action = std::move(action);
@@ -50,15 +49,10 @@ public:
         timer.interval = wait;
         timer.repeats = repeats;
         arm(key, timer);
-        return Subscription([weak = std::weak_ptr(self), key] {
-            if (const auto receiver = weak.lock()) {
-                receiver->drop(key);
-            }
-        });
+        return handle(key);
     }
 
-    Subscription addByBootClock(Seconds wait, std::function<void()> action,
-                                const std::shared_ptr<Receiver>& self) {
+    Subscription addByBootClock(Seconds wait, std::function<void()> action) {
         if (!alarm_) {
             alarm_.emplace();
             auto* rings = new QSocketNotifier(alarm_->descriptor(), QSocketNotifier::Read, this);
@@ -67,13 +61,7 @@ public:
         const auto key = next_++;
         booted_[key] = {BootAlarm::now() + (wait > 0 ? wait : 0), std::move(action)};
         setAlarm();
-        return Subscription([weak = std::weak_ptr(self), key] {
-            if (const auto receiver = weak.lock()) {
-                // What the action holds may have handles of its own, so it goes last.
-                const auto node = receiver->booted_.extract(key);
-                receiver->setAlarm();
-            }
-        });
+        return handle(key);
     }
 
     bool event(QEvent* event) override {
@@ -134,12 +122,21 @@ private:
         keys_.erase(timer.id);
     }
 
+    /// Drops the timer with that key, of either kind.
+    Subscription handle(std::uint64_t key) {
+        return Subscription([weak = weak_from_this(), key] {
+            if (const auto receiver = weak.lock()) {
+                receiver->drop(key);
+            }
+        });
+    }
+
     void drop(std::uint64_t key) {
-        const auto found = timers_.find(key);
-        if (found != timers_.end()) {
-            disarm(found->second);
-            // What the action holds may have handles of its own, so it goes last.
-            const auto node = timers_.extract(found);
+        // What the action holds may have handles of its own, so it goes last.
+        if (const auto timer = timers_.extract(key)) {
+            disarm(timer.mapped());
+        } else if (const auto booted = booted_.extract(key)) {
+            setAlarm();
         }
     }
 
@@ -191,20 +188,19 @@ void QtEventLoop::post(std::function<void()> action) {
 }
 
 Subscription QtEventLoop::after(Seconds delay, std::function<void()> action) {
-    return receiver_->add(milliseconds(delay), false, std::move(action), receiver_);
+    return receiver_->add(milliseconds(delay), false, std::move(action));
 }
 
 Subscription QtEventLoop::afterAwakeOrAsleep(Seconds delay, std::function<void()> action) {
     try {
-        return receiver_->addByBootClock(delay, action, receiver_);
+        return receiver_->addByBootClock(delay, action);
     } catch (const std::system_error&) {
         return after(delay, std::move(action));
     }
 }
 
 Subscription QtEventLoop::every(Seconds interval, std::function<void()> action) {
-    return receiver_->add(std::max(1.0, milliseconds(interval)), true, std::move(action),
-                          receiver_);
+    return receiver_->add(std::max(1.0, milliseconds(interval)), true, std::move(action));
 }
 
 } // namespace velmoran
