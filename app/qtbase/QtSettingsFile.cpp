@@ -58,15 +58,28 @@ std::optional<double> asNumber(const QVariant& value) {
     return done && std::isfinite(result) ? std::optional(result) : std::nullopt;
 }
 
-/// Nothing if it isn't an array.
-std::optional<QVariantList> asList(const QVariant& value) {
-    if (is(value, QMetaType::QVariantList) || is(value, QMetaType::QStringList)) {
-        return value.toList();
+std::optional<std::string> asText(const QVariant& value) {
+    return is(value, QMetaType::QString) ? std::optional(value.toString().toStdString())
+                                         : std::nullopt;
+}
+
+/// Nothing if it isn't an array, or not all of it is read.
+template <class T>
+std::optional<std::vector<T>> asList(const QVariant& value,
+                                     std::optional<T> (*read)(const QVariant&)) {
+    if (!is(value, QMetaType::QVariantList) && !is(value, QMetaType::QStringList) &&
+        !is(value, QMetaType::QString)) {
+        return std::nullopt;
     }
-    if (is(value, QMetaType::QString)) {
-        return QVariantList{value};
+    std::vector<T> result;
+    for (const auto& each : is(value, QMetaType::QString) ? QVariantList{value} : value.toList()) {
+        const auto element = read(each);
+        if (!element) {
+            return std::nullopt;
+        }
+        result.push_back(*element);
     }
-    return std::nullopt;
+    return result;
 }
 
 } // namespace
@@ -102,19 +115,7 @@ std::optional<std::int64_t> QtSettingsFile::integer(const std::string& key) cons
 }
 
 std::optional<std::vector<double>> QtSettingsFile::numbers(const std::string& key) const {
-    const auto list = asList(value(key));
-    if (!list) {
-        return std::nullopt;
-    }
-    std::vector<double> result;
-    for (const auto& each : *list) {
-        const auto number = asNumber(each);
-        if (!number) {
-            return std::nullopt;
-        }
-        result.push_back(*number);
-    }
-    return result;
+    return asList(value(key), asNumber);
 }
 
 std::optional<std::string> QtSettingsFile::bytes(const std::string& key) const {
@@ -124,18 +125,7 @@ std::optional<std::string> QtSettingsFile::bytes(const std::string& key) const {
 }
 
 std::optional<std::vector<std::string>> QtSettingsFile::texts(const std::string& key) const {
-    const auto list = asList(value(key));
-    if (!list) {
-        return std::nullopt;
-    }
-    std::vector<std::string> result;
-    for (const auto& each : *list) {
-        if (!is(each, QMetaType::QString)) {
-            return std::nullopt;
-        }
-        result.push_back(each.toString().toStdString());
-    }
-    return result;
+    return asList(value(key), asText);
 }
 
 void QtSettingsFile::registerBoolean(const std::string& key, bool given) {
@@ -155,11 +145,7 @@ void QtSettingsFile::setInteger(const std::string& key, std::int64_t given) {
 }
 
 void QtSettingsFile::setNumbers(const std::string& key, const std::vector<double>& given) {
-    QVariantList list;
-    for (const auto each : given) {
-        list.append(each);
-    }
-    write(key, list);
+    write(key, QVariantList(given.begin(), given.end()));
 }
 
 void QtSettingsFile::setBytes(const std::string& key, const std::string& given) {
