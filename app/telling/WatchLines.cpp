@@ -37,31 +37,28 @@ void WatchLines::told(const SessionEvent& event) {
 
 std::string WatchLines::sentence(const SessionEvent& event) const {
     const auto& session = event.session;
-    const auto device = DeviceWording::the({session.device});
+    std::vector<std::string> holes = {session.app.name, DeviceWording::the({session.device})};
     if (event.kind == SessionEvent::Kind::ended) {
-        const auto duration = DurationFormat::text(session.duration(clock_.now()));
-        return session.observedFromStart
-                   ? words().text("%@ turned off %@ (%@)", {session.app.name, device, duration})
-                   : words().text("%@ turned off %@ (at least %@)",
-                                  {session.app.name, device, duration});
+        holes.push_back(DurationFormat::text(session.duration(clock_.now())));
+        return session.observedFromStart ? words().text("%@ turned off %@ (%@)", holes)
+                                         : words().text("%@ turned off %@ (at least %@)", holes);
     }
     if (event.kind == SessionEvent::Kind::reattributed) {
-        return words().text("It was %@ that turned on %@", {session.app.name, device});
+        return words().text("It was %@ that turned on %@", holes);
     }
     if (!session.observedFromStart) {
-        return words().text("%@ was already using %@", {session.app.name, device});
+        return words().text("%@ was already using %@", holes);
     }
     if (session.app.cannotBeNamed() && session.device != Device::speaker) {
-        return words().text("%@ turned on %@. We couldn't tell which app it is.",
-                            {session.app.name, device});
+        return words().text("%@ turned on %@. We couldn't tell which app it is.", holes);
     }
     if (session.warningLevel == WarningLevel::quiet) {
-        return words().text("%@ turned on %@ (trusted)", {session.app.name, device});
+        return words().text("%@ turned on %@ (trusted)", holes);
     }
     if (session.warningLevel == WarningLevel::strong) {
-        return words().text("%@ turned on %@ (always warn)", {session.app.name, device});
+        return words().text("%@ turned on %@ (always warn)", holes);
     }
-    return words().text("%@ turned on %@", {session.app.name, device});
+    return words().text("%@ turned on %@", holes);
 }
 
 void WatchLines::write(Timestamp time, const std::string& sentence) {

@@ -2,7 +2,6 @@
 
 #include "app/translations/CatalogueTable.h"
 
-#include <algorithm>
 #include <string>
 
 namespace velmoran {
@@ -10,10 +9,7 @@ namespace velmoran {
 namespace {
 
 std::string languageOf(std::string_view locale) {
-    const auto end = std::find_if(locale.begin(), locale.end(), [](char c) {
-        return c == '_' || c == '-' || c == '.' || c == '@';
-    });
-    std::string language(locale.begin(), end);
+    std::string language(locale.substr(0, locale.find_first_of("_-.@")));
     for (auto& c : language) {
         c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     }
