@@ -7,6 +7,7 @@
 #include <charconv>
 #include <filesystem>
 #include <map>
+#include <ranges>
 #include <set>
 #include <string_view>
 #include <sys/inotify.h>
@@ -20,20 +21,7 @@ namespace {
 /// After a socket has come: its server begins to listen a moment later.
 constexpr std::array<Seconds, 3> soon = {0.05, 0.5, 3.0};
 
-std::vector<std::string> split(const std::string& text, char separator) {
-    std::vector<std::string> parts;
-    std::size_t from = 0;
-    for (;;) {
-        const auto at = text.find(separator, from);
-        parts.push_back(text.substr(from, at - from));
-        if (at == std::string::npos) {
-            return parts;
-        }
-        from = at + 1;
-    }
-}
-
-std::string unescaped(const std::string& text) {
+std::string unescaped(std::string_view text) {
     std::string plain;
     for (std::size_t i = 0; i < text.size(); ++i) {
         unsigned int byte = 0;
@@ -55,11 +43,13 @@ std::vector<std::string> socketPaths(const std::string& address) {
     constexpr std::string_view transport = "unix:";
     constexpr std::string_view key = "path=/";
     std::vector<std::string> paths;
-    for (const auto& server : split(address, ';')) {
+    for (const auto part : std::views::split(address, ';')) {
+        const std::string_view server(part.begin(), part.end());
         if (!server.starts_with(transport)) {
             continue;
         }
-        for (const auto& pair : split(server.substr(transport.size()), ',')) {
+        for (const auto piece : std::views::split(server.substr(transport.size()), ',')) {
+            const std::string_view pair(piece.begin(), piece.end());
             if (pair.starts_with(key)) {
                 paths.push_back(unescaped(pair.substr(key.size() - 1)));
             }
