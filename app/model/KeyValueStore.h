@@ -1,5 +1,5 @@
-// The platform's per-user settings as the settings store needs them: typed values under keys, and
-// defaults that are registered without being written. Main thread only.
+// The platform's per-user settings as the settings store needs them: typed values under keys. Main
+// thread only.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +9,8 @@
 
 namespace velmoran {
 
-/// A getter answers with the written value if it is of that type, else with the registered default,
-/// else with nothing: a value of another type, as a hand-edited file may hold, acts as missing.
+/// A getter answers with the written value if it is of that type, else with nothing: a value of
+/// another type, as a hand-edited file may hold, acts as missing.
 class KeyValueStore {
 public:
     virtual ~KeyValueStore() = default;
@@ -23,9 +23,6 @@ public:
     virtual std::optional<std::string> bytes(const std::string& key) const = 0;
     /// An array of texts in this application's own settings, never the system's.
     virtual std::optional<std::vector<std::string>> texts(const std::string& key) const = 0;
-
-    virtual void registerBoolean(const std::string& key, bool value) = 0;
-    virtual void registerInteger(const std::string& key, std::int64_t value) = 0;
 
     /// Written at once; a failure to write is dropped and the value in memory stands.
     virtual void setBoolean(const std::string& key, bool value) = 0;

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "app/model/KeyValueStore.h"
-#include "core/base/Json.h"
 
 #include <map>
 #include <string>
@@ -13,41 +12,49 @@ namespace velmoran {
 
 class MemorySettings final : public KeyValueStore {
 public:
-    std::optional<bool> boolean(const std::string& key) const override;
-    std::optional<std::int64_t> integer(const std::string& key) const override;
-    std::optional<std::vector<double>> numbers(const std::string& key) const override;
-    std::optional<std::string> bytes(const std::string& key) const override;
-    std::optional<std::vector<std::string>> texts(const std::string& key) const override;
+    std::optional<bool> boolean(const std::string& key) const override { return read<bool>(key); }
+    std::optional<std::int64_t> integer(const std::string& key) const override {
+        return read<std::int64_t>(key);
+    }
+    std::optional<std::vector<double>> numbers(const std::string& key) const override {
+        return read<std::vector<double>>(key);
+    }
+    std::optional<std::string> bytes(const std::string& key) const override {
+        return read<std::string>(key);
+    }
+    std::optional<std::vector<std::string>> texts(const std::string& key) const override {
+        return read<std::vector<std::string>>(key);
+    }
 
-    void registerBoolean(const std::string& key, bool value) override;
-    void registerInteger(const std::string& key, std::int64_t value) override;
-
-    void setBoolean(const std::string& key, bool value) override;
-    void setInteger(const std::string& key, std::int64_t value) override;
-    void setNumbers(const std::string& key, const std::vector<double>& value) override;
-    void setBytes(const std::string& key, const std::string& value) override;
-    void setTexts(const std::string& key, const std::vector<std::string>& value) override;
-    void remove(const std::string& key) override;
+    void setBoolean(const std::string& key, bool value) override { written_[key] = value; }
+    void setInteger(const std::string& key, std::int64_t value) override { written_[key] = value; }
+    void setNumbers(const std::string& key, const std::vector<double>& value) override {
+        written_[key] = value;
+    }
+    void setBytes(const std::string& key, const std::string& value) override {
+        written_[key] = value;
+    }
+    void setTexts(const std::string& key, const std::vector<std::string>& value) override {
+        written_[key] = value;
+    }
+    void remove(const std::string& key) override { written_.erase(key); }
     void reload() override {} // nobody else can write
 
-    /// Any JSON value, also of a type that no field has, as a hand-edited file could hold it. There
-    /// are no byte strings among them: see `setBytes`.
-    void setAny(const std::string& key, Json value);
-
-    /// True if nothing was ever written; registered defaults don't count.
+    /// True if nothing was ever written.
     bool isEmpty() const { return written_.empty(); }
-    bool contains(const std::string& key) const { return written_.contains(key); }
 
 private:
-    struct Bytes {
-        std::string value;
-    };
-    using Value = std::variant<Json, Bytes>;
+    using Value = std::variant<bool, std::int64_t, std::vector<double>, std::string,
+                               std::vector<std::string>>;
 
-    const Json* find(const std::string& key) const;
+    template <class T>
+    std::optional<T> read(const std::string& key) const {
+        const auto found = written_.find(key);
+        const auto* value = found == written_.end() ? nullptr : std::get_if<T>(&found->second);
+        return value ? std::optional(*value) : std::nullopt;
+    }
 
     std::map<std::string, Value> written_;
-    std::map<std::string, Json> registered_;
 };
 
 } // namespace velmoran

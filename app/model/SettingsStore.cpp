@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace velmoran {
 
@@ -36,13 +37,6 @@ std::optional<std::string> readLanguage(const KeyValueStore& store, const char* 
 } // namespace
 
 SettingsStore::SettingsStore(KeyValueStore& store) : store_(store) {
-    // Registered and not written: a later version can change these for all who never touched them.
-    store_.registerInteger("retentionDays", 90);
-    for (const auto* key : {"warningSoundOn", "speakerAutoMute", "hideSystemSounds",
-                            "ignoreSystemListening", "confirmClosingBrowser", "ignoreOwnReturn"}) {
-        store_.registerBoolean(key, true);
-    }
-
     const auto days = store_.integer("retentionDays").value_or(90);
     // A hand-edited number that no calendar could subtract acts as missing.
     const bool sensible = days >= 0 && days <= std::numeric_limits<int>::max();
@@ -50,44 +44,33 @@ SettingsStore::SettingsStore(KeyValueStore& store) : store_(store) {
     retentionDays.write_ = [this](int value) {
         store_.setInteger("retentionDays", value);
     };
-    bind(warningSoundOn, "warningSoundOn");
-    bind(standardNoticesStay, "standardNoticesStay");
-    bind(speakerAutoMute, "speakerAutoMute");
-    bind(monitorSpeakerUse, "monitorSpeakerUse");
-    bind(hideSystemSounds, "hideSystemSounds");
-    bind(ignoreSystemListening, "ignoreSystemListening");
-    bind(floatingStopButton, "floatingStopButton");
-    bind(stopShortcutOn, "stopShortcutOn");
-    bind(confirmClosingBrowser, "confirmClosingBrowser");
-    floatingStopPlace.value_ = Observable(readPlace(store_, "floatingStopPlace"));
-    floatingStopPlace.write_ = [this](const std::optional<Point>& place) {
-        if (place) {
-            store_.setNumbers("floatingStopPlace", {place->x, place->y});
-        } else {
-            store_.remove("floatingStopPlace");
-        }
-    };
-    bind(ignoreOwnReturn, "ignoreOwnReturn");
-    bind(awayWatchOnLock, "awayWatchOnLock");
-    bind(microphoneMuted, muteKey);
-    bind(onboardingDone, "onboardingDone");
-    trustRulesData.value_ = Observable(store_.bytes("trustRules"));
+    // Defaults aren't written: a later version can change them for all who never touched them.
+    bind(warningSoundOn, "warningSoundOn", true);
+    bind(standardNoticesStay, "standardNoticesStay", false);
+    bind(speakerAutoMute, "speakerAutoMute", true);
+    bind(monitorSpeakerUse, "monitorSpeakerUse", false);
+    bind(hideSystemSounds, "hideSystemSounds", true);
+    bind(ignoreSystemListening, "ignoreSystemListening", true);
+    bind(floatingStopButton, "floatingStopButton", false);
+    bind(stopShortcutOn, "stopShortcutOn", false);
+    bind(confirmClosingBrowser, "confirmClosingBrowser", true);
+    bind<Point>(floatingStopPlace, "floatingStopPlace", readPlace(store_, "floatingStopPlace"),
+                [](KeyValueStore& to, const char* key, const Point& place) {
+                    to.setNumbers(key, {place.x, place.y});
+                });
+    bind(ignoreOwnReturn, "ignoreOwnReturn", true);
+    bind(awayWatchOnLock, "awayWatchOnLock", false);
+    bind(microphoneMuted, muteKey, false);
+    bind(onboardingDone, "onboardingDone", false);
+    bind<std::string>(trustRulesData, "trustRules", store_.bytes("trustRules"),
+                      [](KeyValueStore& to, const char* key, const std::string& data) {
+                          to.setBytes(key, data);
+                      });
     trustRulesData.alwaysWritten_ = false;
-    trustRulesData.write_ = [this](const std::optional<std::string>& data) {
-        if (data) {
-            store_.setBytes("trustRules", *data);
-        } else {
-            store_.remove("trustRules");
-        }
-    };
-    language.value_ = Observable(readLanguage(store_, "AppleLanguages"));
-    language.write_ = [this](const std::optional<std::string>& code) {
-        if (code) {
-            store_.setTexts("AppleLanguages", {*code});
-        } else {
-            store_.remove("AppleLanguages");
-        }
-    };
+    bind<std::string>(language, "AppleLanguages", readLanguage(store_, "AppleLanguages"),
+                      [](KeyValueStore& to, const char* key, const std::string& code) {
+                          to.setTexts(key, {code});
+                      });
 }
 
 std::optional<bool> SettingsStore::muteElsewhere() {
@@ -96,10 +79,23 @@ std::optional<bool> SettingsStore::muteElsewhere() {
     return written == *microphoneMuted ? std::nullopt : written;
 }
 
-void SettingsStore::bind(Field<bool>& field, const char* key) {
-    field.value_ = Observable<bool>(store_.boolean(key).value_or(false));
+void SettingsStore::bind(Field<bool>& field, const char* key, bool byDefault) {
+    field.value_ = Observable<bool>(store_.boolean(key).value_or(byDefault));
     field.write_ = [this, key](bool value) {
         store_.setBoolean(key, value);
+    };
+}
+
+template <class T>
+void SettingsStore::bind(Field<std::optional<T>>& field, const char* key, std::optional<T> value,
+                         void (*write)(KeyValueStore&, const char* key, const T&)) {
+    field.value_ = Observable(std::move(value));
+    field.write_ = [this, key, write](const std::optional<T>& chosen) {
+        if (chosen) {
+            write(store_, key, *chosen);
+        } else {
+            store_.remove(key);
+        }
     };
 }
 

@@ -21,7 +21,7 @@ struct Point {
 
 class SettingsStore {
 public:
-    /// Registers the defaults that are on, then reads all fields. `store` outlives this.
+    /// Reads all fields, which have their defaults where nothing is written. `store` outlives this.
     explicit SettingsStore(KeyValueStore& store);
 
     /// One setting: what it is now, and how to change it. Observers hear of unequal values only.
@@ -71,7 +71,11 @@ public:
     std::optional<bool> muteElsewhere();
 
 private:
-    void bind(Field<bool>& field, const char* key);
+    void bind(Field<bool>& field, const char* key, bool byDefault);
+    /// `write` is for a value; without one the key is removed.
+    template <class T>
+    void bind(Field<std::optional<T>>& field, const char* key, std::optional<T> value,
+              void (*write)(KeyValueStore&, const char* key, const T&));
 
     KeyValueStore& store_;
 };

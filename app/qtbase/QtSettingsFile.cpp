@@ -99,19 +99,11 @@ QVariant QtSettingsFile::value(const std::string& key) const {
 }
 
 std::optional<bool> QtSettingsFile::boolean(const std::string& key) const {
-    if (const auto written = asBoolean(value(key))) {
-        return written;
-    }
-    const auto found = booleans_.find(key);
-    return found == booleans_.end() ? std::nullopt : std::optional(found->second);
+    return asBoolean(value(key));
 }
 
 std::optional<std::int64_t> QtSettingsFile::integer(const std::string& key) const {
-    if (const auto written = asInteger(value(key))) {
-        return written;
-    }
-    const auto found = integers_.find(key);
-    return found == integers_.end() ? std::nullopt : std::optional(found->second);
+    return asInteger(value(key));
 }
 
 std::optional<std::vector<double>> QtSettingsFile::numbers(const std::string& key) const {
@@ -126,14 +118,6 @@ std::optional<std::string> QtSettingsFile::bytes(const std::string& key) const {
 
 std::optional<std::vector<std::string>> QtSettingsFile::texts(const std::string& key) const {
     return asList(value(key), asText);
-}
-
-void QtSettingsFile::registerBoolean(const std::string& key, bool given) {
-    booleans_[key] = given;
-}
-
-void QtSettingsFile::registerInteger(const std::string& key, std::int64_t given) {
-    integers_[key] = given;
 }
 
 void QtSettingsFile::setBoolean(const std::string& key, bool given) {

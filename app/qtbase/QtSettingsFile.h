@@ -7,7 +7,6 @@
 
 #include <QSettings>
 #include <QString>
-#include <map>
 
 namespace velmoran {
 
@@ -24,9 +23,6 @@ public:
     std::optional<std::string> bytes(const std::string& key) const override;
     std::optional<std::vector<std::string>> texts(const std::string& key) const override;
 
-    void registerBoolean(const std::string& key, bool value) override;
-    void registerInteger(const std::string& key, std::int64_t value) override;
-
     void setBoolean(const std::string& key, bool value) override;
     void setInteger(const std::string& key, std::int64_t value) override;
     void setNumbers(const std::string& key, const std::vector<double>& value) override;
@@ -40,8 +36,6 @@ private:
     void write(const std::string& key, const QVariant& value);
 
     QSettings settings_;
-    std::map<std::string, bool> booleans_; ///< registered
-    std::map<std::string, std::int64_t> integers_;
 };
 
 } // namespace velmoran
