@@ -18,6 +18,11 @@ AppModel::AppModel(ModelSurroundings surroundings)
       engine_(unknownGrace),
       coalescer_(noticeWindow),
       reading_(around_.machine, settings),
+      outputGuard_({.outputs = around_.machine.outputs(),
+                    .scheduler = around_.scheduler,
+                    .settings = settings,
+                    .engine = engine_,
+                    .notices = notices}),
       mute_({.microphones = around_.machine.microphones(),
              .scheduler = around_.scheduler,
              .settings = settings,
@@ -78,7 +83,7 @@ void AppModel::stopMonitor() {
 }
 
 void AppModel::receive(const SystemSnapshot& reading) {
-    guardSpeakers(*snapshot, reading);
+    outputGuard_.compare(*snapshot, reading);
     snapshot.set(reading);
     syncSessions();
     onChange();

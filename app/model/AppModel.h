@@ -5,6 +5,7 @@
 
 #include "app/model/ConnectionSampler.h"
 #include "app/model/MuteKeeper.h"
+#include "app/model/OutputGuard.h"
 #include "app/model/SettingsStore.h"
 #include "app/model/StopFlow.h"
 #include "app/model/UseReading.h"
@@ -141,9 +142,6 @@ public:
     static constexpr Seconds connectionInterval = 15.0;
 
 private:
-    void guardSpeakers(const SystemSnapshot& before, const SystemSnapshot& now);
-    void tellOfGuard(std::uint32_t outputID, bool muted);
-
     void handle(const std::vector<SessionEvent>& events);
     UsageSession warned(const UsageSession& session);
     void show(const WarningNotice& notice);
@@ -161,6 +159,7 @@ private:
     NoticeCoalescer coalescer_;
     std::shared_ptr<HistoryStore> store_;
     UseReading reading_;
+    OutputGuard outputGuard_;
     MuteKeeper mute_;
     StopFlow stopFlow_;
     ConnectionSampler sampler_;
