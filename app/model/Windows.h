@@ -8,12 +8,7 @@ namespace velmoran {
 
 namespace WindowID {
 
-inline constexpr std::string_view main = "main";
-inline constexpr std::string_view onboarding = "onboarding";
 inline constexpr std::string_view history = "history";
-inline constexpr std::string_view settings = "settings";
-inline constexpr std::string_view details = "details";
-inline constexpr std::string_view awayReport = "away-report";
 
 } // namespace WindowID
 
