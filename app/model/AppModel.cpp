@@ -95,8 +95,9 @@ void AppModel::syncSessions() {
     // Opened in a helper's name, and about to end in favour of its owner.
     std::vector<Uuid> inHelpersName;
     for (const auto& session : engine_.open(Device::microphone)) {
-        if (std::any_of(found.replacedHelpers.begin(), found.replacedHelpers.end(),
-                        [&](const AppIdentity& app) { return app.isSameApp(session.app); })) {
+        if (std::ranges::any_of(found.replacedHelpers, [&](const AppIdentity& app) {
+                return app.isSameApp(session.app);
+            })) {
             inHelpersName.push_back(session.id);
         }
     }
@@ -131,10 +132,9 @@ StatusIconState AppModel::statusIconState() const {
 
 std::vector<UsageSession> AppModel::sessions(Device device) const {
     std::vector<UsageSession> result;
-    std::copy_if(openSessions->begin(), openSessions->end(), std::back_inserter(result),
-                 [device](const UsageSession& session) { return session.device == device; });
-    std::stable_sort(result.begin(), result.end(),
-                     [](const auto& a, const auto& b) { return a.start < b.start; });
+    std::ranges::copy_if(*openSessions, std::back_inserter(result),
+                         [device](const auto& session) { return session.device == device; });
+    std::ranges::stable_sort(result, {}, &UsageSession::start);
     return result;
 }
 
@@ -164,9 +164,9 @@ void AppModel::handle(const std::vector<SessionEvent>& events) {
     openSessions.set(engine_.open());
     refreshHistory();
     // So that the peers of a new session are seen at once.
-    if (std::any_of(events.begin(), events.end(), [](const SessionEvent& event) {
-            return event.kind != SessionEvent::Kind::ended;
-        })) {
+    if (std::ranges::any_of(
+            events, [](auto kind) { return kind != SessionEvent::Kind::ended; },
+            &SessionEvent::kind)) {
         sampleConnections();
     }
 }
@@ -192,8 +192,8 @@ UsageSession AppModel::warned(const UsageSession& session) {
         shown.insert(item.id);
     }
     coalescer_.keepOnly(shown);
-    const bool alreadyStrong = std::any_of(
-        coalescer_.active().begin(), coalescer_.active().end(), [&](const WarningNotice& notice) {
+    const bool alreadyStrong =
+        std::ranges::any_of(coalescer_.active(), [&](const WarningNotice& notice) {
             return notice.app.isSameApp(result.app) && notice.level == WarningLevel::strong;
         });
     const auto notice = coalescer_.registerSession(result, *level, awayWatchOn.get());
@@ -247,19 +247,18 @@ void AppModel::loadTrust() {
 
 void AppModel::setTrusted(bool trusted, const AppIdentity& app,
                           const std::vector<Device>& devices) {
-    auto list = trust.get();
-    list.setTrusted(trusted, app, devices);
-    keepTrust(list);
+    changeTrust([&](TrustList& list) { list.setTrusted(trusted, app, devices); });
 }
 
 void AppModel::setAlwaysWarn(bool alwaysWarn, const AppIdentity& app,
                              const std::vector<Device>& devices) {
-    auto list = trust.get();
-    list.setAlwaysWarn(alwaysWarn, app, devices);
-    keepTrust(list);
+    changeTrust([&](TrustList& list) { list.setAlwaysWarn(alwaysWarn, app, devices); });
 }
 
-void AppModel::keepTrust(const TrustList& list) {
+template <class Change>
+void AppModel::changeTrust(const Change& change) {
+    auto list = trust.get();
+    change(list);
     trust.set(list);
     settings.trustRulesData.set(encode(list));
 }

@@ -150,7 +150,8 @@ private:
     void refreshHistory();
     void scheduleFollowUp(bool wanted);
     void loadTrust();
-    void keepTrust(const TrustList& list);
+    template <class Change>
+    void changeTrust(const Change& change);
     void openHistory();
 
     ModelSurroundings around_;

@@ -8,11 +8,10 @@ namespace velmoran {
 namespace {
 
 bool knows(const UsageSession& session, const Connection& peer) {
-    return std::any_of(session.connections.begin(), session.connections.end(),
-                       [&](const ConnectionRecord& record) {
-                           return record.address == peer.address && record.port == peer.port &&
-                                  record.transport == peer.transport;
-                       });
+    return std::ranges::any_of(session.connections, [&](const ConnectionRecord& record) {
+        return record.address == peer.address && record.port == peer.port &&
+               record.transport == peer.transport;
+    });
 }
 
 } // namespace
@@ -34,7 +33,7 @@ void ConnectionSampler::sample() {
             continue;
         }
         sampled.push_back(session);
-        if (std::find(apps.begin(), apps.end(), session.app) == apps.end()) {
+        if (std::ranges::find(apps, session.app) == apps.end()) {
             apps.push_back(session.app);
         }
     }
