@@ -10,10 +10,16 @@ namespace velmoran {
 namespace {
 
 NoticeButton button(std::string title, bool prominent, std::function<void()> action) {
-    return {.id = Uuid::random(),
-            .title = std::move(title),
-            .prominent = prominent,
-            .action = std::move(action)};
+    return {.title = std::move(title), .prominent = prominent, .action = std::move(action)};
+}
+
+NoticeItem symbolItem(const Uuid& id, std::string symbol, std::string title) {
+    NoticeItem item;
+    item.id = id;
+    item.symbol = std::move(symbol);
+    item.title = std::move(title);
+    item.timeText = words().text("Just now");
+    return item;
 }
 
 bool anyUntrusted(const WarningNotice& notice, const TrustList& trust) {
@@ -51,12 +57,9 @@ NoticeItem noticeItem(const WarningNotice& notice, const TrustList& trust, bool 
 
 NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultActions actions) {
     const bool all = result.everythingStopped();
-    NoticeItem item;
-    item.id = id;
-    item.symbol = all ? "checkmark.circle" : "exclamationmark.circle";
-    item.title = result.headline();
+    auto item =
+        symbolItem(id, all ? "checkmark.circle" : "exclamationmark.circle", result.headline());
     item.message = result.detail();
-    item.timeText = words().text("Just now");
     if (!result.notClosed.empty()) {
         item.buttons.push_back(button(words().text("Details"), false, std::move(actions.details)));
         item.buttons.push_back(
@@ -70,26 +73,19 @@ NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultAc
 
 NoticeItem speakersMutedItem(const Uuid& id, const std::optional<std::string>& player,
                              std::function<void()> unmute) {
-    NoticeItem item;
-    item.id = id;
-    item.symbol = "speaker.slash";
-    item.title = words().text("Headphones disconnected, so the speakers were muted");
+    auto item = symbolItem(id, "speaker.slash",
+                           words().text("Headphones disconnected, so the speakers were muted"));
     if (player) {
         item.message = words().text("%@ would have played out loud.", {*player});
     }
-    item.timeText = words().text("Just now");
     item.buttons.push_back(button(words().text("Unmute speakers"), false, std::move(unmute)));
     return item;
 }
 
 NoticeItem speakersNotMutedItem(const Uuid& id) {
-    NoticeItem item;
-    item.id = id;
-    item.symbol = "speaker.wave.2";
-    item.title = words().text("Headphones disconnected");
+    auto item = symbolItem(id, "speaker.wave.2", words().text("Headphones disconnected"));
     item.message =
         words().text("Sound now comes out of the speakers. Velmoran couldn't mute them.");
-    item.timeText = words().text("Just now");
     return item;
 }
 

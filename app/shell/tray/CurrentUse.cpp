@@ -12,21 +12,14 @@ namespace velmoran {
 namespace {
 
 std::string title(const SystemSnapshot& snapshot) {
-    std::vector<Device> on;
-    if (snapshot.cameraOn) {
-        on.push_back(Device::camera);
-    }
-    if (snapshot.microphoneOn) {
-        on.push_back(Device::microphone);
-    }
-    if (on.empty()) {
-        return words().text("Camera and microphone are off");
-    }
-    if (on.size() == 2) {
+    if (snapshot.cameraOn && snapshot.microphoneOn) {
         return words().text("Camera and microphone are in use");
     }
-    return on.front() == Device::camera ? words().text("The camera is in use")
-                                        : words().text("The microphone is in use");
+    if (snapshot.cameraOn) {
+        return words().text("The camera is in use");
+    }
+    return snapshot.microphoneOn ? words().text("The microphone is in use")
+                                 : words().text("Camera and microphone are off");
 }
 
 /// In one line, since each use has one and a name comes from whoever uses the device.
@@ -56,10 +49,8 @@ NoticeItem currentUseItem(const CurrentUse& use, Timestamp now, std::function<vo
     }
     if (use.microphoneMuted) {
         add(words().text("The microphone has been muted since a stop."));
-        NoticeButton button;
-        button.title = words().text("Unmute microphone");
-        button.action = std::move(unmute);
-        item.buttons.push_back(std::move(button));
+        item.buttons.push_back(
+            {.title = words().text("Unmute microphone"), .action = std::move(unmute)});
     }
     if (use.historyUnavailable) {
         add(words().text("History can't be saved right now. Velmoran couldn't open its file on "
