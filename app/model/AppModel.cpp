@@ -67,9 +67,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
 
 void AppModel::start() {
     loadTrust();
-    notices.onItemsChanged = [this] {
-        onChange();
-    };
+    noticeChanges_ = notices.onChange.subscribe([this] { onChange(); });
     openHistory();
     // To come, in this place: looking whether the screen is locked.
     mute_.start();

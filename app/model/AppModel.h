@@ -164,6 +164,7 @@ private:
     MuteKeeper mute_;
     StopFlow stopFlow_;
     ConnectionSampler sampler_;
+    Subscription noticeChanges_;
     Subscription connectionTimer_;
     Subscription pruneTimer_;
     Subscription followUp_;

@@ -5,20 +5,12 @@
 
 namespace velmoran {
 
-namespace {
-auto withID(const Uuid& id) {
-    return [id](const auto& each) {
-        return each.id == id;
-    };
-}
-} // namespace
-
 NoticeCenter::NoticeCenter(Scheduler& scheduler) : scheduler_(scheduler) {}
 
 void NoticeCenter::show(NoticeItem item) {
     const Uuid id = item.id;
     const auto hideAfter = item.autoHideAfter;
-    const auto place = std::find_if(items_.begin(), items_.end(), withID(id));
+    const auto place = std::ranges::find(items_, id, &NoticeItem::id);
     if (place != items_.end()) {
         *place = std::move(item);
     } else {
@@ -31,16 +23,16 @@ void NoticeCenter::show(NoticeItem item) {
     if (const auto shown = this->item(id)) {
         onShown(*shown);
     }
-    changed();
+    onChange();
 }
 
 void NoticeCenter::dismiss(const Uuid& id) {
     // The task may be the caller, so it has to live until we are done.
     const auto task = hideTasks_.extract(id);
-    const auto gone = item(id);
-    if (gone && std::erase_if(items_, withID(id)) > 0) {
+    if (const auto gone = item(id)) {
+        std::erase_if(items_, [&](const NoticeItem& each) { return each.id == gone->id; });
         onDismissed(*gone);
-        changed();
+        onChange();
     }
 }
 
@@ -53,38 +45,25 @@ void NoticeCenter::close(const Uuid& id) {
 }
 
 bool NoticeCenter::press(const Uuid& id, const Uuid& button) {
-    const auto card = std::find_if(items_.begin(), items_.end(), withID(id));
-    if (card == items_.end()) {
-        return false;
-    }
-    const auto found = std::find_if(card->buttons.begin(), card->buttons.end(), withID(button));
-    if (found == card->buttons.end()) {
-        return false;
-    }
     // A copy, since the action takes its own card away.
-    if (const auto action = found->action) {
-        action();
+    const auto card = item(id).value_or(NoticeItem());
+    const auto found = std::ranges::find(card.buttons, button, &NoticeButton::id);
+    if (found == card.buttons.end()) {
+        return false;
+    }
+    if (found->action) {
+        found->action();
     }
     return true;
 }
 
 std::optional<NoticeItem> NoticeCenter::item(const Uuid& id) const {
-    const auto found = std::find_if(items_.begin(), items_.end(), withID(id));
+    const auto found = std::ranges::find(items_, id, &NoticeItem::id);
     return found == items_.end() ? std::nullopt : std::optional(*found);
 }
 
 bool NoticeCenter::strongWarningWaiting() const {
-    return std::any_of(items_.begin(), items_.end(),
-                       [](const NoticeItem& item) { return item.isStrong; });
-}
-
-void NoticeCenter::changed() {
-    if (onChange) {
-        onChange();
-    }
-    if (onItemsChanged) {
-        onItemsChanged();
-    }
+    return std::ranges::any_of(items_, &NoticeItem::isStrong);
 }
 
 } // namespace velmoran

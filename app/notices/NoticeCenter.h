@@ -6,7 +6,6 @@
 #include "core/base/Observable.h"
 #include "core/base/Scheduler.h"
 
-#include <functional>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -35,14 +34,11 @@ public:
     /// True while a strong card is on screen.
     bool strongWarningWaiting() const;
 
-    Event<const NoticeItem&> onShown;     ///< a card came or was replaced; before the hooks
-    Event<const NoticeItem&> onDismissed; ///< a card went, by whatever road; before the hooks
-    std::function<void()> onChange;       ///< the panel's hook, called first
-    std::function<void()> onItemsChanged; ///< the model's hook
+    Event<const NoticeItem&> onShown;     ///< a card came or was replaced
+    Event<const NoticeItem&> onDismissed; ///< a card went, by whatever road
+    Event<> onChange;                     ///< after either
 
 private:
-    void changed();
-
     Scheduler& scheduler_;
     std::vector<NoticeItem> items_;
     std::unordered_map<Uuid, Subscription> hideTasks_;

@@ -29,16 +29,10 @@ NoticePanelController::NoticePanelController(NoticeCenter& notices,
     : notices_(notices),
       anchor_(std::move(anchor)),
       picture_(std::move(picture)) {
-    notices_.onChange = [this] {
-        update();
-    };
+    changes_ = notices_.onChange.subscribe([this] { update(); });
     panel_.prepare();
     // After the start, which it would only hold up.
     QTimer::singleShot(warmUpDelay, &panel_, [this] { panel_.warmUp(); });
-}
-
-NoticePanelController::~NoticePanelController() {
-    notices_.onChange = nullptr;
 }
 
 void NoticePanelController::raise() {

@@ -7,7 +7,6 @@
 
 #include <QRect>
 #include <functional>
-#include <memory>
 #include <optional>
 
 namespace velmoran {
@@ -18,9 +17,6 @@ public:
     /// outlives the controller.
     NoticePanelController(NoticeCenter& notices, std::function<std::optional<QRect>()> anchor,
                           AppPicture picture);
-    ~NoticePanelController();
-    NoticePanelController(const NoticePanelController&) = delete;
-    NoticePanelController& operator=(const NoticePanelController&) = delete;
 
     /// Brings the cards, if there are any, in front of everything.
     void raise();
@@ -41,6 +37,7 @@ private:
     std::function<std::optional<QRect>()> anchor_;
     AppPicture picture_;
     NoticePanel panel_;
+    Subscription changes_;
 };
 
 } // namespace velmoran

@@ -13,15 +13,8 @@ struct NoticeCenterTest : ::testing::Test {
     ScriptedTime time;
     NoticeCenter center{time};
     std::vector<std::string> hooks;
-
-    NoticeCenterTest() {
-        center.onChange = [this] {
-            hooks.push_back("panel");
-        };
-        center.onItemsChanged = [this] {
-            hooks.push_back("model");
-        };
-    }
+    Subscription panel = center.onChange.subscribe([this] { hooks.push_back("panel"); });
+    Subscription model = center.onChange.subscribe([this] { hooks.push_back("model"); });
 
     static NoticeItem item(const std::string& title, std::optional<Seconds> hideAfter = {}) {
         NoticeItem made;
@@ -42,7 +35,7 @@ struct NoticeCenterTest : ::testing::Test {
 
 using Titles = std::vector<std::string>;
 
-TEST_F(NoticeCenterTest, CallsThePanelBeforeTheModel) {
+TEST_F(NoticeCenterTest, TellsThemInTheOrderInWhichTheyCame) {
     center.show(item("A"));
     EXPECT_EQ(hooks, (Titles{"panel", "model"}));
 }

@@ -10,9 +10,7 @@ TEST(NoticeCenter, TellsOfEachCardThatComesIsReplacedOrGoes) {
     ScriptedTime time;
     NoticeCenter center(time);
     std::vector<std::string> told;
-    center.onChange = [&] {
-        told.push_back("change");
-    };
+    const auto change = center.onChange.subscribe([&] { told.push_back("change"); });
     const auto shown = center.onShown.subscribe(
         [&](const NoticeItem& item) { told.push_back("shown " + item.title); });
     const auto gone = center.onDismissed.subscribe(

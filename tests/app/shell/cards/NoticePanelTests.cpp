@@ -334,11 +334,19 @@ TEST_F(NoticePanelTest, LongButtonsGoToARowOfTheirOwn) {
 
 TEST_F(NoticePanelTest, AGoneControllerIsToldNothing) {
     NoticeCenter other(time);
+    int asked = 0;
     {
-        const NoticePanelController gone(other, [] { return std::nullopt; }, {});
+        const NoticePanelController gone(other,
+                                         [&] {
+                                             ++asked;
+                                             return std::nullopt;
+                                         },
+                                         {});
+        other.show(item("First"));
+        EXPECT_EQ(asked, 1);
     }
-    other.show(item("First"));
-    EXPECT_EQ(other.onChange, nullptr);
+    other.show(item("Second"));
+    EXPECT_EQ(asked, 1);
 }
 
 TEST_F(NoticePanelTest, LeavesOutTheOldestCardsWhereThereIsNoRoomForAll) {
