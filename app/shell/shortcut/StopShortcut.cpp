@@ -8,12 +8,8 @@
 
 namespace velmoran {
 
-StopShortcut::StopShortcut() = default;
-StopShortcut::~StopShortcut() = default;
-
 bool StopShortcut::set(bool enabled, std::function<void()> action) {
-    grab_.reset();
-    portal_.reset();
+    source_.reset();
     action_ = std::move(action);
     const int time = ++timesSet_;
     if (!enabled) {
@@ -42,20 +38,19 @@ bool StopShortcut::set(bool enabled, std::function<void()> action) {
         if (!grab->take()) {
             return false;
         }
-        grab_ = std::move(grab);
+        source_ = std::move(grab);
         return true;
     }
     auto portal = std::make_unique<PortalShortcut>(pressed, lost);
     if (!portal->ask()) {
         return false;
     }
-    portal_ = std::move(portal);
+    source_ = std::move(portal);
     return true;
 }
 
 void StopShortcut::lose() {
-    grab_.reset();
-    portal_.reset();
+    source_.reset();
     if (onLost) {
         onLost();
     }

@@ -9,14 +9,8 @@
 
 namespace velmoran {
 
-class PortalShortcut;
-class X11KeyGrab;
-
 class StopShortcut final : public QObject {
 public:
-    StopShortcut();
-    ~StopShortcut() override;
-
     /// Switches the shortcut on, with what a press does from now on, or off. False if it can't be
     /// had: another program has the keys, or there is no way to ask the desktop. A press that was
     /// on its way when it was switched off does nothing.
@@ -31,9 +25,8 @@ private:
     void lose();
 
     std::function<void()> action_;
-    int timesSet_ = 0; ///< what is told of an earlier time doesn't count any more
-    std::unique_ptr<X11KeyGrab> grab_;
-    std::unique_ptr<PortalShortcut> portal_;
+    int timesSet_ = 0;                ///< what is told of an earlier time doesn't count any more
+    std::unique_ptr<QObject> source_; ///< what the presses come from; null while it is off
 };
 
 } // namespace velmoran

@@ -4,8 +4,6 @@
 
 #include <QCoreApplication>
 #include <QMetaObject>
-#include <cstdlib>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -21,14 +19,6 @@ constexpr std::uint32_t heldMilliseconds = 2000;
 // Of X11/extensions/XKB.h, whose events have their kind in the second byte.
 constexpr std::uint8_t newKeyboard = 0;
 constexpr std::uint8_t newMap = 1;
-
-template <class Reply>
-using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
-
-template <class Reply>
-Owned<Reply> owned(Reply* reply) {
-    return {reply, &std::free};
-}
 
 std::optional<X11Keyboard> keyboardOf(xcb_connection_t* x) {
     const auto* setup = xcb_get_setup(x);
@@ -129,26 +119,23 @@ bool X11KeyGrab::nativeEventFilter(const QByteArray& type, void* message, qintpt
     }
     const auto* event = static_cast<const xcb_generic_event_t*>(message);
     const auto kind = static_cast<std::uint8_t>(event->response_type & 0x7FU);
-    if (kind == XCB_KEY_PRESS || kind == XCB_KEY_RELEASE) {
-        const auto* key = static_cast<const xcb_key_press_event_t*>(message);
-        if (kind == XCB_KEY_RELEASE) {
-            if (key->detail == keys_->keyCode && isHeld_) {
-                isHeld_ = false;
-                lastRelease_ = key->time;
-                return true;
-            }
-            return false;
-        }
-        if (!keys_->matches(key->detail, key->state)) {
-            return false;
-        }
+    // A release has the form of a press.
+    const auto* key = static_cast<const xcb_key_press_event_t*>(message);
+    if (kind == XCB_KEY_RELEASE && key->detail == keys_->keyCode && isHeld_) {
+        isHeld_ = false;
+        lastRelease_ = key->time;
+        return true;
+    }
+    if (kind == XCB_KEY_PRESS && keys_->matches(key->detail, key->state)) {
         press(key->time);
         return true;
     }
     const bool ofKeyboard = keyboardEvents_ != 0 && kind == keyboardEvents_ &&
                             (event->pad0 == newKeyboard || event->pad0 == newMap);
-    if (kind == XCB_MAPPING_NOTIFY || ofKeyboard) {
-        keyboardChanged();
+    // One change comes as many events.
+    if ((kind == XCB_MAPPING_NOTIFY || ofKeyboard) && !std::exchange(isChanging_, true)) {
+        QMetaObject::invokeMethod(
+            this, [this] { takeAnew(); }, Qt::QueuedConnection);
     }
     return false;
 }
@@ -162,14 +149,6 @@ void X11KeyGrab::press(std::uint32_t time) {
     if (!repeats) {
         QMetaObject::invokeMethod(
             this, [this] { pressed_(); }, Qt::QueuedConnection);
-    }
-}
-
-void X11KeyGrab::keyboardChanged() {
-    // One change comes as many events.
-    if (!std::exchange(isChanging_, true)) {
-        QMetaObject::invokeMethod(
-            this, [this] { takeAnew(); }, Qt::QueuedConnection);
     }
 }
 

@@ -27,7 +27,6 @@ public:
 private:
     bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
     void press(std::uint32_t time);
-    void keyboardChanged();
     void takeAnew();
     void release();
 

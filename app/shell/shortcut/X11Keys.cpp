@@ -19,8 +19,8 @@ constexpr std::uint32_t symbolSuperRight = 0xffec;
 constexpr std::uint16_t lockMask = 1U << 1U;
 constexpr std::uint16_t controlMask = 1U << 2U;
 constexpr std::uint16_t allModifiers = 0xFF;
-constexpr int modifierCount = 8;
-constexpr int firstFreeModifier = 3; ///< Mod1; the ones before have their meaning for good
+constexpr std::size_t modifierCount = 8;
+constexpr std::size_t firstFreeModifier = 3; ///< Mod1; the ones before have their meaning for good
 
 bool hasSymbol(const X11Keyboard& keyboard, std::uint8_t key, std::uint32_t symbol) {
     if (key < keyboard.firstKeyCode || keyboard.symbolsPerKey <= 0) {
@@ -38,15 +38,11 @@ bool hasSymbol(const X11Keyboard& keyboard, std::uint8_t key, std::uint32_t symb
 
 /// The first of Mod1 … Mod5 that a key with this symbol sets; 0 for none.
 std::uint16_t modifierOf(const X11Keyboard& keyboard, std::uint32_t symbol) {
-    for (int modifier = firstFreeModifier; modifier < modifierCount; ++modifier) {
-        for (int i = 0; i < keyboard.keysPerModifier; ++i) {
-            const auto at = static_cast<std::size_t>(modifier) *
-                                static_cast<std::size_t>(keyboard.keysPerModifier) +
-                            static_cast<std::size_t>(i);
-            if (at < keyboard.modifierKeys.size() &&
-                hasSymbol(keyboard, keyboard.modifierKeys[at], symbol)) {
-                return static_cast<std::uint16_t>(1U << static_cast<unsigned>(modifier));
-            }
+    const auto per = static_cast<std::size_t>(std::max(keyboard.keysPerModifier, 0));
+    const auto end = std::min(modifierCount * per, keyboard.modifierKeys.size());
+    for (auto at = firstFreeModifier * per; at < end; ++at) {
+        if (hasSymbol(keyboard, keyboard.modifierKeys[at], symbol)) {
+            return static_cast<std::uint16_t>(1U << (at / per));
         }
     }
     return 0;

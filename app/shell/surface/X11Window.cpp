@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,11 +14,6 @@
 namespace velmoran {
 
 namespace {
-
-template <class Reply>
-std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
-    return {reply, &std::free};
-}
 
 xcb_atom_t atom(xcb_connection_t* x, const std::string& name) {
     const auto cookie =

@@ -5,11 +5,19 @@
 #include <QColor>
 #include <QRegion>
 #include <QWidget>
+#include <cstdlib>
+#include <memory>
 #include <optional>
 
 struct xcb_connection_t;
 
 namespace velmoran {
+
+/// An answer of the X server's library, which is the caller's to free.
+template <class Reply>
+std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
+    return {reply, &std::free};
+}
 
 /// Qt's own connection to the X server; null where the windows aren't X11's.
 xcb_connection_t* x11Connection();
