@@ -27,6 +27,14 @@ bool isError(sd_bus_message* reply) {
     return sd_bus_message_is_method_error(reply, nullptr) != 0;
 }
 
+/// Null if one of the names can't be.
+BusMessage newCall(sd_bus* bus, const std::string& receiver, const std::string& path,
+                   const char* interface, const char* method) {
+    sd_bus_message* made = nullptr;
+    sd_bus_message_new_method_call(bus, &made, receiver.c_str(), path.c_str(), interface, method);
+    return BusMessage(made);
+}
+
 std::string pathOfSignal(sd_bus_message* signal) {
     const char* path = sd_bus_message_get_path(signal);
     return path ? path : "";
@@ -73,12 +81,9 @@ PortalShortcut::~PortalShortcut() {
         return;
     }
     // Its path is known from the asking on, so one that is only just being made is closed too.
-    sd_bus_message* made = nullptr;
-    if (sd_bus_message_new_method_call(link_->bus(), &made, owner_.c_str(), session_.c_str(),
-                                       sessionInterface, "Close") >= 0) {
-        const BusMessage close(made);
-        sd_bus_message_set_expect_reply(made, 0);
-        sd_bus_send(link_->bus(), made, nullptr);
+    if (const auto close = newCall(link_->bus(), owner_, session_, sessionInterface, "Close")) {
+        sd_bus_message_set_expect_reply(close.get(), 0);
+        sd_bus_send(link_->bus(), close.get(), nullptr);
     }
 }
 
@@ -101,25 +106,27 @@ bool PortalShortcut::ask() {
     const auto ofThePortal = std::string("type='signal',sender='") + busName +
                              "',member='NameOwnerChanged',arg0='" + service + "'";
     if (sd_bus_add_match_async(link_->bus(), nullptr, ofThePortal.c_str(),
-                               &received<&PortalShortcut::ownerChanged>, nullptr, this) < 0 ||
-        !askForOwner()) {
+                               &received<&PortalShortcut::ownerChanged>, nullptr, this) < 0) {
         link_.reset();
         return false;
     }
     due_.start(patience_);
+    askForOwner();
     link_->settle();
     return true;
 }
 
-bool PortalShortcut::askForOwner() {
-    auto question = callOfBus("GetNameOwner");
+void PortalShortcut::askForOwner() {
+    const auto question = newCall(link_->bus(), busName, busPath, busName, "GetNameOwner");
     sd_bus_message_append(question.get(), "s", service);
-    return call(std::move(question), &received<&PortalShortcut::ownerCame>);
+    call(question, &received<&PortalShortcut::ownerCame>);
 }
 
 void PortalShortcut::started(sd_bus_message* reply) {
-    if (isError(reply) || !askForOwner()) {
+    if (isError(reply)) {
         refuse();
+    } else {
+        askForOwner();
     }
 }
 
@@ -127,11 +134,9 @@ void PortalShortcut::ownerCame(sd_bus_message* reply) {
     const char* owner = nullptr;
     if (isError(reply) && !std::exchange(isStarting_, true)) {
         // A bus starts what it can, and knows no other way of a program that doesn't run.
-        auto start = callOfBus("StartServiceByName");
+        const auto start = newCall(link_->bus(), busName, busPath, busName, "StartServiceByName");
         sd_bus_message_append(start.get(), "su", service, 0U);
-        if (!call(std::move(start), &received<&PortalShortcut::started>)) {
-            refuse();
-        }
+        call(start, &received<&PortalShortcut::started>);
         return;
     }
     if (isError(reply) || sd_bus_message_read(reply, "s", &owner) <= 0) {
@@ -154,30 +159,28 @@ void PortalShortcut::ownerCame(sd_bus_message* reply) {
 void PortalShortcut::createSession() {
     const auto token = newToken();
     const auto sessionToken = newToken();
-    auto message = callOfPortal("CreateSession");
+    const auto message =
+        newCall(link_->bus(), owner_, desktopPath, shortcutsInterface, "CreateSession");
     sd_bus_message_append(message.get(), "a{sv}", 2, "handle_token", "s", token.c_str(),
                           "session_handle_token", "s", sessionToken.c_str());
     // The answer may come before the call returns, so its path is known before.
     request_ = pathOf("request", token);
     session_ = pathOf("session", sessionToken);
     due_.start(patience_);
-    if (!call(std::move(message), &received<&PortalShortcut::taken>)) {
-        refuse();
-    }
+    call(message, &received<&PortalShortcut::taken>);
 }
 
 void PortalShortcut::bindShortcut() {
     const auto token = newToken();
-    auto message = callOfPortal("BindShortcuts");
+    const auto message =
+        newCall(link_->bus(), owner_, desktopPath, shortcutsInterface, "BindShortcuts");
     const auto description = bus::busText(words().text("Stop camera and microphone"));
     sd_bus_message_append(message.get(), "oa(sa{sv})sa{sv}", session_.c_str(), 1, stopName, 2,
                           "description", "s", description.c_str(), "preferred_trigger", "s",
                           stopTrigger, "", 1, "handle_token", "s", token.c_str());
     request_ = pathOf("request", token);
     isBinding_ = true;
-    if (!call(std::move(message), &received<&PortalShortcut::taken>)) {
-        refuse();
-    }
+    call(message, &received<&PortalShortcut::taken>);
 }
 
 void PortalShortcut::taken(sd_bus_message* reply) {
@@ -250,28 +253,17 @@ void PortalShortcut::refuse() {
     }
 }
 
-bool PortalShortcut::call(BusMessage message, sd_bus_message_handler_t answered) {
-    return message &&
-           sd_bus_call_async(link_->bus(), nullptr, message.get(), answered, this, 0) >= 0;
+void PortalShortcut::call(const BusMessage& message, sd_bus_message_handler_t answered) {
+    if (!message ||
+        sd_bus_call_async(link_->bus(), nullptr, message.get(), answered, this, 0) < 0) {
+        refuse();
+    }
 }
 
 bool PortalShortcut::listen(const char* sender, const char* path, const char* interface,
                             const char* member, sd_bus_message_handler_t heard) {
     return sd_bus_match_signal_async(link_->bus(), nullptr, sender, path, interface, member, heard,
                                      nullptr, this) >= 0;
-}
-
-BusMessage PortalShortcut::callOfBus(const char* method) const {
-    sd_bus_message* made = nullptr;
-    sd_bus_message_new_method_call(link_->bus(), &made, busName, busPath, busName, method);
-    return BusMessage(made);
-}
-
-BusMessage PortalShortcut::callOfPortal(const char* method) const {
-    sd_bus_message* made = nullptr;
-    sd_bus_message_new_method_call(link_->bus(), &made, owner_.c_str(), desktopPath,
-                                   shortcutsInterface, method);
-    return BusMessage(made);
 }
 
 std::string PortalShortcut::newToken() {

@@ -36,7 +36,7 @@ private:
     template <Reply reply>
     static int received(sd_bus_message* message, void* shortcut, sd_bus_error* error);
 
-    bool askForOwner();
+    void askForOwner();
     void ownerCame(sd_bus_message* reply);
     void started(sd_bus_message* reply);
     void createSession();
@@ -50,11 +50,10 @@ private:
     void ownerChanged(sd_bus_message* signal);
     void refuse();
 
-    bool call(BusMessage message, sd_bus_message_handler_t answered);
+    /// A call that can't be made is an answer that doesn't come.
+    void call(const BusMessage& message, sd_bus_message_handler_t answered);
     bool listen(const char* sender, const char* path, const char* interface, const char* member,
                 sd_bus_message_handler_t heard);
-    BusMessage callOfBus(const char* method) const;
-    BusMessage callOfPortal(const char* method) const;
     std::string newToken();
     /// Where the portal puts what this connection has it make: a "request" or a "session".
     std::string pathOf(const char* kind, const std::string& token) const;
