@@ -21,6 +21,7 @@
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <xcb/xcb.h>
 
 namespace velmoran {
@@ -28,14 +29,6 @@ namespace velmoran {
 namespace {
 
 constexpr unsigned patienceSeconds = 3;
-
-bool isX(const std::string& platform) {
-    return platform == "xcb";
-}
-
-bool isWayland(const std::string& platform) {
-    return platform.starts_with("wayland");
-}
 
 /// In another process, since libxcb waits for ever for a server that takes a connection and then
 /// says nothing.
@@ -119,46 +112,28 @@ bool hasPlatform(const std::string& platform) {
     return false;
 }
 
-/// Asks each server once at most.
-class Reachable {
-public:
-    explicit Reachable(const DisplayFacts& facts) : facts_(facts) {}
-
-    bool x() {
-        if (!x_) {
-            x_ = !facts_.xDisplay.empty() && facts_.xAnswers();
+/// Asks once at most.
+auto once(std::function<bool()> ask) {
+    return [ask = std::move(ask), answer = std::optional<bool>()]() mutable {
+        if (!answer) {
+            answer = ask();
         }
-        return *x_;
-    }
-    bool wayland() {
-        if (!wayland_) {
-            wayland_ = !facts_.waylandDisplay.empty() && facts_.waylandAnswers();
-        }
-        return *wayland_;
-    }
-    bool usable(const std::string& platform) {
-        return (!isX(platform) || x()) && (!isWayland(platform) || wayland()) &&
-               facts_.hasPlatform(platform);
-    }
+        return *answer;
+    };
+}
 
-private:
-    const DisplayFacts& facts_;
-    std::optional<bool> x_;
-    std::optional<bool> wayland_;
-};
-
-std::string why(const DisplayFacts& facts, Reachable& reachable) {
+std::string why(const DisplayFacts& facts, bool xAnswers, bool waylandAnswers) {
     const auto x = "the display \"" + facts.xDisplay + '"';
     const auto wayland = "the Wayland display \"" + facts.waylandDisplay + '"';
     if (facts.xDisplay.empty() && facts.waylandDisplay.empty()) {
         return "there is no display";
     }
-    if (reachable.wayland()) {
+    if (waylandAnswers) {
         const std::string missing = "Qt can't show anything on " + wayland +
                                     " without its plug-in for it (the package qt6-wayland)";
         return facts.xDisplay.empty() ? missing : x + " can't be reached, and " + missing;
     }
-    if (reachable.x()) {
+    if (xAnswers) {
         return "Qt can't show anything on " + x + " without its plug-in for it (xcb)";
     }
     if (facts.waylandDisplay.empty()) {
@@ -171,19 +146,24 @@ std::string why(const DisplayFacts& facts, Reachable& reachable) {
 } // namespace
 
 DisplayChoice chooseDisplay(const DisplayFacts& facts) {
-    Reachable reachable(facts);
+    auto x = once([&] { return !facts.xDisplay.empty() && facts.xAnswers(); });
+    auto wayland = once([&] { return !facts.waylandDisplay.empty() && facts.waylandAnswers(); });
+    const auto usable = [&](const std::string& platform) {
+        return (platform != "xcb" || x()) && (!platform.starts_with("wayland") || wayland()) &&
+               facts.hasPlatform(platform);
+    };
     for (const auto& one : QString::fromStdString(facts.wanted).split(';', Qt::SkipEmptyParts)) {
         // After a colon stand the platform's own options.
-        if (reachable.usable(one.section(':', 0, 0).toStdString())) {
+        if (usable(one.section(':', 0, 0).toStdString())) {
             return {.platform = one.toStdString(), .problem = {}};
         }
     }
     for (const char* platform : {"xcb", "wayland"}) {
-        if (reachable.usable(platform)) {
+        if (usable(platform)) {
             return {.platform = platform, .problem = {}};
         }
     }
-    return {.platform = {}, .problem = why(facts, reachable)};
+    return {.platform = {}, .problem = why(facts, x(), wayland())};
 }
 
 DisplayFacts displayFacts() {
