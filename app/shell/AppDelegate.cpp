@@ -24,15 +24,14 @@ AppDelegate::AppDelegate(ModelSurroundings surroundings, AppPicture picture,
       refusesShortcut_(std::move(refusesShortcut)),
       model_(around_) {}
 
-AppDelegate::~AppDelegate() = default;
-
 void AppDelegate::didFinishLaunching() {
+    const auto stop = [this] {
+        model_.stopEverything();
+    };
     statusItem_ = std::make_unique<StatusItemController>(
         model_, around_.clock, picture_,
-        StatusItemController::Actions{.stopEverything = [this] { stopEverything(); },
-                                      .quit = quit_});
-    floatingStop_ = std::make_unique<FloatingStopButton>(model_, around_.scheduler,
-                                                         [this] { stopEverything(); });
+        StatusItemController::Actions{.stopEverything = stop, .quit = quit_});
+    floatingStop_ = std::make_unique<FloatingStopButton>(model_, around_.scheduler, stop);
     statusItem_->noticePanel().obstacle = [this] {
         return floatingStop_->frame();
     };
@@ -45,15 +44,12 @@ void AppDelegate::didFinishLaunching() {
     model_.start();
 }
 
-void AppDelegate::willTerminate() {
-    model_.stopMonitor();
-}
-
 void AppDelegate::watchShortcut() {
     const auto apply = [this] {
         const bool wanted = *model_.settings.stopShortcutOn;
         const bool refused = refusesShortcut_ && refusesShortcut_();
-        const bool done = stopShortcut_.set(wanted && !refused, [this] { stopEverything(); });
+        const bool done =
+            stopShortcut_.set(wanted && !refused, [this] { model_.stopEverything(); });
         model_.stopShortcutUnavailable.set((wanted && refused) || !done);
     };
     stopShortcut_.onLost = [this] {
@@ -61,10 +57,6 @@ void AppDelegate::watchShortcut() {
     };
     shortcutChoice_ = model_.settings.stopShortcutOn.subscribe([apply](bool) { apply(); });
     apply();
-}
-
-void AppDelegate::stopEverything() {
-    model_.stopEverything();
 }
 
 void AppDelegate::reopen() {

@@ -21,16 +21,10 @@ public:
     /// gives the shortcut to nobody; without it the real one is asked.
     AppDelegate(ModelSurroundings surroundings, AppPicture picture, std::function<void()> quit,
                 std::function<bool()> refusesShortcut = {});
-    ~AppDelegate();
 
     void didFinishLaunching();
-    /// Stops the monitor and nothing else: what is open is repaired by the next start.
-    void willTerminate();
     /// Somebody started the program a second time.
     void reopen();
-
-    /// What the menu, the floating button and the shortcut do.
-    void stopEverything();
 
     AppModel& model() { return model_; }
     /// Null before the launch.

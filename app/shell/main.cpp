@@ -65,7 +65,7 @@ int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder
     const BusService bus(delegate.model(), loop);
     signals.start();
     const int status = QApplication::exec();
-    delegate.willTerminate();
+    delegate.model().stopMonitor();
     return status;
 }
 
@@ -135,8 +135,7 @@ int main(int argc, char** argv) {
     QCommandLineOption devices(QStringLiteral("device-folder"),
                                QStringLiteral("Where camera nodes stand."), QStringLiteral("DIR"));
     devices.setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOption(demo);
-    parser.addOption(devices);
+    parser.addOptions({demo, devices});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("A recording to play with --demo."),
                                  QStringLiteral("[FILE]"));

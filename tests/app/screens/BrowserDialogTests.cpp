@@ -236,7 +236,7 @@ struct BrowserInUse : testing::ModelFixture {
 };
 
 TEST_F(BrowserInUse, IsAskedAboutAndClosedOnlyThen) {
-    delegate.stopEverything();
+    delegate.model().stopEverything();
     ASSERT_TRUE(delegate.browserDialog().window());
     EXPECT_FALSE(*delegate.model().isStopping);
     click(0);
@@ -247,16 +247,16 @@ TEST_F(BrowserInUse, IsAskedAboutAndClosedOnlyThen) {
 }
 
 TEST_F(BrowserInUse, CancellingStopsNothing) {
-    delegate.stopEverything();
+    delegate.model().stopEverything();
     click(2);
     EXPECT_FALSE(*delegate.model().isStopping);
     EXPECT_FALSE(*delegate.model().settings.microphoneMuted);
 }
 
 TEST_F(BrowserInUse, ASecondPressLeavesOneQuestion) {
-    delegate.stopEverything();
+    delegate.model().stopEverything();
     const auto* first = delegate.browserDialog().window();
-    delegate.stopEverything();
+    delegate.model().stopEverything();
     EXPECT_EQ(delegate.browserDialog().window(), first);
     click(1);
     time.advanceBy(5);
@@ -265,7 +265,7 @@ TEST_F(BrowserInUse, ASecondPressLeavesOneQuestion) {
 }
 
 TEST_F(BrowserInUse, IsAskedAboutUntilThePersonAnswersAlsoWhenItHasEnded) {
-    delegate.stopEverything();
+    delegate.model().stopEverything();
     delegate.model().receive({});
     time.advanceBy(60);
     ASSERT_TRUE(delegate.browserDialog().window());
@@ -279,7 +279,7 @@ TEST_F(BrowserInUse, IsAskedAboutUntilThePersonAnswersAlsoWhenItHasEnded) {
 
 TEST_F(BrowserInUse, IsNotAskedAboutWhereTheUserDoesNotWantThat) {
     delegate.model().settings.confirmClosingBrowser.set(false);
-    delegate.stopEverything();
+    delegate.model().stopEverything();
     EXPECT_EQ(delegate.browserDialog().window(), nullptr);
     EXPECT_TRUE(*delegate.model().isStopping);
 }

@@ -143,7 +143,7 @@ struct QuestionOnADesktop : FloatingStopOnADesktop {
     }
     QDialog* question() { return delegate->browserDialog().window(); }
     void ask() {
-        delegate->stopEverything();
+        delegate->model().stopEverything();
         ASSERT_TRUE(question());
         ASSERT_TRUE(eventually([&] { return question()->isActiveWindow(); })) << session.logs();
     }

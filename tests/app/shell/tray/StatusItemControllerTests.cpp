@@ -290,7 +290,7 @@ TEST_F(Delegate, StopsOnlyTheMonitorAtTheEnd) {
     delegate.model().receive(recordedBy("Zoom"));
     time.runPosted();
     EXPECT_FALSE(machine.snapshots().isStopped());
-    delegate.willTerminate();
+    delegate.model().stopMonitor();
     EXPECT_TRUE(machine.snapshots().isStopped());
     ASSERT_THAT(store->sessions(), SizeIs(1));
     EXPECT_EQ(store->sessions().front().end, std::nullopt);
