@@ -9,9 +9,6 @@ namespace velmoran {
 
 NoticePanel::NoticePanel() : OverlayPanel(QStringLiteral("notices")) {
     setWindowTitle(QStringLiteral("Velmoran"));
-}
-
-void NoticePanel::prepare() {
     winId();
     if (windowHandle()) {
         windowHandle()->create();
@@ -26,9 +23,7 @@ void NoticePanel::warmUp() {
     item.symbol = "app";
     item.title = item.timeText = "Velmoran";
     item.message = "Velmoran";
-    NoticeButton button;
-    button.title = "Velmoran";
-    item.buttons = {button};
+    item.buttons = {{.title = "Velmoran", .action = {}}};
     NoticeStackView stack({item}, {}, {}, 0, this);
     QPixmap picture(stack.size() * devicePixelRatioF());
     picture.fill(Qt::transparent);

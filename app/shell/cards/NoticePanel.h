@@ -22,10 +22,7 @@ public:
     /// Shows itself in that size, with the upper left corner there, in front of all else. There
     /// must be something to show.
     void showAt(const QPoint& place);
-    /// Makes the window ready without showing it.
-    void prepare();
-    /// Loads what drawing a first card needs, fonts above all: some tens of milliseconds that the
-    /// first card then doesn't take.
+    /// Loads what drawing takes, fonts above all, so that the first card comes at once.
     void warmUp();
 
 private:

@@ -30,7 +30,6 @@ NoticePanelController::NoticePanelController(NoticeCenter& notices,
       anchor_(std::move(anchor)),
       picture_(std::move(picture)) {
     changes_ = notices_.onChange.subscribe([this] { update(); });
-    panel_.prepare();
     // After the start, which it would only hold up.
     QTimer::singleShot(warmUpDelay, &panel_, [this] { panel_.warmUp(); });
 }

@@ -13,12 +13,8 @@ public:
 
     ClickOrDragView& mouse() { return *mouse_; }
     const FloatingStopView& view() const { return *view_; }
-    /// What the window takes for this content.
-    QSize fittingSize(const FloatingStopView::Content& content) const {
-        return view_->fittingSize(content);
-    }
 
-    /// Shows that, there, in front of all else. `frame` has the fitting size.
+    /// Shows that, there, in front of all else. `frame` has the view's fitting size.
     void showAt(const QRect& frame, FloatingStopView::Content content);
 
 private:

@@ -24,8 +24,6 @@ FloatingStopButton::FloatingStopButton(AppModel& model, Scheduler& scheduler,
     refresh();
 }
 
-FloatingStopButton::~FloatingStopButton() = default;
-
 std::string FloatingStopButton::label(const SystemSnapshot& snapshot) {
     if (snapshot.cameraOn && snapshot.microphoneOn) {
         return words().text("Stop camera and microphone");
@@ -100,7 +98,7 @@ void FloatingStopButton::layOut() {
     content.expanded = expanded_;
     content.stopping = *model_.isStopping;
     const auto layout = floatingStopLayout(*model_.settings.floatingStopPlace,
-                                           panel_->fittingSize(content), screens());
+                                           panel_->view().fittingSize(content), screens());
     content.iconAtRight = layout.growsLeft;
     panel_->showAt(layout.frame, content);
 }

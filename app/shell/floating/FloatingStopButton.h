@@ -18,7 +18,6 @@ class FloatingStopButton final : public QObject {
 public:
     /// Both outlive the button. `press` is what a click does.
     FloatingStopButton(AppModel& model, Scheduler& scheduler, std::function<void()> press);
-    ~FloatingStopButton() override;
 
     bool visible() const { return visible_; }
     bool expanded() const { return expanded_; }

@@ -18,16 +18,12 @@ constexpr int labelGap =
     1; ///< between the symbol's square, which is as wide as high, and the words
 constexpr int labelEnd = 17;
 
-/// How much of a blurred shadow's darkness is left so far outside its own edge.
-double shadowAt(double distance, double blur) {
-    return 0.5 * std::erfc(distance / (blur * std::sqrt(2.0)));
-}
-
-/// From the outside in, each layer adding what is missing to the darkness at its place.
+/// A blurred shadow. From the outside in, each layer adding what is missing to the darkness at its
+/// place.
 void drawBlurred(QPainter& painter, const QRectF& shape, double blur, double opacity) {
     double dark = 0;
     for (double distance = 2.2 * blur; distance >= 0; distance -= 0.5) {
-        const double wanted = opacity * shadowAt(distance, blur);
+        const double wanted = opacity * 0.5 * std::erfc(distance / (blur * std::sqrt(2.0)));
         const double added = (wanted - dark) / (1 - dark);
         if (added * 255 < 1) {
             continue; // too little for a colour to hold
@@ -75,12 +71,6 @@ QRegion FloatingStopView::shape() const {
     return roundedRegion(capsule(), capsule().height() / 2);
 }
 
-void FloatingStopView::drawShadow(QPainter& painter) const {
-    painter.setPen(Qt::NoPen);
-    drawBlurred(painter, QRectF(capsule()).translated(0, 2.5), 4.2, 0.28);
-    drawBlurred(painter, QRectF(capsule()).translated(0, 0.5), 1.2, 0.12);
-}
-
 void FloatingStopView::drawFace(QPainter& painter) const {
     const CardColors colors(palette());
     const auto body = capsule();
@@ -117,7 +107,9 @@ void FloatingStopView::paintEvent(QPaintEvent*) {
     QPainter aside(&picture);
     aside.setRenderHint(QPainter::Antialiasing);
     if (!content_.cornersAreCut) {
-        drawShadow(aside);
+        aside.setPen(Qt::NoPen);
+        drawBlurred(aside, QRectF(capsule()).translated(0, 2.5), 4.2, 0.28);
+        drawBlurred(aside, QRectF(capsule()).translated(0, 0.5), 1.2, 0.12);
     }
     drawFace(aside);
     aside.end();

@@ -40,7 +40,6 @@ protected:
 private:
     QFont labelFont() const;
     QRect capsule() const;
-    void drawShadow(QPainter& painter) const;
     void drawFace(QPainter& painter) const;
 
     Content content_;
