@@ -110,8 +110,6 @@ BrowserAnswer answerOf(int result) {
 
 } // namespace
 
-BrowserDialog::BrowserDialog() = default;
-
 BrowserDialog::~BrowserDialog() {
     if (window_) {
         window_->disconnect();

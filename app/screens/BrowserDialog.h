@@ -16,7 +16,7 @@ class BrowserDialog final {
 public:
     using Answer = std::function<void(BrowserAnswer)>;
 
-    BrowserDialog();
+    BrowserDialog() = default;
     /// An open question gets no answer any more.
     ~BrowserDialog();
     BrowserDialog(const BrowserDialog&) = delete;

@@ -31,12 +31,12 @@ StatusItemController::StatusItemController(AppModel& model, const Clock& clock, 
           model.notices, [this] { return anchor(); }, std::move(picture)) {
     makeMenu(std::move(actions));
     qApp->installEventFilter(this);
-    modelChanges_ = model_.onChange.subscribe([this] {
+    watching_.push_back(model_.onChange.subscribe([this] {
         refreshIcon();
         if (model_.notices.items().empty()) {
             click_.reset();
         }
-    });
+    }));
     arrival_ = std::make_unique<TrayArrival>([this](TrayArrival::Outcome outcome) {
         if (outcome == TrayArrival::Outcome::noneInTime) {
             std::fputs("velmoran: there is no tray on this desktop; cards appear at the top right "
@@ -48,8 +48,6 @@ StatusItemController::StatusItemController(AppModel& model, const Clock& clock, 
     });
 }
 
-StatusItemController::~StatusItemController() = default;
-
 void StatusItemController::makeMenu(Actions actions) {
     menu_.addAction(qt(words().text("What is on now")), this, [this] { tellCurrentUse(); });
     stop_ = menu_.addAction(qt(words().text("Stop camera and microphone")), this,
@@ -58,14 +56,17 @@ void StatusItemController::makeMenu(Actions actions) {
                               [this] { model_.unmuteMicrophone(); });
     menu_.addSeparator();
     menu_.addAction(qt(words().text("Quit Velmoran")), this, std::move(actions.quit));
-    stopping_ = model_.isStopping.subscribe([this](bool) { refreshMenu(); });
-    muting_ = model_.settings.microphoneMuted.subscribe([this](bool) {
+    const auto keepTrue = [this](const auto&) {
+        keepCurrentUseTrue();
+    };
+    watching_.push_back(model_.isStopping.subscribe([this](bool) { refreshMenu(); }));
+    watching_.push_back(model_.settings.microphoneMuted.subscribe([this](bool) {
         refreshMenu();
         refreshToolTip();
         keepCurrentUseTrue();
-    });
-    uses_ = model_.openSessions.subscribe([this](const auto&) { keepCurrentUseTrue(); });
-    readings_ = model_.snapshot.subscribe([this](const auto&) { keepCurrentUseTrue(); });
+    }));
+    watching_.push_back(model_.openSessions.subscribe(keepTrue));
+    watching_.push_back(model_.snapshot.subscribe(keepTrue));
     refreshMenu();
 }
 
@@ -115,15 +116,11 @@ void StatusItemController::refreshToolTip() {
     item_->setToolTip(text);
 }
 
-void StatusItemController::redrawIcon() {
-    shown_.reset();
-    refreshIcon();
-}
-
 bool StatusItemController::eventFilter(QObject* watched, QEvent* event) {
     // Somebody went from light to dark.
     if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange) {
-        redrawIcon();
+        shown_.reset();
+        refreshIcon();
         noticePanel_.redraw();
     }
     return QObject::eventFilter(watched, event);

@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace velmoran {
 
@@ -25,7 +26,6 @@ public:
 
     /// The model outlives the controller. Docks into the tray as soon as one is there.
     StatusItemController(AppModel& model, const Clock& clock, AppPicture picture, Actions actions);
-    ~StatusItemController() override;
 
     /// A click on the icon: shows the cards, or takes away the one that tells what is on.
     void togglePanel();
@@ -48,7 +48,6 @@ private:
     void refreshMenu();
     void refreshIcon();
     void refreshToolTip();
-    void redrawIcon();
     CurrentUse currentUse() const;
     void keepCurrentUseTrue();
     std::optional<QRect> anchor() const;
@@ -65,11 +64,7 @@ private:
     CurrentUse told_;                       ///< what that card says
     std::optional<StatusIconState> shown_;
     NoticePanelController noticePanel_;
-    Subscription modelChanges_;
-    Subscription stopping_;
-    Subscription muting_;
-    Subscription uses_;
-    Subscription readings_;
+    std::vector<Subscription> watching_;
     std::unique_ptr<TrayArrival> arrival_;
 };
 

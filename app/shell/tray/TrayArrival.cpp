@@ -38,8 +38,6 @@ TrayArrival::TrayArrival(std::function<void(Outcome)> arrived) : arrived_(std::m
                        [this] { end(hasXembedTray() ? Outcome::there : Outcome::noneInTime); });
 }
 
-TrayArrival::~TrayArrival() = default;
-
 void TrayArrival::ask() {
     auto message = QDBusMessage::createMethodCall(
         service, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));

@@ -7,8 +7,6 @@
 #include <QObject>
 #include <functional>
 
-class QDBusServiceWatcher;
-
 namespace velmoran {
 
 class TrayArrival final : public QObject {
@@ -23,7 +21,6 @@ public:
     /// Calls `arrived` once: at once if a tray of the old kind is there, which costs no wait at
     /// all; else as soon as one of the new kind answers; at the latest when the patience ends.
     explicit TrayArrival(std::function<void(Outcome)> arrived);
-    ~TrayArrival() override;
 
 private Q_SLOTS:
     /// Asks the watcher, without waiting for its answer, whether a bar shows items.
