@@ -28,7 +28,7 @@ LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : sea
         if (seams_.defaultOutput) {
             defaultOutput_ = graph_->onDefaultOutput(seams_.defaultOutput);
         }
-        graphConnection_ = graph_->onConnection([this] { graphConnectionChanged(); });
+        graphServer_ = graph_->onServerChange([this] { graphServerChanged(); });
         directCameras_->onChange([this] { changed(); });
         directCards_->onChange([this] { changed(); });
     });
@@ -39,7 +39,7 @@ LinuxReadings::~LinuxReadings() {
     seams_.loop.runAndWait([this] {
         graphChanges_.reset();
         defaultOutput_.reset();
-        graphConnection_.reset();
+        graphServer_.reset();
         patience_.reset();
         streams_.reset();
         directCards_.reset();
@@ -78,7 +78,7 @@ void LinuxReadings::useStreams() {
     streams_->onChange([this] { changed(); });
 }
 
-void LinuxReadings::graphConnectionChanged() {
+void LinuxReadings::graphServerChanged() {
     if (graph_->isConnected()) {
         patience_.reset();
         streams_.reset();

@@ -67,7 +67,7 @@ private:
     void changed();
     void awaitStreams();
     void useStreams();
-    void graphConnectionChanged();
+    void graphServerChanged();
 
     Seams seams_;
     Cameras cameras_{*this};
@@ -76,7 +76,7 @@ private:
     std::unique_ptr<AlsaHolders> directCards_;
     std::unique_ptr<PulseSources> streams_; ///< while there is no graph
     Subscription graphChanges_;
-    Subscription graphConnection_;
+    Subscription graphServer_;
     Subscription defaultOutput_;
     Subscription patience_;
 

@@ -63,7 +63,7 @@ PipeWireGraph::~PipeWireGraph() {
         pauses_.clear();
         heldProcesses_.clear();
         socket_.stop();
-        connection_.reset();
+        core_.reset();
         for (const auto& [process, app] : shown_.processes) {
             naming_.unpin(process.objectID);
         }
@@ -102,14 +102,14 @@ bool PipeWireGraph::connect(bool waits) {
     }
     isComplete_ = false;
     isLost_ = false;
-    connection_ = PipeWireConnection::open(loop_, socket, *this);
-    if (connection_ && waits) {
-        connection_->waitForPicture(times_.firstPicture);
+    core_ = PipeWireCore::open(loop_, socket, *this);
+    if (core_ && waits) {
+        core_->waitForPicture(times_.firstPicture);
     }
     if (isLost_) {
         disconnect();
     }
-    return connection_ != nullptr;
+    return core_ != nullptr;
 }
 
 void PipeWireGraph::seekServer() {
@@ -117,7 +117,7 @@ void PipeWireGraph::seekServer() {
 }
 
 void PipeWireGraph::disconnect() {
-    connection_.reset();
+    core_.reset();
     isComplete_ = false;
     isLost_ = false;
     defaultOutputIs({});
@@ -222,7 +222,7 @@ void PipeWireGraph::turnEnded() {
     publish();
     if (wasConnected_ != isConnected()) {
         wasConnected_ = isConnected();
-        connectionChanged_();
+        serverChanged_();
     }
 }
 

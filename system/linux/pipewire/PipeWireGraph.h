@@ -11,7 +11,7 @@
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/pipewire/GraphModel.h"
 #include "system/linux/pipewire/PausePatience.h"
-#include "system/linux/pipewire/PipeWireConnection.h"
+#include "system/linux/pipewire/PipeWireCore.h"
 #include "system/linux/pipewire/ServerSocket.h"
 #include "system/linux/pipewire/UseConfirmation.h"
 #include "system/linux/pipewire/UseHold.h"
@@ -64,7 +64,7 @@ public:
     std::vector<AudioDeviceInfo> devices() const { return shown_.devices; }
     std::vector<CameraUse> cameras() const;
     /// Whether a server answers; without one the lists are empty, or what is held of them.
-    bool isConnected() const { return connection_ != nullptr && isComplete_; }
+    bool isConnected() const { return core_ != nullptr && isComplete_; }
 
     /// Called on the loop's thread once at the end of each turn that changed one of the three
     /// lists.
@@ -72,8 +72,8 @@ public:
         return changed_.subscribe(std::move(callback));
     }
     /// Called on the loop's thread when `isConnected` has changed.
-    [[nodiscard]] Subscription onConnection(std::function<void()> callback) {
-        return connectionChanged_.subscribe(std::move(callback));
+    [[nodiscard]] Subscription onServerChange(std::function<void()> callback) {
+        return serverChanged_.subscribe(std::move(callback));
     }
     /// Called at once and on each change with the name of the node that sound goes to by default,
     /// empty when that isn't known. The loop's thread.
@@ -93,7 +93,7 @@ private:
     void sessionManagerIs(bool present) override;
     void defaultOutputIs(const std::string& nodeName) override { defaultOutput_.set(nodeName); }
     void pictureIsComplete() override;
-    void connectionLost() override { isLost_ = true; }
+    void serverLost() override { isLost_ = true; }
     void turnEnded() override;
 
     struct Unconfirmed {
@@ -130,7 +130,7 @@ private:
     Subscription endOfLeaving_;
     std::vector<GraphPicture::Process> brief_; ///< gone, and still told of
     Subscription endOfBrief_;
-    std::unique_ptr<PipeWireConnection> connection_;
+    std::unique_ptr<PipeWireCore> core_;
     bool isComplete_ = false;
     bool isLost_ = false;
     bool isStale_ = false;        ///< beside the model: names, or what is held
@@ -144,7 +144,7 @@ private:
 
     GraphPicture shown_;
     Event<> changed_;
-    Event<> connectionChanged_;
+    Event<> serverChanged_;
     Observable<std::string> defaultOutput_;
 };
 

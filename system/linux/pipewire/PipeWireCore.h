@@ -38,17 +38,17 @@ public:
     /// Everything that was there at the connection's begin has been told.
     virtual void pictureIsComplete() = 0;
     /// The server has gone. Nothing else comes.
-    virtual void connectionLost() = 0;
+    virtual void serverLost() = 0;
     /// The end of what came at once.
     virtual void turnEnded() = 0;
 };
 
-class PipeWireConnection {
+class PipeWireCore {
 public:
     /// Takes over the descriptor, a connected socket. Null if the library can't be used.
-    static std::unique_ptr<PipeWireConnection> open(EventLoop& loop, int socket,
-                                                    PipeWireListener& listener);
-    virtual ~PipeWireConnection() = default;
+    static std::unique_ptr<PipeWireCore> open(EventLoop& loop, int socket,
+                                              PipeWireListener& listener);
+    virtual ~PipeWireCore() = default;
 
     /// Waits on this thread until the picture is complete or the server has gone, with the calls
     /// that come of it but `turnEnded`. False if neither happened in time; it goes on by itself.

@@ -1,4 +1,4 @@
-#include "system/linux/pipewire/PipeWireConnection.h"
+#include "system/linux/pipewire/PipeWireCore.h"
 
 #include "core/base/Json.h"
 #include "system/linux/pipewire/GraphRecords.h"
@@ -30,10 +30,10 @@ constexpr const char* defaultOutputKey = "default.audio.sink";
 constexpr Seconds untilReadAgain = 1.0;
 constexpr Seconds untilReadForSinks = 0.1;
 
-struct LiveConnection final : PipeWireConnection {
+struct LiveCore final : PipeWireCore {
     // An object of the server's that this side has asked to be kept told about.
     struct Bound {
-        LiveConnection* owner = nullptr;
+        LiveCore* owner = nullptr;
         pw_proxy* proxy = nullptr;
         spa_hook proxyHook{};
         spa_hook objectHook{};
@@ -74,13 +74,11 @@ struct LiveConnection final : PipeWireConnection {
     bool isComplete = false;
     bool isLost = false;
 
-    LiveConnection(EventLoop& eventLoop, PipeWireListener& told)
-        : events(eventLoop),
-          listener(told) {}
-    LiveConnection(const LiveConnection&) = delete;
-    LiveConnection& operator=(const LiveConnection&) = delete;
+    LiveCore(EventLoop& eventLoop, PipeWireListener& told) : events(eventLoop), listener(told) {}
+    LiveCore(const LiveCore&) = delete;
+    LiveCore& operator=(const LiveCore&) = delete;
 
-    ~LiveConnection() override {
+    ~LiveCore() override {
         watch.reset();
         bound.clear();
         if (registry != nullptr) {
@@ -172,12 +170,12 @@ struct LiveConnection final : PipeWireConnection {
     void tellIfLost() {
         if (isLost) {
             watch.reset();
-            listener.connectionLost();
+            listener.serverLost();
         }
     }
 
     static void onDone(void* data, std::uint32_t id, int sequence) {
-        auto* self = static_cast<LiveConnection*>(data);
+        auto* self = static_cast<LiveCore*>(data);
         if (id == PW_ID_CORE && sequence == self->metadataSequence && !self->hasDefaultOutput) {
             self->listener.defaultOutputIs({});
         }
@@ -196,13 +194,13 @@ struct LiveConnection final : PipeWireConnection {
     static void onError(void* data, std::uint32_t id, int, int result, const char*) {
         // Errors of single objects are those that were gone before they could be asked about.
         if (id == PW_ID_CORE && result == -EPIPE) {
-            static_cast<LiveConnection*>(data)->isLost = true;
+            static_cast<LiveCore*>(data)->isLost = true;
         }
     }
 
     static void onGlobal(void* data, std::uint32_t id, std::uint32_t, const char* type,
                          std::uint32_t, const spa_dict* props) {
-        auto* self = static_cast<LiveConnection*>(data);
+        auto* self = static_cast<LiveCore*>(data);
         const std::string_view kind = type;
         const auto serial = numberIn<GraphSerial>(props, PW_KEY_OBJECT_SERIAL);
         if (!serial) {
@@ -245,7 +243,7 @@ struct LiveConnection final : PipeWireConnection {
     }
 
     static void onGlobalRemove(void* data, std::uint32_t id) {
-        auto* self = static_cast<LiveConnection*>(data);
+        auto* self = static_cast<LiveCore*>(data);
         if (const auto object = self->bound.find(id); object != self->bound.end()) {
             if (isSink(*object->second)) {
                 self->sinkMayMatter();
@@ -371,10 +369,10 @@ struct LiveConnection final : PipeWireConnection {
 
 #pragma GCC diagnostic pop
 
-std::unique_ptr<PipeWireConnection> PipeWireConnection::open(EventLoop& loop, int socket,
-                                                             PipeWireListener& listener) {
-    auto connection = std::make_unique<LiveConnection>(loop, listener);
-    return connection->start(socket) ? std::move(connection) : nullptr;
+std::unique_ptr<PipeWireCore> PipeWireCore::open(EventLoop& loop, int socket,
+                                                 PipeWireListener& listener) {
+    auto live = std::make_unique<LiveCore>(loop, listener);
+    return live->start(socket) ? std::move(live) : nullptr;
 }
 
 } // namespace velmoran
