@@ -8,7 +8,7 @@
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/kernel/ProcFs.h"
-#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseContext.h"
 #include "system/linux/pulse/PulseOutputs.h"
 
 #include <benchmark/benchmark.h>
@@ -52,7 +52,7 @@ void refreshWithNothingChanged(benchmark::State& state) {
     const Crowd crowd(200);
     LinuxAppNames names(LinuxPlaces::ofThisUser());
     PeerSockets peers;
-    PulseConnection pulse;
+    PulseContext pulse;
     EventLoop loop;
     PulseOutputs outputs(pulse, loop);
     LinuxReadings readings({loop, names, peers, pulse}, "/dev");

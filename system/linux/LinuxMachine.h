@@ -11,7 +11,7 @@
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/peers/LinuxConnections.h"
-#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseContext.h"
 #include "system/linux/pulse/PulseMicrophones.h"
 #include "system/linux/pulse/PulseOutputs.h"
 
@@ -51,7 +51,7 @@ private:
     const AppProcesses processes_;
     const std::string display_;
     PeerSockets peers_;
-    PulseConnection pulse_;
+    PulseContext pulse_;
     EventLoop loop_;
     PulseOutputs outputs_;
     PulseMicrophones microphones_;

@@ -74,7 +74,7 @@ void LinuxReadings::awaitStreams() {
 void LinuxReadings::useStreams() {
     streams_ =
         std::make_unique<PulseSources>(seams_.pulse, seams_.loop, seams_.connections, seams_.naming,
-                                       PulseConnection::socketPath({}).value_or(std::string()));
+                                       PulseContext::socketPath({}).value_or(std::string()));
     streams_->onChange([this] { changed(); });
 }
 

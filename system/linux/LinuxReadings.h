@@ -22,7 +22,7 @@ public:
         EventLoop& loop;
         ProcessNaming& naming;
         ConnectionFacts& connections;
-        PulseConnection& pulse;
+        PulseContext& pulse;
         /// Told on the loop's thread which node sound goes to by default; empty: not known.
         std::function<void(const std::string&)> defaultOutput = {};
     };

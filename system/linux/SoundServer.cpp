@@ -1,7 +1,7 @@
 #include "system/SoundServer.h"
 
 #include "system/linux/pipewire/ServerSocket.h"
-#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseContext.h"
 
 #include <cstdlib>
 #include <string>
@@ -17,7 +17,7 @@ bool listens(const std::string& path) {
 }
 
 bool pulseListens() {
-    if (const auto path = PulseConnection::socketPath({})) {
+    if (const auto path = PulseContext::socketPath({})) {
         return listens(*path);
     }
     // Anything else stands on another machine, and is taken to be there.

@@ -128,8 +128,8 @@ protected:
     }
     void connect() {
         readGraph();
-        connection_ = std::make_unique<PulseConnection>(address());
-        microphones_ = std::make_unique<PulseMicrophones>(*connection_);
+        pulse_ = std::make_unique<PulseContext>(address());
+        microphones_ = std::make_unique<PulseMicrophones>(*pulse_);
         arrival_ = microphones_->onArrival([this] { ++arrivals_; });
     }
     /// The same, once `count` microphones can be muted; they are unmuted then.
@@ -165,7 +165,7 @@ protected:
 
     PrivateSession session_;
     std::unique_ptr<support::GraphWatcher> graph_; ///< where the server has one
-    std::unique_ptr<PulseConnection> connection_;
+    std::unique_ptr<PulseContext> pulse_;
     std::unique_ptr<PulseMicrophones> microphones_;
     Subscription arrival_;
     std::atomic<int> arrivals_ = 0;
@@ -433,7 +433,7 @@ TEST_P(PulseMicrophonesTest, GoWhileAnAnswerIsDue) {
     session_.child("pulse")->signal(SIGSTOP);
     auto answer = begin(true);
     microphones_.reset();
-    connection_.reset();
+    pulse_.reset();
     EXPECT_NE(answer.wait_for(std::chrono::seconds(0)), std::future_status::timeout)
         << "the receiver is still held";
 }

@@ -59,8 +59,8 @@ protected:
 
 TEST_F(PulseOutputsTest, TellTheDefaultOutputAndFollowIt) {
     session_.startPulseAudio();
-    PulseConnection connection(address());
-    PulseOutputs outputs(connection, loop_);
+    PulseContext pulse(address());
+    PulseOutputs outputs(pulse, loop_);
     std::atomic<int> changes = 0;
     loop_.runAndWait([&] { outputs.onChange([&] { ++changes; }); });
     ASSERT_TRUE(waitUntil([&] { return outputs.current().has_value(); }));
@@ -101,8 +101,8 @@ TEST_F(PulseOutputsTest, TellVolumeAndMute) {
     session_.startSound();
     session_.enter();
     const support::GraphWatcher graph;
-    PulseConnection connection(address());
-    PulseOutputs outputs(connection, loop_);
+    PulseContext pulse(address());
+    PulseOutputs outputs(pulse, loop_);
     sinks_.add("speakers", "Laptop Speakers", "device.bus=pci");
     choose(outputs, "speakers");
     ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
@@ -122,8 +122,8 @@ TEST_F(PulseOutputsTest, AreMutedAndUnmutedForReal) {
     session_.startSound();
     session_.enter();
     const support::GraphWatcher graph;
-    PulseConnection connection(address());
-    PulseOutputs outputs(connection, loop_);
+    PulseContext pulse(address());
+    PulseOutputs outputs(pulse, loop_);
     sinks_.add("speakers", "Laptop Speakers", "device.bus=pci");
     choose(outputs, "speakers");
     ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
@@ -139,8 +139,8 @@ TEST_F(PulseOutputsTest, AreMutedAndUnmutedForReal) {
 // instant as if that output had been left for another one.
 TEST_F(PulseOutputsTest, AreNotLeftBeforeTheyAreKnownToBeLost) {
     session_.startSound();
-    PulseConnection connection(address());
-    PulseOutputs outputs(connection, loop_);
+    PulseContext pulse(address());
+    PulseOutputs outputs(pulse, loop_);
     sinks_.add("speakers", "Laptop Speakers", "device.bus=pci device.form_factor=internal");
     sinks_.add("buds", "Buds", "device.bus=bluetooth");
     choose(outputs, "buds");
@@ -164,8 +164,8 @@ TEST_F(PulseOutputsTest, AreNotLeftBeforeTheyAreKnownToBeLost) {
 
 TEST_F(PulseOutputsTest, FollowTheSessionManagerWhereTheServerKeepsItsChoice) {
     session_.startSound();
-    PulseConnection connection(address());
-    PulseOutputs outputs(connection, loop_);
+    PulseContext pulse(address());
+    PulseOutputs outputs(pulse, loop_);
     sinks_.add("speakers", "Laptop Speakers", "device.bus=pci device.form_factor=internal");
     sinks_.add("buds", "Buds", "device.bus=bluetooth");
     choose(outputs, "buds");
@@ -180,8 +180,8 @@ TEST_F(PulseOutputsTest, FollowTheSessionManagerWhereTheServerKeepsItsChoice) {
 
 TEST_F(PulseOutputsTest, CanNotBeMutedWhenTheyAreGone) {
     session_.startSound();
-    PulseConnection connection(address());
-    PulseOutputs outputs(connection, loop_);
+    PulseContext pulse(address());
+    PulseOutputs outputs(pulse, loop_);
     sinks_.add("speakers", "Laptop Speakers", "device.bus=pci");
     choose(outputs, "speakers");
     ASSERT_TRUE(becomes(outputs, "Laptop Speakers"));
@@ -194,8 +194,8 @@ TEST_F(PulseOutputsTest, CanNotBeMutedWhenTheyAreGone) {
 
 TEST_F(PulseOutputsTest, AnswerAtOnceWhenTheServerSaysNothing) {
     session_.startSound();
-    PulseConnection connection(address());
-    PulseOutputs outputs(connection, loop_);
+    PulseContext pulse(address());
+    PulseOutputs outputs(pulse, loop_);
     ASSERT_TRUE(waitUntil([&] { return outputs.current().has_value(); }));
     const auto id = outputs.current()->objectID;
     session_.child("pulse")->signal(SIGSTOP);
@@ -206,8 +206,8 @@ TEST_F(PulseOutputsTest, AnswerAtOnceWhenTheServerSaysNothing) {
 }
 
 TEST_F(PulseOutputsTest, AreFoundAgainWhenTheServerComesBack) {
-    PulseConnection connection(address());
-    PulseOutputs outputs(connection, loop_);
+    PulseContext pulse(address());
+    PulseOutputs outputs(pulse, loop_);
     EXPECT_FALSE(outputs.current());
     session_.startSound();
     ASSERT_TRUE(waitUntil([&] { return outputs.current().has_value(); }));
@@ -228,8 +228,8 @@ std::size_t entriesOf(const char* folder) {
 TEST_F(PulseOutputsTest, LeaveNothingBehind) {
     session_.startSound();
     const auto round = [&] {
-        PulseConnection connection(address());
-        PulseOutputs outputs(connection, loop_);
+        PulseContext pulse(address());
+        PulseOutputs outputs(pulse, loop_);
         ASSERT_TRUE(waitUntil([&] { return outputs.current().has_value(); }));
     };
     round();

@@ -22,10 +22,9 @@ class PulseSourcesTest : public ::testing::Test {
 protected:
     PulseSourcesTest() {
         startServer();
-        connection_ = std::make_unique<PulseConnection>("unix:" + socket());
+        pulse_ = std::make_unique<PulseContext>("unix:" + socket());
         loop_.runAndWait([this] {
-            sources_ =
-                std::make_unique<PulseSources>(*connection_, loop_, facts_, naming_, socket());
+            sources_ = std::make_unique<PulseSources>(*pulse_, loop_, facts_, naming_, socket());
             sources_->onChange([this] { ++changes_; });
         });
     }
@@ -67,7 +66,7 @@ protected:
     PeerSockets facts_;
     std::atomic<int> changes_ = 0;
     EventLoop loop_;
-    std::unique_ptr<PulseConnection> connection_;
+    std::unique_ptr<PulseContext> pulse_;
     std::unique_ptr<PulseSources> sources_;
 };
 

@@ -25,23 +25,23 @@ bool hasTimedOut(pa_context* context, bool success) {
 
 } // namespace
 
-PulseMicrophones::PulseMicrophones(PulseConnection& connection)
+PulseMicrophones::PulseMicrophones(PulseContext& pulse)
     : Listener(PA_SUBSCRIPTION_MASK_SOURCE),
-      connection_(connection) {
-    connection_.add(*this);
+      pulse_(pulse) {
+    pulse_.add(*this);
 }
 
 PulseMicrophones::~PulseMicrophones() {
-    connection_.use([this](pa_context*) {
+    pulse_.use([this](pa_context*) {
         while (!calls_.empty()) {
             drop(calls_.front());
         }
     });
-    connection_.remove(*this);
+    pulse_.remove(*this);
 }
 
 void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
-    connection_.use([&](pa_context* context) {
+    pulse_.use([&](pa_context* context) {
         // A call that still waits for the server is overtaken by this one.
         for (auto next = calls_.begin(); next != calls_.end();) {
             auto& before = *next++;
@@ -56,7 +56,7 @@ void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
             answer(call);
             return;
         }
-        call.alarm = connection_.after(bound, [this, &call] { overdue(call); });
+        call.alarm = pulse_.after(bound, [this, &call] { overdue(call); });
         if (!isListing_) {
             begin(call);
         }

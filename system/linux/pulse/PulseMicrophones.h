@@ -1,11 +1,11 @@
 // The microphones of the sound server: every source that isn't the monitor of an output, muted and
 // unmuted together. Owned by the machine. It has no thread: what is wanted is written to the
-// server's socket in the caller's own call, and the answers come on the connection's thread.
+// server's socket in the caller's own call, and the answers come on the context's thread.
 #pragma once
 
 #include "core/base/Observable.h"
 #include "system/Machine.h"
-#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseContext.h"
 #include "system/linux/pulse/SourceVolumes.h"
 
 #include <chrono>
@@ -31,12 +31,12 @@ namespace velmoran {
 /// and give it back with it: a source that was muted here is unmuted when it comes back after an
 /// unmute, but not one that was muted before. When this object goes, answers that are still due are
 /// not given any more.
-class PulseMicrophones final : public Microphones, private PulseConnection::Listener {
+class PulseMicrophones final : public Microphones, private PulseContext::Listener {
 public:
     /// After that long, devices that the server hasn't answered for count as not muted.
     static constexpr Seconds bound = 1.5;
 
-    explicit PulseMicrophones(PulseConnection& connection);
+    explicit PulseMicrophones(PulseContext& pulse);
     ~PulseMicrophones() override;
 
     void setMuted(bool muted, Answer done, Answer late) override;
@@ -118,9 +118,9 @@ private:
     static void forgetWrites(Call& call);
     static void forget(Write& write);
 
-    PulseConnection& connection_;
+    PulseContext& pulse_;
     std::shared_ptr<Arrivals> arrivals_ = std::make_shared<Arrivals>();
-    // The rest is used with the connection's lock held.
+    // The rest is used with the context's lock held.
     std::map<std::uint32_t, Source> sources_; ///< by the server's index
     std::map<std::uint32_t, Wish> wishes_;    ///< by the server's index
     std::list<Call> calls_;

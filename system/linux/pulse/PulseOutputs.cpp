@@ -45,17 +45,17 @@ SinkTraits::Port portOf(const pa_sink_port_info* port) {
 
 } // namespace
 
-PulseOutputs::PulseOutputs(PulseConnection& connection, SerialQueue& queue)
+PulseOutputs::PulseOutputs(PulseContext& pulse, SerialQueue& queue)
     : Listener(static_cast<pa_subscription_mask_t>(
           PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_CARD | PA_SUBSCRIPTION_MASK_SERVER)),
-      connection_(connection),
+      pulse_(pulse),
       queue_(queue) {
-    connection_.add(*this);
+    pulse_.add(*this);
 }
 
 PulseOutputs::~PulseOutputs() {
-    connection_.use([this](pa_context*) { endLooks(); });
-    connection_.remove(*this);
+    pulse_.use([this](pa_context*) { endLooks(); });
+    pulse_.remove(*this);
     const std::lock_guard lock(shared_->mutex);
     shared_->onChange = nullptr;
 }
@@ -81,7 +81,7 @@ bool PulseOutputs::setMuted(bool muted, std::uint32_t objectID) {
         }
         name = found->second.serverName;
     }
-    return connection_.perform(
+    return pulse_.perform(
         [&](pa_context* context, pa_context_success_cb_t answer, void* data) {
             return pa_context_set_sink_mute_by_name(context, name.c_str(), muted ? 1 : 0, answer,
                                                     data);
@@ -90,7 +90,7 @@ bool PulseOutputs::setMuted(bool muted, std::uint32_t objectID) {
 }
 
 void PulseOutputs::preferDefault(const std::string& serverName) {
-    connection_.use([&](pa_context*) {
+    pulse_.use([&](pa_context*) {
         preferredSink_ = serverName;
         if (context() && (!isSettled() || areAtOdds())) {
             askForDefault();
@@ -148,7 +148,7 @@ void PulseOutputs::changed(unsigned facility, unsigned type, std::uint32_t index
 
 void PulseOutputs::lookAgain() {
     nextLook_ =
-        connection_.after(looks_ < secondLooks.size() ? secondLooks[looks_] : laterLooks, [this] {
+        pulse_.after(looks_ < secondLooks.size() ? secondLooks[looks_] : laterLooks, [this] {
             nextLook_.reset();
             if (looks_ < secondLooks.size() || (!isSettled() && looks_ < mostLooks)) {
                 lookAgain();

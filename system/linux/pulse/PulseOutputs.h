@@ -4,7 +4,7 @@
 
 #include "system/Machine.h"
 #include "system/linux/pulse/OutputKind.h"
-#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseContext.h"
 
 #include <cstddef>
 #include <functional>
@@ -24,14 +24,14 @@ namespace velmoran {
 /// The server's stand-in for a missing output ("auto_null") is no output. A sink whose jack is
 /// known to be empty doesn't exist, though the server lists it: cards that have a sink for each
 /// jack do so.
-class PulseOutputs final : public OutputDevices, public PulseConnection::Listener {
+class PulseOutputs final : public OutputDevices, public PulseContext::Listener {
 public:
     /// Object ids are this number plus 1, 2, 3 …
     static constexpr std::uint32_t firstObjectID = 0x4F000000;
     /// The longest that `setMuted` waits.
     static constexpr Seconds bound = 1.0;
 
-    PulseOutputs(PulseConnection& connection, SerialQueue& queue);
+    PulseOutputs(PulseContext& pulse, SerialQueue& queue);
     ~PulseOutputs() override;
 
     std::optional<OutputDeviceInfo> current() override;
@@ -43,7 +43,7 @@ public:
     /// older choice for a client of long standing (0.3.65). But while the server says otherwise it
     /// is asked once more (0.3 s later) whether its own choice has gone. What isn't the name of a
     /// sink counts no longer than the server takes to tell of one (1.5 s). Any thread but the
-    /// connection's.
+    /// context's.
     void preferDefault(const std::string& serverName);
 
     /// Called on the queue after each change of what `current` or `exists` answers, until this
@@ -102,10 +102,10 @@ private:
     void publish();
     std::uint32_t objectIDOf(const std::string& serverName);
 
-    PulseConnection& connection_;
+    PulseContext& pulse_;
     SerialQueue& queue_;
     std::shared_ptr<Shared> shared_ = std::make_shared<Shared>();
-    // The rest belongs to the connection's thread.
+    // The rest belongs to the context's thread.
     std::map<std::uint32_t, Sink> sinks_; ///< by the server's index
     std::map<std::uint32_t, Card> cards_;
     std::string defaultSink_;                        ///< by the server's word

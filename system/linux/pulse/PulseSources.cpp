@@ -34,23 +34,23 @@ std::optional<std::int32_t> claimedPidOf(const pa_proplist* properties) {
 
 } // namespace
 
-PulseSources::PulseSources(PulseConnection& connection, SerialQueue& queue, ConnectionFacts& facts,
+PulseSources::PulseSources(PulseContext& pulse, SerialQueue& queue, ConnectionFacts& facts,
                            ProcessNaming& naming, std::string socket)
     : Listener(static_cast<pa_subscription_mask_t>(
           PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
           PA_SUBSCRIPTION_MASK_SINK_INPUT | PA_SUBSCRIPTION_MASK_SOURCE_OUTPUT |
           PA_SUBSCRIPTION_MASK_CLIENT)),
-      connection_(connection),
+      pulse_(pulse),
       queue_(queue),
       facts_(facts),
       naming_(naming),
       identity_(facts, naming, {}),
       socket_(std::move(socket)) {
-    connection_.add(*this);
+    pulse_.add(*this);
 }
 
 PulseSources::~PulseSources() {
-    connection_.remove(*this);
+    pulse_.remove(*this);
     for (const auto& process : processes_) {
         naming_.unpin(process.objectID);
     }

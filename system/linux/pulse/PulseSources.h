@@ -1,11 +1,11 @@
 // Who records and plays on a sound server that speaks libpulse and nothing else, and its devices.
 // Owned by the machine; made, asked and destroyed on the monitor's queue. What the server tells
-// comes on the connection's thread and hops over as values.
+// comes on the context's thread and hops over as values.
 #pragma once
 
 #include "system/Machine.h"
 #include "system/linux/clients/ClientIdentity.h"
-#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseContext.h"
 #include "system/linux/pulse/PulseModel.h"
 
 #include <functional>
@@ -20,14 +20,14 @@ namespace velmoran {
 
 /// All from memory. A process here is a client of the server that has a stream; what it says of
 /// itself is believed only as far as the kernel bears it out.
-class PulseSources final : public AudioReadings, public PulseConnection::Listener {
+class PulseSources final : public AudioReadings, public PulseContext::Listener {
 public:
     /// Object ids of clients are this number plus 1, 2, 3 …; of devices they begin at the second.
     static constexpr std::uint32_t firstObjectID = 0x50000000;
     static constexpr std::uint32_t firstDeviceID = 0x51000000;
 
     /// `socket` is the path of the server's socket: the connections to it are its clients'.
-    PulseSources(PulseConnection& connection, SerialQueue& queue, ConnectionFacts& facts,
+    PulseSources(PulseContext& pulse, SerialQueue& queue, ConnectionFacts& facts,
                  ProcessNaming& naming, std::string socket);
     ~PulseSources() override;
 
@@ -63,12 +63,12 @@ private:
     std::optional<pid_t> findServer();
     std::uint32_t deviceIDOf(bool isSource, std::uint32_t index);
 
-    PulseConnection& connection_;
+    PulseContext& pulse_;
     SerialQueue& queue_;
     /// What was posted holds this weakly.
     std::shared_ptr<PulseSources*> self_ = std::make_shared<PulseSources*>(this);
 
-    // Of the connection's thread.
+    // Of the context's thread.
     PulseModel model_;
     PulseModel handedOver_;
     std::map<std::uint32_t, bool> clients_; ///< whether it has said who it is

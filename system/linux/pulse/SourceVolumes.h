@@ -1,5 +1,5 @@
 // The volumes of sources whose mute switch doesn't work, taken away and given back in its stead.
-// Owned by the microphones; used with the connection's lock held.
+// Owned by the microphones; used with the context's lock held.
 #pragma once
 
 #include "system/MicrophoneMute.h"

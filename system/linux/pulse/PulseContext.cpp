@@ -1,4 +1,4 @@
-#include "system/linux/pulse/PulseConnection.h"
+#include "system/linux/pulse/PulseContext.h"
 
 #include <algorithm>
 #include <array>
@@ -28,7 +28,7 @@ std::string environmentVariable(const char* name) {
 
 } // namespace
 
-class PulseConnection::Lock {
+class PulseContext::Lock {
 public:
     explicit Lock(pa_threaded_mainloop* loop) : loop_(loop) { pa_threaded_mainloop_lock(loop_); }
     ~Lock() { pa_threaded_mainloop_unlock(loop_); }
@@ -39,7 +39,7 @@ private:
     pa_threaded_mainloop* loop_;
 };
 
-void PulseConnection::Listener::asked(pa_operation* question) {
+void PulseContext::Listener::asked(pa_operation* question) {
     std::erase_if(questions_, [](pa_operation* old) {
         const bool over = pa_operation_get_state(old) != PA_OPERATION_RUNNING;
         if (over) {
@@ -52,21 +52,21 @@ void PulseConnection::Listener::asked(pa_operation* question) {
     }
 }
 
-void PulseConnection::Listener::ask(pa_operation* question) {
+void PulseContext::Listener::ask(pa_operation* question) {
     if (question) {
         ++unanswered_;
         asked(question);
     }
 }
 
-void PulseConnection::Listener::answered() {
+void PulseContext::Listener::answered() {
     if (--unanswered_ <= 0) {
         unanswered_ = 0;
         complete();
     }
 }
 
-std::optional<std::string> PulseConnection::socketPath(const std::string& server) {
+std::optional<std::string> PulseContext::socketPath(const std::string& server) {
     auto address = server.empty() ? environmentVariable("PULSE_SERVER") : server;
     if (address.starts_with('{')) { // "{MACHINE}ADDRESS"
         address.erase(0, address.find('}') == std::string::npos ? 0 : address.find('}') + 1);
@@ -88,7 +88,7 @@ std::optional<std::string> PulseConnection::socketPath(const std::string& server
     return std::nullopt;
 }
 
-PulseConnection::PulseConnection(std::string server)
+PulseContext::PulseContext(std::string server)
     : server_(std::move(server)),
       socket_(socketPath(server_)),
       loop_(pa_threaded_mainloop_new()) {
@@ -105,7 +105,7 @@ PulseConnection::PulseConnection(std::string server)
     }
 }
 
-PulseConnection::~PulseConnection() {
+PulseContext::~PulseContext() {
     {
         const Lock lock(loop_);
         listeners_.clear();
@@ -119,7 +119,7 @@ PulseConnection::~PulseConnection() {
     pa_threaded_mainloop_free(loop_);
 }
 
-void PulseConnection::connect() {
+void PulseContext::connect() {
     auto* api = pa_threaded_mainloop_get_api(loop_);
     pa_proplist* properties = pa_proplist_new();
     pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "velmoran");
@@ -127,8 +127,7 @@ void PulseConnection::connect() {
     pa_proplist_free(properties);
     pa_context_set_state_callback(
         context_,
-        [](pa_context*, void* self) { static_cast<PulseConnection*>(self)->contextChanged(); },
-        this);
+        [](pa_context*, void* self) { static_cast<PulseContext*>(self)->contextChanged(); }, this);
     // A failure is told by the state, but for the few that come before there is one.
     if (pa_context_connect(context_, server_.empty() ? nullptr : server_.c_str(),
                            PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0 &&
@@ -137,7 +136,7 @@ void PulseConnection::connect() {
     }
 }
 
-void PulseConnection::contextChanged() {
+void PulseContext::contextChanged() {
     const auto state = pa_context_get_state(context_);
     if (state == PA_CONTEXT_READY) {
         ready_ = true;
@@ -164,7 +163,7 @@ void PulseConnection::contextChanged() {
     pa_threaded_mainloop_signal(loop_, 0);
 }
 
-void PulseConnection::subscribe() {
+void PulseContext::subscribe() {
     unsigned interest = PA_SUBSCRIPTION_MASK_NULL;
     for (const auto* listener : listeners_) {
         interest |= listener->interest_;
@@ -173,7 +172,7 @@ void PulseConnection::subscribe() {
         context_,
         [](pa_context*, pa_subscription_event_type_t event, std::uint32_t index, void* data) {
             const unsigned facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
-            for (auto* listener : static_cast<PulseConnection*>(data)->listeners_) {
+            for (auto* listener : static_cast<PulseContext*>(data)->listeners_) {
                 if ((listener->interest_ & (1u << facility)) != 0) {
                     listener->changed(facility, event & PA_SUBSCRIPTION_EVENT_TYPE_MASK, index);
                 }
@@ -186,12 +185,12 @@ void PulseConnection::subscribe() {
     }
 }
 
-void PulseConnection::tellOfServer(Listener& listener) {
+void PulseContext::tellOfServer(Listener& listener) {
     listener.context_ = context_;
     listener.connected();
 }
 
-void PulseConnection::add(Listener& listener) {
+void PulseContext::add(Listener& listener) {
     const Lock lock(loop_);
     listeners_.push_back(&listener);
     if (ready_) {
@@ -200,7 +199,7 @@ void PulseConnection::add(Listener& listener) {
     }
 }
 
-void PulseConnection::remove(Listener& listener) {
+void PulseContext::remove(Listener& listener) {
     const Lock lock(loop_);
     std::erase(listeners_, &listener);
     for (auto* question : listener.questions_) {
@@ -213,7 +212,7 @@ void PulseConnection::remove(Listener& listener) {
     }
 }
 
-bool PulseConnection::perform(const Question& question, Seconds bound) {
+bool PulseContext::perform(const Question& question, Seconds bound) {
     struct Waiting {
         pa_threaded_mainloop* loop;
         bool success = false;
@@ -252,12 +251,12 @@ bool PulseConnection::perform(const Question& question, Seconds bound) {
     return waiting.success;
 }
 
-void PulseConnection::use(const std::function<void(pa_context*)>& action) {
+void PulseContext::use(const std::function<void(pa_context*)>& action) {
     const Lock lock(loop_);
     action(ready_ ? context_ : nullptr);
 }
 
-Subscription PulseConnection::after(Seconds delay, std::function<void()> action) {
+Subscription PulseContext::after(Seconds delay, std::function<void()> action) {
     const auto owned = std::make_shared<std::function<void()>>(std::move(action));
     auto* alarm = pa_context_rttime_new(
         context_, pa_rtclock_now() + static_cast<pa_usec_t>(delay * 1e6),
@@ -273,7 +272,7 @@ Subscription PulseConnection::after(Seconds delay, std::function<void()> action)
     });
 }
 
-void PulseConnection::seekLater(Seconds delay) {
+void PulseContext::seekLater(Seconds delay) {
     retry_ = after(delay, [this] {
         retry_.reset();
         pa_context_set_state_callback(context_, nullptr, nullptr);
@@ -282,7 +281,7 @@ void PulseConnection::seekLater(Seconds delay) {
     });
 }
 
-void PulseConnection::stopSeeking() {
+void PulseContext::stopSeeking() {
     retry_.reset();
     if (folderEvents_) {
         pa_threaded_mainloop_get_api(loop_)->io_free(std::exchange(folderEvents_, nullptr));
@@ -293,7 +292,7 @@ void PulseConnection::stopSeeking() {
 }
 
 // Watches the folder of the socket, or the nearest one on the way to it.
-void PulseConnection::watchSocketFolder() {
+void PulseContext::watchSocketFolder() {
     if (!socket_) {
         return;
     }
@@ -306,7 +305,7 @@ void PulseConnection::watchSocketFolder() {
         folderEvents_ = api->io_new(
             api, folderWatch_, PA_IO_EVENT_INPUT,
             [](pa_mainloop_api*, pa_io_event*, int, pa_io_event_flags_t, void* self) {
-                static_cast<PulseConnection*>(self)->drainFolderWatch();
+                static_cast<PulseContext*>(self)->drainFolderWatch();
             },
             this);
     }
@@ -318,7 +317,7 @@ void PulseConnection::watchSocketFolder() {
              folder != "/");
 }
 
-void PulseConnection::drainFolderWatch() {
+void PulseContext::drainFolderWatch() {
     alignas(inotify_event) std::array<char, 4096> buffer{};
     while (::read(folderWatch_, buffer.data(), buffer.size()) > 0) {
     }

@@ -21,9 +21,9 @@
 
 namespace velmoran {
 
-class PulseConnection {
+class PulseContext {
 public:
-    /// Reads one side of the server. All calls come on the connection's thread with its lock held.
+    /// Reads one side of the server. All calls come on the context's thread with its lock held.
     class Listener {
         template <auto>
         struct Told;
@@ -66,7 +66,7 @@ public:
         static constexpr auto toldTo = &Told<take>::call;
 
     private:
-        friend class PulseConnection;
+        friend class PulseContext;
 
         pa_subscription_mask_t interest_;
         pa_context* context_ = nullptr;
@@ -76,11 +76,11 @@ public:
 
     /// An empty server is the one that libpulse finds by itself. Throws std::runtime_error if the
     /// thread can't be started.
-    explicit PulseConnection(std::string server = {});
+    explicit PulseContext(std::string server = {});
     /// Ends the thread; not on that thread.
-    ~PulseConnection();
-    PulseConnection(const PulseConnection&) = delete;
-    PulseConnection& operator=(const PulseConnection&) = delete;
+    ~PulseContext();
+    PulseContext(const PulseContext&) = delete;
+    PulseContext& operator=(const PulseContext&) = delete;
 
     /// From now on it is told; at once that it is connected, if that is so. Any other thread.
     void add(Listener& listener);
@@ -93,10 +93,10 @@ public:
     /// no server, it refused, or it said nothing until the bound. Any other thread.
     bool perform(const Question& question, Seconds bound);
 
-    /// Calls it at once with the connection's lock held, as a listener is called; the context is
+    /// Calls it at once with the context's lock held, as a listener is called; the context is
     /// null while there is no server. Any other thread.
     void use(const std::function<void(pa_context*)>& action);
-    /// Once, on the connection's thread, with its lock held; not at all if the handle goes first.
+    /// Once, on the context's thread, with its lock held; not at all if the handle goes first.
     /// To be called and dropped with the lock held.
     [[nodiscard]] Subscription after(Seconds delay, std::function<void()> action);
 
