@@ -12,7 +12,7 @@
 namespace velmoran {
 
 LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : seams_(seams) {
-    graph_ = std::make_unique<PipeWireGraph>(seams_.loop, seams_.naming, seams_.connections);
+    graph_ = std::make_unique<PipeWireGraph>(seams_.loop, seams_.naming, seams_.sockets);
     seams_.loop.runAndWait([this, &deviceFolder] {
         const auto serves = [](pid_t pid) {
             return servesOthers(pid, ProcFs());
@@ -73,7 +73,7 @@ void LinuxReadings::awaitStreams() {
 
 void LinuxReadings::useStreams() {
     streams_ =
-        std::make_unique<PulseSources>(seams_.pulse, seams_.loop, seams_.connections, seams_.naming,
+        std::make_unique<PulseSources>(seams_.pulse, seams_.loop, seams_.sockets, seams_.naming,
                                        PulseContext::socketPath({}).value_or(std::string()));
     streams_->onChange([this] { changed(); });
 }

@@ -21,7 +21,7 @@ public:
     struct Seams {
         EventLoop& loop;
         ProcessNaming& naming;
-        ConnectionFacts& connections;
+        SocketFacts& sockets;
         PulseContext& pulse;
         /// Told on the loop's thread which node sound goes to by default; empty: not known.
         std::function<void(const std::string&)> defaultOutput = {};

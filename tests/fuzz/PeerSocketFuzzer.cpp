@@ -8,10 +8,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace velmoran;
-    std::vector<UnixConnection> connections;
-    parseUnixDump(reinterpret_cast<const std::byte*>(data), size, connections);
-    for (const auto& connection : connections) {
-        if (connection.name.empty() || connection.clientEnd == 0) {
+    std::vector<SocketPair> pairs;
+    parseUnixDump(reinterpret_cast<const std::byte*>(data), size, pairs);
+    for (const auto& pair : pairs) {
+        if (pair.name.empty() || pair.clientEnd == 0) {
             std::abort();
         }
     }

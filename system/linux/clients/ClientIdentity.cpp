@@ -22,8 +22,7 @@ Ends common(const Ends& ends, const Ends& others) {
 
 } // namespace
 
-ClientIdentity::ClientIdentity(ConnectionFacts& facts, ProcessNaming& naming,
-                               std::string nativeSocket)
+ClientIdentity::ClientIdentity(SocketFacts& facts, ProcessNaming& naming, std::string nativeSocket)
     : facts_(facts),
       naming_(naming),
       nativeSocket_(std::move(nativeSocket)) {}
@@ -38,15 +37,15 @@ ClientIdentity::Who ClientIdentity::cannotTell(ClientKey client) const {
     return {naming_.unidentified("client-" + std::to_string(client)), 0};
 }
 
-bool ClientIdentity::isNative(const UnixConnection& connection) const {
-    return connection.name == nativeSocket_ || connection.name == nativeSocket_ + "-manager";
+bool ClientIdentity::isNative(const SocketPair& pair) const {
+    return pair.name == nativeSocket_ || pair.name == nativeSocket_ + "-manager";
 }
 
 Ends ClientIdentity::nativeEnds() const {
     Ends ends;
-    for (const auto& connection : facts_.connections()) {
-        if (isNative(connection)) {
-            ends.push_back(connection.clientEnd);
+    for (const auto& pair : facts_.pairs()) {
+        if (isNative(pair)) {
+            ends.push_back(pair.clientEnd);
         }
     }
     return ends;
@@ -55,9 +54,9 @@ Ends ClientIdentity::nativeEnds() const {
 Ends ClientIdentity::servedEnds(pid_t server) const {
     const auto held = facts_.socketsOf(server);
     Ends ends;
-    for (const auto& connection : facts_.connections()) {
-        if (!isNative(connection) && contains(held, connection.serverEnd)) {
-            ends.push_back(connection.clientEnd);
+    for (const auto& pair : facts_.pairs()) {
+        if (!isNative(pair) && contains(held, pair.serverEnd)) {
+            ends.push_back(pair.clientEnd);
         }
     }
     return ends;
@@ -65,7 +64,7 @@ Ends ClientIdentity::servedEnds(pid_t server) const {
 
 Ends ClientIdentity::unclaimedOf(Ends ends) const {
     std::erase_if(ends, [this](auto end) {
-        return anyEntry([&](const Entry& entry) { return entry.connection == end; });
+        return anyEntry([&](const Entry& entry) { return entry.clientEnd == end; });
     });
     return ends;
 }
@@ -73,7 +72,7 @@ Ends ClientIdentity::unclaimedOf(Ends ends) const {
 Ends ClientIdentity::doubtfulOf(Ends ends) const {
     std::erase_if(ends, [this](auto end) {
         return !anyEntry([&](const Entry& entry) {
-            return entry.connection == end && entry.isDoubtful && !entry.isOpened;
+            return entry.clientEnd == end && entry.isDoubtful && !entry.isOpened;
         });
     });
     return ends;
@@ -104,10 +103,10 @@ ClientIdentity::Own ClientIdentity::ownOf(const Ends& ends, pid_t claim) const {
     return own;
 }
 
-void ClientIdentity::takeFromDoubtful(std::uint64_t connection) {
+void ClientIdentity::takeFromDoubtful(std::uint64_t clientEnd) {
     for (auto& [key, other] : entries_) {
-        if (other.connection == connection && other.isDoubtful) {
-            other.connection = 0;
+        if (other.clientEnd == clientEnd && other.isDoubtful) {
+            other.clientEnd = 0;
             other.isDoubtful = false;
             other.isKnown = false;
             other.who = cannotTell(key);
@@ -171,9 +170,9 @@ void ClientIdentity::described(ClientKey client, std::optional<pid_t> claimedPid
     }
     if (!entry.isKnown) {
         resolveServed(client, entry);
-    } else if (entry.connection != 0) {
+    } else if (entry.clientEnd != 0) {
         entry.isDoubtful =
-            entry.claimedPid > 0 && ownOf({entry.connection}, entry.claimedPid).ends.empty();
+            entry.claimedPid > 0 && ownOf({entry.clientEnd}, entry.claimedPid).ends.empty();
     }
     retryUnknown();
 }
@@ -221,14 +220,14 @@ void ClientIdentity::claimNative(Entry& entry) const {
     // Certain only if there is one connection left over and no earlier client of that process of
     // which isn't known which connection it has.
     if (anyEntry([&](const Entry& other) {
-            return &other != &entry && other.connection == 0 &&
+            return &other != &entry && other.clientEnd == 0 &&
                    other.connectedPid == entry.connectedPid;
         })) {
         return;
     }
     const auto left = unclaimedOf(common(nativeEnds(), facts_.socketsOf(entry.connectedPid)));
     if (left.size() == 1) {
-        entry.connection = left.front();
+        entry.clientEnd = left.front();
     }
 }
 
@@ -236,7 +235,7 @@ void ClientIdentity::claimServed(Entry& entry) const {
     // If one connection alone is nobody's yet, and no other client is without one, it is this
     // client's, whatever it will say; known before it has said anything, and before it can be gone.
     const auto open = unclaimedOf(servedEnds(entry.connectedPid));
-    entry.hadConnection = !open.empty();
+    entry.hadUnclaimedEnd = !open.empty();
     const bool hasUncertain = anyEntry([&](const Entry& other) {
         return &other != &entry && other.isServed && (!other.isKnown || !other.isSure);
     });
@@ -244,7 +243,7 @@ void ClientIdentity::claimServed(Entry& entry) const {
         return;
     }
     if (auto sole = soleHolder(open, 0)) {
-        entry.connection = open.front();
+        entry.clientEnd = open.front();
         entry.isSure = true;
         entry.who = std::move(*sole);
         entry.isKnown = true;
@@ -254,11 +253,11 @@ void ClientIdentity::claimServed(Entry& entry) const {
 void ClientIdentity::confirmNative(ClientKey client, Entry& entry) const {
     const auto all = nativeEnds();
     Ends candidates;
-    if (entry.connection != 0) {
-        if (!contains(all, entry.connection)) {
+    if (entry.clientEnd != 0) {
+        if (!contains(all, entry.clientEnd)) {
             return; // already hung up: nobody else can have it any more
         }
-        candidates = {entry.connection};
+        candidates = {entry.clientEnd};
     } else {
         if (all.empty() || !facts_.isReadable(entry.connectedPid)) {
             return; // the kernel doesn't say more than who connected
@@ -266,7 +265,7 @@ void ClientIdentity::confirmNative(ClientKey client, Entry& entry) const {
         const auto open = unclaimedOf(all);
         candidates = common(open, facts_.socketsOf(entry.connectedPid));
         const auto wanted = std::count_if(entries_.begin(), entries_.end(), [&](const auto& other) {
-            return other.second.connection == 0 && !other.second.isServed &&
+            return other.second.clientEnd == 0 && !other.second.isServed &&
                    other.second.connectedPid == entry.connectedPid;
         });
         if (candidates.size() < static_cast<std::size_t>(wanted)) {
@@ -282,7 +281,7 @@ void ClientIdentity::confirmNative(ClientKey client, Entry& entry) const {
                 }
             }
             for (const auto& [key, other] : entries_) {
-                if (other.connection == 0 || other.isServed) {
+                if (other.clientEnd == 0 || other.isServed) {
                     ++others[other.connectedPid].second;
                 }
             }
@@ -311,15 +310,15 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
     const auto ends = servedEnds(entry.connectedPid);
     for (auto& [key, other] : entries_) {
         if (other.isServed && other.connectedPid == entry.connectedPid &&
-            !contains(ends, other.connection)) {
-            other.connection = 0; // hung up; the number may be given out again
+            !contains(ends, other.clientEnd)) {
+            other.clientEnd = 0; // hung up; the number may be given out again
         }
     }
     const auto open = unclaimedOf(ends);
     if (!entry.saysPulse && entry.claimedPid == entry.connectedPid) {
         // A module that the server itself has loaded has no connection behind it. If anybody's is
         // left over it may just as well be a client that says so.
-        if (open.empty() && !entry.hadConnection) {
+        if (open.empty() && !entry.hadUnclaimedEnd) {
             entry.who = {naming_.identify(entry.connectedPid), entry.connectedPid};
             entry.isKnown = true;
             entry.isSure = true;
@@ -335,10 +334,10 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
     }
     if (!own.ends.empty()) {
         takeFromDoubtful(own.ends.front());
-        entry.connection = own.ends.front();
+        entry.clientEnd = own.ends.front();
         entry.who = {naming_.identify(own.pid), own.pid};
         entry.isKnown = true;
-        if (open.size() == 1 && contains(open, entry.connection)) {
+        if (open.size() == 1 && contains(open, entry.clientEnd)) {
             for (auto& [key, other] : entries_) {
                 other.isSure = true; // everybody's claim has come true
             }
@@ -352,7 +351,7 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
     // Two clients say that they are this process, and it has one connection. If the first was
     // believed while the second was on its way, either may be the liar.
     for (auto& [key, other] : entries_) {
-        if (&other != &entry && other.isServed && !other.isSure && other.connection != 0 &&
+        if (&other != &entry && other.isServed && !other.isSure && other.clientEnd != 0 &&
             claim > 0 && other.claimedPid == claim) {
             other.who = cannotTell(key);
             other.isKnown = false;
@@ -362,7 +361,7 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
         }
     }
     if (const auto sole = soleHolder(open, 0)) {
-        entry.connection = open.size() == 1 ? open.front() : 0;
+        entry.clientEnd = open.size() == 1 ? open.front() : 0;
         entry.isDoubtful = claim > 0;
         entry.isSure = true;
         entry.who = *sole;
@@ -370,7 +369,7 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
     } else if (open.size() == 1 && claim > 0 && !facts_.isReadable(claim) &&
                facts_.holdersOf(open).at(open.front()).empty()) {
         // Nobody is seen to hold it, and the process that is claimed can't be looked at.
-        entry.connection = open.front();
+        entry.clientEnd = open.front();
         auto app = naming_.identify(claim);
         entry.who = app.unidentified ? Who{std::move(app), 0} : cannotTell(client);
     }
@@ -378,9 +377,9 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
 
 void ClientIdentity::confirmServed(ClientKey client, Entry& entry) const {
     // One that has hung up already stays whose it was.
-    if (entry.isKnown && entry.connection != 0 &&
-        contains(servedEnds(entry.connectedPid), entry.connection)) {
-        const auto sole = soleHolder({entry.connection}, entry.who.pid);
+    if (entry.isKnown && entry.clientEnd != 0 &&
+        contains(servedEnds(entry.connectedPid), entry.clientEnd)) {
+        const auto sole = soleHolder({entry.clientEnd}, entry.who.pid);
         entry.who = sole ? *sole : cannotTell(client);
     }
 }
@@ -388,7 +387,7 @@ void ClientIdentity::confirmServed(ClientKey client, Entry& entry) const {
 void ClientIdentity::retryUnknown() {
     for (auto& [key, entry] : entries_) {
         if (entry.isServed && entry.isDescribed && !entry.isKnown && !entry.isOpened &&
-            entry.connection == 0) {
+            entry.clientEnd == 0) {
             resolveServed(key, entry);
         }
     }

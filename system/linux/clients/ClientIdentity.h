@@ -7,7 +7,7 @@
 
 #include "core/records/SystemSnapshot.h"
 #include "system/linux/apps/ProcessNaming.h"
-#include "system/linux/clients/ConnectionFacts.h"
+#include "system/linux/clients/SocketFacts.h"
 
 #include <cstdint>
 #include <map>
@@ -31,7 +31,7 @@ public:
 
     /// `nativeSocket` is the path of the server's own socket; empty for one that only connects on
     /// behalf of others.
-    ClientIdentity(ConnectionFacts& facts, ProcessNaming& naming, std::string nativeSocket);
+    ClientIdentity(SocketFacts& facts, ProcessNaming& naming, std::string nativeSocket);
 
     /// A client was announced. `connectedPid` is the server's word for the process that connected.
     /// Reads that process at once, as it may be gone soon. `isNew` is false for those that were
@@ -62,10 +62,10 @@ private:
         bool isServed = false; ///< connected by a sound server, on behalf of a client of its own
         bool isDescribed = false;
         bool isOpened = false;
-        bool hadConnection = false; ///< one of the server's was nobody's yet when it appeared
+        bool hadUnclaimedEnd = false; ///< one of the server's was nobody's yet when it appeared
         bool isKnown = false;
         /// The client's end of the connection that must be this client's; 0 if several could be.
-        std::uint64_t connection = 0;
+        std::uint64_t clientEnd = 0;
         /// The process that it says it is doesn't hold that connection. Either it lies, or its own
         /// is closed already and this one is that of a client yet to come.
         bool isDoubtful = false;
@@ -79,7 +79,7 @@ private:
     template <class Predicate>
     bool anyEntry(Predicate predicate) const;
     Who cannotTell(ClientKey client) const;
-    bool isNative(const UnixConnection& connection) const;
+    bool isNative(const SocketPair& pair) const;
     std::vector<std::uint64_t> nativeEnds() const;
     std::vector<std::uint64_t> servedEnds(pid_t server) const;
     std::vector<std::uint64_t> unclaimedOf(std::vector<std::uint64_t> ends) const;
@@ -91,7 +91,7 @@ private:
         pid_t pid = 0;
     };
     Own ownOf(const std::vector<std::uint64_t>& ends, pid_t claim) const;
-    void takeFromDoubtful(std::uint64_t connection);
+    void takeFromDoubtful(std::uint64_t clientEnd);
     /// The one app that holds all of them; nothing if that is several, or none that can be seen.
     std::optional<Who> soleHolder(const std::vector<std::uint64_t>& ends, pid_t preferred) const;
 
@@ -102,7 +102,7 @@ private:
     void confirmServed(ClientKey client, Entry& entry) const;
     void retryUnknown();
 
-    ConnectionFacts& facts_;
+    SocketFacts& facts_;
     ProcessNaming& naming_;
     std::string nativeSocket_;
     std::map<ClientKey, Entry> entries_;

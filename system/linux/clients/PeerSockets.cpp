@@ -14,13 +14,13 @@ namespace velmoran {
 
 namespace {
 
-void addConnection(const std::byte* bytes, std::size_t size, std::vector<UnixConnection>& to) {
+void addPair(const std::byte* bytes, std::size_t size, std::vector<SocketPair>& to) {
     const auto message = valueAt<unix_diag_msg>(bytes, size);
     if (!message || message->udiag_state != TCP_ESTABLISHED) {
         return;
     }
-    UnixConnection connection;
-    connection.serverEnd = message->udiag_ino;
+    SocketPair pair;
+    pair.serverEnd = message->udiag_ino;
     for (std::size_t at = netlinkAligned(sizeof *message); at < size;) {
         const auto attribute = valueAt<rtattr>(bytes + at, size - at);
         if (!attribute || attribute->rta_len < sizeof *attribute ||
@@ -30,18 +30,18 @@ void addConnection(const std::byte* bytes, std::size_t size, std::vector<UnixCon
         const std::byte* payload = bytes + at + sizeof *attribute;
         const std::size_t length = attribute->rta_len - sizeof *attribute;
         if (attribute->rta_type == UNIX_DIAG_NAME) {
-            connection.name.assign(reinterpret_cast<const char*>(payload), length);
+            pair.name.assign(reinterpret_cast<const char*>(payload), length);
             // A path may come with its closing zero; an abstract name begins with one.
-            while (!connection.name.empty() && connection.name.back() == '\0') {
-                connection.name.pop_back();
+            while (!pair.name.empty() && pair.name.back() == '\0') {
+                pair.name.pop_back();
             }
         } else if (attribute->rta_type == UNIX_DIAG_PEER) {
-            connection.clientEnd = valueAt<std::uint32_t>(payload, length).value_or(0);
+            pair.clientEnd = valueAt<std::uint32_t>(payload, length).value_or(0);
         }
         at += netlinkAligned(attribute->rta_len);
     }
-    if (!connection.name.empty() && connection.clientEnd != 0) {
-        to.push_back(std::move(connection));
+    if (!pair.name.empty() && pair.clientEnd != 0) {
+        to.push_back(std::move(pair));
     }
 }
 
@@ -62,17 +62,16 @@ std::optional<pid_t> parseInnerPid(std::string_view status) {
     return error == std::errc() && rest == end && pid > 0 ? std::optional(pid) : std::nullopt;
 }
 
-bool parseUnixDump(const std::byte* bytes, std::size_t size,
-                   std::vector<UnixConnection>& connections) {
+bool parseUnixDump(const std::byte* bytes, std::size_t size, std::vector<SocketPair>& pairs) {
     return walkDiagMessages(bytes, size, [&](const std::byte* message, std::size_t length) {
-        addConnection(message, length, connections);
+        addPair(message, length, pairs);
     });
 }
 
 PeerSockets::PeerSockets(ProcFs proc) : proc_(std::move(proc)) {}
 
-std::vector<UnixConnection> PeerSockets::connections() {
-    std::vector<UnixConnection> found;
+std::vector<SocketPair> PeerSockets::pairs() {
+    std::vector<SocketPair> found;
     unix_diag_req request{};
     request.sdiag_family = AF_UNIX;
     request.udiag_states = 1U << TCP_ESTABLISHED;

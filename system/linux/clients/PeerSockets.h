@@ -3,7 +3,7 @@
 // Owned by the machine; monitor's thread.
 #pragma once
 
-#include "system/linux/clients/ConnectionFacts.h"
+#include "system/linux/clients/SocketFacts.h"
 #include "system/linux/kernel/ProcFs.h"
 #include "system/linux/kernel/SocketDiag.h"
 
@@ -12,11 +12,11 @@
 
 namespace velmoran {
 
-class PeerSockets : public ConnectionFacts {
+class PeerSockets : public SocketFacts {
 public:
     explicit PeerSockets(ProcFs proc = ProcFs());
 
-    std::vector<UnixConnection> connections() override;
+    std::vector<SocketPair> pairs() override;
     std::vector<std::uint64_t> socketsOf(pid_t pid) override;
     std::map<std::uint64_t, std::vector<pid_t>>
     holdersOf(const std::vector<std::uint64_t>& sockets) override;
@@ -33,7 +33,6 @@ private:
 std::optional<pid_t> parseInnerPid(std::string_view status);
 /// One answer of the kernel: adds the connections that it tells of. False once the dump is done or
 /// was refused. Bytes of another form than the kernel's end the dump.
-bool parseUnixDump(const std::byte* bytes, std::size_t size,
-                   std::vector<UnixConnection>& connections);
+bool parseUnixDump(const std::byte* bytes, std::size_t size, std::vector<SocketPair>& pairs);
 
 } // namespace velmoran

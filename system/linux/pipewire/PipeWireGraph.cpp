@@ -34,7 +34,7 @@ Subscription onEnd(EventLoop& loop, pid_t pid, std::function<void()> callback) {
 
 } // namespace
 
-PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, ConnectionFacts& facts,
+PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, SocketFacts& facts,
                              std::string socketPath, Times times)
     : loop_(loop),
       naming_(naming),

@@ -50,7 +50,7 @@ public:
 
     /// Returns when the first whole picture is there, or there is no server, or it doesn't answer;
     /// so what the first reading tells was going on before this program. Any thread.
-    PipeWireGraph(EventLoop& loop, ProcessNaming& naming, ConnectionFacts& facts,
+    PipeWireGraph(EventLoop& loop, ProcessNaming& naming, SocketFacts& facts,
                   std::string socketPath = ServerSocket::defaultPath(), Times times = {});
     /// Any thread; while the loop runs.
     ~PipeWireGraph() override;

@@ -34,7 +34,7 @@ std::optional<std::int32_t> claimedPidOf(const pa_proplist* properties) {
 
 } // namespace
 
-PulseSources::PulseSources(PulseContext& pulse, SerialQueue& queue, ConnectionFacts& facts,
+PulseSources::PulseSources(PulseContext& pulse, SerialQueue& queue, SocketFacts& facts,
                            ProcessNaming& naming, std::string socket)
     : Listener(static_cast<pa_subscription_mask_t>(
           PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
@@ -206,12 +206,12 @@ void PulseSources::takePlayback(const pa_sink_input_info& info) {
 // The process at the other end of this program's own connection.
 std::optional<pid_t> PulseSources::findServer() {
     const auto own = facts_.socketsOf(::getpid());
-    for (const auto& connection : facts_.connections()) {
-        if (connection.name != socket_ ||
-            std::find(own.begin(), own.end(), connection.clientEnd) == own.end()) {
+    for (const auto& pair : facts_.pairs()) {
+        if (pair.name != socket_ ||
+            std::find(own.begin(), own.end(), pair.clientEnd) == own.end()) {
             continue;
         }
-        for (const auto& [end, holders] : facts_.holdersOf({connection.serverEnd})) {
+        for (const auto& [end, holders] : facts_.holdersOf({pair.serverEnd})) {
             if (!holders.empty()) {
                 return holders.front();
             }

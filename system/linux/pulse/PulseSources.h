@@ -27,8 +27,8 @@ public:
     static constexpr std::uint32_t firstDeviceID = 0x51000000;
 
     /// `socket` is the path of the server's socket: the connections to it are its clients'.
-    PulseSources(PulseContext& pulse, SerialQueue& queue, ConnectionFacts& facts,
-                 ProcessNaming& naming, std::string socket);
+    PulseSources(PulseContext& pulse, SerialQueue& queue, SocketFacts& facts, ProcessNaming& naming,
+                 std::string socket);
     ~PulseSources() override;
 
     std::vector<AudioProcess> processes() override { return processes_; }
@@ -74,7 +74,7 @@ private:
     std::map<std::uint32_t, bool> clients_; ///< whether it has said who it is
 
     // Of the queue's.
-    ConnectionFacts& facts_;
+    SocketFacts& facts_;
     std::optional<pid_t> server_;
     ProcessNaming& naming_;
     ClientIdentity identity_;

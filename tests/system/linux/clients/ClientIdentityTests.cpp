@@ -15,7 +15,7 @@ constexpr const char* pulseSocket = "/run/user/1/pulse/native";
 
 // Processes with the sockets that they hold. A connection has the server's end and the client's,
 // which are numbered apart by 1000.
-class Table : public ConnectionFacts {
+class Table : public SocketFacts {
 public:
     std::uint64_t connect(pid_t pid, const char* socket) {
         const auto end = next_++;
@@ -39,7 +39,7 @@ public:
         }
     }
 
-    std::vector<UnixConnection> connections() override { return all; }
+    std::vector<SocketPair> pairs() override { return all; }
     std::vector<std::uint64_t> socketsOf(pid_t pid) override {
         if (hidden.contains(pid)) {
             return {};
@@ -66,7 +66,7 @@ public:
     }
     bool isSoundServer(pid_t pid) override { return pid == server; }
 
-    std::vector<UnixConnection> all;
+    std::vector<SocketPair> all;
     std::map<pid_t, std::set<std::uint64_t>> sockets;
     std::set<pid_t> hidden;
     std::map<pid_t, pid_t> innerPids;

@@ -50,8 +50,8 @@ struct Pair {
 TEST(PeerSockets, FindsBothEndsOfAConnectionByTheListenersName) {
     const Pair pair;
     PeerSockets sockets;
-    const auto all = sockets.connections();
-    const UnixConnection expected{pair.path, inodeOf(pair.accepted), inodeOf(pair.client)};
+    const auto all = sockets.pairs();
+    const SocketPair expected{pair.path, inodeOf(pair.accepted), inodeOf(pair.client)};
     EXPECT_EQ(std::count(all.begin(), all.end(), expected), 1);
     const auto named = std::count_if(all.begin(), all.end(),
                                      [&](const auto& one) { return one.name == pair.path; });

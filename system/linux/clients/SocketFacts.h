@@ -1,5 +1,5 @@
-// What the kernel knows of the connections to a sound server, as those need it who find out whose a
-// client is. Two stand behind it: the machine, and tables that a test lays out.
+// What the kernel knows of the sockets of a sound server's clients, as those need it who find out
+// whose a client is. Two stand behind it: the machine, and tables that a test lays out.
 #pragma once
 
 #include <cstdint>
@@ -14,19 +14,19 @@ namespace velmoran {
 
 /// Both ends of a connection to a Unix socket that has a name. Sockets go by their inode, which
 /// "/proc/PID/fd" shows as "socket:[INODE]".
-struct UnixConnection {
+struct SocketPair {
     std::string name;            ///< of the socket that was connected to
     std::uint64_t serverEnd = 0; ///< what the server accepted
     std::uint64_t clientEnd = 0;
 
-    bool operator==(const UnixConnection&) const = default;
+    bool operator==(const SocketPair&) const = default;
 };
 
-class ConnectionFacts {
+class SocketFacts {
 public:
-    virtual ~ConnectionFacts() = default;
-    /// All that stand now; empty also when the kernel doesn't say.
-    virtual std::vector<UnixConnection> connections() = 0;
+    virtual ~SocketFacts() = default;
+    /// All that are connected now; empty also when the kernel doesn't say.
+    virtual std::vector<SocketPair> pairs() = 0;
     /// The sockets that the process holds; empty when it can't be looked at.
     virtual std::vector<std::uint64_t> socketsOf(pid_t pid) = 0;
     /// Who holds each of these sockets; one that nobody is seen to hold has an empty list. Costs a
