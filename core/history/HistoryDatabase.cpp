@@ -118,9 +118,9 @@ FileState look(const fs::path& file) {
     return FileState::unmarked;
 }
 
-bool hasColumns(SQLite::Database& connection, const char* table,
+bool hasColumns(SQLite::Database& sqlite, const char* table,
                 std::span<const char* const> expected) {
-    SQLite::Statement query(connection, "SELECT name FROM pragma_table_info(?) ORDER BY cid");
+    SQLite::Statement query(sqlite, "SELECT name FROM pragma_table_info(?) ORDER BY cid");
     query.bindNoCopy(1, table);
     std::vector<std::string> names;
     while (query.executeStep()) {
@@ -130,39 +130,39 @@ bool hasColumns(SQLite::Database& connection, const char* table,
                               [](const auto& name, const char* other) { return name == other; });
 }
 
-bool hasNothing(SQLite::Database& connection) {
-    return connection.execAndGet("SELECT count(*) FROM sqlite_master").getInt() == 0;
+bool hasNothing(SQLite::Database& sqlite) {
+    return sqlite.execAndGet("SELECT count(*) FROM sqlite_master").getInt() == 0;
 }
 
-bool hasOurTables(SQLite::Database& connection) {
-    return hasColumns(connection, "SessionRecord", SessionRecord::columnNames) &&
-           hasColumns(connection, "AwayReportRecord", awayColumnNames);
+bool hasOurTables(SQLite::Database& sqlite) {
+    return hasColumns(sqlite, "SessionRecord", SessionRecord::columnNames) &&
+           hasColumns(sqlite, "AwayReportRecord", awayColumnNames);
 }
 
 /// Whether closing the last connection may fold the log into the file.
-void setFoldingAtClose(SQLite::Database& connection, bool allowed) {
-    sqlite3_db_config(connection.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, allowed ? 0 : 1,
+void setFoldingAtClose(SQLite::Database& sqlite, bool allowed) {
+    sqlite3_db_config(sqlite.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, allowed ? 0 : 1,
                       nullptr);
 }
 
 /// In one transaction, so that a kill leaves all of it or nothing.
-void build(SQLite::Database& connection) {
-    SQLite::Transaction transaction(connection, SQLite::TransactionBehavior::IMMEDIATE);
-    if (hasNothing(connection)) { // or else another process was faster
-        connection.exec(schema);
+void build(SQLite::Database& sqlite) {
+    SQLite::Transaction transaction(sqlite, SQLite::TransactionBehavior::IMMEDIATE);
+    if (hasNothing(sqlite)) { // or else another process was faster
+        sqlite.exec(schema);
     }
-    connection.exec(indexes);
-    connection.exec(fmt::format("PRAGMA application_id = {}; PRAGMA user_version = {}",
-                                applicationMark, schemaVersion));
+    sqlite.exec(indexes);
+    sqlite.exec(fmt::format("PRAGMA application_id = {}; PRAGMA user_version = {}", applicationMark,
+                            schemaVersion));
     transaction.commit();
 }
 
-void tune(SQLite::Database& connection) {
+void tune(SQLite::Database& sqlite) {
     // What was committed has left the process and so outlives its kill; only a loss of power can
     // take the last transactions, and never the file's soundness.
-    connection.exec("PRAGMA synchronous = NORMAL");
+    sqlite.exec("PRAGMA synchronous = NORMAL");
     // What a person deletes is overwritten.
-    connection.exec("PRAGMA secure_delete = ON");
+    sqlite.exec("PRAGMA secure_delete = ON");
 }
 
 } // namespace
@@ -171,10 +171,10 @@ HistoryDatabase::HistoryDatabase(const std::optional<fs::path>& url) {
     if (url) {
         open(fs::absolute(*url));
     } else {
-        connection_ = std::make_unique<SQLite::Database>(":memory:", SQLite::OPEN_READWRITE |
-                                                                         SQLite::OPEN_CREATE);
-        build(*connection_);
-        tune(*connection_);
+        sqlite_ = std::make_unique<SQLite::Database>(":memory:",
+                                                     SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        build(*sqlite_);
+        tune(*sqlite_);
     }
 }
 
@@ -190,30 +190,30 @@ void HistoryDatabase::open(const fs::path& file) {
         fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
     }
     try {
-        connection_ = std::make_unique<SQLite::Database>(
+        sqlite_ = std::make_unique<SQLite::Database>(
             file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMilliseconds);
-        setFoldingAtClose(*connection_, false);
-        if (sqlite3_db_readonly(connection_->getHandle(), "main") != 0) {
+        setFoldingAtClose(*sqlite_, false);
+        if (sqlite3_db_readonly(sqlite_->getHandle(), "main") != 0) {
             refuse(file, "can't be written");
         }
-        const bool isBlank = hasNothing(*connection_);
+        const bool isBlank = hasNothing(*sqlite_);
         if (isBlank ? state == FileState::unmarked &&
-                          connection_->execAndGet("PRAGMA user_version").getInt() != 0
-                    : !hasOurTables(*connection_)) {
+                          sqlite_->execAndGet("PRAGMA user_version").getInt() != 0
+                    : !hasOurTables(*sqlite_)) {
             refuse(file, "a database of another program");
         }
-        if (connection_->execAndGet("PRAGMA user_version").getInt() > schemaVersion) {
+        if (sqlite_->execAndGet("PRAGMA user_version").getInt() > schemaVersion) {
             refuse(file, "written by a later version");
         }
         if (isBlank || state == FileState::unmarked) {
-            build(*connection_);
+            build(*sqlite_);
         }
-        tune(*connection_);
+        tune(*sqlite_);
         // Readers and the writer don't wait for each other, and a commit is one append.
-        connection_->exec("PRAGMA journal_mode = WAL");
-        setFoldingAtClose(*connection_, true);
+        sqlite_->exec("PRAGMA journal_mode = WAL");
+        setFoldingAtClose(*sqlite_, true);
     } catch (...) {
-        connection_.reset();
+        sqlite_.reset();
         if (state == FileState::absent) {
             std::error_code none;
             fs::remove(file, none);
@@ -223,20 +223,20 @@ void HistoryDatabase::open(const fs::path& file) {
 }
 
 void HistoryDatabase::emptyLog() noexcept {
-    sqlite3_wal_checkpoint_v2(connection_->getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE,
-                              nullptr, nullptr);
+    sqlite3_wal_checkpoint_v2(sqlite_->getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
+                              nullptr);
 }
 
 bool HistoryDatabase::isGone() noexcept {
     int moved = 0;
-    return sqlite3_file_control(connection_->getHandle(), "main", SQLITE_FCNTL_HAS_MOVED, &moved) ==
+    return sqlite3_file_control(sqlite_->getHandle(), "main", SQLITE_FCNTL_HAS_MOVED, &moved) ==
                SQLITE_OK &&
            moved != 0;
 }
 
 void HistoryDatabase::leaveSideFiles() noexcept {
     emptyLog();
-    setFoldingAtClose(*connection_, false);
+    setFoldingAtClose(*sqlite_, false);
 }
 
 } // namespace velmoran

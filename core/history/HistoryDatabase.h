@@ -15,7 +15,7 @@ public:
     /// As the constructor of HistoryStore says.
     explicit HistoryDatabase(const std::optional<std::filesystem::path>& url);
 
-    SQLite::Database& connection() { return *connection_; }
+    SQLite::Database& sqlite() { return *sqlite_; }
 
     /// Moves what stands in the write-ahead log into the file and empties the log, so that deleted
     /// content is gone from the disk. Does nothing if that can't be done now.
@@ -30,7 +30,7 @@ public:
 private:
     void open(const std::filesystem::path& file);
 
-    std::unique_ptr<SQLite::Database> connection_;
+    std::unique_ptr<SQLite::Database> sqlite_;
 };
 
 } // namespace velmoran

@@ -2,8 +2,8 @@
 
 #include "core/history/ConnectionsText.h"
 #include "core/history/OpenHistory.h"
-#include "core/history/Run.h"
 #include "core/history/SessionRecord.h"
+#include "core/history/StatementRun.h"
 
 #include <algorithm>
 #include <cmath>
@@ -112,7 +112,7 @@ void HistoryStore::saveAwayPayload(const Uuid& id, Timestamp start, std::optiona
                                    const std::string& payload) {
     const auto key = id.text();
     inTransaction([&] {
-        Run put(open_->putReport);
+        StatementRun put(open_->putReport);
         put.bind(1, key).bind(2, start).bind(3, end).bindBlob(4, payload).step();
     });
     payloads_ = nullptr;
@@ -120,7 +120,7 @@ void HistoryStore::saveAwayPayload(const Uuid& id, Timestamp start, std::optiona
 
 void HistoryStore::deleteAwayReport(const Uuid& id) {
     const auto key = id.text();
-    inTransaction([&] { Run(open_->deleteReport).bind(1, key).step(); });
+    inTransaction([&] { StatementRun(open_->deleteReport).bind(1, key).step(); });
     payloads_ = nullptr;
 }
 
@@ -134,7 +134,7 @@ std::shared_ptr<const std::vector<std::string>> HistoryStore::awayPayloads() {
         return texts;
     }
     try {
-        Run query(open_->allReports);
+        StatementRun query(open_->allReports);
         while (query.step()) {
             texts->push_back(query.column(0).getString());
         }
@@ -194,10 +194,10 @@ void HistoryStore::deleteAll() {
 template <class... Arguments>
 std::optional<int> HistoryStore::tryRun(SQLite::Statement& deletion, Arguments... arguments) {
     try {
-        Run run(deletion);
+        StatementRun run(deletion);
         (run.bind(1, arguments), ...);
         run.step();
-        return open_->connection().getChanges();
+        return open_->sqlite().getChanges();
     } catch (const SQLite::Exception&) {
         if (!open_->isInTransaction()) {
             throw;
@@ -221,7 +221,7 @@ bool HistoryStore::inTransaction(Work work) {
     std::vector<Pending> failed;
     bool needsReading = false; // places of what was shown before it had a row have changed
     try {
-        Run(open_->begin).step();
+        StatementRun(open_->begin).step();
         if (needsRepair_) {
             open_->sessions.closeOpen();
         }
@@ -241,10 +241,10 @@ bool HistoryStore::inTransaction(Work work) {
             }
         }
         work();
-        Run(open_->commit).step();
+        StatementRun(open_->commit).step();
     } catch (const std::exception&) {
         if (open_->isInTransaction()) {
-            open_->connection().tryExec("ROLLBACK");
+            open_->sqlite().tryExec("ROLLBACK");
         }
         showPending();
         return false;
@@ -312,7 +312,7 @@ HistoryStore::Written HistoryStore::write(const Pending& pending) {
         written.isKnown = false;
     }
     open_->sessions.put(session, key, pending.connections);
-    const auto row = written.old ? written.old->row : open_->connection().getLastInsertRowid();
+    const auto row = written.old ? written.old->row : open_->sqlite().getLastInsertRowid();
     written.entry = {{session.start, row},
                      std::make_shared<const UsageSession>(asStored(session, pending.connections))};
     return written;
@@ -367,7 +367,7 @@ void HistoryStore::heedOtherWriters() {
         return;
     }
     try {
-        Run query(open_->dataVersion);
+        StatementRun query(open_->dataVersion);
         const auto version = query.step() ? query.column(0).getInt64() : 0;
         if (version != std::exchange(lastDataVersion_, version)) {
             isLoaded_ = false;

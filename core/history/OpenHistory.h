@@ -17,27 +17,25 @@ struct OpenHistory {
     /// As the constructor of HistoryStore says.
     explicit OpenHistory(const std::optional<std::filesystem::path>& url) : database(url) {}
 
-    SQLite::Database& connection() { return database.connection(); }
-    bool isInTransaction() { return sqlite3_get_autocommit(connection().getHandle()) == 0; }
+    SQLite::Database& sqlite() { return database.sqlite(); }
+    bool isInTransaction() { return sqlite3_get_autocommit(sqlite().getHandle()) == 0; }
 
     HistoryDatabase database;
-    SQLite::Statement begin{database.connection(), "BEGIN IMMEDIATE"};
-    SQLite::Statement commit{database.connection(), "COMMIT"};
-    SQLite::Statement dataVersion{database.connection(), "PRAGMA data_version"};
-    SessionTable sessions{database.connection()};
-    SQLite::Statement pruneSessions{database.connection(),
-                                    "DELETE FROM SessionRecord WHERE start < ?"};
-    SQLite::Statement pruneReports{database.connection(),
+    SQLite::Statement begin{database.sqlite(), "BEGIN IMMEDIATE"};
+    SQLite::Statement commit{database.sqlite(), "COMMIT"};
+    SQLite::Statement dataVersion{database.sqlite(), "PRAGMA data_version"};
+    SessionTable sessions{database.sqlite()};
+    SQLite::Statement pruneSessions{database.sqlite(), "DELETE FROM SessionRecord WHERE start < ?"};
+    SQLite::Statement pruneReports{database.sqlite(),
                                    "DELETE FROM AwayReportRecord WHERE start < ?"};
-    SQLite::Statement deleteSessions{database.connection(), "DELETE FROM SessionRecord"};
-    SQLite::Statement deleteReports{database.connection(), "DELETE FROM AwayReportRecord"};
+    SQLite::Statement deleteSessions{database.sqlite(), "DELETE FROM SessionRecord"};
+    SQLite::Statement deleteReports{database.sqlite(), "DELETE FROM AwayReportRecord"};
     SQLite::Statement putReport{
-        database.connection(),
+        database.sqlite(),
         "INSERT INTO AwayReportRecord (id, start, end, payload) VALUES (?1, ?2, ?3, ?4) "
         "ON CONFLICT (id) DO UPDATE SET end = ?3, payload = ?4"};
-    SQLite::Statement deleteReport{database.connection(),
-                                   "DELETE FROM AwayReportRecord WHERE id = ?"};
-    SQLite::Statement allReports{database.connection(),
+    SQLite::Statement deleteReport{database.sqlite(), "DELETE FROM AwayReportRecord WHERE id = ?"};
+    SQLite::Statement allReports{database.sqlite(),
                                  "SELECT payload FROM AwayReportRecord ORDER BY start DESC, rowid"};
 };
 

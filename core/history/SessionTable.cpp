@@ -1,7 +1,7 @@
 #include "core/history/SessionTable.h"
 
-#include "core/history/Run.h"
 #include "core/history/SessionRecord.h"
+#include "core/history/StatementRun.h"
 
 #include <memory>
 #include <sqlite3.h>
@@ -66,15 +66,15 @@ Column columnOf(sqlite3_stmt* statement, int index) {
 
 } // namespace
 
-SessionTable::SessionTable(SQLite::Database& connection)
-    : connection_(connection),
-      find_(connection, "SELECT rowid, start FROM SessionRecord WHERE id = ?"),
-      put_(connection, upsertSession),
-      close_(connection, closeSessions),
-      count_(connection, "SELECT count(*) FROM SessionRecord") {}
+SessionTable::SessionTable(SQLite::Database& sqlite)
+    : sqlite_(sqlite),
+      find_(sqlite, "SELECT rowid, start FROM SessionRecord WHERE id = ?"),
+      put_(sqlite, upsertSession),
+      close_(sqlite, closeSessions),
+      count_(sqlite, "SELECT count(*) FROM SessionRecord") {}
 
 std::optional<HistoryView::Place> SessionTable::find(const std::string& id) {
-    Run query(find_);
+    StatementRun query(find_);
     if (!query.bind(1, id).step()) {
         return std::nullopt;
     }
@@ -83,7 +83,7 @@ std::optional<HistoryView::Place> SessionTable::find(const std::string& id) {
 
 void SessionTable::put(const UsageSession& session, const std::string& id,
                        const std::optional<std::string>& connectionsData) {
-    Run upsert(put_);
+    StatementRun upsert(put_);
     upsert.bind(1, id)
         .bind(2, rawValue(session.device))
         .bind(3, session.app.id)
@@ -101,11 +101,11 @@ void SessionTable::put(const UsageSession& session, const std::string& id,
 }
 
 void SessionTable::closeOpen() {
-    Run(close_).step();
+    StatementRun(close_).step();
 }
 
 std::size_t SessionTable::count() {
-    Run query(count_);
+    StatementRun query(count_);
     return query.step() ? static_cast<std::size_t>(query.column(0).getInt64()) : 0;
 }
 
@@ -113,8 +113,7 @@ std::vector<HistoryView::Entry> SessionTable::readAll() {
     // Not by the library's wrapper: it counts references for each column, and there can be
     // millions.
     sqlite3_stmt* statement = nullptr;
-    connection_.check(
-        sqlite3_prepare_v2(connection_.getHandle(), allSessions, -1, &statement, nullptr));
+    sqlite_.check(sqlite3_prepare_v2(sqlite_.getHandle(), allSessions, -1, &statement, nullptr));
     const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> owner(statement, sqlite3_finalize);
 
     std::vector<HistoryView::Entry> entries;
@@ -133,7 +132,7 @@ std::vector<HistoryView::Entry> SessionTable::readAll() {
         }
     }
     if (result != SQLITE_DONE) {
-        connection_.check(result);
+        sqlite_.check(result);
     }
     return entries;
 }

@@ -17,7 +17,7 @@ namespace velmoran {
 /// Private to core/history. Everything throws SQLite::Exception on failure.
 class SessionTable {
 public:
-    explicit SessionTable(SQLite::Database& connection);
+    explicit SessionTable(SQLite::Database& sqlite);
 
     /// Where the row with this id stands; nothing if there is none.
     std::optional<HistoryView::Place> find(const std::string& id);
@@ -32,7 +32,7 @@ public:
     std::vector<HistoryView::Entry> readAll();
 
 private:
-    SQLite::Database& connection_;
+    SQLite::Database& sqlite_;
     SQLite::Statement find_;
     SQLite::Statement put_;
     SQLite::Statement close_;

@@ -16,38 +16,40 @@
 namespace velmoran {
 
 /// Private to core/history. Everything throws SQLite::Exception on failure.
-class Run {
+class StatementRun {
 public:
-    explicit Run(SQLite::Statement& statement) : statement_(statement) {}
-    ~Run() { statement_.tryReset(); } // every run binds all, so old values needn't be cleared
-    Run(const Run&) = delete;
-    Run& operator=(const Run&) = delete;
+    explicit StatementRun(SQLite::Statement& statement) : statement_(statement) {}
+    // Every run binds all, so old values needn't be cleared.
+    ~StatementRun() { statement_.tryReset(); }
+    StatementRun(const StatementRun&) = delete;
+    StatementRun& operator=(const StatementRun&) = delete;
 
-    Run& bind(int index, const std::string& text) {
+    StatementRun& bind(int index, const std::string& text) {
         statement_.bindNoCopy(index, text);
         return *this;
     }
-    Run& bind(int index, std::string_view text) { // a copy: a view may not outlive the call
+    // A copy: a view may not outlive the call.
+    StatementRun& bind(int index, std::string_view text) {
         statement_.bind(index, std::string(text));
         return *this;
     }
-    Run& bind(int index, Timestamp time) {
+    StatementRun& bind(int index, Timestamp time) {
         statement_.bind(index, time.seconds);
         return *this;
     }
-    Run& bind(int index, bool flag) {
+    StatementRun& bind(int index, bool flag) {
         statement_.bind(index, flag ? 1 : 0);
         return *this;
     }
     template <class T>
-    Run& bind(int index, const std::optional<T>& value) {
+    StatementRun& bind(int index, const std::optional<T>& value) {
         if (!value) {
             statement_.bind(index);
             return *this;
         }
         return bind(index, *value);
     }
-    Run& bindBlob(int index, const std::string& bytes) {
+    StatementRun& bindBlob(int index, const std::string& bytes) {
         if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
             throw SQLite::Exception("too big", SQLITE_TOOBIG);
         }
@@ -55,7 +57,7 @@ public:
         return *this;
     }
 
-    Run& bindBlob(int index, const std::optional<std::string>& bytes) {
+    StatementRun& bindBlob(int index, const std::optional<std::string>& bytes) {
         if (!bytes) {
             statement_.bind(index);
             return *this;
