@@ -110,7 +110,7 @@ void measure(benchmark::State& state, bool obeys, bool inACrowd) {
     const auto crowd = inACrowd ? std::make_unique<Crowd>(Crowd::Kind::programs) : nullptr;
     const char* display = std::getenv("DISPLAY");
     LinuxAppNames names(LinuxPlaces::ofThisUser());
-    const AppProcesses processes(names);
+    const ProcessFinder processes(names);
     LinuxRunningApps running(processes, display ? display : "");
     ScriptedTime time;
     AppCloser closer(running, time);

@@ -2,8 +2,8 @@
 // to, as the running program does while it uses the microphone, and prints
 //   MICROSECONDS COUNT
 // from the question to the answer, and how many connections it told of.
-#include "system/linux/apps/AppProcesses.h"
 #include "system/linux/apps/LinuxAppNames.h"
+#include "system/linux/apps/ProcessFinder.h"
 #include "system/linux/peers/LinuxConnections.h"
 
 #include <chrono>
@@ -19,8 +19,8 @@ int main(int count, char** arguments) {
         return 2;
     }
     LinuxAppNames names(LinuxPlaces::ofThisUser());
-    const AppProcesses processes(names);
-    LinuxConnections connections([&](const AppIdentity& app) { return processes.of(app); });
+    const ProcessFinder processes(names);
+    LinuxConnections connections([&](const AppIdentity& app) { return processes.find(app); });
     const AppIdentity app{.id = arguments[1],
                           .name = arguments[1],
                           .bundleID = {},

@@ -27,7 +27,7 @@ std::string displayName() {
 /// Closes what runs of an app on this desktop.
 class Closing final : public AppClosing {
 public:
-    Closing(const AppProcesses& processes, const std::string& display, Scheduler& scheduler)
+    Closing(const ProcessFinder& processes, const std::string& display, Scheduler& scheduler)
         : running_(processes, display),
           closer_(running_, scheduler) {}
 
@@ -50,7 +50,7 @@ LinuxMachine::LinuxMachine(MachineOptions options)
       display_(displayName()),
       outputs_(pulse_, loop_),
       microphones_(pulse_),
-      connections_([this](const AppIdentity& app) { return processes_.of(app); }),
+      connections_([this](const AppIdentity& app) { return processes_.find(app); }),
       readings_(
           std::make_unique<LinuxReadings>(LinuxReadings::Seams{loop_, names_, peers_, pulse_,
                                                                [this](const std::string& name) {

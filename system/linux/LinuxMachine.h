@@ -5,9 +5,9 @@
 
 #include "system/MakeMachine.h"
 #include "system/SystemMonitor.h"
-#include "system/linux/apps/AppProcesses.h"
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/apps/LinuxCodeSignatures.h"
+#include "system/linux/apps/ProcessFinder.h"
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/peers/LinuxConnections.h"
@@ -48,7 +48,7 @@ private:
     std::unique_ptr<Sounds> sounds_;
     LinuxCodeSignatures signatures_;
     LinuxAppNames names_;
-    const AppProcesses processes_;
+    const ProcessFinder processes_;
     const std::string display_;
     PeerSockets peers_;
     PulseContext pulse_;

@@ -73,7 +73,7 @@ protected:
 
     TemporaryDirectory folder;
     LinuxAppNames names{LinuxPlaces::ofThisUser()};
-    AppProcesses processes{names};
+    ProcessFinder processes{names};
     LinuxRunningApps running{processes, ""};
     ScriptedTime time;
     AppCloser closer{running, time};

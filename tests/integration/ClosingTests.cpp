@@ -108,7 +108,7 @@ TEST_F(Closing, ReachesTheChildThatIsLeftBehind) {
     const auto client = start(app, "fork");
     close(app);
     ASSERT_TRUE(waitUntil([&] { return !client.program->isRunning(); }));
-    const auto left = processes.of(identity(app));
+    const auto left = processes.find(identity(app));
     ASSERT_EQ(std::count_if(left.begin(), left.end(), isRunning), 1);
     time.advanceTo(1.95);
     EXPECT_FALSE(answer) << "the app isn't gone while its child runs";

@@ -118,7 +118,7 @@ TEST_F(ClosingTheHard, AProgramWithoutItsFirstThreadIsAskedAndEnds) {
     const auto client = start(app, "headless");
     ASSERT_EQ(ProcFs().stat(client.program->pid())->state, 'Z');
     EXPECT_EQ(names.identify(client.program->pid()).id(), app);
-    EXPECT_EQ(processes.of(identity(app)), std::vector<pid_t>{client.program->pid()});
+    EXPECT_EQ(processes.find(identity(app)), std::vector<pid_t>{client.program->pid()});
     close(app);
     EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); }));
     time.advanceBy(AppCloser::pollInterval);
@@ -280,7 +280,7 @@ TEST_F(ClosingAmongUsersAsRoot, AnothersDoesNotKeepTheOwnAppFromBeingGone) {
     const auto roots = start(app, "obey");
     EXPECT_EQ(askAsOnlooker([&] {
                   const auto own = start(app, "obey");
-                  const auto all = processes.of(identity(app));
+                  const auto all = processes.find(identity(app));
                   if (all.size() != 2) {
                       return 1;
                   }

@@ -85,8 +85,8 @@ AppRef LinuxAppNames::identify(pid_t pid) {
     {
         const std::lock_guard lock(mutex_);
         entries_.refresh();
-        auto looks = newLooks();
-        app = nameProcess(pid, looks);
+        auto cache = newCache();
+        app = nameProcess(pid, cache);
     }
     if (!app || proc_.startTicks(pid) != start) {
         return unidentified(std::to_string(pid));
@@ -94,44 +94,44 @@ AppRef LinuxAppNames::identify(pid_t pid) {
     return remember(pid, *start, std::move(*app));
 }
 
-std::optional<AppRef> LinuxAppNames::look(pid_t pid) {
+std::optional<AppRef> LinuxAppNames::resolve(pid_t pid) {
     {
         const std::lock_guard lock(mutex_);
         entries_.refresh();
     }
-    auto looks = newLooks();
-    return look(pid, looks);
+    auto cache = newCache();
+    return resolve(pid, cache);
 }
 
-std::optional<AppRef> LinuxAppNames::look(pid_t pid, FileLooks& looks) {
+std::optional<AppRef> LinuxAppNames::resolve(pid_t pid, ScanCache& cache) {
     const std::lock_guard lock(mutex_);
-    auto app = nameProcess(pid, looks);
+    auto app = nameProcess(pid, cache);
     return app ? app : rememberedProcess(pid);
 }
 
-std::optional<AppRef> LinuxAppNames::nameProcess(pid_t pid, FileLooks& looks) {
+std::optional<AppRef> LinuxAppNames::nameProcess(pid_t pid, ScanCache& cache) {
     if (auto app = nameFlatpak(pid)) {
         return app;
     }
-    const auto executable = looks.executable(pid);
+    const auto executable = cache.executable(pid);
     if (!executable) {
         const auto thread = proc_.survivingThread(pid);
-        return thread ? nameProcess(*thread, looks) : std::nullopt;
+        return thread ? nameProcess(*thread, cache) : std::nullopt;
     }
     auto app = nameSnap(pid, *executable);
-    return app ? app : nameExecutable(pid, *executable, looks);
+    return app ? app : nameExecutable(pid, *executable, cache);
 }
 
-AppTraces LinuxAppNames::tracesOf(const std::string& id) {
+MatchCriteria LinuxAppNames::criteriaOf(const std::string& id) {
     const std::lock_guard lock(mutex_);
     entries_.refresh();
-    auto traces = AppTraces::of(id, entries_, places_);
+    auto criteria = MatchCriteria::of(id, entries_, places_);
     for (const auto& [pid, identified] : processes_) {
         if (identified.app.id() == id) {
-            traces.processes.push_back(pid);
+            criteria.processes.push_back(pid);
         }
     }
-    return traces;
+    return criteria;
 }
 
 AppRef LinuxAppNames::unidentified(const std::string& key) {
@@ -232,21 +232,21 @@ std::optional<AppRef> LinuxAppNames::nameSnap(pid_t pid, const std::string& exec
     return std::nullopt;
 }
 
-AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, FileLooks& looks) {
+AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, ScanCache& cache) {
     // The system's own are themselves, whatever started them.
-    if (linuxSystemIdentifier(executable) && looks.isProtected(executable)) {
-        return nameProgram(pid, executable, looks).value_or(nameFile(executable));
+    if (linuxSystemIdentifier(executable) && cache.isProtected(executable)) {
+        return nameProgram(pid, executable, cache).value_or(nameFile(executable));
     }
     if (isInterpreter(executable)) {
-        return nameScript(pid, executable, looks);
+        return nameScript(pid, executable, cache);
     }
-    if (auto app = nameProgram(pid, executable, looks)) {
+    if (auto app = nameProgram(pid, executable, cache)) {
         return *app;
     }
-    if (auto app = nameHelper(pid, executable, looks)) {
+    if (auto app = nameHelper(pid, executable, cache)) {
         return *app;
     }
-    if (looks.isProtected(executable)) {
+    if (cache.isProtected(executable)) {
         if (const auto entries = entries_.byFolderOf(executable); !entries.empty()) {
             const auto& found = chosen(entries, pid);
             return named(found, found.program);
@@ -256,13 +256,13 @@ AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, F
 }
 
 std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& program,
-                                                 FileLooks& looks) {
+                                                 ScanCache& cache) {
     const auto entries = entries_.byProgram(program);
     if (entries.empty()) {
         return std::nullopt;
     }
     const auto& found = chosen(entries, pid);
-    return isBelieved(found, looks.isProtected(program)) ? named(found, program)
+    return isBelieved(found, cache.isProtected(program)) ? named(found, program)
                                                          : nameFile(program);
 }
 
@@ -280,22 +280,22 @@ const DesktopEntries::Found* LinuxAppNames::believedOfFlatpak(const std::string&
     return isBelieved ? found : nullptr;
 }
 
-AppRef LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter, FileLooks& looks) {
-    auto script = scriptFile(pid, interpreter, proc_, looks);
+AppRef LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter, ScanCache& cache) {
+    auto script = scriptFile(pid, interpreter, proc_, cache);
     if (!script && interpreter.find("/electron") != std::string::npos) {
         // A helper of the program that its parent runs in the same interpreter.
         pid = proc_.parent(pid).value_or(0);
-        if (looks.executable(pid) == interpreter) {
-            script = scriptFile(pid, interpreter, proc_, looks);
+        if (cache.executable(pid) == interpreter) {
+            script = scriptFile(pid, interpreter, proc_, cache);
         }
     }
-    return script ? nameProgram(pid, *script, looks).value_or(nameFile(*script))
+    return script ? nameProgram(pid, *script, cache).value_or(nameFile(*script))
                   : nameFile(interpreter);
 }
 
 std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& executable,
-                                                FileLooks& looks) {
-    const bool isGuarded = looks.isProtected(executable);
+                                                ScanCache& cache) {
+    const bool isGuarded = cache.isProtected(executable);
     const bool worksForParent = isGuarded && worksForItsParent(executable);
     if (!worksForParent && !mayLieInOwnFolder(executable)) {
         return std::nullopt; // the ancestors cost more than all else
@@ -306,7 +306,7 @@ std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& ex
         if (ancestor <= 1) {
             break;
         }
-        const auto program = looks.executable(ancestor);
+        const auto program = cache.executable(ancestor);
         if (!program) {
             break;
         }
@@ -315,10 +315,10 @@ std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& ex
             if (isLauncher(*program) || worksForItsParent(*program)) {
                 continue;
             }
-            return nameExecutable(ancestor, *program, looks);
+            return nameExecutable(ancestor, *program, cache);
         }
         const auto folder = ownFolder(*program);
-        if (!folder || !isBelow(executable, *folder) || isGuarded != looks.isProtected(*program)) {
+        if (!folder || !isBelow(executable, *folder) || isGuarded != cache.isProtected(*program)) {
             continue;
         }
         // A folder of the user's may hold anything; one named as its program is that program's.
@@ -328,7 +328,7 @@ std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& ex
             !startsIgnoringCase(programName, folderName)) {
             continue;
         }
-        if (auto app = nameProgram(ancestor, *program, looks)) {
+        if (auto app = nameProgram(ancestor, *program, cache)) {
             return app;
         }
     }

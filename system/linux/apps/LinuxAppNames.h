@@ -1,6 +1,6 @@
 // Which app a process is, told so that nobody can pass for another: by what the kernel says of the
 // file that it runs, never by its own words. Owned by the machine. All calls on the monitor's
-// thread, but for `iconName`, `browsers`, `look` and `tracesOf`, which any thread may make.
+// thread, but for `iconName`, `browsers`, `resolve` and `criteriaOf`, which any thread may make.
 //
 // An app's id is borrowed as easily as whoever grants it is fooled, so an id of a desktop entry is
 // given only where root stands behind both the entry and the program, a flatpak's only to a process
@@ -14,11 +14,11 @@
 #pragma once
 
 #include "system/Machine.h"
-#include "system/linux/apps/AppTraces.h"
 #include "system/linux/apps/DesktopEntries.h"
-#include "system/linux/apps/FileLooks.h"
 #include "system/linux/apps/LinuxPlaces.h"
+#include "system/linux/apps/MatchCriteria.h"
 #include "system/linux/apps/ProcessNaming.h"
+#include "system/linux/apps/ScanCache.h"
 #include "system/linux/kernel/ProcFs.h"
 
 #include <deque>
@@ -46,14 +46,14 @@ public:
     /// One that has hidden itself since it was identified is still who it was then; for the naming
     /// of a use that wouldn't do, but to hide is no way to escape a stop. Nothing for one that
     /// can't be named. The caller sees to it that the process id isn't another's meanwhile.
-    std::optional<AppRef> look(pid_t pid);
+    std::optional<AppRef> resolve(pid_t pid);
     /// For a round through many; this outlives it.
-    FileLooks newLooks() const { return {proc_, places_.protection}; }
-    /// The same with what is known of files already, and with the entries as `tracesOf` has read
+    ScanCache newCache() const { return {proc_, places_.protection}; }
+    /// The same with what is known of files already, and with the entries as `criteriaOf` has read
     /// them.
-    std::optional<AppRef> look(pid_t pid, FileLooks& looks);
+    std::optional<AppRef> resolve(pid_t pid, ScanCache& cache);
     /// What each process of the app of that id shows at least.
-    AppTraces tracesOf(const std::string& id);
+    MatchCriteria criteriaOf(const std::string& id);
 
     /// The ids of the apps that are registered for web links now: those of entries that can give
     /// one, and the paths by which the other apps are known.
@@ -67,16 +67,16 @@ public:
     static constexpr std::size_t mostRemembered = 2000;
 
 private:
-    std::optional<AppRef> nameProcess(pid_t pid, FileLooks& looks);
+    std::optional<AppRef> nameProcess(pid_t pid, ScanCache& cache);
     std::optional<AppRef> nameFlatpak(pid_t pid);
     std::optional<AppRef> nameSnap(pid_t pid, const std::string& executable);
     /// By the script that an interpreter runs, by the interpreter itself without one.
-    AppRef nameScript(pid_t pid, const std::string& interpreter, FileLooks& looks);
-    std::optional<AppRef> nameHelper(pid_t pid, const std::string& executable, FileLooks& looks);
+    AppRef nameScript(pid_t pid, const std::string& interpreter, ScanCache& cache);
+    std::optional<AppRef> nameHelper(pid_t pid, const std::string& executable, ScanCache& cache);
     /// By an entry that starts exactly that file; nothing without one.
-    std::optional<AppRef> nameProgram(pid_t pid, const std::string& program, FileLooks& looks);
+    std::optional<AppRef> nameProgram(pid_t pid, const std::string& program, ScanCache& cache);
     AppRef nameFile(const std::string& path) const;
-    AppRef nameExecutable(pid_t pid, const std::string& executable, FileLooks& looks);
+    AppRef nameExecutable(pid_t pid, const std::string& executable, ScanCache& cache);
     AppRef named(const DesktopEntries::Found& found, const std::string& path) const;
     /// Whether an entry that starts this program may name and picture it.
     bool isBelieved(const DesktopEntries::Found& found, bool programIsProtected) const;

@@ -33,8 +33,8 @@ std::optional<std::string> pathOf(std::string argument, pid_t pid, const ProcFs&
     return folder ? std::optional(*folder + '/' + argument) : std::nullopt;
 }
 
-FileLooks::Script look(const std::string& interpreter, const std::string& script,
-                       FileLooks& looks) {
+ScanCache::Script inspect(const std::string& interpreter, const std::string& script,
+                          ScanCache& cache) {
     std::error_code error;
     const auto real = std::filesystem::canonical(script, error);
     if (error || !(std::filesystem::is_regular_file(real, error) ||
@@ -46,7 +46,7 @@ FileLooks::Script look(const std::string& interpreter, const std::string& script
     const bool claimsTooMuch =
         linuxSystemIdentifier(real.string()).has_value() ||
         (hasProtectedName(real.string()) && readFileUpTo(real, 4) == "\177ELF") ||
-        (looks.isProtected(real) && !looks.isProtected(interpreter));
+        (cache.isProtected(real) && !cache.isProtected(interpreter));
     return {.number = fileNumber(script),
             .real = claimsTooMuch ? std::nullopt : std::optional(real.string())};
 }
@@ -54,8 +54,8 @@ FileLooks::Script look(const std::string& interpreter, const std::string& script
 } // namespace
 
 std::optional<std::string> scriptFile(pid_t pid, const std::string& interpreter, const ProcFs& proc,
-                                      FileLooks& looks) {
-    const auto argument = scriptArgument(interpreter, looks.commandLine(pid));
+                                      ScanCache& cache) {
+    const auto argument = scriptArgument(interpreter, cache.commandLine(pid));
     if (!argument || argument->empty() || argument->find('\n') != std::string::npos) {
         return std::nullopt;
     }
@@ -64,7 +64,7 @@ std::optional<std::string> scriptFile(pid_t pid, const std::string& interpreter,
         return std::nullopt;
     }
     const auto& known =
-        looks.script(interpreter, *script, [&] { return look(interpreter, *script, looks); });
+        cache.script(interpreter, *script, [&] { return inspect(interpreter, *script, cache); });
     // It must be the same file for the process as for this program.
     const bool isSame = known.real && fileNumber(proc.rootOf(pid) + *script) == known.number;
     return isSame ? known.real : std::nullopt;

@@ -2,7 +2,7 @@
 // program sees it. Reads at the moment of asking; any thread.
 #pragma once
 
-#include "system/linux/apps/FileLooks.h"
+#include "system/linux/apps/ScanCache.h"
 #include "system/linux/kernel/ProcFs.h"
 
 #include <optional>
@@ -14,6 +14,6 @@ namespace velmoran {
 /// that path than this program does, and for one that its command line may not claim: one of the
 /// system's own programs, one that is never closed, or root's while the interpreter isn't.
 std::optional<std::string> scriptFile(pid_t pid, const std::string& interpreter, const ProcFs& proc,
-                                      FileLooks& looks);
+                                      ScanCache& cache);
 
 } // namespace velmoran

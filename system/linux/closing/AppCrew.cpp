@@ -49,7 +49,7 @@ std::optional<uid_t> userOf(pid_t pid, const ProcFs& proc) {
 
 } // namespace
 
-AppCrew::AppCrew(const AppProcesses& processes, const NewestProcess& newest, AppIdentity app)
+AppCrew::AppCrew(const ProcessFinder& processes, const NewestProcess& newest, AppIdentity app)
     : processes_(processes),
       newest_(newest),
       app_(std::move(app)),
@@ -86,8 +86,8 @@ void AppCrew::askToEnd() {
 void AppCrew::kill() {
     stage_ = Stage::forced;
     std::erase_if(held_, [](const HeldProcess& process) { return process.isGone(); });
-    auto search = processes_.search(app_);
-    takeInAll(search);
+    auto matcher = processes_.matcher(app_);
+    takeInAll(matcher);
     killKnown();
 }
 
@@ -123,9 +123,9 @@ void AppCrew::send(const HeldProcess& process) const {
 
 /// A process may turn into another program at any time. It isn't of this app any more then.
 void AppCrew::dropOthers() {
-    auto search = processes_.search(app_);
+    auto matcher = processes_.matcher(app_);
     std::erase_if(held_, [&](const HeldProcess& process) {
-        const bool isOther = search.isOfAnother(process.pid());
+        const bool isOther = matcher.isOfAnother(process.pid());
         // Still there, so it was the one that was named.
         return isOther && !process.isGone();
     });
@@ -135,18 +135,18 @@ bool AppCrew::lookAround() {
     std::erase_if(held_, [](const HeldProcess& process) { return process.isGone(); });
     hasMore_ = false;
     const auto before = newest_.id();
-    auto search = processes_.search(app_);
-    findUsers(search);
+    auto matcher = processes_.matcher(app_);
+    findUsers(matcher);
     if (!before) {
-        return lookRepeatedly(search);
+        return lookRepeatedly(matcher);
     }
-    takeInAll(search);
-    return follow(*before, search);
+    takeInAll(matcher);
+    return follow(*before, matcher);
 }
 
-void AppCrew::findUsers(AppSearch& search) {
-    for (const pid_t pid : search.identified()) {
-        if (search.look(pid) != AppSearch::Answer::ofApp) {
+void AppCrew::findUsers(ProcessMatcher& matcher) {
+    for (const pid_t pid : matcher.identified()) {
+        if (matcher.match(pid) != ProcessMatcher::Answer::ofApp) {
             continue;
         }
         if (const auto user = userOf(pid, processes_.proc())) {
@@ -155,11 +155,11 @@ void AppCrew::findUsers(AppSearch& search) {
     }
 }
 
-bool AppCrew::lookRepeatedly(AppSearch& search) {
+bool AppCrew::lookRepeatedly(ProcessMatcher& matcher) {
     int quietLooks = 0;
     for (int look = 0; look < mostLooks && knownAreGone(); ++look) {
         const auto known = held_.size();
-        const bool hasLostOne = takeInAll(search);
+        const bool hasLostOne = takeInAll(matcher);
         quietLooks = held_.size() == known && !hasLostOne && !hasMore_ ? quietLooks + 1 : 0;
         if (quietLooks == enoughQuietLooks) {
             return true;
@@ -169,7 +169,7 @@ bool AppCrew::lookRepeatedly(AppSearch& search) {
 }
 
 /// `from` is the newest id from before all were looked through. True once nobody can be there.
-bool AppCrew::follow(pid_t from, AppSearch& search) {
+bool AppCrew::follow(pid_t from, ProcessMatcher& matcher) {
     pid_t seen = std::max(from - mostInTheMaking, 0);
     std::vector<pid_t> unseen;
     int waits = 0;
@@ -184,7 +184,7 @@ bool AppCrew::follow(pid_t from, AppSearch& search) {
             return false;
         }
         if (*newest < seen || *newest - seen > mostStarted + mostInTheMaking) {
-            takeInAll(search);
+            takeInAll(matcher);
             unseen.clear();
             seen = std::max(*newest - mostInTheMaking, 0);
             continue;
@@ -198,7 +198,7 @@ bool AppCrew::follow(pid_t from, AppSearch& search) {
         unseen.clear();
         bool isQuiet = true;
         for (const pid_t id : ids) {
-            const auto sight = takeIn(id, search);
+            const auto sight = takeIn(id, matcher);
             isQuiet = isQuiet && sight != Sight::taken;
             if (sight != Sight::taken && sight != Sight::noMatter && unseen.size() < mostUnseen) {
                 unseen.push_back(id);
@@ -213,27 +213,27 @@ bool AppCrew::follow(pid_t from, AppSearch& search) {
 }
 
 /// True if one was seen that ended before it could be held.
-bool AppCrew::takeInAll(AppSearch& search) {
+bool AppCrew::takeInAll(ProcessMatcher& matcher) {
     auto all = processes_.proc().pids();
     std::sort(all.begin(), all.end());
     spared_ = ownLine(processes_.proc());
     bool hasLostOne = false;
     for (const pid_t pid : all) {
-        hasLostOne = takeIn(pid, search) == Sight::lost || hasLostOne;
+        hasLostOne = takeIn(pid, matcher) == Sight::lost || hasLostOne;
     }
     return hasLostOne;
 }
 
-AppCrew::Sight AppCrew::takeIn(pid_t pid, AppSearch& search) {
+AppCrew::Sight AppCrew::takeIn(pid_t pid, ProcessMatcher& matcher) {
     const bool isHeld = std::any_of(held_.begin(), held_.end(), [&](const HeldProcess& process) {
         return process.pid() == pid && !process.isGone();
     });
     if (isHeld || std::find(spared_.begin(), spared_.end(), pid) != spared_.end()) {
         return Sight::noMatter;
     }
-    const auto answer = search.look(pid);
-    if (answer != AppSearch::Answer::ofApp) {
-        return answer == AppSearch::Answer::nobody ? Sight::nobody : Sight::noMatter;
+    const auto answer = matcher.match(pid);
+    if (answer != ProcessMatcher::Answer::ofApp) {
+        return answer == ProcessMatcher::Answer::nobody ? Sight::nobody : Sight::noMatter;
     }
     if (held_.size() >= mostHeldHere_) {
         hasMore_ = true;
@@ -246,7 +246,7 @@ AppCrew::Sight AppCrew::takeIn(pid_t pid, AppSearch& search) {
         hasMore_ = hasMore_ || !(errno == ESRCH || errno == EINVAL || errno == ENOENT);
         return Sight::lost;
     }
-    if (search.look(pid) != AppSearch::Answer::ofApp || process->isGone()) {
+    if (matcher.match(pid) != ProcessMatcher::Answer::ofApp || process->isGone()) {
         return Sight::lost;
     }
     if (!counts(*process)) {

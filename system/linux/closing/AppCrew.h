@@ -12,7 +12,7 @@
 // one of them must be what the user wants to see closed.
 #pragma once
 
-#include "system/linux/apps/AppProcesses.h"
+#include "system/linux/apps/ProcessFinder.h"
 #include "system/linux/kernel/HeldProcess.h"
 #include "system/linux/kernel/NewestProcess.h"
 
@@ -28,7 +28,7 @@ public:
     static constexpr std::size_t mostHeld = 400;
 
     /// Both outlive it.
-    AppCrew(const AppProcesses& processes, const NewestProcess& newest, AppIdentity app);
+    AppCrew(const ProcessFinder& processes, const NewestProcess& newest, AppIdentity app);
 
     /// Nothing of the app ran when this was made.
     bool hasNobody() const { return hasNobody_; }
@@ -54,19 +54,19 @@ private:
         taken
     };
 
-    void findUsers(AppSearch& search);
+    void findUsers(ProcessMatcher& matcher);
     bool lookAround();
-    bool lookRepeatedly(AppSearch& search);
-    bool follow(pid_t from, AppSearch& search);
-    bool takeInAll(AppSearch& search);
-    Sight takeIn(pid_t pid, AppSearch& search);
+    bool lookRepeatedly(ProcessMatcher& matcher);
+    bool follow(pid_t from, ProcessMatcher& matcher);
+    bool takeInAll(ProcessMatcher& matcher);
+    Sight takeIn(pid_t pid, ProcessMatcher& matcher);
     bool counts(const HeldProcess& process);
     void dropOthers();
     void tellKnown(Stage stage);
     void send(const HeldProcess& process) const;
     bool waitForKnown() const;
 
-    const AppProcesses& processes_;
+    const ProcessFinder& processes_;
     const NewestProcess& newest_;
     const AppIdentity app_;
     std::vector<HeldProcess> held_;

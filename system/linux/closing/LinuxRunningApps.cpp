@@ -42,7 +42,7 @@ private:
 
 } // namespace
 
-LinuxRunningApps::LinuxRunningApps(const AppProcesses& processes, std::string display)
+LinuxRunningApps::LinuxRunningApps(const ProcessFinder& processes, std::string display)
     : processes_(processes),
       display_(std::move(display)) {}
 

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "system/AppCloser.h"
-#include "system/linux/apps/AppProcesses.h"
+#include "system/linux/apps/ProcessFinder.h"
 #include "system/linux/kernel/NewestProcess.h"
 
 #include <string>
@@ -17,13 +17,13 @@ namespace velmoran {
 class LinuxRunningApps final : public RunningApps {
 public:
     /// The processes outlive it and what it finds. `display` as in DISPLAY; empty for none.
-    LinuxRunningApps(const AppProcesses& processes, std::string display);
+    LinuxRunningApps(const ProcessFinder& processes, std::string display);
 
     /// Never this program itself, nor those that started it, nor process 1.
     RunningApp find(const AppIdentity& app) override;
 
 private:
-    const AppProcesses& processes_;
+    const ProcessFinder& processes_;
     const std::string display_;
     const NewestProcess newest_;
 };

@@ -51,7 +51,7 @@ public:
 
 private:
     LinuxAppNames names_{LinuxPlaces::ofThisUser()};
-    AppProcesses processes_{names_};
+    ProcessFinder processes_{names_};
     LinuxRunningApps running_;
     AppCloser closer_;
 };

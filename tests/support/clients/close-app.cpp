@@ -18,7 +18,7 @@ int main(int count, char** arguments) {
     }
     const char* display = std::getenv("DISPLAY");
     LinuxAppNames names(LinuxPlaces::ofThisUser());
-    const AppProcesses processes(names);
+    const ProcessFinder processes(names);
     LinuxRunningApps running(processes, display ? display : "");
     ScriptedTime time;
     AppCloser closer(running, time);

@@ -233,13 +233,13 @@ TEST_F(LinuxAppNamesTest, RemembersWhoAProcessWasForAStopOnly) {
     world.proc.add(10, {.executable = tool});
     EXPECT_EQ(identify(10), file("recorder", tool));
     world.proc.add(10, {.executable = ""});
-    EXPECT_EQ(names().look(10), file("recorder", tool));
+    EXPECT_EQ(names().resolve(10), file("recorder", tool));
     EXPECT_EQ(identify(10), unknown(10));
     // Another process under that id, and one that nobody has seen before.
     world.proc.add(10, {.executable = ""}, 200);
     world.proc.add(11, {.executable = ""});
-    EXPECT_EQ(names().look(10), std::nullopt);
-    EXPECT_EQ(names().look(11), std::nullopt);
+    EXPECT_EQ(names().resolve(10), std::nullopt);
+    EXPECT_EQ(names().resolve(11), std::nullopt);
 }
 
 TEST_F(LinuxAppNamesTest, NamesAWindowsProgramByItsFile) {
@@ -353,8 +353,8 @@ TEST_F(LinuxAppNamesTest, ReadsNoEntriesForAPinnedProcess) {
     const AudioProcess process{
         .objectID = 1, .pid = 10, .bundleID = {}, .isRunningInput = true, .isRunningOutput = false};
     EXPECT_EQ(names().ofProcess(process), browser());
-    auto looks = names().newLooks();
-    EXPECT_EQ(names().look(10, looks), browser()) << "the entries as they have been read";
+    auto cache = names().newCache();
+    EXPECT_EQ(names().resolve(10, cache), browser()) << "the entries as they have been read";
     EXPECT_EQ(identify(10).name, "Renamed");
 }
 

@@ -1,4 +1,4 @@
-#include "system/linux/apps/AppTraces.h"
+#include "system/linux/apps/MatchCriteria.h"
 
 #include "system/TextParsing.h"
 #include "system/linux/kernel/Files.h"
@@ -19,15 +19,15 @@ bool isInstalledFlatpak(const std::string& id, const LinuxPlaces& places) {
 
 } // namespace
 
-AppTraces AppTraces::of(const std::string& id, const DesktopEntries& entries,
-                        const LinuxPlaces& places) {
-    AppTraces traces;
-    traces.mayBeFlatpak = isInstalledFlatpak(id, places);
+MatchCriteria MatchCriteria::of(const std::string& id, const DesktopEntries& entries,
+                                const LinuxPlaces& places) {
+    MatchCriteria criteria;
+    criteria.mayBeFlatpak = isInstalledFlatpak(id, places);
     if (id.starts_with('/')) {
-        traces.files.push_back(id);
+        criteria.files.push_back(id);
         for (const auto& root : places.snapRoots) {
             if (isBelow(id, root)) {
-                traces.folders.push_back(id);
+                criteria.folders.push_back(id);
             }
         }
     }
@@ -36,25 +36,25 @@ AppTraces AppTraces::of(const std::string& id, const DesktopEntries& entries,
             continue;
         }
         if (!found.program.empty()) {
-            traces.files.push_back(found.program);
+            criteria.files.push_back(found.program);
         }
         if (found.entry.snap) {
             for (const auto& root : places.snapRoots) {
-                traces.folders.push_back(root + '/' + *found.entry.snap);
+                criteria.folders.push_back(root + '/' + *found.entry.snap);
             }
         }
     }
-    for (const auto& file : traces.files) {
+    for (const auto& file : criteria.files) {
         if (auto folder = ownFolder(file)) {
-            traces.folders.push_back(std::move(*folder));
+            criteria.folders.push_back(std::move(*folder));
         }
         auto wrapped = entries.foldersOf(file);
-        traces.folders.insert(traces.folders.end(), wrapped.begin(), wrapped.end());
+        criteria.folders.insert(criteria.folders.end(), wrapped.begin(), wrapped.end());
     }
-    return traces;
+    return criteria;
 }
 
-bool AppTraces::fit(const std::string& executable) const {
+bool MatchCriteria::fit(const std::string& executable) const {
     return std::find(files.begin(), files.end(), executable) != files.end() ||
            std::any_of(folders.begin(), folders.end(),
                        [&](const std::string& folder) { return isBelow(executable, folder); }) ||

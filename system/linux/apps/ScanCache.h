@@ -1,4 +1,4 @@
-// What was found out while one process after another was looked at: of thousands most run the same
+// What was found out while one process after another was scanned: of thousands most run the same
 // few files, and the file system is asked about each only once. Owned by whoever goes
 // through the processes, for one such round at most, since what it says grows old; one thread.
 #pragma once
@@ -16,7 +16,7 @@
 
 namespace velmoran {
 
-class FileLooks {
+class ScanCache {
 public:
     /// A script as this program sees it.
     struct Script {
@@ -24,7 +24,7 @@ public:
         std::optional<std::string> real; ///< its real path; nothing if it isn't to be believed
     };
 
-    FileLooks(const ProcFs& proc, const WriteProtection& protection)
+    ScanCache(const ProcFs& proc, const WriteProtection& protection)
         : proc_(proc),
           protection_(protection) {}
 

@@ -2,7 +2,7 @@
 // reads what every process runs, and `pgrep -f`. The asked-for app is a program with one process, a
 // script among as many of other scripts, and a program of which nearly all processes are.
 #include "benchmarks/Crowd.h"
-#include "system/linux/apps/AppProcesses.h"
+#include "system/linux/apps/ProcessFinder.h"
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -19,11 +19,11 @@ AppIdentity appOf(LinuxAppNames& names, pid_t pid) {
 void ask(benchmark::State& state, Crowd::Kind kind, bool forOneOfMany) {
     const Crowd crowd(kind);
     LinuxAppNames names(LinuxPlaces::ofThisUser());
-    const AppProcesses processes(names);
+    const ProcessFinder processes(names);
     const auto app = appOf(names, forOneOfMany ? crowd.oneOfMany() : crowd.wanted());
     std::size_t found = 0;
     for (auto _ : state) {
-        found = processes.of(app).size();
+        found = processes.find(app).size();
     }
     state.counters["processes"] = static_cast<double>(ProcFs().pids().size());
     state.counters["found"] = static_cast<double>(found);

@@ -1,4 +1,4 @@
-#include "system/linux/apps/AppSearch.h"
+#include "system/linux/apps/ProcessMatcher.h"
 
 #include "system/linux/apps/ScriptArgument.h"
 
@@ -8,39 +8,39 @@
 
 namespace velmoran {
 
-AppSearch::AppSearch(LinuxAppNames& names, const ProcFs& proc, const AppIdentity& app)
+ProcessMatcher::ProcessMatcher(LinuxAppNames& names, const ProcFs& proc, const AppIdentity& app)
     : names_(names),
       proc_(proc),
       id_(app.cannotBeNamed() ? std::string() : app.id),
-      looks_(names.newLooks()) {
+      cache_(names.newCache()) {
     if (id_.empty()) {
         return;
     }
-    traces_ = names_.tracesOf(id_);
-    std::sort(traces_.processes.begin(), traces_.processes.end());
-    for (const auto& file : traces_.files) {
-        if (const auto& number = looks_.number(file)) {
+    criteria_ = names_.criteriaOf(id_);
+    std::sort(criteria_.processes.begin(), criteria_.processes.end());
+    for (const auto& file : criteria_.files) {
+        if (const auto& number = cache_.number(file)) {
             files_.push_back(*number);
         }
     }
 }
 
-bool AppSearch::wasIdentified(pid_t pid) const {
-    return std::binary_search(traces_.processes.begin(), traces_.processes.end(), pid);
+bool ProcessMatcher::wasIdentified(pid_t pid) const {
+    return std::binary_search(criteria_.processes.begin(), criteria_.processes.end(), pid);
 }
 
-bool AppSearch::isOfAnother(pid_t pid) {
-    looks_.begin(pid);
-    const auto app = names_.look(pid, looks_);
+bool ProcessMatcher::isOfAnother(pid_t pid) {
+    cache_.begin(pid);
+    const auto app = names_.resolve(pid, cache_);
     return app && app->id() != id_;
 }
 
-AppSearch::Answer AppSearch::look(pid_t pid) {
+ProcessMatcher::Answer ProcessMatcher::match(pid_t pid) {
     if (id_.empty()) {
         return Answer::other;
     }
-    looks_.begin(pid);
-    const auto link = looks_.executableLink(pid);
+    cache_.begin(pid);
+    const auto link = cache_.executableLink(pid);
     const bool isAway = !link && (errno == ENOENT || errno == ESRCH);
     if (wasIdentified(pid)) {
         // Whatever it shows now: to hide is no way to escape.
@@ -49,40 +49,40 @@ AppSearch::Answer AppSearch::look(pid_t pid) {
         }
     }
     if (link) {
-        return lookAtFile(pid, *link);
+        return matchFile(pid, *link);
     }
     if (!isAway) {
         return Answer::other; // not to be read: not to be named either
     }
     if (const auto thread = proc_.survivingThread(pid)) {
-        const auto its = looks_.executableLink(*thread);
-        return its ? lookAtFile(*thread, *its) : Answer::nobody;
+        const auto its = cache_.executableLink(*thread);
+        return its ? matchFile(*thread, *its) : Answer::nobody;
     }
     return Answer::nobody;
 }
 
-AppSearch::Answer AppSearch::lookAtFile(pid_t pid, const std::string& link) {
+ProcessMatcher::Answer ProcessMatcher::matchFile(pid_t pid, const std::string& link) {
     auto known = byLink_.find(link);
     if (known == byLink_.end()) {
         known = byLink_.emplace(link, judge(link)).first;
     }
     const auto verdict = known->second;
-    if (verdict == Verdict::possible || (traces_.mayBeFlatpak && isSandboxed(pid))) {
+    if (verdict == Verdict::possible || (criteria_.mayBeFlatpak && isSandboxed(pid))) {
         return nameOf(pid);
     }
-    return verdict == Verdict::askScript ? lookAtScript(pid, link) : Answer::other;
+    return verdict == Verdict::askScript ? matchScript(pid, link) : Answer::other;
 }
 
-AppSearch::Verdict AppSearch::judge(const std::string& link) {
+ProcessMatcher::Verdict ProcessMatcher::judge(const std::string& link) {
     const auto file = withoutDeletedMark(link);
-    if (traces_.fit(link) || traces_.fit(file)) {
+    if (criteria_.fit(link) || criteria_.fit(file)) {
         return Verdict::possible;
     }
     return isInterpreter(file) ? Verdict::askScript : Verdict::impossible;
 }
 
-AppSearch::Answer AppSearch::lookAtScript(pid_t pid, const std::string& link) {
-    const auto arguments = looks_.commandLine(pid);
+ProcessMatcher::Answer ProcessMatcher::matchScript(pid_t pid, const std::string& link) {
+    const auto arguments = cache_.commandLine(pid);
     if (arguments.empty()) {
         return Answer::nobody; // as a program begins: its file is there before its arguments
     }
@@ -100,17 +100,17 @@ AppSearch::Answer AppSearch::lookAtScript(pid_t pid, const std::string& link) {
     const auto path = script->starts_with('/')
                           ? *script
                           : proc_.workingDirectory(pid).value_or("") + '/' + *script;
-    const auto& number = looks_.number(path);
+    const auto& number = cache_.number(path);
     const bool isIts = number && std::find(files_.begin(), files_.end(), *number) != files_.end();
     return isIts ? nameOf(pid) : Answer::other;
 }
 
-AppSearch::Answer AppSearch::nameOf(pid_t pid) {
-    const auto app = names_.look(pid, looks_);
+ProcessMatcher::Answer ProcessMatcher::nameOf(pid_t pid) {
+    const auto app = names_.resolve(pid, cache_);
     return app && app->id() == id_ ? Answer::ofApp : Answer::other;
 }
 
-bool AppSearch::isSandboxed(pid_t pid) const {
+bool ProcessMatcher::isSandboxed(pid_t pid) const {
     return fileNumber(proc_.rootOf(pid) + "/.flatpak-info").has_value();
 }
 

@@ -1,4 +1,4 @@
-#include "system/linux/apps/FileLooks.h"
+#include "system/linux/apps/ScanCache.h"
 
 #include <utility>
 
@@ -18,13 +18,13 @@ const Value& once(std::unordered_map<std::string, Value>& known, const std::stri
 
 } // namespace
 
-void FileLooks::begin(pid_t pid) {
+void ScanCache::begin(pid_t pid) {
     pid_ = pid;
     link_.reset();
     arguments_.reset();
 }
 
-std::optional<std::string> FileLooks::executableLink(pid_t pid) {
+std::optional<std::string> ScanCache::executableLink(pid_t pid) {
     if (pid != pid_) {
         return readLinkText(proc_.path(pid, "exe"));
     }
@@ -34,7 +34,7 @@ std::optional<std::string> FileLooks::executableLink(pid_t pid) {
     return *link_;
 }
 
-std::vector<std::string> FileLooks::commandLine(pid_t pid) {
+std::vector<std::string> ScanCache::commandLine(pid_t pid) {
     if (pid != pid_) {
         return proc_.commandLine(pid);
     }
@@ -44,7 +44,7 @@ std::vector<std::string> FileLooks::commandLine(pid_t pid) {
     return *arguments_;
 }
 
-std::optional<std::string> FileLooks::executable(pid_t pid) {
+std::optional<std::string> ScanCache::executable(pid_t pid) {
     auto link = executableLink(pid);
     if (link && link->front() == '/') {
         const auto its = fileNumber(proc_.path(pid, "exe"));
@@ -55,15 +55,15 @@ std::optional<std::string> FileLooks::executable(pid_t pid) {
     return proc_.executable(pid);
 }
 
-const std::optional<FileNumber>& FileLooks::number(const std::string& path) {
+const std::optional<FileNumber>& ScanCache::number(const std::string& path) {
     return once(numbers_, path, [&] { return fileNumber(path); });
 }
 
-bool FileLooks::isProtected(const std::string& path) {
+bool ScanCache::isProtected(const std::string& path) {
     return once(protected_, path, [&] { return protection_.protects(path); });
 }
 
-const FileLooks::Script& FileLooks::script(const std::string& interpreter, const std::string& path,
+const ScanCache::Script& ScanCache::script(const std::string& interpreter, const std::string& path,
                                            const std::function<Script()>& ask) {
     return once(scripts_, interpreter + '\0' + path, ask);
 }

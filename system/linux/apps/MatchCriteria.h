@@ -14,7 +14,7 @@
 
 namespace velmoran {
 
-struct AppTraces {
+struct MatchCriteria {
     std::vector<std::string> files;   ///< executables, or scripts of an interpreter; real paths
     std::vector<std::string> folders; ///< of the app's helpers, wrapped programs and snaps
     std::vector<pid_t> processes;     ///< that were the app when they were last identified
@@ -22,14 +22,14 @@ struct AppTraces {
 
     /// `id` is that of an AppIdentity. Asks the file system for flatpaks only, and knows of no
     /// processes.
-    static AppTraces of(const std::string& id, const DesktopEntries& entries,
-                        const LinuxPlaces& places);
+    static MatchCriteria of(const std::string& id, const DesktopEntries& entries,
+                            const LinuxPlaces& places);
 
     /// Whether a process that runs this file may be the app by the file alone. What runs an
     /// interpreter is to be judged by its script.
     bool fit(const std::string& executable) const;
 
-    bool operator==(const AppTraces&) const = default;
+    bool operator==(const MatchCriteria&) const = default;
 };
 
 /// Programs that draw or play on behalf of the app that started them.

@@ -1,4 +1,4 @@
-#include "system/linux/apps/AppProcesses.h"
+#include "system/linux/apps/ProcessFinder.h"
 
 #include "support/LinuxWorld.h"
 #include "support/RunningProgram.h"
@@ -19,7 +19,7 @@ AppIdentity identity(const std::string& id) {
     return {.id = id, .name = "x", .bundleID = {}, .path = {}, .teamID = {}};
 }
 
-class AppProcessesTest : public ::testing::Test {
+class ProcessFinderTest : public ::testing::Test {
 protected:
     LinuxAppNames& names() {
         if (!names_) {
@@ -28,7 +28,7 @@ protected:
         return *names_;
     }
     Pids of(const std::string& id) {
-        return AppProcesses(names(), world.proc.fs()).of(identity(id));
+        return ProcessFinder(names(), world.proc.fs()).find(identity(id));
     }
     /// What the names themselves say of every process that they can name.
     std::map<std::string, Pids> byNaming() {
@@ -57,7 +57,7 @@ private:
     std::optional<LinuxAppNames> names_;
 };
 
-TEST_F(AppProcessesTest, AreTheProgramAndItsHelpers) {
+TEST_F(ProcessFinderTest, FindsTheProgramAndItsHelpers) {
     installBrowser();
     const auto recorder = world.program("usr/bin/recorder");
     world.proc.add(12, {.executable = world.path("usr/lib/firefox/firefox")});
@@ -69,7 +69,7 @@ TEST_F(AppProcessesTest, AreTheProgramAndItsHelpers) {
     EXPECT_EQ(of(""), Pids{});
 }
 
-TEST_F(AppProcessesTest, AreNoneOfACopyThatTakesTheName) {
+TEST_F(ProcessFinderTest, FindsNoneOfACopyThatTakesTheName) {
     installBrowser();
     const auto copy = world.program("home/u/firefox/firefox");
     world.proc.add(10, {.executable = copy, .arguments = {"/usr/lib/firefox/firefox"}});
@@ -77,16 +77,16 @@ TEST_F(AppProcessesTest, AreNoneOfACopyThatTakesTheName) {
     EXPECT_EQ(of(copy), Pids{10});
 }
 
-TEST_F(AppProcessesTest, AreNoneOfAnAppThatCannotBeNamed) {
+TEST_F(ProcessFinderTest, FindsNoneOfAnAppThatCannotBeNamed) {
     world.proc.add(10, {.executable = ""});
     auto hidden = identity("unidentified:10");
     EXPECT_EQ(of(hidden.id), Pids{});
     hidden.unidentified = true;
-    EXPECT_EQ(AppProcesses(names(), world.proc.fs()).of(hidden), Pids{});
+    EXPECT_EQ(ProcessFinder(names(), world.proc.fs()).find(hidden), Pids{});
     EXPECT_EQ(of("unknown"), Pids{});
 }
 
-TEST_F(AppProcessesTest, AreThoseTooThatHideNow) {
+TEST_F(ProcessFinderTest, FindsThoseTooThatHideNow) {
     const auto tool = world.program("usr/bin/recorder");
     world.proc.add(10, {.executable = tool});
     names().identify(10);
@@ -97,13 +97,13 @@ TEST_F(AppProcessesTest, AreThoseTooThatHideNow) {
     EXPECT_EQ(of(tool), Pids{});
 }
 
-TEST_F(AppProcessesTest, OfAReplacedProgramAreThoseThatStillRunIt) {
+TEST_F(ProcessFinderTest, FindsThoseThatStillRunAReplacedProgram) {
     const auto tool = world.program("usr/bin/recorder");
     world.proc.add(10, {.executable = tool + " (deleted)"});
     EXPECT_EQ(of(tool), Pids{10});
 }
 
-TEST_F(AppProcessesTest, OneScriptIsNotAnother) {
+TEST_F(ProcessFinderTest, OneScriptIsNotAnother) {
     const auto python = world.program("usr/bin/python3.11");
     const auto script = world.program("home/u/tool.py", "#!/usr/bin/python3\n");
     const auto other = world.program("home/u/other.py", "#!/usr/bin/python3\n");
@@ -118,7 +118,7 @@ TEST_F(AppProcessesTest, OneScriptIsNotAnother) {
     EXPECT_EQ(of(python), Pids{13});
 }
 
-TEST_F(AppProcessesTest, OneScriptIsNotWhatLiesThereForAnotherProcess) {
+TEST_F(ProcessFinderTest, OneScriptIsNotWhatLiesThereForAnotherProcess) {
     const auto python = world.program("usr/bin/python3.11");
     const auto script = world.program("home/u/tool.py", "#!/usr/bin/python3\n");
     world.program("sandbox" + script, "#!/usr/bin/python3\n");
@@ -130,35 +130,35 @@ TEST_F(AppProcessesTest, OneScriptIsNotWhatLiesThereForAnotherProcess) {
     EXPECT_EQ(of(script), (Pids{10, 12}));
 }
 
-TEST_F(AppProcessesTest, AreLookedAtAnewWheneverTheyAreAskedFor) {
+TEST_F(ProcessFinderTest, FindsThemAnewWheneverItIsAsked) {
     const auto tool = world.program("usr/bin/recorder");
     const auto other = world.program("usr/bin/other");
     world.proc.add(10, {.executable = tool});
-    const AppProcesses processes(names(), world.proc.fs());
-    EXPECT_EQ(processes.of(identity(tool)), Pids{10});
-    auto search = processes.search(identity(tool));
-    EXPECT_EQ(search.look(10), AppSearch::Answer::ofApp);
+    const ProcessFinder processes(names(), world.proc.fs());
+    EXPECT_EQ(processes.find(identity(tool)), Pids{10});
+    auto matcher = processes.matcher(identity(tool));
+    EXPECT_EQ(matcher.match(10), ProcessMatcher::Answer::ofApp);
     world.proc.exec(10, other);
-    EXPECT_EQ(processes.of(identity(tool)), Pids{});
-    EXPECT_EQ(search.look(10), AppSearch::Answer::other);
-    EXPECT_TRUE(search.isOfAnother(10));
-    EXPECT_EQ(search.look(11), AppSearch::Answer::nobody);
-    EXPECT_FALSE(search.isOfAnother(11));
+    EXPECT_EQ(processes.find(identity(tool)), Pids{});
+    EXPECT_EQ(matcher.match(10), ProcessMatcher::Answer::other);
+    EXPECT_TRUE(matcher.isOfAnother(10));
+    EXPECT_EQ(matcher.match(11), ProcessMatcher::Answer::nobody);
+    EXPECT_FALSE(matcher.isOfAnother(11));
 }
 
-TEST_F(AppProcessesTest, AScriptWhoseArgumentsAreNotThereYetIsNobodyYet) {
+TEST_F(ProcessFinderTest, AScriptWhoseArgumentsAreNotThereYetIsNobodyYet) {
     const auto python = world.program("usr/bin/python3.11");
     const auto script = world.program("home/u/tool.py", "#!/usr/bin/python3\n");
     world.proc.add(10, {.executable = python});
-    const AppProcesses processes(names(), world.proc.fs());
-    auto search = processes.search(identity(script));
-    EXPECT_EQ(search.look(10), AppSearch::Answer::nobody);
+    const ProcessFinder processes(names(), world.proc.fs());
+    auto matcher = processes.matcher(identity(script));
+    EXPECT_EQ(matcher.match(10), ProcessMatcher::Answer::nobody);
     world.proc.add(10, {.executable = python, .arguments = {"python3", script}});
-    EXPECT_EQ(search.look(10), AppSearch::Answer::ofApp);
+    EXPECT_EQ(matcher.match(10), ProcessMatcher::Answer::ofApp);
 }
 
 /// The sieve must let through whatever the names give to an app, of every kind there is.
-TEST_F(AppProcessesTest, AreAllThatTheNamesGiveToTheApp) {
+TEST_F(ProcessFinderTest, FindsAllThatTheNamesGiveToTheApp) {
     installBrowser();
     const auto helper = world.program("usr/lib/suite/helper");
     const auto calc = world.program("usr/lib/suite/calc");
@@ -231,7 +231,7 @@ TEST_F(AppProcessesTest, AreAllThatTheNamesGiveToTheApp) {
     EXPECT_EQ(of(code), (Pids{26, 27}));
 }
 
-TEST_F(AppProcessesTest, OfAFlatpakAreAllOfItsSandboxAndNoneThatPretends) {
+TEST_F(ProcessFinderTest, FindsAllOfAFlatpaksSandboxAndNoneThatPretends) {
     for (const std::string installation : {"var/lib/flatpak", "home/u/.local/share/flatpak"}) {
         LinuxWorld other;
         const std::string app = installation + "/app/org.example.App/x86_64/stable/abc/files";
@@ -251,26 +251,26 @@ TEST_F(AppProcessesTest, OfAFlatpakAreAllOfItsSandboxAndNoneThatPretends) {
         LinuxAppNames names(other.places());
         const auto id = names.identify(10).id();
         EXPECT_EQ(id == "org.example.App", installation.starts_with("var"));
-        EXPECT_EQ(AppProcesses(names, other.proc.fs()).of(identity(id)), (Pids{10, 11}));
+        EXPECT_EQ(ProcessFinder(names, other.proc.fs()).find(identity(id)), (Pids{10, 11}));
     }
 }
 
-TEST_F(AppProcessesTest, AreAskedForWithoutBeingRemembered) {
+TEST_F(ProcessFinderTest, RemembersNone) {
     const auto tool = world.program("usr/bin/recorder");
     world.proc.add(10, {.executable = tool});
     EXPECT_EQ(of(tool), Pids{10});
     world.proc.add(10, {.executable = ""});
-    EXPECT_EQ(names().look(10), std::nullopt);
+    EXPECT_EQ(names().resolve(10), std::nullopt);
 }
 
-TEST(AppProcesses, OfThisMachineAreThoseThatTheNamesGive) {
+TEST(ProcessFinder, FindsOnThisMachineThoseThatTheNamesGive) {
     const RunningProgram one("/bin/sleep", {"sleep", "60"});
     const RunningProgram two("/bin/sleep", {"sleep", "61"});
     const RunningProgram other("/bin/sh", {"sh", "-c", "read x < /dev/zero"});
     LinuxAppNames names(LinuxPlaces::ofThisUser());
-    const AppProcesses processes(names);
+    const ProcessFinder processes(names);
     const auto id = names.identify(one.pid()).id();
-    const auto found = processes.of(identity(id));
+    const auto found = processes.find(identity(id));
     EXPECT_TRUE(std::binary_search(found.begin(), found.end(), one.pid()));
     EXPECT_TRUE(std::binary_search(found.begin(), found.end(), two.pid()));
     EXPECT_FALSE(std::binary_search(found.begin(), found.end(), other.pid()));
@@ -280,17 +280,17 @@ TEST(AppProcesses, OfThisMachineAreThoseThatTheNamesGive) {
     }
 }
 
-TEST(AppProcesses, CanBeAskedForByManyThreadsWhileNamesAreGiven) {
+TEST(ProcessFinder, CanBeAskedByManyThreadsWhileNamesAreGiven) {
     const RunningProgram sleep("/bin/sleep", {"sleep", "60"});
     LinuxAppNames names(LinuxPlaces::ofThisUser());
-    const AppProcesses processes(names);
+    const ProcessFinder processes(names);
     const auto app = identity(names.identify(sleep.pid()).id());
     std::atomic<int> found{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < 20; ++round) {
-                const auto pids = processes.of(app);
+                const auto pids = processes.find(app);
                 found += std::binary_search(pids.begin(), pids.end(), sleep.pid()) ? 1 : 0;
             }
         });
