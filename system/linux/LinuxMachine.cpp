@@ -4,7 +4,7 @@
 #include "system/AppCloser.h"
 #include "system/ProtectedPrograms.h"
 #include "system/linux/LinuxReadings.h"
-#include "system/linux/closing/AppCrew.h"
+#include "system/linux/closing/AppTermination.h"
 #include "system/linux/closing/LinuxRunningApps.h"
 
 #include <algorithm>
@@ -76,7 +76,7 @@ bool LinuxMachine::isProtected(const AppIdentity& app) {
         (isRoots && velmoran::isProtected(asItIsNow, Platform::linux, ownBundleID()))) {
         return true;
     }
-    const auto line = ownLine(ProcFs());
+    const auto line = ownAncestors(ProcFs());
     return std::any_of(line.begin(), line.end(),
                        [&](pid_t pid) { return processes_.isOf(pid, app); });
 }

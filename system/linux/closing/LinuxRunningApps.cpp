@@ -1,6 +1,6 @@
 #include "system/linux/closing/LinuxRunningApps.h"
 
-#include "system/linux/closing/AppCrew.h"
+#include "system/linux/closing/AppTermination.h"
 #include "system/linux/closing/AppWindows.h"
 
 #include <memory>
@@ -12,32 +12,33 @@ namespace {
 
 class Windowed final : public RunningApplication {
 public:
-    Windowed(std::shared_ptr<AppCrew> crew, std::unique_ptr<AppWindows> windows)
-        : crew_(std::move(crew)),
+    Windowed(std::shared_ptr<AppTermination> termination, std::unique_ptr<AppWindows> windows)
+        : termination_(std::move(termination)),
           windows_(std::move(windows)) {}
 
     void terminate() override {
-        crew_->wakeStopped();
+        termination_->wakeStopped();
         windows_->askToClose();
     }
-    void forceTerminate() override { crew_->killKnown(); }
-    bool isTerminated() override { return crew_->knownAreGone(); }
+    void forceTerminate() override { termination_->killKnown(); }
+    bool isTerminated() override { return termination_->knownAreGone(); }
 
 private:
-    std::shared_ptr<AppCrew> crew_;
+    std::shared_ptr<AppTermination> termination_;
     std::unique_ptr<AppWindows> windows_;
 };
 
 class Processes final : public RunningProcess {
 public:
-    explicit Processes(std::shared_ptr<AppCrew> crew) : crew_(std::move(crew)) {}
+    explicit Processes(std::shared_ptr<AppTermination> termination)
+        : termination_(std::move(termination)) {}
 
-    void askToEnd() override { crew_->askToEnd(); }
-    void kill() override { crew_->kill(); }
-    bool isGone() override { return crew_->isGone(); }
+    void askToEnd() override { termination_->askToEnd(); }
+    void kill() override { termination_->kill(); }
+    bool isGone() override { return termination_->isGone(); }
 
 private:
-    std::shared_ptr<AppCrew> crew_;
+    std::shared_ptr<AppTermination> termination_;
 };
 
 } // namespace
@@ -47,15 +48,15 @@ LinuxRunningApps::LinuxRunningApps(const ProcessFinder& processes, std::string d
       display_(std::move(display)) {}
 
 RunningApp LinuxRunningApps::find(const AppIdentity& app) {
-    const auto crew = std::make_shared<AppCrew>(processes_, newest_, app);
+    const auto termination = std::make_shared<AppTermination>(processes_, newest_, app);
     RunningApp found;
-    if (crew->hasNobody()) {
+    if (termination->hasNobody()) {
         return found;
     }
-    if (auto windows = AppWindows::of(crew->pids(), display_)) {
-        found.applications.push_back(std::make_unique<Windowed>(crew, std::move(windows)));
+    if (auto windows = AppWindows::of(termination->pids(), display_)) {
+        found.applications.push_back(std::make_unique<Windowed>(termination, std::move(windows)));
     }
-    found.processes.push_back(std::make_unique<Processes>(crew));
+    found.processes.push_back(std::make_unique<Processes>(termination));
     return found;
 }
 

@@ -1,4 +1,4 @@
-#include "system/linux/closing/AppCrew.h"
+#include "system/linux/closing/AppTermination.h"
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -14,10 +14,10 @@ namespace velmoran {
 
 namespace {
 
-/// Where the kernel doesn't say what was started: a look alone can miss a process that takes
+/// Where the kernel doesn't say what was started: a scan alone can miss a process that takes
 /// another's place at that moment.
-constexpr int mostLooks = 5;
-constexpr int enoughQuietLooks = 3;
+constexpr int mostScans = 5;
+constexpr int enoughQuietScans = 3;
 
 /// With that many steps nothing is certain only on a machine that starts something every few
 /// microseconds.
@@ -25,7 +25,7 @@ constexpr int mostSteps = 100;
 /// More are found faster by looking through all.
 constexpr pid_t mostStarted = 256;
 /// An id is given out shortly before its process can be seen. So many that were given out before a
-/// look are looked at once more after it.
+/// scan are looked at once more after it.
 constexpr pid_t mostInTheMaking = 32;
 constexpr std::size_t mostUnseen = 64;
 
@@ -49,20 +49,21 @@ std::optional<uid_t> userOf(pid_t pid, const ProcFs& proc) {
 
 } // namespace
 
-AppCrew::AppCrew(const ProcessFinder& processes, const NewestProcess& newest, AppIdentity app)
+AppTermination::AppTermination(const ProcessFinder& processes, const NewestProcess& newest,
+                               AppIdentity app)
     : processes_(processes),
       newest_(newest),
       app_(std::move(app)),
       users_{getuid()},
       mostHeldHere_(std::clamp<std::size_t>(mostDescriptors() / 2, 1, mostHeld)) {
-    hasNobody_ = lookAround();
+    hasNobody_ = scan();
     if (held_.empty() && hasStrangers_) {
         allUsersCount_ = true;
-        hasNobody_ = lookAround();
+        hasNobody_ = scan();
     }
 }
 
-std::vector<pid_t> AppCrew::pids() const {
+std::vector<pid_t> AppTermination::pids() const {
     std::vector<pid_t> all;
     for (const auto& process : held_) {
         all.push_back(process.pid());
@@ -70,32 +71,32 @@ std::vector<pid_t> AppCrew::pids() const {
     return all;
 }
 
-bool AppCrew::knownAreGone() const {
+bool AppTermination::knownAreGone() const {
     return std::all_of(held_.begin(), held_.end(),
                        [](const HeldProcess& process) { return process.isGone(); });
 }
 
-bool AppCrew::isGone() {
-    return knownAreGone() && lookAround();
+bool AppTermination::isGone() {
+    return knownAreGone() && scan();
 }
 
-void AppCrew::askToEnd() {
+void AppTermination::askToEnd() {
     tellKnown(Stage::asked);
 }
 
-void AppCrew::kill() {
+void AppTermination::kill() {
     stage_ = Stage::forced;
     std::erase_if(held_, [](const HeldProcess& process) { return process.isGone(); });
     auto matcher = processes_.matcher(app_);
-    takeInAll(matcher);
+    holdAll(matcher);
     killKnown();
 }
 
-void AppCrew::killKnown() {
+void AppTermination::killKnown() {
     tellKnown(Stage::forced);
 }
 
-void AppCrew::tellKnown(Stage stage) {
+void AppTermination::tellKnown(Stage stage) {
     stage_ = stage;
     dropOthers();
     for (const auto& process : held_) {
@@ -103,14 +104,14 @@ void AppCrew::tellKnown(Stage stage) {
     }
 }
 
-void AppCrew::wakeStopped() {
+void AppTermination::wakeStopped() {
     dropOthers();
     for (const auto& process : held_) {
         process.signal(SIGCONT);
     }
 }
 
-void AppCrew::send(const HeldProcess& process) const {
+void AppTermination::send(const HeldProcess& process) const {
     if (stage_ == Stage::forced) {
         process.signal(SIGKILL);
     } else if (stage_ == Stage::asked) {
@@ -122,7 +123,7 @@ void AppCrew::send(const HeldProcess& process) const {
 }
 
 /// A process may turn into another program at any time. It isn't of this app any more then.
-void AppCrew::dropOthers() {
+void AppTermination::dropOthers() {
     auto matcher = processes_.matcher(app_);
     std::erase_if(held_, [&](const HeldProcess& process) {
         const bool isOther = matcher.isOfAnother(process.pid());
@@ -131,20 +132,20 @@ void AppCrew::dropOthers() {
     });
 }
 
-bool AppCrew::lookAround() {
+bool AppTermination::scan() {
     std::erase_if(held_, [](const HeldProcess& process) { return process.isGone(); });
     hasMore_ = false;
     const auto before = newest_.id();
     auto matcher = processes_.matcher(app_);
     findUsers(matcher);
     if (!before) {
-        return lookRepeatedly(matcher);
+        return scanRepeatedly(matcher);
     }
-    takeInAll(matcher);
+    holdAll(matcher);
     return follow(*before, matcher);
 }
 
-void AppCrew::findUsers(ProcessMatcher& matcher) {
+void AppTermination::findUsers(ProcessMatcher& matcher) {
     for (const pid_t pid : matcher.identified()) {
         if (matcher.match(pid) != ProcessMatcher::Answer::ofApp) {
             continue;
@@ -155,13 +156,13 @@ void AppCrew::findUsers(ProcessMatcher& matcher) {
     }
 }
 
-bool AppCrew::lookRepeatedly(ProcessMatcher& matcher) {
-    int quietLooks = 0;
-    for (int look = 0; look < mostLooks && knownAreGone(); ++look) {
+bool AppTermination::scanRepeatedly(ProcessMatcher& matcher) {
+    int quietScans = 0;
+    for (int round = 0; round < mostScans && knownAreGone(); ++round) {
         const auto known = held_.size();
-        const bool hasLostOne = takeInAll(matcher);
-        quietLooks = held_.size() == known && !hasLostOne && !hasMore_ ? quietLooks + 1 : 0;
-        if (quietLooks == enoughQuietLooks) {
+        const bool hasLostOne = holdAll(matcher);
+        quietScans = held_.size() == known && !hasLostOne && !hasMore_ ? quietScans + 1 : 0;
+        if (quietScans == enoughQuietScans) {
             return true;
         }
     }
@@ -169,7 +170,7 @@ bool AppCrew::lookRepeatedly(ProcessMatcher& matcher) {
 }
 
 /// `from` is the newest id from before all were looked through. True once nobody can be there.
-bool AppCrew::follow(pid_t from, ProcessMatcher& matcher) {
+bool AppTermination::follow(pid_t from, ProcessMatcher& matcher) {
     pid_t seen = std::max(from - mostInTheMaking, 0);
     std::vector<pid_t> unseen;
     int waits = 0;
@@ -184,7 +185,7 @@ bool AppCrew::follow(pid_t from, ProcessMatcher& matcher) {
             return false;
         }
         if (*newest < seen || *newest - seen > mostStarted + mostInTheMaking) {
-            takeInAll(matcher);
+            holdAll(matcher);
             unseen.clear();
             seen = std::max(*newest - mostInTheMaking, 0);
             continue;
@@ -198,9 +199,9 @@ bool AppCrew::follow(pid_t from, ProcessMatcher& matcher) {
         unseen.clear();
         bool isQuiet = true;
         for (const pid_t id : ids) {
-            const auto sight = takeIn(id, matcher);
-            isQuiet = isQuiet && sight != Sight::taken;
-            if (sight != Sight::taken && sight != Sight::noMatter && unseen.size() < mostUnseen) {
+            const auto sight = tryHold(id, matcher);
+            isQuiet = isQuiet && sight != Sight::held;
+            if (sight != Sight::held && sight != Sight::noMatter && unseen.size() < mostUnseen) {
                 unseen.push_back(id);
             }
         }
@@ -213,18 +214,18 @@ bool AppCrew::follow(pid_t from, ProcessMatcher& matcher) {
 }
 
 /// True if one was seen that ended before it could be held.
-bool AppCrew::takeInAll(ProcessMatcher& matcher) {
+bool AppTermination::holdAll(ProcessMatcher& matcher) {
     auto all = processes_.proc().pids();
     std::sort(all.begin(), all.end());
-    spared_ = ownLine(processes_.proc());
+    spared_ = ownAncestors(processes_.proc());
     bool hasLostOne = false;
     for (const pid_t pid : all) {
-        hasLostOne = takeIn(pid, matcher) == Sight::lost || hasLostOne;
+        hasLostOne = tryHold(pid, matcher) == Sight::lost || hasLostOne;
     }
     return hasLostOne;
 }
 
-AppCrew::Sight AppCrew::takeIn(pid_t pid, ProcessMatcher& matcher) {
+AppTermination::Sight AppTermination::tryHold(pid_t pid, ProcessMatcher& matcher) {
     const bool isHeld = std::any_of(held_.begin(), held_.end(), [&](const HeldProcess& process) {
         return process.pid() == pid && !process.isGone();
     });
@@ -255,10 +256,10 @@ AppCrew::Sight AppCrew::takeIn(pid_t pid, ProcessMatcher& matcher) {
     }
     send(*process);
     held_.push_back(std::move(*process));
-    return Sight::taken;
+    return Sight::held;
 }
 
-bool AppCrew::counts(const HeldProcess& process) {
+bool AppTermination::counts(const HeldProcess& process) {
     const auto user = userOf(process.pid(), processes_.proc());
     if (allUsersCount_ || !user || users_.contains(*user)) {
         return true;
@@ -269,7 +270,7 @@ bool AppCrew::counts(const HeldProcess& process) {
 }
 
 /// A few that were told to end at once are given the moment that it takes.
-bool AppCrew::waitForKnown() const {
+bool AppTermination::waitForKnown() const {
     const auto left = std::count_if(held_.begin(), held_.end(),
                                     [](const HeldProcess& process) { return !process.isGone(); });
     return stage_ == Stage::forced && left <= mostWaitedFor &&
@@ -277,7 +278,7 @@ bool AppCrew::waitForKnown() const {
                        [](const HeldProcess& process) { return process.ends(patience); });
 }
 
-std::vector<pid_t> ownLine(const ProcFs& proc) {
+std::vector<pid_t> ownAncestors(const ProcFs& proc) {
     std::vector<pid_t> line{1};
     for (pid_t pid = getpid(); pid > 1; pid = proc.parent(pid).value_or(0)) {
         line.push_back(pid);

@@ -1,6 +1,5 @@
-// All processes of one app, those that come while it is being closed among them, held by the
-// kernel's descriptors. Owned by what runs of the app, for as long as it is being closed; one
-// thread.
+// Ends one app: all its processes, those that come meanwhile among them, held by the kernel's
+// descriptors. Owned by what runs of the app, for as long as it is being closed; one thread.
 //
 // That nobody is left is said only when it is certain, as far as the kernel lets one know: after
 // all processes were looked through, those that were started meanwhile are looked at by their ids,
@@ -21,14 +20,14 @@
 
 namespace velmoran {
 
-class AppCrew {
+class AppTermination {
 public:
     /// So many are held at once, or half of what this program may open if that is less; the others'
     /// turn comes once these are gone.
     static constexpr std::size_t mostHeld = 400;
 
     /// Both outlive it.
-    AppCrew(const ProcessFinder& processes, const NewestProcess& newest, AppIdentity app);
+    AppTermination(const ProcessFinder& processes, const NewestProcess& newest, AppIdentity app);
 
     /// Nothing of the app ran when this was made.
     bool hasNobody() const { return hasNobody_; }
@@ -51,15 +50,15 @@ private:
         nobody,   ///< nothing to be seen under that id
         lost,     ///< it was of the app, and ended or changed before it was held
         noMatter, ///< another app's, held already, or to be spared
-        taken
+        held
     };
 
     void findUsers(ProcessMatcher& matcher);
-    bool lookAround();
-    bool lookRepeatedly(ProcessMatcher& matcher);
+    bool scan();
+    bool scanRepeatedly(ProcessMatcher& matcher);
     bool follow(pid_t from, ProcessMatcher& matcher);
-    bool takeInAll(ProcessMatcher& matcher);
-    Sight takeIn(pid_t pid, ProcessMatcher& matcher);
+    bool holdAll(ProcessMatcher& matcher);
+    Sight tryHold(pid_t pid, ProcessMatcher& matcher);
     bool counts(const HeldProcess& process);
     void dropOthers();
     void tellKnown(Stage stage);
@@ -81,6 +80,6 @@ private:
 };
 
 /// This process, the one that started it, and so on up to process 1.
-std::vector<pid_t> ownLine(const ProcFs& proc);
+std::vector<pid_t> ownAncestors(const ProcFs& proc);
 
 } // namespace velmoran
