@@ -16,8 +16,8 @@ namespace velmoran {
 
 namespace {
 
-// From one look at an open node to the next; the last one again and again. Just the status files of
-// open substreams are read.
+// From one check of an open node to the next; the last one again and again. Just the status files
+// of open substreams are read.
 constexpr std::array<Seconds, 8> steps{0.010, 0.015, 0.025, 0.050, 0.100, 0.200, 0.300, 0.500};
 
 std::string statusFolder(const std::string& procRoot, const AlsaNode& node) {
@@ -138,12 +138,12 @@ void AlsaHolders::readStatuses() {
         }
     }
     owners_ = std::move(owners);
-    take(std::move(processes));
+    update(std::move(processes));
     if (!held) {
-        nextLook_.reset();
-    } else if (!nextLook_ || step_ == 0) {
-        nextLook_ = loop_.after(steps.at(step_), [this] {
-            nextLook_.reset();
+        nextCheck_.reset();
+    } else if (!nextCheck_ || step_ == 0) {
+        nextCheck_ = loop_.after(steps.at(step_), [this] {
+            nextCheck_.reset();
             step_ = std::min(step_ + 1, steps.size() - 1);
             readStatuses();
         });
@@ -151,7 +151,7 @@ void AlsaHolders::readStatuses() {
 }
 
 // Keeps those that were there in their order and under their object ids, and names the new ones.
-void AlsaHolders::take(std::vector<AudioProcess> found) {
+void AlsaHolders::update(std::vector<AudioProcess> found) {
     std::vector<AudioProcess> processes;
     for (const auto& old : processes_) {
         const auto same = std::find_if(found.begin(), found.end(),

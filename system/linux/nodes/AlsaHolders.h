@@ -48,7 +48,7 @@ private:
     void readFolder();
     void readStatuses();
     Owner ownerOf(const std::string& node, const AlsaStatus& status);
-    void take(std::vector<AudioProcess> found);
+    void update(std::vector<AudioProcess> found);
 
     EventLoop& loop_;
     ProcessNaming& naming_;
@@ -61,7 +61,7 @@ private:
     std::vector<AudioProcess> processes_;
     std::uint32_t lastObjectID_ = firstObjectID;
     std::size_t step_ = 0;
-    Subscription nextLook_;
+    Subscription nextCheck_;
     NodeWatch watch_;
 };
 

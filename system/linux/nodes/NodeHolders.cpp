@@ -96,13 +96,13 @@ std::vector<std::vector<NodeHolder>> NodeHolders::of(const std::vector<DeviceNod
     std::sort(pids.rbegin(), pids.rend());
     for (const auto pid : pids) {
         if (pid != except_) {
-            look(pid, nodes, found);
+            scan(pid, nodes, found);
         }
     }
     return found;
 }
 
-void NodeHolders::look(pid_t pid, const std::vector<DeviceNode>& nodes,
+void NodeHolders::scan(pid_t pid, const std::vector<DeviceNode>& nodes,
                        std::vector<std::vector<NodeHolder>>& found) const {
     std::array<char, 4096> text; // NOLINT: filled by the call
     proc_.eachDescriptor(pid, [&](int folder, const char* name) {

@@ -54,7 +54,7 @@ public:
 
 private:
     bool isNode(int folder, const char* entry, const DeviceNode& node) const;
-    void look(pid_t pid, const std::vector<DeviceNode>& nodes,
+    void scan(pid_t pid, const std::vector<DeviceNode>& nodes,
               std::vector<std::vector<NodeHolder>>& found) const;
 
     ProcFs proc_;

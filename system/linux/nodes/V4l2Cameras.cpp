@@ -10,16 +10,16 @@ namespace velmoran {
 V4l2Cameras::V4l2Cameras(EventLoop& loop, ProcessNaming& naming,
                          std::function<bool(pid_t)> servesOthers, const Places& places)
     : naming_(naming),
-      held_(NodeHolders(places.procRoot, ::getpid()), {loop, naming, std::move(servesOthers),
-                                                       [this] {
-                                                           update();
-                                                       }}),
+      nodeUsers_(NodeHolders(places.procRoot, ::getpid()), {loop, naming, std::move(servesOthers),
+                                                            [this] {
+                                                                update();
+                                                            }}),
       devices_(loop, places.devices, [this] { readDevices(); }),
       watch_(loop, places.devices.deviceFolder, VideoDevices::isVideoNode,
              {[this] { readDevices(); },
-              [this](const std::vector<NodeEvents>& events) { held_.take(events); },
+              [this](const std::vector<NodeEvents>& events) { nodeUsers_.handleEvents(events); },
               [this] {
-                  held_.takeLoss();
+                  nodeUsers_.handleLostEvents();
               }}) {
     readDevices();
 }
@@ -38,7 +38,7 @@ void V4l2Cameras::readDevices() {
             nodes.push_back(std::move(*node));
         }
     }
-    held_.setNodes(std::move(nodes));
+    nodeUsers_.setNodes(std::move(nodes));
     update();
 }
 
@@ -54,7 +54,7 @@ void V4l2Cameras::update() {
         camera.device.name = device.name;
         bool someoneUnseen = false;
         for (const auto& node : device.nodes) {
-            const auto users = held_.users(node);
+            const auto users = nodeUsers_.users(node);
             if (!users) {
                 continue;
             }

@@ -6,7 +6,7 @@
 #include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/kernel/NodeWatch.h"
-#include "system/linux/nodes/HeldNodes.h"
+#include "system/linux/nodes/CameraNodeUsers.h"
 #include "system/linux/nodes/VideoDevices.h"
 
 #include <functional>
@@ -44,7 +44,7 @@ private:
 
     ProcessNaming& naming_;
     std::function<void()> onChange_;
-    HeldNodes held_;
+    CameraNodeUsers nodeUsers_;
     VideoDevices devices_;
     std::vector<VideoDevice> list_;
     std::map<std::string, std::uint32_t> objectIDs_; ///< by key and name of a device

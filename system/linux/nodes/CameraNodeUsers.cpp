@@ -1,4 +1,4 @@
-#include "system/linux/nodes/HeldNodes.h"
+#include "system/linux/nodes/CameraNodeUsers.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@ namespace velmoran {
 
 namespace {
 
-// From one look at an undecided open to the next: close together at first, when a program that
+// From one check of an undecided open to the next: close together at first, when a program that
 // means to stream asks for its buffers.
 constexpr std::array<Seconds, 7> steps{0.010, 0.015, 0.025, 0.050, 0.100, 0.200, 0.200};
 // How often it is made sure that a holder still is one: a descriptor can be handed to another
@@ -24,11 +24,11 @@ int opensOf(const NodeHolder& holder) {
 
 } // namespace
 
-HeldNodes::HeldNodes(NodeHolders holders, Seams seams)
+CameraNodeUsers::CameraNodeUsers(NodeHolders holders, Seams seams)
     : holders_(std::move(holders)),
       seams_(std::move(seams)) {}
 
-void HeldNodes::setNodes(std::vector<DeviceNode> nodes) {
+void CameraNodeUsers::setNodes(std::vector<DeviceNode> nodes) {
     std::vector<Node> kept;
     bool isNew = false;
     for (auto& node : nodes) {
@@ -46,7 +46,7 @@ void HeldNodes::setNodes(std::vector<DeviceNode> nodes) {
     nodes_ = std::move(kept);
     if (isNew) {
         step_ = 0;
-        look({});
+        rescan({});
     }
     // Whoever has one open as this program starts most likely had it long before.
     if (!std::exchange(started_, true)) {
@@ -56,25 +56,25 @@ void HeldNodes::setNodes(std::vector<DeviceNode> nodes) {
             }
         }
     }
-    settle();
+    publish();
 }
 
-void HeldNodes::take(const std::vector<NodeEvents>& events) {
+void CameraNodeUsers::handleEvents(const std::vector<NodeEvents>& events) {
     step_ = 0;
-    look(events);
+    rescan(events);
 }
 
-void HeldNodes::takeLoss() {
+void CameraNodeUsers::handleLostEvents() {
     step_ = 0;
-    look({}, true);
+    rescan({}, true);
 }
 
-std::optional<HeldNodes::Users> HeldNodes::users(const std::string& path) const {
+std::optional<CameraNodeUsers::Users> CameraNodeUsers::users(const std::string& path) const {
     const auto found = users_.find(path);
     return found == users_.end() ? std::nullopt : std::optional(found->second);
 }
 
-void HeldNodes::look(const std::vector<NodeEvents>& events, bool someLost) {
+void CameraNodeUsers::rescan(const std::vector<NodeEvents>& events, bool someLost) {
     std::vector<DeviceNode> nodes;
     for (const auto& node : nodes_) {
         nodes.push_back(node.node);
@@ -84,20 +84,21 @@ void HeldNodes::look(const std::vector<NodeEvents>& events, bool someLost) {
         const auto& path = nodes_[index].node.path;
         const auto event = std::find_if(events.begin(), events.end(),
                                         [&](const NodeEvents& one) { return one.path == path; });
-        Told told;
-        told.someLost = someLost;
+        Reported reported;
+        reported.someLost = someLost;
         if (event != events.end()) {
-            told.opens = event->opens;
-            told.closes = event->closes;
+            reported.opens = event->opens;
+            reported.closes = event->closes;
         }
-        compare(nodes_[index], found[index], told);
+        compare(nodes_[index], found[index], reported);
     }
-    settle();
+    publish();
 }
 
-void HeldNodes::compare(Node& node, const std::vector<NodeHolder>& found, const Told& told) {
-    countHidden(node, told, updateHolds(node, found));
-    settleAhead(node);
+void CameraNodeUsers::compare(Node& node, const std::vector<NodeHolder>& found,
+                              const Reported& reported) {
+    countHidden(node, reported, updateHolds(node, found));
+    boundAhead(node);
     if (node.hidden == 0) {
         node.hiddenCounts = false;
         node.hiddenGrace.reset();
@@ -107,7 +108,8 @@ void HeldNodes::compare(Node& node, const std::vector<NodeHolder>& found, const 
     }
 }
 
-HeldNodes::Change HeldNodes::updateHolds(Node& node, const std::vector<NodeHolder>& found) {
+CameraNodeUsers::Change CameraNodeUsers::updateHolds(Node& node,
+                                                     const std::vector<NodeHolder>& found) {
     Change change;
     std::erase_if(node.holds, [&](Hold& hold) {
         const auto same = std::find_if(found.begin(), found.end(), [&](const NodeHolder& holder) {
@@ -146,7 +148,7 @@ HeldNodes::Change HeldNodes::updateHolds(Node& node, const std::vector<NodeHolde
     return change;
 }
 
-void HeldNodes::addHold(Node& node, const NodeHolder& holder) {
+void CameraNodeUsers::addHold(Node& node, const NodeHolder& holder) {
     Hold hold;
     hold.holder = holder;
     hold.serves = seams_.servesOthers(holder.pid);
@@ -158,8 +160,8 @@ void HeldNodes::addHold(Node& node, const NodeHolder& holder) {
     node.holds.push_back(std::move(hold));
 }
 
-void HeldNodes::countHidden(Node& node, Told told, Change change) {
-    if (told.someLost) {
+void CameraNodeUsers::countHidden(Node& node, Reported reported, Change change) {
+    if (reported.someLost) {
         // What is in sight has its own events among the lost ones. Only an open that was told an
         // instant ago may be that of a descriptor that has come since.
         const int explained = node.hiddenCounts ? 0 : std::min(change.came, node.hidden);
@@ -168,17 +170,17 @@ void HeldNodes::countHidden(Node& node, Told told, Change change) {
         node.closesAhead = 0;
         return;
     }
-    // The look is later than the events that led to it, so it may have seen what is only told with
+    // The scan is later than the events that led to it, so it may have seen what is only told with
     // the next ones: those have been counted by then.
-    if (told.opens > 0 || told.closes > 0) {
-        told.opens -= std::min(told.opens, std::exchange(node.opensAhead, 0));
-        told.closes -= std::min(told.closes, std::exchange(node.closesAhead, 0));
+    if (reported.opens > 0 || reported.closes > 0) {
+        reported.opens -= std::min(reported.opens, std::exchange(node.opensAhead, 0));
+        reported.closes -= std::min(reported.closes, std::exchange(node.closesAhead, 0));
     }
     // Of a descriptor that one process has from another no event tells.
     const int handedOn =
-        std::clamp(change.came - told.opens, 0, std::max(0, change.gone - told.closes));
-    const int opens = told.opens - (change.came - handedOn);
-    int closes = told.closes - (change.gone - handedOn);
+        std::clamp(change.came - reported.opens, 0, std::max(0, change.gone - reported.closes));
+    const int opens = reported.opens - (change.came - handedOn);
+    int closes = reported.closes - (change.gone - handedOn);
     // More opens gone than closes told means that there were as many closes, whether those are
     // still to be told or were merged.
     if (closes < 0) {
@@ -190,7 +192,7 @@ void HeldNodes::countHidden(Node& node, Told told, Change change) {
         node.hidden += opens - closes;
         return;
     }
-    takeCloses(node, closes - std::max(opens, 0));
+    countCloses(node, closes - std::max(opens, 0));
     // A descriptor explains an open that was told an instant ago. One that comes when somebody has
     // long been known to be out of sight is another: duplicated, merged or still to be told.
     const int inSight = std::max(0, -opens);
@@ -203,7 +205,7 @@ void HeldNodes::countHidden(Node& node, Told told, Change change) {
 }
 
 // Closes by nobody who could be seen to have the node open before and hasn't now.
-void HeldNodes::takeCloses(Node& node, int closes) {
+void CameraNodeUsers::countCloses(Node& node, int closes) {
     const int fromHidden = std::min(closes, node.hidden);
     node.hidden -= fromHidden;
     closes -= fromHidden;
@@ -225,8 +227,8 @@ void HeldNodes::takeCloses(Node& node, int closes) {
     }
 }
 
-// An event that a look was ahead of is told at once, or never: merged, or none of the node's.
-void HeldNodes::settleAhead(Node& node) {
+// An event that a scan was ahead of is told at once, or never: merged, or none of the node's.
+void CameraNodeUsers::boundAhead(Node& node) {
     int inSight = 0;
     for (const auto& hold : node.holds) {
         inSight += opensOf(hold.holder);
@@ -240,7 +242,7 @@ void HeldNodes::settleAhead(Node& node) {
     }
 }
 
-void HeldNodes::delayEnded(const std::string& path) {
+void CameraNodeUsers::delayEnded(const std::string& path) {
     for (auto& node : nodes_) {
         if (node.node.path == path) {
             node.opensAhead = 0;
@@ -250,8 +252,8 @@ void HeldNodes::delayEnded(const std::string& path) {
     }
 }
 
-void HeldNodes::lookAgain() {
-    nextLook_.reset();
+void CameraNodeUsers::recheck() {
+    nextCheck_.reset();
     // A process has its descriptor an instant after the kernel told of the open.
     const bool seekHidden =
         step_ == 0 && std::any_of(nodes_.begin(), nodes_.end(), [](const Node& node) {
@@ -259,7 +261,7 @@ void HeldNodes::lookAgain() {
         });
     ++step_;
     if (seekHidden) {
-        look({});
+        rescan({});
         return;
     }
     for (auto& node : nodes_) {
@@ -270,42 +272,42 @@ void HeldNodes::lookAgain() {
             }
         }
     }
-    settle();
+    publish();
 }
 
-void HeldNodes::graceEnded(const std::string& path, pid_t pid) {
+void CameraNodeUsers::graceEnded(const std::string& path, pid_t pid) {
     for (auto& node : nodes_) {
         for (auto& hold : node.holds) {
             if (node.node.path != path || hold.holder.pid != pid) {
                 continue;
             }
             if (!isHeld(hold, node.node)) {
-                look({});
+                rescan({});
                 return;
             }
             hold.counts = true;
         }
     }
-    settle();
+    publish();
 }
 
-void HeldNodes::hiddenGraceEnded(const std::string& path) {
-    look({});
+void CameraNodeUsers::hiddenGraceEnded(const std::string& path) {
+    rescan({});
     for (auto& node : nodes_) {
         if (node.node.path == path && node.hidden > 0) {
             node.hiddenCounts = true;
         }
     }
-    settle();
+    publish();
 }
 
-bool HeldNodes::isHeld(const Hold& hold, const DeviceNode& node) const {
+bool CameraNodeUsers::isHeld(const Hold& hold, const DeviceNode& node) const {
     return holders_.stillHolds(hold.holder, node) ||
            (hold.holder.maps && holders_.maps(hold.holder.pid, node)) ||
            holders_.isOutOfSight(hold.holder.pid);
 }
 
-bool HeldNodes::allStillHeld() const {
+bool CameraNodeUsers::allStillHeld() const {
     return std::all_of(nodes_.begin(), nodes_.end(), [this](const Node& node) {
         return std::all_of(node.holds.begin(), node.holds.end(), [&](const Hold& hold) {
             return hold.serves || isHeld(hold, node.node);
@@ -314,7 +316,7 @@ bool HeldNodes::allStillHeld() const {
 }
 
 // After everything that may have changed a hold: what is told, and when it is looked at next.
-void HeldNodes::settle() {
+void CameraNodeUsers::publish() {
     std::map<std::string, Users> users;
     bool undecided = false;
     bool held = false;
@@ -336,16 +338,16 @@ void HeldNodes::settle() {
         }
     }
     if (!undecided || step_ >= steps.size()) {
-        nextLook_.reset();
-    } else if (!nextLook_ || step_ == 0) {
-        nextLook_ = seams_.scheduler.after(steps[step_], [this] { lookAgain(); });
+        nextCheck_.reset();
+    } else if (!nextCheck_ || step_ == 0) {
+        nextCheck_ = seams_.scheduler.after(steps[step_], [this] { recheck(); });
     }
     if (!held) {
         heartbeat_.reset();
     } else if (!heartbeat_) {
         heartbeat_ = seams_.scheduler.every(heartbeat, [this] {
             if (!allStillHeld()) {
-                look({});
+                rescan({});
             }
         });
     }

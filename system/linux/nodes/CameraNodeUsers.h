@@ -1,8 +1,9 @@
-// Which of some device nodes are in use, and by whom. Having a node open isn't using it: programs
-// open every camera for a moment to list it. An open that maps the node's memory is a use at once,
-// any other when it has lasted for the grace; the sound server's, which serves others, never is.
-// Who lets nobody look at him is counted by what the kernel tells of opens and closes and no
-// process in sight explains. Owned by the reader of those devices; lives on the scheduler's thread.
+// Which of the cameras' device nodes are in use, and by whom. Having a node open isn't using it:
+// programs open every camera for a moment to list it. An open that maps the node's memory is a use
+// at once, any other when it has lasted for the grace; the sound server's, which serves others,
+// never is. Who lets nobody look at him is counted by what the kernel tells of opens and closes and
+// no process in sight explains. Owned by the reader of those devices; lives on the scheduler's
+// thread.
 #pragma once
 
 #include "core/base/Scheduler.h"
@@ -18,11 +19,11 @@
 
 namespace velmoran {
 
-class HeldNodes {
+class CameraNodeUsers {
 public:
     /// How long an open without a mapping stays none of anybody's business.
     static constexpr Seconds grace = 1.0;
-    /// How long after a look an event is waited for that tells what the look has seen.
+    /// How long after a scan an event is waited for that tells what the scan has seen.
     static constexpr Seconds delay = 0.1;
 
     /// Of one node.
@@ -42,16 +43,16 @@ public:
         std::function<void()> onChange;
     };
 
-    HeldNodes(NodeHolders holders, Seams seams);
+    CameraNodeUsers(NodeHolders holders, Seams seams);
 
     /// From now on these are looked after. What was known of the others is forgotten; of the new
     /// ones it is looked up who has them open already; at the first call those are users at once.
     void setNodes(std::vector<DeviceNode> nodes);
-    void take(const std::vector<NodeEvents>& events);
+    void handleEvents(const std::vector<NodeEvents>& events);
     /// Some were lost: it is looked up anew who has which node open. Who was known to be there out
     /// of sight stays until a close that nobody else explains: his may be among the lost ones, but
     /// to lose events is no way to get out of a use.
-    void takeLoss();
+    void handleLostEvents();
 
     /// Nothing if the node isn't in use.
     std::optional<Users> users(const std::string& path) const;
@@ -77,15 +78,15 @@ private:
         Subscription hiddenGrace;
     };
     /// What was told of a node, and whether that is all.
-    struct Told {
+    struct Reported {
         int opens = 0;
         int closes = 0;
         bool someLost = false;
     };
 
-    void look(const std::vector<NodeEvents>& events, bool someLost = false);
-    void compare(Node& node, const std::vector<NodeHolder>& found, const Told& told);
-    /// Opens in sight that were there at one look and not at the other.
+    void rescan(const std::vector<NodeEvents>& events, bool someLost = false);
+    void compare(Node& node, const std::vector<NodeHolder>& found, const Reported& reported);
+    /// Opens in sight that were there at one scan and not at the other.
     struct Change {
         int came = 0;
         int gone = 0;
@@ -93,16 +94,16 @@ private:
     /// Brings the holds up to date.
     Change updateHolds(Node& node, const std::vector<NodeHolder>& found);
     void addHold(Node& node, const NodeHolder& holder);
-    void countHidden(Node& node, Told told, Change change);
-    void takeCloses(Node& node, int closes);
-    void settleAhead(Node& node);
+    void countHidden(Node& node, Reported reported, Change change);
+    void countCloses(Node& node, int closes);
+    void boundAhead(Node& node);
     void delayEnded(const std::string& path);
     bool isHeld(const Hold& hold, const DeviceNode& node) const;
-    void lookAgain();
+    void recheck();
     void graceEnded(const std::string& path, pid_t pid);
     void hiddenGraceEnded(const std::string& path);
     bool allStillHeld() const;
-    void settle();
+    void publish();
 
     NodeHolders holders_;
     Seams seams_;
@@ -110,7 +111,7 @@ private:
     std::map<std::string, Users> users_; ///< of the nodes in use
     bool started_ = false;
     std::size_t step_ = 0;
-    Subscription nextLook_;
+    Subscription nextCheck_;
     Subscription heartbeat_;
 };
 

@@ -1,6 +1,6 @@
 #include "support/FakeNaming.h"
 #include "support/TemporaryDirectory.h"
-#include "system/linux/nodes/HeldNodes.h"
+#include "system/linux/nodes/CameraNodeUsers.h"
 #include "system/scripted/ScriptedTime.h"
 
 #include <gtest/gtest.h>
@@ -10,23 +10,23 @@
 namespace velmoran {
 namespace {
 
-using Users = std::optional<HeldNodes::Users>;
+using Users = std::optional<CameraNodeUsers::Users>;
 const Users nobody = std::nullopt;
 
 Users apps(std::vector<AttributedApp> ids) {
-    return HeldNodes::Users{.apps = std::move(ids), .someoneUnseen = false};
+    return CameraNodeUsers::Users{.apps = std::move(ids), .someoneUnseen = false};
 }
 
 Users somebodyUnseen(std::vector<AttributedApp> besides = {}) {
-    return HeldNodes::Users{.apps = std::move(besides), .someoneUnseen = true};
+    return CameraNodeUsers::Users{.apps = std::move(besides), .someoneUnseen = true};
 }
 
 // A node that is a plain file, and processes that are folders.
-class HeldNodesTest : public ::testing::Test {
+class CameraNodeUsersTest : public ::testing::Test {
 protected:
-    HeldNodesTest() {
+    CameraNodeUsersTest() {
         node_ = folder_.write("dev/video0", "");
-        held_.setNodes({*deviceNodeAt(node_)});
+        nodeUsers_.setNodes({*deviceNodeAt(node_)});
     }
 
     void open(pid_t pid, int descriptor = 3) {
@@ -52,16 +52,16 @@ protected:
     }
     void openUnseenForLong() {
         tell(1, 0);
-        time_.advanceBy(HeldNodes::grace);
+        time_.advanceBy(CameraNodeUsers::grace);
     }
     void tell(int opens, int closes) {
         NodeEvents events;
         events.path = node_;
         events.opens = opens;
         events.closes = closes;
-        held_.take({events});
+        nodeUsers_.handleEvents({events});
     }
-    Users users() const { return held_.users(node_); }
+    Users users() const { return nodeUsers_.users(node_); }
 
     static std::string at(pid_t pid) { return "proc/" + std::to_string(pid) + '/'; }
 
@@ -71,14 +71,15 @@ protected:
     testing::FakeNaming naming_;
     std::set<pid_t> servers_;
     int changes_ = 0;
-    HeldNodes held_{NodeHolders(folder_.path("proc"), 1),
-                    {time_, naming_, [this](pid_t pid) { return servers_.contains(pid); },
-                     [this] {
-                         ++changes_;
-                     }}};
+    CameraNodeUsers nodeUsers_{NodeHolders(folder_.path("proc"), 1),
+                               {time_, naming_,
+                                [this](pid_t pid) { return servers_.contains(pid); },
+                                [this] {
+                                    ++changes_;
+                                }}};
 };
 
-TEST_F(HeldNodesTest, CountsAnOpenAtOnceThatMapsTheNode) {
+TEST_F(CameraNodeUsersTest, CountsAnOpenAtOnceThatMapsTheNode) {
     open(7);
     map(7);
     tell(1, 0);
@@ -86,7 +87,7 @@ TEST_F(HeldNodesTest, CountsAnOpenAtOnceThatMapsTheNode) {
     EXPECT_EQ(changes_, 1);
 }
 
-TEST_F(HeldNodesTest, NeverCountsAnOpenThatClosesWithinTheGraceWithoutAMapping) {
+TEST_F(CameraNodeUsersTest, NeverCountsAnOpenThatClosesWithinTheGraceWithoutAMapping) {
     open(7);
     tell(1, 0);
     time_.advanceTo(0.999);
@@ -98,7 +99,7 @@ TEST_F(HeldNodesTest, NeverCountsAnOpenThatClosesWithinTheGraceWithoutAMapping) 
     EXPECT_EQ(changes_, 0);
 }
 
-TEST_F(HeldNodesTest, CountsAnOpenThatLastsForTheGrace) {
+TEST_F(CameraNodeUsersTest, CountsAnOpenThatLastsForTheGrace) {
     open(7);
     tell(1, 0);
     time_.advanceTo(0.999);
@@ -108,7 +109,7 @@ TEST_F(HeldNodesTest, CountsAnOpenThatLastsForTheGrace) {
     EXPECT_EQ(changes_, 1);
 }
 
-TEST_F(HeldNodesTest, FindsAMappingThatComesLaterInTheGrace) {
+TEST_F(CameraNodeUsersTest, FindsAMappingThatComesLaterInTheGrace) {
     open(7);
     tell(1, 0);
     time_.advanceTo(0.040);
@@ -118,7 +119,7 @@ TEST_F(HeldNodesTest, FindsAMappingThatComesLaterInTheGrace) {
     EXPECT_EQ(users(), apps({"/bin/7"}));
 }
 
-TEST_F(HeldNodesTest, EndsTheUseWithTheClose) {
+TEST_F(CameraNodeUsersTest, EndsTheUseWithTheClose) {
     open(7);
     map(7);
     tell(1, 0);
@@ -129,7 +130,7 @@ TEST_F(HeldNodesTest, EndsTheUseWithTheClose) {
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, SleepsWhileNothingIsHeld) {
+TEST_F(CameraNodeUsersTest, SleepsWhileNothingIsHeld) {
     EXPECT_FALSE(time_.nextDue());
     open(7);
     tell(1, 0);
@@ -139,7 +140,7 @@ TEST_F(HeldNodesTest, SleepsWhileNothingIsHeld) {
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, ListsUsersInOrderOfOpening) {
+TEST_F(CameraNodeUsersTest, ListsUsersInOrderOfOpening) {
     open(9);
     map(9);
     tell(1, 0);
@@ -152,7 +153,7 @@ TEST_F(HeldNodesTest, ListsUsersInOrderOfOpening) {
     EXPECT_EQ(users(), apps({"/bin/7"}));
 }
 
-TEST_F(HeldNodesTest, ListsTwoProcessesOfOneAppOnce) {
+TEST_F(CameraNodeUsersTest, ListsTwoProcessesOfOneAppOnce) {
     naming_.paths = {{7, "/bin/browser"}, {8, "/bin/browser"}};
     open(7);
     map(7);
@@ -162,7 +163,7 @@ TEST_F(HeldNodesTest, ListsTwoProcessesOfOneAppOnce) {
     EXPECT_EQ(users(), apps({"/bin/browser"}));
 }
 
-TEST_F(HeldNodesTest, PassesOverWhoHoldsItForOthers) {
+TEST_F(CameraNodeUsersTest, PassesOverWhoHoldsItForOthers) {
     servers_.insert(7);
     open(7);
     map(7);
@@ -172,7 +173,7 @@ TEST_F(HeldNodesTest, PassesOverWhoHoldsItForOthers) {
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightAfterTheGrace) {
+TEST_F(CameraNodeUsersTest, TellsOfAHolderOutOfSightAfterTheGrace) {
     tell(1, 0);
     time_.advanceTo(0.999);
     EXPECT_EQ(users(), nobody);
@@ -185,7 +186,7 @@ TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightAfterTheGrace) {
     EXPECT_EQ(changes_, 2);
 }
 
-TEST_F(HeldNodesTest, TellsOfSomebodyInSightBesideAHolderOutOfSight) {
+TEST_F(CameraNodeUsersTest, TellsOfSomebodyInSightBesideAHolderOutOfSight) {
     openUnseenForLong();
     use(7);
     EXPECT_EQ(users(), somebodyUnseen({"/bin/7"}));
@@ -196,7 +197,7 @@ TEST_F(HeldNodesTest, TellsOfSomebodyInSightBesideAHolderOutOfSight) {
     EXPECT_EQ(users(), nobody);
 }
 
-TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightBesideSomebodyInSight) {
+TEST_F(CameraNodeUsersTest, TellsOfAHolderOutOfSightBesideSomebodyInSight) {
     use(7);
     tell(1, 0);
     EXPECT_EQ(users(), apps({"/bin/7"}));
@@ -207,7 +208,7 @@ TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightBesideSomebodyInSight) {
     EXPECT_EQ(changes_, 3);
 }
 
-TEST_F(HeldNodesTest, TakesTwoOutOfSightForOneUseUntilTheLastClose) {
+TEST_F(CameraNodeUsersTest, TakesTwoOutOfSightForOneUseUntilTheLastClose) {
     openUnseenForLong();
     tell(1, 0);
     tell(0, 1);
@@ -217,7 +218,7 @@ TEST_F(HeldNodesTest, TakesTwoOutOfSightForOneUseUntilTheLastClose) {
     EXPECT_EQ(changes_, 2);
 }
 
-TEST_F(HeldNodesTest, KeepsAUseOutOfSightWhenADescriptorInSightIsDuplicated) {
+TEST_F(CameraNodeUsersTest, KeepsAUseOutOfSightWhenADescriptorInSightIsDuplicated) {
     openUnseenForLong();
     use(7);
     open(8); // a child that has it from 7: no event tells
@@ -225,7 +226,7 @@ TEST_F(HeldNodesTest, KeepsAUseOutOfSightWhenADescriptorInSightIsDuplicated) {
     EXPECT_TRUE(users()->someoneUnseen);
 }
 
-TEST_F(HeldNodesTest, KeepsAUseOutOfSightWhenAnOpenInSightIsSeenBeforeItIsTold) {
+TEST_F(CameraNodeUsersTest, KeepsAUseOutOfSightWhenAnOpenInSightIsSeenBeforeItIsTold) {
     openUnseenForLong();
     use(7);
     open(8);
@@ -241,7 +242,7 @@ TEST_F(HeldNodesTest, KeepsAUseOutOfSightWhenAnOpenInSightIsSeenBeforeItIsTold) 
 }
 
 // It had the node before the program started, so that its close is the first that is heard of it.
-TEST_F(HeldNodesTest, TellsOfTheNextHolderOutOfSightAfterACloseThatNothingExplains) {
+TEST_F(CameraNodeUsersTest, TellsOfTheNextHolderOutOfSightAfterACloseThatNothingExplains) {
     tell(0, 1);
     openUnseenForLong();
     EXPECT_EQ(users(), somebodyUnseen());
@@ -249,25 +250,25 @@ TEST_F(HeldNodesTest, TellsOfTheNextHolderOutOfSightAfterACloseThatNothingExplai
     EXPECT_EQ(users(), nobody);
 }
 
-TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightAfterEventsWereMerged) {
+TEST_F(CameraNodeUsersTest, TellsOfAHolderOutOfSightAfterEventsWereMerged) {
     open(7, 3);
     open(7, 4);
     map(7);
     tell(1, 0);
-    time_.advanceBy(HeldNodes::delay);
+    time_.advanceBy(CameraNodeUsers::delay);
     openUnseenForLong();
     EXPECT_EQ(users(), somebodyUnseen({"/bin/7"}));
     close(7, 3);
     close(7, 4);
     tell(0, 1);
     EXPECT_EQ(users(), somebodyUnseen());
-    time_.advanceBy(HeldNodes::delay);
+    time_.advanceBy(CameraNodeUsers::delay);
     tell(0, 1);
     EXPECT_EQ(users(), nobody);
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, TakesAShortOpenOutOfSightForNoUse) {
+TEST_F(CameraNodeUsersTest, TakesAShortOpenOutOfSightForNoUse) {
     tell(1, 0);
     time_.advanceTo(0.5);
     tell(0, 1);
@@ -276,7 +277,7 @@ TEST_F(HeldNodesTest, TakesAShortOpenOutOfSightForNoUse) {
     EXPECT_EQ(changes_, 0);
 }
 
-TEST_F(HeldNodesTest, FindsADescriptorThatComesAnInstantAfterItsEvent) {
+TEST_F(CameraNodeUsersTest, FindsADescriptorThatComesAnInstantAfterItsEvent) {
     tell(1, 0);
     open(7);
     map(7);
@@ -288,7 +289,7 @@ TEST_F(HeldNodesTest, FindsADescriptorThatComesAnInstantAfterItsEvent) {
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, LeavesNobodyBehindWhenTheKernelMergesEvents) {
+TEST_F(CameraNodeUsersTest, LeavesNobodyBehindWhenTheKernelMergesEvents) {
     open(7, 3);
     open(7, 4);
     map(7);
@@ -301,7 +302,7 @@ TEST_F(HeldNodesTest, LeavesNobodyBehindWhenTheKernelMergesEvents) {
     EXPECT_EQ(users(), nobody);
 }
 
-TEST_F(HeldNodesTest, LeavesNobodyBehindWhenADescriptorWasDuplicated) {
+TEST_F(CameraNodeUsersTest, LeavesNobodyBehindWhenADescriptorWasDuplicated) {
     open(7, 3);
     map(7);
     tell(1, 0);
@@ -313,7 +314,7 @@ TEST_F(HeldNodesTest, LeavesNobodyBehindWhenADescriptorWasDuplicated) {
     EXPECT_EQ(users(), nobody);
 }
 
-TEST_F(HeldNodesTest, NoticesADescriptorThatWasHandedOn) {
+TEST_F(CameraNodeUsersTest, NoticesADescriptorThatWasHandedOn) {
     open(7);
     map(7);
     tell(1, 0);
@@ -324,7 +325,7 @@ TEST_F(HeldNodesTest, NoticesADescriptorThatWasHandedOn) {
     EXPECT_EQ(users(), apps({"/bin/8"}));
 }
 
-TEST_F(HeldNodesTest, TakesNoOpenTwiceThatWasSeenBeforeItWasTold) {
+TEST_F(CameraNodeUsersTest, TakesNoOpenTwiceThatWasSeenBeforeItWasTold) {
     open(7);
     map(7);
     tell(1, 0);
@@ -340,7 +341,7 @@ TEST_F(HeldNodesTest, TakesNoOpenTwiceThatWasSeenBeforeItWasTold) {
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, StillFindsSomebodyOutOfSightAfterACloseThatWasSeenAhead) {
+TEST_F(CameraNodeUsersTest, StillFindsSomebodyOutOfSightAfterACloseThatWasSeenAhead) {
     open(7);
     map(7);
     tell(1, 0);
@@ -353,68 +354,68 @@ TEST_F(HeldNodesTest, StillFindsSomebodyOutOfSightAfterACloseThatWasSeenAhead) {
     EXPECT_EQ(users(), somebodyUnseen());
 }
 
-TEST_F(HeldNodesTest, TellsOfAUserWhoWasThereFromTheStart) {
-    HeldNodes later(NodeHolders(folder_.path("proc"), 1),
-                    {time_, naming_, [](pid_t) { return false; },
-                     [] {
-                     }});
+TEST_F(CameraNodeUsersTest, TellsOfAUserWhoWasThereFromTheStart) {
+    CameraNodeUsers later(NodeHolders(folder_.path("proc"), 1),
+                          {time_, naming_, [](pid_t) { return false; },
+                           [] {
+                           }});
     open(7);
     later.setNodes({*deviceNodeAt(node_)});
     EXPECT_EQ(later.users(node_), apps({"/bin/7"}));
 }
 
-TEST_F(HeldNodesTest, ForgetsANodeThatIsGone) {
+TEST_F(CameraNodeUsersTest, ForgetsANodeThatIsGone) {
     open(7);
     map(7);
     tell(1, 0);
-    held_.setNodes({});
+    nodeUsers_.setNodes({});
     EXPECT_EQ(users(), nobody);
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, LooksAnewAfterEventsWereLost) {
+TEST_F(CameraNodeUsersTest, LooksAnewAfterEventsWereLost) {
     open(7);
     map(7);
-    held_.takeLoss();
+    nodeUsers_.handleLostEvents();
     EXPECT_EQ(users(), apps({"/bin/7"}));
     close(7);
-    held_.takeLoss();
+    nodeUsers_.handleLostEvents();
     EXPECT_EQ(users(), nobody);
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, KeepsAUseOutOfSightWhenEventsAreLostUntilItsClose) {
+TEST_F(CameraNodeUsersTest, KeepsAUseOutOfSightWhenEventsAreLostUntilItsClose) {
     openUnseenForLong();
-    held_.takeLoss();
+    nodeUsers_.handleLostEvents();
     EXPECT_EQ(users(), somebodyUnseen());
     // What comes into sight and goes meanwhile has its own events among the lost ones.
     open(7);
     map(7);
-    held_.takeLoss();
+    nodeUsers_.handleLostEvents();
     EXPECT_EQ(users(), somebodyUnseen({"/bin/7"}));
     close(7);
-    held_.takeLoss();
+    nodeUsers_.handleLostEvents();
     EXPECT_EQ(users(), somebodyUnseen());
     tell(0, 1);
     EXPECT_EQ(users(), nobody);
     EXPECT_FALSE(time_.nextDue());
 }
 
-TEST_F(HeldNodesTest, TellsOfAHolderOutOfSightThoughEventsAreLostWithinTheGrace) {
+TEST_F(CameraNodeUsersTest, TellsOfAHolderOutOfSightThoughEventsAreLostWithinTheGrace) {
     tell(1, 0);
     time_.advanceTo(0.5);
-    held_.takeLoss();
+    nodeUsers_.handleLostEvents();
     time_.advanceTo(1.0);
     EXPECT_EQ(users(), somebodyUnseen());
     tell(0, 1);
     EXPECT_EQ(users(), nobody);
 }
 
-TEST_F(HeldNodesTest, FindsTheDescriptorOfAnEventBeforeALoss) {
+TEST_F(CameraNodeUsersTest, FindsTheDescriptorOfAnEventBeforeALoss) {
     tell(1, 0);
     open(7);
     map(7);
-    held_.takeLoss();
+    nodeUsers_.handleLostEvents();
     time_.advanceTo(3.0);
     EXPECT_EQ(users(), apps({"/bin/7"}));
     close(7);
@@ -422,17 +423,17 @@ TEST_F(HeldNodesTest, FindsTheDescriptorOfAnEventBeforeALoss) {
     EXPECT_EQ(users(), nobody);
 }
 
-TEST_F(HeldNodesTest, ForgetsWhatWasSeenAheadWhenEventsAreLost) {
+TEST_F(CameraNodeUsersTest, ForgetsWhatWasSeenAheadWhenEventsAreLost) {
     use(7);
     open(7, 4);
     close(7, 3);
     tell(0, 1); // and the open is among the lost ones
-    held_.takeLoss();
+    nodeUsers_.handleLostEvents();
     openUnseenForLong();
     EXPECT_EQ(users(), somebodyUnseen({"/bin/7"}));
 }
 
-TEST_F(HeldNodesTest, PassesOverADescriptorThatOnlyNamesTheNode) {
+TEST_F(CameraNodeUsersTest, PassesOverADescriptorThatOnlyNamesTheNode) {
     open(7);
     map(7);
     folder_.write(at(7) + "fdinfo/3", "pos:\t0\nflags:\t010000000\nmnt_id:\t25\n");
@@ -440,7 +441,7 @@ TEST_F(HeldNodesTest, PassesOverADescriptorThatOnlyNamesTheNode) {
     EXPECT_EQ(users(), nobody);
 }
 
-TEST_F(HeldNodesTest, PassesOverThisProgramItself) {
+TEST_F(CameraNodeUsersTest, PassesOverThisProgramItself) {
     open(1);
     map(1);
     tell(1, 0);
