@@ -36,7 +36,7 @@ UseReading::Microphone UseReading::readMicrophone(const SystemSnapshot& snapshot
         const auto role = machine_.roleOf(app);
         if (role == SystemProcess::Role::worksForOtherApps) {
             reading.helpers.push_back(app);
-        } else if (role != SystemProcess::Role::listensForMacOS ||
+        } else if (role != SystemProcess::Role::listensForSystem ||
                    !*settings_.ignoreSystemListening) {
             others.push_back(app);
         }

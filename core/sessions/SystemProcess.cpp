@@ -17,10 +17,10 @@ const std::vector<SystemProcess>& SystemProcess::macOS() {
          words().text("Runs the sound and video of FaceTime calls. It stops when the call ends.")},
         {"com.apple.replayd", Role::worksForOtherApps,
          words().text("Records the screen, with microphone, on behalf of another app.")},
-        {"com.apple.corespeechd", Role::listensForMacOS,
+        {"com.apple.corespeechd", Role::listensForSystem,
          words().text("Listens for “Hey Siri” and voice commands, and runs dictation. It often "
                       "turns the microphone on for a second or two.")},
-        {"com.apple.historicalaudiod", Role::listensForMacOS,
+        {"com.apple.historicalaudiod", Role::listensForSystem,
          words().text("A part of the Mac's sound system that works with Siri's listening. Apple "
                       "does not document more about it.")},
     };

@@ -12,7 +12,7 @@ namespace velmoran {
 struct SystemProcess {
     enum class Role {
         playsSounds,
-        listensForMacOS,   ///< listens for the system itself, on any platform
+        listensForSystem,  ///< listens for the system itself, on any platform
         worksForOtherApps, ///< records or plays on behalf of an app
     };
 
