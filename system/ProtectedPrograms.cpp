@@ -1,7 +1,7 @@
 #include "system/ProtectedPrograms.h"
 
 #include "core/base/ProgramName.h"
-#include "core/base/StarPattern.h"
+#include "core/base/Wildcard.h"
 #include "system/TextParsing.h"
 
 #include <algorithm>
@@ -86,7 +86,7 @@ bool hasProtectedName(std::string_view path) {
     const auto name = programName(path);
     for (const auto& row : protectedOnLinux()) {
         if (std::any_of(row.files.begin(), row.files.end(),
-                        [&](std::string_view pattern) { return matchesStar(pattern, name); })) {
+                        [&](std::string_view pattern) { return matchesWildcard(pattern, name); })) {
             return true;
         }
     }

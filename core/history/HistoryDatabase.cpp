@@ -84,7 +84,7 @@ enum class FileState {
 
 /// Looks at the first bytes without the database library, which for a foreign database could begin
 /// to repair what isn't ours.
-FileState look(const fs::path& file) {
+FileState inspect(const fs::path& file) {
     const auto status = fs::status(file);
     if (!fs::exists(status)) {
         return FileState::absent;
@@ -180,7 +180,7 @@ HistoryDatabase::HistoryDatabase(const std::optional<fs::path>& url) {
 
 void HistoryDatabase::open(const fs::path& file) {
     makeFolders(file.parent_path());
-    const auto state = look(file);
+    const auto state = inspect(file);
     if (state == FileState::absent) {
         // Made here and not by the library, so that it is private before anything stands in it; the
         // library gives its side files the permissions of the file.

@@ -46,8 +46,8 @@ HistoryStore::HistoryStore(const std::optional<std::filesystem::path>& url,
 
 HistoryStore::~HistoryStore() = default;
 
-void HistoryStore::onFileChange(std::function<void(FileChange)> told) {
-    onFileChange_ = std::move(told);
+void HistoryStore::onFileChange(std::function<void(FileChange)> callback) {
+    onFileChange_ = std::move(callback);
 }
 
 // MARK: - Sessions
@@ -254,7 +254,7 @@ bool HistoryStore::inTransaction(Work work) {
     isLoaded_ &= !needsReading && !wasRepaired;
     if (isLoaded_) {
         for (auto& each : written) {
-            take(std::move(each));
+            apply(std::move(each));
         }
         showPending();
     }
@@ -318,7 +318,7 @@ HistoryStore::Written HistoryStore::write(const Pending& pending) {
     return written;
 }
 
-void HistoryStore::take(Written written) {
+void HistoryStore::apply(Written written) {
     if (!written.isKnown) {
         isLoaded_ = false;
         return;

@@ -58,7 +58,7 @@ public:
         lost,     ///< the file has gone, and none can be opened in its place for now
     };
     /// Whom a write tells of such a change, in the middle of it: the call mustn't use the store.
-    void onFileChange(std::function<void(FileChange)> told);
+    void onFileChange(std::function<void(FileChange)> callback);
 
     /// Inserts the session, or overwrites all of the row with its id.
     void saveSession(const UsageSession& session);
@@ -148,7 +148,7 @@ private:
     void load();
     void showPending();
     Written write(const Pending& pending);
-    void take(Written written);
+    void apply(Written written);
 
     std::optional<std::filesystem::path> url_;
     std::function<void()> beforeReopening_;

@@ -76,13 +76,13 @@ HistoryView HistoryView::with(Entry entry) const {
     const auto position = std::lower_bound(
         old.begin(), old.end(), entry.place,
         [](const Entry& each, const Place& place) { return precedes(each.place, place); });
-    const bool taken = position != old.end() && !precedes(entry.place, position->place);
+    const bool isReplaced = position != old.end() && !precedes(entry.place, position->place);
 
     Piece piece;
     piece.reserve(old.size() + 1);
     piece.insert(piece.end(), old.begin(), position);
     piece.push_back(std::move(entry));
-    piece.insert(piece.end(), taken ? std::next(position) : position, old.end());
+    piece.insert(piece.end(), isReplaced ? std::next(position) : position, old.end());
 
     Spine spine;
     spine.reserve(spine_->size() + 1);

@@ -1,6 +1,6 @@
 #include "core/sessions/SystemProcessLinux.h"
 
-#include "core/base/StarPattern.h"
+#include "core/base/Wildcard.h"
 #include "core/sessions/SystemProcess.h"
 #include "core/text/Localizer.h"
 
@@ -93,7 +93,7 @@ const std::vector<LinuxSystemProgram>& linuxSystemPrograms() {
 std::optional<std::string_view> linuxSystemIdentifier(std::string_view path) {
     for (const auto& program : linuxSystemPrograms()) {
         if (std::any_of(program.paths.begin(), program.paths.end(),
-                        [&](std::string_view pattern) { return matchesStar(pattern, path); })) {
+                        [&](std::string_view pattern) { return matchesWildcard(pattern, path); })) {
             return program.signingID;
         }
     }

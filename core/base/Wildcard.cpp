@@ -1,8 +1,8 @@
-#include "core/base/StarPattern.h"
+#include "core/base/Wildcard.h"
 
 namespace velmoran {
 
-bool matchesStar(std::string_view pattern, std::string_view text) {
+bool matchesWildcard(std::string_view pattern, std::string_view text) {
     const auto star = pattern.find('*');
     if (star == std::string_view::npos) {
         return pattern == text;

@@ -7,6 +7,6 @@ namespace velmoran {
 
 /// Whether the text is the pattern, in which one "*" at most stands for one or more characters that
 /// are no "/".
-bool matchesStar(std::string_view pattern, std::string_view text);
+bool matchesWildcard(std::string_view pattern, std::string_view text);
 
 } // namespace velmoran
