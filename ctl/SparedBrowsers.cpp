@@ -12,7 +12,7 @@ void SparedBrowsers::answer(const BrowserQuestion& question,
     answer(question.keepOffered ? BrowserAnswer::keep : BrowserAnswer::cancel);
 }
 
-std::string SparedBrowsers::takeSentence() {
+std::string SparedBrowsers::popSentence() {
     const auto names = std::exchange(names_, {});
     if (names.empty()) {
         return {};

@@ -18,7 +18,7 @@ public:
 
     /// Why the browsers that the last stop was about stay open, in the language of the process-wide
     /// words; empty if there were none, or it was asked already.
-    std::string takeSentence();
+    std::string popSentence();
 
 private:
     std::vector<std::string> names_;

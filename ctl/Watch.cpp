@@ -153,7 +153,7 @@ int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
     BusService::Options service;
     service.givesWay = true;
     service.remark = [&] {
-        const auto sentence = browsers.takeSentence();
+        const auto sentence = browsers.popSentence();
         if (!sentence.empty()) {
             teller.say(sentence);
         }

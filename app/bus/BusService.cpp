@@ -120,7 +120,7 @@ int BusService::received(sd_bus_message* message, void* service, sd_bus_error*) 
         const char* name = nullptr;
         if (sd_bus_message_read(message, "s", &name) > 0 && orEmpty(name) == bus::name) {
             // Whoever had it before may have muted, and is gone.
-            self.model_.takeOverMute();
+            self.model_.adoptMute();
         }
         return 0;
     }

@@ -101,7 +101,7 @@ void AppModel::syncSessions() {
     }
     const auto events = engine_.ingest(found.uses, now);
     for (const auto& id : inHelpersName) {
-        takeBackNotice(id);
+        withdrawNotice(id);
     }
     handle(events);
     scheduleFollowUp(engine_.isGraceRunning() || found.isWaiting);
@@ -143,9 +143,9 @@ void AppModel::handle(const std::vector<SessionEvent>& events) {
         return;
     }
     for (const auto& event : events) {
-        SessionEvent told = event;
+        SessionEvent published = event;
         if (event.kind == SessionEvent::Kind::reattributed) {
-            takeBackNotice(event.session.id);
+            withdrawNotice(event.session.id);
         } else if (event.kind == SessionEvent::Kind::ended) {
             stopFlow_.noteEnd(event.session);
         }
@@ -153,11 +153,11 @@ void AppModel::handle(const std::vector<SessionEvent>& events) {
         // the screens say why.
         if (store_) {
             if (event.kind != SessionEvent::Kind::ended) {
-                told.session = warned(event.session);
+                published.session = warned(event.session);
             }
-            store_->saveSession(told.session);
+            store_->saveSession(published.session);
         }
-        onSessionEvent(told);
+        onSessionEvent(published);
     }
     openSessions.set(engine_.open());
     refreshHistory();
@@ -219,7 +219,7 @@ void AppModel::show(const WarningNotice& notice) {
         noticeItem(notice, trust.get(), *settings.standardNoticesStay, std::move(actions)));
 }
 
-void AppModel::takeBackNotice(const Uuid& sessionID) {
+void AppModel::withdrawNotice(const Uuid& sessionID) {
     if (const auto notice = coalescer_.take(sessionID)) {
         notices.dismiss(notice->id);
     }

@@ -118,7 +118,7 @@ public:
     void unmuteMicrophone() { mute_.unmute(); }
     /// Keeps up the mute of another program that shares the settings, if there is one: for when
     /// that program has gone.
-    void takeOverMute() { mute_.takeOver(); }
+    void adoptMute() { mute_.adopt(); }
 
     /// Looks up whom the apps of open sessions are talking to; the answer comes later.
     void sampleConnections() { sampler_.sample(); }
@@ -145,7 +145,7 @@ private:
     void handle(const std::vector<SessionEvent>& events);
     UsageSession warned(const UsageSession& session);
     void show(const WarningNotice& notice);
-    void takeBackNotice(const Uuid& sessionID);
+    void withdrawNotice(const Uuid& sessionID);
     void save(const UsageSession& session);
     void refreshHistory();
     void scheduleFollowUp(bool wanted);

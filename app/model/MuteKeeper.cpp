@@ -4,9 +4,9 @@
 
 namespace velmoran {
 
-MuteKeeper::MuteKeeper(Seams seams, Told told)
+MuteKeeper::MuteKeeper(Seams seams, Report report)
     : seams_(seams),
-      told_(std::move(told)),
+      report_(std::move(report)),
       mainThread_(seams.scheduler) {}
 
 void MuteKeeper::start() {
@@ -35,7 +35,7 @@ void MuteKeeper::note(const MuteAnswer& answer, bool stands) {
     if (isMuted) {
         seams_.settings.microphoneMuted.set(true);
     }
-    told_(true, answer);
+    report_(true, answer);
     if (isMuted) {
         setCardsRight(answer);
         if (std::exchange(hasArrived_, false)) {
@@ -58,7 +58,7 @@ void MuteKeeper::noteInEffect(const MuteAnswer& answer) {
     if (std::exchange(isMuteDue_, false)) {
         lateMute_ = answer;
         seams_.settings.microphoneMuted.set(true);
-        told_(true, answer);
+        report_(true, answer);
         keepUp(false);
     }
     setCardsRight(answer);
@@ -105,11 +105,11 @@ void MuteKeeper::noteArrival() {
     }
 }
 
-void MuteKeeper::keepUp(bool told) {
+void MuteKeeper::keepUp(bool reported) {
     if (!*seams_.settings.microphoneMuted || repeating_) {
         return;
     }
-    if (told) {
+    if (reported) {
         setAll(true);
     } else {
         repeat();
@@ -131,7 +131,7 @@ void MuteKeeper::repeat() {
     seams_.microphones.setMuted(true, inEffect(), inEffect());
 }
 
-void MuteKeeper::takeOver() {
+void MuteKeeper::adopt() {
     if (seams_.settings.muteElsewhere() == true) {
         seams_.settings.microphoneMuted.set(true);
         keepUp(true);
@@ -147,7 +147,7 @@ void MuteKeeper::unmute() {
 
 void MuteKeeper::setAll(bool muted) {
     seams_.microphones.setMuted(
-        muted, mainThread_.later([this, muted](const auto& answer) { told_(muted, answer); }),
+        muted, mainThread_.later([this, muted](const auto& answer) { report_(muted, answer); }),
         {}); // what comes late is what the setting says already
 }
 

@@ -19,7 +19,7 @@ class MuteKeeper final : public MicrophoneMuting {
 public:
     /// Of what a stop, a launch or the user has muted (true) or unmuted, and of a stop's mute that
     /// took effect late; what only keeps a mute up is not told.
-    using Told = std::function<void(bool on, const MuteAnswer&)>;
+    using Report = std::function<void(bool on, const MuteAnswer&)>;
     using Correct = std::function<void(const MuteOutcome&)>;
 
     struct Seams {
@@ -30,7 +30,7 @@ public:
     };
 
     /// The seams outlive this. Nothing starts yet.
-    MuteKeeper(Seams seams, Told told);
+    MuteKeeper(Seams seams, Report report);
 
     /// From now on what is plugged in under a mute is muted too. A mute that the settings say of is
     /// carried out and kept up.
@@ -48,7 +48,7 @@ public:
 
     void unmute();
     /// Keeps up the mute of another program that shares the settings, if there is one.
-    void takeOver();
+    void adopt();
 
     static constexpr Seconds interval = 3.0;
 
@@ -62,14 +62,14 @@ private:
     void noteInEffect(const MuteAnswer& answer);
     void setCardsRight(const MuteOutcome& mute);
     void noteArrival();
-    void keepUp(bool told);
+    void keepUp(bool reported);
     void keepMuted();
     void repeat();
     void setAll(bool muted);
     Microphones::Answer inEffect();
 
     Seams seams_;
-    Told told_;
+    Report report_;
     unsigned undone_ = 0; ///< mutes that were asked for before the last unmute don't stand
     bool isAnswerDue_ = false;
     bool hasArrived_ = false; ///< a microphone, while that answer is due

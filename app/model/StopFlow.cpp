@@ -144,11 +144,11 @@ void StopFlow::finish(const StopResult& answer, const std::function<void()>& ret
     }
     reports_.stopped(stopped);
 
-    const Told told{.result = result, .id = Uuid::random(), .retry = retry};
-    showResult(told);
+    const ResultCard shown{.result = result, .id = Uuid::random(), .retry = retry};
+    showResult(shown);
     if (result.microphoneMuted) {
-        seams_.mute.setRightLater(told.id, [this, told](const MuteOutcome& mute) {
-            auto right = told;
+        seams_.mute.setRightLater(shown.id, [this, shown](const MuteOutcome& mute) {
+            auto right = shown;
             right.result.microphoneMuted = true;
             right.result.unmutableMicrophones = mute.unmutable;
             showResult(right);
@@ -157,15 +157,15 @@ void StopFlow::finish(const StopResult& answer, const std::function<void()>& ret
     reports_.ended(result);
 }
 
-void StopFlow::showResult(const Told& told) {
+void StopFlow::showResult(const ResultCard& shown) {
     StopResultActions actions;
-    actions.details = mainThread_.whileAlive([this, id = told.id] {
+    actions.details = mainThread_.whileAlive([this, id = shown.id] {
         seams_.notices.dismiss(id);
         seams_.windows.show(WindowID::history);
     });
     actions.tryAgain = mainThread_.whileAlive(
-        [this, id = told.id, retry = told.retry] { stopInsteadOf(id, retry); });
-    seams_.notices.show(stopResultItem(told.result, told.id, std::move(actions)));
+        [this, id = shown.id, retry = shown.retry] { stopInsteadOf(id, retry); });
+    seams_.notices.show(stopResultItem(shown.result, shown.id, std::move(actions)));
 }
 
 } // namespace velmoran

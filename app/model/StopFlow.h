@@ -75,7 +75,7 @@ private:
         std::set<std::string> spared;
     };
     /// What a stop's card says.
-    struct Told {
+    struct ResultCard {
         StopResult result;
         Uuid id;
         std::function<void()> retry;
@@ -89,7 +89,7 @@ private:
                   const StopQuestion::Decide& decide);
     void run(const Stopping& stopping, std::function<void()> retry);
     void finish(const StopResult& answer, const std::function<void()>& retry);
-    void showResult(const Told& told);
+    void showResult(const ResultCard& shown);
 
     Seams seams_;
     Reports reports_;

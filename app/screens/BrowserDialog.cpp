@@ -141,7 +141,7 @@ ShownQuestion BrowserDialog::ask(const BrowserQuestion& question, const Answer& 
         };
     };
     return {.raise = ifShown([this] { raise(); }),
-            .shown = Subscription(ifShown([this] { takeBack(); }))};
+            .shown = Subscription(ifShown([this] { withdraw(); }))};
 }
 
 void BrowserDialog::raise() {
@@ -154,7 +154,7 @@ void BrowserDialog::raise() {
     });
 }
 
-void BrowserDialog::takeBack() {
+void BrowserDialog::withdraw() {
     window_->disconnect();
     window_->hide();
     leave();

@@ -33,7 +33,7 @@ public:
 
 private:
     void raise();
-    void takeBack();
+    void withdraw();
     void leave();
 
     std::unique_ptr<QDialog> window_;

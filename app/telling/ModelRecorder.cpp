@@ -12,7 +12,7 @@ ModelRecorder::ModelRecorder(AppModel& model, std::function<Seconds()> at, Repla
       at_(std::move(at)),
       writer_(writer) {
     subscriptions_.push_back(
-        model_.onSessionEvent.subscribe([this](const SessionEvent& event) { told(event); }));
+        model_.onSessionEvent.subscribe([this](const SessionEvent& event) { record(event); }));
     subscriptions_.push_back(model_.notices.onShown.subscribe([this](const NoticeItem& item) {
         writer_.write(at_(), "notice", {{"notice", writer_.notice(item)}});
     }));
@@ -44,8 +44,8 @@ ModelRecorder::ModelRecorder(AppModel& model, std::function<Seconds()> at, Repla
             writer_.write(at_(), "connections",
                           {{"session", writer_.sessionID(session)}, {"connections", added}});
         }));
-    subscriptions_.push_back(model_.onChange.subscribe([this] { lookAtIcon(); }));
-    lookAtIcon();
+    subscriptions_.push_back(model_.onChange.subscribe([this] { recordIcon(); }));
+    recordIcon();
 }
 
 void ModelRecorder::soundPlayed() {
@@ -63,12 +63,12 @@ void ModelRecorder::asked(const BrowserQuestion& question, BrowserAnswer answer)
                    {"answer", answer}});
 }
 
-void ModelRecorder::told(const SessionEvent& event) {
+void ModelRecorder::record(const SessionEvent& event) {
     writer_.write(at_(), rawValue(event.kind), {{"session", writer_.session(event.session)}});
     forgetOldNames();
 }
 
-void ModelRecorder::lookAtIcon() {
+void ModelRecorder::recordIcon() {
     const auto state = model_.statusIconState();
     if (icon_ != state) {
         icon_ = state;

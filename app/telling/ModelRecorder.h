@@ -29,8 +29,8 @@ public:
     bool show(const std::string& word);
 
 private:
-    void told(const SessionEvent& event);
-    void lookAtIcon();
+    void record(const SessionEvent& event);
+    void recordIcon();
     void forgetOldNames();
 
     AppModel& model_;

@@ -14,7 +14,7 @@ WatchLines::WatchLines(AppModel& model, const Clock& clock, TimeOfDay timeOfDay,
       timeOfDay_(std::move(timeOfDay)),
       sink_(std::move(sink)) {
     subscriptions_.push_back(
-        model.onSessionEvent.subscribe([this](const SessionEvent& event) { told(event); }));
+        model.onSessionEvent.subscribe([this](const SessionEvent& event) { report(event); }));
     subscriptions_.push_back(model.historyUnavailable.subscribe([this](bool unavailable) {
         if (unavailable) {
             say(words().text("History can't be saved right now. Velmoran couldn't open its file "
@@ -27,7 +27,7 @@ void WatchLines::say(const std::string& sentence) {
     write(clock_.now(), sentence);
 }
 
-void WatchLines::told(const SessionEvent& event) {
+void WatchLines::report(const SessionEvent& event) {
     const auto& session = event.session;
     const auto time = event.kind == SessionEvent::Kind::started ? session.start
                       : session.end                             ? *session.end

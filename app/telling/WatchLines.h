@@ -23,7 +23,7 @@ public:
     void say(const std::string& sentence);
 
 private:
-    void told(const SessionEvent& event);
+    void report(const SessionEvent& event);
     std::string sentence(const SessionEvent& event) const;
     void write(Timestamp time, const std::string& sentence);
 
