@@ -105,7 +105,7 @@ std::unique_ptr<BusLink> BusLink::open(const std::string& address, Calls calls) 
 BusLink::BusLink(BusHandle bus, Calls calls) : bus_(std::move(bus)), calls_(std::move(calls)) {
     const int socket = sd_bus_get_fd(bus_.get());
     turns_ = std::make_unique<Turns>(*this, socket, socket);
-    settle();
+    rearm();
 }
 
 BusLink::~BusLink() {
@@ -114,12 +114,12 @@ BusLink::~BusLink() {
 
 void BusLink::pause() {
     isPaused_ = true;
-    settle();
+    rearm();
 }
 
 void BusLink::resume() {
     isPaused_ = false;
-    settle();
+    rearm();
 }
 
 bool BusLink::isClogged() const {
@@ -127,7 +127,7 @@ bool BusLink::isClogged() const {
     return sd_bus_get_n_queued_write(bus_.get(), &unsent) >= 0 && unsent > tooManyUnsent;
 }
 
-void BusLink::settle() {
+void BusLink::rearm() {
     if (isLost_) {
         return;
     }
@@ -167,7 +167,7 @@ void BusLink::turn() {
             break;
         }
     }
-    settle();
+    rearm();
 }
 
 void BusLink::fail() {

@@ -44,7 +44,7 @@ public:
 
     sd_bus* bus() const { return bus_.get(); }
     /// After whatever has made the library write or wait for something, outside its callbacks.
-    void settle();
+    void rearm();
     /// Takes nothing from the socket until `resume`.
     void pause();
     void resume();

@@ -43,7 +43,7 @@ bool BusRequests::drop(sd_bus_message* call, const std::string& why) {
 bool BusRequests::mayStop(sd_bus_message* call) {
     if (model_.isAsking()) {
         // Whoever stops again hasn't seen the question yet. A flood may not hold it in front.
-        if (raises_.take()) {
+        if (raises_.allow()) {
             model_.raiseQuestion();
         }
         return drop(call, words().text("Velmoran is asking about a browser on the screen. Answer "
@@ -52,7 +52,7 @@ bool BusRequests::mayStop(sd_bus_message* call) {
     if (stopCall_ || model_.isBusyStopping()) {
         return drop(call, words().text("A stop is under way already."));
     }
-    return stops_.take() ||
+    return stops_.allow() ||
            drop(call, words().text("There were too many requests. Try again in a few seconds."));
 }
 
@@ -108,7 +108,7 @@ void BusRequests::stopEnded(const std::optional<StopResult>& result) {
 void BusRequests::unmute(sd_bus_message* call) {
     if (unmuteCall_) {
         drop(call, words().text("The microphone is being unmuted already."));
-    } else if (!unmutes_.take()) {
+    } else if (!unmutes_.allow()) {
         drop(call, words().text("There were too many requests. Try again in a few seconds."));
     } else {
         unmuteCall_.reset(sd_bus_message_ref(call));

@@ -3,8 +3,8 @@
 // that is called; main thread.
 #pragma once
 
-#include "app/bus/Allowance.h"
 #include "app/bus/BusLink.h"
+#include "app/bus/RateLimiter.h"
 #include "app/model/AppModel.h"
 
 #include <functional>
@@ -45,9 +45,9 @@ private:
     std::function<void(const BusMessage&)> send_;
     BusMessage stopCall_;   ///< whose stop is under way
     BusMessage unmuteCall_; ///< likewise
-    Allowance stops_;
-    Allowance unmutes_;
-    Allowance raises_; ///< of the question before a stop
+    RateLimiter stops_;
+    RateLimiter unmutes_;
+    RateLimiter raises_; ///< of the question before a stop
     std::vector<Subscription> subscriptions_;
 };
 

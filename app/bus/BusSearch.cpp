@@ -128,36 +128,36 @@ private:
 };
 
 BusSearch::BusSearch(const std::string& address, Scheduler& scheduler, Seconds interval,
-                     std::function<void()> look)
+                     std::function<void()> attempt)
     : scheduler_(scheduler),
-      look_(std::move(look)),
-      folders_(std::make_unique<Folders>(address, [this] { lookSoon(); })),
+      attempt_(std::move(attempt)),
+      folders_(std::make_unique<Folders>(address, [this] { trySoon(); })),
       regularly_(scheduler.every(interval, [this] {
           folders_->watch(); // one that wasn't there may be now
-          lookNow();
+          tryNow();
       })) {
-    lookSoon();
+    trySoon();
 }
 
 BusSearch::~BusSearch() = default;
 
-void BusSearch::lookSoon() {
+void BusSearch::trySoon() {
     step_ = 0;
-    lookAgain();
+    retry();
 }
 
-void BusSearch::lookAgain() {
+void BusSearch::retry() {
     soon_ = scheduler_.after(soon[step_], [this] {
         if (++step_ < soon.size()) {
-            lookAgain();
+            retry();
         }
-        lookNow();
+        tryNow();
     });
 }
 
-void BusSearch::lookNow() {
-    const auto look = look_; // it may drop us
-    look();
+void BusSearch::tryNow() {
+    const auto attempt = attempt_; // it may drop us
+    attempt();
 }
 
 } // namespace velmoran

@@ -18,11 +18,11 @@ std::vector<std::string> socketPaths(const std::string& address);
 
 class BusSearch {
 public:
-    /// `look` is called soon after the start and after a socket has come, a few times each, since a
-    /// socket comes before its server listens; and every `interval` whatever happens. It may drop
-    /// this. The scheduler outlives the search.
+    /// `attempt` is called soon after the start and after a socket has come, a few times each,
+    /// since a socket comes before its server listens; and every `interval` whatever happens. It
+    /// may drop this. The scheduler outlives the search.
     BusSearch(const std::string& address, Scheduler& scheduler, Seconds interval,
-              std::function<void()> look);
+              std::function<void()> attempt);
     ~BusSearch();
     BusSearch(const BusSearch&) = delete;
     BusSearch& operator=(const BusSearch&) = delete;
@@ -30,12 +30,12 @@ public:
 private:
     class Folders;
 
-    void lookSoon();
-    void lookAgain();
-    void lookNow();
+    void trySoon();
+    void retry();
+    void tryNow();
 
     Scheduler& scheduler_;
-    std::function<void()> look_;
+    std::function<void()> attempt_;
     std::unique_ptr<Folders> folders_;
     std::size_t step_ = 0;
     Subscription soon_;

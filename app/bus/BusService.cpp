@@ -75,8 +75,8 @@ void BusService::connect() {
         link_.reset();
         return;
     }
-    told_ = statusOf(model_);
-    link_->settle();
+    announced_ = statusOf(model_);
+    link_->rearm();
 }
 
 void BusService::lost() {
@@ -234,7 +234,7 @@ void BusService::answerAboutProperties(sd_bus_message* call, const std::string& 
 void BusService::send(const BusMessage& message) {
     if (link_ && message) {
         sd_bus_send(link_->bus(), message.get(), nullptr);
-        link_->settle();
+        link_->rearm();
     }
 }
 
@@ -259,7 +259,7 @@ void BusService::tellChanges() {
         return;
     }
     const auto now = statusOf(model_);
-    const auto changed = bus::changedProperties(told_, now);
+    const auto changed = bus::changedProperties(announced_, now);
     if (changed.empty()) {
         return;
     }
@@ -273,7 +273,7 @@ void BusService::tellChanges() {
     bus::appendProperties(made, changed, now);
     sd_bus_message_append(made, "as", 0);
     send(signal);
-    told_ = now;
+    announced_ = now;
 }
 
 } // namespace velmoran

@@ -65,7 +65,7 @@ private:
     std::unique_ptr<CallerCheck> callers_;
     std::unique_ptr<BusLink> link_;
     BusRequests requests_; ///< what they hold goes before the link
-    ProgramStatus told_;
+    ProgramStatus announced_;
     bool isTelling_ = false;
     std::unique_ptr<BusSearch> search_; ///< until the bus has answered
     std::vector<Subscription> subscriptions_;

@@ -43,7 +43,7 @@ void CallerCheck::ask(const std::string& caller, Answer answer) {
         return;
     }
     question_.reset(slot);
-    link_->settle();
+    link_->rearm();
 }
 
 int CallerCheck::answered(sd_bus_message* reply, void* check, sd_bus_error*) {

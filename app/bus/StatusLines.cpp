@@ -27,19 +27,19 @@ std::vector<std::string> statusLines(const ProgramStatus& status, Timestamp now)
                             ? words().text("%@ is using %@ (since %@)", holes)
                             : words().text("%@ is using %@ (since %@ or earlier)", holes));
     }
-    const auto isTold = [&](Device device) {
+    const auto isListed = [&](Device device) {
         return std::any_of(status.uses.begin(), status.uses.end(),
                            [&](const auto& use) { return use.device == device; });
     };
     // Also what isn't told as a use: the answer never denies that a device is on.
-    if (status.cameraOn && !isTold(Device::camera)) {
+    if (status.cameraOn && !isListed(Device::camera)) {
         lines.push_back(words().text("The camera is in use"));
     }
-    if (status.microphoneOn && !isTold(Device::microphone)) {
+    if (status.microphoneOn && !isListed(Device::microphone)) {
         lines.push_back(words().text("The microphone is in use"));
     }
-    if (!status.cameraOn && !status.microphoneOn && !isTold(Device::camera) &&
-        !isTold(Device::microphone)) {
+    if (!status.cameraOn && !status.microphoneOn && !isListed(Device::camera) &&
+        !isListed(Device::microphone)) {
         lines.push_back(words().text("Camera and microphone are off"));
     }
     if (status.microphoneMuted) {

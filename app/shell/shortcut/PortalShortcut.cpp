@@ -112,7 +112,7 @@ bool PortalShortcut::ask() {
     }
     due_.start(patience_);
     askForOwner();
-    link_->settle();
+    link_->rearm();
     return true;
 }
 

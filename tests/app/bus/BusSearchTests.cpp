@@ -31,9 +31,9 @@ class Search : public ::testing::Test {
 protected:
     /// Looks made until nothing is left to do before the next regular one.
     int looksSoon() {
-        const int before = looks_;
+        const int before = attempts_;
         time_.advanceBy(10.0);
-        return looks_ - before;
+        return attempts_ - before;
     }
     bool looksAfterEvents() {
         return support::waitUntil([&] {
@@ -42,12 +42,12 @@ protected:
         });
     }
     BusSearch search(const std::string& address, Seconds interval = 1e9) {
-        return BusSearch(address, time_, interval, [this] { ++looks_; });
+        return BusSearch(address, time_, interval, [this] { ++attempts_; });
     }
 
     TemporaryDirectory folder_;
     ScriptedTime time_;
-    int looks_ = 0;
+    int attempts_ = 0;
 
 private:
     int argumentCount_ = 1;
@@ -73,7 +73,7 @@ TEST_F(Search, LooksOnceInEachIntervalOtherwise) {
     const auto looking = search("tcp:host=nowhere", 30.0);
     looksSoon();
     time_.advanceBy(300.0);
-    EXPECT_NEAR(looks_, 3 + 10, 1);
+    EXPECT_NEAR(attempts_, 3 + 10, 1);
 }
 
 TEST_F(Search, WatchesAFolderThatComesLater) {
@@ -87,12 +87,12 @@ TEST_F(Search, WatchesAFolderThatComesLater) {
 TEST_F(Search, MayBeDroppedWhereItLooks) {
     std::unique_ptr<BusSearch> looking;
     looking = std::make_unique<BusSearch>("unix:path=" + folder_.path("bus"), time_, 30.0, [&] {
-        ++looks_;
+        ++attempts_;
         looking.reset();
     });
     EXPECT_EQ(looksSoon(), 1);
     time_.advanceBy(100.0);
-    EXPECT_EQ(looks_, 1);
+    EXPECT_EQ(attempts_, 1);
 }
 
 } // namespace

@@ -6,23 +6,23 @@
 
 namespace velmoran {
 
-class Allowance {
+class RateLimiter {
 public:
     /// The scheduler outlives this.
-    Allowance(Scheduler& scheduler, int atOnce, Seconds interval)
+    RateLimiter(Scheduler& scheduler, int atOnce, Seconds interval)
         : scheduler_(scheduler),
           atOnce_(atOnce),
           interval_(interval) {}
 
     /// False if it was done too often just now.
-    bool take() {
-        if (taken_ >= atOnce_) {
+    bool allow() {
+        if (used_ >= atOnce_) {
             return false;
         }
-        ++taken_;
+        ++used_;
         if (!refill_) {
             refill_ = scheduler_.every(interval_, [this] {
-                if (--taken_ == 0) {
+                if (--used_ == 0) {
                     refill_.reset();
                 }
             });
@@ -34,7 +34,7 @@ private:
     Scheduler& scheduler_;
     int atOnce_;
     Seconds interval_;
-    int taken_ = 0;
+    int used_ = 0;
     Subscription refill_;
 };
 
