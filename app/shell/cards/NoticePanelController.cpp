@@ -53,13 +53,13 @@ void NoticePanelController::update() {
     }
     const auto anchor = anchor_();
     const auto visible = visibleAround(anchor);
-    const auto taken = obstacle ? obstacle() : QRect();
+    const auto blocked = obstacle ? obstacle() : QRect();
     auto cards = arrange(visible, anchor, noticePanelRoom(visible, anchor));
-    int by = noticeClearance(visible, cards, taken);
-    if (by == 0 && cards.intersects(taken)) {
+    int by = noticeClearance(visible, cards, blocked);
+    if (by == 0 && cards.intersects(blocked)) {
         // What it covers could be neither read nor closed, so fewer cards are better.
-        cards = arrange(visible, anchor, noticeRoomBeside(visible, anchor, taken, padding));
-        by = noticeClearance(visible, cards, taken);
+        cards = arrange(visible, anchor, noticeRoomBeside(visible, anchor, blocked, padding));
+        by = noticeClearance(visible, cards, blocked);
     }
     panel_.showAt(cards.topLeft() + QPoint(-padding, by - padding));
 }

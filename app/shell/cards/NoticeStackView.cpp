@@ -11,32 +11,32 @@ NoticeStackView::NoticeStackView(const std::vector<NoticeItem>& items, const App
                                  const NoticeView::Clicks& clicks, int room, QWidget* parent)
     : QWidget(parent) {
     std::map<std::size_t, NoticeView*> chosen; // in the order of the items
-    int taken = 2 * padding - spacing;
+    int used = 2 * padding - spacing;
     /// Whether there was room for all of them.
-    const auto takeThose = [&](bool strong) {
+    const auto addFitting = [&](bool strong) {
         for (auto index = items.size(); index-- > 0;) {
             if (items[index].isStrong != strong || chosen.contains(index)) {
                 continue;
             }
             auto* view = new NoticeView(items[index], picture, clicks, this);
             const int more = spacing + view->height();
-            if (!chosen.empty() && taken + more > room) {
+            if (!chosen.empty() && used + more > room) {
                 delete view;
                 return false;
             }
-            taken += more;
+            used += more;
             chosen.emplace(index, view);
         }
         return true;
     };
     if (!items.empty()) {
         auto* newest = new NoticeView(items.back(), picture, clicks, this);
-        taken += spacing + newest->height();
+        used += spacing + newest->height();
         chosen.emplace(items.size() - 1, newest);
     }
     // A lesser card doesn't take the room of a strong one, even where only the lesser one fits.
-    if (takeThose(true)) {
-        takeThose(false);
+    if (addFitting(true)) {
+        addFitting(false);
     }
 
     int y = padding;

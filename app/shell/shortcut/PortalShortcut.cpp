@@ -167,7 +167,7 @@ void PortalShortcut::createSession() {
     request_ = pathOf("request", token);
     session_ = pathOf("session", sessionToken);
     due_.start(patience_);
-    call(message, &received<&PortalShortcut::taken>);
+    call(message, &received<&PortalShortcut::accepted>);
 }
 
 void PortalShortcut::bindShortcut() {
@@ -180,10 +180,10 @@ void PortalShortcut::bindShortcut() {
                           stopTrigger, "", 1, "handle_token", "s", token.c_str());
     request_ = pathOf("request", token);
     isBinding_ = true;
-    call(message, &received<&PortalShortcut::taken>);
+    call(message, &received<&PortalShortcut::accepted>);
 }
 
-void PortalShortcut::taken(sd_bus_message* reply) {
+void PortalShortcut::accepted(sd_bus_message* reply) {
     const char* path = nullptr;
     if (isError(reply) || sd_bus_message_read(reply, "o", &path) <= 0) {
         refuse();

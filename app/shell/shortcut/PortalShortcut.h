@@ -42,7 +42,7 @@ private:
     void createSession();
     void bindShortcut();
     /// The portal has taken a request; its own answer comes in a signal.
-    void taken(sd_bus_message* reply);
+    void accepted(sd_bus_message* reply);
     void responded(sd_bus_message* signal);
     void sessionCame(std::uint32_t response, const std::string& handle);
     void activated(sd_bus_message* signal);

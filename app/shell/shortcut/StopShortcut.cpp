@@ -35,7 +35,7 @@ bool StopShortcut::set(bool enabled, std::function<void()> action) {
     // A Wayland desktop lets X11 programs have its keys only while one of them has the focus.
     if (x11Connection() && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
         auto grab = std::make_unique<X11KeyGrab>(pressed, lost);
-        if (!grab->take()) {
+        if (!grab->acquire()) {
             return false;
         }
         source_ = std::move(grab);

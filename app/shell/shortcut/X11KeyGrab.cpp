@@ -59,7 +59,7 @@ X11KeyGrab::~X11KeyGrab() {
     release();
 }
 
-bool X11KeyGrab::take() {
+bool X11KeyGrab::acquire() {
     release();
     auto* x = x11Connection();
     if (!x) {
@@ -78,12 +78,12 @@ bool X11KeyGrab::take() {
                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
         }
     }
-    bool allTaken = true;
+    bool allAcquired = true;
     for (const auto& each : asked) {
-        allTaken = !owned(xcb_request_check(x, each)) && allTaken;
+        allAcquired = !owned(xcb_request_check(x, each)) && allAcquired;
     }
     keys_ = keys;
-    if (!allTaken) {
+    if (!allAcquired) {
         release();
         return false;
     }
@@ -135,7 +135,7 @@ bool X11KeyGrab::nativeEventFilter(const QByteArray& type, void* message, qintpt
     // One change comes as many events.
     if ((kind == XCB_MAPPING_NOTIFY || ofKeyboard) && !std::exchange(isChanging_, true)) {
         QMetaObject::invokeMethod(
-            this, [this] { takeAnew(); }, Qt::QueuedConnection);
+            this, [this] { reacquire(); }, Qt::QueuedConnection);
     }
     return false;
 }
@@ -152,14 +152,14 @@ void X11KeyGrab::press(std::uint32_t time) {
     }
 }
 
-void X11KeyGrab::takeAnew() {
+void X11KeyGrab::reacquire() {
     isChanging_ = false;
     auto* x = x11Connection();
     const auto keyboard = x ? keyboardOf(x) : std::nullopt;
     if (keyboard && stopKeys(*keyboard) == keys_) {
         return;
     }
-    if (!take()) {
+    if (!acquire()) {
         lost_();
     }
 }

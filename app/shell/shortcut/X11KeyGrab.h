@@ -22,12 +22,12 @@ public:
 
     /// Takes the keys, all of them or none. False where another program has one of them, the
     /// keyboard has no such keys, or the desktop isn't X11.
-    [[nodiscard]] bool take();
+    [[nodiscard]] bool acquire();
 
 private:
     bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
     void press(std::uint32_t time);
-    void takeAnew();
+    void reacquire();
     void release();
 
     std::function<void()> pressed_;

@@ -143,8 +143,8 @@ void StatusItemController::showCards() {
 }
 
 void StatusItemController::tellCurrentUse() {
-    told_ = currentUse();
-    auto item = currentUseItem(told_, clock_.now(), [this] {
+    shownUse_ = currentUse();
+    auto item = currentUseItem(shownUse_, clock_.now(), [this] {
         if (currentUse_) {
             model_.notices.dismiss(*currentUse_);
         }
@@ -175,7 +175,7 @@ CurrentUse StatusItemController::currentUse() const {
 
 /// The card stays right while it is there: after a stop it would deny what the next card says.
 void StatusItemController::keepCurrentUseTrue() {
-    if (currentUse_ && model_.notices.item(*currentUse_) && currentUse() != told_) {
+    if (currentUse_ && model_.notices.item(*currentUse_) && currentUse() != shownUse_) {
         tellCurrentUse();
     }
 }

@@ -61,7 +61,7 @@ private:
     std::unique_ptr<QSystemTrayIcon> item_; ///< its making is what binds Qt to a kind of tray
     std::optional<QPoint> click_;           ///< where the cards that are there were asked for
     std::optional<Uuid> currentUse_;        ///< the card of `tellCurrentUse`
-    CurrentUse told_;                       ///< what that card says
+    CurrentUse shownUse_;                   ///< what that card says
     std::optional<StatusIconState> shown_;
     NoticePanelController noticePanel_;
     std::vector<Subscription> watching_;

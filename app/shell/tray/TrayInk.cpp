@@ -18,9 +18,10 @@ constexpr std::array<std::string_view, 4> withDarkBars = {"GNOME", "Unity", "Pan
 
 } // namespace
 
-QColor trayInk(std::optional<QColor> told, std::string_view desktop, const QColor& windowText) {
-    if (told) {
-        return *told;
+QColor trayInk(std::optional<QColor> foreground, std::string_view desktop,
+               const QColor& windowText) {
+    if (foreground) {
+        return *foreground;
     }
     while (!desktop.empty()) {
         const auto name = desktop.substr(0, desktop.find(':'));

@@ -8,10 +8,11 @@
 
 namespace velmoran {
 
-/// `told` is what the tray itself says of its foreground, nothing where it says nothing. `desktop`
-/// is XDG_CURRENT_DESKTOP, names with colons between them: some desktops have a dark bar whatever
-/// the colours of their windows are. `windowText` is the text colour of windows.
-QColor trayInk(std::optional<QColor> told, std::string_view desktop, const QColor& windowText);
+/// `foreground` is what the tray itself says of its foreground, nothing where it says nothing.
+/// `desktop` is XDG_CURRENT_DESKTOP, names with colons between them: some desktops have a dark bar
+/// whatever the colours of their windows are. `windowText` is the text colour of windows.
+QColor trayInk(std::optional<QColor> foreground, std::string_view desktop,
+               const QColor& windowText);
 
 /// For the tray and the desktop that the program runs on.
 QColor currentTrayInk();

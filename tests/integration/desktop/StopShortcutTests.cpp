@@ -22,7 +22,7 @@ class OtherProgram {
 public:
     explicit OtherProgram(const std::string& display) : server_(display) {}
 
-    [[nodiscard]] bool take(std::uint16_t modifiers, std::uint8_t key = periodKey) {
+    [[nodiscard]] bool grab(std::uint16_t modifiers, std::uint8_t key = periodKey) {
         auto* x = server_.connection();
         auto* error =
             xcb_request_check(x, xcb_grab_key_checked(x, 0, server_.root(), modifiers, key,
@@ -102,7 +102,7 @@ TEST_F(ShortcutOnX11, SwitchedOffItDoesNothingAndFreesTheKeys) {
     EXPECT_EQ(counter.presses, 0);
     EXPECT_EQ(presses, 0);
     OtherProgram other(session.environment()["DISPLAY"]);
-    EXPECT_TRUE(other.take(held));
+    EXPECT_TRUE(other.grab(held));
 }
 
 TEST_F(ShortcutOnX11, SwitchedOnAgainItRunsOnceForEachPress) {
@@ -139,7 +139,7 @@ TEST_F(ShortcutOnX11, AKeyThatIsHeldIsOnePress) {
 
 TEST_F(ShortcutOnX11, IsRefusedWhereAnotherProgramHasTheKeys) {
     OtherProgram other(session.environment()["DISPLAY"]);
-    ASSERT_TRUE(other.take(held));
+    ASSERT_TRUE(other.grab(held));
     EXPECT_FALSE(switchOn());
     press();
     EXPECT_EQ(presses, 0);
@@ -147,12 +147,12 @@ TEST_F(ShortcutOnX11, IsRefusedWhereAnotherProgramHasTheKeys) {
 
 TEST_F(ShortcutOnX11, OneOfTheFourStatesRefusedLeavesNoneTaken) {
     OtherProgram other(session.environment()["DISPLAY"]);
-    ASSERT_TRUE(other.take(held | XCB_MOD_MASK_LOCK));
+    ASSERT_TRUE(other.grab(held | XCB_MOD_MASK_LOCK));
     EXPECT_FALSE(switchOn());
     OtherProgram third(session.environment()["DISPLAY"]);
-    EXPECT_TRUE(third.take(held));
-    EXPECT_TRUE(third.take(held | XCB_MOD_MASK_2));
-    EXPECT_TRUE(third.take(held | XCB_MOD_MASK_2 | XCB_MOD_MASK_LOCK));
+    EXPECT_TRUE(third.grab(held));
+    EXPECT_TRUE(third.grab(held | XCB_MOD_MASK_2));
+    EXPECT_TRUE(third.grab(held | XCB_MOD_MASK_2 | XCB_MOD_MASK_LOCK));
     press();
     EXPECT_EQ(presses, 0);
 }
@@ -180,14 +180,14 @@ TEST_F(ShortcutOnAnotherKeyboard, FollowsTheDotToItsNewKey) {
     layout("dvorak");
     // The old key is free as soon as the new one is taken.
     OtherProgram other(session.environment()["DISPLAY"]);
-    ASSERT_TRUE(eventually([&] { return other.take(held, periodKey); }));
+    ASSERT_TRUE(eventually([&] { return other.grab(held, periodKey); }));
     hand({"key", "ctrl+alt+super+" + std::to_string(dvorakPeriodKey)});
     EXPECT_TRUE(comes(1));
 }
 
 TEST_F(ShortcutOnAnotherKeyboard, TellsWhenTheNewKeyIsAnotherPrograms) {
     OtherProgram other(session.environment()["DISPLAY"]);
-    ASSERT_TRUE(other.take(held, dvorakPeriodKey));
+    ASSERT_TRUE(other.grab(held, dvorakPeriodKey));
     int lost = 0;
     shortcut.onLost = [&] {
         ++lost;
@@ -230,7 +230,7 @@ TEST_F(ProgramWithShortcut, StopsByARealKeyPress) {
 
 TEST_F(ProgramWithShortcut, IsToldThatTheKeysAreTaken) {
     auto other = std::make_unique<OtherProgram>(session.environment()["DISPLAY"]);
-    ASSERT_TRUE(other->take(held));
+    ASSERT_TRUE(other->grab(held));
     start();
     EXPECT_TRUE(*delegate->model().stopShortcutUnavailable);
     other.reset();
@@ -248,7 +248,7 @@ TEST_F(ProgramWithShortcut, IsToldThatTheKeysAreTaken) {
 TEST_F(ProgramWithShortcut, LeavesTheKeysWhereThePlayedMachineRefusesThem) {
     start([] { return true; });
     EXPECT_TRUE(*delegate->model().stopShortcutUnavailable);
-    EXPECT_TRUE(OtherProgram(session.environment()["DISPLAY"]).take(held));
+    EXPECT_TRUE(OtherProgram(session.environment()["DISPLAY"]).grab(held));
     delegate->model().settings.stopShortcutOn.set(false);
     EXPECT_FALSE(*delegate->model().stopShortcutUnavailable);
 }
