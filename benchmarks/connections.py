@@ -29,7 +29,7 @@ def enter_network():
         return
     subprocess.run([bench.ROOT / "scripts/install-packages", "build", "test-build", "benchmark"],
                    check=True)
-    bench.build("connections-look")
+    bench.build("connections-probe")
     os.execvp("unshare", ["unshare", "--map-root-user", "--net", "env", "VELMORAN_BENCHMARK=network",
                           sys.executable, *sys.argv])
 
@@ -52,16 +52,16 @@ def main():
                               stdout=subprocess.PIPE, text=True)
     if holder.stdout.readline() != "ready\n":
         sys.exit("the sockets don't come up")
-    look = subprocess.Popen([bench.BUILD / "benchmarks/connections-look", HOLDER], stdin=subprocess.PIPE,
+    probe = subprocess.Popen([bench.BUILD / "benchmarks/connections-probe", HOLDER], stdin=subprocess.PIPE,
                             stdout=subprocess.PIPE, text=True, bufsize=1)
     results = {"ours": [], "ss -tunp": [], "lsof -i -nP": []}
     first = None
     for number in range(wishes.runs):
-        look.stdin.write("look\n")
-        took, told = look.stdout.readline().split()
+        probe.stdin.write("ask\n")
+        took, count = probe.stdout.readline().split()
         # Each socket's remote end is another port, but for those that were accepted: one and the same.
-        if int(told) != wishes.sockets // 2 + 1:
-            sys.exit(f"{told} connections were told of, not {wishes.sockets // 2 + 1}")
+        if int(count) != wishes.sockets // 2 + 1:
+            sys.exit(f"{count} connections were told of, not {wishes.sockets // 2 + 1}")
         first = first or float(took) / 1000
         results["ours"].append(float(took) / 1000)
         took, output = timed(["ss", "-tunp"])
@@ -74,7 +74,7 @@ def main():
         results["lsof -i -nP"].append(took)
         print(f"\r{number + 1} of {wishes.runs}", end="", file=sys.stderr, flush=True)
     print(file=sys.stderr)
-    look.stdin.close()
+    probe.stdin.close()
     holder.stdin.close()
     rows = [[f"milliseconds, {wishes.sockets} sockets", "runs", "median", "95th percentile"]]
     for name, values in results.items():

@@ -24,9 +24,9 @@ struct SystemMonitor::State : std::enable_shared_from_this<SystemMonitor::State>
     /// then.
     template <typename Action>
     auto whileAlive(Action action) {
-        return [weak = weak_from_this(), action = std::move(action)](const auto&... told) {
+        return [weak = weak_from_this(), action = std::move(action)](const auto&... arguments) {
             if (const auto state = weak.lock()) {
-                action(*state, told...);
+                action(*state, arguments...);
             }
         };
     }
@@ -49,8 +49,8 @@ struct SystemMonitor::State : std::enable_shared_from_this<SystemMonitor::State>
         for (const auto& address : systemListeners) {
             listen(address);
         }
-        readings.attribution.start(whileAlive([](State& told, const AttributionTable& table) {
-            told.readings.queue.post(told.whileAlive([table](State& state) {
+        readings.attribution.start(whileAlive([](State& monitor, const AttributionTable& table) {
+            monitor.readings.queue.post(monitor.whileAlive([table](State& state) {
                 state.attributions = table;
                 state.refresh();
             }));

@@ -28,7 +28,7 @@ inline bool isListed(std::string_view name, std::string_view names) {
 }
 
 /// Takes that off the front; false if the text begins otherwise.
-inline bool takeStart(std::string_view& text, std::string_view start) {
+inline bool consumePrefix(std::string_view& text, std::string_view start) {
     if (!text.starts_with(start)) {
         return false;
     }
@@ -38,7 +38,7 @@ inline bool takeStart(std::string_view& text, std::string_view start) {
 
 /// Takes a number off the front; nothing if none stands there or it is too large.
 template <typename Number>
-std::optional<Number> takeNumber(std::string_view& text, int base = 10) {
+std::optional<Number> consumeNumber(std::string_view& text, int base = 10) {
     Number number{};
     const auto [rest, error] =
         std::from_chars(text.data(), text.data() + text.size(), number, base);
@@ -52,7 +52,7 @@ std::optional<Number> takeNumber(std::string_view& text, int base = 10) {
 /// The number that the whole text is; nothing for any other text.
 template <typename Number>
 std::optional<Number> wholeNumber(std::string_view text) {
-    const auto number = takeNumber<Number>(text);
+    const auto number = consumeNumber<Number>(text);
     return text.empty() ? number : std::nullopt;
 }
 

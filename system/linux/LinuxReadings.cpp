@@ -51,7 +51,7 @@ LinuxReadings::~LinuxReadings() {
 }
 
 void LinuxReadings::awaitStreams() {
-    const auto told = std::make_shared<std::promise<void>>();
+    const auto firstList = std::make_shared<std::promise<void>>();
     bool isWaiting = false;
     seams_.loop.runAndWait([&] {
         if (graph_->isConnected()) {
@@ -59,15 +59,15 @@ void LinuxReadings::awaitStreams() {
         }
         useStreams();
         isWaiting = soundServerAnswers();
-        streams_->onChange([this, told, first = true]() mutable {
+        streams_->onChange([this, firstList, first = true]() mutable {
             if (std::exchange(first, false)) {
-                told->set_value();
+                firstList->set_value();
             }
             changed();
         });
     });
     if (isWaiting) {
-        told->get_future().wait_for(std::chrono::duration<double>(firstPicture));
+        firstList->get_future().wait_for(std::chrono::duration<double>(firstPicture));
     }
 }
 

@@ -53,7 +53,7 @@ std::optional<AttributionTable> parseAttributionHistory(std::string_view output)
     return last;
 }
 
-std::optional<std::string> LineBuffer::takeLine() {
+std::optional<std::string> LineBuffer::popLine() {
     const auto end = bytes_.find('\n');
     if (end == std::string::npos) {
         return std::nullopt;

@@ -27,7 +27,7 @@ class LineBuffer {
 public:
     void append(std::string_view chunk) { bytes_.append(chunk); }
     /// The first whole line, without its end, taken out; nothing while there is none.
-    std::optional<std::string> takeLine();
+    std::optional<std::string> popLine();
     /// What has not yet made a line.
     const std::string& rest() const { return bytes_; }
 

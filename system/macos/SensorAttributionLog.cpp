@@ -35,7 +35,7 @@ struct SensorAttributionLog::State : std::enable_shared_from_this<State> {
 
     void receive(const std::string& chunk) {
         buffer.append(chunk);
-        while (const auto line = buffer.takeLine()) {
+        while (const auto line = buffer.popLine()) {
             const auto table = parseAttributionLine(*line);
             // A chunk that was on its way when the log was stopped tells nobody any more.
             if (table && receiver) {

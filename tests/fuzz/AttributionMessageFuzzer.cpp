@@ -17,13 +17,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     LineBuffer cut;
     std::vector<std::string> lines;
     whole.append(text);
-    while (auto line = whole.takeLine()) {
+    while (auto line = whole.popLine()) {
         lines.push_back(std::move(*line));
     }
     std::size_t next = 0;
     for (std::size_t at = 0; at < size; at += 3) {
         cut.append(text.substr(at, 3));
-        while (const auto line = cut.takeLine()) {
+        while (const auto line = cut.popLine()) {
             if (next >= lines.size() || *line != lines[next++]) {
                 std::abort();
             }

@@ -34,7 +34,7 @@ std::string unescape(std::string_view text) {
     return plain;
 }
 
-bool takeEnd(std::string_view& text, std::string_view end) {
+bool consumeSuffix(std::string_view& text, std::string_view end) {
     if (!text.ends_with(end)) {
         return false;
     }
@@ -43,7 +43,7 @@ bool takeEnd(std::string_view& text, std::string_view end) {
 }
 
 /// Takes "-N" off the end, N being whatever makes the unit unique.
-bool takeUniquePart(std::string_view& text) {
+bool consumeUniquePart(std::string_view& text) {
     const auto dash = text.rfind('-');
     if (dash == std::string_view::npos || dash == 0 || dash + 1 == text.size()) {
         return false;
@@ -54,11 +54,11 @@ bool takeUniquePart(std::string_view& text) {
 
 std::optional<CgroupScope> parseUnit(std::string_view unit) {
     using Kind = CgroupScope::Kind;
-    const bool isScope = takeEnd(unit, ".scope");
-    if (!isScope && !takeEnd(unit, ".service")) {
+    const bool isScope = consumeSuffix(unit, ".scope");
+    if (!isScope && !consumeSuffix(unit, ".service")) {
         return std::nullopt;
     }
-    if (takeStart(unit, "snap.")) {
+    if (consumePrefix(unit, "snap.")) {
         const auto dot = unit.find('.');
         if (dot == std::string_view::npos || dot == 0) {
             return std::nullopt;
@@ -69,22 +69,22 @@ std::optional<CgroupScope> parseUnit(std::string_view unit) {
         if (app.size() > uuidLength + 1 && app[app.size() - uuidLength - 1] == '-') {
             app.remove_suffix(uuidLength + 1);
         } else if (isScope) {
-            takeUniquePart(app);
+            consumeUniquePart(app);
         }
         return CgroupScope{
             .kind = Kind::snap, .id = unescape(unit.substr(0, dot)), .app = unescape(app)};
     }
-    if (!takeStart(unit, "app-")) {
+    if (!consumePrefix(unit, "app-")) {
         return std::nullopt;
     }
-    if (isScope && takeStart(unit, "flatpak-")) {
-        if (!takeUniquePart(unit)) {
+    if (isScope && consumePrefix(unit, "flatpak-")) {
+        if (!consumeUniquePart(unit)) {
             return std::nullopt;
         }
         return CgroupScope{.kind = Kind::flatpak, .id = unescape(unit), .app = {}};
     }
     if (isScope) {
-        if (!takeUniquePart(unit)) {
+        if (!consumeUniquePart(unit)) {
             return std::nullopt;
         }
     } else {

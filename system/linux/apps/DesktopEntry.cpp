@@ -15,13 +15,13 @@ constexpr const char* group = "Desktop Entry";
 
 using KeyFile = std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)>;
 
-std::optional<std::string> taken(gchar* text) {
+std::optional<std::string> adopt(gchar* text) {
     const std::unique_ptr<gchar, decltype(&g_free)> owner(text, &g_free);
     return text && *text ? std::optional<std::string>(text) : std::nullopt;
 }
 
 std::optional<std::string> value(const KeyFile& keys, const char* key) {
-    return taken(g_key_file_get_string(keys.get(), group, key, nullptr));
+    return adopt(g_key_file_get_string(keys.get(), group, key, nullptr));
 }
 
 bool flag(const KeyFile& keys, const char* key) {
@@ -105,14 +105,14 @@ std::optional<DesktopEntry> parseDesktopEntry(std::string_view text) {
                                                   G_KEY_FILE_NONE, nullptr) == FALSE) {
         return std::nullopt;
     }
-    auto name = taken(g_key_file_get_locale_string(keys.get(), group, "Name", nullptr, nullptr));
+    auto name = adopt(g_key_file_get_locale_string(keys.get(), group, "Name", nullptr, nullptr));
     if (value(keys, "Type") != "Application" || !name || !showsAnything(*name)) {
         return std::nullopt;
     }
     DesktopEntry entry;
     entry.name = std::move(*name);
     entry.plainName = value(keys, "Name").value_or(entry.name);
-    entry.icon = taken(g_key_file_get_locale_string(keys.get(), group, "Icon", nullptr, nullptr));
+    entry.icon = adopt(g_key_file_get_locale_string(keys.get(), group, "Icon", nullptr, nullptr));
     if (const auto exec = value(keys, "Exec")) {
         entry.command = parseExec(*exec);
     }

@@ -103,7 +103,7 @@ ClientIdentity::Own ClientIdentity::ownOf(const Ends& ends, pid_t claim) const {
     return own;
 }
 
-void ClientIdentity::takeFromDoubtful(std::uint64_t clientEnd) {
+void ClientIdentity::reclaimFromDoubtful(std::uint64_t clientEnd) {
     for (auto& [key, other] : entries_) {
         if (other.clientEnd == clientEnd && other.isDoubtful) {
             other.clientEnd = 0;
@@ -333,7 +333,7 @@ void ClientIdentity::resolveServed(ClientKey client, Entry& entry) {
         entry.isSure = open.empty();
     }
     if (!own.ends.empty()) {
-        takeFromDoubtful(own.ends.front());
+        reclaimFromDoubtful(own.ends.front());
         entry.clientEnd = own.ends.front();
         entry.who = {naming_.identify(own.pid), own.pid};
         entry.isKnown = true;

@@ -91,7 +91,7 @@ private:
         pid_t pid = 0;
     };
     Own ownOf(const std::vector<std::uint64_t>& ends, pid_t claim) const;
-    void takeFromDoubtful(std::uint64_t clientEnd);
+    void reclaimFromDoubtful(std::uint64_t clientEnd);
     /// The one app that holds all of them; nothing if that is several, or none that can be seen.
     std::optional<Who> soleHolder(const std::vector<std::uint64_t>& ends, pid_t preferred) const;
 

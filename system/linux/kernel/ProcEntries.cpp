@@ -9,7 +9,7 @@ namespace velmoran {
 namespace {
 
 /// The next word up to a blank, taken off the front of `rest`.
-std::string_view takeWord(std::string_view& rest) {
+std::string_view consumeWord(std::string_view& rest) {
     rest.remove_prefix(std::min(rest.find_first_not_of(" \t"), rest.size()));
     const auto word = rest.substr(0, rest.find_first_of(" \t\n"));
     rest.remove_prefix(word.size());
@@ -26,16 +26,16 @@ std::optional<ProcStat> parseProcStat(std::string_view text) {
     }
     const auto pid = wholeNumber<pid_t>(text.substr(0, open));
     std::string_view rest = text.substr(close + 2);
-    const auto state = takeWord(rest);
-    const auto parent = wholeNumber<pid_t>(takeWord(rest));
+    const auto state = consumeWord(rest);
+    const auto parent = wholeNumber<pid_t>(consumeWord(rest));
     if (!pid || *pid <= 0 || state.size() != 1 || !parent || *parent < 0) {
         return std::nullopt;
     }
     // The start is the 22nd field; the parent was the 4th.
     for (int field = 5; field < 22; ++field) {
-        takeWord(rest);
+        consumeWord(rest);
     }
-    const auto start = wholeNumber<std::uint64_t>(takeWord(rest));
+    const auto start = wholeNumber<std::uint64_t>(consumeWord(rest));
     if (!start) {
         return std::nullopt;
     }
@@ -80,8 +80,8 @@ std::vector<std::string> parseCgroupPaths(std::string_view text) {
 std::optional<uid_t> parseStatusUid(std::string_view text) {
     std::optional<uid_t> uid;
     eachPiece(text, '\n', [&](std::string_view line) {
-        if (!uid && takeStart(line, "Uid:")) {
-            uid = wholeNumber<uid_t>(takeWord(line));
+        if (!uid && consumePrefix(line, "Uid:")) {
+            uid = wholeNumber<uid_t>(consumeWord(line));
         }
     });
     return uid;
@@ -96,7 +96,7 @@ std::string withoutDeletedMark(std::string_view linkText) {
 }
 
 std::optional<std::uint64_t> socketInode(std::string_view linkText) {
-    if (!takeStart(linkText, "socket:[") || !linkText.ends_with(']')) {
+    if (!consumePrefix(linkText, "socket:[") || !linkText.ends_with(']')) {
         return std::nullopt;
     }
     linkText.remove_suffix(1);

@@ -27,13 +27,13 @@ struct CloseDirectory {
 
 /// True if the folder can be read and isn't empty.
 template <typename Take>
-bool eachEntry(const std::string& path, const Take& take) {
+bool eachEntry(const std::string& path, const Take& visit) {
     const std::unique_ptr<DIR, CloseDirectory> directory(opendir(path.c_str()));
     bool any = false;
     while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
         if (entry->d_name[0] != '.') {
             any = true;
-            take(dirfd(directory.get()), entry->d_name);
+            visit(dirfd(directory.get()), entry->d_name);
         }
     }
     return any;
@@ -177,12 +177,12 @@ std::optional<std::string> ProcFs::workingDirectory(pid_t pid) const {
     return readLinkText(path(pid, "cwd"));
 }
 
-void ProcFs::eachDescriptor(pid_t pid, const TakeEntry& take) const {
-    if (eachEntry(path(pid, "fd"), take)) {
+void ProcFs::eachDescriptor(pid_t pid, const VisitEntry& visit) const {
+    if (eachEntry(path(pid, "fd"), visit)) {
         return;
     }
     if (const auto thread = survivingThread(pid)) {
-        eachEntry(path(*thread, "fd"), take);
+        eachEntry(path(*thread, "fd"), visit);
     }
 }
 

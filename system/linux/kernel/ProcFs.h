@@ -61,9 +61,9 @@ public:
     std::string rootOf(pid_t pid) const { return path(pid, "root"); }
 
     /// An open folder, and the name of a link in it.
-    using TakeEntry = std::function<void(int folder, const char* name)>;
+    using VisitEntry = std::function<void(int folder, const char* name)>;
     /// All open descriptors, in a folder beside which lies "fdinfo".
-    void eachDescriptor(pid_t pid, const TakeEntry& take) const;
+    void eachDescriptor(pid_t pid, const VisitEntry& visit) const;
     /// The inodes of the sockets among them: a busy server's are many thousand.
     std::vector<std::uint64_t> sockets(pid_t pid) const;
 

@@ -8,17 +8,17 @@ namespace velmoran {
 
 std::optional<ProcMapping> parseProcMapping(std::string_view line) {
     const auto skipHexThen = [&](std::string_view sign) {
-        return takeNumber<std::uint64_t>(line, 16) && takeStart(line, sign);
+        return consumeNumber<std::uint64_t>(line, 16) && consumePrefix(line, sign);
     };
     if (!skipHexThen("-") || !skipHexThen(" ")) {
         return std::nullopt;
     }
     constexpr std::size_t permissions = 4;
     line.remove_prefix(std::min(permissions, line.size()));
-    if (!takeStart(line, " ") || !skipHexThen(" ") || !skipHexThen(":") || !skipHexThen(" ")) {
+    if (!consumePrefix(line, " ") || !skipHexThen(" ") || !skipHexThen(":") || !skipHexThen(" ")) {
         return std::nullopt;
     }
-    const auto inode = takeNumber<std::uint64_t>(line);
+    const auto inode = consumeNumber<std::uint64_t>(line);
     if (!inode || (!line.empty() && line.front() != ' ')) {
         return std::nullopt;
     }

@@ -21,7 +21,7 @@ SocketDiag::SocketDiag()
 }
 
 void SocketDiag::dump(const void* request, std::size_t size,
-                      const std::function<bool(const std::byte*, std::size_t)>& take) const {
+                      const std::function<bool(const std::byte*, std::size_t)>& receive) const {
     nlmsghdr header{};
     header.nlmsg_len = static_cast<std::uint32_t>(sizeof header + size);
     header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
@@ -36,7 +36,7 @@ void SocketDiag::dump(const void* request, std::size_t size,
     alignas(nlmsghdr) std::array<std::byte, 32768> answer;
     for (;;) {
         const auto length = ::recv(netlink_.get(), answer.data(), answer.size(), 0);
-        if (length <= 0 || !take(answer.data(), static_cast<std::size_t>(length))) {
+        if (length <= 0 || !receive(answer.data(), static_cast<std::size_t>(length))) {
             return;
         }
     }

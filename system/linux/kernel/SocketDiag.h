@@ -16,16 +16,17 @@ public:
     SocketDiag();
 
     /// `request` is what follows the message's header: the family's request as the kernel has it.
-    /// Each datagram of the answer goes to `take`, until that says false; without an answer none.
+    /// Each datagram of the answer goes to `receive`, until that says false; without an answer
+    /// none.
     template <typename Request>
     void dump(const Request& request,
-              const std::function<bool(const std::byte*, std::size_t)>& take) const {
-        dump(&request, sizeof request, take);
+              const std::function<bool(const std::byte*, std::size_t)>& receive) const {
+        dump(&request, sizeof request, receive);
     }
 
 private:
     void dump(const void* request, std::size_t size,
-              const std::function<bool(const std::byte*, std::size_t)>& take) const;
+              const std::function<bool(const std::byte*, std::size_t)>& receive) const;
 
     Descriptor netlink_;
 };

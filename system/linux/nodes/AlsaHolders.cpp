@@ -35,8 +35,8 @@ pid_t processOf(const std::string& procRoot, std::int32_t thread) {
         readFileUpTo(procRoot + '/' + std::to_string(thread) + "/status", 4096).value_or("");
     pid_t process = 0;
     eachPiece(text, '\n', [&](std::string_view line) {
-        if (takeStart(line, "Tgid:\t")) {
-            process = takeNumber<pid_t>(line).value_or(0);
+        if (consumePrefix(line, "Tgid:\t")) {
+            process = consumeNumber<pid_t>(line).value_or(0);
         }
     });
     return process;

@@ -15,8 +15,8 @@ std::string_view trimmed(std::string_view text) {
 }
 
 /// Takes digits off the front; nothing if none stand there or the number is too large.
-std::optional<int> takeDigits(std::string_view& text) {
-    return text.starts_with('-') ? std::nullopt : takeNumber<int>(text);
+std::optional<int> consumeDigits(std::string_view& text) {
+    return text.starts_with('-') ? std::nullopt : consumeNumber<int>(text);
 }
 
 } // namespace
@@ -35,7 +35,7 @@ AlsaStatus parseAlsaStatus(std::string_view text) {
             // An overrun stops the stream for a moment; the program starts it again or closes it.
             status.isRunning = value == "RUNNING" || value == "DRAINING" || value == "XRUN";
         } else if (key == "owner_pid") {
-            const auto owner = takeDigits(value);
+            const auto owner = consumeDigits(value);
             status.ownerPid = value.empty() ? owner.value_or(0) : 0;
         }
     });
@@ -43,8 +43,8 @@ AlsaStatus parseAlsaStatus(std::string_view text) {
 }
 
 AlsaNode parseAlsaNode(std::string_view fileName) {
-    const auto card = takeStart(fileName, "pcmC") ? takeDigits(fileName) : std::nullopt;
-    const auto device = takeStart(fileName, "D") ? takeDigits(fileName) : std::nullopt;
+    const auto card = consumePrefix(fileName, "pcmC") ? consumeDigits(fileName) : std::nullopt;
+    const auto device = consumePrefix(fileName, "D") ? consumeDigits(fileName) : std::nullopt;
     if (!card || !device || (fileName != "c" && fileName != "p")) {
         return {};
     }

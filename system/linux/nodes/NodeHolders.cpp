@@ -68,7 +68,7 @@ bool anyLine(int folder, const std::string& path,
 bool onlyNames(int folder, const char* descriptor) {
     return anyLine(folder, std::string("../fdinfo/") + descriptor, [](std::string_view line) {
         const auto flags =
-            takeStart(line, "flags:\t") ? takeNumber<unsigned>(line, 8) : std::nullopt;
+            consumePrefix(line, "flags:\t") ? consumeNumber<unsigned>(line, 8) : std::nullopt;
         return (flags.value_or(0) & unsigned{O_PATH}) != 0;
     });
 }

@@ -29,7 +29,7 @@ constexpr unsigned videoMajor = 81; // Documentation/admin-guide/devices.txt
 
 int numberOf(std::string_view path) {
     path.remove_prefix(path.find_last_not_of("0123456789") + 1); // all stays of nothing but digits
-    return takeNumber<int>(path).value_or(0);
+    return consumeNumber<int>(path).value_or(0);
 }
 
 std::string textOf(const char* text) {

@@ -15,10 +15,10 @@ void LinuxConnections::ofApps(std::vector<AppIdentity> apps,
     if (!queue_) {
         queue_ = std::make_unique<ThreadQueue>();
     }
-    queue_->post([this, apps = std::move(apps), done = std::move(done)] { done(look(apps)); });
+    queue_->post([this, apps = std::move(apps), done = std::move(done)] { done(read(apps)); });
 }
 
-Connections::Found LinuxConnections::look(const std::vector<AppIdentity>& apps) const {
+Connections::Found LinuxConnections::read(const std::vector<AppIdentity>& apps) const {
     std::map<std::string, std::vector<std::uint64_t>> sockets;
     for (const auto& app : apps) {
         auto& own = sockets[app.id];

@@ -24,7 +24,7 @@ public:
 
     void ofApps(std::vector<AppIdentity> apps, std::function<void(const Found&)> done) override;
     /// The same here and now.
-    Found look(const std::vector<AppIdentity>& apps) const;
+    Found read(const std::vector<AppIdentity>& apps) const;
 
 private:
     const ProcessesOf processesOf_;

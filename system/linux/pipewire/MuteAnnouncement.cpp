@@ -48,14 +48,14 @@ void MuteAnnouncement::nodeIs(pw_proxy* node, const pw_node_info& info) {
     if (info.props != nullptr) {
         isConcerned_ = isDeviceWithoutRoute(info.props);
     }
-    if (isSettled_ || !isConcerned_) {
+    if (isDecided_ || !isConcerned_) {
         return;
     }
     if (info.state == PW_NODE_STATE_SUSPENDED || info.state == PW_NODE_STATE_IDLE) {
         writeNothing(node);
-        isSettled_ = true;
+        isDecided_ = true;
     } else if (info.state == PW_NODE_STATE_RUNNING) {
-        isSettled_ = true;
+        isDecided_ = true;
     }
 }
 

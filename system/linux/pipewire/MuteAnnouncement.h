@@ -22,7 +22,7 @@ public:
 
 private:
     bool isConcerned_ = false; ///< an audio device without a route
-    bool isSettled_ = false;   ///< it announces itself
+    bool isDecided_ = false;   ///< it announces itself
 };
 
 } // namespace velmoran

@@ -74,7 +74,9 @@ struct LiveCore final : PipeWireCore {
     bool isComplete = false;
     bool isLost = false;
 
-    LiveCore(EventLoop& eventLoop, PipeWireListener& told) : events(eventLoop), listener(told) {}
+    LiveCore(EventLoop& eventLoop, PipeWireListener& receiver)
+        : events(eventLoop),
+          listener(receiver) {}
     LiveCore(const LiveCore&) = delete;
     LiveCore& operator=(const LiveCore&) = delete;
 

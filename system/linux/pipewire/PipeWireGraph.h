@@ -10,7 +10,7 @@
 #include "system/linux/clients/ClientIdentity.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/pipewire/GraphModel.h"
-#include "system/linux/pipewire/PausePatience.h"
+#include "system/linux/pipewire/PauseGrace.h"
 #include "system/linux/pipewire/PipeWireCore.h"
 #include "system/linux/pipewire/ServerSocket.h"
 #include "system/linux/pipewire/UseConfirmation.h"
@@ -121,7 +121,7 @@ private:
     ServerSocket socket_;
     Times times_;
     GraphModel model_;
-    PausePatience pauses_;
+    PauseGrace pauses_;
     ClientIdentity identity_;
     UseHold hold_;
     UseConfirmation confirmation_;

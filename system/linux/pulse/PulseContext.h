@@ -26,12 +26,12 @@ public:
     /// Reads one side of the server. All calls come on the context's thread with its lock held.
     class Listener {
         template <auto>
-        struct Told;
-        template <class Self, class Info, void (Self::*take)(const Info&)>
-        struct Told<take> {
+        struct Callback;
+        template <class Self, class Info, void (Self::*store)(const Info&)>
+        struct Callback<store> {
             static void call(pa_context*, const Info* info, int end, void* data) {
                 auto* self = static_cast<Self*>(data);
-                end == 0 ? (self->*take)(*info) : self->answered();
+                end == 0 ? (self->*store)(*info) : self->answered();
             }
         };
 
@@ -60,10 +60,10 @@ public:
         /// All that was asked has been answered. What is known in between may be half of it.
         virtual void complete() {}
 
-        /// The callback of a question with the listener as its userdata: `take`, a member function
+        /// The callback of a question with the listener as its userdata: `store`, a member function
         /// of the listener's, gets each object that is told of.
-        template <auto take>
-        static constexpr auto toldTo = &Told<take>::call;
+        template <auto store>
+        static constexpr auto callbackTo = &Callback<store>::call;
 
     private:
         friend class PulseContext;

@@ -84,7 +84,7 @@ void PulseMicrophones::connected() {
         [](pa_context* server, const pa_source_info* info, int end, void* data) {
             auto* self = static_cast<PulseMicrophones*>(data);
             if (end == 0) {
-                self->take(*info);
+                self->store(*info);
             } else if (hasTimedOut(server, end > 0)) {
                 self->connected();
             } else {
@@ -124,7 +124,7 @@ void PulseMicrophones::changed(unsigned, unsigned type, std::uint32_t index) {
         [](pa_context*, const pa_source_info* info, int end, void* data) {
             auto* self = static_cast<PulseMicrophones*>(data);
             if (end == 0) {
-                self->take(*info);
+                self->store(*info);
             } else if (!self->isListing_ && self->hasArrived_) {
                 self->beginWaiting();
                 self->tellArrivals();
@@ -133,7 +133,7 @@ void PulseMicrophones::changed(unsigned, unsigned type, std::uint32_t index) {
         this));
 }
 
-void PulseMicrophones::take(const pa_source_info& info) {
+void PulseMicrophones::store(const pa_source_info& info) {
     if (info.monitor_of_sink != PA_INVALID_INDEX) {
         return;
     }

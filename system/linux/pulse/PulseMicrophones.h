@@ -99,7 +99,7 @@ private:
     void disconnected() override;
     void changed(unsigned facility, unsigned type, std::uint32_t index) override;
 
-    void take(const pa_source_info& info);
+    void store(const pa_source_info& info);
     void insist(std::uint32_t index, bool isMuted);
     void tellArrivals();
     bool isMuted(std::uint32_t index, const Source& source) const;

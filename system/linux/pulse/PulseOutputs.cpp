@@ -17,10 +17,10 @@ namespace {
 constexpr const char* noSink = "auto_null";
 // When the default is asked for again, after a sink has come or gone: what the server said about it
 // at that moment may be older than the choice, and it need not say so.
-constexpr std::array<Seconds, 2> secondLooks = {0.3, 1.2};
+constexpr std::array<Seconds, 2> retryDelays = {0.3, 1.2};
 // And then, as long as the default isn't among the sinks that the server has told of.
-constexpr Seconds laterLooks = 3;
-constexpr std::size_t mostLooks = 20;
+constexpr Seconds laterRetryDelay = 3;
+constexpr std::size_t mostRetries = 20;
 
 std::string textOf(const pa_proplist* properties, const char* key) {
     const char* value = pa_proplist_gets(properties, key);
@@ -54,7 +54,7 @@ PulseOutputs::PulseOutputs(PulseContext& pulse, SerialQueue& queue)
 }
 
 PulseOutputs::~PulseOutputs() {
-    pulse_.use([this](pa_context*) { endLooks(); });
+    pulse_.use([this](pa_context*) { stopRetries(); });
     pulse_.remove(*this);
     const std::lock_guard lock(shared_->mutex);
     shared_->onChange = nullptr;
@@ -92,11 +92,11 @@ bool PulseOutputs::setMuted(bool muted, std::uint32_t objectID) {
 void PulseOutputs::preferDefault(const std::string& serverName) {
     pulse_.use([&](pa_context*) {
         preferredSink_ = serverName;
-        if (context() && (!isSettled() || areAtOdds())) {
+        if (context() && (!isDefaultKnown() || areAtOdds())) {
             askForDefault();
             askForSinks();
-            endLooks();
-            lookAgain();
+            stopRetries();
+            retryLater();
         }
         publish();
     });
@@ -110,7 +110,7 @@ void PulseOutputs::onChange(std::function<void()> callback) {
 void PulseOutputs::connected() {
     disconnected();
     askForDefault();
-    ask(pa_context_get_card_info_list(context(), toldTo<&PulseOutputs::takeCard>, this));
+    ask(pa_context_get_card_info_list(context(), callbackTo<&PulseOutputs::storeCard>, this));
     askForSinks();
 }
 
@@ -118,7 +118,7 @@ void PulseOutputs::disconnected() {
     sinks_.clear();
     cards_.clear();
     defaultSink_.clear();
-    endLooks();
+    stopRetries();
     publish();
 }
 
@@ -127,46 +127,46 @@ void PulseOutputs::changed(unsigned facility, unsigned type, std::uint32_t index
     if (facility == PA_SUBSCRIPTION_EVENT_SINK && type != PA_SUBSCRIPTION_EVENT_CHANGE) {
         // A default that was chosen before the sink was listed need not be announced again.
         askForDefault();
-        endLooks();
-        lookAgain();
+        stopRetries();
+        retryLater();
     }
     if (facility == PA_SUBSCRIPTION_EVENT_SERVER) {
         askForDefault();
     } else if (facility == PA_SUBSCRIPTION_EVENT_CARD && isGone) {
         cards_.erase(index);
     } else if (facility == PA_SUBSCRIPTION_EVENT_CARD) {
-        ask(pa_context_get_card_info_by_index(context(), index, toldTo<&PulseOutputs::takeCard>,
-                                              this));
+        ask(pa_context_get_card_info_by_index(context(), index,
+                                              callbackTo<&PulseOutputs::storeCard>, this));
     } else if (isGone) {
         sinks_.erase(index);
         publish();
     } else {
-        ask(pa_context_get_sink_info_by_index(context(), index, toldTo<&PulseOutputs::takeSink>,
-                                              this));
+        ask(pa_context_get_sink_info_by_index(context(), index,
+                                              callbackTo<&PulseOutputs::storeSink>, this));
     }
 }
 
-void PulseOutputs::lookAgain() {
-    nextLook_ =
-        pulse_.after(looks_ < secondLooks.size() ? secondLooks[looks_] : laterLooks, [this] {
-            nextLook_.reset();
-            if (looks_ < secondLooks.size() || (!isSettled() && looks_ < mostLooks)) {
-                lookAgain();
+void PulseOutputs::retryLater() {
+    nextRetry_ = pulse_.after(
+        retries_ < retryDelays.size() ? retryDelays[retries_] : laterRetryDelay, [this] {
+            nextRetry_.reset();
+            if (retries_ < retryDelays.size() || (!isDefaultKnown() && retries_ < mostRetries)) {
+                retryLater();
             }
             askForDefault();
             // A sink that has just come may not have been known yet to who announced it.
             askForSinks();
         });
-    ++looks_;
+    ++retries_;
 }
 
-void PulseOutputs::endLooks() {
-    looks_ = 0;
-    nextLook_.reset();
+void PulseOutputs::stopRetries() {
+    retries_ = 0;
+    nextRetry_.reset();
 }
 
 void PulseOutputs::askForSinks() {
-    ask(pa_context_get_sink_info_list(context(), toldTo<&PulseOutputs::takeSink>, this));
+    ask(pa_context_get_sink_info_list(context(), callbackTo<&PulseOutputs::storeSink>, this));
 }
 
 void PulseOutputs::askForDefault() {
@@ -182,7 +182,7 @@ void PulseOutputs::askForDefault() {
         this));
 }
 
-void PulseOutputs::takeSink(const pa_sink_info& info) {
+void PulseOutputs::storeSink(const pa_sink_info& info) {
     Sink sink;
     sink.serverName = info.name ? info.name : "";
     sink.card = info.card;
@@ -200,7 +200,7 @@ void PulseOutputs::takeSink(const pa_sink_info& info) {
     sinks_[info.index] = std::move(sink);
 }
 
-void PulseOutputs::takeCard(const pa_card_info& info) {
+void PulseOutputs::storeCard(const pa_card_info& info) {
     cards_[info.index] = {textOf(info.proplist, PA_PROP_DEVICE_BUS),
                           textOf(info.proplist, PA_PROP_DEVICE_FORM_FACTOR)};
 }
@@ -224,22 +224,22 @@ bool PulseOutputs::areAtOdds() const {
     return preferredSink_ != defaultSink_ && sinkOf(preferredSink_) && sinkOf(defaultSink_);
 }
 
-bool PulseOutputs::isSettled() const {
+bool PulseOutputs::isDefaultKnown() const {
     const auto& wanted = preferredSink_.empty() ? defaultSink_ : preferredSink_;
     return wanted.empty() || sinkOf(wanted);
 }
 
 void PulseOutputs::publish() {
     Answers answers;
-    const bool isBeingSettled = nextLook_ && looks_ <= secondLooks.size();
+    const bool isRetrying = nextRetry_ && retries_ <= retryDelays.size();
     // The session manager's word can be ahead of the server's news, by which alone a sink that was
     // lost differs from one that was left. They are asked for once more before it counts.
-    const bool canBeBehind = nextLook_ && (looks_ <= 1 || isWaiting());
+    const bool canBeBehind = nextRetry_ && (retries_ <= 1 || isWaiting());
     const auto* shown = sinkOf(shownSink_);
     if (!canBeBehind || !areAtOdds() || !shown || shown->isUnplugged) {
         // Nor is the server's word on the default that follows worth more than the manager's.
         const bool isManagersWord =
-            sinkOf(preferredSink_) || (isBeingSettled && !preferredSink_.empty());
+            sinkOf(preferredSink_) || (isRetrying && !preferredSink_.empty());
         shownSink_ = isManagersWord ? preferredSink_ : defaultSink_;
     }
     for (const auto& [index, sink] : sinks_) {
@@ -268,7 +268,7 @@ void PulseOutputs::publish() {
         const std::lock_guard lock(shared_->mutex);
         // The default has gone and the next one isn't chosen yet: that moment is no lack of
         // outputs.
-        if (!sinkOf(shownSink_) && isBeingSettled && !answers.sinks.empty()) {
+        if (!sinkOf(shownSink_) && isRetrying && !answers.sinks.empty()) {
             answers.current = shared_->answers.current;
         }
         if (answers == shared_->answers) {

@@ -90,13 +90,13 @@ private:
 
     void askForDefault();
     void askForSinks();
-    void lookAgain();
-    void endLooks();
-    void takeSink(const pa_sink_info& info);
-    void takeCard(const pa_card_info& info);
+    void retryLater();
+    void stopRetries();
+    void storeSink(const pa_sink_info& info);
+    void storeCard(const pa_card_info& info);
     const Sink* sinkOf(const std::string& serverName) const;
     /// Whether the default is among the sinks that are known.
-    bool isSettled() const;
+    bool isDefaultKnown() const;
     /// Whether the server and the session manager each call another sink the default.
     bool areAtOdds() const;
     void publish();
@@ -112,8 +112,8 @@ private:
     std::string preferredSink_;                      ///< by the session manager's
     std::string shownSink_;                          ///< the one told of
     std::map<std::string, std::uint32_t> objectIDs_; ///< by the server's name
-    Subscription nextLook_; ///< while it is being settled which sink is the default
-    std::size_t looks_ = 0; ///< how many of them have been begun
+    Subscription nextRetry_;  ///< while it is being settled which sink is the default
+    std::size_t retries_ = 0; ///< how many of them have been begun
 };
 
 } // namespace velmoran

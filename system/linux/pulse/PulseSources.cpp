@@ -74,12 +74,13 @@ void PulseSources::complete() {
 void PulseSources::connected() {
     disconnected();
     hop([](PulseSources& self) { self.server_ = self.findServer(); });
-    ask(pa_context_get_client_info_list(context(), toldTo<&PulseSources::takeListed>, this));
-    ask(pa_context_get_sink_info_list(context(), toldTo<&PulseSources::takeSink>, this));
-    ask(pa_context_get_source_info_list(context(), toldTo<&PulseSources::takeSource>, this));
-    ask(pa_context_get_source_output_info_list(context(), toldTo<&PulseSources::takeRecording>,
+    ask(pa_context_get_client_info_list(context(), callbackTo<&PulseSources::storeListed>, this));
+    ask(pa_context_get_sink_info_list(context(), callbackTo<&PulseSources::storeSink>, this));
+    ask(pa_context_get_source_info_list(context(), callbackTo<&PulseSources::storeSource>, this));
+    ask(pa_context_get_source_output_info_list(context(), callbackTo<&PulseSources::storeRecording>,
                                                this));
-    ask(pa_context_get_sink_input_info_list(context(), toldTo<&PulseSources::takePlayback>, this));
+    ask(pa_context_get_sink_input_info_list(context(), callbackTo<&PulseSources::storePlayback>,
+                                            this));
 }
 
 void PulseSources::disconnected() {
@@ -105,19 +106,20 @@ void PulseSources::changed(unsigned facility, unsigned type, std::uint32_t index
         clientChanged(type, index);
         break;
     case PA_SUBSCRIPTION_EVENT_SINK:
-        follow(model_.sinks, pa_context_get_sink_info_by_index, toldTo<&PulseSources::takeSink>);
+        follow(model_.sinks, pa_context_get_sink_info_by_index,
+               callbackTo<&PulseSources::storeSink>);
         break;
     case PA_SUBSCRIPTION_EVENT_SOURCE:
         follow(model_.sources, pa_context_get_source_info_by_index,
-               toldTo<&PulseSources::takeSource>);
+               callbackTo<&PulseSources::storeSource>);
         break;
     case PA_SUBSCRIPTION_EVENT_SOURCE_OUTPUT:
         follow(model_.recordings, pa_context_get_source_output_info,
-               toldTo<&PulseSources::takeRecording>);
+               callbackTo<&PulseSources::storeRecording>);
         break;
     case PA_SUBSCRIPTION_EVENT_SINK_INPUT:
         follow(model_.playbacks, pa_context_get_sink_input_info,
-               toldTo<&PulseSources::takePlayback>);
+               callbackTo<&PulseSources::storePlayback>);
         break;
     default:
         break;
@@ -134,7 +136,8 @@ void PulseSources::clientChanged(unsigned type, std::uint32_t index) {
         clientCame(index, true);
     }
     if (const auto client = clients_.find(index); client != clients_.end() && !client->second) {
-        ask(pa_context_get_client_info(context(), index, toldTo<&PulseSources::takeClient>, this));
+        ask(pa_context_get_client_info(context(), index, callbackTo<&PulseSources::storeClient>,
+                                       this));
     }
 }
 
@@ -146,16 +149,16 @@ void PulseSources::clientCame(std::uint32_t index, bool isNew) {
     }
 }
 
-void PulseSources::takeListed(const pa_client_info& info) {
+void PulseSources::storeListed(const pa_client_info& info) {
     clientCame(info.index, false);
     clientSpoke(info, true);
 }
 
-void PulseSources::takeClient(const pa_client_info& info) {
+void PulseSources::storeClient(const pa_client_info& info) {
     clientSpoke(info, false);
 }
 
-void PulseSources::takeStreamer(const pa_client_info& info) {
+void PulseSources::storeStreamer(const pa_client_info& info) {
     clientSpoke(info, true);
 }
 
@@ -172,35 +175,35 @@ void PulseSources::clientSpoke(const pa_client_info& info, bool mayBeSilent) {
     });
 }
 
-void PulseSources::takeSink(const pa_sink_info& info) {
+void PulseSources::storeSink(const pa_sink_info& info) {
     model_.sinks[info.index] = {textOf(info.description), std::nullopt,
                                 info.state == PA_SINK_RUNNING};
 }
 
-void PulseSources::takeSource(const pa_source_info& info) {
+void PulseSources::storeSource(const pa_source_info& info) {
     model_.sources[info.index] = {textOf(info.description), indexFrom(info.monitor_of_sink),
                                   info.state == PA_SOURCE_RUNNING};
 }
 
 template <typename Info>
-PulseModel::Stream PulseSources::takeStream(const Info& info, std::uint32_t device) {
+PulseModel::Stream PulseSources::streamFrom(const Info& info, std::uint32_t device) {
     const auto client = indexFrom(info.client);
     if (client) {
         clientCame(*client, true);
         if (!clients_[*client]) {
-            ask(pa_context_get_client_info(context(), *client, toldTo<&PulseSources::takeStreamer>,
-                                           this));
+            ask(pa_context_get_client_info(context(), *client,
+                                           callbackTo<&PulseSources::storeStreamer>, this));
         }
     }
     return {client, indexFrom(info.owner_module), indexFrom(device), info.corked != 0};
 }
 
-void PulseSources::takeRecording(const pa_source_output_info& info) {
-    model_.recordings[info.index] = takeStream(info, info.source);
+void PulseSources::storeRecording(const pa_source_output_info& info) {
+    model_.recordings[info.index] = streamFrom(info, info.source);
 }
 
-void PulseSources::takePlayback(const pa_sink_input_info& info) {
-    model_.playbacks[info.index] = takeStream(info, info.sink);
+void PulseSources::storePlayback(const pa_sink_input_info& info) {
+    model_.playbacks[info.index] = streamFrom(info, info.sink);
 }
 
 // The process at the other end of this program's own connection.

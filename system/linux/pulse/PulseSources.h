@@ -48,15 +48,15 @@ private:
     void clientCame(std::uint32_t index, bool isNew);
     void clientChanged(unsigned type, std::uint32_t index);
     void clientSpoke(const pa_client_info& info, bool mayBeSilent);
-    void takeListed(const pa_client_info& info);
-    void takeClient(const pa_client_info& info);
-    void takeStreamer(const pa_client_info& info);
-    void takeSink(const pa_sink_info& info);
-    void takeSource(const pa_source_info& info);
-    void takeRecording(const pa_source_output_info& info);
-    void takePlayback(const pa_sink_input_info& info);
+    void storeListed(const pa_client_info& info);
+    void storeClient(const pa_client_info& info);
+    void storeStreamer(const pa_client_info& info);
+    void storeSink(const pa_sink_info& info);
+    void storeSource(const pa_source_info& info);
+    void storeRecording(const pa_source_output_info& info);
+    void storePlayback(const pa_sink_input_info& info);
     template <typename Info>
-    PulseModel::Stream takeStream(const Info& info, std::uint32_t device);
+    PulseModel::Stream streamFrom(const Info& info, std::uint32_t device);
 
     void update(const PulseModel& model);
     void forget();

@@ -94,13 +94,13 @@ TEST(AttributionHistory, OfNoLinesGivesNoTable) {
 TEST(LineBuffer, KeepsTheTailOfALineForTheNextChunk) {
     LineBuffer buffer;
     buffer.append("one\ntw");
-    EXPECT_EQ(buffer.takeLine(), "one");
-    EXPECT_FALSE(buffer.takeLine());
+    EXPECT_EQ(buffer.popLine(), "one");
+    EXPECT_FALSE(buffer.popLine());
     EXPECT_EQ(buffer.rest(), "tw");
     buffer.append("o\n\n");
-    EXPECT_EQ(buffer.takeLine(), "two");
-    EXPECT_EQ(buffer.takeLine(), "");
-    EXPECT_FALSE(buffer.takeLine());
+    EXPECT_EQ(buffer.popLine(), "two");
+    EXPECT_EQ(buffer.popLine(), "");
+    EXPECT_FALSE(buffer.popLine());
     EXPECT_EQ(buffer.rest(), "");
 }
 

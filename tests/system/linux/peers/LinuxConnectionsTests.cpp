@@ -102,7 +102,7 @@ private:
 };
 
 std::vector<Connection> ownConnections() {
-    return LinuxConnections(thisProcess).look({app("test")}).at("test");
+    return LinuxConnections(thisProcess).read({app("test")}).at("test");
 }
 
 std::vector<RemoteEnd> ends(const std::vector<std::uint64_t>& inodes) {

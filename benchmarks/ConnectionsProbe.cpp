@@ -1,4 +1,4 @@
-// connections-look APP: for each line of standard input, asks whom the app with that id is talking
+// connections-probe APP: for each line of standard input, asks whom the app with that id is talking
 // to, as the running program does while it uses the microphone, and prints
 //   MICROSECONDS COUNT
 // from the question to the answer, and how many connections it told of.
@@ -15,7 +15,7 @@
 int main(int count, char** arguments) {
     using namespace velmoran;
     if (count != 2) {
-        std::fprintf(stderr, "usage: connections-look APP\n");
+        std::fprintf(stderr, "usage: connections-probe APP\n");
         return 2;
     }
     LinuxAppNames names(LinuxPlaces::ofThisUser());
@@ -33,10 +33,10 @@ int main(int count, char** arguments) {
             const auto own = found.find(app.id);
             answer.set_value(own == found.end() ? 0 : own->second.size());
         });
-        const auto told = answer.get_future().get();
+        const auto peers = answer.get_future().get();
         const std::chrono::duration<double, std::micro> passed =
             std::chrono::steady_clock::now() - begun;
-        std::printf("%.0f %zu\n", passed.count(), told);
+        std::printf("%.0f %zu\n", passed.count(), peers);
         std::fflush(stdout);
     }
     return 0;

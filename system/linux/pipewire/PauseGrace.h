@@ -13,17 +13,17 @@
 
 namespace velmoran {
 
-class PausePatience {
+class PauseGrace {
 public:
     /// `over` is called with the nodes whose pause has lasted for `duration`, those that began to
     /// pause in one turn together, some of which may be gone by then. The scheduler outlives this.
-    PausePatience(Scheduler& scheduler, Seconds duration,
-                  std::function<void(const std::vector<GraphSerial>&)> over);
+    PauseGrace(Scheduler& scheduler, Seconds duration,
+               std::function<void(const std::vector<GraphSerial>&)> over);
 
-    /// The state to count a node as having that was told to be in `told` now, and counted as having
-    /// `before`: `pausing` from the end of its running on, until it runs again or `over` names it.
-    /// Only what is idle pauses. An error, and a device that was closed, are ends.
-    GraphNode::State counted(GraphSerial node, GraphNode::State before, GraphNode::State told);
+    /// The state to count a node as having that was told to be in `reported` now, and counted as
+    /// having `before`: `pausing` from the end of its running on, until it runs again or `over`
+    /// names it. Only what is idle pauses. An error, and a device that was closed, are ends.
+    GraphNode::State counted(GraphSerial node, GraphNode::State before, GraphNode::State reported);
     /// Gives a pause that is over, as `over` is told, its time once more; false if it had that.
     bool prolong(GraphSerial node);
     /// What came at once is over: later pauses have a time of their own.

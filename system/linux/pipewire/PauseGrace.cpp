@@ -1,22 +1,22 @@
-#include "system/linux/pipewire/PausePatience.h"
+#include "system/linux/pipewire/PauseGrace.h"
 
 #include <utility>
 
 namespace velmoran {
 
-PausePatience::PausePatience(Scheduler& scheduler, Seconds duration,
-                             std::function<void(const std::vector<GraphSerial>&)> over)
+PauseGrace::PauseGrace(Scheduler& scheduler, Seconds duration,
+                       std::function<void(const std::vector<GraphSerial>&)> over)
     : scheduler_(scheduler),
       duration_(duration),
       over_(std::move(over)) {}
 
-GraphNode::State PausePatience::counted(GraphSerial node, GraphNode::State before,
-                                        GraphNode::State told) {
+GraphNode::State PauseGrace::counted(GraphSerial node, GraphNode::State before,
+                                     GraphNode::State reported) {
     using State = GraphNode::State;
-    if (told != State::idle) {
+    if (reported != State::idle) {
         pausing_.erase(node);
         prolonged_.erase(node);
-        return told;
+        return reported;
     }
     if (before == State::running && duration_ > 0) {
         begin(node);
@@ -24,7 +24,7 @@ GraphNode::State PausePatience::counted(GraphSerial node, GraphNode::State befor
     return pausing_.contains(node) ? State::pausing : State::idle;
 }
 
-bool PausePatience::prolong(GraphSerial node) {
+bool PauseGrace::prolong(GraphSerial node) {
     if (!prolonged_.insert(node).second) {
         return false;
     }
@@ -32,14 +32,14 @@ bool PausePatience::prolong(GraphSerial node) {
     return true;
 }
 
-void PausePatience::begin(GraphSerial node) {
+void PauseGrace::begin(GraphSerial node) {
     pausing_[node] = turn_;
     if (auto& timer = timers_[turn_]; !timer) {
         timer = scheduler_.after(duration_, [this, turn = turn_] { endTurn(turn); });
     }
 }
 
-void PausePatience::endTurn(unsigned turn) {
+void PauseGrace::endTurn(unsigned turn) {
     std::vector<GraphSerial> ended;
     std::erase_if(pausing_, [&](const auto& each) {
         const bool isOver = each.second == turn;
@@ -59,7 +59,7 @@ void PausePatience::endTurn(unsigned turn) {
     }
 }
 
-void PausePatience::clear() {
+void PauseGrace::clear() {
     pausing_.clear();
     prolonged_.clear();
     timers_.clear();

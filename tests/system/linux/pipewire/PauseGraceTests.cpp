@@ -1,4 +1,4 @@
-#include "system/linux/pipewire/PausePatience.h"
+#include "system/linux/pipewire/PauseGrace.h"
 #include "system/scripted/ScriptedTime.h"
 
 #include <gmock/gmock.h>
@@ -13,24 +13,24 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Nodes = std::vector<GraphSerial>;
 
-struct PausePatienceTest : ::testing::Test {
+struct PauseGraceTest : ::testing::Test {
     ScriptedTime time;
     std::map<GraphSerial, State> counted; ///< as the graph keeps it
     std::vector<Nodes> over;
-    PausePatience patience{time, 0.04, [this](const Nodes& nodes) {
-                               over.push_back(nodes);
-                               for (const auto node : nodes) {
-                                   counted[node] = State::idle;
-                               }
-                           }};
+    PauseGrace grace{time, 0.04, [this](const Nodes& nodes) {
+                         over.push_back(nodes);
+                         for (const auto node : nodes) {
+                             counted[node] = State::idle;
+                         }
+                     }};
 
     State tell(State state, GraphSerial node = 7) {
         const auto before = counted.try_emplace(node, State::creating).first->second;
-        return counted[node] = patience.counted(node, before, state);
+        return counted[node] = grace.counted(node, before, state);
     }
 };
 
-TEST_F(PausePatienceTest, MakesAShortPauseNone) {
+TEST_F(PauseGraceTest, MakesAShortPauseNone) {
     EXPECT_EQ(tell(State::running), State::running);
     EXPECT_EQ(tell(State::idle), State::pausing);
     time.advanceTo(0.039);
@@ -39,7 +39,7 @@ TEST_F(PausePatienceTest, MakesAShortPauseNone) {
     EXPECT_THAT(over, IsEmpty());
 }
 
-TEST_F(PausePatienceTest, EndsALongPauseOnce) {
+TEST_F(PauseGraceTest, EndsALongPauseOnce) {
     tell(State::running);
     tell(State::idle);
     time.advanceTo(0.039);
@@ -51,10 +51,10 @@ TEST_F(PausePatienceTest, EndsALongPauseOnce) {
     EXPECT_EQ(over.size(), 1U);
 }
 
-TEST_F(PausePatienceTest, CanBeProlongedOnce) {
+TEST_F(PauseGraceTest, CanBeProlongedOnce) {
     std::vector<bool> prolonged;
-    PausePatience* asked = nullptr;
-    PausePatience prolonging(time, 0.04, [&](const Nodes& nodes) {
+    PauseGrace* asked = nullptr;
+    PauseGrace prolonging(time, 0.04, [&](const Nodes& nodes) {
         ASSERT_THAT(nodes, ElementsAre(7));
         prolonged.push_back(asked->prolong(7));
     });
@@ -74,14 +74,14 @@ TEST_F(PausePatienceTest, CanBeProlongedOnce) {
     EXPECT_THAT(prolonged, ElementsAre(true, false, true));
 }
 
-TEST_F(PausePatienceTest, CountsNothingAsRunningThatNeverRan) {
+TEST_F(PauseGraceTest, CountsNothingAsRunningThatNeverRan) {
     EXPECT_EQ(tell(State::idle), State::idle);
     EXPECT_EQ(tell(State::suspended), State::suspended);
     EXPECT_EQ(tell(State::idle), State::idle);
     EXPECT_EQ(time.nextDue(), std::nullopt);
 }
 
-TEST_F(PausePatienceTest, HasNoneWithErrorsAndClosedDevices) {
+TEST_F(PauseGraceTest, HasNoneWithErrorsAndClosedDevices) {
     for (const auto end : {State::error, State::suspended, State::creating}) {
         tell(State::running);
         EXPECT_EQ(tell(end), end);
@@ -94,25 +94,25 @@ TEST_F(PausePatienceTest, HasNoneWithErrorsAndClosedDevices) {
     EXPECT_THAT(over, IsEmpty());
 }
 
-TEST_F(PausePatienceTest, IsNotLengthenedByWhatIsToldMeanwhile) {
+TEST_F(PauseGraceTest, IsNotLengthenedByWhatIsToldMeanwhile) {
     tell(State::running);
     tell(State::idle);
     time.advanceTo(0.03);
-    patience.turnEnded();
+    grace.turnEnded();
     EXPECT_EQ(tell(State::idle), State::pausing);
     time.advanceTo(0.04);
     EXPECT_THAT(over, ElementsAre(ElementsAre(7)));
 }
 
-TEST_F(PausePatienceTest, BeginsAnewWithEachPause) {
+TEST_F(PauseGraceTest, BeginsAnewWithEachPause) {
     tell(State::running);
     for (int turn = 1; turn <= 100; ++turn) {
         EXPECT_EQ(tell(State::idle), State::pausing);
         time.advanceBy(0.03);
-        patience.turnEnded();
+        grace.turnEnded();
         EXPECT_EQ(tell(State::running), State::running);
         time.advanceBy(0.005);
-        patience.turnEnded();
+        grace.turnEnded();
     }
     EXPECT_THAT(over, IsEmpty());
     tell(State::idle);
@@ -122,12 +122,12 @@ TEST_F(PausePatienceTest, BeginsAnewWithEachPause) {
     EXPECT_EQ(over.size(), 1U);
 }
 
-TEST_F(PausePatienceTest, BeginsAnewWithinATurn) {
+TEST_F(PauseGraceTest, BeginsAnewWithinATurn) {
     tell(State::running);
     tell(State::idle);
     tell(State::running);
     time.advanceTo(0.02);
-    patience.turnEnded();
+    grace.turnEnded();
     tell(State::idle);
     time.advanceTo(0.04);
     EXPECT_THAT(over, IsEmpty());
@@ -135,12 +135,12 @@ TEST_F(PausePatienceTest, BeginsAnewWithinATurn) {
     EXPECT_THAT(over, ElementsAre(ElementsAre(7)));
 }
 
-TEST_F(PausePatienceTest, EndsManyThatPauseAtOnceAtOnce) {
+TEST_F(PauseGraceTest, EndsManyThatPauseAtOnceAtOnce) {
     for (GraphSerial node = 1; node <= 100; ++node) {
         tell(State::running, node);
         tell(State::idle, node);
     }
-    patience.turnEnded();
+    grace.turnEnded();
     time.advanceTo(0.01);
     tell(State::running, 200);
     tell(State::idle, 200);
@@ -153,20 +153,20 @@ TEST_F(PausePatienceTest, EndsManyThatPauseAtOnceAtOnce) {
     EXPECT_THAT(over[1], ElementsAre(200));
 }
 
-TEST_F(PausePatienceTest, WaitsForNothingWhenNothingPauses) {
+TEST_F(PauseGraceTest, WaitsForNothingWhenNothingPauses) {
     tell(State::running);
     tell(State::idle);
     tell(State::running);
     time.advanceTo(1);
     EXPECT_EQ(time.nextDue(), std::nullopt);
     tell(State::idle);
-    patience.clear();
+    grace.clear();
     EXPECT_EQ(time.nextDue(), std::nullopt);
-    EXPECT_EQ(patience.counted(7, State::creating, State::idle), State::idle);
+    EXPECT_EQ(grace.counted(7, State::creating, State::idle), State::idle);
 }
 
-TEST_F(PausePatienceTest, CanBeSwitchedOff) {
-    PausePatience none(time, 0, [](const Nodes&) { FAIL(); });
+TEST_F(PauseGraceTest, CanBeSwitchedOff) {
+    PauseGrace none(time, 0, [](const Nodes&) { FAIL(); });
     EXPECT_EQ(none.counted(7, State::running, State::idle), State::idle);
     EXPECT_EQ(time.nextDue(), std::nullopt);
 }
