@@ -32,7 +32,7 @@ std::vector<AppIdentity> stoppableApps(const std::vector<UsageSession>& open) {
     return apps;
 }
 
-std::vector<AppIdentity> appsMeant(std::string_view text, const std::vector<AppIdentity>& apps) {
+std::vector<AppIdentity> matchingApps(std::string_view text, const std::vector<AppIdentity>& apps) {
     const std::vector<std::function<bool(const AppIdentity&)>> ways = {
         [&](const AppIdentity& app) { return app.id == text; },
         [&](const AppIdentity& app) { return app.bundleID == text || app.path == text; },
@@ -49,8 +49,8 @@ std::vector<AppIdentity> appsMeant(std::string_view text, const std::vector<AppI
     return meant;
 }
 
-std::string choiceComplaint(const std::string& text, const std::vector<AppIdentity>& meant,
-                            const std::vector<AppIdentity>& apps) {
+std::string choiceError(const std::string& text, const std::vector<AppIdentity>& meant,
+                        const std::vector<AppIdentity>& apps) {
     if (!meant.empty()) {
         return words().text("“%@” may be any of these: %@. Name it by what stands in brackets.",
                             {text, words().list(namesWithIDs(meant))});

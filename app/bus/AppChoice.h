@@ -15,11 +15,11 @@ std::vector<AppIdentity> stoppableApps(const std::vector<UsageSession>& open);
 /// Those that `text` means, of apps that differ: by id, or else by bundle identifier or path, or
 /// else by name, or else by name with the case ignored. More than one only if they can't be told
 /// apart by that.
-std::vector<AppIdentity> appsMeant(std::string_view text, const std::vector<AppIdentity>& apps);
+std::vector<AppIdentity> matchingApps(std::string_view text, const std::vector<AppIdentity>& apps);
 
 /// Why `text` chooses no app, in the language of the process-wide words; `meant` is what
-/// `appsMeant` gave, none or several.
-std::string choiceComplaint(const std::string& text, const std::vector<AppIdentity>& meant,
-                            const std::vector<AppIdentity>& apps);
+/// `matchingApps` gave, none or several.
+std::string choiceError(const std::string& text, const std::vector<AppIdentity>& meant,
+                        const std::vector<AppIdentity>& apps);
 
 } // namespace velmoran

@@ -71,10 +71,10 @@ void BusRequests::stop(sd_bus_message* call) {
         return;
     }
     const auto apps = stoppableApps(*model_.openSessions);
-    const auto meant = appsMeant(given, apps);
+    const auto meant = matchingApps(given, apps);
     if (meant.size() != 1) {
         send_(bus::refusalOf(call, meant.empty() ? bus::notInUse : bus::ambiguous,
-                             choiceComplaint(given, meant, apps)));
+                             choiceError(given, meant, apps)));
     } else if (mayStop(call)) {
         stopCall_.reset(sd_bus_message_ref(call));
         model_.stop(meant.front());

@@ -64,7 +64,7 @@ void MuteKeeper::noteInEffect(const MuteAnswer& answer) {
     setCardsRight(answer);
 }
 
-StopResult MuteKeeper::kept(StopResult result) {
+StopResult MuteKeeper::withCurrentMute(StopResult result) {
     if (result.microphoneMuted && lateMute_) {
         result.microphoneMuted = true;
         result.unmutableMicrophones = lateMute_->unmutable;
@@ -79,7 +79,7 @@ StopResult MuteKeeper::kept(StopResult result) {
     return result;
 }
 
-void MuteKeeper::setRightLater(const Uuid& card, Correct correct) {
+void MuteKeeper::correctLater(const Uuid& card, Correct correct) {
     std::erase_if(dueCards_, [this](const Due& due) { return !seams_.notices.item(due.card); });
     if (isMuteDue_) {
         dueCards_.push_back({card, std::move(correct)});

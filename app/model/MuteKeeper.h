@@ -41,10 +41,10 @@ public:
     void mute(std::function<void(const MuteOutcome&)> done) override;
     /// What a stop says of the microphone when it is over: the mute has come first, and since then
     /// it can have taken effect late, or the user can have undone it. One that stands is kept up.
-    StopResult kept(StopResult result);
+    StopResult withCurrentMute(StopResult result);
     /// A card says what came of the last mute. If no server has answered to that one, `correct` is
     /// called once when it takes effect after all and the card is still there.
-    void setRightLater(const Uuid& card, Correct correct);
+    void correctLater(const Uuid& card, Correct correct);
 
     void unmute();
     /// Keeps up the mute of another program that shares the settings, if there is one.

@@ -132,7 +132,7 @@ void StopFlow::noteEnd(const UsageSession& session) {
 
 void StopFlow::finish(const StopResult& answer, const std::function<void()>& retry) {
     seams_.isStopping.set(false);
-    const auto result = seams_.mute.kept(answer);
+    const auto result = seams_.mute.withCurrentMute(answer);
     seams_.engine.markStoppedByUser(result.stoppedSessionIDs);
     // An app that goes mostly takes its sessions with it before the closer has seen that it went.
     auto stopped = std::exchange(endedInStop_, {});
@@ -147,7 +147,7 @@ void StopFlow::finish(const StopResult& answer, const std::function<void()>& ret
     const ResultCard shown{.result = result, .id = Uuid::random(), .retry = retry};
     showResult(shown);
     if (result.microphoneMuted) {
-        seams_.mute.setRightLater(shown.id, [this, shown](const MuteOutcome& mute) {
+        seams_.mute.correctLater(shown.id, [this, shown](const MuteOutcome& mute) {
             auto right = shown;
             right.result.microphoneMuted = true;
             right.result.unmutableMicrophones = mute.unmutable;

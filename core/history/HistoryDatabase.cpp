@@ -222,7 +222,7 @@ void HistoryDatabase::open(const fs::path& file) {
     }
 }
 
-void HistoryDatabase::emptyLog() noexcept {
+void HistoryDatabase::checkpoint() noexcept {
     sqlite3_wal_checkpoint_v2(sqlite_->getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
                               nullptr);
 }
@@ -235,7 +235,7 @@ bool HistoryDatabase::isGone() noexcept {
 }
 
 void HistoryDatabase::leaveSideFiles() noexcept {
-    emptyLog();
+    checkpoint();
     setFoldingAtClose(*sqlite_, false);
 }
 

@@ -19,7 +19,7 @@ public:
 
     /// Moves what stands in the write-ahead log into the file and empties the log, so that deleted
     /// content is gone from the disk. Does nothing if that can't be done now.
-    void emptyLog() noexcept;
+    void checkpoint() noexcept;
 
     /// The file was deleted, moved away or replaced: what is written from here on is lost.
     bool isGone() noexcept;

@@ -165,7 +165,7 @@ void HistoryStore::prune(Timestamp before) {
         payloads_ = nullptr;
     }
     if (sessions > 0 || reports > 0) {
-        open_->database.emptyLog();
+        open_->database.checkpoint();
     }
 }
 
@@ -187,7 +187,7 @@ void HistoryStore::deleteAll() {
     if (reports) {
         payloads_ = nullptr;
     }
-    open_->database.emptyLog();
+    open_->database.checkpoint();
 }
 
 /// The number of changed rows; nothing if the statement failed and left the transaction alive.

@@ -275,7 +275,7 @@ bool AppTermination::waitForKnown() const {
                                     [](const HeldProcess& process) { return !process.isGone(); });
     return stage_ == Stage::forced && left <= mostWaitedFor &&
            std::all_of(held_.begin(), held_.end(),
-                       [](const HeldProcess& process) { return process.ends(patience); });
+                       [](const HeldProcess& process) { return process.waitForEnd(patience); });
 }
 
 std::vector<pid_t> ownAncestors(const ProcFs& proc) {

@@ -17,10 +17,10 @@ std::optional<HeldProcess> HeldProcess::hold(pid_t pid) {
 }
 
 bool HeldProcess::isGone() const {
-    return ends(std::chrono::milliseconds(0));
+    return waitForEnd(std::chrono::milliseconds(0));
 }
 
-bool HeldProcess::ends(std::chrono::milliseconds patience) const {
+bool HeldProcess::waitForEnd(std::chrono::milliseconds patience) const {
     pollfd end{.fd = descriptor_.get(), .events = POLLIN, .revents = 0};
     if (::poll(&end, 1, static_cast<int>(patience.count())) == 1 && (end.revents & POLLIN) != 0) {
         return true;

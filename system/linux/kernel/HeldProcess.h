@@ -22,7 +22,7 @@ public:
     /// that may not be signalled isn't gone.
     bool isGone() const;
     /// The same, waiting that long for it at most.
-    bool ends(std::chrono::milliseconds patience) const;
+    bool waitForEnd(std::chrono::milliseconds patience) const;
     /// False if it is gone or may not be signalled. Number 0 only asks.
     bool signal(int number) const;
     /// Its process id for as long as it isn't gone.

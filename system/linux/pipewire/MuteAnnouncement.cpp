@@ -44,7 +44,7 @@ void writeNothing(pw_proxy* node) {
 
 } // namespace
 
-void MuteAnnouncement::nodeIs(pw_proxy* node, const pw_node_info& info) {
+void MuteAnnouncement::nodeChanged(pw_proxy* node, const pw_node_info& info) {
     if (info.props != nullptr) {
         isConcerned_ = isDeviceWithoutRoute(info.props);
     }

@@ -18,7 +18,7 @@ public:
     /// To be called with all that the server tells of the node. Once in its life, while it doesn't
     /// run, the node is told something that changes nothing but makes it announce itself from then
     /// on as it is: muted or not, and by whomever.
-    void nodeIs(pw_proxy* node, const pw_node_info& info);
+    void nodeChanged(pw_proxy* node, const pw_node_info& info);
 
 private:
     bool isConcerned_ = false; ///< an audio device without a route

@@ -10,8 +10,8 @@ PauseGrace::PauseGrace(Scheduler& scheduler, Seconds duration,
       duration_(duration),
       over_(std::move(over)) {}
 
-GraphNode::State PauseGrace::counted(GraphSerial node, GraphNode::State before,
-                                     GraphNode::State reported) {
+GraphNode::State PauseGrace::effectiveState(GraphSerial node, GraphNode::State before,
+                                            GraphNode::State reported) {
     using State = GraphNode::State;
     if (reported != State::idle) {
         pausing_.erase(node);

@@ -23,7 +23,8 @@ public:
     /// The state to count a node as having that was told to be in `reported` now, and counted as
     /// having `before`: `pausing` from the end of its running on, until it runs again or `over`
     /// names it. Only what is idle pauses. An error, and a device that was closed, are ends.
-    GraphNode::State counted(GraphSerial node, GraphNode::State before, GraphNode::State reported);
+    GraphNode::State effectiveState(GraphSerial node, GraphNode::State before,
+                                    GraphNode::State reported);
     /// Gives a pause that is over, as `over` is told, its time once more; false if it had that.
     bool prolong(GraphSerial node);
     /// What came at once is over: later pauses have a time of their own.

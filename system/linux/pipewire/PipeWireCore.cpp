@@ -179,7 +179,7 @@ struct LiveCore final : PipeWireCore {
     static void onDone(void* data, std::uint32_t id, int sequence) {
         auto* self = static_cast<LiveCore*>(data);
         if (id == PW_ID_CORE && sequence == self->metadataSequence && !self->hasDefaultOutput) {
-            self->listener.defaultOutputIs({});
+            self->listener.defaultOutputChanged({});
         }
         if (id != PW_ID_CORE || sequence != self->syncSequence || self->isComplete) {
             return;
@@ -228,7 +228,7 @@ struct LiveCore final : PipeWireCore {
             }
             self->listener.nodeAppeared(numberIn<std::uint32_t>(props, PW_KEY_CLIENT_ID));
         } else if (kind == PW_TYPE_INTERFACE_Port) {
-            self->listener.portIs({id, *serial, textIn(props, PW_KEY_PORT_MONITOR) == "true"});
+            self->listener.portChanged({id, *serial, textIn(props, PW_KEY_PORT_MONITOR) == "true"});
         } else if (kind == PW_TYPE_INTERFACE_Link) {
             static const pw_link_events linkEvents{.version = PW_VERSION_LINK_EVENTS,
                                                    .info = onLinkInfo};
@@ -239,7 +239,7 @@ struct LiveCore final : PipeWireCore {
         } else if (kind == PW_TYPE_INTERFACE_Metadata &&
                    textIn(props, PW_KEY_METADATA_NAME) == "default") {
             self->defaultMetadata = id;
-            self->listener.sessionManagerIs(true);
+            self->listener.sessionManagerChanged(true);
             self->readMetadata();
         }
     }
@@ -254,8 +254,8 @@ struct LiveCore final : PipeWireCore {
         }
         if (self->defaultMetadata == id) {
             self->defaultMetadata.reset();
-            self->listener.sessionManagerIs(false);
-            self->listener.defaultOutputIs({});
+            self->listener.sessionManagerChanged(false);
+            self->listener.defaultOutputChanged({});
         }
         self->listener.objectRemoved(id);
     }
@@ -306,7 +306,7 @@ struct LiveCore final : PipeWireCore {
             const auto name = choice.is_object() ? choice.find("name") : choice.end();
             auto* self = static_cast<Bound*>(data)->owner;
             self->hasDefaultOutput = true;
-            self->listener.defaultOutputIs(
+            self->listener.defaultOutputChanged(
                 name != choice.end() && name->is_string() ? name->get<std::string>() : "");
         }
         return 0;
@@ -356,14 +356,14 @@ struct LiveCore final : PipeWireCore {
     static void onNodeInfo(void* data, const pw_node_info* info) {
         auto* object = static_cast<Bound*>(data);
         update(object->node, *info);
-        object->mute.nodeIs(object->proxy, *info);
-        object->owner->listener.nodeIs(object->node);
+        object->mute.nodeChanged(object->proxy, *info);
+        object->owner->listener.nodeChanged(object->node);
     }
 
     static void onLinkInfo(void* data, const pw_link_info* info) {
         auto* object = static_cast<Bound*>(data);
         update(object->link, *info);
-        object->owner->listener.linkIs(object->link);
+        object->owner->listener.linkChanged(object->link);
     }
 };
 

@@ -26,15 +26,15 @@ public:
                                  bool saysPulse) = 0;
     virtual void nodeAppeared(std::optional<std::uint32_t> clientID) = 0;
     /// State, or anything else of it, is now so. Comes first when the server has told its state.
-    virtual void nodeIs(const GraphNode& node) = 0;
-    virtual void portIs(const GraphPort& port) = 0;
-    virtual void linkIs(const GraphLink& link) = 0;
+    virtual void nodeChanged(const GraphNode& node) = 0;
+    virtual void portChanged(const GraphPort& port) = 0;
+    virtual void linkChanged(const GraphLink& link) = 0;
     /// Any object by its short id, also one of a kind that was never told of.
     virtual void objectRemoved(std::uint32_t id) = 0;
     /// The session manager, which makes devices and links, has come to the graph or left it.
-    virtual void sessionManagerIs(bool present) = 0;
+    virtual void sessionManagerChanged(bool present) = 0;
     /// The name of the node that sound goes to by default; empty when none is chosen.
-    virtual void defaultOutputIs(const std::string& nodeName) = 0;
+    virtual void defaultOutputChanged(const std::string& nodeName) = 0;
     /// Everything that was there at the connection's begin has been told.
     virtual void pictureIsComplete() = 0;
     /// The server has gone. Nothing else comes.

@@ -120,7 +120,7 @@ void PipeWireGraph::disconnect() {
     core_.reset();
     isComplete_ = false;
     isLost_ = false;
-    defaultOutputIs({});
+    defaultOutputChanged({});
     model_.clear();
     pauses_.clear();
     identity_.clear();
@@ -154,13 +154,13 @@ void PipeWireGraph::nodeAppeared(std::optional<std::uint32_t> clientID) {
     }
 }
 
-void PipeWireGraph::nodeIs(const GraphNode& node) {
+void PipeWireGraph::nodeChanged(const GraphNode& node) {
     auto counted = node;
     const auto client = node.clientID ? model_.clientWithID(*node.clientID) : std::nullopt;
     // What a PulseAudio client does while it starts, its confirmation sees to.
     if (!client || !identity_.isServed(*client)) {
         const auto* known = model_.node(node.serial);
-        counted.state = pauses_.counted(
+        counted.state = pauses_.effectiveState(
             node.serial, known != nullptr ? known->state : GraphNode::State::creating, node.state);
     }
     model_.setNode(std::move(counted));
@@ -188,7 +188,7 @@ void PipeWireGraph::objectRemoved(std::uint32_t id) {
     model_.remove(id);
 }
 
-void PipeWireGraph::sessionManagerIs(bool present) {
+void PipeWireGraph::sessionManagerChanged(bool present) {
     if (!isComplete_) {
         return;
     }

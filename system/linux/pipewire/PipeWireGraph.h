@@ -86,12 +86,14 @@ private:
     void clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
                          bool saysPulse) override;
     void nodeAppeared(std::optional<std::uint32_t> clientID) override;
-    void nodeIs(const GraphNode& node) override;
-    void portIs(const GraphPort& port) override { model_.setPort(port); }
-    void linkIs(const GraphLink& link) override { model_.setLink(link); }
+    void nodeChanged(const GraphNode& node) override;
+    void portChanged(const GraphPort& port) override { model_.setPort(port); }
+    void linkChanged(const GraphLink& link) override { model_.setLink(link); }
     void objectRemoved(std::uint32_t id) override;
-    void sessionManagerIs(bool present) override;
-    void defaultOutputIs(const std::string& nodeName) override { defaultOutput_.set(nodeName); }
+    void sessionManagerChanged(bool present) override;
+    void defaultOutputChanged(const std::string& nodeName) override {
+        defaultOutput_.set(nodeName);
+    }
     void pictureIsComplete() override;
     void serverLost() override { isLost_ = true; }
     void turnEnded() override;

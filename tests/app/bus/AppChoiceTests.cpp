@@ -35,29 +35,29 @@ TEST(AppChoice, TakesEachAppOnceAndNoneThatOnlyPlays) {
 }
 
 TEST(AppChoice, PrefersTheIdThenThePathThenTheName) {
-    EXPECT_EQ(appsMeant("zoom", apps), (std::vector<AppIdentity>{apps[3]}));
-    EXPECT_EQ(appsMeant("/home/zoom", apps), (std::vector<AppIdentity>{apps[1]}));
-    EXPECT_EQ(appsMeant("Meet", apps), (std::vector<AppIdentity>{apps[2]}));
-    EXPECT_EQ(appsMeant("mEET", apps), (std::vector<AppIdentity>{apps[2]}));
+    EXPECT_EQ(matchingApps("zoom", apps), (std::vector<AppIdentity>{apps[3]}));
+    EXPECT_EQ(matchingApps("/home/zoom", apps), (std::vector<AppIdentity>{apps[1]}));
+    EXPECT_EQ(matchingApps("Meet", apps), (std::vector<AppIdentity>{apps[2]}));
+    EXPECT_EQ(matchingApps("mEET", apps), (std::vector<AppIdentity>{apps[2]}));
 }
 
 TEST(AppChoice, GivesAllThatCanNotBeToldApart) {
-    EXPECT_EQ(appsMeant("Zoom", apps), (std::vector<AppIdentity>{apps[0], apps[1]}));
+    EXPECT_EQ(matchingApps("Zoom", apps), (std::vector<AppIdentity>{apps[0], apps[1]}));
 }
 
 TEST(AppChoice, GivesNoneForWhatIsNoApp) {
     for (const auto* text : {"", "Zo", "Zoom ", "\xFF\xFE", "*"}) {
-        EXPECT_TRUE(appsMeant(text, apps).empty()) << text;
+        EXPECT_TRUE(matchingApps(text, apps).empty()) << text;
     }
 }
 
 TEST(AppChoice, NamesWhatThereIs) {
-    EXPECT_EQ(choiceComplaint("Zoom", appsMeant("Zoom", apps), apps),
+    EXPECT_EQ(choiceError("Zoom", matchingApps("Zoom", apps), apps),
               "“Zoom” may be any of these: Zoom (org.a.Zoom) and Zoom (org.b.Zoom). Name it by "
               "what stands in brackets.");
-    EXPECT_EQ(choiceComplaint("Fox", {}, {apps[2]}),
+    EXPECT_EQ(choiceError("Fox", {}, {apps[2]}),
               "“Fox” isn't using the camera or microphone. These are: Meet (meet).");
-    EXPECT_EQ(choiceComplaint("Fox", {}, {}),
+    EXPECT_EQ(choiceError("Fox", {}, {}),
               "“Fox” isn't using the camera or microphone. Nothing is.");
 }
 

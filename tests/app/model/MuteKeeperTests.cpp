@@ -85,7 +85,7 @@ struct MuteKeeperTest : ::testing::Test {
     StopResult kept(bool isMuted) {
         StopResult result;
         result.microphoneMuted = isMuted;
-        return keeper->kept(result);
+        return keeper->withCurrentMute(result);
     }
 };
 
@@ -130,9 +130,9 @@ TEST_F(MuteKeeperTest, TakesUpAMuteThatTookEffectLateAndSetsItsCardRight) {
     const auto standing = card();
     const auto gone = card();
     int right = 0;
-    keeper->setRightLater(standing,
-                          [&](const MuteOutcome& outcome) { right += outcome.mutedCount; });
-    keeper->setRightLater(gone, [&](const MuteOutcome&) { ADD_FAILURE() << "it has gone"; });
+    keeper->correctLater(standing,
+                         [&](const MuteOutcome& outcome) { right += outcome.mutedCount; });
+    keeper->correctLater(gone, [&](const MuteOutcome&) { ADD_FAILURE() << "it has gone"; });
     notices.dismiss(gone);
     answerLate(0, muted(3));
     EXPECT_EQ(right, 3);
@@ -146,7 +146,7 @@ TEST_F(MuteKeeperTest, TakesUpAMuteThatTookEffectLateAndSetsItsCardRight) {
 TEST_F(MuteKeeperTest, SetsNothingRightWhereTheServerHasAnswered) {
     mute();
     answer(0, muted(0));
-    keeper->setRightLater(card(), [](const MuteOutcome&) { ADD_FAILURE(); });
+    keeper->correctLater(card(), [](const MuteOutcome&) { ADD_FAILURE(); });
     mute();
     answer(1, muted(1));
 }

@@ -26,7 +26,7 @@ struct PauseGraceTest : ::testing::Test {
 
     State tell(State state, GraphSerial node = 7) {
         const auto before = counted.try_emplace(node, State::creating).first->second;
-        return counted[node] = grace.counted(node, before, state);
+        return counted[node] = grace.effectiveState(node, before, state);
     }
 };
 
@@ -59,17 +59,17 @@ TEST_F(PauseGraceTest, CanBeProlongedOnce) {
         prolonged.push_back(asked->prolong(7));
     });
     asked = &prolonging;
-    EXPECT_EQ(prolonging.counted(7, State::running, State::idle), State::pausing);
+    EXPECT_EQ(prolonging.effectiveState(7, State::running, State::idle), State::pausing);
     time.advanceTo(0.04);
     EXPECT_THAT(prolonged, ElementsAre(true));
-    EXPECT_EQ(prolonging.counted(7, State::pausing, State::idle), State::pausing);
+    EXPECT_EQ(prolonging.effectiveState(7, State::pausing, State::idle), State::pausing);
     time.advanceTo(0.08);
     EXPECT_THAT(prolonged, ElementsAre(true, false));
-    EXPECT_EQ(prolonging.counted(7, State::idle, State::idle), State::idle);
+    EXPECT_EQ(prolonging.effectiveState(7, State::idle, State::idle), State::idle);
     time.advanceTo(1);
     EXPECT_EQ(prolonged.size(), 2U);
     // The next pause may be prolonged again.
-    EXPECT_EQ(prolonging.counted(7, State::running, State::idle), State::pausing);
+    EXPECT_EQ(prolonging.effectiveState(7, State::running, State::idle), State::pausing);
     time.advanceTo(1.04);
     EXPECT_THAT(prolonged, ElementsAre(true, false, true));
 }
@@ -162,12 +162,12 @@ TEST_F(PauseGraceTest, WaitsForNothingWhenNothingPauses) {
     tell(State::idle);
     grace.clear();
     EXPECT_EQ(time.nextDue(), std::nullopt);
-    EXPECT_EQ(grace.counted(7, State::creating, State::idle), State::idle);
+    EXPECT_EQ(grace.effectiveState(7, State::creating, State::idle), State::idle);
 }
 
 TEST_F(PauseGraceTest, CanBeSwitchedOff) {
     PauseGrace none(time, 0, [](const Nodes&) { FAIL(); });
-    EXPECT_EQ(none.counted(7, State::running, State::idle), State::idle);
+    EXPECT_EQ(none.effectiveState(7, State::running, State::idle), State::idle);
     EXPECT_EQ(time.nextDue(), std::nullopt);
 }
 
