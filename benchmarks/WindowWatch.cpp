@@ -34,7 +34,7 @@ public:
 
     // A window is looked at from its birth, so that its own mapping is told also when a window
     // manager has put it into a frame by then.
-    void lookAt(std::uint32_t window) {
+    void watchWindow(std::uint32_t window) {
         const std::uint32_t events =
             XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
         xcb_change_window_attributes(server_.connection(), window, XCB_CW_EVENT_MASK, &events);
@@ -42,7 +42,7 @@ public:
 
     /// On a busy machine it can be on the screen, inside a tray even, before it is looked at.
     void bornWindow(std::uint32_t window) {
-        lookAt(window);
+        watchWindow(window);
         auto* connection = server_.connection();
         auto* attributes = xcb_get_window_attributes_reply(
             connection, xcb_get_window_attributes(connection, window), nullptr);
@@ -93,9 +93,9 @@ int run(const std::string& windowClass) {
     }
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     Watch watch(server, windowClass);
-    watch.lookAt(server.root());
+    watch.watchWindow(server.root());
     for (const auto window : server.visibleWindows(windowClass)) {
-        watch.lookAt(window);
+        watch.watchWindow(window);
         watch.mapped(now(), window);
     }
     std::printf("%lld ready\n", now());

@@ -144,12 +144,12 @@ TEST_F(Ctl, GivesTheNumberOfAClosedStreamToNothingElse) {
 TEST_F(Ctl, WatchesARecordingInWords) {
     auto child = ctl({"watch", "--demo", recording()});
     ASSERT_EQ(child.wait(), 0) << child.errors();
-    const auto told = lines(child.output());
-    ASSERT_EQ(told.size(), 6U);
+    const auto printed = lines(child.output());
+    ASSERT_EQ(printed.size(), 6U);
     const std::regex on(R"(\d\d:\d\d:\d\d  Meet turned on the microphone)");
     const std::regex off(R"(\d\d:\d\d:\d\d  Meet turned off the microphone \(0 s\))");
-    for (std::size_t i = 0; i < told.size(); ++i) {
-        EXPECT_TRUE(std::regex_match(told[i], i % 2 == 0 ? on : off)) << told[i];
+    for (std::size_t i = 0; i < printed.size(); ++i) {
+        EXPECT_TRUE(std::regex_match(printed[i], i % 2 == 0 ? on : off)) << printed[i];
     }
 }
 
@@ -209,8 +209,8 @@ TEST_F(Ctl, WatchTellsInJsonWhatAReplayTells) {
     auto watch = ctl({"watch", "--json", "--demo", path});
     ASSERT_EQ(watch.wait(), 0) << watch.errors();
     EXPECT_EQ(withoutTimes(watch.output()), withoutTimes(replay.output()));
-    for (const auto* told : {"\"asked\"", "\"outputMute\"", "in the menu of Velmoran's icon"}) {
-        EXPECT_NE(watch.output().find(told), std::string::npos) << told;
+    for (const auto* printed : {"\"asked\"", "\"outputMute\"", "in the menu of Velmoran's icon"}) {
+        EXPECT_NE(watch.output().find(printed), std::string::npos) << printed;
     }
 }
 
@@ -234,11 +234,11 @@ TEST_F(Ctl, WatchSaysInWordsHowAStopOfARecordingEnded) {
         "\n");
     auto child = ctl({"watch", "--demo", path});
     ASSERT_EQ(child.wait(), 0) << child.errors();
-    const auto told = lines(child.output());
-    ASSERT_EQ(told.size(), 4U) << child.output();
-    EXPECT_NE(told[0].find("Unbekannte App"), std::string::npos) << told[0];
-    EXPECT_NE(told[2].find("Mikrofon stummgeschaltet."), std::string::npos) << told[2];
-    EXPECT_NE(told[3].find("im Menü des Velmoran-Symbols"), std::string::npos) << told[3];
+    const auto printed = lines(child.output());
+    ASSERT_EQ(printed.size(), 4U) << child.output();
+    EXPECT_NE(printed[0].find("Unbekannte App"), std::string::npos) << printed[0];
+    EXPECT_NE(printed[2].find("Mikrofon stummgeschaltet."), std::string::npos) << printed[2];
+    EXPECT_NE(printed[3].find("im Menü des Velmoran-Symbols"), std::string::npos) << printed[3];
 }
 
 TEST_F(Ctl, SaysWhatIsWrongWithARecording) {

@@ -42,9 +42,9 @@ public:
 
     Column next() {
         Column column;
-        const auto kind = take(1);
-        const auto length = take(1);
-        const auto content = take(length.empty() ? 0 : static_cast<unsigned char>(length[0]));
+        const auto kind = next(1);
+        const auto length = next(1);
+        const auto content = next(length.empty() ? 0 : static_cast<unsigned char>(length[0]));
         column.kind =
             static_cast<Column::Kind>(kind.empty() ? 0U : static_cast<unsigned char>(kind[0]) % 5U);
         const auto number = content.substr(0, 8);
@@ -59,10 +59,10 @@ public:
     }
 
 private:
-    std::string_view take(std::size_t count) {
-        const auto taken = bytes_.substr(0, count);
-        bytes_.remove_prefix(taken.size());
-        return taken;
+    std::string_view next(std::size_t count) {
+        const auto piece = bytes_.substr(0, count);
+        bytes_.remove_prefix(piece.size());
+        return piece;
     }
 
     std::string_view bytes_;

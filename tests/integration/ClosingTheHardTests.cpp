@@ -86,9 +86,9 @@ TEST_P(ClosingARelay, IsNeverSaidToBeGoneWhileItRuns) {
     Lifeline lifeline;
     const auto client = start(app, "relay", GetParam());
     lifeline.letGo();
-    for (int look = 0; look < 100; ++look) {
+    for (int turn = 0; turn < 100; ++turn) {
         const bool isThere = !running.find(identity(app)).processes.empty();
-        ASSERT_TRUE(isThere || lifeline.isOver()) << look;
+        ASSERT_TRUE(isThere || lifeline.isOver()) << turn;
     }
     EXPECT_FALSE(lifeline.isOver()) << "it ended by itself";
     std::filesystem::remove(client.log);

@@ -25,26 +25,26 @@ constexpr int kills = 80;
 constexpr int recorders = 4;
 
 /// The lines of one watch, by what they tell of.
-struct Told {
+struct Counts {
     int starts = 0; ///< of uses, seen from their start or found
     int ends = 0;
 
     int all() const { return starts + ends; }
 };
 
-Told read(const std::string& output) {
-    Told told;
+Counts read(const std::string& output) {
+    Counts counts;
     std::istringstream stream(output);
     for (std::string line; std::getline(stream, line);) {
         if (line.find(" turned off ") != std::string::npos) {
-            ++told.ends;
+            ++counts.ends;
         } else if (line.find(" was already using ") != std::string::npos ||
                    (line.find(" turned on ") != std::string::npos &&
                     line.find("It was ") == std::string::npos)) {
-            ++told.starts;
+            ++counts.starts;
         }
     }
-    return told;
+    return counts;
 }
 
 class Kill : public ::testing::Test {
@@ -83,9 +83,9 @@ protected:
             session_.start(name, {session_.file(name).string()});
             return;
         }
-        const auto told = program.output();
-        const auto last = told.rfind(name);
-        if (last != std::string::npos && !told.substr(last).starts_with(name + " turned off")) {
+        const auto counts = program.output();
+        const auto last = counts.rfind(name);
+        if (last != std::string::npos && !counts.substr(last).starts_with(name + " turned off")) {
             session_.child(name)->signal(SIGKILL);
             session_.stop(name);
         }
@@ -104,7 +104,7 @@ protected:
 
     /// Looks at the program that many times without a pause, which ties the moment after it to
     /// nothing that the program does.
-    static void look(const ChildProcess& program, unsigned times) {
+    static void readOutput(const ChildProcess& program, unsigned times) {
         for (unsigned i = 0; i < times; ++i) {
             static_cast<void>(program.output());
         }
@@ -176,24 +176,24 @@ TEST_F(Kill, LeavesASoundHistoryThatTheNextStartRepairs) {
         auto& program = watch();
         switch (below(4)) {
         case 0: // while it starts
-            look(program, below(3000));
+            readOutput(program, below(3000));
             break;
         case 1: // from the opening of the history to the first picture
             ASSERT_TRUE(waitUntil([&] { return hasOpened(program) || !program.running(); }));
-            look(program, below(1000));
+            readOutput(program, below(1000));
             break;
         default: // while it writes
             ASSERT_TRUE(awaitLines(program, 1 + static_cast<int>(below(5))))
                 << program.output() << session_.logs();
             turnOne(program);
-            look(program, below(3000));
+            readOutput(program, below(3000));
         }
         ASSERT_TRUE(program.running()) << program.output() << session_.logs();
         program.signal(SIGKILL);
         ASSERT_EQ(program.wait(), -SIGKILL);
-        const auto told = read(program.output());
+        const auto counts = read(program.output());
         const auto after = rows();
-        checkRepair(before, after, told.all() > 0);
+        checkRepair(before, after, counts.all() > 0);
 
         // What was told had been written before.
         int starts = 0;
@@ -205,8 +205,8 @@ TEST_F(Kill, LeavesASoundHistoryThatTheNextStartRepairs) {
                 open += isOpen(session) ? 1 : 0;
             }
         }
-        EXPECT_LE(told.starts, starts) << program.output();
-        EXPECT_LE(told.ends, ends) << program.output();
+        EXPECT_LE(counts.starts, starts) << program.output();
+        EXPECT_LE(counts.ends, ends) << program.output();
         early += after.size() == before.size() ? 1 : 0;
         before = after;
         if (HasFailure()) {

@@ -46,16 +46,16 @@ protected:
         ASSERT_TRUE(becomes([&] {
             model_->unmuteMicrophone();
             return count == 1;
-        })) << told();
+        })) << report();
         stop();
-        ASSERT_NE(card(muted), nullptr) << told();
+        ASSERT_NE(card(muted), nullptr) << report();
         ASSERT_TRUE(scheduler_.beat);
         model_->notices.dismiss(card(muted)->id);
         session_.child("pulse")->signal(SIGSTOP);
     }
     void stop() {
         model_->stopEverything();
-        ASSERT_TRUE(becomes([&] { return !*model_->isStopping; })) << told();
+        ASSERT_TRUE(becomes([&] { return !*model_->isStopping; })) << report();
     }
     auto cards(const std::string& title) const {
         const auto& items = model_->notices.items();
@@ -73,27 +73,27 @@ TEST_F(LateMute, SetsEveryCardRightWhenTheServerGoesOn) {
     startMuted();
     model_->stopEverything();
     scheduler_.beat(); // before the answer to the stop's mute
-    ASSERT_TRUE(becomes([&] { return !*model_->isStopping; })) << told();
-    ASSERT_EQ(cards(failed), 1) << told();
+    ASSERT_TRUE(becomes([&] { return !*model_->isStopping; })) << report();
+    ASSERT_EQ(cards(failed), 1) << report();
     stop();
-    ASSERT_EQ(cards(failed), 2) << told();
+    ASSERT_EQ(cards(failed), 2) << report();
     scheduler_.beat(); // and after it
     session_.child("pulse")->signal(SIGCONT);
-    EXPECT_TRUE(becomes([&] { return cards(muted) == 2; })) << told();
-    EXPECT_EQ(cards(failed), 0) << told();
+    EXPECT_TRUE(becomes([&] { return cards(muted) == 2; })) << report();
+    EXPECT_EQ(cards(failed), 0) << report();
     EXPECT_TRUE(becomes([&] { return isMuted(); }));
 }
 
 TEST_F(LateMute, SetsTheCardRightWhenAServerThatDiedIsBack) {
     startMuted();
     stop();
-    ASSERT_EQ(cards(failed), 1) << told();
+    ASSERT_EQ(cards(failed), 1) << report();
     scheduler_.beat();
     session_.child("pulse")->signal(SIGKILL);
     session_.stop("pulse");
     session_.startPulse();
-    EXPECT_TRUE(becomes([&] { return cards(muted) == 1; })) << told();
-    EXPECT_EQ(cards(failed), 0) << told();
+    EXPECT_TRUE(becomes([&] { return cards(muted) == 1; })) << report();
+    EXPECT_EQ(cards(failed), 0) << report();
     EXPECT_TRUE(becomes([&] { return isMuted(); }));
 }
 

@@ -62,28 +62,28 @@ protected:
 TEST_F(PipeWireGraphWithServers, KnowsTheDefaultOutputAlsoWhenTheServerForgetsToTell) {
     GraphWatcher watcher;
     std::mutex mutex;
-    std::vector<std::string> told;
+    std::vector<std::string> defaults;
     Subscription following;
     watcher.loop().runAndWait([&] {
         following = watcher.graph().onDefaultOutput([&](const std::string& name) {
             const std::lock_guard lock(mutex);
-            told.push_back(name);
+            defaults.push_back(name);
         });
     });
-    const auto isTold = [&](const std::string& name) {
+    const auto isDefault = [&](const std::string& name) {
         return waitUntil([&] {
             const std::lock_guard lock(mutex);
-            return !told.empty() && told.back() == name;
+            return !defaults.empty() && defaults.back() == name;
         });
     };
-    ASSERT_TRUE(isTold("virtual-speaker")) << session.logs();
+    ASSERT_TRUE(isDefault("virtual-speaker")) << session.logs();
     for (const char* name : {"one", "other", "third"}) {
         const auto chosen = session.run({metadataClient, name});
         ASSERT_TRUE(chosen.succeeded()) << chosen.errors;
-        EXPECT_TRUE(isTold(name)) << session.logs();
+        EXPECT_TRUE(isDefault(name)) << session.logs();
     }
     ASSERT_TRUE(session.run({"pw-metadata", "-d", "0", "default.audio.sink"}).succeeded());
-    EXPECT_TRUE(isTold("")) << session.logs();
+    EXPECT_TRUE(isDefault("")) << session.logs();
     watcher.loop().runAndWait([&] { following.reset(); });
 }
 

@@ -93,7 +93,7 @@ protected:
 
     /// Once it stays the same: a tray gives an icon that has just come its place and size by and
     /// by.
-    std::string settledIcon() {
+    std::string steadyIcon() {
         std::string last;
         int times = 0;
         EXPECT_TRUE(waitUntil([&] {
@@ -118,7 +118,7 @@ protected:
 
 TEST_F(DesktopProgram, ShowsACardAndAnotherIconWhileARecorderRuns) {
     startVelmoran();
-    const std::string idle = settledIcon();
+    const std::string idle = steadyIcon();
     EXPECT_TRUE(cards().empty());
 
     record();

@@ -23,14 +23,14 @@ protected:
         start();
         ASSERT_EQ(model_->statusIconState(), StatusIconState::idle);
         session_.start("client", command);
-        ASSERT_TRUE(becomes([&] { return card(title) != nullptr; })) << told();
+        ASSERT_TRUE(becomes([&] { return card(title) != nullptr; })) << report();
         EXPECT_EQ(model_->statusIconState(), StatusIconState::inUse);
         std::vector<std::string> buttons;
         for (const auto& button : card(title)->buttons) {
             buttons.push_back(button.title);
         }
         EXPECT_EQ(buttons, (std::vector<std::string>{"Stop", "Trust this app"}));
-        ASSERT_EQ(model_->openSessions.get().size(), 1U) << told();
+        ASSERT_EQ(model_->openSessions.get().size(), 1U) << report();
         auto rows = stored();
         ASSERT_EQ(rows.size(), 1U);
         EXPECT_EQ(rows[0].app.name, appName);
@@ -39,7 +39,7 @@ protected:
         EXPECT_FALSE(rows[0].end.has_value());
 
         session_.stop("client");
-        ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << told();
+        ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << report();
         EXPECT_EQ(model_->statusIconState(), StatusIconState::idle);
         rows = stored();
         ASSERT_EQ(rows.size(), 1U);
@@ -51,12 +51,12 @@ protected:
         ASSERT_TRUE(press(title, "Trust this app"));
         ASSERT_EQ(card(title), nullptr);
         session_.start("client", command);
-        ASSERT_TRUE(becomes([&] { return stored().size() == 2; })) << told();
+        ASSERT_TRUE(becomes([&] { return stored().size() == 2; })) << report();
         EXPECT_EQ(stored()[0].warningLevel, WarningLevel::quiet);
         EXPECT_EQ(card(title), nullptr);
         EXPECT_EQ(model_->statusIconState(), StatusIconState::inUse);
         session_.stop("client");
-        ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << told();
+        ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << report();
         EXPECT_TRUE(model_->notices.items().empty());
         quit();
     }
@@ -103,14 +103,14 @@ TEST_F(Road, TellsOfAHiddenUserOfACameraBesideANamedOneUnderNobodysName) {
     start();
 
     session_.start("hidden", hidden);
-    ASSERT_TRUE(becomes([&] { return card(unknownCard) != nullptr; })) << told();
+    ASSERT_TRUE(becomes([&] { return card(unknownCard) != nullptr; })) << report();
     EXPECT_TRUE(card(unknownCard)->isStrong);
     session_.start("named", named);
-    ASSERT_TRUE(becomes([&] { return card(namedCard) != nullptr; })) << told();
-    ASSERT_NE(card(unknownCard), nullptr) << told();
+    ASSERT_TRUE(becomes([&] { return card(namedCard) != nullptr; })) << report();
+    ASSERT_NE(card(unknownCard), nullptr) << report();
     EXPECT_EQ(openApps(), (Names{"Unknown app", "hold-node"}));
     session_.stop("hidden");
-    ASSERT_TRUE(becomes([&] { return openApps() == Names{"hold-node"}; })) << told();
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{"hold-node"}; })) << report();
 
     // The other way round, and beside a trusted one.
     ASSERT_TRUE(press(namedCard, "Trust this app"));
@@ -118,20 +118,22 @@ TEST_F(Road, TellsOfAHiddenUserOfACameraBesideANamedOneUnderNobodysName) {
     model_->notices.dismiss(card(unknownCard)->id);
     ASSERT_EQ(card(unknownCard), nullptr);
     session_.start("hidden", hidden);
-    ASSERT_TRUE(becomes([&] { return card(unknownCard) != nullptr; })) << told();
+    ASSERT_TRUE(becomes([&] { return card(unknownCard) != nullptr; })) << report();
     EXPECT_EQ(openApps(), (Names{"hold-node", "Unknown app"}));
     session_.stop("named");
-    ASSERT_TRUE(becomes([&] { return openApps() == Names{"Unknown app"}; })) << told();
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{"Unknown app"}; })) << report();
     session_.start("named", named);
-    ASSERT_TRUE(becomes([&] { return openApps() == Names{"Unknown app", "hold-node"}; })) << told();
-    EXPECT_NE(card(unknownCard), nullptr) << told();
-    EXPECT_EQ(card(namedCard), nullptr) << told();
+    ASSERT_TRUE(becomes([&] {
+        return openApps() == Names{"Unknown app", "hold-node"};
+    })) << report();
+    EXPECT_NE(card(unknownCard), nullptr) << report();
+    EXPECT_EQ(card(namedCard), nullptr) << report();
     EXPECT_EQ(model_->statusIconState(), StatusIconState::alert);
     // One after the other: the kernel tells two closes as one that nobody has read between.
     session_.stop("hidden");
-    ASSERT_TRUE(becomes([&] { return openApps() == Names{"hold-node"}; })) << told();
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{"hold-node"}; })) << report();
     session_.stop("named");
-    ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << told();
+    ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << report();
 
     auto rows = stored();
     std::sort(rows.begin(), rows.end(),
@@ -150,19 +152,19 @@ TEST_F(Road, FindsAServerAgainThatCameBackAndTellsNothingTwice) {
     start();
     session_.start("camera", {HOLD_NODE, node});
     session_.start("before", {"pw-record", session_.file("before.wav")});
-    ASSERT_TRUE(becomes([&] { return model_->openSessions.get().size() == 2; })) << told();
+    ASSERT_TRUE(becomes([&] { return model_->openSessions.get().size() == 2; })) << report();
 
     for (const char* part : {"before", "virtual-microphone", "pulse", "wireplumber", "pipewire"}) {
         session_.stop(part);
     }
-    ASSERT_TRUE(becomes([&] { return model_->openSessions.get().size() == 1; })) << told();
+    ASSERT_TRUE(becomes([&] { return model_->openSessions.get().size() == 1; })) << report();
     session_.startPipeWire();
     session_.startWirePlumber();
     session_.startPulse();
     session_.addMicrophone();
     session_.start("after", {"parecord", "--raw", session_.file("after.raw")});
     EXPECT_TRUE(becomes([&] { return card("pacat turned on the microphone") != nullptr; }))
-        << told();
+        << report();
     // The camera was on all along: one row, still open.
     int cameras = 0;
     for (const auto& row : stored()) {
@@ -192,9 +194,9 @@ TEST_F(Road, LeavesNoDescriptorNoThreadAndNoProcessBehindAClient) {
         const auto before = model_->historySessions.get().size();
         session_.start("client", {"parecord", "--raw", "/dev/null"});
         ASSERT_TRUE(becomes([&] { return model_->historySessions.get().size() > before; }))
-            << told();
+            << report();
         session_.stop("client");
-        ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << told();
+        ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << report();
     };
     // The first use makes what is kept for all others.
     use();

@@ -51,7 +51,7 @@ protected:
         model_ = std::make_unique<AppModel>(surroundings);
         model_->start();
         // What is on at the first reading counts as on before the program, and isn't told.
-        ASSERT_TRUE(becomes([&] { return model_->snapshot->output.has_value(); })) << told();
+        ASSERT_TRUE(becomes([&] { return model_->snapshot->output.has_value(); })) << report();
     }
 
     void quit() {
@@ -92,7 +92,7 @@ protected:
         return false;
     }
 
-    std::string told() {
+    std::string report() {
         std::string all = session_.logs() + "\ncards:";
         for (const auto& item : model_->notices.items()) {
             all += "\n  " + item.title + " / " + item.message.value_or("");

@@ -53,7 +53,7 @@ protected:
             bound);
     }
     std::string soundServer() {
-        return told() + '\n' + session_.run({"pactl", "get-default-sink"}).output +
+        return report() + '\n' + session_.run({"pactl", "get-default-sink"}).output +
                session_.run({"pactl", "list", "short", "sinks"}).output +
                session_.run({"pw-metadata", "0"}).output;
     }
@@ -73,52 +73,52 @@ TEST_F(SoundRoad, MutesWithOnePressUntilTheUserUnmutes) {
     ASSERT_TRUE(becomes([&] {
         model_->unmuteMicrophone();
         return count == 1;
-    })) << told();
+    })) << report();
     model_->stopEverything();
     ASSERT_TRUE(becomes([&] { return !*model_->isStopping; }));
-    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << report();
     EXPECT_TRUE(settings_.boolean("microphoneMuted").value_or(false));
     EXPECT_NE(card("Microphone muted. No app was using the camera or microphone."), nullptr)
-        << told();
+        << report();
     model_->unmuteMicrophone();
-    EXPECT_TRUE(becomes([&] { return !isMuted("source", "mic"); })) << told();
+    EXPECT_TRUE(becomes([&] { return !isMuted("source", "mic"); })) << report();
 }
 
 TEST_F(SoundRoad, MutesAMicrophoneThatAppearsUnderAMute) {
     session_.addMicrophone("mic", "Mic");
     settings_.setBoolean("microphoneMuted", true);
     startWithoutRepeats();
-    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << report();
     session_.addMicrophone("headset", "Headset");
-    EXPECT_TRUE(becomes([&] { return isMuted("source", "headset"); })) << told();
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "headset"); })) << report();
 }
 
 TEST_F(SoundRoad, MutesAgainWhatAnotherProgramUnmutes) {
     session_.addMicrophone("mic", "Mic");
     settings_.setBoolean("microphoneMuted", true);
     start();
-    ASSERT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    ASSERT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << report();
     // What comes right after the mute is set right at once; this is what comes later.
     ASSERT_TRUE(becomes([&] {
         run({"pactl", "set-source-mute", "mic", "0"});
         return !isMuted("source", "mic");
-    })) << told();
-    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    })) << report();
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << report();
     model_->unmuteMicrophone();
-    EXPECT_TRUE(becomes([&] { return !isMuted("source", "mic"); })) << told();
+    EXPECT_TRUE(becomes([&] { return !isMuted("source", "mic"); })) << report();
 }
 
 TEST_F(SoundRoad, SaysThatADyingServerMutedNothingAndMutesWhenItIsBack) {
     session_.addMicrophone("mic", "Mic");
     settings_.setBoolean("microphoneMuted", true);
     startWithoutRepeats();
-    ASSERT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    ASSERT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << report();
     session_.child("pulse")->signal(SIGSTOP);
     model_->stopEverything();
     session_.child("pulse")->signal(SIGKILL);
     ASSERT_TRUE(becomes([&] { return !*model_->isStopping; }));
     const auto* result = card("No app was using the camera or microphone.");
-    ASSERT_NE(result, nullptr) << told();
+    ASSERT_NE(result, nullptr) << report();
     EXPECT_NE(result->message.value_or("").find("The microphone couldn't be muted."),
               std::string::npos)
         << result->message.value_or("");
@@ -132,7 +132,7 @@ TEST_F(SoundRoad, SaysThatADyingServerMutedNothingAndMutesWhenItIsBack) {
     session_.startWirePlumber();
     session_.startPulse();
     session_.addMicrophone("mic", "Mic");
-    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << told();
+    EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << report();
 }
 
 // MARK: - The speakers
@@ -152,7 +152,7 @@ protected:
         ASSERT_TRUE(choose("headphones", headphones)) << soundServer();
         ASSERT_EQ(model_->snapshot->output->kind, OutputDeviceInfo::Kind::headphones);
     }
-    void takeHeadphonesAway() {
+    void unplugHeadphones() {
         sinks_.remove("headphones");
         ASSERT_TRUE(outputBecomes("Laptop Speakers")) << soundServer();
     }
@@ -166,7 +166,7 @@ TEST_F(GuardedSpeakers, AreMutedWhenHeadphonesGoWhileAnAppPlays) {
     session_.start("player", {"paplay", "--device=speakers", session_.file("tone.wav")});
     ASSERT_TRUE(becomes([&] { return model_->sessions(Device::speaker).size() == 1; }))
         << soundServer();
-    takeHeadphonesAway();
+    unplugHeadphones();
     ASSERT_NE(card(mutedTitle), nullptr) << soundServer();
     EXPECT_EQ(card(mutedTitle)->message, "pacat would have played out loud.");
     EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << soundServer();
@@ -181,7 +181,7 @@ TEST_F(GuardedSpeakers, AreMutedWhenHeadphonesGoWhileAnAppPlays) {
 
 TEST_F(GuardedSpeakers, AreMutedWithNothingToNameWhenNobodyPlays) {
     listen("Built-in Headphones", "device.bus=pci device.form_factor=internal");
-    takeHeadphonesAway();
+    unplugHeadphones();
     ASSERT_NE(card(mutedTitle), nullptr) << soundServer();
     EXPECT_EQ(card(mutedTitle)->message, std::nullopt);
     EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << soundServer();
@@ -198,7 +198,7 @@ TEST_F(GuardedSpeakers, AreLeftAloneWhenTheyArePickedByHand) {
 TEST_F(GuardedSpeakers, AreLeftAloneWhenTheyAreSilentAlready) {
     listen("Buds", "device.bus=bluetooth");
     run({"pactl", "set-sink-mute", "speakers", "1"});
-    takeHeadphonesAway();
+    unplugHeadphones();
     EXPECT_TRUE(model_->snapshot->output->isMuted);
     EXPECT_TRUE(model_->notices.items().empty()) << soundServer();
 }
@@ -206,7 +206,7 @@ TEST_F(GuardedSpeakers, AreLeftAloneWhenTheyAreSilentAlready) {
 TEST_F(GuardedSpeakers, AreLeftAloneUnlessTheUserWantsThat) {
     listen("Buds", "device.bus=bluetooth");
     model_->settings.speakerAutoMute.set(false);
-    takeHeadphonesAway();
+    unplugHeadphones();
     EXPECT_TRUE(model_->notices.items().empty()) << soundServer();
     EXPECT_FALSE(isMuted("sink", "speakers"));
 }

@@ -25,7 +25,7 @@ protected:
     support::ChildProcess& use(const std::string& name, const std::vector<std::string>& command) {
         auto& child = session_.start(name, command);
         EXPECT_TRUE(becomes([&] { return card(name + " turned on the microphone") != nullptr; }))
-            << told();
+            << report();
         return child;
     }
 

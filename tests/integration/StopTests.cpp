@@ -52,14 +52,14 @@ TEST_F(Stop, MutesTheMicrophoneAndClosesTheApp) {
     start();
     auto& spy = use("spy", {copyOf("graph-client", "spy")});
     auto& other = session_.start("bystander", {copyOf("graph-client", "bystander")});
-    ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 2; })) << told();
+    ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 2; })) << report();
     ASSERT_TRUE(press("spy turned on the microphone", "Stop"));
     ASSERT_TRUE(becomes([&] { return card("Microphone muted. spy was closed.") != nullptr; }))
-        << told();
+        << report();
     EXPECT_FALSE(spy.running());
     EXPECT_TRUE(other.running()) << "it is another app";
     EXPECT_TRUE(isMuted());
-    EXPECT_TRUE(becomes([&] { return row("spy").end.has_value(); })) << told();
+    EXPECT_TRUE(becomes([&] { return row("spy").end.has_value(); })) << report();
     EXPECT_EQ(row("spy").outcome, SessionOutcome::stoppedByUser);
     EXPECT_FALSE(row("bystander").end.has_value());
     EXPECT_TRUE(*model_->settings.microphoneMuted);
@@ -92,7 +92,7 @@ TEST_F(StopAsRoot, SaysWhichOfTwoAppsIsStillThere) {
     EXPECT_TRUE(mule.running());
     EXPECT_FALSE(spy.running());
     const auto* result = card("Microphone muted. spy was closed.");
-    ASSERT_NE(result, nullptr) << told();
+    ASSERT_NE(result, nullptr) << report();
     EXPECT_EQ(result->message, "mule didn't close and may still be using the camera or microphone. "
                                "Quit it from the Dock, or try again.");
     Titles buttons;
@@ -104,7 +104,7 @@ TEST_F(StopAsRoot, SaysWhichOfTwoAppsIsStillThere) {
     EXPECT_NE(row("mule").outcome, SessionOutcome::stoppedByUser);
     ASSERT_TRUE(press("Microphone muted. spy was closed.", "Try again"));
     ASSERT_TRUE(stopEnds());
-    EXPECT_TRUE(becomes([&] { return model_->openSessions->empty(); })) << told();
+    EXPECT_TRUE(becomes([&] { return model_->openSessions->empty(); })) << report();
     quit();
 }
 
@@ -125,10 +125,10 @@ TEST_F(Stop, AsksBeforeItClosesABrowser) {
     start();
     auto& browser = session_.start("browser", {surf});
     auto& spy = use("spy", {copyOf("graph-client", "spy")});
-    ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 2; })) << told();
+    ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 2; })) << report();
     model_->stopEverything();
     ASSERT_TRUE(stopEnds());
-    ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 1; })) << told();
+    ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 1; })) << report();
     ASSERT_EQ(questions.size(), 1U);
     EXPECT_EQ(questions[0], (BrowserQuestion{.browsers = {"Surf"}, .keepOffered = true}));
     EXPECT_TRUE(browser.running());
@@ -151,7 +151,7 @@ TEST_F(Stop, EndsWithinItsBoundsWhenTheSoundServerDies) {
     ASSERT_TRUE(stopEnds());
     EXPECT_FALSE(spy.running());
     const auto* result = card("spy was closed.");
-    ASSERT_NE(result, nullptr) << told();
+    ASSERT_NE(result, nullptr) << report();
     EXPECT_EQ(result->message, "The microphone couldn't be muted. Turn the input volume down in "
                                "System Settings > Sound.");
     EXPECT_FALSE(*model_->settings.microphoneMuted);
@@ -176,11 +176,12 @@ TEST_F(Stop, MutesWhenASoundServerThatDiedIsBack) {
     session_.child("pulse")->signal(SIGKILL);
     ASSERT_TRUE(stopEnds());
     EXPECT_FALSE(spy.running());
-    ASSERT_NE(card("spy was closed."), nullptr) << told();
+    ASSERT_NE(card("spy was closed."), nullptr) << report();
     EXPECT_FALSE(*model_->settings.microphoneMuted);
     session_.stop("pulse");
     session_.startPulse();
-    EXPECT_TRUE(becomes([&] { return isMuted() && *model_->settings.microphoneMuted; })) << told();
+    EXPECT_TRUE(becomes([&] { return isMuted() && *model_->settings.microphoneMuted; }))
+        << report();
     quit();
 }
 

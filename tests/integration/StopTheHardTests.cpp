@@ -28,11 +28,11 @@ protected:
     ChildProcess& record(const std::string& name, std::vector<std::string> options = {}) {
         options.insert(options.begin(), copyOf("graph-client", name));
         auto& child = use(name, options);
-        EXPECT_EQ(model_->openSessions->size(), 1U) << told();
+        EXPECT_EQ(model_->openSessions->size(), 1U) << report();
         return child;
     }
     void pressStopOn(const std::string& name) {
-        ASSERT_TRUE(press(name + " turned on the microphone", "Stop")) << told();
+        ASSERT_TRUE(press(name + " turned on the microphone", "Stop")) << report();
         ASSERT_TRUE(*model_->isStopping);
     }
     std::size_t runningOf(const std::string& path) const {
@@ -48,14 +48,14 @@ protected:
 
     /// Until the stop is over: its card and its row say that the app was closed.
     void expectClosed(const std::string& name) {
-        ASSERT_TRUE(stopEnds()) << told();
+        ASSERT_TRUE(stopEnds()) << report();
         const auto* result = card("Microphone muted. " + name + " was closed.");
-        ASSERT_NE(result, nullptr) << told();
+        ASSERT_NE(result, nullptr) << report();
         EXPECT_EQ(result->message, "The microphone stays muted until you unmute it in the "
                                    "Microphone row of the panel.");
         EXPECT_TRUE(isMuted());
         EXPECT_EQ(runningOf(pathOf(name)), 0U);
-        EXPECT_TRUE(becomes([&] { return model_->openSessions->empty(); })) << told();
+        EXPECT_TRUE(becomes([&] { return model_->openSessions->empty(); })) << report();
         EXPECT_TRUE(row(name).end.has_value());
         EXPECT_EQ(row(name).outcome, SessionOutcome::stoppedByUser);
         EXPECT_EQ(stored().size(), 1U);

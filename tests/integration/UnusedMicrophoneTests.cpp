@@ -28,8 +28,8 @@ protected:
     }
     void mute() {
         model_->stopEverything();
-        ASSERT_TRUE(becomes([&] { return !*model_->isStopping; })) << told();
-        ASSERT_TRUE(settings_.boolean("microphoneMuted").value_or(false)) << told();
+        ASSERT_TRUE(becomes([&] { return !*model_->isStopping; })) << report();
+        ASSERT_TRUE(settings_.boolean("microphoneMuted").value_or(false)) << report();
     }
     /// As often as it takes until the server has `count` microphones that it unmutes.
     void unmute(int count = 1) {
@@ -39,7 +39,7 @@ protected:
         ASSERT_TRUE(becomes([&] {
             model_->unmuteMicrophone();
             return unmuted == count;
-        })) << told();
+        })) << report();
     }
     /// Empty when there is none.
     std::string serversWord() { return session_.run({"pactl", "get-source-mute", "mic"}).output; }
@@ -61,7 +61,7 @@ protected:
         ASSERT_TRUE(becomes([&] {
             run({"pactl", "set-source-volume", "mic", "50%"});
             run({"pactl", "set-source-volume", "mic", "60%"});
-            return isMixerTold(change_);
+            return isMixerNotified(change_);
         }));
     }
     /// Whether the mixer is told of a change of the microphone while that is done. Its begin and
@@ -69,14 +69,14 @@ protected:
     bool isChangedBy(const std::function<void()>& action) {
         const auto loaded = session_.run({"pactl", "load-module", "module-null-sink",
                                           "media.class=Audio/Source/Virtual", "sink_name=mark"});
-        EXPECT_TRUE(becomes([&] { return isMixerTold(begin_); }));
+        EXPECT_TRUE(becomes([&] { return isMixerNotified(begin_); }));
         action();
         run({"pactl", "unload-module", loaded.output.substr(0, loaded.output.find('\n'))});
-        EXPECT_TRUE(becomes([&] { return isMixerTold(end_); }));
+        EXPECT_TRUE(becomes([&] { return isMixerNotified(end_); }));
         const auto events = session_.child("mixer")->output();
         return events.find(change_, events.find(begin_)) < events.find(end_);
     }
-    bool isMixerTold(const std::string& event) {
+    bool isMixerNotified(const std::string& event) {
         return session_.child("mixer")->output().find(event) != std::string::npos;
     }
 

@@ -99,12 +99,12 @@ TEST_F(WatchService, AnUnmuteHoldsAlsoWhereASecondWatchKeepsTheMuteUp) {
     EXPECT_EQ(ctl({"stop"}).status, 0);
     auto& second = session_.start("second", {VELMORANCTL, "watch", "--json", "--device-folder",
                                              session_.file("dev").string()});
-    const auto hasTold = [&](const std::string& of) {
+    const auto hasWritten = [&](const std::string& of) {
         return waitUntil([&] { return second.output().find(of) != std::string::npos; });
     };
-    ASSERT_TRUE(hasTold(R"("event":"mute","on":true)")) << session_.logs();
+    ASSERT_TRUE(hasWritten(R"("event":"mute","on":true)")) << session_.logs();
     EXPECT_EQ(ctl({"unmute"}).status, 0);
-    EXPECT_TRUE(hasTold(R"("event":"mute","on":false)")) << "it went on muting";
+    EXPECT_TRUE(hasWritten(R"("event":"mute","on":false)")) << "it went on muting";
     const auto isMuted = [&] {
         return session_.run({"pactl", "get-source-mute", "virtual-microphone"}).output !=
                "Mute: no\n";

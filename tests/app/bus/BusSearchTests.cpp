@@ -30,15 +30,15 @@ TEST(BusSearch, FindsNoneWhereThereIsNone) {
 class Search : public ::testing::Test {
 protected:
     /// Looks made until nothing is left to do before the next regular one.
-    int looksSoon() {
+    int attemptsSoon() {
         const int before = attempts_;
         time_.advanceBy(10.0);
         return attempts_ - before;
     }
-    bool looksAfterEvents() {
+    bool attemptsAfterEvents() {
         return support::waitUntil([&] {
             QCoreApplication::processEvents();
-            return looksSoon() > 0;
+            return attemptsSoon() > 0;
         });
     }
     BusSearch search(const std::string& address, Seconds interval = 1e9) {
@@ -58,20 +58,20 @@ private:
 
 TEST_F(Search, LooksAFewTimesAndThenOnlyWhenTheSocketComes) {
     const auto looking = search("unix:path=" + folder_.path("bus"));
-    EXPECT_EQ(looksSoon(), 3);
-    EXPECT_EQ(looksSoon(), 0);
+    EXPECT_EQ(attemptsSoon(), 3);
+    EXPECT_EQ(attemptsSoon(), 0);
     folder_.write("another", "");
     folder_.write("bus", "");
-    EXPECT_TRUE(looksAfterEvents());
-    EXPECT_EQ(looksSoon(), 0);
+    EXPECT_TRUE(attemptsAfterEvents());
+    EXPECT_EQ(attemptsSoon(), 0);
     folder_.write("elsewhere", "");
     std::filesystem::rename(folder_.path("elsewhere"), folder_.path("bus"));
-    EXPECT_TRUE(looksAfterEvents());
+    EXPECT_TRUE(attemptsAfterEvents());
 }
 
 TEST_F(Search, LooksOnceInEachIntervalOtherwise) {
     const auto looking = search("tcp:host=nowhere", 30.0);
-    looksSoon();
+    attemptsSoon();
     time_.advanceBy(300.0);
     EXPECT_NEAR(attempts_, 3 + 10, 1);
 }
@@ -81,7 +81,7 @@ TEST_F(Search, WatchesAFolderThatComesLater) {
     std::filesystem::create_directory(folder_.path("later"));
     time_.advanceBy(1e6);
     folder_.write("later/bus", "");
-    EXPECT_TRUE(looksAfterEvents());
+    EXPECT_TRUE(attemptsAfterEvents());
 }
 
 TEST_F(Search, MayBeDroppedWhereItLooks) {
@@ -90,7 +90,7 @@ TEST_F(Search, MayBeDroppedWhereItLooks) {
         ++attempts_;
         looking.reset();
     });
-    EXPECT_EQ(looksSoon(), 1);
+    EXPECT_EQ(attemptsSoon(), 1);
     time_.advanceBy(100.0);
     EXPECT_EQ(attempts_, 1);
 }

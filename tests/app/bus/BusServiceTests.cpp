@@ -187,17 +187,17 @@ TEST_F(BusServiceTest, TellsOfChangesOnce) {
     model->receive({});
     model->receive(reading({app("Zoom")}));
     std::size_t from = 0;
-    const auto told = [&](const std::string& text) {
+    const auto signalled = [&](const std::string& text) {
         return runUntil([&] {
             const auto at = monitor.output().find(text, from);
             from = at == std::string::npos ? from : at;
             return at != std::string::npos;
         });
     };
-    EXPECT_TRUE(told("'AppName': <'Zoom'>")) << monitor.output();
+    EXPECT_TRUE(signalled("'AppName': <'Zoom'>")) << monitor.output();
     EXPECT_NE(monitor.output().rfind("'CameraOn': <true>"), std::string::npos);
     model->receive({});
-    EXPECT_TRUE(told("'CameraOn': <false>")) << monitor.output();
+    EXPECT_TRUE(signalled("'CameraOn': <false>")) << monitor.output();
     EXPECT_EQ(monitor.output().find("MicrophoneOn"), std::string::npos) << monitor.output();
     monitor.stop();
 }

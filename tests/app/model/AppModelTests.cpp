@@ -32,8 +32,8 @@ TEST_F(AppModelTest, WritesTheEndOfASession) {
     receive(microphone({appRef("Zoom")}));
     time.advanceTo(30);
     receive({});
-    ASSERT_EQ(told.size(), 2U);
-    EXPECT_EQ(told[1].kind, Kind::ended);
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[1].kind, Kind::ended);
     EXPECT_TRUE(model->openSessions->empty());
     ASSERT_EQ(model->historySessions->size(), 1U);
     const auto stored = store->sessions().front();
@@ -126,8 +126,8 @@ TEST_F(AppModelTest, TellsNothingWithoutAHistoryButStillFollowsTheSessions) {
     ASSERT_EQ(model->openSessions->size(), 1U);
     EXPECT_EQ(model->openSessions->front().warningLevel, std::nullopt);
     EXPECT_TRUE(model->historySessions->empty());
-    ASSERT_EQ(told.size(), 1U);
-    EXPECT_EQ(told.front().kind, Kind::started);
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events.front().kind, Kind::started);
     EXPECT_TRUE(machine.snapshots().isStarted());
 }
 
@@ -179,7 +179,7 @@ TEST_F(AppModelTest, WithdrawsTheUnknownAppsStrongCardWhenTheAppBecomesKnown) {
     EXPECT_EQ(titles(), Titles{"Zoom turned on the camera"});
     EXPECT_EQ(model->openSessions->front().id, id);
     EXPECT_EQ(model->openSessions->front().warningLevel, WarningLevel::standard);
-    EXPECT_EQ(told.back().kind, Kind::reattributed);
+    EXPECT_EQ(events.back().kind, Kind::reattributed);
     EXPECT_EQ(store->sessionCount(), 1U);
 }
 
@@ -277,7 +277,7 @@ TEST_F(AppModelTest, StopsTheAppOfACard) {
     EXPECT_FALSE(*model->isStopping);
     EXPECT_EQ(titles(), Titles{"Zoom was closed."});
     receive({});
-    EXPECT_EQ(told.back().session.outcome, SessionOutcome::stoppedByUser);
+    EXPECT_EQ(events.back().session.outcome, SessionOutcome::stoppedByUser);
 }
 
 TEST_F(AppModelTest, DismissesAStrongCardWithoutTrustWhenItWasTheUser) {
@@ -443,7 +443,7 @@ TEST_F(AppModelTest, RunsOnWithNoStore) {
     receive(camera({appRef("Zoom")}));
     time.advanceTo(30000);
     receive({});
-    EXPECT_EQ(told.size(), 2U);
+    EXPECT_EQ(events.size(), 2U);
     EXPECT_TRUE(model->historySessions->empty());
 }
 

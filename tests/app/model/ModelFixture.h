@@ -26,7 +26,7 @@ struct ModelFixture : ::testing::Test {
     bool historyFails = false;
     int sounds = 0;
     int changes = 0;
-    std::vector<SessionEvent> told;
+    std::vector<SessionEvent> events;
     /// Takes the place of a person who cancels.
     decltype(ModelSurroundings::askAboutBrowsers) askAboutBrowsers;
     Windows* windows = nullptr;
@@ -54,7 +54,7 @@ struct ModelFixture : ::testing::Test {
         model = std::make_unique<AppModel>(surroundings);
         subscriptions.push_back(model->onChange.subscribe([this] { ++changes; }));
         subscriptions.push_back(model->onSessionEvent.subscribe(
-            [this](const SessionEvent& event) { told.push_back(event); }));
+            [this](const SessionEvent& event) { events.push_back(event); }));
         model->start();
         time.runPosted();
     }

@@ -48,15 +48,15 @@ struct MuteKeeperTest : ::testing::Test {
     MemorySettings stored;
     SettingsStore settings{stored};
     NoticeCenter notices{time};
-    std::vector<std::pair<bool, int>> told; ///< how many were muted
-    std::vector<int> outcomes;              ///< of stops' mutes
+    std::vector<std::pair<bool, int>> reports; ///< how many were muted
+    std::vector<int> outcomes;                 ///< of stops' mutes
     std::unique_ptr<MuteKeeper> keeper;
 
     void SetUp() override {
         keeper =
             std::make_unique<MuteKeeper>(MuteKeeper::Seams{microphones, time, settings, notices},
                                          [this](bool on, const MuteAnswer& answer) {
-                                             told.emplace_back(on, answer.mutedCount);
+                                             reports.emplace_back(on, answer.mutedCount);
                                          });
     }
 
@@ -94,7 +94,7 @@ TEST_F(MuteKeeperTest, AnswersAStopAndRemembersTheMute) {
     EXPECT_TRUE(outcomes.empty());
     answer(0, muted(2));
     EXPECT_EQ(outcomes, (std::vector<int>{2}));
-    EXPECT_EQ(told, (std::vector<std::pair<bool, int>>{{true, 2}}));
+    EXPECT_EQ(reports, (std::vector<std::pair<bool, int>>{{true, 2}}));
     EXPECT_TRUE(*settings.microphoneMuted);
 }
 
@@ -106,7 +106,7 @@ TEST_F(MuteKeeperTest, RepeatsAMuteThatStandsAndTellsNothingOfThat) {
     time.advanceBy(MuteKeeper::interval);
     EXPECT_EQ(microphones.calls.size(), 3U);
     answer(2, muted(1));
-    EXPECT_EQ(told.size(), 1U);
+    EXPECT_EQ(reports.size(), 1U);
     keeper->unmute();
     EXPECT_FALSE(microphones.calls.back().muted);
     time.advanceBy(60);
@@ -137,7 +137,7 @@ TEST_F(MuteKeeperTest, TakesUpAMuteThatTookEffectLateAndSetsItsCardRight) {
     answerLate(0, muted(3));
     EXPECT_EQ(right, 3);
     EXPECT_TRUE(*settings.microphoneMuted);
-    EXPECT_EQ(told, (std::vector<std::pair<bool, int>>{{true, 0}, {true, 3}}));
+    EXPECT_EQ(reports, (std::vector<std::pair<bool, int>>{{true, 0}, {true, 3}}));
     EXPECT_EQ(kept(false).microphoneMuted, true) << "a stop that still closes tells it as it is";
     answerLate(0, muted(3));
     EXPECT_EQ(right, 3) << "once";
@@ -157,7 +157,7 @@ TEST_F(MuteKeeperTest, ALateMuteThatWasUndoneIsNone) {
     keeper->unmute();
     answerLate(0, muted(1));
     EXPECT_FALSE(*settings.microphoneMuted);
-    EXPECT_EQ(told.size(), 1U);
+    EXPECT_EQ(reports.size(), 1U);
 }
 
 TEST_F(MuteKeeperTest, MutesWhatArrivesUnderAMute) {
@@ -179,7 +179,7 @@ TEST_F(MuteKeeperTest, KeepsUpAtTheStartWhatTheSettingsSay) {
     keeper->start();
     ASSERT_EQ(microphones.calls.size(), 1U);
     answer(0, muted(1));
-    EXPECT_EQ(told, (std::vector<std::pair<bool, int>>{{true, 1}}));
+    EXPECT_EQ(reports, (std::vector<std::pair<bool, int>>{{true, 1}}));
     time.advanceBy(MuteKeeper::interval);
     EXPECT_EQ(microphones.calls.size(), 2U);
 }
@@ -193,7 +193,7 @@ TEST_F(MuteKeeperTest, TellsNothingOnceItHasGone) {
     arrived();
     answer(0, muted(1));
     answerLate(0, muted(1));
-    EXPECT_TRUE(told.empty());
+    EXPECT_TRUE(reports.empty());
     EXPECT_TRUE(outcomes.empty());
     EXPECT_EQ(microphones.calls.size(), 1U);
 }

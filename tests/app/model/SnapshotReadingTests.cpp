@@ -102,7 +102,7 @@ TEST_F(SnapshotReadingTest, TellsNothingOfAHelperThatWasOnForLessThanTheWait) {
     time.advanceTo(0.9);
     receive({});
     time.advanceTo(10);
-    EXPECT_TRUE(told.empty());
+    EXPECT_TRUE(events.empty());
 }
 
 TEST_F(SnapshotReadingTest, EndsEarlierSessionsAtTheFirstReadingOfTheWait) {
@@ -275,13 +275,13 @@ TEST_F(SnapshotReadingTest, CountsWhoeverBearsTheUnknownAppsIdAsNobodyNamed) {
     for (const auto& nobody : {AppRef{.name = "unknown", .bundleID = {}, .path = {}},
                                AppRef{.name = "Odd", .bundleID = "unknown", .path = "/Odd"},
                                AppRef::unidentifiedAs("unknown")}) {
-        told.clear();
+        events.clear();
         launchWatching();
         for (int reading = 0; reading < 5; ++reading) {
             receive(microphone({nobody}));
             time.advanceBy(0.2);
         }
-        EXPECT_TRUE(told.empty());
+        EXPECT_TRUE(events.empty());
         time.advanceBy(1);
         for (int reading = 0; reading < 5; ++reading) {
             receive(camera({nobody}));

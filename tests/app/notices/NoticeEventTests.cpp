@@ -9,12 +9,12 @@ namespace {
 TEST(NoticeCenter, TellsOfEachCardThatComesIsReplacedOrGoes) {
     ScriptedTime time;
     NoticeCenter center(time);
-    std::vector<std::string> told;
-    const auto change = center.onChange.subscribe([&] { told.push_back("change"); });
+    std::vector<std::string> calls;
+    const auto change = center.onChange.subscribe([&] { calls.push_back("change"); });
     const auto shown = center.onShown.subscribe(
-        [&](const NoticeItem& item) { told.push_back("shown " + item.title); });
+        [&](const NoticeItem& item) { calls.push_back("shown " + item.title); });
     const auto gone = center.onDismissed.subscribe(
-        [&](const NoticeItem& item) { told.push_back("gone " + item.title); });
+        [&](const NoticeItem& item) { calls.push_back("gone " + item.title); });
     NoticeItem item;
     item.id = Uuid::random();
     item.title = "a";
@@ -24,8 +24,8 @@ TEST(NoticeCenter, TellsOfEachCardThatComesIsReplacedOrGoes) {
     center.show(item);
     center.dismiss(Uuid::random());
     time.advanceTo(8);
-    EXPECT_EQ(told, (std::vector<std::string>{"shown a", "change", "shown b", "change", "gone b",
-                                              "change"}));
+    EXPECT_EQ(calls, (std::vector<std::string>{"shown a", "change", "shown b", "change", "gone b",
+                                               "change"}));
 }
 
 } // namespace

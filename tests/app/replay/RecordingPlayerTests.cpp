@@ -15,7 +15,7 @@ struct Stage {
         : player(std::move(recording)),
           stage(player.beginning()),
           model(stage.surroundings(time, time)) {
-        told = model.onSessionEvent.subscribe([this](const SessionEvent&) { ++events; });
+        subscription = model.onSessionEvent.subscribe([this](const SessionEvent&) { ++events; });
         model.start();
         player.play(stage, model, time, time, [this](const auto& error) {
             ++ends;
@@ -27,7 +27,7 @@ struct Stage {
     RecordingPlayer player;
     ReplayStage stage;
     AppModel model;
-    Subscription told;
+    Subscription subscription;
     int events = 0;
     int ends = 0;
     std::string message;

@@ -133,9 +133,9 @@ TEST(Replay, StartsTheProgramAtZeroUnlessItIsToldWhen) {
     ASSERT_EQ(implied.lines.size(), 2U);
     EXPECT_EQ(implied.lines[0], R"({"at":0.0,"event":"icon","state":"idle"})");
     EXPECT_EQ(implied.lines[1], R"({"at":5.0,"event":"icon","value":"idle"})");
-    const auto told = play("{\"at\": 5, \"launch\": true}\n");
-    ASSERT_EQ(told.lines.size(), 1U);
-    EXPECT_EQ(told.lines[0], R"({"at":5.0,"event":"icon","state":"idle"})");
+    const auto played = play("{\"at\": 5, \"launch\": true}\n");
+    ASSERT_EQ(played.lines.size(), 1U);
+    EXPECT_EQ(played.lines[0], R"({"at":5.0,"event":"icon","state":"idle"})");
 }
 
 TEST(Replay, WritesLinesAsTheyHappenAndNotAtTheEnd) {

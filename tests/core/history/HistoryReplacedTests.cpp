@@ -16,7 +16,7 @@ using Change = HistoryStore::FileChange;
 class HistoryReplaced : public ::testing::Test {
 protected:
     HistoryReplaced() {
-        store_.onFileChange([this](Change change) { told_.push_back(change); });
+        store_.onFileChange([this](Change change) { changes_.push_back(change); });
         store_.saveSession(ongoing);
         store_.saveSession(ended);
     }
@@ -39,20 +39,20 @@ protected:
     const UsageSession next = sessionNumber(3, 300);
     HistoryFile file_;
     HistoryStore store_{file_.path()};
-    std::vector<Change> told_;
+    std::vector<Change> changes_;
 };
 
 TEST_F(HistoryReplaced, IsBegunAnewWithWhatGoesOnWhenTheFileIsDeleted) {
     fs::remove(file_.path());
     store_.saveSession(next);
     EXPECT_THAT(stored(), ElementsAre(next, ongoing));
-    EXPECT_THAT(told_, ElementsAre(Change::replaced));
+    EXPECT_THAT(changes_, ElementsAre(Change::replaced));
     EXPECT_EQ(fs::status(file_.path()).permissions(),
               fs::perms::owner_read | fs::perms::owner_write);
 
     store_.saveSession(endedSession(1, 100, 400));
     EXPECT_THAT(stored(), ElementsAre(next, endedSession(1, 100, 400)));
-    EXPECT_EQ(told_.size(), 1U);
+    EXPECT_EQ(changes_.size(), 1U);
 }
 
 TEST_F(HistoryReplaced, IsBegunAnewWhenTheWholeFolderIsDeleted) {
@@ -61,7 +61,7 @@ TEST_F(HistoryReplaced, IsBegunAnewWhenTheWholeFolderIsDeleted) {
         store_.saveSession(next);
         EXPECT_THAT(stored(), ElementsAre(next, ongoing));
     }
-    EXPECT_EQ(told_.size(), 3U);
+    EXPECT_EQ(changes_.size(), 3U);
 }
 
 TEST_F(HistoryReplaced, EachKindOfWriteFindsOut) {
@@ -75,7 +75,7 @@ TEST_F(HistoryReplaced, EachKindOfWriteFindsOut) {
     store_.saveAwayPayload(idNumber(9), {1}, {}, "{}");
     EXPECT_THAT(*store_.awayPayloads(), ElementsAre("{}"));
     EXPECT_THAT(stored(), ElementsAre(ongoing));
-    EXPECT_EQ(told_.size(), 3U);
+    EXPECT_EQ(changes_.size(), 3U);
 }
 
 TEST_F(HistoryReplaced, LeavesAFileThatWasMovedAwayWhole) {
@@ -100,7 +100,7 @@ TEST_F(HistoryReplaced, GoesOnInAFileThatWasPutBack) {
     // What was in the log of the other file isn't in this one.
     EXPECT_THAT(stored(), ElementsAre(next, ongoing, endedSession(8, 80, 90),
                                       unknownEnd(sessionNumber(7, 70))));
-    EXPECT_THAT(told_, ElementsAre(Change::replaced));
+    EXPECT_THAT(changes_, ElementsAre(Change::replaced));
 }
 
 TEST_F(HistoryReplaced, WaitsWhereNoHistoryCanBe) {
@@ -112,7 +112,7 @@ TEST_F(HistoryReplaced, WaitsWhereNoHistoryCanBe) {
     store_.saveSession(next);
     store_.saveSession(endedSession(4, 400, 450));
     EXPECT_EQ(file_.bytes(), foreign);
-    EXPECT_THAT(told_, ElementsAre(Change::lost));
+    EXPECT_THAT(changes_, ElementsAre(Change::lost));
     // What was told since is shown, and nothing of it fails.
     EXPECT_THAT(store_.sessions(Timestamp{300}),
                 ElementsAre(endedSession(4, 400, 450), next, ongoing));
@@ -126,7 +126,7 @@ TEST_F(HistoryReplaced, WaitsWhereNoHistoryCanBe) {
     store_.saveSession(sessionNumber(5, 500));
     EXPECT_THAT(stored(),
                 ElementsAre(sessionNumber(5, 500), endedSession(4, 400, 450), next, ongoing));
-    EXPECT_THAT(told_, ElementsAre(Change::lost, Change::replaced));
+    EXPECT_THAT(changes_, ElementsAre(Change::lost, Change::replaced));
     store_.saveSession(sessionNumber(6, 600));
     EXPECT_THAT(stored(), ElementsAre(sessionNumber(6, 600), sessionNumber(5, 500),
                                       endedSession(4, 400, 450), next, ongoing))
@@ -155,10 +155,10 @@ TEST_F(HistoryReplaced, MakesNoFileWhereItMayNot) {
 
 TEST_F(HistoryReplaced, AStoreInMemoryHasNoFileToLose) {
     HistoryStore memory(std::nullopt);
-    memory.onFileChange([this](Change change) { told_.push_back(change); });
+    memory.onFileChange([this](Change change) { changes_.push_back(change); });
     memory.saveSession(next);
     EXPECT_THAT(memory.sessions(), ElementsAre(next));
-    EXPECT_THAT(told_, IsEmpty());
+    EXPECT_THAT(changes_, IsEmpty());
 }
 
 } // namespace

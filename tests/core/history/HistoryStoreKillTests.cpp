@@ -100,11 +100,11 @@ private:
 };
 
 struct Expected {
-    std::optional<UsageSession> told;  ///< the last state that was acknowledged
-    std::optional<UsageSession> tried; ///< a later one that was about to be saved
+    std::optional<UsageSession> acknowledged; ///< the last state that was acknowledged
+    std::optional<UsageSession> tried;        ///< a later one that was about to be saved
 };
 
-void take(std::map<Uuid, Expected>& expected, const std::vector<std::string>& lines) {
+void apply(std::map<Uuid, Expected>& expected, const std::vector<std::string>& lines) {
     for (const auto& line : lines) {
         if (line.starts_with("will ")) {
             const auto session = decode<UsageSession>(std::string_view(line).substr(5));
@@ -150,7 +150,7 @@ TEST(HistoryStoreKill, LosesNothingThatWasSavedAtTwoHundredTwentyMoments) {
             }
             ASSERT_EQ(writer.kill(), SIGKILL);
             ++kills;
-            take(expected, writer.lines());
+            apply(expected, writer.lines());
 
             auto store = file.open();
             std::map<Uuid, UsageSession> found;
@@ -160,15 +160,15 @@ TEST(HistoryStoreKill, LosesNothingThatWasSavedAtTwoHundredTwentyMoments) {
             for (auto& [id, each] : expected) {
                 const auto row = found.find(id);
                 if (row == found.end()) {
-                    ASSERT_FALSE(each.told) << encode(*each.told);
+                    ASSERT_FALSE(each.acknowledged) << encode(*each.acknowledged);
                     continue;
                 }
                 if (each.tried && row->second == *each.tried) {
                     ++unfinished;
                 } else {
                     // The writer itself repairs what the one before it left; we did that already.
-                    ASSERT_TRUE(each.told) << encode(row->second);
-                    ASSERT_EQ(row->second, *each.told);
+                    ASSERT_TRUE(each.acknowledged) << encode(row->second);
+                    ASSERT_EQ(row->second, *each.acknowledged);
                 }
                 ++kept;
             }

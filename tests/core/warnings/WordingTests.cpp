@@ -81,16 +81,16 @@ RC_GTEST_PROP(DurationFormat, LosesLessThanItsSmallestUnit, ()) {
     const auto text = DurationFormat::text(seconds + 0.5);
     int first = 0;
     int second = 0;
-    int told = 0;
+    int shown = 0;
     if (std::sscanf(text.c_str(), "%d h %d min", &first, &second) == 2) {
-        told = first * 3600 + second * 60;
+        shown = first * 3600 + second * 60;
         RC_ASSERT(text.find(" h ") + 9 == text.size()); // two digits
     } else {
         const auto unit = text.substr(text.find(' ') + 1);
-        told = std::stoi(text) * (unit == "s" ? 1 : unit == "min" ? 60 : 3600);
+        shown = std::stoi(text) * (unit == "s" ? 1 : unit == "min" ? 60 : 3600);
     }
-    RC_ASSERT(told <= seconds);
-    RC_ASSERT(seconds - told < (seconds < 60 ? 1 : 60));
+    RC_ASSERT(shown <= seconds);
+    RC_ASSERT(seconds - shown < (seconds < 60 ? 1 : 60));
 }
 
 } // namespace

@@ -68,7 +68,7 @@ struct OnADesktop {
 
 struct DesktopFixture : ::testing::Test, OnADesktop {
     /// After this the application has been handed all that the server had for it so far.
-    void settle() {
+    void drainEvents() {
         // An answer comes after all events that were before it.
         for (int i = 0; i < 3; ++i) {
             (void)session.run({"xdotool", "getmouselocation"});

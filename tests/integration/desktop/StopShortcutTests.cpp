@@ -57,7 +57,7 @@ struct ShortcutOnX11 : DesktopFixture {
     }
     void press() {
         hand({"key", keys});
-        settle();
+        drainEvents();
     }
     bool comes(int count) {
         return eventually([&] { return presses == count; });
@@ -131,7 +131,7 @@ TEST_F(ShortcutOnX11, AKeyThatIsHeldIsOnePress) {
     hand({"keydown", "ctrl", "keydown", "alt", "keydown", "super", "keydown", "period"});
     EXPECT_TRUE(eventually([&] { return counter.presses >= 4; }));
     hand({"keyup", "period", "keyup", "super", "keyup", "alt", "keyup", "ctrl"});
-    settle();
+    drainEvents();
     EXPECT_EQ(presses, 1);
     press();
     EXPECT_TRUE(comes(2));

@@ -69,10 +69,10 @@ struct NoticePanelTest : ::testing::Test {
                                      }};
 
     /// Cards that were replaced go once the event loop runs.
-    void settle() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    void deletePending() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
 
     std::vector<QWidget*> cards() {
-        settle();
+        deletePending();
         const auto found = controller.panel().findChildren<QWidget*>(QStringLiteral("notice"));
         return {found.begin(), found.end()};
     }

@@ -303,7 +303,7 @@ TEST_F(ClientIdentityOf, TwoSandboxedPulseClientsWithOneInnerProcessIdCannotBeTo
     EXPECT_TRUE(isUnknown(name(1)));
 }
 
-TEST_F(ClientIdentityOf, APulseConnectionThatWasHandedOnIsItsHolders) {
+TEST_F(ClientIdentityOf, AConnectionToPulseThatWasHandedOnIsItsHolders) {
     const auto end = table.connect(20, pulseSocket);
     isServed(1, 20);
     table.give(end, 20, 21, false);

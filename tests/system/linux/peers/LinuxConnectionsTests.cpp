@@ -248,7 +248,7 @@ std::string lines(const std::vector<Connection>& connections) {
 }
 
 TEST(LinuxConnections, TellsPeersBeyondLoopbackOnceForEachTransport) {
-    const auto told = inOwnNetwork([] {
+    const auto seen = inOwnNetwork([] {
         const Socket listener(SOCK_STREAM, "192.0.2.1");
         if (!listener.listenAt("192.0.2.1")) {
             return std::string("can't listen");
@@ -273,14 +273,14 @@ TEST(LinuxConnections, TellsPeersBeyondLoopbackOnceForEachTransport) {
         }
         return text;
     });
-    if (!told) {
+    if (!seen) {
         GTEST_SKIP() << "this system lets no program have a network of its own";
     }
-    EXPECT_EQ(*told, "TCP 192.0.2.1 PORT\nUDP 192.0.2.1 PORT\nUDP 192.0.2.77 53\n");
+    EXPECT_EQ(*seen, "TCP 192.0.2.1 PORT\nUDP 192.0.2.1 PORT\nUDP 192.0.2.77 53\n");
 }
 
 TEST(LinuxConnections, LosesThePeerWithTheSocket) {
-    const auto told = inOwnNetwork([] {
+    const auto seen = inOwnNetwork([] {
         std::string text;
         {
             const Socket socket(SOCK_DGRAM, "192.0.2.1");
@@ -288,10 +288,10 @@ TEST(LinuxConnections, LosesThePeerWithTheSocket) {
         }
         return text + "then\n" + lines(ownConnections());
     });
-    if (!told) {
+    if (!seen) {
         GTEST_SKIP() << "this system lets no program have a network of its own";
     }
-    EXPECT_EQ(*told, "UDP 192.0.2.9 5060\nthen\n");
+    EXPECT_EQ(*seen, "UDP 192.0.2.9 5060\nthen\n");
 }
 
 } // namespace

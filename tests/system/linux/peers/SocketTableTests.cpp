@@ -47,7 +47,7 @@ struct Answer {
     }
 };
 
-std::vector<Connection> told(const Answer& answer) {
+std::vector<Connection> seen(const Answer& answer) {
     return connectionsOf({4711}, answer.ends());
 }
 
@@ -77,28 +77,28 @@ TEST(SocketTable, LeavesOutSocketsOfNoProcess) {
 TEST(SocketTable, LooksAtNoState) {
     for (const std::uint8_t state :
          {TCP_ESTABLISHED, TCP_SYN_SENT, TCP_CLOSE_WAIT, TCP_LAST_ACK, TCP_CLOSE}) {
-        EXPECT_EQ(told(Answer().socket("198.51.100.7", 443, 4711, state)).size(), 1U) << state;
+        EXPECT_EQ(seen(Answer().socket("198.51.100.7", 443, 4711, state)).size(), 1U) << state;
     }
 }
 
 TEST(SocketTable, PrintsAnIPv4PeerOfAnIPv6SocketAsIPv4) {
-    EXPECT_EQ(told(Answer().socket("::ffff:198.51.100.7", 443)),
+    EXPECT_EQ(seen(Answer().socket("::ffff:198.51.100.7", 443)),
               (std::vector<Connection>{{"198.51.100.7", 443, "TCP"}}));
     // The same peer over either kind of socket is one.
-    EXPECT_EQ(told(Answer().socket("::ffff:198.51.100.7", 443).socket("198.51.100.7", 443)).size(),
+    EXPECT_EQ(seen(Answer().socket("::ffff:198.51.100.7", 443).socket("198.51.100.7", 443)).size(),
               1U);
-    EXPECT_TRUE(told(Answer().socket("::ffff:127.0.0.1", 443)).empty());
-    EXPECT_TRUE(told(Answer().socket("::ffff:0.0.0.0", 443)).empty());
+    EXPECT_TRUE(seen(Answer().socket("::ffff:127.0.0.1", 443)).empty());
+    EXPECT_TRUE(seen(Answer().socket("::ffff:0.0.0.0", 443)).empty());
 }
 
 TEST(SocketTable, LeavesLoopbackOut) {
     for (const char* address : {"127.0.0.1", "127.0.0.53", "127.255.255.254", "::1"}) {
-        EXPECT_TRUE(told(Answer().socket(address, 443)).empty()) << address;
+        EXPECT_TRUE(seen(Answer().socket(address, 443)).empty()) << address;
     }
 }
 
 TEST(SocketTable, LeavesOutTheAddressesThatStandForNone) {
-    EXPECT_TRUE(told(Answer().socket("0.0.0.0", 443).socket("::", 443)).empty());
+    EXPECT_TRUE(seen(Answer().socket("0.0.0.0", 443).socket("::", 443)).empty());
 }
 
 TEST(SocketTable, JudgesLoopbackByTheTextAlone) {
@@ -121,7 +121,7 @@ TEST(SocketTable, JudgesLoopbackByTheTextAlone) {
 TEST(SocketTable, KeepsPrivateAndLinkLocalAddresses) {
     for (const char* address :
          {"10.0.0.7", "192.168.1.1", "172.16.0.1", "169.254.3.4", "fe80::1", "fd00::1", "::2"}) {
-        EXPECT_EQ(told(Answer().socket(address, 80)),
+        EXPECT_EQ(seen(Answer().socket(address, 80)),
                   (std::vector<Connection>{{address, 80, "TCP"}}));
     }
 }
@@ -147,7 +147,7 @@ TEST(SocketTable, SortsByTheAddressAsTextAndThenByThePort) {
         .socket("2001:db8::7", 9)
         .socket("198.51.100.10", 1);
     std::vector<std::string> order;
-    for (const auto& one : told(answer)) {
+    for (const auto& one : seen(answer)) {
         order.push_back(one.address + ' ' + std::to_string(one.port));
     }
     EXPECT_EQ(order, (std::vector<std::string>{"198.51.100.10 1", "198.51.100.7 80",
