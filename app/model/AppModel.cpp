@@ -220,7 +220,7 @@ void AppModel::show(const WarningNotice& notice) {
 }
 
 void AppModel::withdrawNotice(const Uuid& sessionID) {
-    if (const auto notice = coalescer_.take(sessionID)) {
+    if (const auto notice = coalescer_.remove(sessionID)) {
         notices.dismiss(notice->id);
     }
 }

@@ -36,7 +36,7 @@ std::optional<WarningNotice> NoticeCoalescer::registerSession(const UsageSession
     return active_.back();
 }
 
-std::optional<WarningNotice> NoticeCoalescer::take(const Uuid& sessionID) {
+std::optional<WarningNotice> NoticeCoalescer::remove(const Uuid& sessionID) {
     const auto found =
         std::find_if(active_.begin(), active_.end(), [&](const WarningNotice& notice) {
             return notice.sessionIDs.contains(sessionID);

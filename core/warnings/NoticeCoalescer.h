@@ -21,7 +21,7 @@ public:
     std::optional<WarningNotice> registerSession(const UsageSession& session, WarningLevel level,
                                                  bool duringAwayWatch);
     /// Takes the notice that holds the session out of play; nothing if none does.
-    std::optional<WarningNotice> take(const Uuid& sessionID);
+    std::optional<WarningNotice> remove(const Uuid& sessionID);
     /// Drops every notice whose id isn't among these.
     void keepOnly(const std::set<Uuid>& noticeIDs);
 

@@ -135,10 +135,10 @@ TEST(NoticeCoalescer, TakesTheNoticeOfASessionOutOfPlace) {
     coalescer.registerSession(other, WarningLevel::standard, false);
     coalescer.registerSession(first, WarningLevel::standard, false);
     const auto merged = coalescer.registerSession(second, WarningLevel::standard, false);
-    EXPECT_EQ(coalescer.take(second.id), merged);
+    EXPECT_EQ(coalescer.remove(second.id), merged);
     EXPECT_THAT(coalescer.active(), SizeIs(1));
-    EXPECT_EQ(coalescer.take(first.id), std::nullopt);
-    EXPECT_EQ(coalescer.take(Uuid::random()), std::nullopt);
+    EXPECT_EQ(coalescer.remove(first.id), std::nullopt);
+    EXPECT_EQ(coalescer.remove(Uuid::random()), std::nullopt);
     EXPECT_THAT(coalescer.active(), SizeIs(1));
 }
 
@@ -214,7 +214,7 @@ RC_GTEST_PROP(NoticeCoalescer, DoesWhatAPlainListOfRowsDoes, ()) {
             const auto row = std::find_if(rows.begin(), rows.end(), [&](const Row& each) {
                 return each.notice().sessionIDs.contains(id);
             });
-            const auto taken = coalescer.take(id);
+            const auto taken = coalescer.remove(id);
             RC_ASSERT(taken.has_value() == (row != rows.end()));
             if (taken) {
                 RC_ASSERT(*taken == row->notice());
