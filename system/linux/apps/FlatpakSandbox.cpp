@@ -11,7 +11,7 @@ namespace velmoran {
 
 namespace {
 
-constexpr int mostAncestors = 8;
+constexpr int mostParents = 8;
 
 /// A path inside the sandbox as it is called outside; nothing if it isn't below that mount.
 std::optional<std::string> outside(const std::string& inside, const std::string& mount,
@@ -93,7 +93,7 @@ std::optional<FlatpakOrigin> flatpakOrigin(const ProcFs& proc, const LinuxPlaces
         return std::nullopt;
     }
     const auto mounts = readLinkText(proc.path(pid, "ns/mnt"));
-    for (int step = 0; step < mostAncestors && pid > 1; ++step) {
+    for (int step = 0; step < mostParents && pid > 1; ++step) {
         if (readLinkText(proc.path(pid, "ns/mnt")) != mounts) {
             break;
         }

@@ -18,7 +18,7 @@ namespace velmoran {
 
 namespace {
 
-constexpr std::chrono::milliseconds patience{500};
+constexpr std::chrono::milliseconds longestAnswer{500};
 constexpr std::uint32_t mostWindows = 4096;
 
 struct Free {
@@ -176,7 +176,7 @@ std::unique_ptr<AppWindows> AppWindows::of(const std::vector<pid_t>& processes,
     std::thread([promise, processes, display] {
         promise->set_value(std::unique_ptr<AppWindows>(new AppWindows(processes, display)));
     }).detach();
-    if (answer.wait_for(patience) != std::future_status::ready) {
+    if (answer.wait_for(longestAnswer) != std::future_status::ready) {
         return nullptr;
     }
     auto windows = answer.get();

@@ -18,7 +18,7 @@ namespace {
 
 // From one check of an open node to the next; the last one again and again. Just the status files
 // of open substreams are read.
-constexpr std::array<Seconds, 8> steps{0.010, 0.015, 0.025, 0.050, 0.100, 0.200, 0.300, 0.500};
+constexpr std::array<Seconds, 8> readDelays{0.010, 0.015, 0.025, 0.050, 0.100, 0.200, 0.300, 0.500};
 
 std::string statusFolder(const std::string& procRoot, const AlsaNode& node) {
     return procRoot + "/asound/card" + std::to_string(node.card) + "/pcm" +
@@ -142,9 +142,9 @@ void AlsaHolders::readStatuses() {
     if (!held) {
         nextCheck_.reset();
     } else if (!nextCheck_ || step_ == 0) {
-        nextCheck_ = loop_.after(steps.at(step_), [this] {
+        nextCheck_ = loop_.after(readDelays.at(step_), [this] {
             nextCheck_.reset();
-            step_ = std::min(step_ + 1, steps.size() - 1);
+            step_ = std::min(step_ + 1, readDelays.size() - 1);
             readStatuses();
         });
     }

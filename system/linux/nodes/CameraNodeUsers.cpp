@@ -11,7 +11,7 @@ namespace {
 
 // From one check of an undecided open to the next: close together at first, when a program that
 // means to stream asks for its buffers.
-constexpr std::array<Seconds, 7> steps{0.010, 0.015, 0.025, 0.050, 0.100, 0.200, 0.200};
+constexpr std::array<Seconds, 7> checkDelays{0.010, 0.015, 0.025, 0.050, 0.100, 0.200, 0.200};
 // How often it is made sure that a holder still is one: a descriptor can be handed to another
 // process, of which no event tells.
 constexpr Seconds heartbeat = 2.0;
@@ -337,10 +337,10 @@ void CameraNodeUsers::publish() {
             }
         }
     }
-    if (!undecided || step_ >= steps.size()) {
+    if (!undecided || step_ >= checkDelays.size()) {
         nextCheck_.reset();
     } else if (!nextCheck_ || step_ == 0) {
-        nextCheck_ = seams_.scheduler.after(steps[step_], [this] { recheck(); });
+        nextCheck_ = seams_.scheduler.after(checkDelays[step_], [this] { recheck(); });
     }
     if (!held) {
         heartbeat_.reset();
