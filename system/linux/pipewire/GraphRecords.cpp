@@ -51,6 +51,4 @@ void update(GraphLink& link, const pw_link_info& info) {
         info.state >= PW_LINK_STATE_PAUSED ? GraphLink::State::set : GraphLink::State::unset;
 }
 
-#pragma GCC diagnostic pop
-
 } // namespace velmoran

@@ -59,6 +59,4 @@ void MuteAnnouncement::nodeChanged(pw_proxy* node, const pw_node_info& info) {
     }
 }
 
-#pragma GCC diagnostic pop
-
 } // namespace velmoran

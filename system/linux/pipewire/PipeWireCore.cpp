@@ -369,8 +369,6 @@ struct LiveCore final : PipeWireCore {
 
 } // namespace
 
-#pragma GCC diagnostic pop
-
 std::unique_ptr<PipeWireCore> PipeWireCore::open(EventLoop& loop, int socket,
                                                  PipeWireListener& listener) {
     auto live = std::make_unique<LiveCore>(loop, listener);

@@ -1,22 +1,14 @@
-// The dictionaries in which PipeWire says what an object is, and the library's headers fit for our
-// warnings. Those are C: casts and unnamed parts that our warnings are not meant for, also where
-// their macros stand in our code. So the warnings stay off after this header, which comes after all
-// others of ours, until the source that includes it says "pop". Free functions; any thread.
+// The dictionaries in which PipeWire says what an object is. Free functions; any thread. A source
+// that includes it is compiled without the warnings that C's casts and macros don't meet
+// (CMakeLists.txt).
 #pragma once
 
 #include <charconv>
 #include <optional>
 #include <string_view>
 
-#include <sys/types.h>
-
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpedantic"
-#pragma GCC diagnostic ignored "-Wold-style-cast"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wcast-qual"
-#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 #include <pipewire/pipewire.h>
+#include <sys/types.h>
 
 namespace velmoran {
 
