@@ -32,7 +32,7 @@ struct Counts {
     int all() const { return starts + ends; }
 };
 
-Counts read(const std::string& output) {
+Counts parseLines(const std::string& output) {
     Counts counts;
     std::istringstream stream(output);
     for (std::string line; std::getline(stream, line);) {
@@ -97,7 +97,7 @@ protected:
                    if (below(6) == 0) {
                        turnOne(program);
                    }
-                   return read(program.output()).all() >= count || !program.running();
+                   return parseLines(program.output()).all() >= count || !program.running();
                }) &&
                program.running();
     }
@@ -172,7 +172,7 @@ TEST_F(Kill, LeavesASoundHistoryThatTheNextStartRepairs) {
     int early = 0;
     int open = 0;
     for (int round = 0; round < kills; ++round) {
-        SCOPED_TRACE(testing::Message() << "seed " << seed_ << ", round " << round);
+        SCOPED_TRACE(::testing::Message() << "seed " << seed_ << ", round " << round);
         auto& program = watch();
         switch (below(4)) {
         case 0: // while it starts
@@ -191,7 +191,7 @@ TEST_F(Kill, LeavesASoundHistoryThatTheNextStartRepairs) {
         ASSERT_TRUE(program.running()) << program.output() << session_.logs();
         program.signal(SIGKILL);
         ASSERT_EQ(program.wait(), -SIGKILL);
-        const auto counts = read(program.output());
+        const auto counts = parseLines(program.output());
         const auto after = rows();
         checkRepair(before, after, counts.all() > 0);
 

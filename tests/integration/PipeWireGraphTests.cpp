@@ -1,8 +1,10 @@
 // Real servers, real recorders: who is told to use the microphone, the speaker and the cameras, and
 // under whose name.
+#include "support/FolderEntries.h"
 #include "support/GraphWatcher.h"
 #include "support/PrivateSession.h"
 #include "support/Rights.h"
+#include "tests/integration/ClientPrograms.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,10 +23,8 @@ using ::testing::IsEmpty;
 using ::testing::IsSubsetOf;
 using ::testing::UnorderedElementsAre;
 
-const std::string graphClient = CLIENT_PROGRAMS "/graph-client";
 const std::string connectionGiver = CLIENT_PROGRAMS "/connection-giver";
 const std::string metadataClient = CLIENT_PROGRAMS "/metadata-client";
-const std::string pulseClient = CLIENT_PROGRAMS "/pulse-client";
 const std::string unknown = "Unknown app";
 
 std::vector<std::string> pulseRecorder() {
@@ -443,16 +443,13 @@ TEST_F(PipeWireGraphWithRestarts, FindsAServerThatWasNotThereAtFirst) {
 }
 
 TEST_F(PipeWireGraphWithServers, LeavesNothingBehindAfterHundredsOfClients) {
-    const auto countOf = [](const char* folder) {
-        return std::distance(std::filesystem::directory_iterator(folder), {});
-    };
     { const GraphWatcher first; } // what a process starts once and for all
-    const auto before = countOf("/proc/self/fd");
-    const auto threadsBefore = countOf("/proc/self/task");
+    const auto before = entriesIn("/proc/self/fd");
+    const auto threadsBefore = entriesIn("/proc/self/task");
     {
         GraphWatcher watcher;
-        std::ptrdiff_t descriptors = 0;
-        std::ptrdiff_t threads = 0;
+        std::size_t descriptors = 0;
+        std::size_t threads = 0;
         for (int turn = 0; turn < 200; ++turn) {
             auto& recorder = session.start("recorder", {graphClient});
             ASSERT_TRUE(becomes(watcher, "graph-client"));
@@ -460,18 +457,18 @@ TEST_F(PipeWireGraphWithServers, LeavesNothingBehindAfterHundredsOfClients) {
             ASSERT_TRUE(becomes(watcher, "graph-client", false));
             session.stop("recorder");
             if (turn == 10) {
-                descriptors = countOf("/proc/self/fd");
-                threads = countOf("/proc/self/task");
+                descriptors = entriesIn("/proc/self/fd");
+                threads = entriesIn("/proc/self/task");
             }
         }
-        EXPECT_EQ(countOf("/proc/self/fd"), descriptors);
-        EXPECT_EQ(countOf("/proc/self/task"), threads);
+        EXPECT_EQ(entriesIn("/proc/self/fd"), descriptors);
+        EXPECT_EQ(entriesIn("/proc/self/task"), threads);
         std::size_t pins = 0;
         watcher.loop().runAndWait([&] { pins = watcher.naming().pinned.size(); });
         EXPECT_EQ(pins, 0U);
     }
-    EXPECT_EQ(countOf("/proc/self/fd"), before);
-    EXPECT_EQ(countOf("/proc/self/task"), threadsBefore);
+    EXPECT_EQ(entriesIn("/proc/self/fd"), before);
+    EXPECT_EQ(entriesIn("/proc/self/task"), threadsBefore);
 }
 
 TEST_F(PipeWireGraphWithServers, TellsWhoSeesACamera) {

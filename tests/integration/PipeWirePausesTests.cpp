@@ -1,6 +1,7 @@
 // Real servers, real clients that pause their stream: what pauses for a moment is one use.
 #include "support/GraphWatcher.h"
 #include "support/PrivateSession.h"
+#include "tests/integration/ClientPrograms.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,9 +14,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
 using Names = std::vector<std::string>;
-
-const std::string graphClient = CLIENT_PROGRAMS "/graph-client";
-const std::string pulseClient = CLIENT_PROGRAMS "/pulse-client";
 
 class PipeWirePauses : public ::testing::Test {
 protected:

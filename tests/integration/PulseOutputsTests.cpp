@@ -1,4 +1,5 @@
 // Outputs of a real sound server: null sinks that say of themselves what real cards say.
+#include "support/FolderEntries.h"
 #include "support/GraphWatcher.h"
 #include "support/NullSinks.h"
 #include "support/PrivateSession.h"
@@ -37,16 +38,16 @@ protected:
         outputs.preferDefault(name);
     }
     /// Waits until the current output has that name.
-    testing::AssertionResult becomes(PulseOutputs& outputs, const std::string& name) {
+    ::testing::AssertionResult becomes(PulseOutputs& outputs, const std::string& name) {
         const auto isIt = [&] {
             const auto current = outputs.current();
             return current && current->name == name;
         };
         if (waitUntil(isIt)) {
-            return testing::AssertionSuccess();
+            return ::testing::AssertionSuccess();
         }
         const auto current = outputs.current();
-        return testing::AssertionFailure()
+        return ::testing::AssertionFailure()
                << "the output is " << (current ? current->name : "none") << ", the server says "
                << session_.run({"pactl", "get-default-sink"}).output
                << session_.run({"pactl", "list", "short", "sinks"}).output;
@@ -221,10 +222,6 @@ TEST_F(PulseOutputsTest, AreFoundAgainWhenTheServerComesBack) {
     EXPECT_EQ(outputs.current()->objectID, id);
 }
 
-std::size_t entriesOf(const char* folder) {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
 TEST_F(PulseOutputsTest, LeaveNothingBehind) {
     session_.startSound();
     const auto round = [&] {
@@ -233,13 +230,13 @@ TEST_F(PulseOutputsTest, LeaveNothingBehind) {
         ASSERT_TRUE(waitUntil([&] { return outputs.current().has_value(); }));
     };
     round();
-    const auto descriptors = entriesOf("/proc/self/fd");
-    const auto threads = entriesOf("/proc/self/task");
+    const auto descriptors = support::entriesIn("/proc/self/fd");
+    const auto threads = support::entriesIn("/proc/self/task");
     for (int time = 0; time < 20; ++time) {
         round();
     }
-    EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
-    EXPECT_EQ(entriesOf("/proc/self/task"), threads);
+    EXPECT_EQ(support::entriesIn("/proc/self/fd"), descriptors);
+    EXPECT_EQ(support::entriesIn("/proc/self/task"), threads);
 }
 
 } // namespace

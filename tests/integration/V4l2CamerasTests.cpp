@@ -1,5 +1,6 @@
 // Real processes, the real /proc and real inotify; only the cameras are plain files.
 #include "support/FakeNaming.h"
+#include "support/FolderEntries.h"
 #include "support/NodeUser.h"
 #include "support/Rights.h"
 #include "support/TemporaryDirectory.h"
@@ -328,10 +329,6 @@ TEST_F(V4l2CamerasTest, KnowsWhoWasThereBeforeIt) {
     EXPECT_EQ(cameras()[0].apps, std::vector{nameOf(user)});
 }
 
-std::size_t entriesOf(const char* folder) {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
 TEST_F(V4l2CamerasTest, LeavesNothingBehindAfterHundredsOfUses) {
     watch();
     NodeUser user(node_);
@@ -348,7 +345,7 @@ TEST_F(V4l2CamerasTest, LeavesNothingBehindAfterHundredsOfUses) {
     // On the loop's thread, which has descriptors of its own open while it looks for holders.
     const auto count = [this](const char* folder) {
         std::size_t entries = 0;
-        loop_.runAndWait([&] { entries = entriesOf(folder); });
+        loop_.runAndWait([&] { entries = support::entriesIn(folder); });
         return entries;
     };
     const auto descriptors = count("/proc/self/fd");

@@ -29,7 +29,7 @@ void underUmockdev(const std::function<void(UMockdevTestbed*)>& body) {
         g_object_unref(testbed);
         return;
     }
-    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     support::ChildProcess::Options options;
     options.inheritsTerminal = true;
     for (char** variable = environ; *variable; ++variable) {

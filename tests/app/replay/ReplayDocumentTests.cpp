@@ -3,6 +3,7 @@
 #include "app/replay/ReplayParser.h"
 #include "app/telling/SettingFields.h"
 #include "support/TemporaryDirectory.h"
+#include "tests/app/replay/FileContents.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -21,11 +22,7 @@ namespace velmoran {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string contentsOf(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+using testing::contentsOf;
 
 const std::string& document() {
     static const auto text = contentsOf(fs::path(VELMORAN_SOURCE_DIR) / "docs/replay.md");

@@ -2,6 +2,7 @@
 // with remarks for what isn't in the output: "# status 3" and "# error bad.jsonl:4: what is wrong".
 #include "app/replay/Replay.h"
 #include "app/translations/Catalogues.h"
+#include "tests/app/replay/FileContents.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -19,15 +20,9 @@ namespace velmoran {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::contentsOf;
 
 const fs::path folder = VELMORAN_REPLAY_TESTS;
-
-std::string contentsOf(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 /// The output as the expected files spell it.
 std::string described(const std::string& output, int status, std::string errors) {
@@ -57,7 +52,7 @@ std::string expected(const std::string& name) {
     return contentsOf(folder / (name + ".expected.jsonl"));
 }
 
-class ReplayRecording : public testing::TestWithParam<std::string> {
+class ReplayRecording : public ::testing::TestWithParam<std::string> {
 protected:
     void TearDown() override { setWords(Localizer()); }
 };
@@ -72,10 +67,10 @@ TEST_P(ReplayRecording, GivesWhatIsExpected) {
     EXPECT_EQ(described(output, status, errors.str()), expected(GetParam()));
 }
 
-class ReplayProgram : public testing::TestWithParam<std::string> {};
+class ReplayProgram : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(ReplayProgram, GivesWhatIsExpected) {
-    const auto errors = fs::path(testing::TempDir()) /
+    const auto errors = fs::path(::testing::TempDir()) /
                         ("replay-errors-" + GetParam() + "-" + std::to_string(getpid()));
     const auto command = "cd '" + folder.string() + "' && '" VELMORANCTL "' replay " + GetParam() +
                          ".jsonl 2>'" + errors.string() + "'";
@@ -92,27 +87,27 @@ TEST_P(ReplayProgram, GivesWhatIsExpected) {
     fs::remove(errors);
 }
 
-std::string caseName(const testing::TestParamInfo<std::string>& each) {
+std::string caseName(const ::testing::TestParamInfo<std::string>& each) {
     std::string name = each.param;
     std::erase(name, '-');
     return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Recordings, ReplayRecording, testing::ValuesIn(recordings()), caseName);
-INSTANTIATE_TEST_SUITE_P(Recordings, ReplayProgram, testing::ValuesIn(recordings()), caseName);
+INSTANTIATE_TEST_SUITE_P(Recordings, ReplayRecording, ::testing::ValuesIn(recordings()), caseName);
+INSTANTIATE_TEST_SUITE_P(Recordings, ReplayProgram, ::testing::ValuesIn(recordings()), caseName);
 
 // MARK: - What needs no file
 
-struct Outcome {
+struct Played {
     int status = 0;
     std::vector<std::string> lines;
     std::string errors;
 };
 
-Outcome play(const std::string& text) {
+Played play(const std::string& text) {
     std::istringstream input(text);
     std::ostringstream errors;
-    Outcome outcome;
+    Played outcome;
     outcome.status = runReplay(
         input, "r", [&](const std::string& line) { outcome.lines.push_back(line); }, errors);
     outcome.errors = errors.str();
