@@ -10,7 +10,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-class StatusLines : public testing::Test {
+class StatusLines : public ::testing::Test {
 protected:
     ~StatusLines() override { setWords(Localizer()); }
 

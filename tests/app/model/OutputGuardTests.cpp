@@ -13,8 +13,6 @@ SystemSnapshot output(std::uint32_t id, OutputDeviceInfo::Kind kind, bool isMute
     return snapshot;
 }
 
-using Kind = OutputDeviceInfo::Kind;
-
 struct OutputGuardTest : testing::StopFixture {
     std::vector<std::pair<std::uint32_t, bool>> outputMutes;
 
@@ -33,11 +31,11 @@ using OutputMutes = std::vector<std::pair<std::uint32_t, bool>>;
 
 TEST_F(OutputGuardTest, MutesWhenTheHeadphonesGoAndNamesWhoPlays) {
     beginGuarding();
-    auto playing = output(2, Kind::headphones);
+    auto playing = output(2, OutputDeviceInfo::Kind::headphones);
     playing.speakerOn = true;
     playing.speakerApps = {appRef("Music")};
     receive(playing);
-    playing.output = output(1, Kind::builtInSpeakers).output;
+    playing.output = output(1, OutputDeviceInfo::Kind::builtInSpeakers).output;
     receive(playing);
     EXPECT_EQ(outputMutes, (OutputMutes{{1, true}}));
     const auto card = model->notices.items().back();
@@ -55,8 +53,8 @@ TEST_F(OutputGuardTest, MutesWhenTheHeadphonesGoAndNamesWhoPlays) {
 TEST_F(OutputGuardTest, SaysWhenItCouldNotMute) {
     beginGuarding();
     machine.script.outputMuteFails = true;
-    receive(output(2, Kind::headphones));
-    receive(output(1, Kind::builtInSpeakers));
+    receive(output(2, OutputDeviceInfo::Kind::headphones));
+    receive(output(1, OutputDeviceInfo::Kind::builtInSpeakers));
     const auto card = model->notices.items().back();
     EXPECT_EQ(card.title, "Headphones disconnected");
     EXPECT_EQ(card.message, "Sound now comes out of the speakers. Velmoran couldn't mute them.");
@@ -67,16 +65,16 @@ TEST_F(OutputGuardTest, SaysWhenItCouldNotMute) {
 
 TEST_F(OutputGuardTest, HasNothingToSayWhenNobodyPlays) {
     beginGuarding();
-    receive(output(1, Kind::headphones));
-    receive(output(1, Kind::builtInSpeakers));
+    receive(output(1, OutputDeviceInfo::Kind::headphones));
+    receive(output(1, OutputDeviceInfo::Kind::builtInSpeakers));
     EXPECT_EQ(outputMutes, (OutputMutes{{1, true}}));
     EXPECT_EQ(model->notices.items().back().message, std::nullopt);
 }
 
 TEST_F(OutputGuardTest, DoesNothingWhenItIsOff) {
     beginGuarding(false);
-    receive(output(2, Kind::headphones));
-    receive(output(1, Kind::builtInSpeakers));
+    receive(output(2, OutputDeviceInfo::Kind::headphones));
+    receive(output(1, OutputDeviceInfo::Kind::builtInSpeakers));
     EXPECT_TRUE(outputMutes.empty());
     EXPECT_TRUE(titles().empty());
 }
@@ -84,20 +82,20 @@ TEST_F(OutputGuardTest, DoesNothingWhenItIsOff) {
 TEST_F(OutputGuardTest, LeavesSpeakersThatWerePickedByHand) {
     beginGuarding();
     machine.script.outputs = {1, 2};
-    receive(output(2, Kind::headphones));
-    receive(output(1, Kind::builtInSpeakers));
+    receive(output(2, OutputDeviceInfo::Kind::headphones));
+    receive(output(1, OutputDeviceInfo::Kind::builtInSpeakers));
     EXPECT_TRUE(outputMutes.empty());
 }
 
 TEST_F(OutputGuardTest, LeavesEveryOtherChange) {
     beginGuarding();
-    receive(output(1, Kind::builtInSpeakers));
-    receive(output(2, Kind::headphones));
-    receive(output(3, Kind::other));
-    receive(output(2, Kind::headphones));
-    receive(output(1, Kind::builtInSpeakers, true));
+    receive(output(1, OutputDeviceInfo::Kind::builtInSpeakers));
+    receive(output(2, OutputDeviceInfo::Kind::headphones));
+    receive(output(3, OutputDeviceInfo::Kind::other));
+    receive(output(2, OutputDeviceInfo::Kind::headphones));
+    receive(output(1, OutputDeviceInfo::Kind::builtInSpeakers, true));
     receive({});
-    receive(output(1, Kind::builtInSpeakers));
+    receive(output(1, OutputDeviceInfo::Kind::builtInSpeakers));
     EXPECT_TRUE(outputMutes.empty());
     EXPECT_TRUE(titles().empty());
 }

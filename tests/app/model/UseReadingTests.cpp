@@ -16,8 +16,8 @@ AppRef ref(const std::string& name) {
     return {.name = name, .bundleID = "org.example." + name, .path = "/Applications/" + name};
 }
 
-const AppRef helper{.name = "helper", .bundleID = {}, .path = "/usr/libexec/helper"};
-const AppRef listener{.name = "listener", .bundleID = {}, .path = "/usr/libexec/listener"};
+const AppRef aHelper{.name = "helper", .bundleID = {}, .path = "/usr/libexec/helper"};
+const AppRef aListener{.name = "listener", .bundleID = {}, .path = "/usr/libexec/listener"};
 
 struct UseReadingTest : ::testing::Test {
     ScriptedMachine machine;
@@ -76,20 +76,20 @@ TEST_F(UseReadingTest, SaysOfEachDeviceWhetherItIsOnAndWhoUsesIt) {
 }
 
 TEST_F(UseReadingTest, LeavesTheSystemsOwnListeningOutAsTheSettingSays) {
-    EXPECT_FALSE(isOn(microphone({listener}, 0)));
-    EXPECT_EQ(users(microphone({listener, ref("Zoom")}, 0)), (Names{"Zoom"}));
+    EXPECT_FALSE(isOn(microphone({aListener}, 0)));
+    EXPECT_EQ(users(microphone({aListener, ref("Zoom")}, 0)), (Names{"Zoom"}));
     settings.ignoreSystemListening.set(false);
-    EXPECT_EQ(users(microphone({listener, ref("Zoom")}, 0)), (Names{"listener", "Zoom"}));
+    EXPECT_EQ(users(microphone({aListener, ref("Zoom")}, 0)), (Names{"listener", "Zoom"}));
 }
 
 TEST_F(UseReadingTest, WaitsASecondForWhomAHelperWorks) {
-    auto found = microphone({helper}, 10);
+    auto found = microphone({aHelper}, 10);
     EXPECT_FALSE(isOn(found));
     EXPECT_TRUE(found.isWaiting);
-    found = microphone({helper, ref("Zoom")}, 10.9);
+    found = microphone({aHelper, ref("Zoom")}, 10.9);
     EXPECT_EQ(users(found), (Names{"Zoom"}));
     EXPECT_TRUE(found.isWaiting);
-    found = microphone({helper}, 11);
+    found = microphone({aHelper}, 11);
     EXPECT_EQ(users(found), (Names{"helper"}));
     EXPECT_FALSE(found.isWaiting);
     EXPECT_TRUE(found.replacedHelpers.empty());
@@ -99,7 +99,7 @@ TEST_F(UseReadingTest, PutsTheOwnerInTheHelpersPlaceOnSpeakersToo) {
     settings.monitorSpeakerUse.set(true);
     SystemSnapshot snapshot;
     snapshot.microphoneOn = snapshot.speakerOn = true;
-    snapshot.microphoneApps = snapshot.speakerApps = {helper};
+    snapshot.microphoneApps = snapshot.speakerApps = {aHelper};
     snapshot.microphoneAttributed = {ref("Call")};
     const auto found = reading.read(snapshot, {0});
     EXPECT_EQ(users(found), (Names{"Call"}));
@@ -109,11 +109,11 @@ TEST_F(UseReadingTest, PutsTheOwnerInTheHelpersPlaceOnSpeakersToo) {
 }
 
 TEST_F(UseReadingTest, CountsTheWaitAnewAfterAnOwnerWasKnown) {
-    microphone({helper}, 0);
-    microphone({helper}, 0.5, {ref("Call")});
-    EXPECT_TRUE(microphone({helper}, 5).isWaiting);
-    EXPECT_TRUE(microphone({helper}, 5.9).isWaiting);
-    EXPECT_FALSE(microphone({helper}, 6).isWaiting);
+    microphone({aHelper}, 0);
+    microphone({aHelper}, 0.5, {ref("Call")});
+    EXPECT_TRUE(microphone({aHelper}, 5).isWaiting);
+    EXPECT_TRUE(microphone({aHelper}, 5.9).isWaiting);
+    EXPECT_FALSE(microphone({aHelper}, 6).isWaiting);
 }
 
 TEST_F(UseReadingTest, RemembersWhomItHasNamedAsTheyWereFirst) {
@@ -132,7 +132,7 @@ TEST_F(UseReadingTest, RemembersWhomItHasNamedAsTheyWereFirst) {
 
 TEST_F(UseReadingTest, AsksTheMachineForARoleAndNotForItsKind) {
     machine.script.platform = Platform::linux;
-    EXPECT_EQ(users(microphone({listener, helper}, 0)), (Names{"listener", "helper"}))
+    EXPECT_EQ(users(microphone({aListener, aHelper}, 0)), (Names{"listener", "helper"}))
         << "the Mac's helpers are none there";
 }
 

@@ -9,7 +9,7 @@
 namespace velmoran {
 namespace {
 
-AppIdentity app(const std::string& id) {
+AppIdentity entryOf(const std::string& id) {
     return {.id = id, .name = id, .bundleID = id, .path = {}, .teamID = {}};
 }
 
@@ -18,15 +18,15 @@ TEST(BrowserLinux, KnowsTheCommonOnesByTheirEntries) {
          {"firefox", "firefox-esr", "org.mozilla.firefox", "firefox_firefox", "chromium",
           "google-chrome", "brave-browser", "vivaldi-stable", "opera", "microsoft-edge",
           "org.gnome.Epiphany", "org.kde.falkon", "librewolf", "torbrowser", "GOOGLE-CHROME"}) {
-        EXPECT_TRUE(Browser::isBrowser(app(id), Browser::knownOnLinux())) << id;
+        EXPECT_TRUE(Browser::isBrowser(entryOf(id), Browser::knownOnLinux())) << id;
     }
     for (const auto* id : {"org.gnome.Cheese", "firefoxes", "zoom", "minder", "/usr/bin/opera2"}) {
-        EXPECT_FALSE(Browser::isBrowser(app(id), Browser::knownOnLinux())) << id;
+        EXPECT_FALSE(Browser::isBrowser(entryOf(id), Browser::knownOnLinux())) << id;
     }
 }
 
 TEST(BrowserLinux, MakesNoBrowserWhereOtherIdsHold) {
-    EXPECT_FALSE(Browser::isBrowser(app("firefox-esr"), {}));
+    EXPECT_FALSE(Browser::isBrowser(entryOf("firefox-esr"), {}));
 }
 
 TEST(BrowserLinux, NamesEachOnce) {
@@ -56,7 +56,7 @@ TEST(BrowserLinux, KnowsOneWithoutAnEntryByItsProgram) {
         EXPECT_TRUE(Browser::runsABrowserOnLinux(
             {.id = path, .name = "x", .bundleID = {}, .path = path, .teamID = {}}))
             << path;
-        EXPECT_TRUE(Browser::runsABrowserOnLinux(app(path))) << path;
+        EXPECT_TRUE(Browser::runsABrowserOnLinux(entryOf(path))) << path;
         // Whatever entry has named it.
         EXPECT_TRUE(Browser::runsABrowserOnLinux({.id = "org.example.kiosk",
                                                   .name = "Kiosk",
@@ -72,7 +72,7 @@ TEST(BrowserLinux, TakesNoOtherProgramForOne) {
          {"/home/u/firefox/recorder", "/home/u/firefox/", "/home/u/firefox.sh", "/usr/bin/zoom",
           "/opt/x/chrome_crashpad_handler", "/usr/lib/electron/electron", "/opt/x/Firefox2",
           "/home/u/.firefox-wrapped", "firefox", "org.example.Recorder", ""}) {
-        EXPECT_FALSE(Browser::runsABrowserOnLinux(app(id))) << id;
+        EXPECT_FALSE(Browser::runsABrowserOnLinux(entryOf(id))) << id;
     }
     // Only its name has one.
     EXPECT_FALSE(Browser::runsABrowserOnLinux({.id = "/usr/bin/firefox",

@@ -6,7 +6,7 @@
 namespace velmoran {
 namespace {
 
-AppIdentity app(const std::string& id) {
+AppIdentity appOf(const std::string& id) {
     return {.id = id, .name = id, .bundleID = {}, .path = {}, .teamID = {}};
 }
 
@@ -55,24 +55,24 @@ const std::vector<std::string_view> all = {
 TEST(Browser, KnowsAllOfThem) {
     EXPECT_THAT(Browser::known(), ::testing::UnorderedElementsAreArray(all));
     for (const auto id : all) {
-        EXPECT_TRUE(Browser::isBrowser(app(std::string(id)), {})) << id;
-        EXPECT_TRUE(Browser::isBrowser(app(std::string(id) + ".helper"), {})) << id;
-        EXPECT_FALSE(Browser::isBrowser(app("x" + std::string(id)), {})) << id;
+        EXPECT_TRUE(Browser::isBrowser(appOf(std::string(id)), {})) << id;
+        EXPECT_TRUE(Browser::isBrowser(appOf(std::string(id) + ".helper"), {})) << id;
+        EXPECT_FALSE(Browser::isBrowser(appOf("x" + std::string(id)), {})) << id;
     }
 }
 
 TEST(Browser, IgnoresCaseAndTakesTheIdWithoutABundle) {
-    EXPECT_TRUE(Browser::isBrowser(app("COM.GOOGLE.CHROME"), {}));
-    EXPECT_TRUE(Browser::isBrowser(app("com.google.chrome.helper"), {}));
-    EXPECT_FALSE(Browser::isBrowser(app("com.google.chromes"), {}));
-    AppIdentity other = app("com.google.Chrome");
+    EXPECT_TRUE(Browser::isBrowser(appOf("COM.GOOGLE.CHROME"), {}));
+    EXPECT_TRUE(Browser::isBrowser(appOf("com.google.chrome.helper"), {}));
+    EXPECT_FALSE(Browser::isBrowser(appOf("com.google.chromes"), {}));
+    AppIdentity other = appOf("com.google.Chrome");
     other.bundleID = "org.example.other";
     EXPECT_FALSE(Browser::isBrowser(other, {}));
 }
 
 TEST(Browser, KnowsTheInstalledOnesToo) {
-    EXPECT_FALSE(Browser::isBrowser(app("org.example.surf"), {}));
-    EXPECT_TRUE(Browser::isBrowser(app("org.example.surf"), {"Org.Example.Surf"}));
+    EXPECT_FALSE(Browser::isBrowser(appOf("org.example.surf"), {}));
+    EXPECT_TRUE(Browser::isBrowser(appOf("org.example.surf"), {"Org.Example.Surf"}));
 }
 
 } // namespace

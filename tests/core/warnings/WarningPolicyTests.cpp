@@ -7,11 +7,11 @@
 namespace velmoran {
 namespace {
 
-const AppIdentity zoom = app("zoom");
+const AppIdentity caller = app("caller");
 
 TrustList trustOf(std::optional<TrustKind> kind) {
     TrustList list;
-    list.set(kind, zoom, {Device::camera, Device::microphone});
+    list.set(kind, caller, {Device::camera, Device::microphone});
     return list;
 }
 
@@ -19,7 +19,7 @@ const std::optional<TrustKind> everyKind[] = {std::nullopt, TrustKind::trusted,
                                               TrustKind::alwaysWarn, TrustKind::trustedAlwaysWarn};
 
 TEST(WarningPolicy, NeverWarnsOfTheSpeaker) {
-    for (const auto& user : {zoom, AppIdentity::unknown(), unidentified("1")}) {
+    for (const auto& user : {caller, AppIdentity::unknown(), unidentified("1")}) {
         for (const auto kind : everyKind) {
             for (const bool awayWatchOn : {false, true}) {
                 EXPECT_EQ(WarningPolicy::level(user, Device::speaker, trustOf(kind), awayWatchOn),
@@ -48,29 +48,29 @@ TEST(WarningPolicy, WarnsOfAnAppThatIsCalledAsWhoCannotBeNamedAsOfAnyOther) {
 
 TEST(WarningPolicy, WarnsStronglyOfATrustedAppDuringTheAwayWatchOnly) {
     const auto trust = trustOf(TrustKind::trusted);
-    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trust, true), WarningLevel::strong);
-    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trust, false), WarningLevel::quiet);
+    EXPECT_EQ(WarningPolicy::level(caller, Device::camera, trust, true), WarningLevel::strong);
+    EXPECT_EQ(WarningPolicy::level(caller, Device::camera, trust, false), WarningLevel::quiet);
 }
 
 TEST(WarningPolicy, WarnsStronglyOfEveryAppDuringTheAwayWatch) {
     for (const auto kind : everyKind) {
-        EXPECT_EQ(WarningPolicy::level(zoom, Device::microphone, trustOf(kind), true),
+        EXPECT_EQ(WarningPolicy::level(caller, Device::microphone, trustOf(kind), true),
                   WarningLevel::strong);
     }
 }
 
 TEST(WarningPolicy, SoftensAnAlwaysWarnRuleByTrustAndDoesNotSilenceIt) {
     EXPECT_EQ(
-        WarningPolicy::level(zoom, Device::camera, trustOf(TrustKind::trustedAlwaysWarn), false),
+        WarningPolicy::level(caller, Device::camera, trustOf(TrustKind::trustedAlwaysWarn), false),
         WarningLevel::standard);
-    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trustOf(TrustKind::alwaysWarn), false),
+    EXPECT_EQ(WarningPolicy::level(caller, Device::camera, trustOf(TrustKind::alwaysWarn), false),
               WarningLevel::strong);
 }
 
 TEST(WarningPolicy, TellsAnAppWithoutARuleInTheOrdinaryWay) {
-    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trustOf({}), false),
+    EXPECT_EQ(WarningPolicy::level(caller, Device::camera, trustOf({}), false),
               WarningLevel::standard);
-    auto anotherTeam = zoom;
+    auto anotherTeam = caller;
     anotherTeam.teamID = "T";
     EXPECT_EQ(WarningPolicy::level(anotherTeam, Device::camera, trustOf(TrustKind::trusted), false),
               WarningLevel::standard);
@@ -78,9 +78,10 @@ TEST(WarningPolicy, TellsAnAppWithoutARuleInTheOrdinaryWay) {
 
 TEST(WarningPolicy, LooksAtTheRuleOfThatDevice) {
     TrustList trust;
-    trust.setTrusted(true, zoom, {Device::camera});
-    EXPECT_EQ(WarningPolicy::level(zoom, Device::camera, trust, false), WarningLevel::quiet);
-    EXPECT_EQ(WarningPolicy::level(zoom, Device::microphone, trust, false), WarningLevel::standard);
+    trust.setTrusted(true, caller, {Device::camera});
+    EXPECT_EQ(WarningPolicy::level(caller, Device::camera, trust, false), WarningLevel::quiet);
+    EXPECT_EQ(WarningPolicy::level(caller, Device::microphone, trust, false),
+              WarningLevel::standard);
 }
 
 } // namespace

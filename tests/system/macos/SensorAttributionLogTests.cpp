@@ -16,11 +16,11 @@ namespace {
 
 using Table = AttributionTable;
 
-std::string line(const std::string& elements) {
+std::string messageLine(const std::string& elements) {
     return R"({"eventMessage":"Active activity attributions changed to [)" + elements + "]\"}\n";
 }
-const std::string micA = line(R"(\"mic:a\")");
-const std::string camB = line(R"(\"cam:b\")");
+const std::string micA = messageLine(R"(\"mic:a\")");
+const std::string camB = messageLine(R"(\"cam:b\")");
 
 /// Plays what a tool wrote, and writes down what it was asked.
 struct RecordedTool final : LogTool {
@@ -124,7 +124,7 @@ TEST_F(SensorAttributionLogTest, CompletesALineByTheNextChunk) {
 
 TEST_F(SensorAttributionLogTest, TellsThreeLinesOfAChunkInTheirOrder) {
     start();
-    data(micA + camB + line(""));
+    data(micA + camB + messageLine(""));
     EXPECT_EQ(tables, (std::vector<Table>{{{"mic", {"a"}}}, {{"cam", {"b"}}}, {}}));
 }
 
