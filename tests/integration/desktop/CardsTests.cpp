@@ -64,7 +64,8 @@ TEST_F(CardsOnADesktop, StandAboveAWindowThatIsFullScreen) {
 }
 
 TEST_F(CardsOnADesktop, StandOnEveryDesktop) {
-    // A window manager that has just begun loses a request at times, so it is asked until it does it.
+    // A window manager that has just begun loses a request at times, so it is asked until it does
+    // it.
     const auto goTo = [&](const std::string& desktop) {
         return eventually([&] {
             hand({"set_desktop", desktop});
