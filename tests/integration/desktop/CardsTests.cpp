@@ -1,6 +1,7 @@
 // The cards under a window manager and a mouse.
 #include "app/shell/cards/NoticePanelController.h"
 #include "integration/desktop/Desktop.h"
+#include "support/AccessibleButton.h"
 
 #include <gmock/gmock.h>
 
@@ -29,7 +30,7 @@ struct CardsOnADesktop : DesktopFixture {
     }
 
     void clickTheCross() {
-        moveTo(placeOf(window()).topRight() + QPoint(-12 - 8 - 10, 12 + 8 + 10));
+        moveTo(support::centerOf(*support::buttonNamed(controller.panel(), "Close")));
         hand({"click", "1"});
     }
 

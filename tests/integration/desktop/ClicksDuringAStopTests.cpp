@@ -1,6 +1,7 @@
 // A hand on the desktop while a program that ignores everything polite is being closed.
 #include "app/shell/AppDelegate.h"
 #include "integration/desktop/Desktop.h"
+#include "support/AccessibleButton.h"
 #include "support/RunningProgram.h"
 #include "support/TemporaryDirectory.h"
 #include "system/linux/closing/LinuxRunningApps.h"
@@ -156,8 +157,7 @@ TEST_F(ClicksDuringAStop, CloseACard) {
     ASSERT_EQ(app().notices.items().size(), 1U);
     pressTheButton();
     ASSERT_EQ(app().notices.items().size(), 1U);
-    // The cross of the only card.
-    moveTo(cards.pos() + QPoint(cards.width() - 12 - 8 - 10, 12 + 8 + 10));
+    moveTo(support::centerOf(*support::buttonNamed(cards, "Close")));
     hand({"click", "1"});
     EXPECT_TRUE(eventually([&] { return app().notices.items().empty(); }));
     expectStillStopping();

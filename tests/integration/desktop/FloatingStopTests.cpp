@@ -1,6 +1,7 @@
 // The floating button under a window manager and a mouse.
 #include "app/shell/AppDelegate.h"
 #include "integration/desktop/Desktop.h"
+#include "support/AccessibleButton.h"
 
 #include <gmock/gmock.h>
 
@@ -221,8 +222,7 @@ TEST_F(QuestionOnADesktop, CardsAnswerWhileItIsOpen) {
     ask();
     const auto& cards = delegate->statusItem()->noticePanel().panel();
     ASSERT_TRUE(cards.isVisible());
-    // The cross of the only card.
-    moveTo(cards.pos() + QPoint(cards.width() - 12 - 8 - 10, 12 + 8 + 10));
+    moveTo(support::centerOf(*support::buttonNamed(cards, "Close")));
     hand({"click", "1"});
     EXPECT_TRUE(eventually([&] { return delegate->model().notices.items().empty(); }));
     EXPECT_TRUE(question());

@@ -1,8 +1,8 @@
 #include "app/shell/cards/NoticePanelController.h"
 #include "core/text/Localizer.h"
+#include "support/AccessibleButton.h"
 #include "system/scripted/ScriptedTime.h"
 
-#include <QAccessible>
 #include <QGuiApplication>
 #include <QIconEngine>
 #include <QLabel>
@@ -15,6 +15,7 @@
 namespace velmoran {
 namespace {
 
+using support::buttonNamed;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -97,17 +98,6 @@ struct NoticePanelTest : ::testing::Test {
         }
         return result;
     }
-
-    template <class Button>
-    static Button* named(QWidget* card, const std::string& name) {
-        for (auto* each : card->findChildren<Button*>()) {
-            if (QAccessible::queryAccessibleInterface(each)->text(QAccessible::Name) ==
-                QString::fromStdString(name)) {
-                return each;
-            }
-        }
-        return nullptr;
-    }
 };
 
 TEST_F(NoticePanelTest, IsNotOnTheScreenBeforeTheFirstCard) {
@@ -135,11 +125,10 @@ TEST_F(NoticePanelTest, OnlyTheDefaultButtonIsProminent) {
     auto card = item("Zoom turned on the camera");
     card.buttons = {button("Stop", true), button("This was me")};
     notices.show(card);
-    EXPECT_TRUE(named<QPushButton>(cards().front(), "Stop")->property("prominent").toBool());
-    EXPECT_FALSE(
-        named<QPushButton>(cards().front(), "This was me")->property("prominent").toBool());
+    EXPECT_TRUE(buttonNamed(*cards().front(), "Stop")->property("prominent").toBool());
+    EXPECT_FALSE(buttonNamed(*cards().front(), "This was me")->property("prominent").toBool());
     const auto face = [&](const char* name) {
-        const auto image = named<QPushButton>(cards().front(), name)->grab().toImage();
+        const auto image = buttonNamed(*cards().front(), name)->grab().toImage();
         return image.pixelColor(6, image.height() / 2);
     };
     EXPECT_EQ(face("Stop"), controller.panel().palette().color(QPalette::Highlight));
@@ -157,7 +146,7 @@ TEST_F(NoticePanelTest, AClickRunsTheButtonsActionOnce) {
                            }),
                     button("Trust this app", false, [&] { ++trusts; })};
     notices.show(card);
-    named<QPushButton>(cards().front(), "Stop")->click();
+    buttonNamed(*cards().front(), "Stop")->click();
     EXPECT_EQ(stops, 1);
     EXPECT_EQ(trusts, 0);
     EXPECT_FALSE(controller.panel().isVisible());
@@ -171,7 +160,7 @@ TEST_F(NoticePanelTest, TheCrossClosesItsOwnCard) {
     };
     notices.show(first);
     notices.show(item("Second"));
-    named<QToolButton>(cards().front(), "Close")->click();
+    buttonNamed(*cards().front(), "Close")->click();
     EXPECT_TRUE(closed);
     EXPECT_THAT(titles(), ElementsAre("Second"));
 }
@@ -325,8 +314,8 @@ TEST_F(NoticePanelTest, LongButtonsGoToARowOfTheirOwn) {
     auto card = item("Something");
     card.buttons = {button(std::string(22, 'm')), button(std::string(22, 'n'))};
     notices.show(card);
-    auto* first = named<QPushButton>(cards().front(), std::string(22, 'm'));
-    auto* second = named<QPushButton>(cards().front(), std::string(22, 'n'));
+    auto* first = buttonNamed(*cards().front(), std::string(22, 'm'));
+    auto* second = buttonNamed(*cards().front(), std::string(22, 'n'));
     EXPECT_EQ(second->x(), first->x());
     EXPECT_EQ(second->y(), first->geometry().bottom() + 1 + 8);
     EXPECT_TRUE(cards().front()->rect().contains(second->geometry()));
