@@ -81,8 +81,7 @@ CardText::CardText(const QString& text, const QFont& font, const QColor& color, 
     layout_.setText(shown.replace(QLatin1Char('\n'), QChar::LineSeparator));
     auto height = layOut(layout_, width, mostLines);
     const auto last = layout_.lineAt(layout_.lineCount() - 1);
-    isCut_ = layout_.lineCount() > 0 && last.textStart() + last.textLength() < shown.size();
-    if (isCut_) {
+    if (layout_.lineCount() > 0 && last.textStart() + last.textLength() < shown.size()) {
         layout_.setText(shown.left(last.textStart()) +
                         cutRest(shown.mid(last.textStart()), font, width));
         height = layOut(layout_, width, mostLines);

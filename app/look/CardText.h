@@ -1,6 +1,6 @@
 // One text of a card: wrapped to a given width, between words where that is possible and inside
-// them where not, and cut with an ellipsis after so many lines. Knows its height at once, so that a
-// card is laid out in one go. Owned by its card; main thread.
+// them where not, and cut with an ellipsis after so many lines, when its tool tip has the whole. Knows
+// its height at once, so that a card is laid out in one go. Owned by its card; main thread.
 #pragma once
 
 #include <QColor>
@@ -20,8 +20,6 @@ public:
     CardText(const QString& text, const QFont& font, const QColor& color, int width, int mostLines,
              QWidget* parent);
 
-    /// The text was longer than its lines.
-    bool isCut() const { return isCut_; }
     /// What is drawn, with the ellipsis; lines that were apart in the text are so by U+2028.
     QString shownText() const { return layout_.text(); }
     /// How far from the left the character stands, in the first line.
@@ -33,7 +31,6 @@ protected:
 private:
     QTextLayout layout_;
     QColor color_;
-    bool isCut_ = false;
 };
 
 } // namespace velmoran
