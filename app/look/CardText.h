@@ -1,6 +1,6 @@
 // One text of a card: wrapped to a given width, between words where that is possible and inside
-// them where not, and cut with an ellipsis after so many lines, when its tool tip has the whole. Knows
-// its height at once, so that a card is laid out in one go. Owned by its card; main thread.
+// them where not, and cut with an ellipsis after so many lines, when its tool tip has the whole.
+// Knows its height at once, so that a card is laid out in one go. Owned by its card; main thread.
 #pragma once
 
 #include <QColor>
