@@ -37,8 +37,10 @@ ScanCache::Script inspect(const std::string& interpreter, const std::string& scr
                           ScanCache& cache) {
     std::error_code error;
     const auto real = std::filesystem::canonical(script, error);
-    if (error || !(std::filesystem::is_regular_file(real, error) ||
-                   std::filesystem::is_directory(real, error))) {
+    const auto number = fileNumber(script);
+    if (error || !number ||
+        !(std::filesystem::is_regular_file(real, error) ||
+          std::filesystem::is_directory(real, error))) {
         return {};
     }
     // A command line is the process's own word: it can't make one of the system's own programs of
@@ -47,8 +49,7 @@ ScanCache::Script inspect(const std::string& interpreter, const std::string& scr
         linuxSystemIdentifier(real.string()).has_value() ||
         (hasProtectedName(real.string()) && readFileUpTo(real, 4) == "\177ELF") ||
         (cache.isProtected(real) && !cache.isProtected(interpreter));
-    return {.number = fileNumber(script),
-            .real = claimsTooMuch ? std::nullopt : std::optional(real.string())};
+    return {.number = number, .real = claimsTooMuch ? std::nullopt : std::optional(real.string())};
 }
 
 } // namespace
