@@ -137,7 +137,8 @@ std::vector<VideoDevices::Found> VideoDevices::foundInFolder() const {
             continue;
         }
         Found found;
-        found.path = places_.deviceFolder + '/' + name;
+        // Holders are found by the path as the kernel words it: the folder may end with a slash.
+        found.path = std::filesystem::path(places_.deviceFolder) / name;
         const std::filesystem::path about = std::filesystem::path(places_.classFolder) / name;
         std::error_code none;
         const auto device = std::filesystem::canonical(about / "device", none);

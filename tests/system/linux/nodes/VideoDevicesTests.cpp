@@ -23,9 +23,9 @@ TEST(CameraName, IsUnknownWhereThereIsNone) {
 
 class VideoDevicesTest : public ::testing::Test {
 protected:
-    std::vector<VideoDevice> list() {
+    std::vector<VideoDevice> list(const std::string& folder = "dev") {
         VideoDevices::Places places;
-        places.deviceFolder = folder_.path("dev");
+        places.deviceFolder = folder_.path(folder);
         places.classFolder = folder_.path("class");
         places.udev = false;
         return VideoDevices(loop_, places, [] {}).list();
@@ -51,6 +51,13 @@ TEST_F(VideoDevicesTest, StandInTheOrderOfTheirNumbers) {
     }
     EXPECT_EQ(nodes, (std::vector{folder_.path("dev/video2"), folder_.path("dev/video9"),
                                   folder_.path("dev/video10")}));
+}
+
+TEST_F(VideoDevicesTest, AreCalledAsTheirHoldersHaveThemThoughTheFolderEndsWithASlash) {
+    const auto path = node("video0");
+    const auto cameras = list("dev/");
+    ASSERT_EQ(cameras.size(), 1u);
+    EXPECT_EQ(cameras[0].nodes, std::vector{path});
 }
 
 TEST_F(VideoDevicesTest, AreNothingElseInTheFolder) {
