@@ -18,7 +18,7 @@ namespace {
 // A server binds its socket a moment before it listens, and systemd starts one on the first knock.
 constexpr Seconds quickInterval = 0.05;
 constexpr int quickLimit = 60;
-// Only if the kernel has no watch to give for the folder.
+// Only while the folder itself can't be watched: one may connect where one may not read.
 constexpr Seconds slowInterval = 2.0;
 
 std::string environment(const char* name) {
@@ -102,7 +102,7 @@ void ServerSocket::attempt() {
     } else if (quickRetries_ > 0) {
         --quickRetries_;
         attemptIn(quickInterval);
-    } else if (!watch_ || !watch_->isWatching()) {
+    } else if (!watch_ || !watch_->watchesFolder()) {
         attemptIn(slowInterval);
     }
 }
