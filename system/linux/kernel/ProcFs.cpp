@@ -26,8 +26,8 @@ struct CloseDirectory {
 };
 
 /// True if the folder can be read and isn't empty.
-template <typename Take>
-bool eachEntry(const std::string& path, const Take& visit) {
+template <typename Visit>
+bool eachEntry(const std::string& path, const Visit& visit) {
     const std::unique_ptr<DIR, CloseDirectory> directory(opendir(path.c_str()));
     bool any = false;
     while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
