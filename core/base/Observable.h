@@ -1,4 +1,5 @@
-// A piece of state that others want to hear about. Main thread only.
+// A piece of state that others want to hear about. One thread at a time: its owner's, or whoever
+// holds the owner's lock.
 #pragma once
 
 #include "core/base/Subscription.h"
