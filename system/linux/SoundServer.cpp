@@ -1,19 +1,18 @@
 #include "system/SoundServer.h"
 
+#include "system/linux/kernel/Descriptor.h"
 #include "system/linux/pipewire/ServerSocket.h"
 #include "system/linux/pulse/PulseContext.h"
 
 #include <cstdlib>
 #include <string>
-#include <unistd.h>
 
 namespace velmoran {
 
 namespace {
 
 bool listens(const std::string& path) {
-    const int socket = ServerSocket::connect(path);
-    return socket >= 0 && ::close(socket) == 0;
+    return Descriptor(ServerSocket::connect(path)).isOpen();
 }
 
 bool pulseListens() {
