@@ -33,7 +33,7 @@ void BusRequests::forgetCallers() {
     unmuteCall_.reset();
 }
 
-/// Says why, and false.
+/// Answers that nothing was done, and why. False, for whoever asks whether something may be.
 bool BusRequests::drop(sd_bus_message* call, const std::string& why) {
     send_(bus::replyTo(call, bus::outcome::busy, why));
     return false;
