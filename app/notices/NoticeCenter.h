@@ -22,7 +22,7 @@ public:
     /// Appends the card, or replaces the one with this id where it stands. Its hiding time starts
     /// anew.
     void show(NoticeItem item);
-    /// Takes the card away; an unknown id changes nothing and calls no hook.
+    /// Takes the card away; an unknown id changes nothing and nobody hears of it.
     void dismiss(const Uuid& id);
     /// The user closes the card: takes it away, then runs its `onClose`.
     void close(const Uuid& id);
