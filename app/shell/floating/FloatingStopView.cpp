@@ -23,6 +23,7 @@ constexpr int labelEnd = 17;
 void drawBlurred(QPainter& painter, const QRectF& shape, double blur, double opacity) {
     double dark = 0;
     for (double distance = 2.2 * blur; distance >= 0; distance -= 0.5) {
+        // What a blur leaves of the darkness so far outside the shape's own edge.
         const double wanted = opacity * 0.5 * std::erfc(distance / (blur * std::sqrt(2.0)));
         const double added = (wanted - dark) / (1 - dark);
         if (added * 255 < 1) {
