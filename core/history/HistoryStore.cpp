@@ -148,43 +148,43 @@ std::shared_ptr<const std::vector<std::string>> HistoryStore::awayPayloads() {
 // MARK: - Deletions
 
 void HistoryStore::prune(Timestamp before) {
-    std::optional<int> sessions;
-    std::optional<int> reports;
+    std::optional<int> deletedSessions;
+    std::optional<int> deletedReports;
     const bool done = inTransaction([&] {
-        sessions = tryRun(open_->pruneSessions, before);
-        reports = tryRun(open_->pruneReports, before);
+        deletedSessions = tryRun(open_->pruneSessions, before);
+        deletedReports = tryRun(open_->pruneReports, before);
     });
     if (!done) {
         return;
     }
-    if (sessions > 0) {
+    if (deletedSessions > 0) {
         list_ = list_.withoutStartsBefore(before);
         isDamaged_ = false;
     }
-    if (reports > 0) {
+    if (deletedReports > 0) {
         payloads_ = nullptr;
     }
-    if (sessions > 0 || reports > 0) {
+    if (deletedSessions > 0 || deletedReports > 0) {
         open_->database.checkpoint();
     }
 }
 
 void HistoryStore::deleteAll() {
-    std::optional<int> sessions;
-    std::optional<int> reports;
+    std::optional<int> deletedSessions;
+    std::optional<int> deletedReports;
     const bool done = inTransaction([&] {
-        sessions = tryRun(open_->deleteSessions);
-        reports = tryRun(open_->deleteReports);
+        deletedSessions = tryRun(open_->deleteSessions);
+        deletedReports = tryRun(open_->deleteReports);
     });
     if (!done) {
         return;
     }
-    if (sessions) {
+    if (deletedSessions) {
         list_ = {};
         isLoaded_ = true;
         isDamaged_ = false;
     }
-    if (reports) {
+    if (deletedReports) {
         payloads_ = nullptr;
     }
     open_->database.checkpoint();
