@@ -114,8 +114,8 @@ HistoryView HistoryView::without(const Place& place) const {
     if (old.size() == 1) {
         spine.erase(spine.begin() + static_cast<std::ptrdiff_t>(index));
     } else {
-        Piece piece(old.begin(), position);
-        piece.insert(piece.end(), std::next(position), old.end());
+        Piece piece(old);
+        piece.erase(piece.begin() + (position - old.begin()));
         spine[index].piece = std::make_shared<const Piece>(std::move(piece));
     }
     return HistoryView(std::move(spine));
