@@ -38,11 +38,11 @@ bool hasSymbol(const X11Keyboard& keyboard, std::uint8_t key, std::uint32_t symb
 
 /// The first of Mod1 … Mod5 that a key with this symbol sets; 0 for none.
 std::uint16_t modifierOf(const X11Keyboard& keyboard, std::uint32_t symbol) {
-    const auto per = static_cast<std::size_t>(std::max(keyboard.keysPerModifier, 0));
-    const auto end = std::min(modifierCount * per, keyboard.modifierKeys.size());
-    for (auto at = firstFreeModifier * per; at < end; ++at) {
+    const auto keysOfEach = static_cast<std::size_t>(std::max(keyboard.keysPerModifier, 0));
+    const auto end = std::min(modifierCount * keysOfEach, keyboard.modifierKeys.size());
+    for (auto at = firstFreeModifier * keysOfEach; at < end; ++at) {
         if (hasSymbol(keyboard, keyboard.modifierKeys[at], symbol)) {
-            return static_cast<std::uint16_t>(1U << (at / per));
+            return static_cast<std::uint16_t>(1U << (at / keysOfEach));
         }
     }
     return 0;
