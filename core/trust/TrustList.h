@@ -2,6 +2,7 @@
 // the one live copy belongs to the application model and its main thread, which also stores it.
 #pragma once
 
+#include "core/base/Fields.h"
 #include "core/records/AppIdentity.h"
 #include "core/records/Device.h"
 #include "core/trust/TrustKind.h"
