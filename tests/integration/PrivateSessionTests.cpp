@@ -112,6 +112,8 @@ TEST(PrivateSession, TellsAProgramThatIsntInstalledFromOneThatWasntBuilt) {
     const std::string noProgram = "not installed: no-such-program isn't installed";
     EXPECT_EQ(thrown([&] { session.start("x", {"no-such-program"}); }), noProgram);
     EXPECT_EQ(thrown([&] { session.run({"no-such-program", "and", "more"}); }), noProgram);
+    EXPECT_EQ(thrown([&] { session.need({"sh", "no-such-program"}); }), noProgram);
+    EXPECT_EQ(thrown([&] { session.need({"sh"}); }), "nothing");
     const std::string noFile = "/no/such/file: No such file or directory";
     EXPECT_EQ(thrown([&] { session.start("x", {"/no/such/file"}); }), noFile);
     EXPECT_EQ(thrown([&] { session.run({"/no/such/file"}); }), noFile);

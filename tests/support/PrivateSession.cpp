@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ranges>
+#include <sstream>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -215,6 +216,19 @@ void PrivateSession::startTray() {
     await([&] { return XServer(environment_["DISPLAY"]).hasTray(); }, "the tray");
 }
 
+void PrivateSession::need(const std::vector<std::string>& programs) const {
+    for (const auto& program : programs) {
+        bool found = false;
+        std::istringstream folders(environment_.at("PATH"));
+        for (std::string folder; !found && std::getline(folders, folder, ':');) {
+            found = access((folder + "/" + program).c_str(), X_OK) == 0;
+        }
+        if (!found) {
+            throw NotInstalled(program + " isn't installed");
+        }
+    }
+}
+
 void PrivateSession::needGStreamer() {
     // Without a version it wants GStreamer's own, which this plug-in needn't have.
     const auto looked =
@@ -229,6 +243,14 @@ void PrivateSession::needGStreamer() {
 
 void PrivateSession::stop(const std::string& name) {
     std::erase_if(children_, [&](const Named& child) { return child.name == name; });
+}
+
+std::vector<std::string> PrivateSession::names() const {
+    std::vector<std::string> result;
+    for (const auto& child : children_) {
+        result.push_back(child.name);
+    }
+    return result;
 }
 
 ChildProcess* PrivateSession::child(const std::string& name) {

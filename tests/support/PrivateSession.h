@@ -75,12 +75,16 @@ public:
     /// An XEmbed tray at the top right; wants the display.
     void startTray();
 
+    /// Throws NotInstalled where one of these can't be found in the PATH.
+    void need(const std::vector<std::string>& programs) const;
     /// Throws NotInstalled where GStreamer, or its plug-in that records from PipeWire, is missing.
     void needGStreamer();
 
     /// Ends the server or device of that name ("bus", "pipewire", "wireplumber", "pulse", a
     /// device's name, "display", "tray", or what `start` was given). Nothing if there is none.
     void stop(const std::string& name);
+    /// Of all servers, devices and programs, in the order of their starts.
+    [[nodiscard]] std::vector<std::string> names() const;
     /// Null when there is none of that name.
     [[nodiscard]] ChildProcess* child(const std::string& name);
 
