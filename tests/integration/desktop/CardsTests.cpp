@@ -14,7 +14,6 @@ struct CardsOnADesktop : DesktopFixture {
     NoticePanelController controller{notices, [] { return QRect(600, 0, 24, 24); }, AppPicture()};
 
     void SetUp() override { hand({"mousemove", "20", "780"}); }
-    void TearDown() override { session.stop("editor"); }
 
     void show() {
         NoticeItem card;

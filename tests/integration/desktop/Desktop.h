@@ -10,8 +10,10 @@
 
 #include <QCoreApplication>
 #include <QRect>
+#include <QSize>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -31,10 +33,31 @@ support::PrivateSession& desktopSession();
         bound);
 }
 
-/// The desktop that all cases share, and a person's hand on it.
+/// What a case could leave for the next one.
+struct DesktopState {
+    int windows = 0;   ///< that can be seen
+    unsigned held = 0; ///< keys and buttons, and the locks
+    unsigned desktop = 0;
+    QSize screen;
+
+    bool operator==(const DesktopState&) const = default;
+};
+
+void PrintTo(const DesktopState& state, std::ostream* stream);
+
+/// The desktop that all cases share, and a person's hand on it. What a case has started ends with
+/// it, and a case fails that leaves the desktop otherwise than it found it.
 struct OnADesktop {
+    OnADesktop() = default;
+    ~OnADesktop();
+    OnADesktop(const OnADesktop&) = delete;
+    OnADesktop& operator=(const OnADesktop&) = delete;
+
     support::PrivateSession& session = desktopSession();
     support::XServer display{session.environment()["DISPLAY"]};
+
+    [[nodiscard]] DesktopState state();
+    const DesktopState before = state();
 
     /// Keys and mouse as a person has them.
     void hand(const std::vector<std::string>& does) {
@@ -67,6 +90,8 @@ struct OnADesktop {
 };
 
 struct DesktopFixture : ::testing::Test, OnADesktop {
+    static void SetUpTestSuite() { desktopSession().need({"xdotool", "xev"}); }
+
     /// After this the application has been handed all that the server had for it so far.
     void drainEvents() {
         // An answer comes after all events that were before it.

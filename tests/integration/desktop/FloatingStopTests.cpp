@@ -12,6 +12,8 @@ struct FloatingStopOnADesktop : testing::ModelFixture, OnADesktop {
     QtEventLoop loop;
     std::unique_ptr<AppDelegate> delegate;
 
+    static void SetUpTestSuite() { desktopSession().need({"xdotool", "xev", "xrandr"}); }
+
     void SetUp() override {
         settings.setBoolean("floatingStopButton", true);
         // Cards stand at the top right; here nothing else is wanted in the way.
@@ -42,7 +44,6 @@ struct FloatingStopOnADesktop : testing::ModelFixture, OnADesktop {
     bool neverStopped() {
         return !*delegate->model().isStopping && !*delegate->model().settings.microphoneMuted;
     }
-    void TearDown() override { session.stop("editor"); }
 };
 
 TEST_F(FloatingStopOnADesktop, AClickStopsAndLeavesTheFocusWhereItIs) {
