@@ -2,9 +2,9 @@
 // under whose name.
 #include "support/FolderEntries.h"
 #include "support/GraphWatcher.h"
-#include "support/PrivateSession.h"
 #include "support/Rights.h"
 #include "tests/integration/ClientPrograms.h"
+#include "tests/integration/SharedSound.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,13 +31,11 @@ std::vector<std::string> pulseRecorder() {
     return {"parecord", "--raw", "--latency-msec=20", "/dev/null"};
 }
 
-class PipeWireGraphWithServers : public ::testing::Test {
+/// What the cases do, whosever the session.
+template <class Session>
+class GraphScene : public Session {
 protected:
-    void SetUp() override {
-        session.startSound();
-        session.addMicrophone();
-        session.enter();
-    }
+    using Session::session;
 
     ::testing::AssertionResult becomes(GraphWatcher& watcher, const std::string& name,
                                        bool hears = true) {
@@ -55,11 +53,13 @@ protected:
         mark.stop();
         ASSERT_TRUE(becomes(watcher, "graph-client", false));
     }
-
-    PrivateSession session;
 };
 
-TEST_F(PipeWireGraphWithServers, KnowsTheDefaultOutputAlsoWhenTheServerForgetsToTell) {
+using PipeWireGraphWithServers = GraphScene<SharedSound>;
+/// Of cases that change the servers' choices, or can be skipped.
+using PipeWireGraphAlone = GraphScene<OwnSound>;
+
+TEST_F(PipeWireGraphAlone, KnowsTheDefaultOutputAlsoWhenTheServerForgetsToTell) {
     GraphWatcher watcher;
     std::mutex mutex;
     std::vector<std::string> defaults;
@@ -326,7 +326,7 @@ TEST_F(PipeWireGraphWithServers, CannotNameAProcessThatForbidsToBeLookedAt) {
 }
 
 // A new sound server with all that belongs to it, as a restart of the session's services gives.
-class PipeWireGraphWithRestarts : public PipeWireGraphWithServers {
+class PipeWireGraphWithRestarts : public GraphScene<OwnSound> {
 protected:
     void stopServers(std::vector<std::string> first) {
         first.insert(first.end(),
@@ -471,7 +471,7 @@ TEST_F(PipeWireGraphWithServers, LeavesNothingBehindAfterHundredsOfClients) {
     EXPECT_EQ(entriesIn("/proc/self/task"), threadsBefore);
 }
 
-TEST_F(PipeWireGraphWithServers, TellsWhoSeesACamera) {
+TEST_F(PipeWireGraphAlone, TellsWhoSeesACamera) {
     session.needGStreamer();
     session.addCamera();
     GraphWatcher watcher;

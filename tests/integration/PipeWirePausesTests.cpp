@@ -1,7 +1,7 @@
 // Real servers, real clients that pause their stream: what pauses for a moment is one use.
 #include "support/GraphWatcher.h"
-#include "support/PrivateSession.h"
 #include "tests/integration/ClientPrograms.h"
+#include "tests/integration/SharedSound.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,16 +15,14 @@ using ::testing::ElementsAre;
 using ::testing::SizeIs;
 using Names = std::vector<std::string>;
 
-class PipeWirePauses : public ::testing::Test {
+/// What the cases do, whosever the session.
+template <class Session>
+class PauseScene : public Session {
 protected:
+    using Session::session;
+
     // Patience beyond the end of any test: an end that is told all the same had none.
     static constexpr Seconds endless = 1000;
-
-    void SetUp() override {
-        session.startSound();
-        session.addMicrophone();
-        session.enter();
-    }
 
     /// How often there was nothing and then something.
     static int begins(GraphWatcher& watcher, Names GraphWatcher::Picture::*kind) {
@@ -76,10 +74,13 @@ protected:
         passTime(watcher);
     }
 
-    PrivateSession session;
     static constexpr auto microphone = &GraphWatcher::Picture::microphone;
     static constexpr auto cameras = &GraphWatcher::Picture::cameras;
 };
+
+using PipeWirePauses = PauseScene<SharedSound>;
+/// Of cases that end a server, or can be skipped.
+using PipeWirePausesAlone = PauseScene<OwnSound>;
 
 TEST_F(PipeWirePauses, AreNoneOfAStreamOrAFilterThatGoesOn) {
     GraphWatcher watcher({.pause = endless});
@@ -123,7 +124,7 @@ TEST_F(PipeWirePauses, AreNoneOfTheUserOfACamera) {
     EXPECT_EQ(begins(watcher, cameras), 1);
 }
 
-TEST_F(PipeWirePauses, AreNoneOfWhatGStreamerDoesWhileItStarts) {
+TEST_F(PipeWirePausesAlone, AreNoneOfWhatGStreamerDoesWhileItStarts) {
     session.needGStreamer();
     session.addCamera();
     GraphWatcher watcher({.pause = endless});
@@ -167,7 +168,7 @@ TEST_F(PipeWirePauses, EndTheUseOfAPulseClientAtOnce) {
     EXPECT_TRUE(waitUntil([&] { return watcher.hears("pulse-client"); })) << session.logs();
 }
 
-TEST_F(PipeWirePauses, AreOverWhenTheServerHasGone) {
+TEST_F(PipeWirePausesAlone, AreOverWhenTheServerHasGone) {
     GraphWatcher watcher({.absence = 0.3, .settling = 0.3, .pause = endless});
     auto& client = session.start("client", {graphClient});
     ASSERT_TRUE(begin(watcher, microphone));
