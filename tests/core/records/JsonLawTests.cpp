@@ -1,4 +1,5 @@
 // What is written is read back the same, and nothing that lacks a part is read at all.
+#include "support/RandomRecords.h"
 #include "support/Samples.h"
 
 #include <gtest/gtest.h>

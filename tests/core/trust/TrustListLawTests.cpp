@@ -1,5 +1,6 @@
 #include "core/trust/TrustList.h"
 
+#include "support/RandomRecords.h"
 #include "support/Samples.h"
 
 #include <algorithm>

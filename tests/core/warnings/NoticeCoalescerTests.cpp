@@ -1,6 +1,7 @@
 #include "core/warnings/NoticeCoalescer.h"
 
 #include "core/text/Localizer.h"
+#include "support/RandomRecords.h"
 #include "support/Samples.h"
 
 #include <algorithm>
