@@ -22,9 +22,16 @@ void eachPiece(std::string_view text, char separator, Each each) {
 
 /// Whether a name stands in a list of names with blanks between them.
 inline bool isListed(std::string_view name, std::string_view names) {
-    bool found = false;
-    eachPiece(names, ' ', [&](std::string_view listed) { found = found || listed == name; });
-    return found;
+    if (name.empty() || name.find(' ') != std::string_view::npos) {
+        return false;
+    }
+    for (auto at = names.find(name); at != std::string_view::npos; at = names.find(name, at + 1)) {
+        const auto end = at + name.size();
+        if ((at == 0 || names[at - 1] == ' ') && (end == names.size() || names[end] == ' ')) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// Takes that off the front; false if the text begins otherwise.

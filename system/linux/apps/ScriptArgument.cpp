@@ -72,8 +72,9 @@ bool isMono(std::string_view name) {
 }
 
 const Grammar* grammarOf(std::string_view name) {
+    const auto plain = withoutVersion(name);
     const auto* found = std::find_if(grammars.begin(), grammars.end(), [&](const Grammar& each) {
-        return isListed(withoutVersion(name), each.names) || isListed(name, each.names);
+        return isListed(plain, each.names) || (plain != name && isListed(name, each.names));
     });
     return found == grammars.end() ? nullptr : found;
 }
