@@ -1,7 +1,10 @@
 # Most of a compiler's time goes into headers that nearly all files include. With VELMORAN_JOINED what
 # a target has in one folder is compiled as one file, which reads them once: less than half the time
 # from nothing, and more after a change. In return what the files of a folder keep to themselves needs
-# different names.
+# different names. A program of tests has larger pieces, of several folders: there the headers take
+# longest by far.
+set(VELMORAN_TESTS_IN_A_PIECE 14)
+
 function(velmoran_join folder)
     get_property(targets DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
     foreach(target IN LISTS targets)
@@ -11,6 +14,7 @@ function(velmoran_join folder)
             continue()
         endif()
         set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+        set(tests 0)
         foreach(source IN LISTS sources)
             cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${folder} NORMALIZE)
             cmake_path(GET source PARENT_PATH room)
@@ -18,6 +22,11 @@ function(velmoran_join folder)
             if(is_ours AND source MATCHES "\\.cpp$" AND EXISTS ${source})
                 cmake_path(RELATIVE_PATH room BASE_DIRECTORY ${CMAKE_SOURCE_DIR})
                 string(MAKE_C_IDENTIFIER "${room}" group)
+                if(type STREQUAL "EXECUTABLE" AND room MATCHES "^tests/")
+                    math(EXPR piece "${tests} / ${VELMORAN_TESTS_IN_A_PIECE}")
+                    math(EXPR tests "${tests} + 1")
+                    set(group ${target}_${piece})
+                endif()
                 # The templates of random values take longest, so all that have them share them.
                 file(STRINGS ${source} random REGEX "#include <rapidcheck")
                 if(random)

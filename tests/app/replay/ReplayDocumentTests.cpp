@@ -37,7 +37,7 @@ std::string chapter(const std::string& heading) {
 }
 
 /// The names in the first column of the tables of a chapter.
-std::vector<std::string> named(const std::string& heading) {
+std::vector<std::string> namesUnder(const std::string& heading) {
     std::vector<std::string> names;
     std::istringstream lines(chapter(heading));
     for (std::string line; std::getline(lines, line);) {
@@ -132,18 +132,18 @@ TEST(ReplayDocument, ItsExamplesGiveWhatItSays) {
 }
 
 TEST(ReplayDocument, NamesKeysAndActionsThatAreRead) {
-    for (const auto& key : named("## The beginning")) {
+    for (const auto& key : namesUnder("## The beginning")) {
         EXPECT_EQ(complaintAbout("{\"begin\": {\"" + key + "\": []}}").find("unknown key"),
                   std::string::npos)
             << key;
     }
-    for (const auto& key : named("### The machine")) {
+    for (const auto& key : namesUnder("### The machine")) {
         EXPECT_EQ(
             complaintAbout("{\"at\": 0, \"machine\": {\"" + key + "\": 1e99}}").find("unknown"),
             std::string::npos)
             << key;
     }
-    for (const auto& action : named("## Actions")) {
+    for (const auto& action : namesUnder("## Actions")) {
         EXPECT_EQ(complaintAbout("{\"at\": 0, \"" + action + "\": []}").find("unknown action"),
                   std::string::npos)
             << action;
@@ -152,7 +152,7 @@ TEST(ReplayDocument, NamesKeysAndActionsThatAreRead) {
               std::string::npos);
     EXPECT_NE(complaintAbout("{\"at\": 0, \"machine\": {\"dance\": 1}}").find("unknown"),
               std::string::npos);
-    EXPECT_GE(named("## Actions").size(), 18U);
+    EXPECT_GE(namesUnder("## Actions").size(), 18U);
 }
 
 TEST(ReplayDocument, NamesAllSettings) {
@@ -171,13 +171,13 @@ TEST(ReplayDocument, NamesAllSettings) {
 }
 
 TEST(ReplayDocument, NamesAllThatTheTestsRecordingsHave) {
-    const auto begins = named("## The beginning");
-    const auto machines = named("### The machine");
-    const auto actions = named("## Actions");
+    const auto begins = namesUnder("## The beginning");
+    const auto machines = namesUnder("### The machine");
+    const auto actions = namesUnder("## Actions");
     const auto has = [](const std::vector<std::string>& names, const std::string& name) {
         return std::find(names.begin(), names.end(), name) != names.end();
     };
-    const auto outputs = named("## The output");
+    const auto outputs = namesUnder("## The output");
     const auto actionsText = chapter("## Actions");
     const auto shows = actionsText.substr(actionsText.find("What `show` takes"));
     int read = 0;

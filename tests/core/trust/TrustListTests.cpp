@@ -13,8 +13,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-const std::vector<Device> camera = {Device::camera};
-const std::vector<Device> all = {Device::camera, Device::microphone, Device::speaker};
+const std::vector<Device> cameraAlone = {Device::camera};
+const std::vector<Device> allDevices = {Device::camera, Device::microphone, Device::speaker};
 const AppIdentity zoom = app("zoom");
 
 AppIdentity named(const std::string& id, const std::string& name) {
@@ -73,7 +73,7 @@ TEST(TrustList, HasNoRuleWhenEmpty) {
 
 TEST(TrustList, WritesNoRuleForTheSpeaker) {
     TrustList list;
-    list.setTrusted(true, zoom, all);
+    list.setTrusted(true, zoom, allDevices);
     ASSERT_THAT(list.rules(), SizeIs(2));
     EXPECT_EQ(list.rules()[0].device, Device::camera);
     EXPECT_EQ(list.rules()[1].device, Device::microphone);
@@ -89,10 +89,10 @@ TEST(TrustList, WritesAndFindsNoRuleForAnAppThatCannotBeNamed) {
         auto list = decode<TrustList>(R"({"rules":[{"app":)" + encode(nobody) +
                                       R"(,"device":"camera","kind":"trusted"}]})");
         const auto before = list;
-        list.setTrusted(false, nobody, all);
-        list.setAlwaysWarn(true, nobody, all);
-        list.set(std::nullopt, nobody, all);
-        list.set(TrustKind::trusted, nobody, all);
+        list.setTrusted(false, nobody, allDevices);
+        list.setAlwaysWarn(true, nobody, allDevices);
+        list.set(std::nullopt, nobody, allDevices);
+        list.set(TrustKind::trusted, nobody, allDevices);
         EXPECT_EQ(list, before) << nobody.id;
         EXPECT_EQ(list.kind(nobody, Device::camera), std::nullopt) << nobody.id;
         EXPECT_FALSE(list.isTrusted(nobody, Device::camera)) << nobody.id;
@@ -102,14 +102,14 @@ TEST(TrustList, WritesAndFindsNoRuleForAnAppThatCannotBeNamed) {
 TEST(TrustList, TrustsAnAppThatIsCalledAsWhoCannotBeNamed) {
     TrustList list;
     const auto odd = app("unidentified:4711");
-    list.setTrusted(true, odd, camera);
+    list.setTrusted(true, odd, cameraAlone);
     EXPECT_TRUE(list.isTrusted(odd, Device::camera));
     EXPECT_FALSE(list.isTrusted(unidentified("4711"), Device::camera));
 }
 
 TEST(TrustList, KeepsTheDevicesOfAnAppApart) {
     TrustList list;
-    list.setTrusted(true, zoom, camera);
+    list.setTrusted(true, zoom, cameraAlone);
     EXPECT_TRUE(list.isTrusted(zoom, Device::camera));
     EXPECT_EQ(list.kind(zoom, Device::microphone), std::nullopt);
     list.setAlwaysWarn(true, zoom, {Device::microphone});
@@ -119,12 +119,12 @@ TEST(TrustList, KeepsTheDevicesOfAnAppApart) {
 
 TEST(TrustList, FindsNoRuleForTheSameIdOfAnotherTeam) {
     TrustList list;
-    list.setTrusted(true, app("zoom", "T1"), camera);
+    list.setTrusted(true, app("zoom", "T1"), cameraAlone);
     EXPECT_TRUE(list.isTrusted(app("zoom", "T1"), Device::camera));
     EXPECT_EQ(list.kind(app("zoom", "T2"), Device::camera), std::nullopt);
     EXPECT_EQ(list.kind(app("zoom"), Device::camera), std::nullopt);
 
-    list.setTrusted(true, app("zoom", "T2"), camera);
+    list.setTrusted(true, app("zoom", "T2"), cameraAlone);
     ASSERT_THAT(list.rules(), SizeIs(1));
     EXPECT_EQ(list.rules()[0].app.teamID, "T2");
     EXPECT_EQ(list.kind(app("zoom", "T1"), Device::camera), std::nullopt);
@@ -132,23 +132,23 @@ TEST(TrustList, FindsNoRuleForTheSameIdOfAnotherTeam) {
 
 TEST(TrustList, FindsNoRuleWithoutATeamForOneWithATeam) {
     TrustList list;
-    list.setTrusted(true, app("zoom"), camera);
+    list.setTrusted(true, app("zoom"), cameraAlone);
     EXPECT_TRUE(list.isTrusted(app("zoom"), Device::camera));
     EXPECT_FALSE(list.isTrusted(app("zoom", ""), Device::camera));
 }
 
 TEST(TrustList, LosesTheOtherDecisionOfARuleOfAnotherTeam) {
     TrustList list;
-    list.setAlwaysWarn(true, app("zoom", "T1"), camera);
-    list.setTrusted(true, app("zoom", "T2"), camera);
+    list.setAlwaysWarn(true, app("zoom", "T1"), cameraAlone);
+    list.setTrusted(true, app("zoom", "T2"), cameraAlone);
     EXPECT_EQ(list.kind(app("zoom", "T2"), Device::camera), TrustKind::trusted);
-    list.setTrusted(false, app("zoom", "T3"), camera);
+    list.setTrusted(false, app("zoom", "T3"), cameraAlone);
     EXPECT_THAT(list.rules(), IsEmpty());
 }
 
 TEST(TrustList, MatchesNeitherByNameNorByPath) {
     TrustList list;
-    list.setTrusted(true, zoom, camera);
+    list.setTrusted(true, zoom, cameraAlone);
     auto moved = named("zoom", "Renamed");
     moved.path = "/elsewhere";
     moved.bundleID = "another";
@@ -156,7 +156,7 @@ TEST(TrustList, MatchesNeitherByNameNorByPath) {
     EXPECT_FALSE(list.isTrusted(named("other", zoom.name), Device::camera));
 }
 
-struct Change {
+struct TrustChange {
     std::optional<TrustKind> before;
     std::optional<TrustKind> whenSet;
     std::optional<TrustKind> whenCleared;
@@ -164,21 +164,22 @@ struct Change {
 
 TrustList listWith(std::optional<TrustKind> kind) {
     TrustList list;
-    list.set(kind, zoom, camera);
+    list.set(kind, zoom, cameraAlone);
     return list;
 }
 
 TEST(TrustList, SetsTrustAndKeepsAlwaysWarn) {
     for (const auto& [before, whenSet, whenCleared] :
-         {Change{{}, TrustKind::trusted, {}}, Change{TrustKind::trusted, TrustKind::trusted, {}},
-          Change{TrustKind::alwaysWarn, TrustKind::trustedAlwaysWarn, TrustKind::alwaysWarn},
-          Change{TrustKind::trustedAlwaysWarn, TrustKind::trustedAlwaysWarn,
-                 TrustKind::alwaysWarn}}) {
+         {TrustChange{{}, TrustKind::trusted, {}},
+          TrustChange{TrustKind::trusted, TrustKind::trusted, {}},
+          TrustChange{TrustKind::alwaysWarn, TrustKind::trustedAlwaysWarn, TrustKind::alwaysWarn},
+          TrustChange{TrustKind::trustedAlwaysWarn, TrustKind::trustedAlwaysWarn,
+                      TrustKind::alwaysWarn}}) {
         auto list = listWith(before);
-        list.setTrusted(true, zoom, camera);
+        list.setTrusted(true, zoom, cameraAlone);
         EXPECT_EQ(list.kind(zoom, Device::camera), whenSet);
         list = listWith(before);
-        list.setTrusted(false, zoom, camera);
+        list.setTrusted(false, zoom, cameraAlone);
         EXPECT_EQ(list.kind(zoom, Device::camera), whenCleared);
         EXPECT_THAT(list.rules(), SizeIs(whenCleared ? 1 : 0));
     }
@@ -186,15 +187,16 @@ TEST(TrustList, SetsTrustAndKeepsAlwaysWarn) {
 
 TEST(TrustList, SetsAlwaysWarnAndKeepsTrust) {
     for (const auto& [before, whenSet, whenCleared] :
-         {Change{{}, TrustKind::alwaysWarn, {}},
-          Change{TrustKind::trusted, TrustKind::trustedAlwaysWarn, TrustKind::trusted},
-          Change{TrustKind::alwaysWarn, TrustKind::alwaysWarn, {}},
-          Change{TrustKind::trustedAlwaysWarn, TrustKind::trustedAlwaysWarn, TrustKind::trusted}}) {
+         {TrustChange{{}, TrustKind::alwaysWarn, {}},
+          TrustChange{TrustKind::trusted, TrustKind::trustedAlwaysWarn, TrustKind::trusted},
+          TrustChange{TrustKind::alwaysWarn, TrustKind::alwaysWarn, {}},
+          TrustChange{TrustKind::trustedAlwaysWarn, TrustKind::trustedAlwaysWarn,
+                      TrustKind::trusted}}) {
         auto list = listWith(before);
-        list.setAlwaysWarn(true, zoom, camera);
+        list.setAlwaysWarn(true, zoom, cameraAlone);
         EXPECT_EQ(list.kind(zoom, Device::camera), whenSet);
         list = listWith(before);
-        list.setAlwaysWarn(false, zoom, camera);
+        list.setAlwaysWarn(false, zoom, cameraAlone);
         EXPECT_EQ(list.kind(zoom, Device::camera), whenCleared);
         EXPECT_THAT(list.rules(), SizeIs(whenCleared ? 1 : 0));
     }
@@ -202,28 +204,28 @@ TEST(TrustList, SetsAlwaysWarnAndKeepsTrust) {
 
 TEST(TrustList, TakesTrustAndAlwaysWarnAwayOneAfterTheOther) {
     TrustList list;
-    list.setAlwaysWarn(true, zoom, camera);
-    list.setTrusted(true, zoom, camera);
+    list.setAlwaysWarn(true, zoom, cameraAlone);
+    list.setTrusted(true, zoom, cameraAlone);
     EXPECT_EQ(list.kind(zoom, Device::camera), TrustKind::trustedAlwaysWarn);
-    list.setTrusted(false, zoom, camera);
+    list.setTrusted(false, zoom, cameraAlone);
     EXPECT_EQ(list.kind(zoom, Device::camera), TrustKind::alwaysWarn);
-    list.setAlwaysWarn(false, zoom, camera);
+    list.setAlwaysWarn(false, zoom, cameraAlone);
     EXPECT_THAT(list.rules(), IsEmpty());
 }
 
 TEST(TrustList, OverwritesBothDecisions) {
     auto list = listWith(TrustKind::alwaysWarn);
-    list.set(TrustKind::trusted, zoom, camera);
+    list.set(TrustKind::trusted, zoom, cameraAlone);
     EXPECT_EQ(list.kind(zoom, Device::camera), TrustKind::trusted);
-    list.set(std::nullopt, zoom, camera);
+    list.set(std::nullopt, zoom, cameraAlone);
     EXPECT_THAT(list.rules(), IsEmpty());
 }
 
 TEST(TrustList, MovesARewrittenRuleToTheEnd) {
     TrustList list;
-    list.setTrusted(true, app("a"), camera);
-    list.setTrusted(true, app("b"), camera);
-    list.setTrusted(true, app("a"), camera);
+    list.setTrusted(true, app("a"), cameraAlone);
+    list.setTrusted(true, app("b"), cameraAlone);
+    list.setTrusted(true, app("a"), cameraAlone);
     ASSERT_THAT(list.rules(), SizeIs(2));
     EXPECT_EQ(list.rules()[0].app.id, "b");
     EXPECT_EQ(list.rules()[1].app.id, "a");
@@ -232,19 +234,19 @@ TEST(TrustList, MovesARewrittenRuleToTheEnd) {
 TEST(TrustList, ListsAnAppWithBothDecisionsInBothLists) {
     TrustList list;
     list.set(TrustKind::trustedAlwaysWarn, zoom, {Device::microphone, Device::camera});
-    list.set(TrustKind::trusted, app("a"), camera);
+    list.set(TrustKind::trusted, app("a"), cameraAlone);
     const TrustList::Entry both{zoom, {Device::camera, Device::microphone}};
     EXPECT_THAT(list.entries(TrustKind::trusted),
-                ElementsAre(TrustList::Entry{app("a"), camera}, both));
+                ElementsAre(TrustList::Entry{app("a"), cameraAlone}, both));
     EXPECT_THAT(list.entries(TrustKind::alwaysWarn), ElementsAre(both));
     EXPECT_THAT(list.entries(TrustKind::trustedAlwaysWarn), ElementsAre(both));
 }
 
 TEST(TrustList, ListsAnAppInEachListWithJustTheDevicesOfThatDecision) {
     TrustList list;
-    list.setTrusted(true, zoom, camera);
+    list.setTrusted(true, zoom, cameraAlone);
     list.setAlwaysWarn(true, zoom, {Device::microphone});
-    EXPECT_THAT(list.entries(TrustKind::trusted), ElementsAre(TrustList::Entry{zoom, camera}));
+    EXPECT_THAT(list.entries(TrustKind::trusted), ElementsAre(TrustList::Entry{zoom, cameraAlone}));
     EXPECT_THAT(list.entries(TrustKind::alwaysWarn),
                 ElementsAre(TrustList::Entry{zoom, {Device::microphone}}));
     EXPECT_THAT(list.entries(TrustKind::trustedAlwaysWarn), IsEmpty());
@@ -262,7 +264,7 @@ TEST(TrustList, SortsByNameWhateverTheCaseAndKeepsEqualNamesInOrder) {
     TrustList list;
     for (const auto& [id, name] :
          {std::pair{"1", "zoom"}, {"2", "Beta"}, {"3", "alpha"}, {"5", "Gamma"}, {"4", "gamma"}}) {
-        list.setTrusted(true, named(id, name), camera);
+        list.setTrusted(true, named(id, name), cameraAlone);
     }
     EXPECT_EQ(namesIn(list.entries(TrustKind::trusted)),
               "alpha(3) Beta(2) Gamma(5) gamma(4) zoom(1) ");
@@ -273,7 +275,7 @@ TEST(TrustList, KeepsManyAppsOfOneNameInOrder) {
     std::string expected;
     for (int i = 100; i < 200; ++i) {
         const auto id = std::to_string(i * 7919 % 1000);
-        list.setTrusted(true, named(id, i % 2 == 0 ? "same" : "SAME"), camera);
+        list.setTrusted(true, named(id, i % 2 == 0 ? "same" : "SAME"), cameraAlone);
         expected += (i % 2 == 0 ? "same(" : "SAME(") + id + ") ";
     }
     EXPECT_EQ(namesIn(list.entries(TrustKind::trusted)), expected);
@@ -281,8 +283,8 @@ TEST(TrustList, KeepsManyAppsOfOneNameInOrder) {
 
 TEST(TrustList, SortsInTheOrderOfTheLocale) {
     TrustList list;
-    list.setTrusted(true, named("1", "Ähre"), camera);
-    list.setTrusted(true, named("2", "Zebra"), camera);
+    list.setTrusted(true, named("1", "Ähre"), cameraAlone);
+    list.setTrusted(true, named("2", "Zebra"), cameraAlone);
     EXPECT_EQ(namesIn(list.entries(TrustKind::trusted, Localizer("de_DE", "UTC", {}))),
               "Ähre(1) Zebra(2) ");
     EXPECT_EQ(namesIn(list.entries(TrustKind::trusted, Localizer("sv_SE", "UTC", {}))),
@@ -302,7 +304,7 @@ TEST(TrustList, GroupsByIdUnderTheFirstIdentitySeen) {
 
 TEST(TrustList, IsStoredByItsFieldNames) {
     TrustList list;
-    list.setTrusted(true, app("zoom", "T1"), camera);
+    list.setTrusted(true, app("zoom", "T1"), cameraAlone);
     EXPECT_EQ(encode(list), R"({"rules":[{"app":{"id":"zoom","name":"Name of zoom",)"
                             R"("teamID":"T1"},"device":"camera","kind":"trusted"}]})");
     EXPECT_EQ(decode<TrustList>(encode(list)), list);

@@ -17,15 +17,15 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr Timestamp ten{36000};
-const AppIdentity zoom = app("zoom");
+const AppIdentity zoomApp = app("zoom");
 
 TEST(NoticeCoalescer, MakesANoticeOfASession) {
     NoticeCoalescer coalescer(5);
-    const auto session = sessionOf(zoom, Device::camera, ten);
+    const auto session = sessionOf(zoomApp, Device::camera, ten);
     const auto notice = coalescer.registerSession(session, WarningLevel::standard, true);
     ASSERT_TRUE(notice);
     EXPECT_EQ(*notice, (WarningNotice{.id = notice->id,
-                                      .app = zoom,
+                                      .app = zoomApp,
                                       .devices = {Device::camera},
                                       .level = WarningLevel::standard,
                                       .start = ten,
@@ -37,11 +37,11 @@ TEST(NoticeCoalescer, MakesANoticeOfASession) {
 
 TEST(NoticeCoalescer, ShowsNothingForAQuietSession) {
     NoticeCoalescer coalescer(5);
-    const auto quiet = sessionOf(zoom, Device::microphone, ten);
+    const auto quiet = sessionOf(zoomApp, Device::microphone, ten);
     EXPECT_EQ(coalescer.registerSession(quiet, WarningLevel::quiet, false), std::nullopt);
     EXPECT_THAT(coalescer.active(), IsEmpty());
 
-    coalescer.registerSession(sessionOf(zoom, Device::camera, ten), WarningLevel::strong, false);
+    coalescer.registerSession(sessionOf(zoomApp, Device::camera, ten), WarningLevel::strong, false);
     const auto before = coalescer;
     EXPECT_EQ(coalescer.registerSession(quiet, WarningLevel::quiet, false), std::nullopt);
     EXPECT_EQ(coalescer, before);
@@ -50,14 +50,14 @@ TEST(NoticeCoalescer, ShowsNothingForAQuietSession) {
 TEST(NoticeCoalescer, MergesUpToTheWindowAndNotBeyond) {
     for (const double sign : {1.0, -1.0}) {
         NoticeCoalescer coalescer(5);
-        coalescer.registerSession(sessionOf(zoom, Device::camera, ten), WarningLevel::standard,
+        coalescer.registerSession(sessionOf(zoomApp, Device::camera, ten), WarningLevel::standard,
                                   false);
         const auto merged = coalescer.registerSession(
-            sessionOf(zoom, Device::microphone, ten + sign * 5), WarningLevel::standard, false);
+            sessionOf(zoomApp, Device::microphone, ten + sign * 5), WarningLevel::standard, false);
         EXPECT_THAT(coalescer.active(), SizeIs(1));
         EXPECT_EQ(merged->start, ten);
         EXPECT_EQ(merged->id, coalescer.active()[0].id);
-        coalescer.registerSession(sessionOf(zoom, Device::microphone, ten + sign * 5.001),
+        coalescer.registerSession(sessionOf(zoomApp, Device::microphone, ten + sign * 5.001),
                                   WarningLevel::standard, false);
         EXPECT_THAT(coalescer.active(), SizeIs(2));
     }
@@ -66,7 +66,7 @@ TEST(NoticeCoalescer, MergesUpToTheWindowAndNotBeyond) {
 TEST(NoticeCoalescer, MeasuresFromTheFirstSessionSoThatAChainCannotStretchIt) {
     NoticeCoalescer coalescer(5);
     for (const double later : {0.0, 4.0, 8.0}) {
-        coalescer.registerSession(sessionOf(zoom, Device::camera, ten + later),
+        coalescer.registerSession(sessionOf(zoomApp, Device::camera, ten + later),
                                   WarningLevel::standard, false);
     }
     ASSERT_THAT(coalescer.active(), SizeIs(2));
@@ -84,9 +84,9 @@ TEST(NoticeCoalescer, MergesCameraAndMicrophoneAtTheHigherLevelWhicheverCameFirs
     for (const auto& [first, second] :
          {std::pair{camera, microphone}, std::pair{microphone, camera}}) {
         NoticeCoalescer coalescer(5);
-        coalescer.registerSession(sessionOf(zoom, first.device, ten), first.level, false);
-        const auto notice =
-            coalescer.registerSession(sessionOf(zoom, second.device, ten + 1), second.level, false);
+        coalescer.registerSession(sessionOf(zoomApp, first.device, ten), first.level, false);
+        const auto notice = coalescer.registerSession(sessionOf(zoomApp, second.device, ten + 1),
+                                                      second.level, false);
         EXPECT_THAT(coalescer.active(), SizeIs(1));
         EXPECT_EQ(notice->level, WarningLevel::strong);
         EXPECT_THAT(notice->devices, ElementsAre(Device::camera, Device::microphone));
@@ -95,15 +95,15 @@ TEST(NoticeCoalescer, MergesCameraAndMicrophoneAtTheHigherLevelWhicheverCameFirs
 
 TEST(NoticeCoalescer, KeepsIdAppStartAndAwayWatchOnAMerge) {
     NoticeCoalescer coalescer(5);
-    const auto first = coalescer.registerSession(sessionOf(zoom, Device::camera, ten),
+    const auto first = coalescer.registerSession(sessionOf(zoomApp, Device::camera, ten),
                                                  WarningLevel::standard, false);
-    auto renamed = zoom;
+    auto renamed = zoomApp;
     renamed.name = "Renamed";
     const auto merged = coalescer.registerSession(sessionOf(renamed, Device::microphone, ten + 2),
                                                   WarningLevel::standard, true);
     ASSERT_TRUE(merged);
     EXPECT_EQ(merged->id, first->id);
-    EXPECT_EQ(merged->app, zoom);
+    EXPECT_EQ(merged->app, zoomApp);
     EXPECT_EQ(merged->start, ten);
     EXPECT_FALSE(merged->duringAwayWatch);
 }
@@ -121,8 +121,9 @@ TEST(NoticeCoalescer, KeepsTwoAppsApartInOrderOfArrival) {
 
 TEST(NoticeCoalescer, AddsASecondSessionOnTheSameDeviceWithoutRepeatingIt) {
     NoticeCoalescer coalescer(5);
-    coalescer.registerSession(sessionOf(zoom, Device::camera, ten), WarningLevel::standard, false);
-    const auto notice = coalescer.registerSession(sessionOf(zoom, Device::camera, ten + 3),
+    coalescer.registerSession(sessionOf(zoomApp, Device::camera, ten), WarningLevel::standard,
+                              false);
+    const auto notice = coalescer.registerSession(sessionOf(zoomApp, Device::camera, ten + 3),
                                                   WarningLevel::standard, false);
     EXPECT_THAT(notice->devices, ElementsAre(Device::camera));
     EXPECT_THAT(notice->sessionIDs, SizeIs(2));
@@ -131,8 +132,8 @@ TEST(NoticeCoalescer, AddsASecondSessionOnTheSameDeviceWithoutRepeatingIt) {
 TEST(NoticeCoalescer, TakesTheNoticeOfASessionOutOfPlace) {
     NoticeCoalescer coalescer(5);
     const auto other = sessionOf(app("other"), Device::camera, ten);
-    const auto first = sessionOf(zoom, Device::camera, ten);
-    const auto second = sessionOf(zoom, Device::microphone, ten);
+    const auto first = sessionOf(zoomApp, Device::camera, ten);
+    const auto second = sessionOf(zoomApp, Device::microphone, ten);
     coalescer.registerSession(other, WarningLevel::standard, false);
     coalescer.registerSession(first, WarningLevel::standard, false);
     const auto merged = coalescer.registerSession(second, WarningLevel::standard, false);

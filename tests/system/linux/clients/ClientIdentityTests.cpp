@@ -15,7 +15,7 @@ constexpr const char* pulseSocket = "/run/user/1/pulse/native";
 
 // Processes with the sockets that they hold. A connection has the server's end and the client's,
 // which are numbered apart by 1000.
-class Table : public SocketFacts {
+class Sockets : public SocketFacts {
 public:
     std::uint64_t connect(pid_t pid, const char* socket) {
         const auto end = next_++;
@@ -77,7 +77,7 @@ private:
 
 // One that can't be looked at is named as the machine's own naming does.
 struct Naming : ProcessNaming {
-    explicit Naming(Table& facts) : table(facts) {}
+    explicit Naming(Sockets& facts) : table(facts) {}
     AppRef identify(pid_t pid) override {
         return table.hidden.contains(pid) ? unidentified(std::to_string(pid)) : fake.identify(pid);
     }
@@ -85,7 +85,7 @@ struct Naming : ProcessNaming {
     void pin(std::uint32_t objectID, AppRef app) override { fake.pin(objectID, std::move(app)); }
     void unpin(std::uint32_t objectID) override { fake.unpin(objectID); }
 
-    Table& table;
+    Sockets& table;
     testing::FakeNaming fake;
 };
 
@@ -109,7 +109,7 @@ protected:
     }
     static bool isUnknown(const std::string& id) { return id.starts_with("unidentified:"); }
 
-    Table table;
+    Sockets table;
     Naming naming{table};
     ClientIdentity identity{table, naming, nativeSocket};
 };

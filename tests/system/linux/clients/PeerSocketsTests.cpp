@@ -21,14 +21,14 @@ std::uint64_t inodeOf(int descriptor) {
 }
 
 // A listener in a folder of its own with one connection, all in this process.
-struct Pair {
+struct ConnectedPair {
     TemporaryDirectory folder;
     std::string path = folder.path("native");
     int listener = -1;
     int client = -1;
     int accepted = -1;
 
-    Pair() {
+    ConnectedPair() {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
@@ -40,7 +40,7 @@ struct Pair {
         EXPECT_EQ(::connect(client, general, sizeof address), 0);
         accepted = ::accept(listener, nullptr, nullptr);
     }
-    ~Pair() {
+    ~ConnectedPair() {
         ::close(accepted);
         ::close(client);
         ::close(listener);
@@ -48,7 +48,7 @@ struct Pair {
 };
 
 TEST(PeerSockets, FindsBothEndsOfAConnectionByTheListenersName) {
-    const Pair pair;
+    const ConnectedPair pair;
     PeerSockets sockets;
     const auto all = sockets.pairs();
     const SocketPair expected{pair.path, inodeOf(pair.accepted), inodeOf(pair.client)};
@@ -59,7 +59,7 @@ TEST(PeerSockets, FindsBothEndsOfAConnectionByTheListenersName) {
 }
 
 TEST(PeerSockets, FindsWhoHoldsASocket) {
-    const Pair pair;
+    const ConnectedPair pair;
     PeerSockets sockets;
     const auto end = inodeOf(pair.client);
     const auto own = sockets.socketsOf(::getpid());

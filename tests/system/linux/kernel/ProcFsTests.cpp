@@ -15,11 +15,11 @@
 namespace velmoran {
 namespace {
 
-using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Not;
-using testing::Pair;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::Pair;
 
 TEST(ProcEntries, ReadsAStatLineWhoseNameHoldsBracketsAndLineEnds) {
     const auto entry =
