@@ -88,7 +88,7 @@ std::string waylandSocket(const std::string& display) {
 bool hasPlatform(const std::string& platform) {
     const auto key = QString::fromStdString(platform);
     // "wayland-egl" may be one of several in a file for all of Wayland.
-    const QStringList names{"*q" + key.section('-', 0, 0) + "*"};
+    const QString name = 'q' + key.section('-', 0, 0);
     QStringList folders = QCoreApplication::libraryPaths();
     folders << QLibraryInfo::path(QLibraryInfo::PluginsPath);
     for (auto& folder : folders) {
@@ -98,8 +98,9 @@ bool hasPlatform(const std::string& platform) {
     folders.removeAll(QString());
     for (const auto& folder : folders) {
         const QDir place(folder);
-        for (const auto& file : place.entryList(names, QDir::Files)) {
-            if (!QLibrary::isLibrary(file)) {
+        // Without a pattern, for which Qt would load a library of regular expressions and keep it.
+        for (const auto& file : place.entryList(QDir::Files)) {
+            if (!file.contains(name) || !QLibrary::isLibrary(file)) {
                 continue;
             }
             const auto about = QPluginLoader(place.filePath(file)).metaData();
