@@ -39,7 +39,7 @@ struct FakeCloser final : AppClosing {
     }
 };
 
-AppIdentity app(const std::string& name, std::optional<std::string> path = {}) {
+AppIdentity appAt(const std::string& name, std::optional<std::string> path = {}) {
     return {.id = name, .name = name, .bundleID = {}, .path = std::move(path), .teamID = {}};
 }
 
@@ -93,14 +93,14 @@ TEST_F(PanicControllerTest, MutesEvenWhenNothingIsOpen) {
 }
 
 TEST_F(PanicControllerTest, MutesFirstAndThenClosesOneAfterTheOther) {
-    stopAll({session(app("B"), Device::camera), session(app("A"), Device::microphone),
-             session(app("B"), Device::microphone)});
+    stopAll({session(appAt("B"), Device::camera), session(appAt("A"), Device::microphone),
+             session(appAt("B"), Device::microphone)});
     EXPECT_EQ(log, (Log{"mute", "close B", "close A"}));
 }
 
 TEST_F(PanicControllerTest, LeavesTheMicrophoneAloneForACameraOnlyApp) {
-    const auto open = std::vector{session(app("Zoom"), Device::camera)};
-    const auto result = stop(app("Zoom"), open);
+    const auto open = std::vector{session(appAt("Zoom"), Device::camera)};
+    const auto result = stop(appAt("Zoom"), open);
     EXPECT_EQ(result.microphoneMuted, std::nullopt);
     EXPECT_EQ(muter.asked, 0);
     EXPECT_EQ(result.headline(), "Zoom was closed.");
@@ -110,14 +110,14 @@ TEST_F(PanicControllerTest, LeavesTheMicrophoneAloneForACameraOnlyApp) {
 }
 
 TEST_F(PanicControllerTest, FindsNothingToCloseForAnAppWithoutSessions) {
-    const auto result = stop(app("Zoom"), {session(app("Other"), Device::microphone)});
+    const auto result = stop(appAt("Zoom"), {session(appAt("Other"), Device::microphone)});
     EXPECT_EQ(result.headline(), "Nothing needed to be closed.");
     EXPECT_EQ(log, Log{});
 }
 
 TEST_F(PanicControllerTest, ClosesAnAppWithTwoSessionsOnce) {
-    const auto open =
-        std::vector{session(app("Zoom"), Device::camera), session(app("Zoom"), Device::microphone)};
+    const auto open = std::vector{session(appAt("Zoom"), Device::camera),
+                                  session(appAt("Zoom"), Device::microphone)};
     const auto result = stopAll(open);
     EXPECT_EQ(log, (Log{"mute", "close Zoom"}));
     EXPECT_EQ(result.stoppedSessionIDs, (std::set<Uuid>{open[0].id, open[1].id}));
@@ -125,8 +125,8 @@ TEST_F(PanicControllerTest, ClosesAnAppWithTwoSessionsOnce) {
 }
 
 TEST_F(PanicControllerTest, NeverClosesForTheSpeaker) {
-    EXPECT_TRUE(stopAll({session(app("Player"), Device::speaker)}).closed.empty());
-    EXPECT_TRUE(stop(app("Player"), {session(app("Player"), Device::speaker)}).closed.empty());
+    EXPECT_TRUE(stopAll({session(appAt("Player"), Device::speaker)}).closed.empty());
+    EXPECT_TRUE(stop(appAt("Player"), {session(appAt("Player"), Device::speaker)}).closed.empty());
     EXPECT_EQ(log, Log{"mute"});
 }
 
@@ -149,7 +149,7 @@ TEST_F(PanicControllerTest, SaysWhatNobodyCanBeClosedFor) {
 }
 
 TEST_F(PanicControllerTest, ClosesAnAppThatIsCalledAsWhoCannotBeNamed) {
-    const auto odd = app("unidentified:12");
+    const auto odd = appAt("unidentified:12");
     auto hidden = odd;
     hidden.unidentified = true;
     const auto hiddens = session(hidden, Device::camera);
@@ -163,7 +163,7 @@ TEST_F(PanicControllerTest, ClosesAnAppThatIsCalledAsWhoCannotBeNamed) {
 
 TEST_F(PanicControllerTest, LeavesTheSystemsOwnAppsAlone) {
     const auto open = std::vector{
-        session(app("Siri", "/System/Library/CoreServices/Siri.app"), Device::microphone)};
+        session(appAt("Siri", "/System/Library/CoreServices/Siri.app"), Device::microphone)};
     const auto result = stopAll(open);
     EXPECT_EQ(log, Log{"mute"});
     EXPECT_TRUE(result.stoppedSessionIDs.empty());
@@ -173,7 +173,7 @@ TEST_F(PanicControllerTest, LeavesTheSystemsOwnAppsAlone) {
 TEST_F(PanicControllerTest, ReportsAnAppThatRefuses) {
     closer.refuses = {"Zoom"};
     muter.outcome = {0, {}};
-    const auto result = stopAll({session(app("Zoom"), Device::camera)});
+    const auto result = stopAll({session(appAt("Zoom"), Device::camera)});
     EXPECT_EQ(result.headline(), "Nothing could be stopped.");
     EXPECT_EQ(result.detail(),
               "The microphone couldn't be muted. Turn the input volume down in System Settings > "
@@ -199,23 +199,23 @@ TEST_F(PanicControllerTest, NamesAMicrophoneThatCannotBeMutedOnlyBesideOneThatCo
 
 TEST_F(PanicControllerTest, ListsSeveralClosedApps) {
     const auto result =
-        stopAll({session(app("A"), Device::camera), session(app("B"), Device::camera)});
+        stopAll({session(appAt("A"), Device::camera), session(appAt("B"), Device::camera)});
     EXPECT_EQ(result.headline(), "Microphone muted. A and B were closed.");
 }
 
 TEST(PanicControllerProtection, KnowsItselfAndTheSystemsFolders) {
-    AppIdentity self = app("Velmoran", "/home/me/velmoran");
+    AppIdentity self = appAt("Velmoran", "/home/me/velmoran");
     self.bundleID = "org.velmoran.Velmoran";
     EXPECT_TRUE(PanicController::isProtected(self, "org.velmoran.Velmoran"));
     EXPECT_FALSE(PanicController::isProtected(self, std::nullopt));
     for (const auto* path :
          {"/System/Library/x", "/usr/bin/x", "/sbin/x", "/bin/x", "/Library/Apple/x"}) {
-        EXPECT_TRUE(PanicController::isProtected(app("x", path), std::nullopt)) << path;
+        EXPECT_TRUE(PanicController::isProtected(appAt("x", path), std::nullopt)) << path;
     }
     for (const auto* path : {"/Applications/x", "/System/x", "/usrx", "/opt/bin/x"}) {
-        EXPECT_FALSE(PanicController::isProtected(app("x", path), std::nullopt)) << path;
+        EXPECT_FALSE(PanicController::isProtected(appAt("x", path), std::nullopt)) << path;
     }
-    EXPECT_FALSE(PanicController::isProtected(app("x"), std::nullopt));
+    EXPECT_FALSE(PanicController::isProtected(appAt("x"), std::nullopt));
 }
 
 } // namespace

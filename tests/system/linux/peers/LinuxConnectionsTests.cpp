@@ -27,7 +27,7 @@
 namespace velmoran {
 namespace {
 
-AppIdentity app(const std::string& id) {
+AppIdentity appWithID(const std::string& id) {
     return {.id = id, .name = id, .bundleID = {}, .path = "/usr/bin/" + id, .teamID = {}};
 }
 
@@ -102,7 +102,7 @@ private:
 };
 
 std::vector<Connection> ownConnections() {
-    return LinuxConnections(thisProcess).read({app("test")}).at("test");
+    return LinuxConnections(thisProcess).read({appWithID("test")}).at("test");
 }
 
 std::vector<RemoteEnd> ends(const std::vector<std::uint64_t>& inodes) {
@@ -167,7 +167,7 @@ TEST(LinuxConnections, AnswersEveryAppOnAnotherThread) {
         return asked.id == "gone" ? std::vector<pid_t>{1 << 30} : std::vector<pid_t>{};
     });
     std::promise<Connections::Found> promise;
-    connections.ofApps({app("gone"), app("none")},
+    connections.ofApps({appWithID("gone"), appWithID("none")},
                        [&](const Connections::Found& found) { promise.set_value(found); });
     auto answer = promise.get_future();
     ASSERT_EQ(answer.wait_for(std::chrono::seconds(20)), std::future_status::ready);

@@ -5,38 +5,38 @@
 namespace velmoran {
 namespace {
 
-AppRef app(const std::string& name) {
+AppRef appCalled(const std::string& name) {
     return {name, std::nullopt, "/bin/" + name};
 }
 
-GraphPicture::Process process(std::uint32_t object, const std::string& name, bool hears, bool plays,
-                              pid_t pid = 7) {
+GraphPicture::Process processCalled(std::uint32_t object, const std::string& name, bool hears,
+                                    bool plays, pid_t pid = 7) {
     return {{.objectID = object,
              .pid = pid,
              .bundleID = {},
              .isRunningInput = hears,
              .isRunningOutput = plays},
-            app(name)};
+            appCalled(name)};
 }
 
 GraphPicture::Camera camera(std::uint32_t object, std::vector<std::string> users) {
     GraphPicture::Camera entry{{object, "Front", !users.empty()}, {}};
     for (const auto& user : users) {
-        entry.users.push_back({app(user), 7});
+        entry.users.push_back({appCalled(user), 7});
     }
     return entry;
 }
 
 TEST(UseHold, ChangesNothingWhileItHoldsNothing) {
     UseHold hold;
-    const GraphPicture live{{process(1, "a", true, false)}, {}, {camera(2, {"a"})}};
+    const GraphPicture live{{processCalled(1, "a", true, false)}, {}, {camera(2, {"a"})}};
     EXPECT_EQ(hold.merged(live), live);
     EXPECT_FALSE(hold.isHolding());
 }
 
 TEST(UseHold, KeepsUsesWhileNothingIsTold) {
     UseHold hold;
-    const GraphPicture before{{process(1, "a", true, true)}, {}, {camera(2, {"a"})}};
+    const GraphPicture before{{processCalled(1, "a", true, true)}, {}, {camera(2, {"a"})}};
     hold.hold(before);
     EXPECT_EQ(hold.merged({}), before);
     EXPECT_EQ(hold.merged({}), before);
@@ -44,34 +44,34 @@ TEST(UseHold, KeepsUsesWhileNothingIsTold) {
 
 TEST(UseHold, HandsOverToTheSameAppUnderANewNumber) {
     UseHold hold;
-    hold.hold({{process(1, "a", true, false)}, {}, {}});
-    const GraphPicture live{{process(50, "a", true, false)}, {}, {}};
+    hold.hold({{processCalled(1, "a", true, false)}, {}, {}});
+    const GraphPicture live{{processCalled(50, "a", true, false)}, {}, {}};
     EXPECT_EQ(hold.merged(live), live);
     EXPECT_EQ(hold.merged({}), GraphPicture()) << "from then on only what is told counts";
 }
 
 TEST(UseHold, HandsOverDeviceByDevice) {
     UseHold hold;
-    hold.hold({{process(1, "a", true, true)}, {}, {}});
-    const auto shown = hold.merged({{process(50, "a", false, true)}, {}, {}});
+    hold.hold({{processCalled(1, "a", true, true)}, {}, {}});
+    const auto shown = hold.merged({{processCalled(50, "a", false, true)}, {}, {}});
     ASSERT_EQ(shown.processes.size(), 2U);
-    EXPECT_EQ(shown.processes[0], process(1, "a", true, false));
+    EXPECT_EQ(shown.processes[0], processCalled(1, "a", true, false));
 }
 
 TEST(UseHold, ShowsOthersBesideWhatItHolds) {
     UseHold hold;
-    hold.hold({{process(1, "a", true, false)}, {}, {}});
-    const auto shown = hold.merged({{process(50, "b", true, false)}, {}, {}});
+    hold.hold({{processCalled(1, "a", true, false)}, {}, {}});
+    const auto shown = hold.merged({{processCalled(50, "b", true, false)}, {}, {}});
     ASSERT_EQ(shown.processes.size(), 2U);
-    EXPECT_EQ(shown.processes[0].app, app("a"));
-    EXPECT_EQ(shown.processes[1].app, app("b"));
+    EXPECT_EQ(shown.processes[0].app, appCalled("a"));
+    EXPECT_EQ(shown.processes[1].app, appCalled("b"));
 }
 
 TEST(UseHold, DropsAProcessThatHasEnded) {
     UseHold hold;
-    hold.hold({{process(1, "a", true, false, 11), process(2, "b", true, false, 12)},
+    hold.hold({{processCalled(1, "a", true, false, 11), processCalled(2, "b", true, false, 12)},
                {},
-               {{{3, "Front", true}, {{app("a"), 11}}}}});
+               {{{3, "Front", true}, {{appCalled("a"), 11}}}}});
     EXPECT_EQ(hold.heldProcesses(), (std::set<pid_t>{11, 12}));
     hold.drop(11);
     EXPECT_EQ(hold.heldProcesses(), (std::set<pid_t>{12}));
@@ -82,7 +82,7 @@ TEST(UseHold, DropsAProcessThatHasEnded) {
 
 TEST(UseHold, KeepsWhatHasNoKnownProcessUntilItsTimeIsOver) {
     UseHold hold;
-    hold.hold({{process(1, "a", true, false, 0)}, {}, {}});
+    hold.hold({{processCalled(1, "a", true, false, 0)}, {}, {}});
     EXPECT_TRUE(hold.heldProcesses().empty());
     hold.drop(0);
     EXPECT_EQ(hold.merged({}).processes.size(), 1U);
@@ -93,8 +93,8 @@ TEST(UseHold, KeepsWhatHasNoKnownProcessUntilItsTimeIsOver) {
 
 TEST(UseHold, AddsWhatASecondBreakTakesAway) {
     UseHold hold;
-    hold.hold({{process(1, "a", true, false)}, {}, {}});
-    hold.hold(hold.merged({{process(50, "b", true, false)}, {}, {}}));
+    hold.hold({{processCalled(1, "a", true, false)}, {}, {}});
+    hold.hold(hold.merged({{processCalled(50, "b", true, false)}, {}, {}}));
     EXPECT_EQ(hold.merged({}).processes.size(), 2U);
 }
 
