@@ -70,6 +70,13 @@ protected:
             answer = gone;
         });
     }
+    /// Within a few polls: one beside which other programs are being started may leave it open.
+    bool isSaidToBeGone() {
+        for (int poll = 0; poll < 10 && !answer; ++poll) {
+            time.advanceBy(AppCloser::pollInterval);
+        }
+        return answer == true;
+    }
 
     TemporaryDirectory folder;
     LinuxAppNames names{LinuxPlaces::ofThisUser()};

@@ -33,8 +33,7 @@ TEST_F(Closing, EndsWhatObeysAndSparesAllElse) {
     const auto spared = start(other, "obey");
     close(app);
     EXPECT_TRUE(waitUntil([&] { return !one.program->isRunning() && !two.program->isRunning(); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
     EXPECT_TRUE(one.hasSaid("heard"));
     EXPECT_TRUE(two.hasSaid("heard"));
     EXPECT_TRUE(spared.program->isRunning());
@@ -48,8 +47,7 @@ TEST_F(Closing, OneScriptEndsAndTheOtherOfTheSameInterpreterGoesOn) {
     const RunningProgram spared("/bin/sh", {"sh", other});
     close(script);
     EXPECT_TRUE(waitUntil([&] { return !ended.isRunning(); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
     EXPECT_TRUE(spared.isRunning());
 }
 
@@ -62,8 +60,7 @@ TEST_F(Closing, ForcesWhatIgnoresItAfterTwoSecondsAndNotBefore) {
     EXPECT_FALSE(answer);
     time.advanceTo(2.05);
     EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
 }
 
 TEST_F(Closing, AStoppedProgramGetsToObey) {
@@ -73,8 +70,7 @@ TEST_F(Closing, AStoppedProgramGetsToObey) {
     ASSERT_TRUE(waitUntil([&] { return ProcFs().stat(client.program->pid())->state == 'T'; }));
     close(app);
     EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
     EXPECT_TRUE(client.hasSaid("heard")) << "it was to end by its own will";
 }
 
@@ -114,8 +110,7 @@ TEST_F(Closing, ReachesTheChildThatIsLeftBehind) {
     EXPECT_FALSE(answer) << "the app isn't gone while its child runs";
     time.advanceTo(2.05);
     EXPECT_TRUE(waitUntil([&] { return std::none_of(left.begin(), left.end(), isRunning); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
 }
 
 TEST_F(Closing, SparesAProcessThatHasBecomeAnotherProgram) {
@@ -249,8 +244,7 @@ TEST_F(ClosingWindows, AreAskedAndNobodyIsSignalled) {
     const auto beside = startReady(copyOf(clients + "/window-keeper", "other"), "close");
     closeWindowed(app);
     EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); })) << session.logs();
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
     EXPECT_TRUE(client.hasSaid("asked"));
     EXPECT_FALSE(client.hasSaid("signalled"));
     EXPECT_TRUE(beside.program->isRunning());
@@ -264,8 +258,7 @@ TEST_F(ClosingWindows, AreAskedWithoutAWindowManagerToo) {
     session.stop("window manager");
     closeWindowed(app);
     EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
     EXPECT_TRUE(client.hasSaid("asked"));
     EXPECT_FALSE(client.hasSaid("signalled"));
 }
@@ -280,8 +273,7 @@ TEST_F(ClosingWindows, OneThatAsksAboutUnsavedWorkIsForcedInTheEnd) {
     EXPECT_FALSE(answer);
     time.advanceTo(2.05);
     EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
     EXPECT_FALSE(client.hasSaid("signalled"));
 }
 
@@ -294,8 +286,7 @@ TEST_F(ClosingWindows, OneThatGoesOnWithoutItsWindowIsForcedInTheEnd) {
     EXPECT_TRUE(client.program->isRunning());
     time.advanceTo(2.05);
     EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
 }
 
 TEST_F(ClosingWindows, AStoppedProgramIsWokenToBeAsked) {
@@ -343,8 +334,7 @@ TEST_F(ClosingWindows, AreNotWhoseTheyClaimToBe) {
                                  std::to_string(client.program->pid()));
     closeWindowed(victim);
     EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
     EXPECT_TRUE(client.hasSaid("heard")) << "it has no window, so it is signalled";
     EXPECT_FALSE(liar.hasSaid("asked"));
     EXPECT_TRUE(liar.program->isRunning());
@@ -357,8 +347,7 @@ TEST_F(ClosingWindows, AnXServerThatDoesNotAnswerHoldsNothingUp) {
     closeWindowed(app);
     EXPECT_TRUE(waitUntil([&] { return client.hasSaid("signalled"); }));
     EXPECT_TRUE(waitUntil([&] { return !client.program->isRunning(); }));
-    time.advanceBy(AppCloser::pollInterval);
-    EXPECT_EQ(answer, true);
+    EXPECT_TRUE(isSaidToBeGone());
     session.child("display")->signal(SIGCONT);
 }
 
