@@ -1,8 +1,7 @@
 # Most of a compiler's time goes into headers that nearly all files include. With VELMORAN_JOINED what
-# a target has in one folder is compiled as one file, which reads them once: less than half the time
+# a target has in one folder is compiled as one file, which reads them once: about half the time
 # from nothing, and more after a change. In return what the files of a folder keep to themselves needs
-# different names. A program of tests has larger pieces, of several folders: there the headers take
-# longest by far.
+# different names. A program of tests has larger pieces, of several folders.
 set(VELMORAN_TESTS_IN_A_PIECE 14)
 
 function(velmoran_join folder)

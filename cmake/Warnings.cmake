@@ -5,7 +5,7 @@ target_compile_options(VelmoranWarnings INTERFACE
     -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual
     -Woverloaded-virtual -Wunused -Wdouble-promotion -Wformat=2
     # Files that are joined see names of each other that they need not know, so that there only a
-    # local name that hides another counts; Clang can't tell the two apart.
+    # local name that hides another counts, for which GCC alone has a form of its own.
     $<$<NOT:$<BOOL:${VELMORAN_JOINED}>>:-Wshadow>
     $<$<AND:$<BOOL:${VELMORAN_JOINED}>,$<CXX_COMPILER_ID:GNU>>:-Wshadow=local>
     # PipeWire's macros stand on it, and Clang blames the place that uses them.
