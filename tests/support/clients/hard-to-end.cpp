@@ -11,6 +11,7 @@
 //   turn    becomes PROGRAM, which sleeps
 //   hide    doesn't hear it, and at SIGUSR1 lets nobody look at it any more
 // READY-FILE holds the process id once it is ready; each signal heard adds a line "heard".
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -66,11 +67,25 @@ void onTerm(int) {
     }
 }
 
+/// For as long as READY-FILE is there; should a test end before it takes that away, for longer than
+/// any test may take.
+class Endurance {
+public:
+    explicit Endurance(const char* readyFile) : readyFile_(readyFile) {}
+    bool goesOn() const {
+        return access(readyFile_, F_OK) == 0 && std::chrono::steady_clock::now() < end_;
+    }
+
+private:
+    const char* readyFile_;
+    std::chrono::steady_clock::time_point end_ =
+        std::chrono::steady_clock::now() + std::chrono::minutes(5);
+};
+
 /// The parent lives only until the child has forked: however one is ended, the next is there.
 void swarm(const char* readyFile) {
     signal(SIGTERM, SIG_IGN);
-    constexpr int most = 5000;
-    for (int i = 0; i < most && access(readyFile, F_OK) == 0; ++i) {
+    for (const Endurance endurance(readyFile); endurance.goesOn();) {
         if (fork() > 0) {
             usleep(10000);
             _exit(0);
@@ -82,9 +97,8 @@ void swarm(const char* readyFile) {
 
 void relay(const char* readyFile) {
     signal(SIGTERM, SIG_IGN);
-    constexpr int most = 50000;
     const auto pace = static_cast<useconds_t>(std::stoul(program));
-    for (int i = 0; i < most && access(readyFile, F_OK) == 0; ++i) {
+    for (const Endurance endurance(readyFile); endurance.goesOn();) {
         if (fork() > 0) {
             _exit(0);
         }
