@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <pipewire/extensions/metadata.h>
 #include <pipewire/impl.h>
@@ -11,9 +12,25 @@
 namespace {
 
 struct Client {
+    Client() = default;
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+    ~Client() {
+        for (auto* proxy : proxies) {
+            pw_proxy_destroy(proxy);
+        }
+        if (core) {
+            pw_core_disconnect(core);
+        }
+        pw_context_destroy(context);
+        pw_main_loop_destroy(loop);
+    }
+
     pw_main_loop* loop = nullptr;
+    pw_context* context = nullptr;
     pw_core* core = nullptr;
     pw_registry* registry = nullptr;
+    std::vector<pw_proxy*> proxies; ///< the registry's and all others
     std::uint32_t metadataID = PW_ID_ANY;
     int sequence = 0;
 };
@@ -40,9 +57,11 @@ void waitForServer(Client& client) {
     pw_main_loop_run(client.loop);
 }
 
-void* bindMetadata(const Client& client) {
-    return pw_registry_bind(client.registry, client.metadataID, PW_TYPE_INTERFACE_Metadata,
-                            PW_VERSION_METADATA, 0);
+pw_metadata* bindMetadata(Client& client) {
+    void* bound = pw_registry_bind(client.registry, client.metadataID, PW_TYPE_INTERFACE_Metadata,
+                                   PW_VERSION_METADATA, 0);
+    client.proxies.push_back(static_cast<pw_proxy*>(bound));
+    return static_cast<pw_metadata*>(bound);
 }
 
 } // namespace
@@ -53,29 +72,30 @@ int main(int count, char** arguments) {
     }
     const auto value = "{\"name\":\"" + std::string(arguments[1]) + "\"}";
     pw_init(nullptr, nullptr);
-    Client client;
-    client.loop = pw_main_loop_new(nullptr);
-    auto* context = pw_context_new(pw_main_loop_get_loop(client.loop), nullptr, 0);
-    client.core = pw_context_connect(context, nullptr, 0);
-    if (!client.core) {
-        return 1;
-    }
     pw_core_events coreEvents{};
     coreEvents.version = PW_VERSION_CORE_EVENTS;
     coreEvents.done = onDone;
-    spa_hook coreHook{};
-    pw_core_add_listener(client.core, &coreHook, &coreEvents, &client);
-    client.registry = pw_core_get_registry(client.core, PW_VERSION_REGISTRY, 0);
     pw_registry_events registryEvents{};
     registryEvents.version = PW_VERSION_REGISTRY_EVENTS;
     registryEvents.global = onGlobal;
+    spa_hook coreHook{};
     spa_hook registryHook{};
+    Client client;
+    client.loop = pw_main_loop_new(nullptr);
+    client.context = pw_context_new(pw_main_loop_get_loop(client.loop), nullptr, 0);
+    client.core = pw_context_connect(client.context, nullptr, 0);
+    if (!client.core) {
+        return 1;
+    }
+    pw_core_add_listener(client.core, &coreHook, &coreEvents, &client);
+    client.registry = pw_core_get_registry(client.core, PW_VERSION_REGISTRY, 0);
+    client.proxies.push_back(reinterpret_cast<pw_proxy*>(client.registry));
     pw_registry_add_listener(client.registry, &registryHook, &registryEvents, &client);
     waitForServer(client);
     if (client.metadataID == PW_ID_ANY) {
         return 1;
     }
-    auto* metadata = static_cast<pw_metadata*>(bindMetadata(client));
+    auto* metadata = bindMetadata(client);
     waitForServer(client);
     pw_metadata_set_property(metadata, PW_ID_CORE, "default.audio.sink", "Spa:String:JSON",
                              value.c_str());
