@@ -15,7 +15,7 @@ rm -f "$room"/bin/{apt*,dpkg*,clang*}
 fresh() {
     rm -rf "${room:?}"/{checkout,machine,tmp}
     mkdir -p "$room/checkout" "$room/machine/installed" "$room/tmp"
-    cp -r "$root/scripts" "$root/run" "$room/checkout/"
+    cp -r "$root/scripts" "$root/run" "$root/test" "$room/checkout/"
     export MACHINE=$room/machine
     temporary=$room/tmp
     : >"$MACHINE/calls"
