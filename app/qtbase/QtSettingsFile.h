@@ -1,12 +1,16 @@
-// The user's settings on disk: on Linux the file Velmoran/Velmoran.conf under the user's
-// configuration folder, on a Mac the application's own domain of the user defaults. Owned by
-// `main`; main thread only.
+// The user's settings on disk: the file Velmoran/Velmoran.conf under the user's configuration
+// folder. Any program of the user's can write it, or put a pipe or a lock in its way, and nothing
+// of that may hold the program up: who reads or writes here waits for nobody. Owned by `main`; main
+// thread only.
 #pragma once
 
 #include "app/model/KeyValueStore.h"
+#include "app/qtbase/SettingsText.h"
 
-#include <QSettings>
+#include <QMap>
 #include <QString>
+#include <QStringList>
+#include <optional>
 
 namespace velmoran {
 
@@ -15,7 +19,7 @@ public:
     /// The user's own. Neither the file nor its folder is made before the first write.
     QtSettingsFile();
     /// A file of the same form at that path.
-    explicit QtSettingsFile(const QString& path);
+    explicit QtSettingsFile(QString path);
 
     std::optional<bool> boolean(const std::string& key) const override;
     std::optional<std::int64_t> integer(const std::string& key) const override;
@@ -32,10 +36,17 @@ public:
     void reload() override;
 
 private:
-    QVariant value(const std::string& key) const;
-    void write(const std::string& key, const QVariant& value);
+    /// Null stands for none.
+    using Value = std::optional<QStringList>;
 
-    QSettings settings_;
+    Value value(const std::string& key) const;
+    /// The one element of a value that is no list.
+    std::optional<QString> single(const std::string& key) const;
+    void write(const std::string& key, Value value);
+
+    QString path_;
+    SettingsText file_; ///< as it was read last
+    QMap<QString, Value> unwritten_;
 };
 
 } // namespace velmoran
