@@ -143,8 +143,7 @@ int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
     });
     model.start();
     if (keptElsewhere) {
-        teller.say(words().text("Velmoran is already running and keeps the history. This watch "
-                                "keeps none."));
+        teller.say(words().text("The history is being kept already. This watch keeps none."));
     }
     if (!soundServerAnswers()) {
         teller.say(words().text("No sound server can be reached. Until one can, only programs that "
