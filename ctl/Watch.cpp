@@ -56,12 +56,12 @@ public:
         if (json) {
             recorder_.emplace(
                 model,
-                [&loop, start = loop.now()] {
-                    return std::round((loop.now() - start) * 1e6) / 1e6;
+                [&clock = model.clock(), start = model.clock().now()] {
+                    return std::round((clock.now() - start) * 1e6) / 1e6;
                 },
                 writer_);
         } else {
-            lines_.emplace(model, loop, timeOfDay,
+            lines_.emplace(model, model.clock(), timeOfDay,
                            [this](const std::string& line) { output_.write(line); });
         }
     }

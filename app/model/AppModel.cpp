@@ -15,6 +15,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
     : settings(surroundings.settings),
       notices(surroundings.scheduler),
       around_(std::move(surroundings)),
+      clock_(around_.clock),
       engine_(unknownGrace),
       coalescer_(noticeWindow),
       reading_(around_.machine, settings),
@@ -50,7 +51,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
                          onStopEnded(result);
                      }}),
       sampler_({.connections = around_.machine.connections(),
-                .clock = around_.clock,
+                .clock = clock_,
                 .scheduler = around_.scheduler,
                 .engine = engine_},
                {.added =
@@ -88,8 +89,8 @@ void AppModel::receive(const SystemSnapshot& reading) {
 }
 
 void AppModel::syncSessions() {
-    const Timestamp now = around_.clock.now();
-    const auto found = reading_.read(*snapshot, now);
+    const Timestamp elapsing = clock_.elapsing();
+    const auto found = reading_.read(*snapshot, elapsing);
     // Opened in a helper's name, and about to end in favour of its owner.
     std::vector<Uuid> inHelpersName;
     for (const auto& session : engine_.open(Device::microphone)) {
@@ -99,7 +100,7 @@ void AppModel::syncSessions() {
             inHelpersName.push_back(session.id);
         }
     }
-    const auto events = engine_.ingest(found.uses, now);
+    const auto events = engine_.ingest(found.uses, clock_.now(), elapsing);
     for (const auto& id : inHelpersName) {
         withdrawNotice(id);
     }
@@ -286,7 +287,7 @@ void AppModel::pruneHistory() {
     if (!store_) {
         return;
     }
-    store_->prune(words().daysBefore(around_.clock.now(), *settings.retentionDays));
+    store_->prune(words().daysBefore(clock_.now(), *settings.retentionDays));
     refreshHistory();
 }
 

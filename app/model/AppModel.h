@@ -11,6 +11,7 @@
 #include "app/model/UseReading.h"
 #include "app/model/Windows.h"
 #include "app/notices/NoticeCenter.h"
+#include "core/base/ForwardClock.h"
 #include "core/base/MainThread.h"
 #include "core/base/Observable.h"
 #include "core/history/HistoryStore.h"
@@ -132,6 +133,8 @@ public:
     /// What a reading of this run has named under that id; nothing if none has.
     std::optional<AppIdentity> seenApp(const std::string& id) const { return reading_.seenApp(id); }
     StatusIconState statusIconState() const;
+    /// The time of all that is told and stored: it never runs back.
+    const Clock& clock() const { return clock_; }
     /// Open sessions of a device, the earliest start first.
     std::vector<UsageSession> sessions(Device device) const;
 
@@ -155,6 +158,7 @@ private:
     void openHistory();
 
     ModelSurroundings around_;
+    ForwardClock clock_;
     Windows noWindows_;
     SessionEngine engine_;
     NoticeCoalescer coalescer_;

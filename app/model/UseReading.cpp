@@ -10,8 +10,8 @@ UseReading::UseReading(Machine& machine, const SettingsStore& settings)
     : machine_(machine),
       settings_(settings) {}
 
-UseReading::Found UseReading::read(const SystemSnapshot& snapshot, Timestamp now) {
-    auto microphone = readMicrophone(snapshot, now);
+UseReading::Found UseReading::read(const SystemSnapshot& snapshot, Timestamp elapsing) {
+    auto microphone = readMicrophone(snapshot, elapsing);
     auto speakerApps = SystemHelpers::speaker(identities(snapshot.speakerApps), microphone.helpers,
                                               microphone.owners);
     Found found;
@@ -28,7 +28,8 @@ UseReading::Found UseReading::read(const SystemSnapshot& snapshot, Timestamp now
     return found;
 }
 
-UseReading::Microphone UseReading::readMicrophone(const SystemSnapshot& snapshot, Timestamp now) {
+UseReading::Microphone UseReading::readMicrophone(const SystemSnapshot& snapshot,
+                                                  Timestamp elapsing) {
     Microphone reading;
     std::vector<AppIdentity> others;
     const auto held = identities(snapshot.microphoneApps);
@@ -53,9 +54,9 @@ UseReading::Microphone UseReading::readMicrophone(const SystemSnapshot& snapshot
         // Whom a helper works for is told a moment after it turns the microphone on. The wait is
         // counted once per spell of helpers without an owner.
         if (!helperUnownedSince_) {
-            helperUnownedSince_ = now;
+            helperUnownedSince_ = elapsing;
         }
-        reading.isWaiting = now - *helperUnownedSince_ < ownerGrace;
+        reading.isWaiting = elapsing - *helperUnownedSince_ < ownerGrace;
         reading.use.apps = reading.isWaiting ? std::move(others) : std::move(microphone.apps);
     }
     reading.use.isOn =

@@ -29,7 +29,8 @@ public:
     /// Both outlive this.
     UseReading(Machine& machine, const SettingsStore& settings);
 
-    Found read(const SystemSnapshot& snapshot, Timestamp now);
+    /// `elapsing` is what a wait is counted by.
+    Found read(const SystemSnapshot& snapshot, Timestamp elapsing);
 
     /// What a reading of this run has named under that id, else who couldn't be named; nothing if
     /// there was neither.
@@ -46,7 +47,7 @@ private:
         bool isWaiting = false;
     };
 
-    Microphone readMicrophone(const SystemSnapshot& snapshot, Timestamp now);
+    Microphone readMicrophone(const SystemSnapshot& snapshot, Timestamp elapsing);
     const AppIdentity& identity(const AppRef& ref);
     std::vector<AppIdentity> identities(const std::vector<AppRef>& refs);
 

@@ -29,7 +29,7 @@ void AppDelegate::didFinishLaunching() {
         model_.stopEverything();
     };
     statusItem_ = std::make_unique<StatusItemController>(
-        model_, around_.clock, picture_,
+        model_, model_.clock(), picture_,
         StatusItemController::Actions{.stopEverything = stop, .quit = quit_});
     floatingStop_ = std::make_unique<FloatingStopButton>(model_, around_.scheduler, stop);
     statusItem_->noticePanel().obstacle = [this] {

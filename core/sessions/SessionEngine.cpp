@@ -6,16 +6,16 @@
 namespace velmoran {
 
 std::vector<SessionEvent> SessionEngine::ingest(const std::map<Device, DeviceUse>& uses,
-                                                Timestamp now) {
+                                                Timestamp now, std::optional<Timestamp> elapsing) {
     const bool observedFromStart = std::exchange(hasIngested_, true);
     std::vector<SessionEvent> events;
     for (const auto device : allDevices) {
         const auto use = uses.find(device);
         if (use == uses.end() || !use->second.isOn) {
-            unattributedSince_.erase(device);
+            endGrace(device);
             endSessions(device, now, events, [](const UsageSession&) { return true; });
         } else if (use->second.apps.empty()) {
-            ingestUnattributed(device, now, observedFromStart, events);
+            ingestUnattributed(device, now, elapsing.value_or(now), observedFromStart, events);
         } else {
             ingestAttributed(device, use->second.apps, now, observedFromStart, events);
         }
@@ -23,16 +23,17 @@ std::vector<SessionEvent> SessionEngine::ingest(const std::map<Device, DeviceUse
     return events;
 }
 
-void SessionEngine::ingestUnattributed(Device device, Timestamp now, bool observedFromStart,
-                                       std::vector<SessionEvent>& events) {
+void SessionEngine::ingestUnattributed(Device device, Timestamp now, Timestamp elapsing,
+                                       bool observedFromStart, std::vector<SessionEvent>& events) {
     endSessions(device, now, events,
                 [](const UsageSession& session) { return !session.app.isUnknown(); });
     if (findOpen(device, [](const UsageSession&) { return true; })) {
         return;
     }
     const auto since = unattributedSince_.try_emplace(device, now).first->second;
-    if (unknownGrace_ <= now - since) {
-        unattributedSince_.erase(device);
+    const auto began = graceBegan_.try_emplace(device, elapsing).first->second;
+    if (unknownGrace_ <= elapsing - began) {
+        endGrace(device);
         // Dated back: the use began when it was first seen, not when the patience ran out.
         openSession(device, AppIdentity::unknown(), since, observedFromStart, events);
     }
@@ -44,7 +45,7 @@ void SessionEngine::ingestAttributed(Device device, const std::vector<AppIdentit
     const auto isUnknown = [](const UsageSession& session) {
         return session.app.isUnknown();
     };
-    unattributedSince_.erase(device);
+    endGrace(device);
     endSessions(device, now, events, [&](const UsageSession& session) {
         return !session.app.isUnknown() &&
                std::none_of(apps.begin(), apps.end(),
@@ -64,6 +65,11 @@ void SessionEngine::ingestAttributed(Device device, const std::vector<AppIdentit
     }
     // As a rule none is left by now.
     endSessions(device, now, events, isUnknown);
+}
+
+void SessionEngine::endGrace(Device device) {
+    unattributedSince_.erase(device);
+    graceBegan_.erase(device);
 }
 
 void SessionEngine::openSession(Device device, const AppIdentity& app, Timestamp start,

@@ -27,8 +27,10 @@ public:
     /// A reading of all devices; one that is missing is off. Events come device by device in their
     /// fixed order, and for one device: ended apps (latest opened first), then started and
     /// reattributed in the order of `apps`. What the very first reading finds going on counts as
-    /// not observed from its start.
-    std::vector<SessionEvent> ingest(const std::map<Device, DeviceUse>& uses, Timestamp now);
+    /// not observed from its start. `elapsing` is what a wait is counted by: it goes on where `now`
+    /// stands, and is `now` where nothing is given.
+    std::vector<SessionEvent> ingest(const std::map<Device, DeviceUse>& uses, Timestamp now,
+                                     std::optional<Timestamp> elapsing = std::nullopt);
 
     /// These sessions will end as stopped by the user. Ids that aren't open now are dropped.
     void markStoppedByUser(const std::set<Uuid>& sessionIDs);
@@ -55,20 +57,22 @@ public:
 private:
     void openSession(Device device, const AppIdentity& app, Timestamp start, bool observedFromStart,
                      std::vector<SessionEvent>& events);
+    void endGrace(Device device);
     template <class Predicate>
     void endSessions(Device device, Timestamp now, std::vector<SessionEvent>& events,
                      Predicate chosen);
     template <class Predicate>
     UsageSession* findOpen(Device device, Predicate matches);
 
-    void ingestUnattributed(Device device, Timestamp now, bool observedFromStart,
-                            std::vector<SessionEvent>& events);
+    void ingestUnattributed(Device device, Timestamp now, Timestamp elapsing,
+                            bool observedFromStart, std::vector<SessionEvent>& events);
     void ingestAttributed(Device device, const std::vector<AppIdentity>& apps, Timestamp now,
                           bool observedFromStart, std::vector<SessionEvent>& events);
 
     Seconds unknownGrace_;
     std::vector<UsageSession> open_;
     std::map<Device, Timestamp> unattributedSince_;
+    std::map<Device, Timestamp> graceBegan_; ///< of the same devices, by `elapsing`
     bool hasIngested_ = false;
     std::set<Uuid> stoppedByUser_;
 };

@@ -23,6 +23,8 @@ public:
 
     /// The beginning plus what has passed.
     Timestamp now() const override;
+    /// Somebody sets the clock, which goes on from there. What has passed and the timers stay.
+    void setClock(Timestamp time) { beginning_ = time - elapsed_; }
     /// Seconds that have passed since the beginning.
     Seconds elapsed() const { return elapsed_; }
 

@@ -71,6 +71,22 @@ TEST(SessionEngine, OpensAnUnknownSessionDatedBackToTheFirstIngest) {
     EXPECT_THAT(reader.on(14, {}), IsEmpty());
 }
 
+TEST(SessionEngine, CountsTheGraceByWhatElapsesWhileTheTimeStands) {
+    SessionEngine engine(1.0);
+    const std::map<Device, DeviceUse> on = {{Device::camera, {.isOn = true, .apps = {}}}};
+    engine.ingest({}, {50}, Timestamp{50});
+    EXPECT_THAT(engine.ingest(on, {50}, Timestamp{60}), IsEmpty());
+    EXPECT_THAT(engine.ingest(on, {50}, Timestamp{60.9}), IsEmpty());
+    const auto started = engine.ingest(on, {50}, Timestamp{61});
+    ASSERT_EQ(wordsOf(started), "started unknown; ");
+    EXPECT_EQ(started[0].session.start, Timestamp{50});
+    const auto ended = engine.ingest({}, {50}, Timestamp{70});
+    ASSERT_EQ(wordsOf(ended), "ended unknown; ");
+    EXPECT_EQ(ended[0].session.end, Timestamp{50});
+    // The next wait begins anew.
+    EXPECT_THAT(engine.ingest(on, {50}, Timestamp{71}), IsEmpty());
+}
+
 TEST(SessionEngine, OpensAnUnknownSessionWhenTheGraceIsExactlyOver) {
     Reader reader;
     EXPECT_THAT(reader.on(0.0, {}), IsEmpty());

@@ -145,6 +145,19 @@ TEST(ScriptedTime, IsNotHeldUpByIntervalsOfNothing) {
     EXPECT_EQ(notes.lines.size(), 10U);
 }
 
+TEST(ScriptedTime, GoesOnFromWhereItsClockIsSet) {
+    ScriptedTime time({1000});
+    std::vector<double> fired;
+    const auto timer = time.every(10, [&] { fired.push_back(time.now().seconds); });
+    time.advanceTo(15);
+    time.setClock({500});
+    EXPECT_EQ(time.now(), Timestamp{500});
+    EXPECT_EQ(time.elapsed(), 15);
+    time.advanceTo(25);
+    EXPECT_EQ(fired, (std::vector<double>{1010, 505}));
+    EXPECT_EQ(time.now(), Timestamp{510});
+}
+
 TEST(ScriptedTime, MayGoBeforeItsHandles) {
     Subscription timer;
     {
