@@ -12,6 +12,7 @@ ProgramStatus statusOf(const AppModel& model) {
     status.microphoneOn = model.snapshot->microphoneOn;
     status.microphoneMuted = *model.settings.microphoneMuted;
     status.stopping = *model.isStopping;
+    status.historyProblem = *model.historyProblem;
     for (const auto& session : *model.openSessions) {
         const auto since = std::floor(session.start.seconds + secondsFromUnixEpoch);
         status.uses.push_back(

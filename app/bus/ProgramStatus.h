@@ -4,6 +4,7 @@
 #include "core/base/Fields.h"
 #include "core/base/Timestamp.h"
 #include "core/records/Device.h"
+#include "core/records/HistoryProblem.h"
 
 #include <cstdint>
 #include <optional>
@@ -38,6 +39,7 @@ struct ProgramStatus {
     bool microphoneMuted = false; ///< by Velmoran, until the user unmutes it
     bool stopping = false;        ///< a stop is under way
     std::vector<Use> uses;        ///< in the order in which they began to be seen
+    std::optional<HistoryProblem> historyProblem = {}; ///< nothing while the history is saved
 
     bool operator==(const ProgramStatus&) const = default;
 };
@@ -64,6 +66,7 @@ void visitFields(MaybeConst<ProgramStatus> auto& status, auto visit) {
     visit("microphoneMuted", status.microphoneMuted);
     visit("stopping", status.stopping);
     visit("uses", status.uses);
+    visit("historyProblem", status.historyProblem);
 }
 
 } // namespace velmoran

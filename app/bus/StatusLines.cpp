@@ -2,6 +2,7 @@
 
 #include "core/text/Localizer.h"
 #include "core/warnings/DeviceWording.h"
+#include "core/warnings/HistoryWording.h"
 
 #include <algorithm>
 
@@ -20,6 +21,9 @@ std::string moment(Timestamp time, Timestamp now) {
 
 std::vector<std::string> statusLines(const ProgramStatus& status, Timestamp now) {
     std::vector<std::string> lines;
+    if (status.historyProblem) {
+        lines.push_back(HistoryWording::sentence(*status.historyProblem));
+    }
     for (const auto& use : status.uses) {
         const std::vector<std::string> holes = {use.app.name, DeviceWording::the({use.device}),
                                                 moment(use.start(), now)};

@@ -1,11 +1,9 @@
 #include "app/model/AppModel.h"
 
 #include "app/notices/NoticeWording.h"
-#include "core/text/Localizer.h"
 #include "core/warnings/WarningPolicy.h"
 
 #include <algorithm>
-#include <exception>
 #include <set>
 #include <utility>
 
@@ -18,6 +16,16 @@ AppModel::AppModel(ModelSurroundings surroundings)
       clock_(around_.clock),
       engine_(unknownGrace),
       coalescer_(noticeWindow),
+      history_({.clock = clock_,
+                .scheduler = around_.scheduler,
+                .settings = settings,
+                .problem = historyProblem,
+                .open = around_.openHistory},
+               {.replaced = [this] { onHistoryReplaced(); },
+                .changed =
+                    [this] {
+                        refreshHistory();
+                    }}),
       reading_(around_.machine, settings),
       outputGuard_({.outputs = around_.machine.outputs(),
                     .scheduler = around_.scheduler,
@@ -42,7 +50,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
                  .stopped =
                      [this](const std::vector<UsageSession>& sessions) {
                          for (const auto& session : sessions) {
-                             save(session);
+                             history_.save(session);
                          }
                          refreshHistory();
                      },
@@ -56,7 +64,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
                 .engine = engine_},
                {.added =
                     [this](const UsageSession& session, const auto& added) {
-                        save(session);
+                        history_.save(session);
                         onConnections(session.id, added);
                     },
                 .anyAdded =
@@ -69,7 +77,8 @@ AppModel::AppModel(ModelSurroundings surroundings)
 void AppModel::start() {
     loadTrust();
     noticeChanges_ = notices.onChange.subscribe([this] { onChange(); });
-    openHistory();
+    history_.open();
+    refreshHistory();
     // To come, in this place: looking whether the screen is locked.
     mute_.start();
     connectionTimer_ = around_.scheduler.every(connectionInterval, [this] { sampleConnections(); });
@@ -152,11 +161,11 @@ void AppModel::handle(const std::vector<SessionEvent>& events) {
         }
         // Without a history nobody is warned: what can't be remembered is shown as open only, and
         // the screens say why.
-        if (store_) {
+        if (history_.isOpen()) {
             if (event.kind != SessionEvent::Kind::ended) {
                 published.session = warned(event.session);
             }
-            store_->saveSession(published.session);
+            history_.save(published.session);
         }
         onSessionEvent(published);
     }
@@ -226,12 +235,6 @@ void AppModel::withdrawNotice(const Uuid& sessionID) {
     }
 }
 
-void AppModel::save(const UsageSession& session) {
-    if (store_) {
-        store_->saveSession(session);
-    }
-}
-
 // MARK: - Trust
 
 void AppModel::loadTrust() {
@@ -264,47 +267,19 @@ void AppModel::changeTrust(const Change& change) {
 
 // MARK: - History
 
-void AppModel::openHistory() {
-    try {
-        auto opened = around_.openHistory();
-        opened->onFileChange(mainThread_.whileAlive([this](HistoryStore::FileChange change) {
-            historyUnavailable.set(change == HistoryStore::FileChange::lost);
-            if (change == HistoryStore::FileChange::replaced) {
-                onHistoryReplaced();
-            }
-        }));
-        opened->closeOpenRecords();
-        store_ = std::move(opened);
-    } catch (const std::exception&) {
-        historyUnavailable.set(true);
-        return;
-    }
-    pruneHistory();
-    pruneTimer_ = around_.scheduler.every(pruneInterval, [this] { pruneHistory(); });
-}
-
 void AppModel::pruneHistory() {
-    if (!store_) {
-        return;
-    }
-    store_->prune(words().daysBefore(clock_.now(), *settings.retentionDays));
+    history_.prune();
     refreshHistory();
 }
 
 void AppModel::deleteHistory() {
-    if (!store_) {
-        return;
-    }
     stopFlow_.forgetEnded();
-    store_->deleteAll();
-    for (const auto& session : *openSessions) {
-        store_->saveSession(session);
-    }
+    history_.deleteAllBut(*openSessions);
     refreshHistory();
 }
 
 void AppModel::refreshHistory() {
-    historySessions.set(store_ ? store_->history() : HistoryView());
+    historySessions.set(history_.list());
     // To come, in this place: which reports of the away watch are listed.
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/model/ConnectionSampler.h"
+#include "app/model/HistoryKeeper.h"
 #include "app/model/MuteKeeper.h"
 #include "app/model/OutputGuard.h"
 #include "app/model/SettingsStore.h"
@@ -65,8 +66,8 @@ public:
     Observable<SystemSnapshot> snapshot;
     Observable<std::vector<UsageSession>> openSessions; ///< in order of opening
     Observable<HistoryView> historySessions;            ///< all stored sessions, newest first
-    /// The history could not be opened, or its file has gone and can't be opened again for now.
-    Observable<bool> historyUnavailable;
+    /// Why the history isn't being saved; nothing while it is.
+    Observable<std::optional<HistoryProblem>> historyProblem;
     Observable<TrustList> trust;
     Observable<bool> awayWatchOn;             ///< an away watch is running
     Observable<bool> isStopping;              ///< a stop is under way
@@ -141,7 +142,6 @@ public:
     static constexpr Seconds unknownGrace = 1.0;
     static constexpr Seconds followUpDelay = 1.1; ///< a little more than the graces it serves
     static constexpr Seconds noticeWindow = 5.0;
-    static constexpr Seconds pruneInterval = 21600.0;
     static constexpr Seconds connectionInterval = 15.0;
 
 private:
@@ -149,20 +149,18 @@ private:
     UsageSession warned(const UsageSession& session);
     void show(const WarningNotice& notice);
     void withdrawNotice(const Uuid& sessionID);
-    void save(const UsageSession& session);
     void refreshHistory();
     void scheduleFollowUp(bool wanted);
     void loadTrust();
     template <class Change>
     void changeTrust(const Change& change);
-    void openHistory();
 
     ModelSurroundings around_;
     ForwardClock clock_;
     Windows noWindows_;
     SessionEngine engine_;
     NoticeCoalescer coalescer_;
-    std::shared_ptr<HistoryStore> store_;
+    HistoryKeeper history_;
     UseReading reading_;
     OutputGuard outputGuard_;
     MuteKeeper mute_;
@@ -170,7 +168,6 @@ private:
     ConnectionSampler sampler_;
     Subscription noticeChanges_;
     Subscription connectionTimer_;
-    Subscription pruneTimer_;
     Subscription followUp_;
     MainThread mainThread_;
 };

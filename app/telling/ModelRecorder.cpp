@@ -21,11 +21,8 @@ ModelRecorder::ModelRecorder(AppModel& model, std::function<Seconds()> at, Repla
                       {{"id", writer_.noticeID(item.id)}, {"title", item.title}});
         writer_.forgetNotice(item.id);
     }));
-    subscriptions_.push_back(model_.historyUnavailable.subscribe([this](bool unavailable) {
-        if (unavailable) {
-            writer_.write(at_(), "historyUnavailable");
-        }
-    }));
+    subscriptions_.push_back(model_.historyProblem.subscribe(
+        [this](const std::optional<HistoryProblem>& problem) { record(problem); }));
     subscriptions_.push_back(model_.isStopping.subscribe([this](bool stopping) {
         writer_.write(at_(), "stopping", {{"value", stopping}});
     }));
@@ -66,6 +63,16 @@ void ModelRecorder::asked(const BrowserQuestion& question, BrowserAnswer answer)
 void ModelRecorder::record(const SessionEvent& event) {
     writer_.write(at_(), rawValue(event.kind), {{"session", writer_.session(event.session)}});
     forgetOldNames();
+}
+
+void ModelRecorder::record(const std::optional<HistoryProblem>& problem) {
+    if (!problem) {
+        writer_.write(at_(), "historySaved");
+    } else if (problem->kind == HistoryProblem::Kind::notOpened) {
+        writer_.write(at_(), "historyUnavailable");
+    } else {
+        writer_.write(at_(), "historyNotSaved", {{"reason", problem->reason}});
+    }
 }
 
 void ModelRecorder::recordIcon() {

@@ -30,6 +30,7 @@ public:
 
 private:
     void record(const SessionEvent& event);
+    void record(const std::optional<HistoryProblem>& problem);
     void recordIcon();
     void forgetOldNames();
 

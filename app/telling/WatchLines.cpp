@@ -4,6 +4,7 @@
 #include "core/text/Localizer.h"
 #include "core/text/PlainLine.h"
 #include "core/warnings/DeviceWording.h"
+#include "core/warnings/HistoryWording.h"
 
 #include <utility>
 
@@ -15,12 +16,11 @@ WatchLines::WatchLines(AppModel& model, const Clock& clock, TimeOfDay timeOfDay,
       sink_(std::move(sink)) {
     subscriptions_.push_back(
         model.onSessionEvent.subscribe([this](const SessionEvent& event) { report(event); }));
-    subscriptions_.push_back(model.historyUnavailable.subscribe([this](bool unavailable) {
-        if (unavailable) {
-            say(words().text("History can't be saved right now. Velmoran couldn't open its file "
-                             "on this Mac."));
-        }
-    }));
+    subscriptions_.push_back(
+        model.historyProblem.subscribe([this](const std::optional<HistoryProblem>& problem) {
+            say(problem ? HistoryWording::sentence(*problem)
+                        : words().text("The history is being saved again."));
+        }));
 }
 
 void WatchLines::say(const std::string& sentence) {

@@ -6,6 +6,7 @@
 #include <SQLiteCpp/Transaction.h>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <fmt/format.h>
 #include <fstream>
@@ -14,6 +15,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace velmoran {
@@ -26,8 +28,7 @@ namespace {
 constexpr std::uint32_t applicationMark = 0x566C6D6E; // "Vlmn"
 constexpr int schemaVersion = 10000;                  // 1.0.0
 
-// Another process may be writing; its transactions last milliseconds.
-constexpr int busyTimeoutMilliseconds = 250;
+constexpr int patienceMilliseconds = 250;
 
 constexpr const char* schema = R"(
 CREATE TABLE SessionRecord (
@@ -65,6 +66,11 @@ constexpr std::array<const char*, 4> awayColumnNames = {"id", "start", "end", "p
     throw std::runtime_error(fmt::format("{}: {}", file.string(), why));
 }
 
+/// Why the last call of the standard library failed.
+std::string systemReason() {
+    return std::generic_category().message(errno);
+}
+
 void makeFolders(const fs::path& folder) {
     if (folder.empty() || fs::is_directory(folder)) {
         return;
@@ -96,7 +102,11 @@ FileState inspect(const fs::path& file) {
         return FileState::empty;
     }
     std::array<char, 100> header{};
+    errno = 0;
     std::ifstream stream(file, std::ios::binary);
+    if (!stream) {
+        refuse(file, systemReason());
+    }
     constexpr std::string_view magic("SQLite format 3\0", 16);
     if (!stream.read(header.data(), header.size()) ||
         std::string_view(header.data(), magic.size()) != magic) {
@@ -167,9 +177,9 @@ void tune(SQLite::Database& sqlite) {
 
 } // namespace
 
-HistoryDatabase::HistoryDatabase(const std::optional<fs::path>& url) {
+HistoryDatabase::HistoryDatabase(const std::optional<fs::path>& url, Locks locks) {
     if (url) {
-        open(fs::absolute(*url));
+        open(fs::absolute(*url), locks);
     } else {
         sqlite_ = std::make_unique<SQLite::Database>(":memory:",
                                                      SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
@@ -178,20 +188,22 @@ HistoryDatabase::HistoryDatabase(const std::optional<fs::path>& url) {
     }
 }
 
-void HistoryDatabase::open(const fs::path& file) {
+void HistoryDatabase::open(const fs::path& file, Locks locks) {
     makeFolders(file.parent_path());
     const auto state = inspect(file);
     if (state == FileState::absent) {
         // Made here and not by the library, so that it is private before anything stands in it; the
         // library gives its side files the permissions of the file.
+        errno = 0;
         if (!std::ofstream(file, std::ios::app)) {
-            refuse(file, "can't be made");
+            refuse(file, systemReason());
         }
         fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
     }
     try {
         sqlite_ = std::make_unique<SQLite::Database>(
-            file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, busyTimeoutMilliseconds);
+            file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX,
+            locks == Locks::waitFor ? patienceMilliseconds : 0);
         setFoldingAtClose(*sqlite_, false);
         if (sqlite3_db_readonly(sqlite_->getHandle(), "main") != 0) {
             refuse(file, "can't be written");
@@ -212,6 +224,8 @@ void HistoryDatabase::open(const fs::path& file) {
         // Readers and the writer don't wait for each other, and a commit is one append.
         sqlite_->exec("PRAGMA journal_mode = WAL");
         setFoldingAtClose(*sqlite_, true);
+        sqlite_->setBusyTimeout(0);
+        sound_ = FileAppearance::of(sqlite_->getHandle());
     } catch (...) {
         sqlite_.reset();
         if (state == FileState::absent) {
@@ -222,9 +236,9 @@ void HistoryDatabase::open(const fs::path& file) {
     }
 }
 
-void HistoryDatabase::checkpoint() noexcept {
-    sqlite3_wal_checkpoint_v2(sqlite_->getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
-                              nullptr);
+bool HistoryDatabase::checkpoint() noexcept {
+    return sqlite3_wal_checkpoint_v2(sqlite_->getHandle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE,
+                                     nullptr, nullptr) == SQLITE_OK;
 }
 
 bool HistoryDatabase::isGone() noexcept {
@@ -232,6 +246,47 @@ bool HistoryDatabase::isGone() noexcept {
     return sqlite3_file_control(sqlite_->getHandle(), "main", SQLITE_FCNTL_HAS_MOVED, &moved) ==
                SQLITE_OK &&
            moved != 0;
+}
+
+bool HistoryDatabase::isDamaged() noexcept {
+    auto now = FileAppearance::of(sqlite_->getHandle());
+    if (!now || !sound_) {
+        return false; // the write itself will say what is wrong
+    }
+    if (now == damaged_) {
+        return true;
+    }
+    const bool isShorter = now->size < sound_->size && (now->isCut || !now->beginsAsDatabase());
+    if (!isShorter && now->beginning != sound_->beginning) {
+        // The first page may stand in the log, and what it says is to be in the file. But that
+        // would also fill up a file that was cut.
+        checkpoint();
+        now = FileAppearance::of(sqlite_->getHandle());
+    }
+    if (now && (isShorter || !now->beginsAsDatabase() ||
+                (now->beginning != sound_->beginning && !canReadTables()))) {
+        damaged_ = now;
+        return true;
+    }
+    if (damaged_) { // it was mended in its place: what was read of the damage is to be forgotten
+        sqlite3_db_release_memory(sqlite_->getHandle());
+        damaged_.reset();
+    }
+    sound_ = now;
+    return false;
+}
+
+/// From the file, and not from what was read of it before.
+bool HistoryDatabase::canReadTables() noexcept {
+    sqlite3_db_release_memory(sqlite_->getHandle());
+    try {
+        return sqlite_
+                   ->execAndGet("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name "
+                                "IN ('SessionRecord', 'AwayReportRecord')")
+                   .getInt() == 2;
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 void HistoryDatabase::leaveSideFiles() noexcept {

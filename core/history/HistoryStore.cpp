@@ -1,35 +1,20 @@
 #include "core/history/HistoryStore.h"
 
-#include "core/history/ConnectionsText.h"
 #include "core/history/OpenHistory.h"
 #include "core/history/SessionRecord.h"
 #include "core/history/StatementRun.h"
 
-#include <algorithm>
 #include <cmath>
-#include <functional>
 #include <memory>
-#include <sqlite3.h>
 #include <utility>
 
 namespace velmoran {
 
 namespace {
 
-// A session that is stored for the first time while the file can't be written stands behind all
-// others with the same start until it has a row.
-constexpr std::int64_t firstPendingRow = std::int64_t{1} << 62U;
-
-/// The database won't ever take it, so there is no sense in trying again.
-bool isRefusal(const SQLite::Exception& error) {
-    const int code = error.getErrorCode() & 0xFF;
-    return code == SQLITE_CONSTRAINT || code == SQLITE_TOOBIG || code == SQLITE_MISMATCH;
-}
-
-bool isDamage(const SQLite::Exception& error) {
-    const int code = error.getErrorCode() & 0xFF;
-    return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
-}
+// Of what waits in one write, so that none takes longer than some milliseconds.
+constexpr std::size_t rowsAtOnce = 200;
+constexpr std::size_t rowsAfterFailure = 20;
 
 bool isOpen(const UsageSession& session) {
     return !session.end && !session.outcome;
@@ -41,13 +26,12 @@ HistoryStore::HistoryStore(const std::optional<std::filesystem::path>& url,
                            std::function<void()> beforeReopening)
     : url_(url),
       beforeReopening_(std::move(beforeReopening)),
-      open_(std::make_unique<OpenHistory>(url)),
-      nextPendingRow_(firstPendingRow) {}
+      open_(std::make_unique<OpenHistory>(url, HistoryDatabase::Locks::waitFor)) {}
 
 HistoryStore::~HistoryStore() = default;
 
-void HistoryStore::onFileChange(std::function<void(FileChange)> callback) {
-    onFileChange_ = std::move(callback);
+void HistoryStore::onReplaced(std::function<void()> callback) {
+    onReplaced_ = std::move(callback);
 }
 
 // MARK: - Sessions
@@ -56,26 +40,18 @@ void HistoryStore::saveSession(const UsageSession& session) {
     if (std::isnan(session.start.seconds)) {
         return;
     }
-    auto found = std::ranges::find(pending_, session.id,
-                                   [](const Pending& each) { return each.session.id; });
-    if (found == pending_.end()) {
-        found = pending_.emplace(pending_.end());
-    }
     std::erase_if(ongoing_, [&](const UsageSession& each) { return each.id == session.id; });
     if (isOpen(session)) {
         ongoing_.push_back(session);
     }
-    found->session = session;
-    found->connections = connectionsText(session.connections);
+    list_.remove(pending_.add(session));
     inTransaction([] {});
 }
 
 HistoryView HistoryStore::history() {
     heedOtherWriters();
-    if (!isLoaded_ && !isDamaged_) {
-        load();
-    }
-    return list_;
+    list_.read(open_ ? &open_->sessions : nullptr, pending_);
+    return list_.view();
 }
 
 std::vector<UsageSession> HistoryStore::sessions(std::optional<Timestamp> since,
@@ -94,8 +70,8 @@ std::vector<UsageSession> HistoryStore::sessions(std::optional<Timestamp> since,
 }
 
 void HistoryStore::closeOpenRecords() {
-    inTransaction([this] { open_->sessions.closeOpen(); });
-    isLoaded_ = false;
+    needsRepair_ = true;
+    inTransaction([] {});
 }
 
 std::size_t HistoryStore::sessionCount() {
@@ -157,15 +133,15 @@ void HistoryStore::prune(Timestamp before) {
     if (!done) {
         return;
     }
-    if (deletedSessions > 0) {
-        list_ = list_.withoutStartsBefore(before);
-        isDamaged_ = false;
+    if (deletedSessions) {
+        pending_.eraseStartsBefore(before);
+        list_.removeStartsBefore(before);
     }
     if (deletedReports > 0) {
         payloads_ = nullptr;
     }
     if (deletedSessions > 0 || deletedReports > 0) {
-        open_->database.checkpoint();
+        checkpoint();
     }
 }
 
@@ -180,14 +156,13 @@ void HistoryStore::deleteAll() {
         return;
     }
     if (deletedSessions) {
-        list_ = {};
-        isLoaded_ = true;
-        isDamaged_ = false;
+        pending_.clear();
+        list_.clear();
     }
     if (deletedReports) {
         payloads_ = nullptr;
     }
-    open_->database.checkpoint();
+    checkpoint();
 }
 
 /// The number of changed rows; nothing if the statement failed and left the transaction alive.
@@ -198,12 +173,17 @@ std::optional<int> HistoryStore::tryRun(SQLite::Statement& deletion, Arguments..
         (run.bind(1, arguments), ...);
         run.step();
         return open_->sqlite().getChanges();
-    } catch (const SQLite::Exception&) {
+    } catch (const SQLite::Exception& error) {
         if (!open_->isInTransaction()) {
             throw;
         }
+        fail(error);
         return std::nullopt;
     }
+}
+
+void HistoryStore::checkpoint() {
+    needsCheckpoint_ = !open_->database.checkpoint();
 }
 
 // MARK: - The file
@@ -212,153 +192,150 @@ std::optional<int> HistoryStore::tryRun(SQLite::Statement& deletion, Arguments..
 /// work is in the file.
 template <class Work>
 bool HistoryStore::inTransaction(Work work) {
-    heedFile();
-    if (!open_) {
-        showPending();
+    if (!hasFile()) {
+        list_.show(pending_);
         return false;
     }
-    std::vector<Written> written;
-    std::vector<Pending> failed;
-    bool needsReading = false; // places of what was shown before it had a row have changed
+    const auto before = std::exchange(failure_, std::nullopt);
+    const auto changes = open_->sqlite().getTotalChanges();
+    std::vector<HistoryList::Written> written;
+    std::vector<PendingSessions::Entries::iterator> refused;
+    std::vector<PendingSessions::Entries::iterator> failed;
     try {
         StatementRun(open_->begin).step();
         if (needsRepair_) {
             open_->sessions.closeOpen();
         }
-        for (const auto& each : pending_) {
+        auto each = pending_.begin();
+        const auto most = before && !before->isLock ? rowsAfterFailure : rowsAtOnce;
+        for (std::size_t row = 0; row < most && each != pending_.end(); ++row, ++each) {
             try {
                 written.push_back(write(each));
-                needsReading |= each.isShown;
             } catch (const SQLite::Exception& error) {
                 if (!open_->isInTransaction()) {
                     throw;
                 }
                 if (isRefusal(error)) {
-                    needsReading |= each.isShown;
+                    refused.push_back(each);
                 } else {
+                    fail(error);
                     failed.push_back(each); // mustn't keep the others out of the file
                 }
             }
         }
         work();
         StatementRun(open_->commit).step();
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        fail(error);
         if (open_->isInTransaction()) {
             open_->sqlite().tryExec("ROLLBACK");
         }
-        showPending();
+        list_.show(pending_);
         return false;
     }
-    pending_ = std::move(failed);
-    const bool wasRepaired = std::exchange(needsRepair_, false);
-    isLoaded_ &= !needsReading && !wasRepaired;
-    if (isLoaded_) {
-        for (auto& each : written) {
-            apply(std::move(each));
+    // Nothing was written by an empty transaction, which only shows that there is no lock.
+    if (!failure_ && before && !before->isLock && open_->sqlite().getTotalChanges() == changes) {
+        failure_ = before;
+    }
+    list_.readAgainIf(std::exchange(needsRepair_, false));
+    for (auto& each : written) {
+        list_.moveToFile(std::move(each), pending_);
+    }
+    for (const auto& each : refused) {
+        list_.readAgainIf(each->shown.has_value());
+        pending_.erase(each);
+    }
+    for (const auto& each : failed) {
+        pending_.postpone(each);
+    }
+    list_.show(pending_);
+    return true;
+}
+
+void HistoryStore::fail(const std::exception& error) {
+    failure_ =
+        HistoryFailure::of(error, HistoryProblem::Kind::notWritten, open_->sqlite().getHandle());
+}
+
+bool HistoryStore::isBehind() const {
+    return !pending_.empty() || needsRepair_ || needsCheckpoint_ || !open_ ||
+           (failure_ && failure_->isLock);
+}
+
+bool HistoryStore::catchUp() {
+    const auto before = pending_.size();
+    if (inTransaction([] {}) && needsCheckpoint_) {
+        checkpoint();
+    }
+    return pending_.size() < before;
+}
+
+/// Whether there is a file that can be written to. Where it isn't the one any more that was opened,
+/// another one is opened in its place.
+bool HistoryStore::hasFile() {
+    if (open_ && open_->database.isGone()) {
+        open_->database.leaveSideFiles();
+        open_.reset();
+    }
+    if (!open_) {
+        try {
+            reopen();
+        } catch (const std::exception& error) {
+            failure_ = HistoryFailure::of(error, HistoryProblem::Kind::notOpened);
+            return false;
         }
-        showPending();
+    }
+    if (open_->database.isDamaged()) {
+        failure_ = HistoryFailure::ofDamage();
+        return false;
     }
     return true;
 }
 
-/// Where the file isn't the one any more that was opened, another one is opened in its place,
-/// made if there is none. What goes on has to be found in that one, too.
-void HistoryStore::heedFile() {
-    if (open_) {
-        if (!open_->database.isGone()) {
-            return;
-        }
-        open_->database.leaveSideFiles();
-        open_.reset();
+/// Opens the file that stands there now, made if there is none. What goes on has to be found in
+/// that one, too.
+void HistoryStore::reopen() {
+    if (beforeReopening_) {
+        beforeReopening_();
     }
-    try {
-        if (beforeReopening_) {
-            beforeReopening_();
-        }
-        open_ = std::make_unique<OpenHistory>(url_);
-    } catch (const std::exception&) {
-        if (!std::exchange(isLost_, true) && onFileChange_) {
-            onFileChange_(FileChange::lost);
-        }
-        return;
-    }
-    isLost_ = false;
+    open_ = std::make_unique<OpenHistory>(url_, HistoryDatabase::Locks::giveUp);
+    failure_.reset();
     needsRepair_ = true;
-    list_ = {};
-    isLoaded_ = false;
-    isDamaged_ = false;
+    needsCheckpoint_ = false;
+    list_.restart();
     payloads_ = nullptr;
     lastDataVersion_ = -1;
-    std::vector<Pending> unwritten;
+    const auto waiting = pending_.size();
     for (const auto& session : ongoing_) {
-        if (std::ranges::none_of(
-                pending_, [&](const Pending& each) { return each.session.id == session.id; })) {
-            unwritten.push_back({session, connectionsText(session.connections)});
+        if (!pending_.find(session.id)) {
+            pending_.add(session);
         }
     }
-    pending_.insert(pending_.begin(), unwritten.begin(), unwritten.end());
-    if (onFileChange_) {
-        onFileChange_(FileChange::replaced);
+    for (std::size_t i = 0; i < waiting; ++i) {
+        pending_.postpone(pending_.begin()); // those were there before
+    }
+    if (onReplaced_) {
+        onReplaced_();
     }
 }
 
-HistoryStore::Written HistoryStore::write(const Pending& pending) {
-    const auto& session = pending.session;
+HistoryList::Written HistoryStore::write(PendingSessions::Entries::iterator pending) {
+    const auto& session = pending->session;
     const std::string key = session.id.text();
-    Written written;
+    HistoryList::Written written;
+    written.pending = pending;
     try {
         written.old = open_->sessions.find(key);
     } catch (const SQLite::Exception&) {
         written.isKnown = false;
     }
-    open_->sessions.put(session, key, pending.connections);
+    // What the file has of a row whose details were dropped here has to be read from it.
+    written.isKnown &= !pending->lacksConnections;
+    open_->sessions.put(session, key, pending->connections, pending->lacksConnections);
     const auto row = written.old ? written.old->row : open_->sqlite().getLastInsertRowid();
     written.entry = {{session.start, row},
-                     std::make_shared<const UsageSession>(asStored(session, pending.connections))};
+                     std::make_shared<const UsageSession>(asStored(session, pending->connections))};
     return written;
-}
-
-void HistoryStore::apply(Written written) {
-    if (!written.isKnown) {
-        isLoaded_ = false;
-        return;
-    }
-    const bool moves = written.old && written.old->start != written.entry.place.start;
-    list_ = (moves ? list_.without(*written.old) : list_).with(std::move(written.entry));
-}
-
-void HistoryStore::load() {
-    list_ = {};
-    if (!open_) {
-        isLoaded_ = true;
-        showPending();
-        return;
-    }
-    try {
-        list_ = HistoryView::sorted(open_->sessions.readAll());
-    } catch (const SQLite::Exception& error) {
-        isDamaged_ = isDamage(error); // reading it all again at each event wouldn't help
-        return;
-    }
-    isLoaded_ = true;
-    showPending();
-}
-
-/// Shows sessions that aren't in the file yet as if they were.
-void HistoryStore::showPending() {
-    if (!isLoaded_) {
-        return;
-    }
-    for (auto& each : pending_) {
-        const auto old = list_.placeOf(each.session.id);
-        if (old) {
-            list_ = list_.without(*old);
-        }
-        list_ = list_.with(
-            {{each.session.start, old ? old->row : nextPendingRow_++},
-             std::make_shared<const UsageSession>(asStored(each.session, each.connections))});
-        each.isShown = true;
-    }
 }
 
 /// The number changes when another connection has written to the file, never by our own writes.
@@ -370,8 +347,7 @@ void HistoryStore::heedOtherWriters() {
         StatementRun query(open_->dataVersion);
         const auto version = query.step() ? query.column(0).getInt64() : 0;
         if (version != std::exchange(lastDataVersion_, version)) {
-            isLoaded_ = false;
-            isDamaged_ = false;
+            list_.readAgain();
             payloads_ = nullptr;
         }
     } catch (const SQLite::Exception&) {

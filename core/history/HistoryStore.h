@@ -4,7 +4,10 @@
 #pragma once
 
 #include "core/base/Json.h"
+#include "core/history/HistoryFailure.h"
+#include "core/history/HistoryList.h"
 #include "core/history/HistoryView.h"
+#include "core/history/PendingSessions.h"
 #include "core/records/UsageSession.h"
 
 #include <cstddef>
@@ -25,18 +28,20 @@ namespace velmoran {
 
 struct OpenHistory;
 
-/// Only opening can fail. After that no failure of a read or a write reaches the caller: a failed
-/// read is empty, a failed delete or repair is dropped. A session whose save failed stays pending:
-/// it shows in the lists at once and goes out with the next save or delete that works, so that the
-/// lists and the file agree again from then on; what is pending at the end of the process is lost.
-/// (A session that the database refuses for what is in it, such as a start that is no number, isn't
-/// kept.) A save that has returned without failing outlives a kill of the process.
+/// Only opening can fail, and only opening waits for another program that has locked the file.
+/// After that no failure of a read or a write reaches the caller: a failed read is empty, a failed
+/// delete is dropped. A session or a repair whose save failed waits, in bounded memory: a session
+/// shows in the lists at once, and goes out with the next write that works, so that the lists and
+/// the file agree again from then on; what waits at the end of the process is lost. (A session that
+/// the database refuses for what is in it, such as a start that is no number, isn't kept.) Many
+/// that wait go out in several writes. A save that has returned, with `isBehind` false, outlives a
+/// kill of the process.
 ///
 /// The file may be written by another process meanwhile; what it wrote shows at the next read. If
 /// the file is deleted, moved away or replaced, the next write finds that out and goes to the file
 /// that stands there then, or to a new one, with all sessions that are open; what that file has of
-/// an earlier run is repaired first. Where none can be opened, saves stay pending and each further
-/// write tries again.
+/// an earlier run is repaired first. Where none can be opened, saves wait and each further write
+/// tries again. A file that was cut, or whose beginning was written over, isn't written to.
 class HistoryStore {
 public:
     /// Opens or makes the file, with all missing folders above it (0700; the file and its side
@@ -53,12 +58,16 @@ public:
     HistoryStore(const HistoryStore&) = delete;
     HistoryStore& operator=(const HistoryStore&) = delete;
 
-    enum class FileChange {
-        replaced, ///< the file had gone; now another one is open
-        lost,     ///< the file has gone, and none can be opened in its place for now
-    };
-    /// Whom a write tells of such a change, in the middle of it: the call mustn't use the store.
-    void onFileChange(std::function<void(FileChange)> callback);
+    /// Called in the middle of a write, when the file had gone and now another one is open; the
+    /// call mustn't use the store.
+    void onReplaced(std::function<void()> callback);
+
+    /// From a write that failed until one has succeeded.
+    const std::optional<HistoryFailure>& failure() const { return failure_; }
+    /// Something waits to be written: `catchUp` should be called soon.
+    bool isBehind() const;
+    /// Writes some of what waits. True if less waits now.
+    bool catchUp();
 
     /// Inserts the session, or overwrites all of the row with its id.
     void saveSession(const UsageSession& session);
@@ -127,42 +136,28 @@ public:
     std::shared_ptr<const std::vector<std::string>> awayPayloads();
 
 private:
-    struct Pending {
-        UsageSession session;
-        std::optional<std::string> connections; ///< its connectionsData
-        bool isShown = false;                   ///< stands in the list though not in the file
-    };
-
-    struct Written {
-        std::optional<HistoryView::Place> old; ///< where the row was, if there was one
-        HistoryView::Entry entry;
-        bool isKnown = true; ///< false if `old` couldn't be read
-    };
-
     template <class Work>
     bool inTransaction(Work work);
     template <class... Arguments>
     std::optional<int> tryRun(SQLite::Statement& deletion, Arguments... arguments);
-    void heedFile();
+    void fail(const std::exception& error);
+    bool hasFile();
+    void reopen();
     void heedOtherWriters();
-    void load();
-    void showPending();
-    Written write(const Pending& pending);
-    void apply(Written written);
+    void checkpoint();
+    HistoryList::Written write(PendingSessions::Entries::iterator pending);
 
     std::optional<std::filesystem::path> url_;
     std::function<void()> beforeReopening_;
-    std::function<void(FileChange)> onFileChange_;
+    std::function<void()> onReplaced_;
     std::unique_ptr<OpenHistory> open_; ///< null while the file is gone and can't be made again
-    bool isLost_ = false;               ///< and that was told
+    std::optional<HistoryFailure> failure_;
     bool needsRepair_ = false;          ///< the file may have open sessions of an earlier run
+    bool needsCheckpoint_ = false;      ///< deleted content stands in the log
     std::vector<UsageSession> ongoing_; ///< as saved last, with neither end nor outcome
 
-    HistoryView list_;
-    bool isLoaded_ = false;  ///< `list_` is the file's content with what is pending
-    bool isDamaged_ = false; ///< the table can't be read, and trying again won't change that
-    std::vector<Pending> pending_;
-    std::int64_t nextPendingRow_;
+    HistoryList list_;
+    PendingSessions pending_;
     std::int64_t lastDataVersion_ = -1;
     std::shared_ptr<const std::vector<std::string>> payloads_; ///< null when not read yet
 };

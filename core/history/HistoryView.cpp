@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 namespace velmoran {
 
@@ -142,13 +143,18 @@ HistoryView HistoryView::withoutStartsBefore(Timestamp moment) const {
     return HistoryView(std::move(spine));
 }
 
-std::optional<HistoryView::Place> HistoryView::placeOf(const Uuid& id) const {
-    if (spine_) {
-        for (const auto& node : *spine_) {
-            for (const auto& entry : *node.piece) {
-                if (entry.session->id == id) {
-                    return entry.place;
-                }
+std::optional<HistoryView::Place> HistoryView::placeOf(const Uuid& id, Timestamp start) const {
+    if (!spine_) {
+        return std::nullopt;
+    }
+    const Place first{start, std::numeric_limits<std::int64_t>::min()};
+    for (auto index = pieceFor(first); index < spine_->size(); ++index) {
+        for (const auto& entry : *(*spine_)[index].piece) {
+            if (entry.place.start < start) {
+                return std::nullopt;
+            }
+            if (entry.place.start == start && entry.session->id == id) {
+                return entry.place;
             }
         }
     }

@@ -52,8 +52,8 @@ public:
     HistoryView without(const Place& place) const;
     /// This list without the sessions that started before that moment.
     HistoryView withoutStartsBefore(Timestamp moment) const;
-    /// The place of a session, by looking at each one; nothing if it isn't in the list.
-    std::optional<Place> placeOf(const Uuid& id) const;
+    /// The place of the session with that id that starts then; nothing if it isn't in the list.
+    std::optional<Place> placeOf(const Uuid& id, Timestamp start) const;
 
     /// Session by session. Pieces that both lists share aren't looked at, so a list and its
     /// successor are compared in far less than the time of a walk.

@@ -15,7 +15,8 @@ namespace velmoran {
 /// Private to core/history.
 struct OpenHistory {
     /// As the constructor of HistoryStore says.
-    explicit OpenHistory(const std::optional<std::filesystem::path>& url) : database(url) {}
+    OpenHistory(const std::optional<std::filesystem::path>& url, HistoryDatabase::Locks locks)
+        : database(url, locks) {}
 
     SQLite::Database& sqlite() { return database.sqlite(); }
     bool isInTransaction() { return sqlite3_get_autocommit(sqlite().getHandle()) == 0; }

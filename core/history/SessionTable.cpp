@@ -18,8 +18,8 @@ INSERT INTO SessionRecord (id, deviceRaw, appID, appName, bundleID, appPath, tea
 VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13)
 ON CONFLICT (id) DO UPDATE SET
     deviceRaw = ?2, appID = ?3, appName = ?4, bundleID = ?5, appPath = ?6, teamID = ?7,
-    start = ?8, end = ?9, outcomeRaw = ?10, levelRaw = ?11, connectionsData = ?12,
-    observedFromStart = ?13
+    start = ?8, end = ?9, outcomeRaw = ?10, levelRaw = ?11,
+    connectionsData = iif(?14, connectionsData, ?12), observedFromStart = ?13
 )";
 
 constexpr const char* allSessions = R"(
@@ -82,7 +82,7 @@ std::optional<HistoryView::Place> SessionTable::find(const std::string& id) {
 }
 
 void SessionTable::put(const UsageSession& session, const std::string& id,
-                       const std::optional<std::string>& connectionsData) {
+                       const std::optional<std::string>& connectionsData, bool keepsConnections) {
     StatementRun upsert(put_);
     upsert.bind(1, id)
         .bind(2, rawValue(session.device))
@@ -97,6 +97,7 @@ void SessionTable::put(const UsageSession& session, const std::string& id,
         .bind(11, rawValueOf(session.warningLevel))
         .bindBlob(12, connectionsData)
         .bind(13, session.observedFromStart)
+        .bind(14, keepsConnections)
         .step();
 }
 

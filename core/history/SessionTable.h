@@ -21,9 +21,9 @@ public:
 
     /// Where the row with this id stands; nothing if there is none.
     std::optional<HistoryView::Place> find(const std::string& id);
-    /// Inserts a row or overwrites all of the one with this id.
+    /// Inserts a row or overwrites all of the one with this id, or all but its connections.
     void put(const UsageSession& session, const std::string& id,
-             const std::optional<std::string>& connectionsData);
+             const std::optional<std::string>& connectionsData, bool keepsConnections);
     /// The outcome `endUnknown` for every row with neither end nor outcome.
     void closeOpen();
     /// Rows that can be read and those that can't.

@@ -283,7 +283,8 @@ TEST_F(Ctl, WatchSaysThatThereIsNoHistoryAndLeavesTheFileAlone) {
     folder_.write(".local/share/Velmoran/History.store", "something else altogether");
     auto words = ctl({"watch"});
     EXPECT_TRUE(says(words, "History can't be saved right now. Velmoran couldn't open its file on "
-                            "this computer."));
+                            "this computer. ("));
+    EXPECT_TRUE(says(words, "History.store: not a database)"));
     EXPECT_EQ(words.stop(), 0);
     auto json = ctl({"watch", "--json"});
     EXPECT_TRUE(says(json, "\"event\":\"historyUnavailable\""));

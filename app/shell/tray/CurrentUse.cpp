@@ -3,6 +3,7 @@
 #include "core/text/DurationFormat.h"
 #include "core/text/Localizer.h"
 #include "core/warnings/DeviceWording.h"
+#include "core/warnings/HistoryWording.h"
 
 #include <algorithm>
 #include <utility>
@@ -52,9 +53,8 @@ NoticeItem currentUseItem(const CurrentUse& use, Timestamp now, std::function<vo
         item.buttons.push_back(
             {.title = words().text("Unmute microphone"), .action = std::move(unmute)});
     }
-    if (use.historyUnavailable) {
-        add(words().text("History can't be saved right now. Velmoran couldn't open its file on "
-                         "this Mac."));
+    if (use.historyProblem) {
+        add(inOneLine(HistoryWording::sentence(*use.historyProblem)));
     }
     if (!lines.empty()) {
         item.message = lines;

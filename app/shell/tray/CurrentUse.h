@@ -4,10 +4,12 @@
 
 #include "app/notices/NoticeItem.h"
 #include "core/base/Timestamp.h"
+#include "core/records/HistoryProblem.h"
 #include "core/records/SystemSnapshot.h"
 #include "core/records/UsageSession.h"
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace velmoran {
@@ -15,8 +17,8 @@ namespace velmoran {
 struct CurrentUse {
     std::vector<UsageSession> open = {};
     SystemSnapshot snapshot = {};
-    bool historyUnavailable = false; ///< nobody is being warned, and the card says why
-    bool microphoneMuted = false;    ///< by a stop: the card says so and offers to end it
+    std::optional<HistoryProblem> historyProblem = {}; ///< the card says it
+    bool microphoneMuted = false; ///< by a stop: the card says so and offers to end it
 
     bool operator==(const CurrentUse&) const = default;
 };

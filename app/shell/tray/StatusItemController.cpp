@@ -5,6 +5,7 @@
 #include "app/shell/tray/StatusIcons.h"
 #include "app/shell/tray/TrayInk.h"
 #include "core/text/Localizer.h"
+#include "core/warnings/HistoryWording.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -65,6 +66,10 @@ void StatusItemController::makeMenu(Actions actions) {
         refreshToolTip();
         keepCurrentUseTrue();
     }));
+    watching_.push_back(model_.historyProblem.subscribe([this](const auto&) {
+        refreshToolTip();
+        keepCurrentUseTrue();
+    }));
     watching_.push_back(model_.openSessions.subscribe(keepTrue));
     watching_.push_back(model_.snapshot.subscribe(keepTrue));
     refreshMenu();
@@ -104,12 +109,17 @@ void StatusItemController::refreshIcon() {
     refreshToolTip();
 }
 
-/// Says why nobody is heard, to somebody who doesn't remember the stop.
+/// Says first that the history isn't saved: no card does, and without one there are no cards. Says
+/// last why nobody is heard, to somebody who doesn't remember the stop.
 void StatusItemController::refreshToolTip() {
     if (!item_) {
         return;
     }
-    auto text = qt(statusIconLabel(model_.statusIconState()));
+    QString text;
+    if (const auto& problem = *model_.historyProblem) {
+        text = qt(HistoryWording::sentence(*problem)) + '\n';
+    }
+    text += qt(statusIconLabel(model_.statusIconState()));
     if (*model_.settings.microphoneMuted) {
         text += '\n' + qt(words().text("The microphone has been muted since a stop."));
     }
@@ -168,7 +178,7 @@ CurrentUse StatusItemController::currentUse() const {
     }
     use.snapshot.cameraOn = model_.snapshot->cameraOn;
     use.snapshot.microphoneOn = model_.snapshot->microphoneOn;
-    use.historyUnavailable = *model_.historyUnavailable;
+    use.historyProblem = *model_.historyProblem;
     use.microphoneMuted = *model_.settings.microphoneMuted;
     return use;
 }

@@ -31,6 +31,18 @@ TEST_F(StatusLines, SayThatNothingIsOn) {
     EXPECT_EQ(statusLines({}, now), (Lines{"Camera and microphone are off"}));
 }
 
+TEST_F(StatusLines, SayFirstThatTheHistoryIsNotSaved) {
+    ProgramStatus status;
+    status.historyProblem =
+        HistoryProblem{.kind = HistoryProblem::Kind::notWritten, .reason = "Input/output error"};
+    EXPECT_EQ(statusLines(status, now),
+              (Lines{"History can't be saved right now. Its file couldn't be written. "
+                     "(Input/output error)",
+                     "Camera and microphone are off"}));
+    EXPECT_EQ(decode<ProgramStatus>(encode(status)), status);
+    EXPECT_EQ(encode(ProgramStatus()).find("historyProblem"), std::string::npos);
+}
+
 TEST_F(StatusLines, SayWhoUsesWhatSinceWhen) {
     ProgramStatus status;
     status.cameraOn = status.microphoneOn = true;

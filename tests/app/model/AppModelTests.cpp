@@ -98,7 +98,9 @@ TEST_F(AppModelTest, StartsAllElseWithoutAHistory) {
         ++asked;
     };
     launch();
-    EXPECT_TRUE(*model->historyUnavailable);
+    ASSERT_TRUE(*model->historyProblem);
+    EXPECT_EQ((*model->historyProblem)->kind, HistoryProblem::Kind::notOpened);
+    EXPECT_EQ((*model->historyProblem)->reason, "no history");
     EXPECT_EQ(machine.script.microphones[0].volume, 0.0) << "muted before the first reading";
     machine.script.microphones[0].volume = 0.5;
     time.advanceTo(3);
@@ -120,7 +122,7 @@ TEST_F(AppModelTest, StartsAllElseWithoutAHistory) {
 TEST_F(AppModelTest, TellsNothingWithoutAHistoryButStillFollowsTheSessions) {
     historyFails = true;
     launchWatching();
-    EXPECT_TRUE(model->historyUnavailable.get());
+    EXPECT_TRUE(model->historyProblem.get());
     receive(camera({appRef("Zoom")}));
     EXPECT_TRUE(titles().empty());
     ASSERT_EQ(model->openSessions->size(), 1U);
@@ -148,11 +150,12 @@ TEST_F(AppModelTest, GoesOnInANewHistoryWhenTheFileIsDeleted) {
     std::filesystem::remove(path);
     std::filesystem::create_directory(path);
     receive(camera({appRef("Meet")}));
-    EXPECT_TRUE(*model->historyUnavailable);
+    ASSERT_TRUE(*model->historyProblem);
+    EXPECT_EQ((*model->historyProblem)->kind, HistoryProblem::Kind::notOpened);
     EXPECT_EQ(titles().size(), 2U) << "it goes on telling";
     std::filesystem::remove(path);
     receive(camera({}));
-    EXPECT_FALSE(*model->historyUnavailable);
+    EXPECT_FALSE(*model->historyProblem);
     EXPECT_EQ(replaced, 2);
     EXPECT_EQ(HistoryStore(path).sessionCount(), 2U);
 }

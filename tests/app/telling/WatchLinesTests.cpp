@@ -93,7 +93,20 @@ TEST_F(WatchLinesTest, SaysThatThereIsNoHistory) {
     model->start();
     EXPECT_EQ(written, (std::vector<std::string>{
                            "09:30:00  History can't be saved right now. Velmoran couldn't open "
-                           "its file on this Mac."}));
+                           "its file on this Mac. (no)"}));
+}
+
+TEST_F(WatchLinesTest, SaysFromWhenToWhenTheHistoryIsNotSaved) {
+    watch();
+    time.advanceTo(3);
+    model->historyProblem.set(
+        HistoryProblem{.kind = HistoryProblem::Kind::notWritten, .reason = "Input/output error"});
+    time.advanceTo(5);
+    model->historyProblem.set(std::nullopt);
+    EXPECT_EQ(written, (std::vector<std::string>{
+                           "09:30:03  History can't be saved right now. Its file couldn't be "
+                           "written. (Input/output error)",
+                           "09:30:05  The history is being saved again."}));
 }
 
 TEST_F(WatchLinesTest, KeepsATerminalFromObeyingAName) {

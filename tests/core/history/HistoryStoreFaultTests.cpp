@@ -10,20 +10,6 @@ namespace {
 
 using Sessions = std::vector<UsageSession>;
 
-/// Holds the write lock, as a busy backup program would.
-class WriteLock {
-public:
-    explicit WriteLock(const HistoryFile& file) : connection_(file.connection()) {
-        connection_.exec("BEGIN IMMEDIATE");
-    }
-    ~WriteLock() { connection_.exec("ROLLBACK"); }
-    WriteLock(const WriteLock&) = delete;
-    WriteLock& operator=(const WriteLock&) = delete;
-
-private:
-    SQLite::Database connection_;
-};
-
 TEST(HistoryStoreFaults, ShowAFailedSaveAtOnceAndWriteItWithTheNext) {
     const HistoryFile file;
     auto store = file.open();

@@ -98,4 +98,18 @@ private:
     TemporaryDirectory folder_;
 };
 
+/// Holds the write lock, as a busy backup program would.
+class WriteLock {
+public:
+    explicit WriteLock(const HistoryFile& file) : connection_(file.connection()) {
+        connection_.exec("BEGIN IMMEDIATE");
+    }
+    ~WriteLock() { connection_.exec("ROLLBACK"); }
+    WriteLock(const WriteLock&) = delete;
+    WriteLock& operator=(const WriteLock&) = delete;
+
+private:
+    SQLite::Database connection_;
+};
+
 } // namespace velmoran

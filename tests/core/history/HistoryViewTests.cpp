@@ -74,10 +74,24 @@ TEST(HistoryView, DiffersFromItsSuccessorByContentOnly) {
     EXPECT_NE(list.without({{500}, 500}).with(entry(5000, 500)), list);
 }
 
-TEST(HistoryView, FindsAPlaceById) {
-    const auto list = listOf(700);
-    EXPECT_EQ(list.placeOf(idNumber(33))->row, 33);
-    EXPECT_FALSE(list.placeOf(idNumber(701)));
+TEST(HistoryView, FindsAPlaceByIdAndStart) {
+    auto list = listOf(700);
+    EXPECT_EQ(list.placeOf(idNumber(33), {33})->row, 33);
+    EXPECT_EQ(list.placeOf(idNumber(1), {1})->row, 1);
+    EXPECT_EQ(list.placeOf(idNumber(700), {700})->row, 700);
+    EXPECT_FALSE(list.placeOf(idNumber(33), {34}));
+    EXPECT_FALSE(list.placeOf(idNumber(701), {701}));
+    EXPECT_FALSE(list.placeOf(idNumber(701), {0}));
+    EXPECT_FALSE(HistoryView().placeOf(idNumber(1), {1}));
+
+    // More with one start than a piece holds.
+    for (unsigned number = 1000; number < 1600; ++number) {
+        list = list.with(
+            {{{350}, number}, std::make_shared<const UsageSession>(sessionNumber(number, 350))});
+    }
+    for (const unsigned number : {350U, 1000U, 1300U, 1599U}) {
+        EXPECT_EQ(list.placeOf(idNumber(number), {350})->row, number);
+    }
 }
 
 RC_GTEST_PROP(HistoryView, EqualsASortedVectorAfterAnyChanges, ()) {

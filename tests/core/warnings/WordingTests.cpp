@@ -1,6 +1,7 @@
 #include "core/text/DurationFormat.h"
 #include "core/text/Localizer.h"
 #include "core/warnings/DeviceWording.h"
+#include "core/warnings/HistoryWording.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -30,6 +31,20 @@ TEST(DeviceWording, ListsAnyOtherSetInTheOrderOfDevices) {
     EXPECT_EQ(DeviceWording::the({speaker, microphone}), "the microphone and the speaker");
     EXPECT_EQ(DeviceWording::the({speaker, microphone, camera, speaker}),
               "the camera, the microphone, and the speaker");
+}
+
+TEST(HistoryWording, SaysWhatIsWrongAndWhy) {
+    HistoryProblem problem{.kind = HistoryProblem::Kind::notWritten, .reason = ""};
+    EXPECT_EQ(HistoryWording::sentence(problem),
+              "History can't be saved right now. Its file couldn't be written.");
+    problem.reason = "No space left on device";
+    EXPECT_EQ(HistoryWording::sentence(problem),
+              "History can't be saved right now. Its file couldn't be written. (No space left on "
+              "device)");
+    problem.kind = HistoryProblem::Kind::notOpened;
+    EXPECT_EQ(HistoryWording::sentence(problem),
+              "History can't be saved right now. Velmoran couldn't open its file on this Mac. (No "
+              "space left on device)");
 }
 
 TEST(DeviceWording, TranslatesEachTextAsAUnit) {

@@ -51,11 +51,19 @@ TEST(CurrentUse, LeavesTheSpeakerOut) {
     EXPECT_EQ(item.message, std::nullopt);
 }
 
-TEST(CurrentUse, SaysThatTheHistoryIsUnavailable) {
-    const auto item =
-        currentUseItem({.snapshot = on(false, false), .historyUnavailable = true}, start);
-    ASSERT_TRUE(item.message);
-    EXPECT_NE(item.message->find("History can't be saved right now."), std::string::npos);
+TEST(CurrentUse, SaysWhyTheHistoryIsNotSaved) {
+    const auto message = [](HistoryProblem::Kind kind, const std::string& reason) {
+        return currentUseItem({.snapshot = on(false, false),
+                               .historyProblem = HistoryProblem{.kind = kind, .reason = reason}},
+                              start)
+            .message;
+    };
+    EXPECT_EQ(message(HistoryProblem::Kind::notWritten, "No space left on device"),
+              "History can't be saved right now. Its file couldn't be written. (No space left on "
+              "device)");
+    EXPECT_EQ(message(HistoryProblem::Kind::notOpened, "a\nfolder/x: not a file"),
+              "History can't be saved right now. Velmoran couldn't open its file on this Mac. (a "
+              "folder/x: not a file)");
 }
 
 TEST(CurrentUse, OffersToUnmuteOnlyWhileAMuteIsInForce) {

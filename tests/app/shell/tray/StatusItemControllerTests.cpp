@@ -64,6 +64,40 @@ TEST_F(StatusItem, SaysWhyNobodyIsHeard) {
     EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
 }
 
+TEST_F(StatusItem, SaysFirstThatTheHistoryIsNotSaved) {
+    model->historyProblem.set(
+        HistoryProblem{.kind = HistoryProblem::Kind::notOpened, .reason = "not a database"});
+    EXPECT_EQ(toolTip(), "History can't be saved right now. Velmoran couldn't open its file on "
+                         "this Mac. (not a database)\n"
+                         "Velmoran: camera and microphone are off");
+    receive(recordedBy("Zoom"));
+    EXPECT_TRUE(toolTip().ends_with("(not a database)\nVelmoran: camera or microphone in use"));
+    model->historyProblem.set(std::nullopt);
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
+}
+
+TEST_F(StatusItem, KeepsWhatItsCardSaysOfTheHistoryTrue) {
+    item->togglePanel();
+    ASSERT_THAT(model->notices.items(), SizeIs(1));
+    EXPECT_FALSE(model->notices.items().front().message);
+    model->historyProblem.set(HistoryProblem{.reason = "Input/output error"});
+    EXPECT_EQ(model->notices.items().front().message,
+              "History can't be saved right now. Its file couldn't be written. (Input/output "
+              "error)");
+    model->historyProblem.set(std::nullopt);
+    EXPECT_FALSE(model->notices.items().front().message);
+}
+
+TEST_F(StatusItem, SaysThatAHistoryCouldNotBeOpenedBeforeThereWasAnIcon) {
+    historyFails = true;
+    item.reset();
+    launchWatching();
+    item = std::make_unique<StatusItemController>(*model, time, AppPicture(),
+                                                  StatusItemController::Actions{});
+    item->dock();
+    EXPECT_TRUE(toolTip().starts_with("History can't be saved right now.")) << toolTip();
+}
+
 TEST_F(StatusItem, SaysWhatIsOn) {
     EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
     receive(recordedBy("Zoom"));

@@ -1,0 +1,70 @@
+// The model's history: opened once, written to in passing, and brought up to date again later where
+// a write couldn't be done at once, so that nobody ever waits for it. Owned by the model; main
+// thread.
+#pragma once
+
+#include "app/model/SettingsStore.h"
+#include "core/base/MainThread.h"
+#include "core/base/Observable.h"
+#include "core/history/HistoryStore.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velmoran {
+
+class HistoryKeeper {
+public:
+    struct Seams {
+        const Clock& clock;
+        Scheduler& scheduler;
+        const SettingsStore& settings;
+        Observable<std::optional<HistoryProblem>>& problem;
+        /// Throws if it can't be opened.
+        std::function<std::shared_ptr<HistoryStore>()> open;
+    };
+    struct Reports {
+        std::function<void()> replaced; ///< the file had gone; now another one is open
+        std::function<void()> changed;  ///< by itself: the list may be another one
+    };
+
+    /// The seams outlive this.
+    HistoryKeeper(Seams seams, Reports reports);
+
+    /// Once. Repairs and prunes what there is.
+    void open();
+    bool isOpen() const { return store_ != nullptr; }
+
+    // Without a history these do nothing, and the list is empty.
+    void save(const UsageSession& session);
+    /// Deletes what is older than the setting allows.
+    void prune();
+    /// Deletes everything but these.
+    void deleteAllBut(const std::vector<UsageSession>& kept);
+    HistoryView list() const { return store_ ? store_->history() : HistoryView(); }
+
+    static constexpr Seconds pruneInterval = 21600.0;
+    /// What waits is tried again after the first of these, then after twice as long each time, up
+    /// to the last.
+    static constexpr Seconds shortestDelay = 0.05;
+    static constexpr Seconds longestDelay = 1.0;
+    /// How long another program may lock the file before that counts as a failure.
+    static constexpr Seconds lockGrace = 0.25;
+
+private:
+    void heedStore();
+    void catchUp();
+
+    Seams seams_;
+    Reports reports_;
+    std::shared_ptr<HistoryStore> store_;
+    Seconds delay_ = shortestDelay;
+    Seconds waited_ = 0; ///< for what waits, since something was written
+    Subscription pruneTimer_;
+    Subscription retry_;
+    MainThread mainThread_;
+};
+
+} // namespace velmoran

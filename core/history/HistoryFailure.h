@@ -1,0 +1,32 @@
+// What an error of the database library means for the history. Pure; any thread.
+#pragma once
+
+#include "core/records/HistoryProblem.h"
+
+#include <exception>
+
+struct sqlite3;
+namespace SQLite {
+class Exception;
+}
+
+namespace velmoran {
+
+/// Why what was to be written last isn't in the file.
+struct HistoryFailure {
+    HistoryProblem problem;
+    bool isLock = false; ///< by another program, whose writes last milliseconds as a rule
+
+    /// Of an error that was thrown just now; `connection` is the one that has failed, or null.
+    static HistoryFailure of(const std::exception& error, HistoryProblem::Kind kind,
+                             sqlite3* connection = nullptr);
+    /// Of a file that isn't what it was.
+    static HistoryFailure ofDamage();
+};
+
+/// The database won't ever take it, so there is no sense in trying again.
+bool isRefusal(const SQLite::Exception& error);
+/// Nor will reading again help.
+bool isDamage(const SQLite::Exception& error);
+
+} // namespace velmoran
