@@ -10,6 +10,8 @@ namespace {
 
 constexpr UChar32 emptyBraille = 0x2800; // a symbol by its class, without a dot
 
+} // namespace
+
 bool isSeen(UChar32 character) {
     // Without the tables for what is usual: they would be most of what a waiting program has loaded
     // of the library.
@@ -20,8 +22,6 @@ bool isSeen(UChar32 character) {
                              !u_hasBinaryProperty(character, UCHAR_DEFAULT_IGNORABLE_CODE_POINT) &&
                              character != emptyBraille);
 }
-
-} // namespace
 
 bool showsAnything(std::string_view text) {
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
