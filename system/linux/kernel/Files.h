@@ -27,6 +27,13 @@ inline bool isBelow(std::string_view path, std::string_view folder) {
            path[folder.size()] == '/';
 }
 
+/// Whether that path of an executable is the kernel's for a program that lies in memory alone
+/// (memfd_create(2)), whose name is that program's own word, slashes included. Only root can put a
+/// file under such a path.
+inline bool liesInMemory(std::string_view executable) {
+    return executable.starts_with("/memfd:");
+}
+
 /// A file whatever it is called.
 struct FileNumber {
     dev_t device = 0;

@@ -88,9 +88,8 @@ std::optional<uid_t> parseStatusUid(std::string_view text) {
 }
 
 std::string withoutDeletedMark(std::string_view linkText) {
-    constexpr std::string_view mark = " (deleted)";
-    if (linkText.ends_with(mark)) {
-        linkText.remove_suffix(mark.size());
+    if (linkText.ends_with(deletedMark)) {
+        linkText.remove_suffix(deletedMark.size());
     }
     return std::string(linkText);
 }

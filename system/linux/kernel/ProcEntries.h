@@ -38,7 +38,9 @@ std::vector<std::string> parseCgroupPaths(std::string_view text);
 /// /proc/PID/status: the real user id.
 std::optional<uid_t> parseStatusUid(std::string_view text);
 
-/// /proc/PID/exe: the path alone. Behind that of a file that isn't there any more stands a mark.
+/// What stands behind the path in /proc/PID/exe when the file isn't there any more.
+inline constexpr std::string_view deletedMark = " (deleted)";
+/// /proc/PID/exe: the path alone.
 std::string withoutDeletedMark(std::string_view linkText);
 
 /// /proc/PID/fd/N: the inode in "socket:[4711]"; nothing for any other text.

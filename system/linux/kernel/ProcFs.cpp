@@ -56,6 +56,34 @@ int failureOf(const std::string& link) {
     return readlink(link.c_str(), text.data(), text.size()) < 0 ? errno : 0;
 }
 
+/// The number of the mount in which a file or folder lies. Its file system isn't asked for it: that
+/// may be one of anybody's making, which lets whoever asks wait. Without one errno says why; 0 is a
+/// kernel that doesn't tell (before 5.8).
+std::optional<std::uint64_t> mountOf(const std::string& path) {
+    struct statx entry {};
+    errno = 0;
+    const int failed = ::statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_MNT_ID, &entry);
+    const bool isKnown = failed == 0 && (entry.stx_mask & STATX_MNT_ID) != 0;
+    return isKnown ? std::optional<std::uint64_t>(entry.stx_mnt_id) : std::nullopt;
+}
+
+/// Whether a file that isn't at that path any more may have been there: its mount is that of the
+/// folder, or of what is left of the folders above it. In a file system that was taken away under
+/// a running program, which anybody may do with one of his own, paths begin at its own root.
+bool mayHaveLain(const std::string& link, std::string_view path) {
+    const auto mount = mountOf(link);
+    if (!mount) {
+        return errno == ENOENT; // it has ended meanwhile
+    }
+    while (!path.empty()) {
+        path = parentOf(path);
+        if (const auto its = mountOf(path.empty() ? "/" : std::string(path))) {
+            return its == mount;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 ProcFs::ProcFs(std::string root) : root_(std::move(root)) {}
@@ -125,7 +153,9 @@ std::optional<std::string> ProcFs::executable(pid_t pid) const {
     if (isSameFile(link, *text)) {
         return text;
     }
-    return sharesMounts(pid) ? std::optional(withoutDeletedMark(*text)) : std::nullopt;
+    const auto path = withoutDeletedMark(*text);
+    const bool isBelieved = sharesMounts(pid) && (liesInMemory(path) || mayHaveLain(link, path));
+    return isBelieved ? std::optional(path) : std::nullopt;
 }
 
 std::optional<std::string> ProcFs::executableClaim(pid_t pid) const {

@@ -36,7 +36,9 @@ public:
     /// The file that the process runs, by the path under which *this* program sees it. A file that
     /// was deleted or replaced since gives the path that it had. Nothing when it may not be read,
     /// and also when the process sees other files under that path than this program does: in a
-    /// mount namespace of its own, anybody can put anything at "/usr/bin/firefox".
+    /// mount namespace of its own, or in a file system of his own that he has taken away since,
+    /// anybody can put anything at "/usr/bin/firefox". A program in memory alone has a path for
+    /// which `liesInMemory` is true.
     std::optional<std::string> executable(pid_t pid) const;
     /// The same as the process's own namespace names it: a claim, of use only together with it.
     std::optional<std::string> executableClaim(pid_t pid) const;

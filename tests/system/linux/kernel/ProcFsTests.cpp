@@ -8,6 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <fstream>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -136,6 +140,69 @@ TEST(ProcFs, DoesNotBelieveThePathOfAForeignNamespace) {
     EXPECT_EQ(proc.fs().executableClaim(10), "/nowhere/usr/bin/recorder");
     EXPECT_EQ(proc.fs().executable(11), real);
     EXPECT_EQ(proc.fs().executable(12), "/nowhere/usr/bin/recorder");
+}
+
+bool writeMap(const char* file, const std::string& text) {
+    return bool(std::ofstream(file) << text << std::flush);
+}
+
+/// A mount namespace of this process's own, in which it may mount.
+bool enterOwnMounts() {
+    const auto uid = std::to_string(getuid());
+    const auto gid = std::to_string(getgid());
+    const bool isThere =
+        unshare(CLONE_NEWNS) == 0 || (unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0 &&
+                                      writeMap("/proc/self/uid_map", uid + ' ' + uid + " 1") &&
+                                      writeMap("/proc/self/setgroups", "deny") &&
+                                      writeMap("/proc/self/gid_map", gid + ' ' + gid + " 1"));
+    return isThere && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
+TEST(ProcFs, DoesNotBelieveThePathOfAMountThatWasTakenAway) {
+    const TemporaryDirectory folder;
+    const std::string victim = std::filesystem::canonical("/usr/bin/env");
+    const pid_t child = fork();
+    if (child == 0) {
+        if (!enterOwnMounts() || mount("none", folder.path().c_str(), "tmpfs", 0, nullptr) != 0) {
+            _exit(99);
+        }
+        int wrong = 0;
+        for (const bool isDeleted : {false, true}) {
+            // Where it lies is the victim's path, as seen from the root of that mount.
+            const auto copy = folder.path() + victim;
+            std::filesystem::create_directories(std::filesystem::path(copy).parent_path());
+            const RunningProgram program(copyOfSleep(copy), {"sleep", "60"});
+            wrong += ProcFs().executable(program.pid()) == copy ? 0 : 1;
+            if (isDeleted) {
+                std::filesystem::remove(copy);
+                wrong += ProcFs().executable(program.pid()) == copy ? 0 : 2;
+            }
+            umount2(folder.path().c_str(), MNT_DETACH);
+            wrong += ProcFs().executableClaim(program.pid()) == victim ? 0 : 4;
+            wrong += ProcFs().executable(program.pid()) ? 8 : 0;
+            wrong += mount("none", folder.path().c_str(), "tmpfs", 0, nullptr) == 0 ? 0 : 16;
+        }
+        _exit(wrong);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    if (WEXITSTATUS(status) == 99) {
+        GTEST_SKIP() << "may not make a mount namespace here";
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST(ProcFs, KnowsAProgramInMemory) {
+    const int memory = memfd_create("x/../../usr/bin/env", MFD_CLOEXEC);
+    const auto program = readFileUpTo("/bin/sleep", 16UL * 1024 * 1024).value_or("");
+    ASSERT_EQ(write(memory, program.data(), program.size()), std::ssize(program));
+    const RunningProgram running("/proc/self/fd/" + std::to_string(memory), {"sleep", "60"});
+    close(memory);
+    const auto executable = ProcFs().executable(running.pid());
+    ASSERT_EQ(executable, "/memfd:x/../../usr/bin/env");
+    EXPECT_TRUE(liesInMemory(*executable));
+    EXPECT_FALSE(liesInMemory("/usr/bin/env"));
 }
 
 TEST(ProcFs, ReadsOneVariableOfTheEnvironment) {
