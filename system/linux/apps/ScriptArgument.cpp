@@ -49,6 +49,10 @@ constexpr std::string_view launchers =
     "setsid nice ionice timeout systemd-run dbus-launch dbus-run-session dbus-send gdbus busctl "
     "firejail bwrap gamemoderun mangohud prime-run switcherooctl distrobox toolbox podman docker";
 
+constexpr std::string_view loaderValues =
+    "--library-path --inhibit-rpath --audit --preload --argv0 --glibc-hwcaps-prepend "
+    "--glibc-hwcaps-mask";
+
 /// "python3.11" is "python", "perl5.36.0" is "perl".
 std::string_view withoutVersion(std::string_view name) {
     while (!name.empty() && (std::isdigit(static_cast<unsigned char>(name.back())) != 0 ||
@@ -97,6 +101,20 @@ std::optional<std::string> javaArgument(const std::vector<std::string>& argument
             ++at;
         } else if (argument.empty() || (argument.front() != '-' && argument.front() != '@')) {
             return argument.ends_with(".java") ? std::optional(argument) : std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
+/// What it is told to load as a program. One without a slash would be looked for as a library.
+std::optional<std::string> loaderArgument(const std::vector<std::string>& arguments) {
+    for (std::size_t at = 1; at < arguments.size(); ++at) {
+        const auto& argument = arguments[at];
+        if (!argument.starts_with("--")) {
+            return argument.find('/') != std::string::npos ? std::optional(argument) : std::nullopt;
+        }
+        if (isListed(argument, loaderValues)) {
+            ++at;
         }
     }
     return std::nullopt;
@@ -158,7 +176,12 @@ Option optionOf(const Grammar& grammar, std::string_view argument) {
 bool isInterpreter(std::string_view program) {
     const auto name = fileName(program);
     return isJava(name) || isWine(name) || isElectron(name) || isMono(name) ||
-           grammarOf(name) != nullptr;
+           isDynamicLoader(name) || grammarOf(name) != nullptr;
+}
+
+bool isDynamicLoader(std::string_view program) {
+    auto name = fileName(program);
+    return name.starts_with("ld") && (name.ends_with(".so") || name.find(".so.") != name.npos);
 }
 
 bool isLauncher(std::string_view program) {
@@ -180,6 +203,9 @@ std::optional<std::string> scriptArgument(std::string_view program,
     }
     if (isElectron(name)) {
         return firstPlain(arguments);
+    }
+    if (isDynamicLoader(name)) {
+        return loaderArgument(arguments);
     }
     const Grammar* grammar = grammarOf(name);
     if (!grammar) {

@@ -12,8 +12,10 @@ namespace velmoran {
 
 /// Whether a program of that path or file name runs other programs as text or byte code: Python,
 /// Node, Perl, Ruby, Java, Wine, Electron, shells and the like, with or without a version behind
-/// the name.
+/// the name; and the dynamic loader, which runs any program that it is given.
 bool isInterpreter(std::string_view program);
+/// "ld-linux-x86-64.so.2" and its kind.
+bool isDynamicLoader(std::string_view program);
 
 /// Whether it does nothing but start or show others: `env`, `flatpak`, `xdg-open`, `sudo` … Says
 /// nothing of the app when a desktop entry begins with it.

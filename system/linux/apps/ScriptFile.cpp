@@ -1,7 +1,6 @@
 #include "system/linux/apps/ScriptFile.h"
 
 #include "core/sessions/SystemProcessLinux.h"
-#include "system/ProtectedPrograms.h"
 #include "system/linux/apps/ScriptArgument.h"
 #include "system/linux/kernel/Files.h"
 
@@ -44,11 +43,14 @@ ScanCache::Script inspect(const std::string& interpreter, const std::string& scr
         return {};
     }
     // A command line is the process's own word: it can't make one of the system's own programs of
-    // it, nor what root installed of an interpreter that somebody else did.
+    // it, nor a program that needs no interpreter, nor what root installed of an interpreter that
+    // somebody else did. The loader runs such programs, but who starts one of root's just starts
+    // it.
+    const bool isLoader = isDynamicLoader(interpreter);
     const bool claimsTooMuch =
         linuxSystemIdentifier(real.string()).has_value() ||
-        (hasProtectedName(real.string()) && readFileUpTo(real, 4) == "\177ELF") ||
-        (cache.isProtected(real) && !cache.isProtected(interpreter));
+        (!isLoader && readFileUpTo(real, 4) == "\177ELF") ||
+        ((isLoader || !cache.isProtected(interpreter)) && cache.isProtected(real));
     return {.number = number, .real = claimsTooMuch ? std::nullopt : std::optional(real.string())};
 }
 

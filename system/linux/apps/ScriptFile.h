@@ -12,7 +12,8 @@ namespace velmoran {
 
 /// The real path. Nothing for code from elsewhere, for a file that the process sees another under
 /// that path than this program does, and for one that its command line may not claim: one of the
-/// system's own programs, one that is never closed, or root's while the interpreter isn't.
+/// system's own programs, one that needs no interpreter, or root's while the interpreter isn't. For
+/// the dynamic loader it is the program that it was told to load, unless that is root's.
 std::optional<std::string> scriptFile(pid_t pid, const std::string& interpreter, const ProcFs& proc,
                                       ScanCache& cache);
 

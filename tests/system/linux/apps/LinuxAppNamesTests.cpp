@@ -196,6 +196,16 @@ TEST_F(LinuxAppNamesTest, ACommandLineMakesNoneOfTheSystemsOwnPrograms) {
     EXPECT_EQ(identify(10), file("python3", python));
 }
 
+TEST_F(LinuxAppNamesTest, ACommandLineMakesNoneOfWhatNeedsNoInterpreter) {
+    installBrowser();
+    const auto python = world.program("usr/bin/python3");
+    const auto own = world.program("home/u/bin/trusted");
+    for (const auto& claimed : {world.path("usr/lib/firefox/firefox"), own}) {
+        world.proc.add(10, {.executable = python, .arguments = {"python3", claimed}});
+        EXPECT_EQ(identify(10), file("python3", python)) << claimed;
+    }
+}
+
 TEST_F(LinuxAppNamesTest, ACommandLineMakesNoneOfTheProgramsThatAreNeverClosed) {
     const auto python = world.program("usr/bin/python3");
     const auto server = world.program("usr/lib/xorg/Xorg");
@@ -244,7 +254,7 @@ TEST_F(LinuxAppNamesTest, RemembersWhoAProcessWasForAStopOnly) {
 
 TEST_F(LinuxAppNamesTest, NamesAWindowsProgramByItsFile) {
     const auto wine = world.program("usr/lib/wine/wine64-preloader");
-    const auto zoom = world.program("home/u/.wine/drive_c/Program Files/Zoom/Zoom.exe");
+    const auto zoom = world.program("home/u/.wine/drive_c/Program Files/Zoom/Zoom.exe", "MZ");
     world.proc.add(10, {.executable = wine,
                         .arguments = {"C:\\Program Files\\Zoom\\Zoom.exe", "--x"},
                         .environment = {"HOME=" + world.path("home/u")}});

@@ -177,7 +177,7 @@ TEST_F(ProcessFinderTest, FindsAllThatTheNamesGiveToTheApp) {
     const auto music = world.program("usr/bin/music", "#!/usr/bin/python3\n");
     world.entry("org.example.Music", "Name=Music\nExec=music");
     const auto wine = world.program("usr/lib/wine/wine64-preloader");
-    world.program("home/u/.wine/drive_c/Zoom.exe");
+    world.program("home/u/.wine/drive_c/Zoom.exe", "MZ");
     const auto electron = world.program("usr/lib/electron27/electron");
     const auto code = world.program("usr/lib/code/cli.js", "js");
     const auto snapped = world.program("snap/recorder/12/bin/recorder");

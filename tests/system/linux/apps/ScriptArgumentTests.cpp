@@ -33,11 +33,15 @@ TEST(ScriptArgument, KnowsInterpretersByTheirNames) {
                              "lua5.4",
                              "mono-sgen",
                              "dotnet",
-                             "busybox"}) {
+                             "busybox",
+                             "/usr/lib/x86_64-linux-gnu/ld-linux-x86-64.so.2",
+                             "ld-musl-x86_64.so.1",
+                             "ld-2.31.so",
+                             "ld.so"}) {
         EXPECT_TRUE(isInterpreter(name)) << name;
     }
     for (const char* name : {"pythonista", "firefox", "noded", "shotwell", "javaws-viewer", "", "3",
-                             "/usr/lib/python3/dist-packages/tool"}) {
+                             "ldd", "ld", "ld.gold", "/usr/lib/python3/dist-packages/tool"}) {
         EXPECT_FALSE(isInterpreter(name)) << name;
     }
     EXPECT_TRUE(isLauncher("/usr/bin/env"));
@@ -68,7 +72,11 @@ TEST(ScriptArgument, FindsTheScriptBehindTheOptions) {
          {"C:\\Program Files\\Zoom\\Zoom.EXE", "/x"},
          "C:\\Program Files\\Zoom\\Zoom.EXE"},
         {"mono", {"--debug", "/opt/x/App.exe"}, "/opt/x/App.exe"},
-        {"dotnet", {"exec", "app.dll"}, "app.dll"}};
+        {"dotnet", {"exec", "app.dll"}, "app.dll"},
+        {"ld-linux-x86-64.so.2",
+         {"--library-path", "/a", "--inhibit-cache", "/opt/x", "/y"},
+         "/opt/x"},
+        {"ld.so", {"./tool"}, "./tool"}};
     for (const auto& call : calls) {
         Arguments all{call.program};
         all.insert(all.end(), call.arguments.begin(), call.arguments.end());
@@ -99,6 +107,9 @@ TEST(ScriptArgument, GivesNothingForCodeFromElsewhere) {
                                   {"java", {"-jar"}, {}},
                                   {"electron", {"--type=zygote", "x"}, {}},
                                   {"wine", {"notepad"}, {}},
+                                  {"ld.so", {"--list"}, {}},
+                                  {"ld.so", {"tool"}, {}},
+                                  {"ld.so", {"--argv0", "/opt/x"}, {}},
                                   {"firefox", {"page.html"}, {}}};
     for (const auto& call : calls) {
         Arguments all{call.program};
