@@ -17,6 +17,12 @@ std::vector<std::string> namesWithIDs(const std::vector<AppIdentity>& apps) {
     return names;
 }
 
+/// The name of one that is known by its path, without the folder that stands behind it.
+std::string_view plainName(const AppIdentity& app) {
+    const std::string_view name = app.name;
+    return app.bundleID ? name : name.substr(0, name.find(" ("));
+}
+
 } // namespace
 
 std::vector<AppIdentity> stoppableApps(const std::vector<UsageSession>& open) {
@@ -38,6 +44,9 @@ std::vector<AppIdentity> matchingApps(std::string_view text, const std::vector<A
         [&](const AppIdentity& app) { return app.bundleID == text || app.path == text; },
         [&](const AppIdentity& app) { return app.name == text; },
         [&](const AppIdentity& app) { return words().compareIgnoringCase(app.name, text) == 0; },
+        [&](const AppIdentity& app) {
+            return words().compareIgnoringCase(plainName(app), text) == 0;
+        },
     };
     std::vector<AppIdentity> meant;
     for (const auto& way : ways) {

@@ -13,8 +13,8 @@ namespace velmoran {
 std::vector<AppIdentity> stoppableApps(const std::vector<UsageSession>& open);
 
 /// Those that `text` means, of apps that differ: by id, or else by bundle identifier or path, or
-/// else by name, or else by name with the case ignored. More than one only if they can't be told
-/// apart by that.
+/// else by name, or else by name with the case ignored, or else by name without the folder behind
+/// it. More than one only if they can't be told apart by that.
 std::vector<AppIdentity> matchingApps(std::string_view text, const std::vector<AppIdentity>& apps);
 
 /// Why `text` chooses no app, in the language of the process-wide words; `meant` is what

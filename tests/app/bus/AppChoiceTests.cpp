@@ -41,6 +41,19 @@ TEST(AppChoice, PrefersTheIdThenThePathThenTheName) {
     EXPECT_EQ(matchingApps("mEET", apps), (std::vector<AppIdentity>{apps[2]}));
 }
 
+TEST(AppChoice, TakesANameWithoutTheFolderBehindIt) {
+    const std::vector<AppIdentity> two = {
+        app("/home/u/a/dictate.py", "dictate.py (~/a)", "/home/u/a/dictate.py"),
+        app("/home/u/b/dictate.py", "dictate.py (~/b)", "/home/u/b/dictate.py")};
+    EXPECT_EQ(matchingApps("dictate.py (~/b)", two), (std::vector<AppIdentity>{two[1]}));
+    EXPECT_EQ(matchingApps("Dictate.py", {two[1]}), (std::vector<AppIdentity>{two[1]}));
+    EXPECT_EQ(matchingApps("dictate.py", two), two);
+    // Of one that has an id, what stands in brackets belongs to its name.
+    auto named = app("org.example.App", "App (old)");
+    named.bundleID = named.id;
+    EXPECT_TRUE(matchingApps("App", {named}).empty());
+}
+
 TEST(AppChoice, GivesAllThatCanNotBeToldApart) {
     EXPECT_EQ(matchingApps("Zoom", apps), (std::vector<AppIdentity>{apps[0], apps[1]}));
 }
