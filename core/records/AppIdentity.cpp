@@ -12,4 +12,9 @@ AppIdentity AppIdentity::unknown() {
             .teamID = {}};
 }
 
+const std::vector<std::string>& AppIdentity::unknownNames() {
+    static const std::vector<std::string> names = {"Unknown app", "Unbekannte App"};
+    return names;
+}
+
 } // namespace velmoran

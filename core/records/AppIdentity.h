@@ -3,6 +3,9 @@
 
 #include "core/base/Fields.h"
 
+#include <string>
+#include <vector>
+
 namespace velmoran {
 
 struct AppIdentity {
@@ -21,6 +24,8 @@ struct AppIdentity {
     /// Stands for a device that is on while nobody can be named. Its name is one of the
     /// process-wide words, so it is the same constant for as long as these stay.
     static AppIdentity unknown();
+    /// What that name is in each of the languages that the program speaks.
+    static const std::vector<std::string>& unknownNames();
     /// By `id` only, so an identity that was stored in another language still counts.
     bool isUnknown() const { return id == unknownID; }
     /// True for the unknown identity and for every unidentified one: never trusted, never closed,

@@ -60,7 +60,8 @@ protected:
         session_.addMicrophone();
         std::filesystem::create_directories(session_.file("dev"));
         for (int i = 0; i < recorders; ++i) {
-            std::filesystem::copy_file(CLIENT_PROGRAMS "/graph-client", session_.file(recorder(i)));
+            std::filesystem::copy_file(CLIENT_PROGRAMS "/graph-client",
+                                       session_.home() / recorder(i));
         }
     }
 
@@ -80,12 +81,13 @@ protected:
     void turnOne(const ChildProcess& program) {
         const auto name = recorder(static_cast<int>(below(recorders)));
         if (!session_.child(name)) {
-            session_.start(name, {session_.file(name).string()});
+            session_.start(name, {session_.home() / name});
             return;
         }
         const auto counts = program.output();
         const auto last = counts.rfind(name);
-        if (last != std::string::npos && !counts.substr(last).starts_with(name + " turned off")) {
+        if (last != std::string::npos &&
+            !counts.substr(last).starts_with(name + " (~) turned off")) {
             session_.child(name)->signal(SIGKILL);
             session_.stop(name);
         }

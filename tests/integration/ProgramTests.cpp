@@ -153,7 +153,7 @@ TEST_F(DesktopProgram, ShowsTheAppsOwnPictureOnItsCard) {
                        "[General]\nstandardNoticesStay=true\n");
     startVelmoran();
     record({spy});
-    EXPECT_EQ(stored()[0].app.name, "The Spy");
+    EXPECT_EQ(stored()[0].app.name, "The Spy (~)");
     ASSERT_TRUE(waitUntil([&] { return cards().size() == 1; })) << session_.logs();
     // The server keeps a pixel as blue, green, red and a byte of no meaning.
     const std::string kept(color.rbegin(), color.rend());
@@ -184,12 +184,12 @@ TEST_F(DesktopProgram, StopsARecorderFromTheTerminal) {
     std::filesystem::copy_file(CLIENT_PROGRAMS "/graph-client", spy);
     auto& recorder = session_.start("recorder", {spy});
     ASSERT_TRUE(waitUntil([&] {
-        return session_.run({VELMORANCTL, "status", "--json"}).output.find(R"("name":"spy")") !=
-               std::string::npos;
+        return session_.run({VELMORANCTL, "status", "--json"})
+                   .output.find(R"j("name":"spy (~)")j") != std::string::npos;
     })) << session_.logs();
     const auto stop = session_.run({VELMORANCTL, "stop", "spy"});
     EXPECT_EQ(stop.status, 0) << stop.errors;
-    EXPECT_NE(stop.output.find("Microphone muted. spy was closed."), std::string::npos)
+    EXPECT_NE(stop.output.find("Microphone muted. spy (~) was closed."), std::string::npos)
         << stop.output;
     EXPECT_FALSE(recorder.running());
     ASSERT_EQ(stored().size(), 1U);

@@ -2,6 +2,7 @@
 // who it was, shows it in its icon, and keeps it in the history with its end.
 #include "integration/RunningModel.h"
 #include "support/Rights.h"
+#include "support/ShownName.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -81,12 +82,14 @@ TEST_F(Road, TellsOfACameraOfTheSoundServer) {
 }
 
 TEST_F(Road, TellsOfACameraThatIsOpenedDirectly) {
-    checkUse({HOLD_NODE, addNode()}, "hold-node", Device::camera, "hold-node turned on the camera");
+    const auto name = support::shownName(HOLD_NODE);
+    checkUse({HOLD_NODE, addNode()}, name, Device::camera, name + " turned on the camera");
 }
 
 TEST_F(Road, TellsOfAHiddenUserOfACameraBesideANamedOneUnderNobodysName) {
     const std::string unknownCard = "Unknown app turned on the camera";
-    const std::string namedCard = "hold-node turned on the camera";
+    const auto name = support::shownName(HOLD_NODE);
+    const auto namedCard = name + " turned on the camera";
     const auto node = addNode();
     const auto hidden = support::withoutRights({HOLD_NODE, "--hide", node});
     const auto named = support::withoutRights({HOLD_NODE, node});
@@ -108,9 +111,9 @@ TEST_F(Road, TellsOfAHiddenUserOfACameraBesideANamedOneUnderNobodysName) {
     session_.start("named", named);
     ASSERT_TRUE(becomes([&] { return card(namedCard) != nullptr; })) << report();
     ASSERT_NE(card(unknownCard), nullptr) << report();
-    EXPECT_EQ(openApps(), (Names{"Unknown app", "hold-node"}));
+    EXPECT_EQ(openApps(), (Names{"Unknown app", name}));
     session_.stop("hidden");
-    ASSERT_TRUE(becomes([&] { return openApps() == Names{"hold-node"}; })) << report();
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{name}; })) << report();
 
     // The other way round, and beside a trusted one.
     ASSERT_TRUE(press(namedCard, "Trust this app"));
@@ -119,19 +122,17 @@ TEST_F(Road, TellsOfAHiddenUserOfACameraBesideANamedOneUnderNobodysName) {
     ASSERT_EQ(card(unknownCard), nullptr);
     session_.start("hidden", hidden);
     ASSERT_TRUE(becomes([&] { return card(unknownCard) != nullptr; })) << report();
-    EXPECT_EQ(openApps(), (Names{"hold-node", "Unknown app"}));
+    EXPECT_EQ(openApps(), (Names{name, "Unknown app"}));
     session_.stop("named");
     ASSERT_TRUE(becomes([&] { return openApps() == Names{"Unknown app"}; })) << report();
     session_.start("named", named);
-    ASSERT_TRUE(becomes([&] {
-        return openApps() == Names{"Unknown app", "hold-node"};
-    })) << report();
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{"Unknown app", name}; })) << report();
     EXPECT_NE(card(unknownCard), nullptr) << report();
     EXPECT_EQ(card(namedCard), nullptr) << report();
     EXPECT_EQ(model_->statusIconState(), StatusIconState::alert);
     // One after the other: the kernel tells two closes as one that nobody has read between.
     session_.stop("hidden");
-    ASSERT_TRUE(becomes([&] { return openApps() == Names{"hold-node"}; })) << report();
+    ASSERT_TRUE(becomes([&] { return openApps() == Names{name}; })) << report();
     session_.stop("named");
     ASSERT_TRUE(becomes([&] { return model_->openSessions.get().empty(); })) << report();
 
@@ -143,7 +144,7 @@ TEST_F(Road, TellsOfAHiddenUserOfACameraBesideANamedOneUnderNobodysName) {
         names.push_back(row.app.name);
         EXPECT_EQ(row.outcome, SessionOutcome::endedNormally);
     }
-    EXPECT_EQ(names, (Names{"Unknown app", "hold-node", "Unknown app", "hold-node"}));
+    EXPECT_EQ(names, (Names{"Unknown app", name, "Unknown app", name}));
     quit();
 }
 

@@ -22,10 +22,14 @@ protected:
         return copy;
     }
 
+    /// What such an app is called: the session's home is the person's.
+    static std::string shown(const std::string& name) { return name + " (~)"; }
+
     support::ChildProcess& use(const std::string& name, const std::vector<std::string>& command) {
         auto& child = session_.start(name, command);
-        EXPECT_TRUE(becomes([&] { return card(name + " turned on the microphone") != nullptr; }))
-            << report();
+        EXPECT_TRUE(becomes([&] {
+            return card(shown(name) + " turned on the microphone") != nullptr;
+        })) << report();
         return child;
     }
 
@@ -38,7 +42,7 @@ protected:
     }
     UsageSession row(const std::string& app) {
         for (const auto& session : stored()) {
-            if (session.app.name == app) {
+            if (session.app.name == shown(app)) {
                 return session;
             }
         }

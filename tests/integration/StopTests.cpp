@@ -53,8 +53,8 @@ TEST_F(Stop, MutesTheMicrophoneAndClosesTheApp) {
     auto& spy = use("spy", {copyOf("graph-client", "spy")});
     auto& other = session_.start("bystander", {copyOf("graph-client", "bystander")});
     ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 2; })) << report();
-    ASSERT_TRUE(press("spy turned on the microphone", "Stop"));
-    ASSERT_TRUE(becomes([&] { return card("Microphone muted. spy was closed.") != nullptr; }))
+    ASSERT_TRUE(press("spy (~) turned on the microphone", "Stop"));
+    ASSERT_TRUE(becomes([&] { return card("Microphone muted. spy (~) was closed.") != nullptr; }))
         << report();
     EXPECT_FALSE(spy.running());
     EXPECT_TRUE(other.running()) << "it is another app";
@@ -91,10 +91,11 @@ TEST_F(StopAsRoot, SaysWhichOfTwoAppsIsStillThere) {
     }
     EXPECT_TRUE(mule.running());
     EXPECT_FALSE(spy.running());
-    const auto* result = card("Microphone muted. spy was closed.");
+    const auto* result = card("Microphone muted. spy (~) was closed.");
     ASSERT_NE(result, nullptr) << report();
-    EXPECT_EQ(result->message, "mule didn't close and may still be using the camera or microphone. "
-                               "Quit it from the Dock, or try again.");
+    EXPECT_EQ(result->message,
+              "mule (~) didn't close and may still be using the camera or microphone. "
+              "Quit it from the Dock, or try again.");
     Titles buttons;
     for (const auto& button : result->buttons) {
         buttons.push_back(button.title);
@@ -102,7 +103,7 @@ TEST_F(StopAsRoot, SaysWhichOfTwoAppsIsStillThere) {
     EXPECT_EQ(buttons, (Titles{"Details", "Try again"}));
     EXPECT_EQ(row("spy").outcome, SessionOutcome::stoppedByUser);
     EXPECT_NE(row("mule").outcome, SessionOutcome::stoppedByUser);
-    ASSERT_TRUE(press("Microphone muted. spy was closed.", "Try again"));
+    ASSERT_TRUE(press("Microphone muted. spy (~) was closed.", "Try again"));
     ASSERT_TRUE(stopEnds());
     EXPECT_TRUE(becomes([&] { return model_->openSessions->empty(); })) << report();
     quit();
@@ -130,7 +131,7 @@ TEST_F(Stop, AsksBeforeItClosesABrowser) {
     ASSERT_TRUE(stopEnds());
     ASSERT_TRUE(becomes([&] { return model_->openSessions->size() == 1; })) << report();
     ASSERT_EQ(questions.size(), 1U);
-    EXPECT_EQ(questions[0], (BrowserQuestion{.browsers = {"Surf"}, .keepOffered = true}));
+    EXPECT_EQ(questions[0], (BrowserQuestion{.browsers = {"Surf (~)"}, .keepOffered = true}));
     EXPECT_TRUE(browser.running());
     EXPECT_FALSE(spy.running());
     answer = BrowserAnswer::close;
@@ -150,7 +151,7 @@ TEST_F(Stop, EndsWithinItsBoundsWhenTheSoundServerDies) {
     EXPECT_TRUE(*model_->isStopping);
     ASSERT_TRUE(stopEnds());
     EXPECT_FALSE(spy.running());
-    const auto* result = card("spy was closed.");
+    const auto* result = card("spy (~) was closed.");
     ASSERT_NE(result, nullptr) << report();
     EXPECT_EQ(result->message, "The microphone couldn't be muted. Turn the input volume down in "
                                "System Settings > Sound.");
@@ -176,7 +177,7 @@ TEST_F(Stop, MutesWhenASoundServerThatDiedIsBack) {
     session_.child("pulse")->signal(SIGKILL);
     ASSERT_TRUE(stopEnds());
     EXPECT_FALSE(spy.running());
-    ASSERT_NE(card("spy was closed."), nullptr) << report();
+    ASSERT_NE(card("spy (~) was closed."), nullptr) << report();
     EXPECT_FALSE(*model_->settings.microphoneMuted);
     session_.stop("pulse");
     session_.startPulse();

@@ -32,7 +32,7 @@ protected:
         return child;
     }
     void pressStopOn(const std::string& name) {
-        ASSERT_TRUE(press(name + " turned on the microphone", "Stop")) << report();
+        ASSERT_TRUE(press(shown(name) + " turned on the microphone", "Stop")) << report();
         ASSERT_TRUE(*model_->isStopping);
     }
     std::size_t runningOf(const std::string& path) const {
@@ -49,7 +49,7 @@ protected:
     /// Until the stop is over: its card and its row say that the app was closed.
     void expectClosed(const std::string& name) {
         ASSERT_TRUE(stopEnds()) << report();
-        const auto* result = card("Microphone muted. " + name + " was closed.");
+        const auto* result = card("Microphone muted. " + shown(name) + " was closed.");
         ASSERT_NE(result, nullptr) << report();
         EXPECT_EQ(result->message, "The microphone stays muted until you unmute it in the "
                                    "Microphone row of the panel.");

@@ -59,14 +59,14 @@ protected:
 TEST_F(WatchService, StopsUnmutesAndTellsTheStatus) {
     startWatch();
     EXPECT_EQ(ctl({"status"}).output, "Camera and microphone are off\n");
-    auto& spy = use("spy", "spy");
-    EXPECT_THAT(ctl({"status"}).output, HasSubstr("spy is using the microphone (since "));
+    auto& spy = use("spy", "spy (~)");
+    EXPECT_THAT(ctl({"status"}).output, HasSubstr("spy (~) is using the microphone (since "));
 
     const auto stopped = ctl({"stop"});
     EXPECT_EQ(stopped.status, 0) << stopped.errors;
-    EXPECT_THAT(stopped.output, HasSubstr("Microphone muted. spy was closed.\n"));
+    EXPECT_THAT(stopped.output, HasSubstr("Microphone muted. spy (~) was closed.\n"));
     EXPECT_FALSE(spy.running());
-    EXPECT_TRUE(waitUntil([&] { return saysWatch("Microphone muted. spy was closed."); }));
+    EXPECT_TRUE(waitUntil([&] { return saysWatch("Microphone muted. spy (~) was closed."); }));
     EXPECT_THAT(ctl({"status"}).output, HasSubstr("The microphone is muted\n"));
     EXPECT_EQ(ctl({"unmute"}).output, "The microphone is no longer muted.\n");
     EXPECT_EQ(session_.child("watch")->stop(), 0);
@@ -136,14 +136,14 @@ TEST_F(WatchService, ClosesNoBrowserSinceNobodyCanBeAsked) {
                        "[Desktop Entry]\nType=Application\nName=Surf\nExec=" + program("surf") +
                            " %u\nMimeType=x-scheme-handler/http;x-scheme-handler/https;\n");
     startWatch();
-    auto& browser = use("surf", "Surf");
-    auto& spy = use("spy", "spy");
+    auto& browser = use("surf", "Surf (~)");
+    auto& spy = use("spy", "spy (~)");
     const std::string why =
-        "Surf stays open: it is a browser, and nobody can be asked here whether to close it.";
+        "Surf (~) stays open: it is a browser, and nobody can be asked here whether to close it.";
 
     const auto all = ctl({"stop"});
     EXPECT_EQ(all.status, 3);
-    EXPECT_THAT(all.output, HasSubstr("Microphone muted. spy was closed.\n"));
+    EXPECT_THAT(all.output, HasSubstr("Microphone muted. spy (~) was closed.\n"));
     EXPECT_THAT(all.output, HasSubstr(why));
     EXPECT_FALSE(spy.running());
     EXPECT_TRUE(waitUntil([&] { return saysWatch(why); }));
@@ -157,9 +157,9 @@ TEST_F(WatchService, ClosesNoBrowserSinceNobodyCanBeAsked) {
 TEST_F(WatchService, GoesOnInANewHistoryWhenItsFilesAreDeleted) {
     const auto folder = session_.home() / ".local/share/Velmoran";
     startWatch();
-    use("spy", "spy");
+    use("spy", "spy (~)");
     std::filesystem::remove_all(folder);
-    use("mule", "mule");
+    use("mule", "mule (~)");
     EXPECT_TRUE(waitUntil([&] {
         return saysWatch("The history file was deleted or replaced. The history goes on in the "
                          "file that is there now.");

@@ -32,6 +32,7 @@ public:
     LinuxPlaces places() const {
         LinuxPlaces places;
         places.procRoot = proc.folder().path();
+        places.home = path("home/u");
         places.applicationFolders = {path("home/u/.local/share/applications"),
                                      path("usr/share/applications"),
                                      path("var/lib/flatpak/exports/share/applications"),

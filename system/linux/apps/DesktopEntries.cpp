@@ -4,14 +4,13 @@
 #include "system/linux/apps/ScriptArgument.h"
 #include "system/linux/kernel/Files.h"
 
-#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <tuple>
+#include <unordered_set>
 
 namespace velmoran {
 
@@ -32,29 +31,6 @@ std::string realPathOf(const std::string& path) {
     std::error_code error;
     const auto real = std::filesystem::canonical(path, error);
     return error ? std::string() : real.string();
-}
-
-std::string foldedName(std::string_view name) {
-    const std::unique_ptr<gchar, decltype(&g_free)> normal(
-        g_utf8_normalize(name.data(), static_cast<gssize>(name.size()), G_NORMALIZE_ALL), &g_free);
-    if (!normal) {
-        return {};
-    }
-    const std::unique_ptr<gchar, decltype(&g_free)> folded(g_utf8_casefold(normal.get(), -1),
-                                                           &g_free);
-    std::string letters;
-    // Blanks and signs that can't be seen make no other name of it.
-    // As g_utf8_next_char, which casts the const away.
-    const auto next = [](const gchar* at) {
-        return at + g_utf8_skip[static_cast<guchar>(*at)];
-    };
-    for (const gchar* at = folded.get(); *at; at = next(at)) {
-        const gunichar letter = g_utf8_get_char(at);
-        if (g_unichar_isgraph(letter) && !g_unichar_iszerowidth(letter)) {
-            letters.append(at, static_cast<std::size_t>(next(at) - at));
-        }
-    }
-    return letters;
 }
 
 /// Names of folders that many programs share, wherever they lie.
@@ -110,21 +86,10 @@ bool mayLieInOwnFolder(std::string_view path) {
     return false;
 }
 
-DesktopEntries::Stamp DesktopEntries::stampOf(const std::string& folder) {
-    struct stat entry {};
-    if (::stat(folder.c_str(), &entry) != 0) {
-        return {};
-    }
-    return {.exists = true,
-            .seconds = entry.st_mtim.tv_sec,
-            .nanoseconds = entry.st_mtim.tv_nsec,
-            .inode = entry.st_ino};
-}
-
 void DesktopEntries::refresh() {
     const bool isCurrent =
         !stamps_.empty() && std::all_of(stamps_.begin(), stamps_.end(), [](const auto& known) {
-            return stampOf(known.first) == known.second;
+            return FolderStamp::of(known.first) == known.second;
         });
     if (!isCurrent) {
         read();
@@ -136,8 +101,8 @@ void DesktopEntries::read() {
     byID_.clear();
     byProgram_.clear();
     programOfFolder_.clear();
-    protectedNames_.clear();
     stamps_.clear();
+    ++readings_;
     for (const auto& root : places_.applicationFolders) {
         readFolder(root, "", 0);
     }
@@ -155,10 +120,6 @@ void DesktopEntries::read() {
         if (!found.program.empty()) {
             byProgram_[found.program].push_back(at);
         }
-        if (found.isProtected) {
-            protectedNames_.insert(foldedName(found.entry.name));
-            protectedNames_.insert(foldedName(found.entry.plainName));
-        }
         const auto [known, isNew] = byID_.emplace(found.entry.id, at);
         if (!isNew && claim(found) < claim(all_[known->second])) {
             known->second = at;
@@ -170,7 +131,7 @@ void DesktopEntries::read() {
 void DesktopEntries::readFolder(const std::string& root, const std::string& below, int depth) {
     const std::string folder = below.empty() ? root : root + '/' + below;
     // Before the reading: what changes meanwhile is then read once more, not missed.
-    const bool isNew = stamps_.emplace(folder, stampOf(folder)).second;
+    const bool isNew = stamps_.emplace(folder, FolderStamp::of(folder)).second;
     if (!isNew || depth > deepestFolder) {
         return;
     }
@@ -347,10 +308,6 @@ const DesktopEntries::Found* DesktopEntries::bySnap(std::string_view snap,
         }
     }
     return first;
-}
-
-bool DesktopEntries::isProtectedName(std::string_view name) const {
-    return protectedNames_.contains(foldedName(name));
 }
 
 } // namespace velmoran

@@ -8,14 +8,14 @@
 #pragma once
 
 #include "system/linux/apps/DesktopEntry.h"
+#include "system/linux/apps/FolderStamp.h"
 #include "system/linux/apps/LinuxPlaces.h"
 
-#include <cstdint>
+#include <cstddef>
 #include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace velmoran {
@@ -56,21 +56,11 @@ public:
     const Found* byFlatpak(std::string_view id) const;
     /// `app` is the snap's program, or empty for whichever comes first.
     const Found* bySnap(std::string_view snap, std::string_view app) const;
-    /// Whether an entry that root alone can write bears that name, letter case aside.
-    bool isProtectedName(std::string_view name) const;
     const std::vector<Found>& all() const { return all_; }
+    /// How often they were read: all of the above can be another answer only when this is.
+    std::size_t readings() const { return readings_; }
 
 private:
-    struct Stamp {
-        bool exists = false;
-        std::int64_t seconds = 0;
-        std::int64_t nanoseconds = 0;
-        std::uint64_t inode = 0;
-
-        bool operator==(const Stamp&) const = default;
-    };
-    static Stamp stampOf(const std::string& folder);
-
     void read();
     void readFolder(const std::string& root, const std::string& below, int depth);
     void resolve(Found& found) const;
@@ -83,8 +73,8 @@ private:
     std::unordered_map<std::string, std::vector<std::size_t>> byProgram_;
     /// Folder to its one program; empty if there are several.
     std::unordered_map<std::string, std::string> programOfFolder_;
-    std::unordered_set<std::string> protectedNames_;
-    std::map<std::string, Stamp> stamps_;
+    std::map<std::string, FolderStamp> stamps_;
+    std::size_t readings_ = 0;
 };
 
 /// The folder that is a program's own, beginning with the one that it lies in, and going above one

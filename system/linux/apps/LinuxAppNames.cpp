@@ -2,7 +2,6 @@
 
 #include "core/records/AppIdentity.h"
 #include "core/sessions/SystemProcessLinux.h"
-#include "core/text/VisibleText.h"
 #include "system/linux/apps/CgroupScope.h"
 #include "system/linux/apps/FlatpakSandbox.h"
 #include "system/linux/apps/ScriptArgument.h"
@@ -22,6 +21,13 @@ constexpr int mostAncestors = 8;
 /// An app that is called as the unknown one has no id but its path.
 std::optional<std::string> ownID(const std::string& id) {
     return id == AppIdentity::unknownID ? std::nullopt : std::optional(id);
+}
+
+ProgramFile fileOf(pid_t pid, const std::string& path, ScanCache& cache) {
+    const bool isRoots = cache.isProtected(path);
+    return {.path = path,
+            .isRoots = isRoots,
+            .isDeleted = !isRoots && cache.executableLink(pid) == path + std::string(deletedMark)};
 }
 
 bool startsIgnoringCase(const std::string& text, const std::string& start) {
@@ -59,7 +65,8 @@ AppRef LinuxAppNames::ofBundleID(const std::string& bundleID) {
         return known->second;
     }
     if (bundleID.starts_with('/')) {
-        return nameFile(bundleID);
+        return named(
+            ProgramFile{.path = bundleID, .isRoots = places_.protection.protects(bundleID)});
     }
     const std::lock_guard lock(mutex_);
     entries_.refresh();
@@ -184,15 +191,17 @@ std::optional<std::string> LinuxAppNames::iconName(const AppRef& app) {
     if (!app.path) {
         return std::nullopt;
     }
-    const bool isProtected = places_.protection.protects(*app.path);
+    const ProgramFile file{.path = *app.path, .isRoots = places_.protection.protects(*app.path)};
     for (const auto* found : entries_.byProgram(*app.path)) {
-        if (found->entry.icon && found->entry.name == app.name && isBelieved(*found, isProtected)) {
+        if (found->entry.icon && shown_.ofEntry(*found, file) == app.name &&
+            shown_.isBelieved(*found, file.isRoots)) {
             return found->entry.icon;
         }
     }
     for (const auto& flatpak : places_.flatpaks) {
         if (isBelow(*app.path, flatpak.path + "/app")) {
-            const auto* found = believedOfFlatpak(std::string(fileName(*app.path)), isProtected);
+            const auto* found =
+                shown_.believedOfFlatpak(std::string(fileName(*app.path)), file.isRoots);
             return found ? found->entry.icon : std::nullopt;
         }
     }
@@ -204,10 +213,9 @@ std::optional<AppRef> LinuxAppNames::nameFlatpak(pid_t pid) {
     if (!origin) {
         return std::nullopt;
     }
-    const bool isProtected = places_.protection.protects(origin->folder);
-    const auto* found = believedOfFlatpak(origin->id, isProtected);
-    return AppRef{.name = found ? found->entry.name : origin->id,
-                  .bundleID = isProtected ? ownID(origin->id) : std::nullopt,
+    const bool isRoots = places_.protection.protects(origin->folder);
+    return AppRef{.name = shown_.ofFlatpak(origin->id, origin->folder, isRoots),
+                  .bundleID = isRoots ? ownID(origin->id) : std::nullopt,
                   .path = origin->folder};
 }
 
@@ -235,7 +243,11 @@ std::optional<AppRef> LinuxAppNames::nameSnap(pid_t pid, const std::string& exec
 AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, ScanCache& cache) {
     // The system's own are themselves, whatever started them.
     if (linuxSystemIdentifier(executable) && cache.isProtected(executable)) {
-        return nameProgram(pid, executable, cache).value_or(nameFile(executable));
+        const auto app = nameProgram(pid, executable, cache);
+        return app ? *app : named(fileOf(pid, executable, cache));
+    }
+    if (liesInMemory(executable)) {
+        return named(fileOf(pid, executable, cache));
     }
     if (isInterpreter(executable)) {
         return nameScript(pid, executable, cache);
@@ -249,10 +261,10 @@ AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, S
     if (cache.isProtected(executable)) {
         if (const auto entries = entries_.byFolderOf(executable); !entries.empty()) {
             const auto& found = chosen(entries, pid);
-            return named(found, found.program);
+            return named(found, {.path = found.program, .isRoots = true});
         }
     }
-    return nameFile(executable);
+    return named(fileOf(pid, executable, cache));
 }
 
 std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& program,
@@ -262,22 +274,8 @@ std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& p
         return std::nullopt;
     }
     const auto& found = chosen(entries, pid);
-    return isBelieved(found, cache.isProtected(program)) ? named(found, program)
-                                                         : nameFile(program);
-}
-
-bool LinuxAppNames::isBelieved(const DesktopEntries::Found& found, bool programIsProtected) const {
-    // A program of root's is never renamed by an entry that isn't; nor does anything else take the
-    // name of one that is.
-    return found.isTrusted || (!programIsProtected && !entries_.isProtectedName(found.entry.name));
-}
-
-const DesktopEntries::Found* LinuxAppNames::believedOfFlatpak(const std::string& id,
-                                                              bool folderIsProtected) const {
-    const auto* found = entries_.byFlatpak(id);
-    const bool isBelieved = found && found->isProtected == folderIsProtected &&
-                            (folderIsProtected || !entries_.isProtectedName(found->entry.name));
-    return isBelieved ? found : nullptr;
+    const auto file = fileOf(pid, program, cache);
+    return shown_.isBelieved(found, file.isRoots) ? named(found, file) : named(file);
 }
 
 AppRef LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter, ScanCache& cache) {
@@ -289,8 +287,9 @@ AppRef LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter, Scan
             script = scriptFile(pid, interpreter, proc_, cache);
         }
     }
-    return script ? nameProgram(pid, *script, cache).value_or(nameFile(*script))
-                  : nameFile(interpreter);
+    const auto& file = script ? *script : interpreter;
+    const auto app = script ? nameProgram(pid, file, cache) : std::nullopt;
+    return app ? *app : named(fileOf(pid, file, cache));
 }
 
 std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& executable,
@@ -350,16 +349,14 @@ LinuxAppNames::chosen(const std::vector<const DesktopEntries::Found*>& entries, 
     return *entries.front();
 }
 
-AppRef LinuxAppNames::named(const DesktopEntries::Found& found, const std::string& path) const {
-    return AppRef{.name = found.entry.name,
-                  .bundleID = found.isTrusted ? ownID(found.entry.id) : std::nullopt,
-                  .path = path};
+AppRef LinuxAppNames::named(const ProgramFile& file) const {
+    return AppRef{.name = shown_.ofFile(file), .bundleID = {}, .path = file.path};
 }
 
-AppRef LinuxAppNames::nameFile(const std::string& path) const {
-    const std::string name(fileName(path));
-    // A file may be called by a blank; nobody goes without a name for that.
-    return AppRef{.name = showsAnything(name) ? name : path, .bundleID = {}, .path = path};
+AppRef LinuxAppNames::named(const DesktopEntries::Found& found, const ProgramFile& file) const {
+    return AppRef{.name = shown_.ofEntry(found, file),
+                  .bundleID = found.isTrusted ? ownID(found.entry.id) : std::nullopt,
+                  .path = file.path};
 }
 
 AppRef LinuxAppNames::remember(pid_t pid, std::uint64_t start, AppRef app) {

@@ -6,7 +6,8 @@
 // given only where root stands behind both the entry and the program, a flatpak's only to a process
 // that runs files of its installation, a snap's by the snap's own folder. Everything else is known
 // by the path of its file. Entries that the user's programs could have written give a name and a
-// picture to programs in the user's folders, unless it is the name of one of root's.
+// picture to programs in the user's folders, unless it looks like the name of one of root's
+// (ShownNames).
 //
 // What remains: an interpreter's command line is the process's own word. A process that rewrites it
 // can pass for another script of the same interpreter; never for one of the system's own programs,
@@ -19,6 +20,7 @@
 #include "system/linux/apps/MatchCriteria.h"
 #include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/apps/ScanCache.h"
+#include "system/linux/apps/ShownNames.h"
 #include "system/linux/kernel/ProcFs.h"
 
 #include <deque>
@@ -75,14 +77,9 @@ private:
     std::optional<AppRef> nameHelper(pid_t pid, const std::string& executable, ScanCache& cache);
     /// By an entry that starts exactly that file; nothing without one.
     std::optional<AppRef> nameProgram(pid_t pid, const std::string& program, ScanCache& cache);
-    AppRef nameFile(const std::string& path) const;
     AppRef nameExecutable(pid_t pid, const std::string& executable, ScanCache& cache);
-    AppRef named(const DesktopEntries::Found& found, const std::string& path) const;
-    /// Whether an entry that starts this program may name and picture it.
-    bool isBelieved(const DesktopEntries::Found& found, bool programIsProtected) const;
-    /// The entry that may name and picture a flatpak; null if there is none.
-    const DesktopEntries::Found* believedOfFlatpak(const std::string& id,
-                                                   bool folderIsProtected) const;
+    AppRef named(const ProgramFile& file) const;
+    AppRef named(const DesktopEntries::Found& found, const ProgramFile& file) const;
     const DesktopEntries::Found& chosen(const std::vector<const DesktopEntries::Found*>& entries,
                                         pid_t pid) const;
     AppRef remember(pid_t pid, std::uint64_t start, AppRef app);
@@ -97,6 +94,7 @@ private:
     const ProcFs proc_;
     std::mutex mutex_; ///< around the entries and the processes
     DesktopEntries entries_;
+    ShownNames shown_{places_, entries_};
     std::unordered_map<pid_t, Identified> processes_;
     std::deque<pid_t> processOrder_;
     std::unordered_map<std::uint32_t, AppRef> pinned_;

@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string_view>
+#include <system_error>
 
 namespace velmoran {
 
@@ -67,6 +69,9 @@ std::vector<FlatpakInstallation> furtherInstallations(const std::string& folder)
 LinuxPlaces LinuxPlaces::ofThisUser() {
     LinuxPlaces places;
     const std::string home = variable("HOME");
+    std::error_code error;
+    const auto realHome = std::filesystem::canonical(home, error);
+    places.home = error || !realHome.has_relative_path() ? std::string() : realHome.string();
     std::string dataHome = variable("XDG_DATA_HOME");
     if (!dataHome.starts_with('/')) {
         dataHome = home + "/.local/share";

@@ -19,6 +19,7 @@ struct FlatpakInstallation {
 
 struct LinuxPlaces {
     std::string procRoot = "/proc";
+    std::string home; ///< the user's, its real path; empty if there is none
     /// Folders of desktop entries ("…/applications"), the user's own first, as the XDG base
     /// directory rules order them; then those of flatpaks and snaps.
     std::vector<std::string> applicationFolders;

@@ -45,6 +45,17 @@ TEST(CardText, CutsALongNameAndKeepsWhatItDid) {
         << text.shownText().right(40).toStdString();
 }
 
+TEST(CardText, ShowsWhereAnAppOfTheWidestNameLies) {
+    // As wide as such a name gets, on the text's width of a card with a picture.
+    auto bold = QGuiApplication::font();
+    bold.setWeight(QFont::DemiBold);
+    const CardText text(QString(36, QLatin1Char('W')) + " (~/" + QString(28, QLatin1Char('W')) +
+                            ") turned on the camera and microphone",
+                        bold, Qt::black, 259, 3, nullptr);
+    EXPECT_TRUE(text.shownText().contains(QStringLiteral("WWWW (~/WWW")))
+        << text.shownText().toStdString();
+}
+
 TEST(CardText, CutsBetweenLinesThatStandForThemselves) {
     const CardText text(QStringLiteral("a\nb\nc\nd"), QGuiApplication::font(), Qt::black, 300, 3,
                         nullptr);

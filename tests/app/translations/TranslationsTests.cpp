@@ -1,5 +1,6 @@
 #include "app/translations/CatalogueTable.h"
 #include "app/translations/Catalogues.h"
+#include "core/records/AppIdentity.h"
 #include "support/SourceTexts.h"
 
 #include <algorithm>
@@ -160,6 +161,18 @@ TEST(Translations, AnOverlayRewordsOnlyWhatNamesTheMacOrAPlaceOnIt) {
         }
     }
     EXPECT_EQ(keys("linux_en"), keys("linux_de"));
+}
+
+TEST(Translations, TheUnknownAppIsKnownByItsNameInEveryLanguage) {
+    std::vector<std::string> names{"Unknown app"};
+    for (const auto& each : catalogueTables()) {
+        for (const auto& entry : each.entries) {
+            if (entry.key == "Unknown app") {
+                names.emplace_back(entry.text);
+            }
+        }
+    }
+    EXPECT_EQ(AppIdentity::unknownNames(), names);
 }
 
 TEST(Translations, TheLanguageIsThatOfTheLocale) {

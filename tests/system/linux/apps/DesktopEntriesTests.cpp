@@ -149,9 +149,6 @@ TEST_F(DesktopEntriesTest, PrefersRootsEntriesOverTheUsers) {
     EXPECT_THAT(ids(entries.byProgram(cam)), ElementsAre("org.example.Cam", "other"));
     EXPECT_FALSE(entries.byProgram(cam)[1]->isTrusted);
     EXPECT_FALSE(entries.byProgram(evil)[0]->isTrusted);
-    EXPECT_TRUE(entries.isProtectedName("cAM"));
-    EXPECT_TRUE(entries.isProtectedName(" C a\u200bm\u00a0"));
-    EXPECT_FALSE(entries.isProtectedName("Mine"));
 }
 
 TEST_F(DesktopEntriesTest, RootsEntryNeverMeansAProgramInTheUsersPath) {

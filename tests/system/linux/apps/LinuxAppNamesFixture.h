@@ -26,6 +26,11 @@ protected:
     static AppRef file(const std::string& name, const std::string& path) {
         return {.name = name, .bundleID = {}, .path = path};
     }
+    /// One that isn't root's, in a folder as it is shown.
+    static AppRef outside(const std::string& name, const std::string& folder,
+                          const std::string& path) {
+        return file(name + " (" + folder + ')', path);
+    }
     static AppRef unknown(pid_t pid) {
         return {.name = "Unknown app",
                 .bundleID = "unidentified:" + std::to_string(pid),

@@ -77,7 +77,7 @@ TEST_F(LinuxAppNamesTest, CountsAWebViewAsTheAppThatShowsIt) {
     world.proc.add(13, {.executable = evilView, .parent = 10});
     world.proc.add(14, {.executable = view, .parent = 1});
     EXPECT_EQ(identify(12), app("Web", "org.gnome.Epiphany", web));
-    EXPECT_EQ(identify(13), file("WebKitWebProcess", evilView));
+    EXPECT_EQ(identify(13), outside("WebKitWebProcess", "~", evilView));
     EXPECT_EQ(identify(14), file("WebKitWebProcess", view));
 }
 
@@ -101,7 +101,7 @@ TEST_F(LinuxAppNamesTest, GivesNoIdForTheNameOfAScopeAlone) {
     world.proc.add(10, {.executable = tool, .cgroup = scope});
     world.proc.add(11, {.executable = evil, .cgroup = scope});
     EXPECT_EQ(identify(10), file("recorder", tool));
-    EXPECT_EQ(identify(11), file("evil", evil));
+    EXPECT_EQ(identify(11), outside("evil", "~", evil));
 }
 
 TEST_F(LinuxAppNamesTest, GivesNoIdAndNoKnownNameForAnEntryOfTheUsers) {
@@ -109,10 +109,10 @@ TEST_F(LinuxAppNamesTest, GivesNoIdAndNoKnownNameForAnEntryOfTheUsers) {
     const auto evil = world.program("home/u/evil");
     world.userEntry("org.mozilla.firefox", "Name=Firefox\nExec=" + evil);
     world.proc.add(10, {.executable = evil});
-    EXPECT_EQ(identify(10), file("evil", evil));
+    EXPECT_EQ(identify(10), outside("evil", "~", evil));
     // Nor by looking a little different, before or after the real one was seen.
     world.userEntry("org.mozilla.firefox", "Name=FIREFOX\u00a0\nExec=" + evil);
-    EXPECT_EQ(identify(10), file("evil", evil));
+    EXPECT_EQ(identify(10), outside("evil", "~", evil));
     world.proc.add(11, {.executable = world.path("usr/lib/firefox/firefox")});
     EXPECT_EQ(identify(11), browser());
     EXPECT_EQ(names().ofBundleID("org.mozilla.firefox"), browser());
@@ -126,11 +126,11 @@ TEST_F(LinuxAppNamesTest, NamesTheUsersOwnProgramByHisEntryAndKnowsItByItsPath) 
     world.proc.add(10, {.executable = chat});
     world.proc.add(11, {.executable = helper, .parent = 10});
     world.proc.add(12, {.executable = other, .parent = 10});
-    EXPECT_EQ(identify(10), file("Chat", chat));
-    EXPECT_EQ(identify(11), file("Chat", chat));
-    EXPECT_EQ(identify(12), file("other", other));
-    EXPECT_EQ(names().iconName(file("Chat", chat)), "chat-icon");
-    EXPECT_EQ(names().ofBundleID(chat), file("Chat", chat));
+    EXPECT_EQ(identify(10), outside("Chat", "~/chat", chat));
+    EXPECT_EQ(identify(11), outside("Chat", "~/chat", chat));
+    EXPECT_EQ(identify(12), outside("other", "~", other));
+    EXPECT_EQ(names().iconName(outside("Chat", "~/chat", chat)), "chat-icon");
+    EXPECT_EQ(names().ofBundleID(chat), outside("Chat", "~/chat", chat));
 }
 
 TEST_F(LinuxAppNamesTest, AnEntryOfTheUsersRenamesNoProgramOfRoots) {
@@ -149,7 +149,7 @@ TEST_F(LinuxAppNamesTest, ACopyOfAKnownProgramIsNotThatProgram) {
     installBrowser();
     const auto copy = world.program("home/u/firefox/firefox");
     world.proc.add(10, {.executable = copy, .arguments = {"/usr/lib/firefox/firefox"}});
-    EXPECT_EQ(identify(10), file("firefox", copy));
+    EXPECT_EQ(identify(10), outside("firefox", "~/firefox", copy));
 }
 
 TEST_F(LinuxAppNamesTest, NamesAnInterpreterByItsScript) {
@@ -163,8 +163,8 @@ TEST_F(LinuxAppNamesTest, NamesAnInterpreterByItsScript) {
                         .arguments = {"python3", "tool.py"},
                         .workingDirectory = world.path("home/u")});
     world.proc.add(12, {.executable = python, .arguments = {"/usr/bin/python3", music}});
-    EXPECT_EQ(identify(10), file("tool.py", script));
-    EXPECT_EQ(identify(11), file("tool.py", script));
+    EXPECT_EQ(identify(10), outside("tool.py", "~", script));
+    EXPECT_EQ(identify(11), outside("tool.py", "~", script));
     EXPECT_EQ(identify(12), app("Music", "org.example.Music", music));
 }
 
@@ -184,7 +184,7 @@ TEST_F(LinuxAppNamesTest, AScriptStandsNoHigherThanItsInterpreter) {
     const auto evil = world.program("home/u/python3");
     world.entry("org.example.Music", "Name=Music\nExec=music");
     world.proc.add(10, {.executable = evil, .arguments = {"python3", music}});
-    EXPECT_EQ(identify(10), file("python3", evil));
+    EXPECT_EQ(identify(10), outside("python3", "~", evil));
 }
 
 TEST_F(LinuxAppNamesTest, ACommandLineMakesNoneOfTheSystemsOwnPrograms) {
@@ -259,7 +259,7 @@ TEST_F(LinuxAppNamesTest, NamesAWindowsProgramByItsFile) {
                         .arguments = {"C:\\Program Files\\Zoom\\Zoom.exe", "--x"},
                         .environment = {"HOME=" + world.path("home/u")}});
     world.proc.add(11, {.executable = wine, .arguments = {"C:\\windows\\system32\\services.exe"}});
-    EXPECT_EQ(identify(10), file("Zoom.exe", zoom));
+    EXPECT_EQ(identify(10), outside("Zoom.exe", "~/.wine/drive_c…ram Files/Zoom", zoom));
     EXPECT_EQ(identify(11), file("wine64-preloader", wine));
 }
 
@@ -319,7 +319,7 @@ TEST_F(LinuxAppNamesTest, KeepsWhatIsPinnedUntilItIsUnpinned) {
 TEST_F(LinuxAppNamesTest, AsksOfAnIdGiveWhatWasSeenOrIsInstalled) {
     installBrowser();
     EXPECT_EQ(names().ofBundleID("org.mozilla.firefox"), browser());
-    EXPECT_EQ(names().ofBundleID("/opt/x/tool"), file("tool", "/opt/x/tool"));
+    EXPECT_EQ(names().ofBundleID("/opt/x/tool"), outside("tool", "/opt/x", "/opt/x/tool"));
     EXPECT_EQ(names().ofBundleID("not.installed"),
               (AppRef{.name = "not.installed", .bundleID = "not.installed", .path = {}}));
     world.userEntry("not.installed", "Name=Lie\nExec=/bin/sh");
@@ -342,7 +342,7 @@ TEST_F(LinuxAppNamesTest, RemembersABoundedNumberOfApps) {
         identify(100000 + static_cast<pid_t>(i));
         names().unpin(i);
     }
-    EXPECT_EQ(names().ofBundleID(chat), file("Chat", chat));
+    EXPECT_EQ(names().ofBundleID(chat), outside("Chat", "~/chat", chat));
     const auto identifyOthers = [&](std::size_t count) {
         for (std::size_t i = 0; i < count; ++i) {
             world.proc.exec(10, world.path("tmp/mount-" + std::to_string(i)));
@@ -350,9 +350,9 @@ TEST_F(LinuxAppNamesTest, RemembersABoundedNumberOfApps) {
         }
     };
     identifyOthers(LinuxAppNames::mostRemembered - 2);
-    EXPECT_EQ(names().ofBundleID(chat), file("Chat", chat));
+    EXPECT_EQ(names().ofBundleID(chat), outside("Chat", "~/chat", chat));
     identifyOthers(LinuxAppNames::mostRemembered);
-    EXPECT_EQ(names().ofBundleID(chat), file("chat", chat));
+    EXPECT_EQ(names().ofBundleID(chat), outside("chat", "~/chat", chat));
 }
 
 TEST_F(LinuxAppNamesTest, ReadsNoEntriesForAPinnedProcess) {

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -34,6 +35,7 @@ bool waitUntil(const std::function<bool()>& condition) {
 class RealProcessNames : public ::testing::Test {
 protected:
     RealProcessNames() {
+        places.home = home.path();
         places.applicationFolders.insert(places.applicationFolders.begin(),
                                          home.path("share/applications"));
     }
@@ -72,7 +74,7 @@ TEST_F(RealProcessNames, AScriptByItsOwnLineAndByItsInterpreters) {
     const RunningProgram inlineCode("/bin/sh", {"sh", "-c", "read line; read line", script});
     dup2(kept, STDIN_FILENO);
     close(kept);
-    const AppRef expected{.name = "tool.sh", .bundleID = {}, .path = script};
+    const AppRef expected{.name = "tool.sh (~/bin)", .bundleID = {}, .path = script};
     EXPECT_EQ(identify(direct), expected);
     EXPECT_EQ(identify(byName), expected);
     EXPECT_EQ(identify(inlineCode).path, std::filesystem::canonical("/bin/sh").string());
@@ -91,7 +93,8 @@ TEST_F(RealProcessNames, APythonScriptWithARelativeName) {
     std::filesystem::current_path(home.path("bin"));
     const RunningProgram program(python, {"python3", "-u", "recorder.py"});
     std::filesystem::current_path(folder);
-    EXPECT_EQ(identify(program), (AppRef{.name = "recorder.py", .bundleID = {}, .path = script}));
+    EXPECT_EQ(identify(program),
+              (AppRef{.name = "recorder.py (~/bin)", .bundleID = {}, .path = script}));
 }
 
 TEST_F(RealProcessNames, ACopyInTheHomeThatTakesAKnownId) {
@@ -107,7 +110,7 @@ TEST_F(RealProcessNames, ACopyInTheHomeThatTakesAKnownId) {
     home.write("share/applications/" + known->entry.id + ".desktop",
                "[Desktop Entry]\nType=Application\nName=" + known->entry.name + "\nExec=" + copy);
     const RunningProgram program(copy, {known->program, "60"});
-    EXPECT_EQ(identify(program), (AppRef{.name = "thief", .bundleID = {}, .path = copy}));
+    EXPECT_EQ(identify(program), (AppRef{.name = "thief (~/bin)", .bundleID = {}, .path = copy}));
     EXPECT_FALSE(signatures.teamID(copy));
 }
 
@@ -116,7 +119,7 @@ TEST_F(RealProcessNames, AnAppOfTheHomeByItsEntry) {
     home.write("share/applications/org.example.Napper.desktop",
                "[Desktop Entry]\nType=Application\nName=Long Naps\nIcon=nap\nExec=" + copy + " 60");
     const RunningProgram program(copy, {copy, "60"});
-    const AppRef expected{.name = "Long Naps", .bundleID = {}, .path = copy};
+    const AppRef expected{.name = "Long Naps (~/bin)", .bundleID = {}, .path = copy};
     EXPECT_EQ(identify(program), expected);
     EXPECT_EQ(LinuxAppNames(places).iconName(expected), "nap");
 }
@@ -138,6 +141,29 @@ TEST_F(RealProcessNames, AProgramMountedOverAnother) {
     ASSERT_EQ(proc.executableClaim(program.pid()), victim);
     EXPECT_FALSE(proc.executable(program.pid()));
     EXPECT_EQ(identify(program).bundleID, "unidentified:" + std::to_string(program.pid()));
+}
+
+TEST_F(RealProcessNames, AProgramInMemoryAndOneThatIsDeleted) {
+    const int memory = memfd_create("x/../../usr/bin/pavucontrol", MFD_CLOEXEC);
+    const std::string sleep = std::filesystem::canonical("/bin/sleep");
+    const auto bytes = readFileUpTo(sleep, 16UL * 1024 * 1024).value_or("");
+    ASSERT_EQ(write(memory, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    const RunningProgram inMemory("/proc/self/fd/" + std::to_string(memory), {"pavucontrol", "60"});
+    close(memory);
+    EXPECT_EQ(identify(inMemory),
+              (AppRef{.name = "memfd:x/../../usr/bin/pavucontrol (in memory, not a file)",
+                      .bundleID = {},
+                      .path = "/memfd:x/../../usr/bin/pavucontrol"}));
+    EXPECT_FALSE(signatures.teamID("/memfd:x/../../usr/bin/pavucontrol"));
+
+    const auto copy = copyOfSleep("bin/napper");
+    const RunningProgram deleted(copy, {copy, "60"});
+    EXPECT_EQ(identify(deleted).name, "napper (~/bin)");
+    std::filesystem::remove(copy);
+    EXPECT_EQ(identify(deleted),
+              (AppRef{.name = "napper (~/bin, deleted)", .bundleID = {}, .path = copy}));
+    std::filesystem::remove_all(home.path("bin"));
+    EXPECT_EQ(identify(deleted).name, "napper (~/bin, deleted)");
 }
 
 TEST_F(RealProcessNames, ASandboxAsFlatpakMakesItAndOneThatPretends) {

@@ -76,7 +76,7 @@ TEST_F(FlatpakTest, ASandboxThatOnlyPretendsGetsNoId) {
                         .arguments = {"python3", evil},
                         .mounts = "mnt:[3]",
                         .root = root});
-    EXPECT_EQ(identify(10), file("evil", evil));
+    EXPECT_EQ(identify(10), outside("evil", "~", evil));
     EXPECT_EQ(identify(11), unknown(11));
     EXPECT_NE(identify(12).bundleID, "org.example.App");
 }
@@ -98,8 +98,8 @@ TEST_F(FlatpakTest, OfTheUsersInstallationIsKnownByItsFolder) {
     const auto root = sandbox(install("home/u/.local/share/flatpak", "Example"));
     world.proc.add(10,
                    {.executable = world.path("app/bin/player"), .mounts = "mnt:[2]", .root = root});
-    const auto expected =
-        file("Example", world.path("home/u/.local/share/flatpak/app/org.example.App"));
+    const auto expected = outside("Example", "~/.local/share/flatpak",
+                                  world.path("home/u/.local/share/flatpak/app/org.example.App"));
     EXPECT_EQ(identify(10), expected);
     EXPECT_EQ(names().iconName(expected), "app-icon");
 }
@@ -110,8 +110,8 @@ TEST_F(FlatpakTest, OfTheUsersInstallationHasNeitherTheNameNorThePictureOfOneOfR
     const auto root = sandbox(install("home/u/.local/share/flatpak", "Example"));
     world.proc.add(10,
                    {.executable = world.path("app/bin/player"), .mounts = "mnt:[2]", .root = root});
-    const auto expected =
-        file("org.example.App", world.path("home/u/.local/share/flatpak/app/org.example.App"));
+    const auto expected = outside("org.example.App", "~/.local/share/flatpak",
+                                  world.path("home/u/.local/share/flatpak/app/org.example.App"));
     EXPECT_EQ(identify(10), expected);
     EXPECT_FALSE(names().iconName(expected));
 }
