@@ -114,6 +114,7 @@ void AppModel::syncSessions() {
         withdrawNotice(id);
     }
     handle(events);
+    stopFlow_.noteReading();
     scheduleFollowUp(engine_.isGraceRunning() || found.isWaiting);
 }
 

@@ -14,6 +14,7 @@ StopFlow::StopFlow(Seams seams, Reports reports)
           seams_.mute, closer_,
           [&machine = seams_.machine](const AppIdentity& app) { return machine.isProtected(app); }),
       question_(seams_.ask),
+      after_(seams_.engine, seams_.scheduler),
       mainThread_(seams_.scheduler) {}
 
 void StopFlow::Closer::close(const AppIdentity& app, std::function<void(bool)> done) {
@@ -56,6 +57,7 @@ void StopFlow::stopEverythingAfter(const Asked& asked) {
     });
     run([this, open = std::move(open)](
             PanicController::Completion done) { panic_.stopAll(open, std::move(done)); },
+        {.devices = {Device::camera, Device::microphone}, .spared = asked.spared},
         [this] { stopEverything(); });
 }
 
@@ -72,11 +74,19 @@ void StopFlow::stop(const AppIdentity& app) {
             reports_.ended(std::nullopt);
             return;
         }
+        Aim aim;
+        for (const auto& session : seams_.engine.open()) {
+            if (!session.app.isSameApp(app)) {
+                aim.spared.insert(session.app.id);
+            } else if (session.device != Device::speaker) {
+                aim.devices.insert(session.device);
+            }
+        }
         run(
             [this, app](PanicController::Completion done) {
                 panic_.stop(app, seams_.engine.open(), std::move(done));
             },
-            [this, app] { stop(app); });
+            aim, [this, app] { stop(app); });
     });
 }
 
@@ -118,10 +128,11 @@ void StopFlow::askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep
     }
 }
 
-void StopFlow::run(const Stopping& stopping, std::function<void()> retry) {
+void StopFlow::run(const Stopping& stopping, const Aim& aim, std::function<void()> retry) {
+    after_.answerNow();
     seams_.isStopping.set(true);
-    stopping(mainThread_.whileAlive(
-        [this, retry = std::move(retry)](const StopResult& result) { finish(result, retry); }));
+    stopping(mainThread_.whileAlive([this, aim, retry = std::move(retry)](
+                                        const StopResult& result) { finish(result, aim, retry); }));
 }
 
 void StopFlow::noteEnd(const UsageSession& session) {
@@ -130,31 +141,43 @@ void StopFlow::noteEnd(const UsageSession& session) {
     }
 }
 
-void StopFlow::finish(const StopResult& answer, const std::function<void()>& retry) {
-    seams_.isStopping.set(false);
-    const auto result = seams_.mute.withCurrentMute(answer);
-    seams_.engine.markStoppedByUser(result.stoppedSessionIDs);
-    // An app that goes mostly takes its sessions with it before the closer has seen that it went.
+/// An app that goes mostly takes its sessions with it before the closer has seen that it went.
+void StopFlow::storeStopped(const std::set<Uuid>& sessionIDs) {
     auto stopped = std::exchange(endedInStop_, {});
-    std::erase_if(stopped, [&](const UsageSession& session) {
-        return !result.stoppedSessionIDs.contains(session.id);
-    });
+    std::erase_if(stopped,
+                  [&](const UsageSession& session) { return !sessionIDs.contains(session.id); });
     for (auto& session : stopped) {
         session.outcome = SessionOutcome::stoppedByUser;
     }
     reports_.stopped(stopped);
+}
 
-    const ResultCard shown{.result = result, .id = Uuid::random(), .retry = retry};
-    showResult(shown);
-    if (result.microphoneMuted) {
-        seams_.mute.correctLater(shown.id, [this, shown](const MuteOutcome& mute) {
-            auto right = shown;
-            right.result.microphoneMuted = true;
-            right.result.unmutableMicrophones = mute.unmutable;
-            showResult(right);
+void StopFlow::finish(const StopResult& answer, const Aim& aim,
+                      const std::function<void()>& retry) {
+    seams_.isStopping.set(false);
+    const auto closed = answer.stoppedSessionIDs;
+    seams_.engine.markStoppedByUser(closed);
+    storeStopped(closed);
+
+    const auto shown = std::make_shared<ResultCard>(ResultCard{
+        .result = seams_.mute.withCurrentMute(answer), .id = Uuid::random(), .retry = retry});
+    shown->result.stillInUse = after_.besides(aim, closed);
+    showResult(*shown);
+    if (shown->result.microphoneMuted) {
+        seams_.mute.correctLater(shown->id, [this, shown](const MuteOutcome& mute) {
+            shown->result.microphoneMuted = true;
+            shown->result.unmutableMicrophones = mute.unmutable;
+            showResult(*shown);
         });
     }
-    reports_.ended(result);
+    after_.whenEnded(aim, closed, [this, shown](const std::vector<Device>& stillInUse) {
+        if (shown->result.stillInUse != stillInUse) {
+            shown->result = seams_.mute.withCurrentMute(shown->result);
+            shown->result.stillInUse = stillInUse;
+            showResult(*shown);
+        }
+        reports_.ended(shown->result);
+    });
 }
 
 void StopFlow::showResult(const ResultCard& shown) {
@@ -163,8 +186,12 @@ void StopFlow::showResult(const ResultCard& shown) {
         seams_.notices.dismiss(id);
         seams_.windows.show(WindowID::history);
     });
-    actions.tryAgain = mainThread_.whileAlive(
-        [this, id = shown.id, retry = shown.retry] { stopInsteadOf(id, retry); });
+    // Whoever goes on isn't who was stopped.
+    const auto retry = shown.result.stillInUse.empty() ? shown.retry : [this] {
+        stopEverything();
+    };
+    actions.tryAgain =
+        mainThread_.whileAlive([this, id = shown.id, retry] { stopInsteadOf(id, retry); });
     seams_.notices.show(stopResultItem(shown.result, shown.id, std::move(actions)));
 }
 

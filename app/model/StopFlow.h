@@ -4,6 +4,7 @@
 
 #include "app/model/MuteKeeper.h"
 #include "app/model/StopQuestion.h"
+#include "app/model/UseAfterStop.h"
 #include "app/model/Windows.h"
 #include "core/sessions/SessionEngine.h"
 
@@ -33,7 +34,8 @@ public:
         std::function<void(const AppIdentity&, bool gone)> closed; ///< or not, after a try
         /// These have ended while they were being stopped, and are to be stored as such.
         std::function<void(const std::vector<UsageSession>&)> stopped;
-        /// What was asked for is over, its card shown: with nothing when the user didn't want it.
+        /// What was asked for is over, its card shown, and whether a device goes on being used is
+        /// known: with nothing when the user didn't want it.
         std::function<void(const std::optional<StopResult>&)> ended;
     };
 
@@ -53,6 +55,8 @@ public:
 
     /// An open session has come to its end.
     void noteEnd(const UsageSession& session);
+    /// The sessions are as a new reading has them.
+    void noteReading() { after_.reconsider(); }
     /// What has ended so far was deleted and isn't to be stored again.
     void forgetEnded() { endedInStop_.clear(); }
 
@@ -81,14 +85,16 @@ private:
         std::function<void()> retry;
     };
     using Stopping = std::function<void(PanicController::Completion)>;
+    using Aim = UseAfterStop::Aim;
 
     bool mayStop() const;
     void stopEverythingAfter(const Asked& asked);
     std::vector<AppIdentity> openBrowsers(const std::set<std::string>& except) const;
     void askAbout(const std::vector<AppIdentity>& browsers, bool offerKeep,
                   const StopQuestion::Decide& decide);
-    void run(const Stopping& stopping, std::function<void()> retry);
-    void finish(const StopResult& answer, const std::function<void()>& retry);
+    void run(const Stopping& stopping, const Aim& aim, std::function<void()> retry);
+    void finish(const StopResult& answer, const Aim& aim, const std::function<void()>& retry);
+    void storeStopped(const std::set<Uuid>& sessionIDs);
     void showResult(const ResultCard& shown);
 
     Seams seams_;
@@ -96,6 +102,7 @@ private:
     Closer closer_;
     PanicController panic_;
     StopQuestion question_;
+    UseAfterStop after_;
     std::vector<UsageSession> endedInStop_; ///< while a stop is under way
     MainThread mainThread_;
 };

@@ -60,7 +60,7 @@ NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultAc
     auto item =
         symbolItem(id, all ? "checkmark.circle" : "exclamationmark.circle", result.headline());
     item.message = result.detail();
-    if (!result.notClosed.empty()) {
+    if (!result.notClosed.empty() || !result.stillInUse.empty()) {
         item.buttons.push_back(button(words().text("Details"), false, std::move(actions.details)));
         item.buttons.push_back(
             button(words().text("Try again"), false, std::move(actions.tryAgain)));

@@ -32,7 +32,7 @@ struct StopResultActions {
     std::function<void()> tryAgain; ///< "Try again"
 };
 
-/// The buttons are there only if an app refused to close.
+/// The buttons are there only if an app refused to close or a device is still in use.
 NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultActions actions);
 
 /// The speakers were muted since headphones came off. `player`: the app that is playing, if one is.

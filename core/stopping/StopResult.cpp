@@ -28,7 +28,7 @@ std::string names(const std::vector<AppIdentity>& apps) {
 
 bool StopResult::everythingStopped() const {
     return microphoneMuted.value_or(true) && notClosed.empty() && protectedApps.empty() &&
-           unknownOn.empty();
+           unknownOn.empty() && stillInUse.empty();
 }
 
 std::string StopResult::headline() const {
@@ -40,7 +40,8 @@ std::string StopResult::headline() const {
         parts.push_back(words().text("%@ was closed.", {names(closed)}));
     } else if (!closed.empty()) {
         parts.push_back(words().text("%@ were closed.", {names(closed)}));
-    } else if (notClosed.empty() && protectedApps.empty() && unknownOn.empty()) {
+    } else if (notClosed.empty() && protectedApps.empty() && unknownOn.empty() &&
+               stillInUse.empty()) {
         parts.push_back(microphoneMuted ? words().text("No app was using the camera or microphone.")
                                         : words().text("Nothing needed to be closed."));
     }
@@ -69,7 +70,12 @@ std::optional<std::string> StopResult::detail() const {
         parts.push_back(
             words().text("We couldn't tell which app is using %@, so there was nothing to close.",
                          {DeviceWording::the(unknownOn)}));
-    } else if (parts.empty() && microphoneMuted == true) {
+    }
+    for (const auto device : stillInUse) {
+        parts.push_back(device == Device::camera ? words().text("The camera is still in use.")
+                                                 : words().text("The microphone is still in use."));
+    }
+    if (parts.empty() && microphoneMuted == true) {
         parts.push_back(words().text("The microphone stays muted until you unmute it in the "
                                      "Microphone row of the panel."));
     }

@@ -27,6 +27,7 @@ struct StopResult {
     std::vector<AppIdentity> notClosed;     ///< apps still there after closing was tried
     std::vector<AppIdentity> protectedApps; ///< apps that were left alone on purpose
     std::vector<Device> unknownOn;          ///< devices of sessions whose app can't be named
+    std::vector<Device> stillInUse;         ///< devices that go on being used after the stop
     std::set<Uuid> stoppedSessionIDs;       ///< sessions of the apps in `closed`
 
     bool everythingStopped() const;

@@ -95,7 +95,7 @@ TEST_F(StopAsRoot, SaysWhichOfTwoAppsIsStillThere) {
     ASSERT_NE(result, nullptr) << report();
     EXPECT_EQ(result->message,
               "mule (~) didn't close and may still be using the camera or microphone. "
-              "Quit it from the Dock, or try again.");
+              "Quit it from the Dock, or try again. The microphone is still in use.");
     Titles buttons;
     for (const auto& button : result->buttons) {
         buttons.push_back(button.title);

@@ -155,6 +155,16 @@ protected:
                                   answerQuestion = answer;
                                   return ShownQuestion{.raise = [this] { ++raises; }, .shown = {}};
                               }});
+        // Who is closed uses nothing any more.
+        ends_ = model->onAppClosed.subscribe([this](const AppIdentity& closed, bool gone) {
+            auto left = *model->snapshot;
+            for (auto* apps : {&left.cameraApps, &left.microphoneApps}) {
+                std::erase_if(*apps, [&](const AppRef& app) { return app.id() == closed.id; });
+            }
+            if (gone) {
+                model->receive(reading(left.cameraApps, left.microphoneApps));
+            }
+        });
         model->start();
         model->receive({});
     }
@@ -249,6 +259,7 @@ protected:
     int raises = 0; ///< of a question
     std::function<void(BrowserAnswer)> answerQuestion;
     std::unique_ptr<AppModel> model;
+    Subscription ends_;
     std::unique_ptr<BusService> service;
 };
 

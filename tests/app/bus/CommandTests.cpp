@@ -23,6 +23,7 @@ TEST_F(Command, StopStopsAndSaysWhatHappened) {
     launch();
     model->receive(reading({app("Zoom"), app("Meet")}));
     EXPECT_EQ(ctl({"stop", "zoom"}, 0).output(), "Zoom was closed.\n");
+    model->receive(reading({app("Zoom"), app("Meet")}));
     EXPECT_EQ(ctl({"stop"}, 0).output(),
               "Microphone muted. Zoom and Meet were closed.\nThe microphone stays muted until you "
               "unmute it in the Microphone row of the panel.\n");

@@ -131,6 +131,15 @@ TEST(NoticeWording, KeepsAStopOnScreenThatLeftSomethingOn) {
     EXPECT_TRUE(item.buttons.empty()) << "only for an app that refused";
 }
 
+TEST(NoticeWording, OffersAnotherTryForADeviceThatIsStillInUse) {
+    StopResult result;
+    result.stillInUse = {Device::microphone};
+    const auto item = stopResultItem(result, Uuid::random(), {});
+    EXPECT_EQ(buttons(item), (Buttons{{"Details", false}, {"Try again", false}}));
+    EXPECT_EQ(item.message, "The microphone is still in use.");
+    EXPECT_EQ(item.autoHideAfter, std::nullopt);
+}
+
 TEST(NoticeWording, OffersAnotherTryForAnAppThatRefused) {
     StopResult result;
     result.notClosed = {named("Mule")};

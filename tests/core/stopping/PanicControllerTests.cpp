@@ -197,6 +197,23 @@ TEST_F(PanicControllerTest, NamesAMicrophoneThatCannotBeMutedOnlyBesideOneThatCo
                              "System Settings > Sound.");
 }
 
+TEST(StopResultWords, SayWhatGoesOn) {
+    StopResult result;
+    result.microphoneMuted = true;
+    result.stillInUse = {Device::camera, Device::microphone};
+    EXPECT_EQ(result.headline(), "Microphone muted.");
+    EXPECT_EQ(result.detail(), "The camera is still in use. The microphone is still in use.");
+    EXPECT_FALSE(result.everythingStopped());
+    result.microphoneMuted.reset();
+    EXPECT_EQ(result.headline(), "Nothing could be stopped.");
+    result.notClosed = {app("Mule")};
+    result.unmutableMicrophones = {"Old Mic"};
+    result.microphoneMuted = true;
+    EXPECT_TRUE(result.detail()->ends_with("or try again. The camera is still in use. The "
+                                           "microphone is still in use. Old Mic can't be muted "
+                                           "from this Mac."));
+}
+
 TEST_F(PanicControllerTest, ListsSeveralClosedApps) {
     const auto result =
         stopAll({session(appAt("A"), Device::camera), session(appAt("B"), Device::camera)});
