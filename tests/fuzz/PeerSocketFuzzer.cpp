@@ -20,5 +20,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::abort();
     }
     socketInode(text);
+    namesAnotherProcess(text);
     return 0;
 }

@@ -3,16 +3,22 @@
 #include "system/linux/apps/WriteProtection.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
+#include <fcntl.h>
 #include <linux/rtnetlink.h>
 #include <linux/unix_diag.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 namespace velmoran {
 
 namespace {
+
+constexpr std::size_t smallEntry = 16UL * 1024;
+constexpr std::size_t longestEnvironment = 256UL * 1024;
 
 void addPair(const std::byte* bytes, std::size_t size, std::vector<SocketPair>& to) {
     const auto message = valueAt<unix_diag_msg>(bytes, size);
@@ -68,6 +74,16 @@ bool parseUnixDump(const std::byte* bytes, std::size_t size, std::vector<SocketP
     });
 }
 
+bool namesAnotherProcess(std::string_view environment) {
+    const auto variables = parseCommandLine(environment);
+    return std::any_of(variables.begin(), variables.end(), [](const std::string& variable) {
+        const bool isOfClients =
+            variable.starts_with("PULSE_PROP") || variable.starts_with("PIPEWIRE_PROPS=");
+        return (isOfClients && variable.find("application.process.id") != std::string::npos) ||
+               variable.starts_with("PIPEWIRE_CONFIG_");
+    });
+}
+
 PeerSockets::PeerSockets(ProcFs proc) : proc_(std::move(proc)) {}
 
 std::vector<SocketPair> PeerSockets::pairs() {
@@ -113,6 +129,35 @@ bool PeerSockets::isReadable(pid_t pid) {
 std::optional<pid_t> PeerSockets::innerPid(pid_t pid) {
     const auto status = readFileUpTo(proc_.path(pid, "status"), 16384);
     return status ? parseInnerPid(*status) : std::nullopt;
+}
+
+bool PeerSockets::openedItself(pid_t pid, std::uint64_t socket) {
+    bool isOwn = false;
+    proc_.eachDescriptor(pid, [&](int folder, const char* name) {
+        std::array<char, 64> text; // NOLINT: filled by the call; what is longer is no socket
+        const auto size = isOwn ? 0 : ::readlinkat(folder, name, text.data(), text.size());
+        if (size > 0 && socketInode({text.data(), static_cast<std::size_t>(size)}) == socket) {
+            const auto info =
+                readFileUpTo(proc_.path(pid, std::string("fdinfo/") + name), smallEntry);
+            const auto flags = info ? parseDescriptorFlags(*info) : std::nullopt;
+            isOwn = (flags.value_or(0) & unsigned{O_CLOEXEC}) != 0;
+        }
+    });
+    return isOwn;
+}
+
+bool PeerSockets::speaksForItself(pid_t pid) {
+    // One that is longer may say anything behind what is read of it.
+    const auto environment = readFileUpTo(proc_.path(pid, "environ"), longestEnvironment);
+    return environment && environment->size() < longestEnvironment &&
+           !namesAnotherProcess(*environment) && !isSoundServer(pid);
+}
+
+bool PeerSockets::isAnybodyHidden() {
+    const auto pids = proc_.pids();
+    return std::any_of(pids.begin(), pids.end(), [this](pid_t pid) {
+        return proc_.isOutOfSight(pid) && proc_.uid(pid) == ::getuid();
+    });
 }
 
 bool PeerSockets::isSoundServer(pid_t pid) {

@@ -22,6 +22,9 @@ public:
     holdersOf(const std::vector<std::uint64_t>& sockets) override;
     bool isReadable(pid_t pid) override;
     std::optional<pid_t> innerPid(pid_t pid) override;
+    bool openedItself(pid_t pid, std::uint64_t socket) override;
+    bool speaksForItself(pid_t pid) override;
+    bool isAnybodyHidden() override;
     bool isSoundServer(pid_t pid) override;
 
 private:
@@ -31,6 +34,9 @@ private:
 
 /// The last number of the line "NSpid:" in /proc/PID/status.
 std::optional<pid_t> parseInnerPid(std::string_view status);
+/// Whether an environment, as /proc/PID/environ has it, may tell the sound libraries which process
+/// the program is to say it is.
+bool namesAnotherProcess(std::string_view environment);
 /// One answer of the kernel: adds the connections that it tells of. False once the dump is done or
 /// was refused. Bytes of another form than the kernel's end the dump.
 bool parseUnixDump(const std::byte* bytes, std::size_t size, std::vector<SocketPair>& pairs);

@@ -37,6 +37,14 @@ public:
     virtual bool isReadable(pid_t pid) = 0;
     /// What the process calls itself inside its own process namespace.
     virtual std::optional<pid_t> innerPid(pid_t pid) = 0;
+    /// Whether the program that the process runs has opened this socket, or accepted it, itself: a
+    /// descriptor that it was started with isn't closed when a program is started.
+    virtual bool openedItself(pid_t pid, std::uint64_t socket) = 0;
+    /// False where others choose what the process says of itself: for a sound server, and where its
+    /// environment may. Unknown is false.
+    virtual bool speaksForItself(pid_t pid) = 0;
+    /// Whether a process of this user's forbids being looked at. Costs a walk over all processes.
+    virtual bool isAnybodyHidden() = 0;
     /// Whether the process runs the system's own sound server, which connects on behalf of others.
     virtual bool isSoundServer(pid_t pid) = 0;
 };

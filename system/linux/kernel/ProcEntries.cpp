@@ -102,4 +102,15 @@ std::optional<std::uint64_t> socketInode(std::string_view linkText) {
     return wholeNumber<std::uint64_t>(linkText);
 }
 
+std::optional<unsigned> parseDescriptorFlags(std::string_view text) {
+    std::optional<unsigned> flags;
+    eachPiece(text, '\n', [&](std::string_view line) {
+        if (!flags && consumePrefix(line, "flags:\t")) {
+            const auto number = consumeNumber<unsigned>(line, 8);
+            flags = line.empty() ? number : std::nullopt;
+        }
+    });
+    return flags;
+}
+
 } // namespace velmoran

@@ -46,4 +46,7 @@ std::string withoutDeletedMark(std::string_view linkText);
 /// /proc/PID/fd/N: the inode in "socket:[4711]"; nothing for any other text.
 std::optional<std::uint64_t> socketInode(std::string_view linkText);
 
+/// /proc/PID/fdinfo/N: how the file was opened (open(2)), with O_CLOEXEC as it is now.
+std::optional<unsigned> parseDescriptorFlags(std::string_view text);
+
 } // namespace velmoran

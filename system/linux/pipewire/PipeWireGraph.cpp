@@ -201,6 +201,7 @@ void PipeWireGraph::sessionManagerChanged(bool present) {
 }
 
 void PipeWireGraph::pictureIsComplete() {
+    identity_.pictureCompleted();
     isComplete_ = true;
     isFirstPicture_ = true;
     isStale_ = true;

@@ -67,7 +67,10 @@ void PulseSources::hop(Hop action) {
 void PulseSources::complete() {
     if (model_ != handedOver_) {
         handedOver_ = model_;
-        hop([model = model_](PulseSources& self) { self.update(model); });
+        hop([model = model_](PulseSources& self) {
+            self.identity_.pictureCompleted();
+            self.update(model);
+        });
     }
 }
 

@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -97,8 +98,10 @@ pw_core* connect(pw_context* context, const Options& options) {
     for (const auto& [key, value] : options.properties) {
         pw_properties_set(props, key.c_str(), value.c_str());
     }
-    return options.fd >= 0 ? pw_context_connect_fd(context, dup(options.fd), props, 0)
-                           : pw_context_connect(context, props, 0);
+    // Closed to whatever this may start, as all clients of the library keep theirs.
+    return options.fd >= 0
+               ? pw_context_connect_fd(context, fcntl(options.fd, F_DUPFD_CLOEXEC, 3), props, 0)
+               : pw_context_connect(context, props, 0);
 }
 
 /// Runs as any other work of the loop, so that forking is safe.

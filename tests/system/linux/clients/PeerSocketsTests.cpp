@@ -6,6 +6,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -68,6 +69,35 @@ TEST(PeerSockets, FindsWhoHoldsASocket) {
     EXPECT_EQ(holders.at(end), (std::vector<pid_t>{::getpid()}));
     EXPECT_TRUE(holders.at(4).empty());
     EXPECT_TRUE(sockets.holdersOf({}).empty());
+}
+
+TEST(PeerSockets, TellsWhatWasOpenedFromWhatAProgramWasStartedWith) {
+    const ConnectedPair pair;
+    PeerSockets sockets;
+    EXPECT_TRUE(sockets.openedItself(::getpid(), inodeOf(pair.client)));
+    ASSERT_EQ(::fcntl(pair.client, F_SETFD, 0), 0);
+    EXPECT_FALSE(sockets.openedItself(::getpid(), inodeOf(pair.client)));
+    const int copy = ::fcntl(pair.client, F_DUPFD_CLOEXEC, 3);
+    EXPECT_TRUE(sockets.openedItself(::getpid(), inodeOf(pair.client)));
+    ::close(copy);
+    EXPECT_FALSE(sockets.openedItself(::getpid(), 4));
+    EXPECT_FALSE(sockets.openedItself(-1, inodeOf(pair.client)));
+}
+
+TEST(PeerSockets, KnowsAProcessWhoseEnvironmentSpeaksForIt) {
+    using namespace std::string_literals;
+    for (const char* variable :
+         {"PULSE_PROP=media.role=music application.process.id=1",
+          "PULSE_PROP_application.process.id=1", "PIPEWIRE_PROPS={ application.process.id = 1 }",
+          "PIPEWIRE_CONFIG_DIR=/tmp"}) {
+        EXPECT_TRUE(namesAnotherProcess("HOME=/\0"s + variable)) << variable;
+    }
+    for (const auto& others : {""s, "A=PULSE_PROP=application.process.id=1"s,
+                               "PULSE_PROP=media.role=music\0PIPEWIRE_RUNTIME_DIR=/run\0"s}) {
+        EXPECT_FALSE(namesAnotherProcess(others)) << others;
+    }
+    PeerSockets sockets;
+    EXPECT_FALSE(sockets.speaksForItself(-1));
 }
 
 TEST(PeerSockets, TakesNoProgramOfAnotherNameForTheSoundServer) {

@@ -68,6 +68,14 @@ TEST(ProcEntries, ReadsTheRealUserId) {
     EXPECT_FALSE(parseStatusUid("Uid:\tx\n"));
 }
 
+TEST(ProcEntries, ReadsHowAFileWasOpened) {
+    EXPECT_EQ(parseDescriptorFlags("pos:\t0\nflags:\t02000002\nmnt_id:\t9\n"), 02000002U);
+    EXPECT_EQ(parseDescriptorFlags("pos:\t0\nmnt_id:\t9\n"), std::nullopt);
+    EXPECT_EQ(parseDescriptorFlags("flags:\t09\n"), std::nullopt);
+    EXPECT_EQ(parseDescriptorFlags("flags:\t\n"), std::nullopt);
+    EXPECT_EQ(parseDescriptorFlags(""), std::nullopt);
+}
+
 TEST(ProcFs, ReadsThisProcess) {
     const ProcFs proc;
     const pid_t self = getpid();
