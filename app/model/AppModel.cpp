@@ -115,15 +115,15 @@ void AppModel::syncSessions() {
     }
     handle(events);
     stopFlow_.noteReading();
-    scheduleFollowUp(engine_.isGraceRunning() || found.isWaiting);
+    scheduleFollowUp(engine_.isGraceRunning() ? std::optional(unknownGrace) : found.wait);
 }
 
-void AppModel::scheduleFollowUp(bool wanted) {
+void AppModel::scheduleFollowUp(std::optional<Seconds> wait) {
     followUp_.reset();
-    if (wanted) {
+    if (wait) {
         // A device that stays as it is delivers no further snapshot, so the waits need a look of
         // their own.
-        followUp_ = around_.scheduler.after(followUpDelay, [this] {
+        followUp_ = around_.scheduler.after(*wait + followUpMargin, [this] {
             syncSessions();
             onChange();
         });

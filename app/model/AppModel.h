@@ -140,7 +140,7 @@ public:
     std::vector<UsageSession> sessions(Device device) const;
 
     static constexpr Seconds unknownGrace = 1.0;
-    static constexpr Seconds followUpDelay = 1.1; ///< a little more than the graces it serves
+    static constexpr Seconds followUpMargin = 0.1; ///< after the wait that a look is for
     static constexpr Seconds noticeWindow = 5.0;
     static constexpr Seconds connectionInterval = 15.0;
 
@@ -150,7 +150,7 @@ private:
     void show(const WarningNotice& notice);
     void withdrawNotice(const Uuid& sessionID);
     void refreshHistory();
-    void scheduleFollowUp(bool wanted);
+    void scheduleFollowUp(std::optional<Seconds> wait);
     void loadTrust();
     template <class Change>
     void changeTrust(const Change& change);

@@ -2,6 +2,7 @@
 
 #include "core/sessions/SystemHelpers.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace velmoran {
@@ -24,7 +25,7 @@ UseReading::Found UseReading::read(const SystemSnapshot& snapshot, Timestamp ela
     if (!microphone.owners.empty()) {
         found.replacedHelpers = std::move(microphone.helpers);
     }
-    found.isWaiting = microphone.isWaiting;
+    found.wait = microphone.wait;
     return found;
 }
 
@@ -47,21 +48,42 @@ UseReading::Microphone UseReading::readMicrophone(const SystemSnapshot& snapshot
     auto microphone = SystemHelpers::microphone(others, reading.helpers,
                                                 identities(snapshot.microphoneAttributed));
     reading.owners = std::move(microphone.owners);
-    if (reading.helpers.empty() || !reading.owners.empty()) {
-        helperUnownedSince_.reset();
-        reading.use.apps = std::move(microphone.apps);
+    reading.use.apps = std::move(microphone.apps);
+    if (!reading.owners.empty()) {
+        unowned_.clear();
     } else {
-        // Whom a helper works for is told a moment after it turns the microphone on. The wait is
-        // counted once per spell of helpers without an owner.
-        if (!helperUnownedSince_) {
-            helperUnownedSince_ = elapsing;
+        endSpellsBut(reading.helpers, elapsing);
+        // Whom a helper works for is told a moment after it turns the microphone on.
+        for (const auto& helper : reading.helpers) {
+            if (const auto left = ownerGrace - unownedFor(helper, elapsing); left > 0) {
+                reading.wait = std::min(left, reading.wait.value_or(left));
+                std::erase_if(reading.use.apps,
+                              [&](const AppIdentity& app) { return app.isSameApp(helper); });
+            }
         }
-        reading.isWaiting = elapsing - *helperUnownedSince_ < ownerGrace;
-        reading.use.apps = reading.isWaiting ? std::move(others) : std::move(microphone.apps);
     }
     reading.use.isOn =
-        snapshot.microphoneOn && !onlyListeners && !(reading.isWaiting && reading.use.apps.empty());
+        snapshot.microphoneOn && !onlyListeners && !(reading.wait && reading.use.apps.empty());
     return reading;
+}
+
+Seconds UseReading::unownedFor(const AppIdentity& helper, Timestamp elapsing) {
+    auto& unowned = unowned_[helper.id];
+    if (!unowned.since) {
+        unowned.since = elapsing;
+    }
+    return unowned.before + (elapsing - *unowned.since);
+}
+
+void UseReading::endSpellsBut(const std::vector<AppIdentity>& goingOn, Timestamp elapsing) {
+    for (auto& [id, unowned] : unowned_) {
+        const bool goesOn = std::ranges::any_of(
+            goingOn, [&known = id](const AppIdentity& helper) { return helper.id == known; });
+        if (unowned.since && !goesOn) {
+            unowned.before += elapsing - *unowned.since;
+            unowned.since.reset();
+        }
+    }
 }
 
 const AppIdentity& UseReading::identity(const AppRef& ref) {

@@ -22,8 +22,8 @@ public:
         std::map<Device, DeviceUse> uses;
         /// Of the microphone, now that it is known for whom they work; empty while nobody knows.
         std::vector<AppIdentity> replacedHelpers;
-        /// Whom a helper works for may still be told: another look is needed.
-        bool isWaiting = false;
+        /// Whom a helper works for may still be told: another look is needed after so long.
+        std::optional<Seconds> wait;
     };
 
     /// Both outlive this.
@@ -36,7 +36,8 @@ public:
     /// there was neither.
     std::optional<AppIdentity> seenApp(const std::string& id) const;
 
-    /// How long a helper may hold the microphone before it counts itself.
+    /// How long a helper may hold the microphone before it counts itself, all its spells together:
+    /// one that is switched on and off is none the less there.
     static constexpr Seconds ownerGrace = 1.0;
 
 private:
@@ -44,9 +45,17 @@ private:
         DeviceUse use;
         std::vector<AppIdentity> helpers;
         std::vector<AppIdentity> owners;
-        bool isWaiting = false;
+        std::optional<Seconds> wait;
+    };
+    /// How long a helper has held the microphone with nobody known for whom.
+    struct Unowned {
+        Seconds before = 0; ///< in the spells that are over
+        std::optional<Timestamp> since;
     };
 
+    /// All its spells together, the present one included, which begins now if it hasn't yet.
+    Seconds unownedFor(const AppIdentity& helper, Timestamp elapsing);
+    void endSpellsBut(const std::vector<AppIdentity>& goingOn, Timestamp elapsing);
     Microphone readMicrophone(const SystemSnapshot& snapshot, Timestamp elapsing);
     const AppIdentity& identity(const AppRef& ref);
     std::vector<AppIdentity> identities(const std::vector<AppRef>& refs);
@@ -55,7 +64,7 @@ private:
     const SettingsStore& settings_;
     /// By AppIdentity::unidentified and AppIdentity::id, for good.
     std::map<std::pair<bool, std::string>, AppIdentity> identities_;
-    std::optional<Timestamp> helperUnownedSince_;
+    std::map<std::string, Unowned> unowned_; ///< by the helper's id
 };
 
 } // namespace velmoran

@@ -85,13 +85,13 @@ TEST_F(UseReadingTest, LeavesTheSystemsOwnListeningOutAsTheSettingSays) {
 TEST_F(UseReadingTest, WaitsASecondForWhomAHelperWorks) {
     auto found = microphone({aHelper}, 10);
     EXPECT_FALSE(isOn(found));
-    EXPECT_TRUE(found.isWaiting);
+    EXPECT_TRUE(found.wait);
     found = microphone({aHelper, ref("Zoom")}, 10.9);
     EXPECT_EQ(users(found), (Names{"Zoom"}));
-    EXPECT_TRUE(found.isWaiting);
+    EXPECT_TRUE(found.wait);
     found = microphone({aHelper}, 11);
     EXPECT_EQ(users(found), (Names{"helper"}));
-    EXPECT_FALSE(found.isWaiting);
+    EXPECT_FALSE(found.wait);
     EXPECT_TRUE(found.replacedHelpers.empty());
 }
 
@@ -105,15 +105,41 @@ TEST_F(UseReadingTest, PutsTheOwnerInTheHelpersPlaceOnSpeakersToo) {
     EXPECT_EQ(users(found), (Names{"Call"}));
     EXPECT_EQ(users(found, Device::speaker), (Names{"Call"}));
     EXPECT_EQ(names(found.replacedHelpers), (Names{"helper"}));
-    EXPECT_FALSE(found.isWaiting);
+    EXPECT_FALSE(found.wait);
 }
 
 TEST_F(UseReadingTest, CountsTheWaitAnewAfterAnOwnerWasKnown) {
     microphone({aHelper}, 0);
     microphone({aHelper}, 0.5, {ref("Call")});
-    EXPECT_TRUE(microphone({aHelper}, 5).isWaiting);
-    EXPECT_TRUE(microphone({aHelper}, 5.9).isWaiting);
-    EXPECT_FALSE(microphone({aHelper}, 6).isWaiting);
+    EXPECT_TRUE(microphone({aHelper}, 5).wait);
+    EXPECT_TRUE(microphone({aHelper}, 5.9).wait);
+    EXPECT_FALSE(microphone({aHelper}, 6).wait);
+}
+
+TEST_F(UseReadingTest, AddsUpTheWaitOverTheSpellsOfAHelper) {
+    double now = 0;
+    for (int spell = 0; spell < 3; ++spell) {
+        EXPECT_FALSE(isOn(microphone({aHelper}, now)));
+        EXPECT_FALSE(isOn(reading.read({}, {now + 0.3})));
+        now += 60;
+    }
+    EXPECT_NEAR(microphone({aHelper}, now).wait.value(), 0.1, 1e-6);
+    EXPECT_EQ(users(microphone({aHelper}, now + 0.11)), (Names{"helper"}));
+    reading.read({}, {now + 0.2});
+    EXPECT_EQ(users(microphone({aHelper}, now + 60)), (Names{"helper"})) << "and at once from then";
+    microphone({aHelper}, now + 61, {ref("Call")});
+    EXPECT_TRUE(microphone({aHelper}, now + 62).wait) << "until somebody is known";
+}
+
+TEST_F(UseReadingTest, CountsTheWaitOfEachHelperByItself) {
+    machine.script.signingIDs["/usr/libexec/second"] = "com.apple.replayd";
+    const AppRef second{.name = "second", .bundleID = {}, .path = "/usr/libexec/second"};
+    microphone({aHelper}, 0);
+    microphone({aHelper, second}, 0.7);
+    const auto found = microphone({aHelper, second}, 1);
+    EXPECT_EQ(users(found), (Names{"helper"}));
+    EXPECT_NEAR(found.wait.value(), 0.7, 1e-6);
+    EXPECT_EQ(users(microphone({aHelper, second}, 1.8)), (Names{"helper", "second"}));
 }
 
 TEST_F(UseReadingTest, RemembersWhomItHasNamedAsTheyWereFirst) {
