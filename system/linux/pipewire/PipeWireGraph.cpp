@@ -42,11 +42,11 @@ PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, SocketFacts
       times_(times),
       pauses_(loop, times.pause, [this](const auto& nodes) { endPauses(nodes); }),
       identity_(facts, naming, socket_.path()),
-      confirmation_(loop, times.confirmation,
-                    [this] {
-                        isStale_ = true;
-                        publish();
-                    }),
+      counted_(loop, clock_, {times.confirmation, times.brief},
+               [this] {
+                   isStale_ = true;
+                   publish();
+               }),
       nextObjectID_(firstObjectID) {
     loop_.runAndWait([this] {
         if (!connect(true)) {
@@ -125,8 +125,7 @@ void PipeWireGraph::disconnect() {
     pauses_.clear();
     identity_.clear();
     objectIDs_.clear();
-    unconfirmed_.clear();
-    leaving_.clear();
+    counted_.clear();
     isStale_ = true;
 }
 
@@ -280,35 +279,24 @@ ClientIdentity::Who PipeWireGraph::whoIs(const GraphUses::User& user) {
 GraphPicture PipeWireGraph::livePicture() {
     GraphPicture picture;
     const auto& uses = model_.uses();
-    const bool atOnce = std::exchange(isFirstPicture_, false);
-    const auto before = std::exchange(unconfirmed_, {});
-    confirmation_.begin();
+    const bool isFirst = std::exchange(isFirstPicture_, false);
+    std::vector<CountedUses::User> users;
     for (const auto& user : uses.users) {
-        const bool isSure = atOnce || !identity_.isServed(user.client);
-        const bool hears = user.microphone && confirmation_.counts({user.client, true}, isSure);
-        const bool plays = user.speaker && confirmation_.counts({user.client, false}, isSure);
         auto who = whoIs(user);
-        GraphPicture::Process entry{
-            {.objectID = objectID(user.client != 0 ? user.client : user.node),
-             .pid = who.pid,
-             .bundleID = who.app.bundleID,
-             .isRunningInput = hears,
-             .isRunningOutput = plays},
-            std::move(who.app)};
-        for (const bool isInput : {true, false}) {
-            if (isInput ? user.microphone && !hears : user.speaker && !plays) {
-                auto& kept = unconfirmed_[{user.client, isInput}];
-                kept = {entry, user.node};
-                kept.entry.process.isRunningInput = isInput;
-                kept.entry.process.isRunningOutput = !isInput;
-            }
-        }
-        if (hears || plays) {
-            picture.processes.push_back(std::move(entry));
-        }
+        users.push_back(
+            {.client = user.client,
+             .node = user.node,
+             .app = who.app.unidentified ? std::string() : who.app.id(),
+             .isSure = isFirst || !identity_.isServed(user.client),
+             .entry = {{.objectID = objectID(user.client != 0 ? user.client : user.node),
+                        .pid = who.pid,
+                        .bundleID = who.app.bundleID,
+                        .isRunningInput = user.microphone,
+                        .isRunningOutput = user.speaker},
+                       std::move(who.app)}});
     }
-    tellOfBrief(confirmation_.end(), before);
-    picture.processes.insert(picture.processes.end(), brief_.begin(), brief_.end());
+    picture.processes = counted_.tellable(
+        std::move(users), [this](GraphSerial node) { return model_.node(node) != nullptr; });
     for (const auto& device : uses.audioDevices) {
         picture.devices.push_back(
             {objectID(device.node),
@@ -332,28 +320,6 @@ GraphPicture PipeWireGraph::livePicture() {
         picture.cameras.push_back(std::move(entry));
     }
     return picture;
-}
-
-void PipeWireGraph::tellOfBrief(const std::vector<UseConfirmation::Use>& cutShort,
-                                const std::map<UseConfirmation::Use, Unconfirmed>& before) {
-    for (const auto& use : cutShort) {
-        if (const auto known = before.find(use); known != before.end()) {
-            leaving_.push_back(known->second);
-            endOfLeaving_ = loop_.after(times_.brief, [this] { leaving_.clear(); });
-        }
-    }
-    std::erase_if(leaving_, [this](const Unconfirmed& each) {
-        const bool isGone = !model_.node(each.node);
-        if (isGone) {
-            brief_.push_back(each.entry);
-            endOfBrief_ = loop_.after(times_.brief, [this] {
-                brief_.clear();
-                isStale_ = true;
-                publish();
-            });
-        }
-        return isGone;
-    });
 }
 
 // Whoever is told of is pinned, and nobody else.

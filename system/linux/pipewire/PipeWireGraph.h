@@ -9,11 +9,12 @@
 #include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/clients/ClientIdentity.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/kernel/SteadyClock.h"
+#include "system/linux/pipewire/CountedUses.h"
 #include "system/linux/pipewire/GraphModel.h"
 #include "system/linux/pipewire/PauseGrace.h"
 #include "system/linux/pipewire/PipeWireCore.h"
 #include "system/linux/pipewire/ServerSocket.h"
-#include "system/linux/pipewire/UseConfirmation.h"
 #include "system/linux/pipewire/UseHold.h"
 
 #include <functional>
@@ -34,10 +35,11 @@ struct PipeWireTimes {
     Seconds settling = 3.0;
     Seconds firstPicture = 0.5; ///< the constructor waits no longer than this
     /// How long a stream of a PulseAudio client has to run before it counts, as one that is to
-    /// begin with a pause runs for a moment. What the first picture shows counts at once.
+    /// begin with a pause runs for a moment; all short runs of an app together. What the first
+    /// picture shows counts at once.
     Seconds confirmation = 0.02;
     /// A stream that stopped before and whose node goes within so long was no such pause: its
-    /// client has ended. It is told of for as long.
+    /// client has ended. It is told of for as long, and so is one that pauses again and again.
     Seconds brief = 0.05;
     /// How long any other client's stream may pause in the midst of its use. The end of one that
     /// pauses for longer is told so much later; that of a stream that goes is told at once.
@@ -98,11 +100,6 @@ private:
     void serverLost() override { isLost_ = true; }
     void turnEnded() override;
 
-    struct Unconfirmed {
-        GraphPicture::Process entry;
-        GraphSerial node = 0;
-    };
-
     bool connect(bool waits);
     void seekServer();
     void disconnect();
@@ -112,8 +109,6 @@ private:
     void endPauses(const std::vector<GraphSerial>& nodes);
     void publish();
     GraphPicture livePicture();
-    void tellOfBrief(const std::vector<UseConfirmation::Use>& cutShort,
-                     const std::map<UseConfirmation::Use, Unconfirmed>& before);
     std::uint32_t objectID(GraphSerial serial);
     ClientIdentity::Who whoIs(const GraphUses::User& user);
     void pin(const GraphPicture& before);
@@ -126,12 +121,8 @@ private:
     PauseGrace pauses_;
     ClientIdentity identity_;
     UseHold hold_;
-    UseConfirmation confirmation_;
-    std::map<UseConfirmation::Use, Unconfirmed> unconfirmed_;
-    std::vector<Unconfirmed> leaving_; ///< stopped a moment ago
-    Subscription endOfLeaving_;
-    std::vector<GraphPicture::Process> brief_; ///< gone, and still told of
-    Subscription endOfBrief_;
+    SteadyClock clock_;
+    CountedUses counted_;
     std::unique_ptr<PipeWireCore> core_;
     bool isComplete_ = false;
     bool isLost_ = false;

@@ -5,9 +5,10 @@
 
 namespace velmoran {
 
-UseConfirmation::UseConfirmation(Scheduler& scheduler, Seconds duration,
+UseConfirmation::UseConfirmation(Scheduler& scheduler, const Clock& clock, Seconds duration,
                                  std::function<void()> confirmed)
     : scheduler_(scheduler),
+      clock_(clock),
       duration_(duration),
       confirmed_(std::move(confirmed)) {}
 
@@ -17,35 +18,64 @@ void UseConfirmation::begin() {
     }
 }
 
-bool UseConfirmation::counts(const Use& use, bool atOnce) {
+bool UseConfirmation::counts(const Use& use, const std::string& app, bool atOnce) {
     const auto [found, isNew] = entries_.try_emplace(use);
     auto& entry = found->second;
     entry.isThere = true;
-    if (isNew && (atOnce || duration_ <= 0)) {
-        entry.isConfirmed = true;
-    } else if (isNew) {
-        const auto first = std::min(duration_, longestFalseStart);
-        entry.timer = scheduler_.after(first, [this, use, left = duration_ - first] {
-            auto& lasting = entries_.at(use);
-            lasting.isNoFalseStart = true;
-            lasting.timer = scheduler_.after(left, [this, use] {
-                entries_.at(use).isConfirmed = true;
-                confirmed_();
-            });
-        });
+    if (isNew) {
+        entry.account = {app, use.isInput};
+        entry.since = clock_.now();
+        entry.isSure = atOnce || duration_ <= 0;
+        entry.isConfirmed = entry.isSure;
+        if (!entry.isSure) {
+            await(use, entry);
+        }
     }
     return entry.isConfirmed;
 }
 
-std::vector<UseConfirmation::Use> UseConfirmation::end() {
-    std::vector<Use> cutShort;
-    for (const auto& [use, entry] : entries_) {
-        if (!entry.isThere && !entry.isConfirmed && entry.isNoFalseStart) {
-            cutShort.push_back(use);
-        }
+void UseConfirmation::await(const Use& use, Entry& entry) {
+    const auto before = short_.find(entry.account);
+    const auto left = duration_ - (before == short_.end() ? 0 : before->second.together);
+    if (left <= 0) {
+        entry.isConfirmed = true;
+        return;
     }
-    std::erase_if(entries_, [](const auto& each) { return !each.second.isThere; });
-    return cutShort;
+    const auto first = std::min(left, longestFalseStart);
+    entry.timer = scheduler_.after(first, [this, use, rest = left - first] {
+        auto& lasting = entries_.at(use);
+        lasting.isNoFalseStart = true;
+        lasting.timer = scheduler_.after(rest, [this, use] {
+            entries_.at(use).isConfirmed = true;
+            confirmed_();
+        });
+    });
+}
+
+std::vector<UseConfirmation::Ended> UseConfirmation::end() {
+    std::vector<Ended> ended;
+    std::erase_if(entries_, [&](const auto& each) {
+        const auto& [use, entry] = each;
+        if (entry.isThere || entry.isSure) {
+            return !entry.isThere;
+        }
+        if (const auto lasted = clock_.now() - entry.since; lasted < duration_) {
+            addShort(entry.account, lasted);
+            if (entry.isConfirmed || entry.isNoFalseStart) {
+                ended.push_back({use, entry.isConfirmed});
+            }
+        } else {
+            short_.erase(entry.account);
+        }
+        return true;
+    });
+    return ended;
+}
+
+void UseConfirmation::addShort(const Account& account, Seconds lasted) {
+    auto& all = short_[account];
+    all.together += lasted;
+    all.forgetting = scheduler_.after(memory, [this, account] { short_.erase(account); });
 }
 
 } // namespace velmoran
