@@ -68,7 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     GraphSerial serial = 1;
     while (!bytes.atEnd()) {
         const auto action = bytes.next();
-        switch (action % 6) {
+        switch (action % 7) {
         case 0:
             model.addClient(bytes.id(), serial++);
             break;
@@ -108,6 +108,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
         case 4:
             model.remove(bytes.id());
+            break;
+        case 5:
+            model.markRelay(1 + bytes.next() % serial);
             break;
         default:
             check(model);

@@ -12,4 +12,8 @@ bool servesOthers(pid_t pid, const ProcFs& proc, const WriteProtection& protecti
            protection.protects(*executable);
 }
 
+bool passesSoundOn(std::string_view program) {
+    return isListed(fileName(program), "pipewire pipewire-pulse pw-loopback pw-cli");
+}
+
 } // namespace velmoran

@@ -1,5 +1,8 @@
 #include "system/linux/pipewire/GraphModel.h"
 
+#include "system/linux/pipewire/GraphFlow.h"
+#include "system/linux/pipewire/NodeClass.h"
+
 #include <algorithm>
 #include <string_view>
 #include <utility>
@@ -8,116 +11,40 @@ namespace velmoran {
 
 namespace {
 
-bool isOfClass(const GraphNode& node, std::string_view wanted) {
-    const std::string_view mediaClass = node.mediaClass;
-    return mediaClass.starts_with(wanted) &&
-           (mediaClass.size() == wanted.size() || mediaClass[wanted.size()] == '/');
-}
+using Group = std::vector<std::size_t>;
 
-bool isMicrophone(const GraphNode& node) {
-    return isOfClass(node, "Audio/Source") || isOfClass(node, "Audio/Duplex");
-}
-
-bool isSpeaker(const GraphNode& node) {
-    return isOfClass(node, "Audio/Sink") || isOfClass(node, "Audio/Duplex");
-}
-
-bool isCamera(const GraphNode& node) {
-    return isOfClass(node, "Video/Source") && node.mediaRole == "Camera";
-}
-
-bool isDevice(const GraphNode& node) {
-    return isMicrophone(node) || isSpeaker(node) || isOfClass(node, "Video/Source");
-}
-
-/// One running or pausing node with its links to others of that kind.
-struct Vertex {
-    const GraphNode* node = nullptr;
-    GraphSerial client = 0;
-    std::vector<std::size_t> feeds;      ///< whoever gets anything of its output
-    std::vector<std::size_t> playedFrom; ///< whoever's own output it gets, not a monitor's copy
-    std::vector<std::size_t> groupMates; ///< of the same client and link group
-    bool isBesideStream = false;         ///< linked with somebody that is no device
-};
-
-using Vertices = std::vector<Vertex>;
-
-/// Everything that the data of some origins reaches. What an app does inside isn't known, so its
-/// outputs are taken to carry what its inputs get. Only into a device such a guess isn't followed:
-/// else whoever records what a speaker plays would use the microphone of every mixer before it.
-class Flow {
-public:
-    explicit Flow(const Vertices& vertices)
-        : vertices_(vertices),
-          received_(vertices.size(), Certainty::none),
-          sent_(vertices.size(), Certainty::none) {}
-
-    void spreadFrom(std::size_t origin) {
-        send(origin, Certainty::sure);
-        while (!pending_.empty()) {
-            const auto index = pending_.back();
-            pending_.pop_back();
-            for (const auto other : vertices_[index].feeds) {
-                receive(other, sent_[index]);
+void join(GraphVertices& vertices, const Group& from, const Group& to) {
+    for (const auto one : from) {
+        for (const auto other : to) {
+            if (other != one) {
+                vertices[one].passesTo.push_back(other);
             }
         }
     }
-    bool hasReached(std::size_t index) const { return received_[index] != Certainty::none; }
+}
 
-private:
-    enum class Certainty { none, guess, sure };
-
-    void send(std::size_t index, Certainty certainty) {
-        if (sent_[index] < certainty) {
-            sent_[index] = certainty;
-            pending_.push_back(index);
+/// What goes into a relay and doesn't come out of it has left the graph, by a network, a pipe or
+/// the server's own socket, and may be back in whatever relay only gives.
+void joinBeyondTheGraph(GraphVertices& vertices, const std::vector<const Group*>& relays) {
+    Group exits;
+    Group entrances;
+    for (const auto* relay : relays) {
+        const auto any = [&](bool GraphVertex::*fact) {
+            return std::any_of(relay->begin(), relay->end(),
+                               [&](auto index) { return vertices[index].*fact; });
+        };
+        const bool gets = any(&GraphVertex::gets);
+        const bool gives = any(&GraphVertex::givesOwn);
+        if (gets != gives) {
+            auto& side = gets ? exits : entrances;
+            side.insert(side.end(), relay->begin(), relay->end());
         }
     }
-
-    void receive(std::size_t index, Certainty certainty) {
-        const auto& vertex = vertices_[index];
-        if (received_[index] >= certainty ||
-            (isDevice(*vertex.node) && certainty == Certainty::guess)) {
-            return;
-        }
-        received_[index] = certainty;
-        // Outputs of a recording stream and of a device are copies of what goes in.
-        const bool copies = isDevice(*vertex.node) || isOfClass(*vertex.node, "Stream/Input");
-        send(index, copies ? certainty : Certainty::guess);
-        for (const auto mate : vertex.groupMates) {
-            send(mate, certainty);
-        }
-    }
-
-    const Vertices& vertices_;
-    std::vector<Certainty> received_;
-    std::vector<Certainty> sent_;
-    std::vector<std::size_t> pending_;
-};
-
-std::vector<bool> playing(const Vertices& vertices) {
-    std::vector<bool> plays(vertices.size(), false);
-    std::vector<std::size_t> pending;
-    for (std::size_t index = 0; index < vertices.size(); ++index) {
-        if (isSpeaker(*vertices[index].node)) {
-            pending.push_back(index);
-        }
-    }
-    while (!pending.empty()) {
-        const auto index = pending.back();
-        pending.pop_back();
-        for (const auto other : vertices[index].playedFrom) {
-            if (!plays[other] && !isDevice(*vertices[other].node)) {
-                plays[other] = true;
-                pending.push_back(other);
-            }
-        }
-    }
-    return plays;
+    join(vertices, exits, entrances);
 }
 
 /// A device whose maker is gone only passes on what it gets: whoever listens to it is the user.
-bool canBeUser(const Vertex& vertex) {
+bool canBeUser(const GraphVertex& vertex) {
     return vertex.client != 0 || !isDevice(*vertex.node);
 }
 
@@ -153,6 +80,12 @@ void GraphModel::place(std::uint32_t id, Kind kind, GraphSerial serial) {
 
 void GraphModel::addClient(std::uint32_t id, GraphSerial serial) {
     place(id, Kind::client, serial);
+}
+
+void GraphModel::markRelay(GraphSerial client) {
+    if (relays_.insert(client).second) {
+        isStale_ = true;
+    }
 }
 
 void GraphModel::setNode(GraphNode node) {
@@ -191,6 +124,7 @@ void GraphModel::remove(std::uint32_t id) {
     const auto serial = found->second.serial;
     switch (found->second.kind) {
     case Kind::client:
+        relays_.erase(serial);
         break;
     case Kind::node:
         nodes_.erase(serial);
@@ -211,6 +145,7 @@ void GraphModel::clear() {
     nodes_.clear();
     ports_.clear();
     links_.clear();
+    relays_.clear();
     isStale_ = true;
 }
 
@@ -264,9 +199,10 @@ const GraphUses& GraphModel::uses() {
 }
 
 void GraphModel::recompute() {
-    Vertices vertices;
+    GraphVertices vertices;
     std::unordered_map<GraphSerial, std::size_t> indexOf;
-    std::map<std::pair<GraphSerial, std::string_view>, std::vector<std::size_t>> groups;
+    // The link groups of a relay are the words of whoever asked for it, so it is one group.
+    std::map<std::pair<GraphSerial, std::string_view>, Group> groups;
     GraphUses uses;
     for (const auto& [serial, node] : nodes_) {
         if (isMicrophone(node) || isSpeaker(node)) {
@@ -280,11 +216,19 @@ void GraphModel::recompute() {
             continue;
         }
         const auto client = node.clientID ? serialOf(*node.clientID, Kind::client) : 0;
-        if (!node.linkGroup.empty() && client != 0) {
+        const bool isRelay = relays_.contains(client);
+        if (isRelay) {
+            groups[{client, std::string_view()}].push_back(vertices.size());
+        } else if (!node.linkGroup.empty() && client != 0) {
             groups[{client, node.linkGroup}].push_back(vertices.size());
         }
         indexOf.emplace(serial, vertices.size());
-        vertices.push_back({&node, client, {}, {}, {}});
+        vertices.push_back({.node = &node,
+                            .client = client,
+                            .isRelay = isRelay,
+                            .feeds = {},
+                            .playedFrom = {},
+                            .passesTo = {}});
     }
     for (auto& [serial, entry] : links_) {
         resolve(entry);
@@ -298,9 +242,11 @@ void GraphModel::recompute() {
         auto& into = vertices[input->second];
         from.isBesideStream = from.isBesideStream || !isDevice(*into.node);
         into.isBesideStream = into.isBesideStream || !isDevice(*from.node);
+        into.gets = true;
         from.feeds.push_back(input->second);
         const auto port = ports_.find(entry.outputPort);
         if (port == ports_.end() || !port->second.isMonitor) {
+            from.givesOwn = true;
             into.playedFrom.push_back(output->second);
         }
     }
@@ -310,17 +256,16 @@ void GraphModel::recompute() {
         device.isRunning =
             device.isRunning || (index != indexOf.end() && vertices[index->second].isBesideStream);
     }
+    std::vector<const Group*> relays;
     for (const auto& [key, members] : groups) {
-        for (const auto member : members) {
-            for (const auto other : members) {
-                if (other != member) {
-                    vertices[member].groupMates.push_back(other);
-                }
-            }
+        join(vertices, members, members);
+        if (key.second.empty()) {
+            relays.push_back(&members);
         }
     }
+    joinBeyondTheGraph(vertices, relays);
 
-    Flow sound(vertices);
+    GraphFlow sound(vertices);
     for (std::size_t index = 0; index < vertices.size(); ++index) {
         if (isMicrophone(*vertices[index].node)) {
             sound.spreadFrom(index);
@@ -342,7 +287,7 @@ void GraphModel::recompute() {
         if (origin == indexOf.end()) {
             continue;
         }
-        Flow pictures(vertices);
+        GraphFlow pictures(vertices);
         pictures.spreadFrom(origin->second);
         for (std::size_t index = 0; index < vertices.size(); ++index) {
             if (pictures.hasReached(index) && canBeUser(vertices[index])) {

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -98,6 +99,9 @@ struct GraphUses {
 class GraphModel {
 public:
     void addClient(std::uint32_t id, GraphSerial serial);
+    /// A client that only passes sound on, as a module that the server has loaded: whatever it gets
+    /// is taken to come out of it, for as long as it is there.
+    void markRelay(GraphSerial client);
     /// Adds it, or replaces what is known under its serial.
     void setNode(GraphNode node);
     void setPort(GraphPort port);
@@ -144,6 +148,7 @@ private:
     std::map<GraphSerial, GraphNode> nodes_;
     std::map<GraphSerial, GraphPort> ports_;
     std::map<GraphSerial, ResolvedLink> links_;
+    std::set<GraphSerial> relays_;
     GraphUses uses_;
     bool isStale_ = false;
 };

@@ -1,6 +1,7 @@
 #include "system/linux/pipewire/PipeWireGraph.h"
 
 #include "core/text/Localizer.h"
+#include "system/linux/apps/ServingPrograms.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -138,7 +139,19 @@ void PipeWireGraph::clientAppeared(std::uint32_t id, GraphSerial serial,
 void PipeWireGraph::clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
                                     bool saysPulse) {
     identity_.described(serial, claimedPid, saysPulse);
+    // A server connects for its clients, and for what it does itself: whatever says that it is no
+    // client of PulseAudio's is taken at its word.
+    if (identity_.isServed(serial) && !saysPulse) {
+        model_.markRelay(serial);
+    }
+    markRelayByName(serial);
     isStale_ = true;
+}
+
+void PipeWireGraph::markRelayByName(GraphSerial client) {
+    if (const auto path = identity_.who(client).app.path; path && passesSoundOn(*path)) {
+        model_.markRelay(client);
+    }
 }
 
 void PipeWireGraph::nodeAppeared(std::optional<std::uint32_t> clientID) {
@@ -149,6 +162,7 @@ void PipeWireGraph::nodeAppeared(std::optional<std::uint32_t> clientID) {
     }
     if (const auto client = model_.clientWithID(*clientID); client && identity_.isReady(*client)) {
         identity_.opened(*client);
+        markRelayByName(*client);
         isStale_ = true;
     }
 }

@@ -106,6 +106,7 @@ private:
     void holdUses();
     void releaseAfter(Seconds delay);
     void heldHaveChanged();
+    void markRelayByName(GraphSerial client);
     void endPauses(const std::vector<GraphSerial>& nodes);
     void publish();
     GraphPicture livePicture();

@@ -1,7 +1,7 @@
 // A PulseAudio recorder that pauses on SIGUSR1 and goes on at SIGUSR2, keeping its stream: usage:
-// pulse-client [corked|brief]     with "corked" it begins with a pause, with "brief" it kills
-// itself
-//                                 10 ms after its stream has begun.
+// pulse-client [corked|brief|from SOURCE]
+//     with "corked" it begins with a pause, with "brief" it kills itself 10 ms after its stream has
+//     begun, with "from" it records another source than the default one.
 #include <csignal>
 #include <string_view>
 
@@ -12,6 +12,7 @@ namespace {
 struct Recorder {
     bool isCorked = false;
     bool isBrief = false;
+    const char* source = nullptr;
     pa_stream* stream = nullptr;
     pa_mainloop_api* api = nullptr;
 };
@@ -50,7 +51,7 @@ void onContext(pa_context* context, void* user) {
     recorder->stream = pa_stream_new(context, "recording", &format, nullptr);
     pa_stream_set_read_callback(recorder->stream, onData, nullptr);
     pa_stream_set_state_callback(recorder->stream, onStream, recorder);
-    pa_stream_connect_record(recorder->stream, nullptr, nullptr,
+    pa_stream_connect_record(recorder->stream, recorder->source, nullptr,
                              recorder->isCorked ? PA_STREAM_START_CORKED : PA_STREAM_NOFLAGS);
 }
 
@@ -69,6 +70,9 @@ int main(int count, char** arguments) {
     Recorder recorder;
     recorder.isCorked = count > 1 && std::string_view(arguments[1]) == "corked";
     recorder.isBrief = count > 1 && std::string_view(arguments[1]) == "brief";
+    if (count > 2 && std::string_view(arguments[1]) == "from") {
+        recorder.source = arguments[2];
+    }
     pa_mainloop* loop = pa_mainloop_new();
     recorder.api = pa_mainloop_get_api(loop);
     pa_signal_init(recorder.api);

@@ -46,5 +46,16 @@ TEST_F(ServingProgramsTest, AreNotThoseThatAnybodyCanHavePutThere) {
     EXPECT_FALSE(serves(7));
 }
 
+TEST(ServingPrograms, PassSoundOnByTheirNames) {
+    for (const auto* name : {"/usr/bin/pipewire", "/usr/bin/pipewire-pulse", "/usr/bin/pw-loopback",
+                             "/usr/bin/pw-cli"}) {
+        EXPECT_TRUE(passesSoundOn(name)) << name;
+    }
+    for (const auto* name :
+         {"", "/usr/bin/wireplumber", "/usr/bin/pw-record", "/opt/pipewire/app"}) {
+        EXPECT_FALSE(passesSoundOn(name)) << name;
+    }
+}
+
 } // namespace
 } // namespace velmoran

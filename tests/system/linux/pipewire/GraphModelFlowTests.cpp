@@ -90,6 +90,83 @@ TEST(GraphModelFlow, FollowsNoLinkGroupOfAnotherClient) {
     EXPECT_FALSE(graph.hears(third));
 }
 
+TEST(GraphModelFlow, FollowsARelayWhateverItsNodesSayOfThemselves) {
+    for (const char* mediaClass : {"Stream/Input/Audio", "Audio/Sink", "", "x"}) {
+        Desktop graph;
+        const auto loop = graph.relay();
+        const auto sink = graph.node(graph.relay(), "Audio/Sink");
+        const auto capture = graph.node(loop, mediaClass, State::running, "in");
+        graph.link(graph.node(loop, "Stream/Output/Audio", State::running, "out"), sink);
+        graph.link(sink, graph.node(graph.app, "Stream/Input/Audio"), true);
+        EXPECT_FALSE(graph.hears(graph.app)) << mediaClass;
+        graph.link(graph.microphone, capture);
+        EXPECT_TRUE(graph.hears(graph.app)) << mediaClass;
+        EXPECT_TRUE(graph.hears(loop)) << mediaClass;
+    }
+}
+
+TEST(GraphModelFlow, FollowsOneRelayIntoAnother) {
+    Desktop graph;
+    auto next = graph.microphone;
+    for (int number = 0; number < 3; ++number) {
+        const auto loop = graph.relay();
+        const auto sink = graph.node(std::nullopt, "Audio/Sink");
+        graph.link(next, graph.node(loop, "Stream/Input/Audio", State::running, "in"));
+        graph.link(graph.node(loop, "Stream/Output/Audio", State::running, "out"), sink);
+        next = sink;
+    }
+    graph.link(next, graph.node(graph.app, "Stream/Input/Audio"), true);
+    EXPECT_TRUE(graph.hears(graph.app));
+}
+
+TEST(GraphModelFlow, TakesWhatLeavesTheGraphByARelayToComeBackByAnother) {
+    Desktop graph;
+    const auto sender = graph.relay();
+    const auto receiver = graph.relay();
+    graph.link(graph.microphone, graph.node(sender, "Stream/Input/Audio"));
+    const auto output = graph.node(receiver, "Stream/Output/Audio");
+    graph.link(output, graph.speaker);
+    graph.link(graph.speaker, graph.node(graph.app, "Stream/Input/Audio"), true);
+    EXPECT_TRUE(graph.hears(graph.app));
+    // One that passes on within the graph sends nothing out of it.
+    graph.link(graph.node(sender, "Stream/Output/Audio"), graph.node(std::nullopt, "Audio/Sink"));
+    EXPECT_FALSE(graph.hears(graph.app));
+}
+
+TEST(GraphModelFlow, LeavesASinkOfARelayAloneThatNobodyPlaysTo) {
+    Desktop graph;
+    graph.link(graph.microphone, graph.node(graph.relay(), "Stream/Input/Audio"));
+    const auto idle = graph.node(graph.relay(), "Audio/Sink");
+    graph.link(idle, graph.node(graph.app, "Stream/Input/Audio"), true);
+    EXPECT_FALSE(graph.hears(graph.app));
+}
+
+TEST(GraphModelFlow, KeepsTheRelaysOfOneServerApart) {
+    Desktop graph;
+    const auto loop = graph.relay();
+    graph.link(graph.microphone, graph.node(loop, "Stream/Input/Audio"));
+    graph.link(graph.node(loop, "Stream/Output/Audio"), graph.speaker);
+    const auto music = graph.relay();
+    const auto mix = graph.node(std::nullopt, "Audio/Sink");
+    const auto front = graph.node(music, "Audio/Sink");
+    graph.link(graph.node(graph.other, "Stream/Output/Audio"), front);
+    graph.link(graph.node(music, "Stream/Output/Audio"), mix);
+    graph.link(mix, graph.node(graph.app, "Stream/Input/Audio"), true);
+    EXPECT_FALSE(graph.hears(graph.app));
+    EXPECT_TRUE(graph.hears(loop));
+}
+
+TEST(GraphModelFlow, ForgetsARelayWithItsClient) {
+    Desktop graph;
+    const auto loop = graph.relay();
+    graph.link(graph.microphone, graph.node(loop, "Stream/Input/Audio"));
+    graph.link(graph.node(loop, "Stream/Output/Audio"), graph.speaker);
+    graph.link(graph.speaker, graph.node(graph.app, "Stream/Input/Audio"), true);
+    EXPECT_TRUE(graph.hears(graph.app));
+    graph.model.remove(loop);
+    EXPECT_FALSE(graph.hears(graph.app));
+}
+
 TEST(GraphModelFlow, FollowsAMicrophoneThatIsPlayedToASinkToWhoeverRecordsTheSink) {
     Desktop graph;
     const auto sink = graph.node(std::nullopt, "Audio/Sink");

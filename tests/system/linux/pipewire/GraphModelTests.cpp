@@ -242,6 +242,7 @@ RC_GTEST_PROP(GraphModel, DependsOnWhatThereIsAndNotOnHowItCame, ()) {
     for (std::uint32_t client = 1; client <= 3; ++client) {
         model.addClient(client, client);
     }
+    model.markRelay(3);
     for (std::uint32_t index = 0; index < count; ++index) {
         GraphNode node;
         node.id = 100 + index;
@@ -275,6 +276,7 @@ RC_GTEST_PROP(GraphModel, DependsOnWhatThereIsAndNotOnHowItCame, ()) {
         }
     }
     GraphModel fresh;
+    fresh.markRelay(3);
     std::reverse(nodes.begin(), nodes.end());
     std::reverse(links.begin(), links.end());
     for (const auto& link : links) {

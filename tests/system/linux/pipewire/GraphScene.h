@@ -24,6 +24,11 @@ public:
         model.addClient(id, id + serialOffset);
         return id;
     }
+    std::uint32_t relay() {
+        const auto id = client();
+        model.markRelay(id + serialOffset);
+        return id;
+    }
     std::uint32_t node(std::optional<std::uint32_t> client, std::string mediaClass,
                        State state = State::running, std::string linkGroup = {}) {
         GraphNode node;
