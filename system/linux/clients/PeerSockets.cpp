@@ -1,14 +1,17 @@
 #include "system/linux/clients/PeerSockets.h"
 
 #include "system/linux/apps/WriteProtection.h"
+#include "system/linux/clients/TcpSockets.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 
 #include <fcntl.h>
+#include <linux/inet_diag.h>
 #include <linux/rtnetlink.h>
 #include <linux/unix_diag.h>
+#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -96,6 +99,20 @@ std::vector<SocketPair> PeerSockets::pairs() {
         return parseUnixDump(bytes, size, found);
     });
     return found;
+}
+
+std::vector<SocketPair> PeerSockets::acceptedOverTcp() {
+    std::vector<TcpSocket> sockets;
+    for (const auto family : {AF_INET, AF_INET6}) {
+        inet_diag_req_v2 request{};
+        request.sdiag_family = static_cast<std::uint8_t>(family);
+        request.sdiag_protocol = IPPROTO_TCP;
+        request.idiag_states = (1U << TCP_ESTABLISHED) | (1U << TCP_LISTEN);
+        diag_.dump(request, [&](const std::byte* bytes, std::size_t size) {
+            return parseTcpDump(bytes, size, sockets);
+        });
+    }
+    return acceptedPairs(sockets);
 }
 
 std::vector<std::uint64_t> PeerSockets::socketsOf(pid_t pid) {

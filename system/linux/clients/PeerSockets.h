@@ -17,6 +17,7 @@ public:
     explicit PeerSockets(ProcFs proc = ProcFs());
 
     std::vector<SocketPair> pairs() override;
+    std::vector<SocketPair> acceptedOverTcp() override;
     std::vector<std::uint64_t> socketsOf(pid_t pid) override;
     std::map<std::uint64_t, std::vector<pid_t>>
     holdersOf(const std::vector<std::uint64_t>& sockets) override;

@@ -27,6 +27,10 @@ public:
     virtual ~SocketFacts() = default;
     /// All that are connected now; empty also when the kernel doesn't say.
     virtual std::vector<SocketPair> pairs() = 0;
+    /// The connections over TCP that a socket of this machine has accepted which still listens.
+    /// Without names; `clientEnd` is 0 for one from another machine. Costs a walk over all TCP
+    /// sockets.
+    virtual std::vector<SocketPair> acceptedOverTcp() = 0;
     /// The sockets that the process holds; empty when it can't be looked at.
     virtual std::vector<std::uint64_t> socketsOf(pid_t pid) = 0;
     /// Who holds each of these sockets; one that nobody is seen to hold has an empty list. Costs a

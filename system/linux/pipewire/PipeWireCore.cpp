@@ -343,9 +343,9 @@ struct LiveCore final : PipeWireCore {
     static void onClientInfo(void* data, const pw_client_info* info) {
         const auto* object = static_cast<Bound*>(data);
         if (info->props != nullptr) {
-            object->owner->listener.clientDescribed(
-                object->serial, pidIn(info->props, PW_KEY_APP_PROCESS_ID),
-                textIn(info->props, PW_KEY_CLIENT_API) == "pipewire-pulse");
+            object->owner->listener.clientDescribed(object->serial,
+                                                    pidIn(info->props, PW_KEY_APP_PROCESS_ID),
+                                                    textIn(info->props, PW_KEY_CLIENT_API));
         }
     }
 

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <sys/types.h>
 
@@ -23,7 +24,7 @@ public:
                                 std::optional<pid_t> connectedPid) = 0;
     /// The client's own words, each time they change.
     virtual void clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
-                                 bool saysPulse) = 0;
+                                 std::string_view api) = 0;
     virtual void nodeAppeared(std::optional<std::uint32_t> clientID) = 0;
     /// State, or anything else of it, is now so. Comes first when the server has told its state.
     virtual void nodeChanged(const GraphNode& node) = 0;

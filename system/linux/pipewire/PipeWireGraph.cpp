@@ -43,6 +43,7 @@ PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, SocketFacts
       times_(times),
       pauses_(loop, times.pause, [this](const auto& nodes) { endPauses(nodes); }),
       identity_(facts, naming, socket_.path()),
+      receivers_(facts, naming),
       counted_(loop, clock_, {times.confirmation, times.brief},
                [this] {
                    isStale_ = true;
@@ -125,6 +126,8 @@ void PipeWireGraph::disconnect() {
     model_.clear();
     pauses_.clear();
     identity_.clear();
+    receivers_.clear();
+    networkClients_.clear();
     objectIDs_.clear();
     counted_.clear();
     isStale_ = true;
@@ -137,12 +140,16 @@ void PipeWireGraph::clientAppeared(std::uint32_t id, GraphSerial serial,
 }
 
 void PipeWireGraph::clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
-                                    bool saysPulse) {
+                                    std::string_view api) {
+    const bool saysPulse = api == "pipewire-pulse";
     identity_.described(serial, claimedPid, saysPulse);
     // A server connects for its clients, and for what it does itself: whatever says that it is no
     // client of PulseAudio's is taken at its word.
     if (identity_.isServed(serial) && !saysPulse) {
         model_.markRelay(serial);
+        if (api == "protocol-simple") {
+            networkClients_.insert(serial);
+        }
     }
     markRelayByName(serial);
     isStale_ = true;
@@ -197,6 +204,8 @@ void PipeWireGraph::endPauses(const std::vector<GraphSerial>& nodes) {
 void PipeWireGraph::objectRemoved(std::uint32_t id) {
     if (const auto client = model_.clientWithID(id)) {
         identity_.left(*client);
+        receivers_.left(*client);
+        networkClients_.erase(*client);
     }
     model_.remove(id);
 }
@@ -287,7 +296,11 @@ ClientIdentity::Who PipeWireGraph::whoIs(const GraphUses::User& user) {
         return {naming_.unidentified("node-" + std::to_string(user.node)), 0};
     }
     identity_.opened(user.client);
-    return identity_.who(user.client);
+    auto who = identity_.who(user.client);
+    if (networkClients_.contains(user.client) && who.pid > 0) {
+        return receivers_.receiver(user.client, who.pid).value_or(std::move(who));
+    }
+    return who;
 }
 
 GraphPicture PipeWireGraph::livePicture() {

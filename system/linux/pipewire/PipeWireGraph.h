@@ -7,7 +7,7 @@
 #include "core/base/Observable.h"
 #include "system/Machine.h"
 #include "system/linux/apps/ProcessNaming.h"
-#include "system/linux/clients/ClientIdentity.h"
+#include "system/linux/clients/NetworkReceivers.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/kernel/SteadyClock.h"
 #include "system/linux/pipewire/CountedUses.h"
@@ -20,7 +20,9 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -86,7 +88,7 @@ private:
     void clientAppeared(std::uint32_t id, GraphSerial serial,
                         std::optional<pid_t> connectedPid) override;
     void clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
-                         bool saysPulse) override;
+                         std::string_view api) override;
     void nodeAppeared(std::optional<std::uint32_t> clientID) override;
     void nodeChanged(const GraphNode& node) override;
     void portChanged(const GraphPort& port) override { model_.setPort(port); }
@@ -121,6 +123,8 @@ private:
     GraphModel model_;
     PauseGrace pauses_;
     ClientIdentity identity_;
+    NetworkReceivers receivers_;
+    std::set<GraphSerial> networkClients_;
     UseHold hold_;
     SteadyClock clock_;
     CountedUses counted_;

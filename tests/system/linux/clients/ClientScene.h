@@ -46,6 +46,7 @@ public:
     }
 
     std::vector<SocketPair> pairs() override { return all; }
+    std::vector<SocketPair> acceptedOverTcp() override { return {}; }
     std::vector<std::uint64_t> socketsOf(pid_t pid) override {
         if (hidden.contains(pid)) {
             return {};

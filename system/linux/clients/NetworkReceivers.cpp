@@ -1,0 +1,63 @@
+#include "system/linux/clients/NetworkReceivers.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace velmoran {
+
+NetworkReceivers::NetworkReceivers(SocketFacts& facts, ProcessNaming& naming)
+    : facts_(facts),
+      naming_(naming) {}
+
+std::optional<ClientIdentity::Who> NetworkReceivers::receiver(ClientKey client, pid_t server) {
+    if (!facts_.isSoundServer(server)) {
+        return std::nullopt;
+    }
+    auto known = entries_.find(client);
+    if (known == entries_.end()) {
+        known = entries_.emplace(client, find(client, server)).first;
+    }
+    return known->second.who;
+}
+
+NetworkReceivers::Entry NetworkReceivers::find(ClientKey client, pid_t server) {
+    const auto held = facts_.socketsOf(server);
+    auto open = facts_.acceptedOverTcp();
+    std::erase_if(open, [&](const SocketPair& pair) {
+        return std::find(held.begin(), held.end(), pair.serverEnd) == held.end() ||
+               std::any_of(entries_.begin(), entries_.end(), [&](const auto& each) {
+                   return each.second.serverEnd == pair.serverEnd;
+               });
+    });
+    Entry entry;
+    entry.serverEnd = open.size() == 1 ? open.front().serverEnd : 0;
+    const bool isElsewhere = std::all_of(
+        open.begin(), open.end(), [](const SocketPair& pair) { return pair.clientEnd == 0; });
+    if (isElsewhere) {
+        return entry;
+    }
+    std::vector<std::uint64_t> ends;
+    for (const auto& pair : open) {
+        ends.push_back(pair.clientEnd);
+    }
+    entry.who = ClientIdentity::Who{naming_.unidentified("receiver-" + std::to_string(client)), 0};
+    std::optional<ClientIdentity::Who> sole;
+    for (const auto& [end, holders] : facts_.holdersOf(ends)) {
+        if (holders.empty()) {
+            return entry; // somebody who can't be seen, or another machine
+        }
+        for (const auto pid : holders) {
+            auto app = naming_.identify(pid);
+            if (sole && !sole->app.isSameApp(app)) {
+                return entry;
+            }
+            sole = sole.value_or(ClientIdentity::Who{std::move(app), pid});
+        }
+    }
+    entry.who = sole;
+    return entry;
+}
+
+} // namespace velmoran
