@@ -243,6 +243,11 @@ std::optional<AppRef> LinuxAppNames::nameSnap(pid_t pid, const std::string& exec
 AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, ScanCache& cache) {
     // The system's own are themselves, whatever started them.
     if (linuxSystemIdentifier(executable) && cache.isProtected(executable)) {
+        const auto script =
+            isInterpreter(executable) ? scriptFile(pid, executable, proc_, cache) : std::nullopt;
+        if (script && !cache.isProtected(*script)) {
+            return named(fileOf(pid, *script, cache)); // what they do then isn't the system's
+        }
         const auto app = nameProgram(pid, executable, cache);
         return app ? *app : named(fileOf(pid, executable, cache));
     }

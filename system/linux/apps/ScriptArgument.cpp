@@ -71,6 +71,9 @@ bool isWine(std::string_view name) {
 bool isElectron(std::string_view name) {
     return withoutVersion(name) == "electron";
 }
+bool isPipeWire(std::string_view name) {
+    return isListed(name, "pipewire pipewire-pulse");
+}
 bool isMono(std::string_view name) {
     return withoutVersion(name) == "mono" || isListed(name, "mono-sgen dotnet");
 }
@@ -115,6 +118,23 @@ std::optional<std::string> loaderArgument(const std::vector<std::string>& argume
         }
         if (isListed(argument, loaderValues)) {
             ++at;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> pipeWireArgument(const std::vector<std::string>& arguments) {
+    constexpr std::string_view word = "--config";
+    for (std::size_t at = 1; at < arguments.size(); ++at) {
+        const auto& argument = arguments[at];
+        if (argument == "-c" || argument == word) {
+            return at + 1 < arguments.size() ? std::optional(arguments[at + 1]) : std::nullopt;
+        }
+        if (argument.starts_with(word) && argument.substr(word.size()).starts_with('=')) {
+            return argument.substr(word.size() + 1);
+        }
+        if (argument.starts_with("-c")) {
+            return argument.substr(2);
         }
     }
     return std::nullopt;
@@ -175,7 +195,7 @@ Option optionOf(const Grammar& grammar, std::string_view argument) {
 
 bool isInterpreter(std::string_view program) {
     const auto name = fileName(program);
-    return isJava(name) || isWine(name) || isElectron(name) || isMono(name) ||
+    return isJava(name) || isWine(name) || isElectron(name) || isMono(name) || isPipeWire(name) ||
            isDynamicLoader(name) || grammarOf(name) != nullptr;
 }
 
@@ -206,6 +226,9 @@ std::optional<std::string> scriptArgument(std::string_view program,
     }
     if (isDynamicLoader(name)) {
         return loaderArgument(arguments);
+    }
+    if (isPipeWire(name)) {
+        return pipeWireArgument(arguments);
     }
     const Grammar* grammar = grammarOf(name);
     if (!grammar) {

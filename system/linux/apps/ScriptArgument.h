@@ -12,7 +12,8 @@ namespace velmoran {
 
 /// Whether a program of that path or file name runs other programs as text or byte code: Python,
 /// Node, Perl, Ruby, Java, Wine, Electron, shells and the like, with or without a version behind
-/// the name; and the dynamic loader, which runs any program that it is given.
+/// the name; the dynamic loader, which runs any program that it is given; and PipeWire, which does
+/// what its configuration says.
 bool isInterpreter(std::string_view program);
 /// "ld-linux-x86-64.so.2" and its kind.
 bool isDynamicLoader(std::string_view program);

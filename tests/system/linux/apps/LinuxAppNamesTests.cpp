@@ -206,6 +206,15 @@ TEST_F(LinuxAppNamesTest, ACommandLineMakesNoneOfWhatNeedsNoInterpreter) {
     }
 }
 
+TEST_F(LinuxAppNamesTest, NamesASoundServerOfSomebodysByItsConfiguration) {
+    const auto server = world.program("usr/bin/pipewire");
+    const auto own = world.program("home/u/own.conf", "context.modules = [ ]\n");
+    world.proc.add(10, {.executable = server, .arguments = {"pipewire", "-c", own}});
+    world.proc.add(11, {.executable = server, .arguments = {"pipewire"}});
+    EXPECT_EQ(identify(10), file("own.conf (~)", own));
+    EXPECT_EQ(identify(11), file("pipewire", server));
+}
+
 TEST_F(LinuxAppNamesTest, ACommandLineMakesNoneOfTheProgramsThatAreNeverClosed) {
     const auto python = world.program("usr/bin/python3");
     const auto server = world.program("usr/lib/xorg/Xorg");

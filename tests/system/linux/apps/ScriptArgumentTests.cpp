@@ -37,7 +37,8 @@ TEST(ScriptArgument, KnowsInterpretersByTheirNames) {
                              "/usr/lib/x86_64-linux-gnu/ld-linux-x86-64.so.2",
                              "ld-musl-x86_64.so.1",
                              "ld-2.31.so",
-                             "ld.so"}) {
+                             "ld.so",
+                             "/usr/bin/pipewire"}) {
         EXPECT_TRUE(isInterpreter(name)) << name;
     }
     for (const char* name : {"pythonista", "firefox", "noded", "shotwell", "javaws-viewer", "", "3",
@@ -60,6 +61,10 @@ TEST(ScriptArgument, FindsTheScriptBehindTheOptions) {
         {"node", {"--inspect", "-r", "ts-node/register", "--import=x", "app.js"}, "app.js"},
         {"node", {"--require", "x", "app.js"}, "app.js"},
         {"deno", {"run", "-A", "app.ts"}, "app.ts"},
+        {"pipewire", {"-c", "own.conf"}, "own.conf"},
+        {"pipewire", {"--version", "--config", "/own.conf"}, "/own.conf"},
+        {"pipewire-pulse", {"--config=own.conf"}, "own.conf"},
+        {"pipewire", {"-cown.conf"}, "own.conf"},
         {"bash", {"-e", "-o", "pipefail", "+x", "--rcfile", "rc", "tool.sh"}, "tool.sh"},
         {"sh", {"-eu", "/usr/bin/tool", "-c"}, "/usr/bin/tool"},
         {"php", {"-d", "a=b", "-f", "tool.php"}, "tool.php"},
