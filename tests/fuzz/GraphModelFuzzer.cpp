@@ -83,6 +83,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             const auto traits = bytes.next();
             node.mediaRole = (traits & 1) != 0 ? "Camera" : "";
             node.linkGroup = (traits & 2) != 0 ? "group" : "";
+            node.lingers = (traits & 16) != 0;
             node.state = (traits & 12) != 0 ? GraphNode::State::running : GraphNode::State::idle;
             model.setNode(node);
             break;

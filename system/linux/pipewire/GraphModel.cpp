@@ -43,9 +43,11 @@ void joinBeyondTheGraph(GraphVertices& vertices, const std::vector<const Group*>
     join(vertices, exits, entrances);
 }
 
-/// A device whose maker is gone only passes on what it gets: whoever listens to it is the user.
+/// A device whose maker is gone only passes on what it gets: whoever listens to it is the user. One
+/// that names a maker whom the server doesn't vouch for may be anybody's.
 bool canBeUser(const GraphVertex& vertex) {
-    return vertex.client != 0 || !isDevice(*vertex.node);
+    const auto& node = *vertex.node;
+    return vertex.client != 0 || !isDevice(node) || (node.lingers && node.clientID);
 }
 
 void addUser(std::vector<GraphUses::User>& users, const GraphUses::User& user) {
@@ -175,6 +177,13 @@ std::optional<GraphSerial> GraphModel::clientWithID(std::uint32_t id) const {
     return serial == 0 ? std::nullopt : std::optional(serial);
 }
 
+std::optional<GraphSerial> GraphModel::ownerOf(const GraphNode& node) const {
+    const auto client =
+        node.clientID && !node.lingers ? clientWithID(*node.clientID) : std::nullopt;
+    // One that is younger than its node was only given the number of the owner, who is gone.
+    return client && *client < node.serial ? client : std::nullopt;
+}
+
 bool GraphModel::isDeviceOfRunning(GraphSerial serial) const {
     const auto* device = node(serial);
     const auto isRunningStream = [this](GraphSerial other) {
@@ -215,7 +224,7 @@ void GraphModel::recompute() {
         if (node.state < GraphNode::State::pausing) {
             continue;
         }
-        const auto client = node.clientID ? serialOf(*node.clientID, Kind::client) : 0;
+        const auto client = ownerOf(node).value_or(0);
         const bool isRelay = relays_.contains(client);
         if (isRelay) {
             groups[{client, std::string_view()}].push_back(vertices.size());

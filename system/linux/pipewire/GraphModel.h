@@ -28,12 +28,15 @@ struct GraphNode {
 
     std::uint32_t id = 0;
     GraphSerial serial = 0;
-    std::optional<std::uint32_t> clientID; ///< the server's word; absent for the server's own nodes
-    std::string mediaClass;                ///< "Audio/Source", …; empty for those without
-    std::string mediaRole;                 ///< "Camera" tells cameras from screen casts
-    std::string description;               ///< to show
-    std::string name;                      ///< of the object, if it has no description
-    std::string linkGroup;                 ///< nodes of one client that pass sound on inside it
+    std::optional<std::uint32_t> clientID; ///< absent for the server's own nodes
+    /// It outlives whoever made it. The server says of such a node in `clientID` what its maker
+    /// wanted it to say, and of all others the truth.
+    bool lingers = false;
+    std::string mediaClass;  ///< "Audio/Source", …; empty for those without
+    std::string mediaRole;   ///< "Camera" tells cameras from screen casts
+    std::string description; ///< to show
+    std::string name;        ///< of the object, if it has no description
+    std::string linkGroup;   ///< nodes of one client that pass sound on inside it
     State state = State::creating;
 
     bool operator==(const GraphNode&) const = default;
@@ -113,6 +116,8 @@ public:
     const GraphNode* node(GraphSerial serial) const;
     /// The client that has that short id now.
     std::optional<GraphSerial> clientWithID(std::uint32_t id) const;
+    /// Whose the node is, as far as the server vouches for it.
+    std::optional<GraphSerial> ownerOf(const GraphNode& node) const;
     /// Whether it is a device with a complete link to a stream that runs, as when `uses` were
     /// worked out last.
     bool isDeviceOfRunning(GraphSerial node) const;

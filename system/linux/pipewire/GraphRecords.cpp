@@ -2,6 +2,8 @@
 
 #include "system/linux/pipewire/SpaDict.h"
 
+#include <spa/utils/string.h>
+
 namespace velmoran {
 
 namespace {
@@ -40,6 +42,9 @@ void update(GraphNode& node, const spa_dict* props) {
 
 void update(GraphNode& node, const pw_node_info& info) {
     update(node, info.props);
+    if (info.props != nullptr) {
+        node.lingers = spa_atob(spa_dict_lookup(info.props, PW_KEY_OBJECT_LINGER));
+    }
     node.state = stateOf(info.state);
 }
 

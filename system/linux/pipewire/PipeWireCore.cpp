@@ -226,7 +226,6 @@ struct LiveCore final : PipeWireCore {
                     self->sinkMayMatter();
                 }
             }
-            self->listener.nodeAppeared(numberIn<std::uint32_t>(props, PW_KEY_CLIENT_ID));
         } else if (kind == PW_TYPE_INTERFACE_Port) {
             self->listener.portChanged({id, *serial, textIn(props, PW_KEY_PORT_MONITOR) == "true"});
         } else if (kind == PW_TYPE_INTERFACE_Link) {

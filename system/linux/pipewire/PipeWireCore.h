@@ -25,7 +25,6 @@ public:
     /// The client's own words, each time they change.
     virtual void clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
                                  std::string_view api) = 0;
-    virtual void nodeAppeared(std::optional<std::uint32_t> clientID) = 0;
     /// State, or anything else of it, is now so. Comes first when the server has told its state.
     virtual void nodeChanged(const GraphNode& node) = 0;
     virtual void portChanged(const GraphPort& port) = 0;

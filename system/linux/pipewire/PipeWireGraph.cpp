@@ -161,25 +161,19 @@ void PipeWireGraph::markRelayByName(GraphSerial client) {
     }
 }
 
-void PipeWireGraph::nodeAppeared(std::optional<std::uint32_t> clientID) {
-    // The stream runs some milliseconds later: the time to look who holds the connection. Of the
-    // many that are there at the start only those are looked at that use something.
-    if (!isComplete_ || !clientID) {
-        return;
-    }
-    if (const auto client = model_.clientWithID(*clientID); client && identity_.isReady(*client)) {
+void PipeWireGraph::nodeChanged(const GraphNode& node) {
+    auto counted = node;
+    const auto client = model_.ownerOf(node);
+    const auto* known = model_.node(node.serial);
+    if (!known && isComplete_ && client && identity_.isReady(*client)) {
+        // The stream runs some milliseconds later: the time to look who holds the connection. Of
+        // the many that are there at the start only those are looked at that use something.
         identity_.opened(*client);
         markRelayByName(*client);
         isStale_ = true;
     }
-}
-
-void PipeWireGraph::nodeChanged(const GraphNode& node) {
-    auto counted = node;
-    const auto client = node.clientID ? model_.clientWithID(*node.clientID) : std::nullopt;
     // What a PulseAudio client does while it starts, its confirmation sees to.
     if (!client || !identity_.isServed(*client)) {
-        const auto* known = model_.node(node.serial);
         counted.state = pauses_.effectiveState(
             node.serial, known != nullptr ? known->state : GraphNode::State::creating, node.state);
     }

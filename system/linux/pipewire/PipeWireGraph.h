@@ -89,7 +89,6 @@ private:
                         std::optional<pid_t> connectedPid) override;
     void clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
                          std::string_view api) override;
-    void nodeAppeared(std::optional<std::uint32_t> clientID) override;
     void nodeChanged(const GraphNode& node) override;
     void portChanged(const GraphPort& port) override { model_.setPort(port); }
     void linkChanged(const GraphLink& link) override { model_.setLink(link); }

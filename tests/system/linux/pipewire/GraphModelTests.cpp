@@ -221,6 +221,65 @@ TEST(GraphModel, AcceptsALinkThatIsAnnouncedBeforeItsNodes) {
     EXPECT_TRUE(graph.hears(graph.app));
 }
 
+/// A node that outlives its maker, so that the number of its client is its maker's own word.
+std::uint32_t lingeringNode(Graph& graph, std::uint32_t claimed, const std::string& mediaClass) {
+    const auto id = graph.node(claimed, mediaClass);
+    auto node = *graph.model.node(id + Graph::serialOffset);
+    node.lingers = true;
+    graph.model.setNode(node);
+    return id;
+}
+
+TEST(GraphModel, BlamesNobodyByTheNumberOnANodeThatLingers) {
+    for (const char* mediaClass : {"Stream/Input/Audio", "Audio/Sink", ""}) {
+        Desktop graph;
+        const auto node = lingeringNode(graph, graph.app, mediaClass);
+        graph.link(graph.microphone, node);
+        EXPECT_FALSE(graph.hears(graph.app)) << mediaClass;
+        const auto& users = graph.model.uses().users;
+        ASSERT_EQ(users.size(), 1U) << mediaClass << ": but somebody does";
+        EXPECT_EQ(users[0].client, 0U);
+        EXPECT_TRUE(users[0].microphone);
+    }
+}
+
+TEST(GraphModel, LeadsNoSoundIntoTheGroupOfAnotherByANodeThatLingers) {
+    Desktop graph;
+    const auto innocent = graph.node(graph.app, "Stream/Output/Audio", State::running, "group");
+    graph.link(innocent, graph.speaker);
+    const auto id = graph.node(graph.app, "Stream/Input/Audio", State::running, "group");
+    auto node = *graph.model.node(id + Graph::serialOffset);
+    node.lingers = true;
+    graph.model.setNode(node);
+    graph.link(graph.microphone, id);
+    EXPECT_FALSE(graph.hears(graph.app));
+    EXPECT_TRUE(graph.plays(graph.app));
+}
+
+TEST(GraphModel, CountsNoDeviceThatLingersWithoutANumber) {
+    Desktop graph;
+    const auto id = graph.node(std::nullopt, "Audio/Sink");
+    auto node = *graph.model.node(id + Graph::serialOffset);
+    node.lingers = true;
+    graph.model.setNode(node);
+    graph.link(graph.microphone, id);
+    EXPECT_TRUE(graph.model.uses().users.empty()) << "whoever listens to it is the user";
+    const auto listener = graph.node(graph.app, "Stream/Input/Audio");
+    graph.link(id, listener, true);
+    EXPECT_TRUE(graph.hears(graph.app));
+}
+
+TEST(GraphModel, BlamesNobodyWhoGotTheNumberOfAnother) {
+    Desktop graph;
+    const auto node = graph.node(graph.app, "Stream/Input/Audio");
+    graph.link(graph.microphone, node);
+    EXPECT_TRUE(graph.hears(graph.app));
+    graph.model.remove(graph.app);
+    graph.model.addClient(graph.app, 5000);
+    ASSERT_EQ(graph.model.uses().users.size(), 1U);
+    EXPECT_EQ(graph.model.uses().users[0].client, 0U);
+}
+
 TEST(GraphModel, ForgetsEverythingWhenCleared) {
     Desktop graph;
     graph.link(graph.microphone, graph.node(graph.app, "Stream/Input/Audio"));
