@@ -223,6 +223,10 @@ public:
     /// `arrived` is called on any thread whenever a device with input has appeared, for as long as
     /// the handle is kept; not for those that are there already. Main thread.
     [[nodiscard]] virtual Subscription onArrival(std::function<void()> arrived) = 0;
+    /// `unmuted` is called on any thread whenever somebody else has unmuted a device under the mute
+    /// of the last call, for as long as the handle is kept. By then it is being muted again. Main
+    /// thread.
+    [[nodiscard]] virtual Subscription onUnmuted(std::function<void()> unmuted) = 0;
 };
 
 /// The remote end of a socket.

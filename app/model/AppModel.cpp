@@ -33,6 +33,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
                     .engine = engine_,
                     .notices = notices}),
       mute_({.microphones = around_.machine.microphones(),
+             .clock = around_.clock,
              .scheduler = around_.scheduler,
              .settings = settings,
              .notices = notices},

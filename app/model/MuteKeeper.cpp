@@ -1,5 +1,7 @@
 #include "app/model/MuteKeeper.h"
 
+#include "app/notices/NoticeWording.h"
+
 #include <utility>
 
 namespace velmoran {
@@ -12,6 +14,7 @@ MuteKeeper::MuteKeeper(Seams seams, Report report)
 void MuteKeeper::start() {
     keepUp(true);
     arrivals_ = seams_.microphones.onArrival(mainThread_.later([this] { noteArrival(); }));
+    unmuting_ = seams_.microphones.onUnmuted(mainThread_.later([this] { noteUnmute(); }));
 }
 
 void MuteKeeper::mute(std::function<void(const MuteOutcome&)> done) {
@@ -105,6 +108,24 @@ void MuteKeeper::noteArrival() {
     }
 }
 
+/// The machine mutes again by itself, without a wait for this thread. That would undo the unmute of
+/// another program that shares the settings, too, if this one didn't give way then.
+void MuteKeeper::noteUnmute() {
+    if (!*seams_.settings.microphoneMuted) {
+        return;
+    }
+    if (seams_.settings.muteElsewhere() == false) {
+        unmute();
+    } else if (unmutes_.add(seams_.clock.now()) && !warning_) {
+        warnOfUnmutes();
+    }
+}
+
+void MuteKeeper::warnOfUnmutes() {
+    warning_ = Uuid::random();
+    seams_.notices.show(keepsUnmutingItem(*warning_, mainThread_.whileAlive([this] { unmute(); })));
+}
+
 void MuteKeeper::keepUp(bool reported) {
     if (!*seams_.settings.microphoneMuted || repeating_) {
         return;
@@ -141,6 +162,10 @@ void MuteKeeper::adopt() {
 void MuteKeeper::unmute() {
     ++undone_;
     seams_.settings.microphoneMuted.set(false);
+    unmutes_.clear();
+    if (const auto card = std::exchange(warning_, std::nullopt)) {
+        seams_.notices.dismiss(*card);
+    }
     repeating_.reset();
     setAll(false);
 }

@@ -1,11 +1,12 @@
 // The mute of all microphones: carries it out for a stop, keeps it up until the user undoes it,
-// over restarts too, and makes up for what the sound server answers late or never. Owned by the
-// model; main thread.
+// over restarts too, makes up for what the sound server answers late or never, and tells of others
+// who keep undoing it. Owned by the model; main thread.
 #pragma once
 
 #include "app/model/SettingsStore.h"
 #include "app/notices/NoticeCenter.h"
 #include "core/base/MainThread.h"
+#include "core/base/Recurrence.h"
 #include "core/stopping/PanicController.h"
 #include "system/Machine.h"
 
@@ -24,9 +25,10 @@ public:
 
     struct Seams {
         Microphones& microphones;
+        const Clock& clock;
         Scheduler& scheduler;
         SettingsStore& settings;
-        const NoticeCenter& notices;
+        NoticeCenter& notices;
     };
 
     /// The seams outlive this. Nothing starts yet.
@@ -51,6 +53,9 @@ public:
     void adopt();
 
     static constexpr Seconds interval = 3.0;
+    /// How often others have to unmute within how long until the user is told, once for each mute.
+    static constexpr std::size_t warningTimes = 3;
+    static constexpr Seconds warningSpan = 10.0;
 
 private:
     struct Due {
@@ -62,6 +67,8 @@ private:
     void noteInEffect(const MuteAnswer& answer);
     void setCardsRight(const MuteOutcome& mute);
     void noteArrival();
+    void noteUnmute();
+    void warnOfUnmutes();
     void keepUp(bool reported);
     void keepMuted();
     void repeat();
@@ -77,8 +84,11 @@ private:
     bool isMuteDue_ = false;
     std::optional<MuteOutcome> lateMute_; ///< what was carried out after that mute's answer
     std::vector<Due> dueCards_;           ///< of stops whose mute no server has answered to
+    Recurrence unmutes_{warningTimes, warningSpan}; ///< by others
+    std::optional<Uuid> warning_; ///< of them, while this mute stands; the card may have gone
     Subscription repeating_;
     Subscription arrivals_;
+    Subscription unmuting_;
     MainThread mainThread_;
 };
 

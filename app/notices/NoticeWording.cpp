@@ -89,4 +89,11 @@ NoticeItem speakersNotMutedItem(const Uuid& id) {
     return item;
 }
 
+NoticeItem keepsUnmutingItem(const Uuid& id, std::function<void()> unmute) {
+    auto item =
+        symbolItem(id, "microphone", words().text("Another program keeps unmuting the microphone"));
+    item.buttons.push_back(button(words().text("Unmute"), false, std::move(unmute)));
+    return item;
+}
+
 } // namespace velmoran

@@ -41,4 +41,7 @@ NoticeItem speakersMutedItem(const Uuid& id, const std::optional<std::string>& p
 /// They should have been, and it failed.
 NoticeItem speakersNotMutedItem(const Uuid& id);
 
+/// Somebody else keeps undoing the mute that stands.
+NoticeItem keepsUnmutingItem(const Uuid& id, std::function<void()> unmute);
+
 } // namespace velmoran

@@ -2,6 +2,7 @@
 // to it. For tests, replays and the demo. Owned by whoever plays the recording; one thread only.
 #pragma once
 
+#include "core/base/Observable.h"
 #include "system/Machine.h"
 #include "system/MicrophoneMute.h"
 #include "system/scripted/MachineScript.h"
@@ -59,6 +60,8 @@ public:
     void restart();
     /// Somebody plugs a microphone in; `script` has it already.
     void microphoneArrived() const;
+    /// Another program unmutes a microphone under a mute; it is muted again at once.
+    void microphoneUnmuted() const { unmuted_(); }
     /// The sound server stops answering; or it wakes up and does what it was told meanwhile.
     void setSoundServerHangs(bool hangs);
 
@@ -86,6 +89,9 @@ private:
     void playWarning() override;
     void setMuted(bool muted, Answer done, Answer late) override;
     [[nodiscard]] Subscription onArrival(std::function<void()> arrived) override;
+    [[nodiscard]] Subscription onUnmuted(std::function<void()> unmuted) override {
+        return unmuted_.subscribe(std::move(unmuted));
+    }
     std::vector<Input> inputs() override;
     bool setMuteSwitch(std::uint32_t objectID, bool muted) override;
     int volumeElements() const override { return 1; }
@@ -97,6 +103,7 @@ private:
     std::unique_ptr<MicrophoneMute> mute_ =
         std::make_unique<MicrophoneMute>(static_cast<InputControls&>(*this));
     std::shared_ptr<std::function<void()>> arrived_; ///< while somebody wants to hear of it
+    Event<> unmuted_;
     bool soundServerHangs_ = false;
     std::vector<std::pair<bool, Answer>> waiting_; ///< wishes that the server hasn't taken yet
 };

@@ -194,6 +194,34 @@ TEST_P(PulseMicrophonesTest, FallSilentForARealRecorderAndAreHeardAgain) {
     EXPECT_TRUE(second.hearsSound());
 }
 
+TEST_P(PulseMicrophonesTest, FallSilentAgainWheneverOthersUnmuteThem) {
+    startServer();
+    addMicrophone("mic");
+    const Recorder recorder(session_, "mic");
+    ASSERT_TRUE(recorder.hearsSound()) << session_.logs();
+    connectTo(1);
+    std::atomic<int> unmutes = 0;
+    const auto unmuting = microphones_->onUnmuted([&] { ++unmutes; });
+    ASSERT_EQ(set(true).outcome.mutedCount, 1);
+    ASSERT_TRUE(becomes(true, "mic"));
+    for (int times = 1; times <= 5; ++times) {
+        run({"pactl", "set-source-mute", "mic", "0"});
+        EXPECT_TRUE(waitUntil([&] { return unmutes == times; })) << unmutes;
+        EXPECT_TRUE(becomes(true, "mic"));
+    }
+    EXPECT_TRUE(recorder.hearsSilence());
+    ASSERT_EQ(set(false).outcome.mutedCount, 1);
+    EXPECT_TRUE(becomes(false, "mic"));
+    EXPECT_TRUE(recorder.hearsSound());
+    EXPECT_EQ(unmutes, 5) << "the own unmute is none of others";
+    run({"pactl", "set-source-mute", "mic", "1"});
+    EXPECT_TRUE(becomes(true, "mic"));
+    run({"pactl", "set-source-mute", "mic", "0"});
+    EXPECT_TRUE(becomes(false, "mic"));
+    EXPECT_TRUE(recorder.hearsSound()) << "there is no mute to keep up";
+    EXPECT_EQ(unmutes, 5);
+}
+
 TEST_P(PulseMicrophonesTest, LeaveMonitorsOfOutputsAlone) {
     startServer();
     connect();

@@ -38,6 +38,7 @@ PulseMicrophones::~PulseMicrophones() {
         }
     });
     pulse_.remove(*this);
+    pulse_.use([this](pa_context*) { hold_.clear(); });
 }
 
 void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
@@ -63,21 +64,12 @@ void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
     });
 }
 
-Subscription PulseMicrophones::onArrival(std::function<void()> arrived) {
-    const std::lock_guard lock(arrivals_->mutex);
-    const auto handle =
-        std::make_shared<Subscription>(arrivals_->event.subscribe(std::move(arrived)));
-    return Subscription([arrivals = arrivals_, handle] {
-        const std::lock_guard guard(arrivals->mutex);
-        handle->reset();
-    });
-}
-
 // MARK: - The mirror
 
 void PulseMicrophones::connected() {
     sources_.clear();
     wishes_.clear();
+    hold_.clear();
     hasArrived_ = false;
     auto* question = pa_context_get_source_info_list(
         context(),
@@ -111,12 +103,14 @@ void PulseMicrophones::disconnected() {
         }
     }
     sources_.clear();
+    hold_.clear();
 }
 
 void PulseMicrophones::changed(unsigned, unsigned type, std::uint32_t index) {
     if (type == PA_SUBSCRIPTION_EVENT_REMOVE) {
         sources_.erase(index);
         wishes_.erase(index);
+        hold_.forget(index);
         return;
     }
     asked(pa_context_get_source_info_by_index(
@@ -146,10 +140,18 @@ void PulseMicrophones::store(const pa_source_info& info) {
     source.port = info.active_port ? info.active_port->name : "";
     source.volume = info.volume;
     source.isMuted = info.mute != 0;
-    insist(info.index, source.isMuted);
     auto& known = sources_[info.index];
     const bool hasArrived = known.serverName.empty() || known.port != source.port;
+    const bool wasMuted = known.isMuted;
     known = std::move(source);
+    if (isMuteWanted_ && !known.isMuted && !hasArrived) {
+        hold_.unmuted(info.index);
+        if (wasMuted) {
+            unmutes_();
+        }
+    } else if (!isMuteWanted_ && known.isMuted) {
+        insist(info.index);
+    }
     if (!hasArrived) {
         return;
     }
@@ -161,12 +163,12 @@ void PulseMicrophones::store(const pa_source_info& info) {
     }
 }
 
-// PipeWire leaves out a write that it takes for needless by what it last heard of the device: a
-// mute so gets lost when the unmute before it has not come through yet. When that shows, it is
+// PipeWire leaves out a write that it takes for needless by what it last heard of the device: an
+// unmute so gets lost when the mute before it has not come through yet. When that shows, it is
 // repeated.
-void PulseMicrophones::insist(std::uint32_t index, bool isMuted) {
+void PulseMicrophones::insist(std::uint32_t index) {
     const auto found = wishes_.find(index);
-    if (found == wishes_.end() || found->second.muted == isMuted) {
+    if (found == wishes_.end()) {
         return;
     }
     auto& wish = found->second;
@@ -175,14 +177,16 @@ void PulseMicrophones::insist(std::uint32_t index, bool isMuted) {
         return;
     }
     ++wish.repeats;
-    asked(pa_context_set_source_mute_by_index(context(), index, wish.muted ? 1 : 0, nullptr,
-                                              nullptr));
+    writeMute(index, false);
+}
+
+void PulseMicrophones::writeMute(std::uint32_t index, bool muted) {
+    asked(pa_context_set_source_mute_by_index(context(), index, muted ? 1 : 0, nullptr, nullptr));
 }
 
 void PulseMicrophones::tellArrivals() {
     if (std::exchange(hasArrived_, false)) {
-        const std::lock_guard lock(arrivals_->mutex);
-        arrivals_->event();
+        arrivals_();
     }
 }
 

@@ -3,9 +3,10 @@
 // server's socket in the caller's own call, and the answers come on the context's thread.
 #pragma once
 
-#include "core/base/Observable.h"
+#include "core/base/SharedEvent.h"
 #include "system/Machine.h"
 #include "system/linux/pulse/PulseContext.h"
+#include "system/linux/pulse/SilenceHold.h"
 #include "system/linux/pulse/SourceVolumes.h"
 
 #include <chrono>
@@ -13,8 +14,6 @@
 #include <functional>
 #include <list>
 #include <map>
-#include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -41,7 +40,12 @@ public:
 
     void setMuted(bool muted, Answer done, Answer late) override;
     /// A source that changes to another port (a headset in the jack) counts as one that appeared.
-    Subscription onArrival(std::function<void()> arrived) override;
+    Subscription onArrival(std::function<void()> arrived) override {
+        return arrivals_.subscribe(std::move(arrived));
+    }
+    Subscription onUnmuted(std::function<void()> unmuted) override {
+        return unmutes_.subscribe(std::move(unmuted));
+    }
 
 private:
     struct Source {
@@ -89,18 +93,13 @@ private:
         std::list<Write> writes; ///< in the order of the server's list
         Subscription alarm;
     };
-    /// Outlives this object in the handles.
-    struct Arrivals {
-        std::recursive_mutex mutex; ///< a receiver may drop its handle
-        Event<> event;
-    };
-
     void connected() override;
     void disconnected() override;
     void changed(unsigned facility, unsigned type, std::uint32_t index) override;
 
     void store(const pa_source_info& info);
-    void insist(std::uint32_t index, bool isMuted);
+    void insist(std::uint32_t index);
+    void writeMute(std::uint32_t index, bool muted);
     void tellArrivals();
     bool isMuted(std::uint32_t index, const Source& source) const;
     void beginWaiting();
@@ -119,7 +118,8 @@ private:
     static void forget(Write& write);
 
     PulseContext& pulse_;
-    std::shared_ptr<Arrivals> arrivals_ = std::make_shared<Arrivals>();
+    SharedEvent<> arrivals_;
+    SharedEvent<> unmutes_;
     // The rest is used with the context's lock held.
     std::map<std::uint32_t, Source> sources_; ///< by the server's index
     std::map<std::uint32_t, Wish> wishes_;    ///< by the server's index
@@ -129,6 +129,9 @@ private:
     bool isMuteWanted_ = false; ///< by the last call that all sources were told of
     std::set<Place> mutedHere_; ///< and not unmuted here since, nor muted before
     SourceVolumes volumes_;
+    SilenceHold hold_{pulse_, [this](std::uint32_t index) {
+                          writeMute(index, true);
+                      }};
 };
 
 } // namespace velmoran

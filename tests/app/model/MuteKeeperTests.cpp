@@ -20,6 +20,7 @@ struct FakeMicrophones final : Microphones {
     };
     std::vector<Call> calls;
     std::function<void()> arrived;
+    Event<> unmuted;
 
     void setMuted(bool muted, Answer done, Answer late) override {
         calls.push_back({muted, std::move(done), std::move(late)});
@@ -27,6 +28,9 @@ struct FakeMicrophones final : Microphones {
     Subscription onArrival(std::function<void()> callback) override {
         arrived = std::move(callback);
         return Subscription([this] { arrived = nullptr; });
+    }
+    Subscription onUnmuted(std::function<void()> callback) override {
+        return unmuted.subscribe(std::move(callback));
     }
 };
 
@@ -53,11 +57,11 @@ struct MuteKeeperTest : ::testing::Test {
     std::unique_ptr<MuteKeeper> keeper;
 
     void SetUp() override {
-        keeper =
-            std::make_unique<MuteKeeper>(MuteKeeper::Seams{microphones, time, settings, notices},
-                                         [this](bool on, const MuteAnswer& answer) {
-                                             reports.emplace_back(on, answer.mutedCount);
-                                         });
+        keeper = std::make_unique<MuteKeeper>(
+            MuteKeeper::Seams{microphones, time, time, settings, notices},
+            [this](bool on, const MuteAnswer& answer) {
+                reports.emplace_back(on, answer.mutedCount);
+            });
     }
 
     void mute() {
@@ -74,6 +78,10 @@ struct MuteKeeperTest : ::testing::Test {
     }
     void plugIn() {
         microphones.arrived();
+        time.runPosted();
+    }
+    void othersUnmute() {
+        microphones.unmuted();
         time.runPosted();
     }
     Uuid card() {
@@ -182,6 +190,68 @@ TEST_F(MuteKeeperTest, KeepsUpAtTheStartWhatTheSettingsSay) {
     EXPECT_EQ(reports, (std::vector<std::pair<bool, int>>{{true, 1}}));
     time.advanceBy(MuteKeeper::interval);
     EXPECT_EQ(microphones.calls.size(), 2U);
+}
+
+TEST_F(MuteKeeperTest, WarnsOnceWhenOthersUnmuteForTheThirdTimeWithinTenSeconds) {
+    keeper->start();
+    mute();
+    answer(0, muted(1));
+    for (int times = 0; times < 6; ++times) {
+        EXPECT_EQ(notices.items().size(), times < 3 ? 0U : 1U) << times;
+        othersUnmute();
+        time.advanceBy(0.1);
+    }
+    const auto card = notices.items().at(0);
+    EXPECT_EQ(card.title, "Another program keeps unmuting the microphone");
+    notices.close(card.id);
+    for (int times = 0; times < 6; ++times) {
+        othersUnmute();
+    }
+    EXPECT_TRUE(notices.items().empty()) << "once for each mute that stands";
+}
+
+TEST_F(MuteKeeperTest, WarnsOfNoUnmutesThatAreRare) {
+    keeper->start();
+    mute();
+    answer(0, muted(1));
+    for (int times = 0; times < 6; ++times) {
+        othersUnmute();
+        time.advanceBy(5);
+    }
+    EXPECT_TRUE(notices.items().empty());
+}
+
+TEST_F(MuteKeeperTest, UnmutesFromTheCardAndWarnsAgainUnderTheNextMute) {
+    keeper->start();
+    for (int mutes = 0; mutes < 2; ++mutes) {
+        mute();
+        answer(microphones.calls.size() - 1, muted(1));
+        for (int times = 0; times < 3; ++times) {
+            othersUnmute();
+        }
+        ASSERT_EQ(notices.items().size(), 1U);
+        const auto card = notices.items().front();
+        ASSERT_EQ(card.buttons.size(), 1U);
+        EXPECT_EQ(card.buttons[0].title, "Unmute");
+        notices.press(card.id, card.buttons[0].id);
+        EXPECT_TRUE(notices.items().empty());
+        EXPECT_FALSE(*settings.microphoneMuted);
+        EXPECT_FALSE(microphones.calls.back().muted);
+    }
+}
+
+TEST_F(MuteKeeperTest, TakesItsWarningAwayWithTheMute) {
+    keeper->start();
+    mute();
+    answer(0, muted(1));
+    for (int times = 0; times < 3; ++times) {
+        othersUnmute();
+    }
+    EXPECT_EQ(notices.items().size(), 1U);
+    keeper->unmute();
+    EXPECT_TRUE(notices.items().empty());
+    othersUnmute();
+    EXPECT_TRUE(notices.items().empty());
 }
 
 TEST_F(MuteKeeperTest, TellsNothingOnceItHasGone) {

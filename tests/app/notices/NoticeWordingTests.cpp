@@ -158,5 +158,19 @@ TEST(NoticeWording, OffersAnotherTryForAnAppThatRefused) {
     EXPECT_EQ(tries, 1);
 }
 
+// MARK: - What others do to the program
+
+TEST(NoticeWording, TellsOfSomebodyWhoKeepsUnmuting) {
+    int unmutes = 0;
+    const auto item = keepsUnmutingItem(Uuid::random(), [&] { ++unmutes; });
+    EXPECT_EQ(item.title, "Another program keeps unmuting the microphone");
+    EXPECT_EQ(item.message, std::nullopt);
+    EXPECT_FALSE(item.isStrong);
+    EXPECT_EQ(buttons(item), (Buttons{{"Unmute", false}}));
+    EXPECT_EQ(item.autoHideAfter, std::nullopt);
+    item.buttons.at(0).action();
+    EXPECT_EQ(unmutes, 1);
+}
+
 } // namespace
 } // namespace velmoran
