@@ -112,7 +112,9 @@ int main(int argc, char** argv) {
         "since\n"
         "1970-01-01 00:00:00 UTC, \"seenFromStart\": false if the use is older than that}. An app\n"
         "without a path has none. While the history can't be saved there is \"historyProblem\":\n"
-        "{\"kind\": \"notOpened\" or \"notWritten\", \"reason\": the system's words}.\n\n"
+        "{\"kind\": \"notOpened\" or \"notWritten\", \"reason\": the system's words}. \"sightTaken\" is\n"
+        "there if something has taken Velmoran's view of the sound system away: when it last did, in\n"
+        "such seconds.\n\n"
         "Exit status: 0, or 1 if Velmoran isn't running.");
     bool json = false;
     status->add_flag("--json", json, "Print JSON for other programs instead of sentences");

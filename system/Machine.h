@@ -229,6 +229,16 @@ public:
     [[nodiscard]] virtual Subscription onUnmuted(std::function<void()> unmuted) = 0;
 };
 
+/// What this program sees of the sound system, and whether others leave it that.
+class Sight {
+public:
+    virtual ~Sight() = default;
+    /// `taken` is called on any thread each time something has taken the view of the sound system
+    /// away from this program, for as long as the handle is kept. It is had back by itself. Main
+    /// thread.
+    [[nodiscard]] virtual Subscription onTaken(std::function<void()> taken) = 0;
+};
+
 /// The remote end of a socket.
 struct Connection {
     std::string address; ///< as printed
@@ -264,6 +274,7 @@ public:
     virtual Sounds& sounds() = 0;
     virtual Microphones& microphones() = 0;
     virtual Connections& connections() = 0;
+    virtual Sight& sight() = 0;
     /// Ends apps, politely and then by force. The scheduler is the main thread's and outlives it.
     virtual std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) = 0;
     /// Whether the session or the system stands on that app, so that it is never closed. Main

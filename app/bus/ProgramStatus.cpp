@@ -6,6 +6,14 @@
 
 namespace velmoran {
 
+namespace {
+
+std::int64_t wholeSeconds(Timestamp time) {
+    return static_cast<std::int64_t>(std::floor(time.seconds + secondsFromUnixEpoch));
+}
+
+} // namespace
+
 ProgramStatus statusOf(const AppModel& model) {
     ProgramStatus status;
     status.cameraOn = model.snapshot->cameraOn;
@@ -14,12 +22,14 @@ ProgramStatus statusOf(const AppModel& model) {
     status.stopping = *model.isStopping;
     status.historyProblem = *model.historyProblem;
     for (const auto& session : *model.openSessions) {
-        const auto since = std::floor(session.start.seconds + secondsFromUnixEpoch);
         status.uses.push_back(
             {.device = session.device,
              .app = {.id = session.app.id, .name = session.app.name, .path = session.app.path},
-             .since = static_cast<std::int64_t>(since),
+             .since = wholeSeconds(session.start),
              .seenFromStart = session.observedFromStart});
+    }
+    if (const auto& taken = *model.sightTaken) {
+        status.sightTaken = wholeSeconds(*taken);
     }
     return status;
 }

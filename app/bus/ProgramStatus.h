@@ -16,6 +16,10 @@ namespace velmoran {
 class AppModel;
 
 struct ProgramStatus {
+    static Timestamp timeOf(std::int64_t wholeSeconds) {
+        return {static_cast<double>(wholeSeconds) - secondsFromUnixEpoch};
+    }
+
     struct App {
         std::string id;
         std::string name;
@@ -30,7 +34,7 @@ struct ProgramStatus {
         std::int64_t since = 0;     ///< whole seconds since 1970-01-01 00:00:00 UTC
         bool seenFromStart = false; ///< otherwise the use is older than `since`
 
-        Timestamp start() const { return {static_cast<double>(since) - secondsFromUnixEpoch}; }
+        Timestamp start() const { return timeOf(since); }
         bool operator==(const Use&) const = default;
     };
 
@@ -40,6 +44,9 @@ struct ProgramStatus {
     bool stopping = false;        ///< a stop is under way
     std::vector<Use> uses;        ///< in the order in which they began to be seen
     std::optional<HistoryProblem> historyProblem = {}; ///< nothing while the history is saved
+    /// When something has taken Velmoran's view of the sound system away, the last time: whole
+    /// seconds since 1970-01-01 00:00:00 UTC.
+    std::optional<std::int64_t> sightTaken;
 
     bool operator==(const ProgramStatus&) const = default;
 };
@@ -67,6 +74,7 @@ void visitFields(MaybeConst<ProgramStatus> auto& status, auto visit) {
     visit("stopping", status.stopping);
     visit("uses", status.uses);
     visit("historyProblem", status.historyProblem);
+    visit("sightTaken", status.sightTaken);
 }
 
 } // namespace velmoran

@@ -52,6 +52,11 @@ std::vector<std::string> statusLines(const ProgramStatus& status, Timestamp now)
     if (status.stopping) {
         lines.push_back(words().text("A stop is under way"));
     }
+    if (status.sightTaken) {
+        lines.push_back(
+            words().text("Something took Velmoran's view of the sound system away (last: %@)",
+                         {moment(ProgramStatus::timeOf(*status.sightTaken), now)}));
+    }
     return lines;
 }
 

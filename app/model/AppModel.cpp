@@ -32,6 +32,15 @@ AppModel::AppModel(ModelSurroundings surroundings)
                     .settings = settings,
                     .engine = engine_,
                     .notices = notices}),
+      sightGuard_({.machine = around_.machine,
+                   .clock = around_.clock,
+                   .scheduler = around_.scheduler,
+                   .settings = settings,
+                   .notices = notices,
+                   .lastTaken = sightTaken},
+                  [this](const Uuid& card) {
+                      stopFlow_.stopInsteadOf(card, [this] { stopEverything(); });
+                  }),
       mute_({.microphones = around_.machine.microphones(),
              .clock = around_.clock,
              .scheduler = around_.scheduler,
@@ -82,6 +91,7 @@ void AppModel::start() {
     refreshHistory();
     // To come, in this place: looking whether the screen is locked.
     mute_.start();
+    sightGuard_.start();
     connectionTimer_ = around_.scheduler.every(connectionInterval, [this] { sampleConnections(); });
     around_.machine.snapshots().start(
         mainThread_.later([this](const SystemSnapshot& reading) { receive(reading); }));

@@ -8,6 +8,7 @@
 #include "app/model/MuteKeeper.h"
 #include "app/model/OutputGuard.h"
 #include "app/model/SettingsStore.h"
+#include "app/model/SightGuard.h"
 #include "app/model/StopFlow.h"
 #include "app/model/UseReading.h"
 #include "app/model/Windows.h"
@@ -72,6 +73,8 @@ public:
     Observable<bool> awayWatchOn;             ///< an away watch is running
     Observable<bool> isStopping;              ///< a stop is under way
     Observable<bool> stopShortcutUnavailable; ///< the system refused the stop shortcut
+    /// When something last took the view of the sound system away, in this run.
+    Observable<std::optional<Timestamp>> sightTaken;
 
     SettingsStore settings;
     NoticeCenter notices;
@@ -163,6 +166,7 @@ private:
     HistoryKeeper history_;
     UseReading reading_;
     OutputGuard outputGuard_;
+    SightGuard sightGuard_;
     MuteKeeper mute_;
     StopFlow stopFlow_;
     ConnectionSampler sampler_;

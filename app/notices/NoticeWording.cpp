@@ -89,6 +89,18 @@ NoticeItem speakersNotMutedItem(const Uuid& id) {
     return item;
 }
 
+NoticeItem sightTakenItem(const Uuid& id, SightTakenActions actions) {
+    auto item = symbolItem(id, "microphone",
+                           words().text("Something is hiding the microphone from Velmoran"));
+    item.isStrong = true;
+    item.message = words().text("A program on this computer keeps taking Velmoran's view of the "
+                                "sound system away. It may be listening.");
+    item.buttons.push_back(button(words().text("Stop"), true, std::move(actions.stop)));
+    item.buttons.push_back(
+        button(words().text("This was me"), false, std::move(actions.thisWasMe)));
+    return item;
+}
+
 NoticeItem keepsUnmutingItem(const Uuid& id, std::function<void()> unmute) {
     auto item =
         symbolItem(id, "microphone", words().text("Another program keeps unmuting the microphone"));

@@ -41,6 +41,15 @@ NoticeItem speakersMutedItem(const Uuid& id, const std::optional<std::string>& p
 /// They should have been, and it failed.
 NoticeItem speakersNotMutedItem(const Uuid& id);
 
+/// What the buttons of the card about a view that is taken away do.
+struct SightTakenActions {
+    std::function<void()> stop;      ///< "Stop"
+    std::function<void()> thisWasMe; ///< "This was me"
+};
+
+/// Something keeps taking the view of the sound system away.
+NoticeItem sightTakenItem(const Uuid& id, SightTakenActions actions);
+
 /// Somebody else keeps undoing the mute that stands.
 NoticeItem keepsUnmutingItem(const Uuid& id, std::function<void()> unmute);
 

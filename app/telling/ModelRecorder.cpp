@@ -23,6 +23,11 @@ ModelRecorder::ModelRecorder(AppModel& model, std::function<Seconds()> at, Repla
     }));
     subscriptions_.push_back(model_.historyProblem.subscribe(
         [this](const std::optional<HistoryProblem>& problem) { record(problem); }));
+    subscriptions_.push_back(model_.sightTaken.subscribe([this](const auto& time) {
+        if (time) {
+            writer_.write(at_(), "sightTaken");
+        }
+    }));
     subscriptions_.push_back(model_.isStopping.subscribe([this](bool stopping) {
         writer_.write(at_(), "stopping", {{"value", stopping}});
     }));

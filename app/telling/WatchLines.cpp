@@ -21,6 +21,11 @@ WatchLines::WatchLines(AppModel& model, const Clock& clock, TimeOfDay timeOfDay,
             say(problem ? HistoryWording::sentence(*problem)
                         : words().text("The history is being saved again."));
         }));
+    subscriptions_.push_back(model.sightTaken.subscribe([this](const auto& time) {
+        if (time) {
+            write(*time, words().text("Something took Velmoran's view of the sound system away."));
+        }
+    }));
 }
 
 void WatchLines::say(const std::string& sentence) {

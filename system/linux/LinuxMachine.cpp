@@ -51,12 +51,13 @@ LinuxMachine::LinuxMachine(MachineOptions options)
       outputs_(pulse_, loop_),
       microphones_(pulse_),
       connections_([this](const AppIdentity& app) { return processes_.find(app); }),
-      readings_(
-          std::make_unique<LinuxReadings>(LinuxReadings::Seams{loop_, names_, peers_, pulse_,
-                                                               [this](const std::string& name) {
-                                                                   outputs_.preferDefault(name);
-                                                               }},
-                                          options.deviceFolder.string())) {
+      readings_(std::make_unique<LinuxReadings>(
+          LinuxReadings::Seams{loop_, names_, peers_, pulse_,
+                               [this](const std::string& name) { outputs_.preferDefault(name); },
+                               [this] {
+                                   sight_.taken();
+                               }},
+          options.deviceFolder.string())) {
     loop_.runAndWait([this] { outputs_.onChange([this] { readings_->noteChange(); }); });
     monitor_ = std::make_unique<SystemMonitor>(
         MonitorReadings{loop_, readings_->audio(), readings_->cameras(), outputs_, names_,

@@ -3,6 +3,7 @@
 // program; made and destroyed on the main thread, read on a thread of its own.
 #pragma once
 
+#include "core/base/SharedEvent.h"
 #include "system/MakeMachine.h"
 #include "system/SystemMonitor.h"
 #include "system/linux/apps/LinuxAppNames.h"
@@ -38,6 +39,7 @@ public:
     Sounds& sounds() override { return *sounds_; }
     Microphones& microphones() override { return microphones_; }
     Connections& connections() override { return connections_; }
+    Sight& sight() override { return sight_; }
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
     std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) override;
@@ -45,6 +47,13 @@ public:
     std::optional<std::string> iconName(const AppRef& app) override { return names_.iconName(app); }
 
 private:
+    struct SoundSight final : Sight {
+        SharedEvent<> taken;
+        Subscription onTaken(std::function<void()> callback) override {
+            return taken.subscribe(std::move(callback));
+        }
+    };
+
     std::unique_ptr<Sounds> sounds_;
     LinuxCodeSignatures signatures_;
     LinuxAppNames names_;
@@ -56,6 +65,7 @@ private:
     PulseOutputs outputs_;
     PulseMicrophones microphones_;
     LinuxConnections connections_;
+    SoundSight sight_;
     std::unique_ptr<LinuxReadings> readings_; ///< its cameras and cards live on the loop's thread
     std::unique_ptr<SystemMonitor> monitor_;
 };

@@ -28,6 +28,9 @@ LinuxReadings::LinuxReadings(Seams seams, const std::string& deviceFolder) : sea
         if (seams_.defaultOutput) {
             defaultOutput_ = graph_->onDefaultOutput(seams_.defaultOutput);
         }
+        if (seams_.sightTaken) {
+            sightTaken_ = graph_->onSightTaken(seams_.sightTaken);
+        }
         graphServer_ = graph_->onServerChange([this] { graphServerChanged(); });
         directCameras_->onChange([this] { changed(); });
         directCards_->onChange([this] { changed(); });
@@ -39,6 +42,7 @@ LinuxReadings::~LinuxReadings() {
     seams_.loop.runAndWait([this] {
         graphChanges_.reset();
         defaultOutput_.reset();
+        sightTaken_.reset();
         graphServer_.reset();
         patience_.reset();
         streams_.reset();
@@ -89,6 +93,7 @@ void LinuxReadings::graphServerChanged() {
 }
 
 std::vector<AudioProcess> LinuxReadings::processes() {
+    graph_->checkSight();
     auto processes = graph_->processes();
     if (streams_) {
         const auto streams = streams_->processes();

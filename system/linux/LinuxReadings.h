@@ -25,6 +25,8 @@ public:
         PulseContext& pulse;
         /// Told on the loop's thread which node sound goes to by default; empty: not known.
         std::function<void(const std::string&)> defaultOutput = {};
+        /// Told on the loop's thread that something has taken the view of the sound system away.
+        std::function<void()> sightTaken = {};
     };
 
     /// How long the graph's server has to be away before one without a graph is asked: PipeWire
@@ -78,6 +80,7 @@ private:
     Subscription graphChanges_;
     Subscription graphServer_;
     Subscription defaultOutput_;
+    Subscription sightTaken_;
     Subscription patience_;
 
     std::function<void(const AttributionTable&)> receiver_;

@@ -37,7 +37,8 @@ class ScriptedMachine final : public Machine,
                               private Sounds,
                               private Microphones,
                               private InputControls,
-                              private Connections {
+                              private Connections,
+                              private Sight {
 public:
     ScriptedMachine() = default;
     explicit ScriptedMachine(MachineScript answers) : script(std::move(answers)) {}
@@ -50,6 +51,7 @@ public:
     Sounds& sounds() override { return *this; }
     Microphones& microphones() override { return *this; }
     Connections& connections() override { return *this; }
+    Sight& sight() override { return *this; }
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
     std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) override;
@@ -62,6 +64,8 @@ public:
     void microphoneArrived() const;
     /// Another program unmutes a microphone under a mute; it is muted again at once.
     void microphoneUnmuted() const { unmuted_(); }
+    /// Another program takes the view of the sound system away.
+    void takeSight() const { sightTaken_(); }
     /// The sound server stops answering; or it wakes up and does what it was told meanwhile.
     void setSoundServerHangs(bool hangs);
 
@@ -92,6 +96,9 @@ private:
     [[nodiscard]] Subscription onUnmuted(std::function<void()> unmuted) override {
         return unmuted_.subscribe(std::move(unmuted));
     }
+    [[nodiscard]] Subscription onTaken(std::function<void()> taken) override {
+        return sightTaken_.subscribe(std::move(taken));
+    }
     std::vector<Input> inputs() override;
     bool setMuteSwitch(std::uint32_t objectID, bool muted) override;
     int volumeElements() const override { return 1; }
@@ -104,6 +111,7 @@ private:
         std::make_unique<MicrophoneMute>(static_cast<InputControls&>(*this));
     std::shared_ptr<std::function<void()>> arrived_; ///< while somebody wants to hear of it
     Event<> unmuted_;
+    Event<> sightTaken_;
     bool soundServerHangs_ = false;
     std::vector<std::pair<bool, Answer>> waiting_; ///< wishes that the server hasn't taken yet
 };

@@ -21,8 +21,11 @@ ServedClients& ClientIdentity::servedBy(pid_t server) {
 }
 
 void ClientIdentity::appeared(ClientKey client, std::optional<pid_t> connectedPid, bool isNew) {
-    auto& entry = entries_[client];
-    entry = {};
+    const auto [found, isUnknown] = entries_.try_emplace(client);
+    if (!isUnknown) {
+        return;
+    }
+    auto& entry = found->second;
     entry.connectedPid = connectedPid.value_or(0);
     entry.who = cannotTell(client);
     if (entry.connectedPid <= 0) {
@@ -84,6 +87,16 @@ void ClientIdentity::left(ClientKey client) {
     if (!gone.empty() && gone.mapped().isServed) {
         servedBy(gone.mapped().connectedPid).left(client);
     }
+}
+
+void ClientIdentity::keepOnly(const std::set<ClientKey>& clients) {
+    std::vector<ClientKey> gone;
+    for (const auto& [key, entry] : entries_) {
+        if (!clients.contains(key)) {
+            gone.push_back(key);
+        }
+    }
+    std::ranges::for_each(gone, [this](ClientKey key) { left(key); });
 }
 
 void ClientIdentity::clear() {

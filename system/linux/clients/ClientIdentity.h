@@ -13,6 +13,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,8 @@ public:
 
     /// A client was announced. `connectedPid` is the server's word for the process that connected.
     /// Reads that process at once, as it may be gone soon. `isNew` is false for those that were
-    /// there before this program: their connections may have changed hands already.
+    /// there before this program: their connections may have changed hands already. One that is
+    /// known stays who it is: the reader has only connected anew.
     void appeared(ClientKey client, std::optional<pid_t> connectedPid, bool isNew);
     /// What the client says of itself has come or changed; both are its own words.
     void described(ClientKey client, std::optional<pid_t> claimedPid, bool saysPulse);
@@ -41,6 +43,8 @@ public:
     /// connection can have been handed on since.
     void opened(ClientKey client);
     void left(ClientKey client);
+    /// All others have left.
+    void keepOnly(const std::set<ClientKey>& clients);
     /// After the server has gone.
     void clear();
 

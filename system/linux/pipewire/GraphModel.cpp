@@ -184,6 +184,16 @@ std::optional<GraphSerial> GraphModel::ownerOf(const GraphNode& node) const {
     return client && *client < node.serial ? client : std::nullopt;
 }
 
+std::set<GraphSerial> GraphModel::clients() const {
+    std::set<GraphSerial> clients;
+    for (const auto& [id, object] : objects_) {
+        if (object.kind == Kind::client) {
+            clients.insert(object.serial);
+        }
+    }
+    return clients;
+}
+
 bool GraphModel::isDeviceOfRunning(GraphSerial serial) const {
     const auto* device = node(serial);
     const auto isRunningStream = [this](GraphSerial other) {

@@ -118,6 +118,7 @@ public:
     std::optional<GraphSerial> clientWithID(std::uint32_t id) const;
     /// Whose the node is, as far as the server vouches for it.
     std::optional<GraphSerial> ownerOf(const GraphNode& node) const;
+    std::set<GraphSerial> clients() const;
     /// Whether it is a device with a complete link to a stream that runs, as when `uses` were
     /// worked out last.
     bool isDeviceOfRunning(GraphSerial node) const;

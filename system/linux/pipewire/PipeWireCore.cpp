@@ -1,9 +1,11 @@
 #include "system/linux/pipewire/PipeWireCore.h"
 
-#include "core/base/Json.h"
+#include "system/linux/pipewire/DefaultOutput.h"
 #include "system/linux/pipewire/GraphRecords.h"
 #include "system/linux/pipewire/MuteAnnouncement.h"
+#include "system/linux/pipewire/SightCheck.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -16,19 +18,11 @@
 
 #include "system/linux/pipewire/SpaDict.h"
 
-#include <pipewire/extensions/metadata.h>
 #include <pipewire/impl.h>
 
 namespace velmoran {
 
 namespace {
-
-/// Under which the session manager keeps its choice, as {"name": "…"}.
-constexpr const char* defaultOutputKey = "default.audio.sink";
-// How long after a client has come the metadata is read again; and after a sink has come or gone,
-// which is when the default changes.
-constexpr Seconds untilReadAgain = 1.0;
-constexpr Seconds untilReadForSinks = 0.1;
 
 struct LiveCore final : PipeWireCore {
     // An object of the server's that this side has asked to be kept told about.
@@ -61,14 +55,13 @@ struct LiveCore final : PipeWireCore {
     pw_core* core = nullptr;
     pw_registry* registry = nullptr;
     spa_hook coreHook{};
+    spa_hook ownHook{}; ///< of this connection's client
     spa_hook registryHook{};
     Subscription watch;
     std::map<std::uint32_t, std::unique_ptr<Bound>> bound;
-    std::optional<std::uint32_t> defaultMetadata; ///< the session manager's sign of life
-    int metadataSequence = 0;                     ///< of the last time that it was read
-    bool hasDefaultOutput = false;                ///< in what came since then
-    Subscription nextReading;
-    bool isReadOnceMore = false;
+    DefaultOutput defaultOutput;
+    SightCheck sight;
+    bool isServerKnown = false;
     int syncSequence = 0;
     int syncsDone = 0;
     bool isComplete = false;
@@ -76,18 +69,21 @@ struct LiveCore final : PipeWireCore {
 
     LiveCore(EventLoop& eventLoop, PipeWireListener& receiver)
         : events(eventLoop),
-          listener(receiver) {}
+          listener(receiver),
+          defaultOutput(eventLoop, receiver) {}
     LiveCore(const LiveCore&) = delete;
     LiveCore& operator=(const LiveCore&) = delete;
 
     ~LiveCore() override {
         watch.reset();
         bound.clear();
+        defaultOutput.forget();
         if (registry != nullptr) {
             spa_hook_remove(&registryHook);
             pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
         }
         if (core != nullptr) {
+            spa_hook_remove(&ownHook);
             spa_hook_remove(&coreHook);
             pw_core_disconnect(core);
         }
@@ -135,8 +131,11 @@ struct LiveCore final : PipeWireCore {
             return false;
         }
         static const pw_core_events coreEvents{
-            .version = PW_VERSION_CORE_EVENTS, .done = onDone, .error = onError};
+            .version = PW_VERSION_CORE_EVENTS, .info = onInfo, .done = onDone, .error = onError};
         pw_core_add_listener(core, &coreHook, &coreEvents, this);
+        static const pw_client_events ownEvents{
+            .version = PW_VERSION_CLIENT_EVENTS, .info = onOwnInfo, .permissions = onPermissions};
+        pw_client_add_listener(pw_core_get_client(core), &ownHook, &ownEvents, this);
         registry = pw_core_get_registry(core, PW_VERSION_REGISTRY, 0);
         if (registry == nullptr) {
             return false;
@@ -148,7 +147,7 @@ struct LiveCore final : PipeWireCore {
         syncSequence = pw_core_sync(core, PW_ID_CORE, 0);
         watch = events.watch(pw_loop_get_fd(loop), EPOLLIN, [this](std::uint32_t) {
             pw_loop_iterate(loop, 0);
-            tellIfLost();
+            endTurn();
             // The listener may end this connection now.
             listener.turnEnded();
         });
@@ -157,36 +156,78 @@ struct LiveCore final : PipeWireCore {
 
     bool waitForPicture(Seconds patience) override {
         const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(patience);
-        while (!isComplete && !isLost) {
+        while (!isComplete && !isOver()) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
                 end - std::chrono::steady_clock::now());
             if (left.count() <= 0) {
                 return false;
             }
             pw_loop_iterate(loop, static_cast<int>(left.count()));
+            endTurn();
         }
-        tellIfLost();
         return true;
     }
 
-    void tellIfLost() {
-        if (isLost) {
+    void checkSight() override {
+        sight.doubt();
+        askForSight();
+    }
+
+    [[nodiscard]] bool isOver() const { return isLost || sight.isTaken(); }
+
+    void endTurn() {
+        if (isOver() && watch) {
             watch.reset();
             listener.serverLost();
+        } else {
+            askForSight();
+        }
+    }
+
+    void askForSight() {
+        if (!isOver() && sight.beginQuestion()) {
+            pw_client_get_permissions(pw_core_get_client(core), 0, UINT32_MAX);
+        }
+    }
+
+    static void onOwnInfo(void* data, const pw_client_info* info) {
+        static_cast<LiveCore*>(data)->sight.setOwnClient(info->id);
+    }
+
+    static void onPermissions(void* data, std::uint32_t, std::uint32_t count,
+                              const pw_permission* permissions) {
+        auto* self = static_cast<LiveCore*>(data);
+        const bool mayAllBeSeen = std::all_of(permissions, permissions + count, [](auto& each) {
+            return PW_PERM_IS_R(each.permissions);
+        });
+        for (const auto id : self->sight.answered(mayAllBeSeen)) {
+            self->forget(id);
+        }
+    }
+
+    static void onInfo(void* data, const pw_core_info* info) {
+        auto* self = static_cast<LiveCore*>(data);
+        if (!std::exchange(self->isServerKnown, true)) {
+            self->listener.serverKnown(info->cookie);
         }
     }
 
     static void onDone(void* data, std::uint32_t id, int sequence) {
         auto* self = static_cast<LiveCore*>(data);
-        if (id == PW_ID_CORE && sequence == self->metadataSequence && !self->hasDefaultOutput) {
-            self->listener.defaultOutputChanged({});
+        if (id != PW_ID_CORE) {
+            return;
         }
-        if (id != PW_ID_CORE || sequence != self->syncSequence || self->isComplete) {
+        self->defaultOutput.done(sequence);
+        if (sequence != self->syncSequence || self->isComplete) {
             return;
         }
         // The first round brings the objects' names, and asks about them; the second the answers.
         if (++self->syncsDone < 2) {
+            self->checkSight();
             self->syncSequence = pw_core_sync(self->core, PW_ID_CORE, 0);
+            return;
+        }
+        if (self->isOver()) {
             return;
         }
         self->isComplete = true;
@@ -194,9 +235,12 @@ struct LiveCore final : PipeWireCore {
     }
 
     static void onError(void* data, std::uint32_t id, int, int result, const char*) {
-        // Errors of single objects are those that were gone before they could be asked about.
+        // Errors of other objects are those that were gone before they could be asked about.
+        auto* self = static_cast<LiveCore*>(data);
         if (id == PW_ID_CORE && result == -EPIPE) {
-            static_cast<LiveCore*>(data)->isLost = true;
+            self->isLost = true;
+        } else if ((id == PW_ID_CORE || id == PW_ID_CLIENT) && result == -EACCES) {
+            self->sight.refused();
         }
     }
 
@@ -205,12 +249,15 @@ struct LiveCore final : PipeWireCore {
         auto* self = static_cast<LiveCore*>(data);
         const std::string_view kind = type;
         const auto serial = numberIn<GraphSerial>(props, PW_KEY_OBJECT_SERIAL);
+        if (self->sight.appeared(id, serial.value_or(0))) {
+            self->forget(id);
+        }
         if (!serial) {
             return;
         }
         if (kind == PW_TYPE_INTERFACE_Client) {
             self->listener.clientAppeared(id, *serial, pidIn(props, PW_KEY_SEC_PID));
-            self->clientMayRead();
+            self->defaultOutput.clientMayRead();
             static const pw_client_events clientEvents{.version = PW_VERSION_CLIENT_EVENTS,
                                                        .info = onClientInfo};
             self->bind(id, type, PW_VERSION_CLIENT, *serial, &clientEvents);
@@ -223,7 +270,7 @@ struct LiveCore final : PipeWireCore {
                 node->node.clientID = numberIn<std::uint32_t>(props, PW_KEY_CLIENT_ID);
                 update(node->node, props);
                 if (isSink(*node)) {
-                    self->sinkMayMatter();
+                    self->defaultOutput.sinkMayMatter();
                 }
             }
         } else if (kind == PW_TYPE_INTERFACE_Port) {
@@ -237,78 +284,23 @@ struct LiveCore final : PipeWireCore {
             }
         } else if (kind == PW_TYPE_INTERFACE_Metadata &&
                    textIn(props, PW_KEY_METADATA_NAME) == "default") {
-            self->defaultMetadata = id;
-            self->listener.sessionManagerChanged(true);
-            self->readMetadata();
+            self->defaultOutput.begin(self->core, self->registry, id);
         }
     }
 
     static void onGlobalRemove(void* data, std::uint32_t id) {
-        auto* self = static_cast<LiveCore*>(data);
-        if (const auto object = self->bound.find(id); object != self->bound.end()) {
+        static_cast<LiveCore*>(data)->sight.removed(id);
+    }
+
+    void forget(std::uint32_t id) {
+        if (const auto object = bound.find(id); object != bound.end()) {
             if (isSink(*object->second)) {
-                self->sinkMayMatter();
+                defaultOutput.sinkMayMatter();
             }
-            self->bound.erase(object);
+            bound.erase(object);
         }
-        if (self->defaultMetadata == id) {
-            self->defaultMetadata.reset();
-            self->listener.sessionManagerChanged(false);
-            self->listener.defaultOutputChanged({});
-        }
-        self->listener.objectRemoved(id);
-    }
-
-    // While a client's first reading of the metadata is answered, PipeWire 0.3.65 tells of changes
-    // to nobody else, then or later. Every client that comes may be one.
-    void clientMayRead() {
-        if (nextReading) {
-            isReadOnceMore = true;
-        } else {
-            readMetadataIn(untilReadAgain);
-        }
-    }
-
-    void sinkMayMatter() {
-        isReadOnceMore = true;
-        readMetadataIn(untilReadForSinks);
-    }
-
-    void readMetadataIn(Seconds delay) {
-        nextReading = events.after(delay, [this] {
-            nextReading.reset();
-            if (std::exchange(isReadOnceMore, false)) {
-                readMetadataIn(untilReadAgain);
-            }
-            readMetadata();
-        });
-    }
-
-    void readMetadata() {
-        if (!defaultMetadata) {
-            return;
-        }
-        static const pw_metadata_events metadataEvents{.version = PW_VERSION_METADATA_EVENTS,
-                                                       .property = onMetadata};
-        hasDefaultOutput = false;
-        bind(*defaultMetadata, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0, &metadataEvents);
-        metadataSequence = pw_core_sync(core, PW_ID_CORE, 0);
-    }
-
-    // Without a key all is cleared; without a value that key is.
-    static int onMetadata(void* data, std::uint32_t subject, const char* key, const char*,
-                          const char* value) {
-        if (subject == PW_ID_CORE &&
-            (key == nullptr || key == std::string_view(defaultOutputKey))) {
-            const auto choice = Json::parse(key == nullptr || value == nullptr ? "" : value,
-                                            nullptr, /*allow_exceptions=*/false);
-            const auto name = choice.is_object() ? choice.find("name") : choice.end();
-            auto* self = static_cast<Bound*>(data)->owner;
-            self->hasDefaultOutput = true;
-            self->listener.defaultOutputChanged(
-                name != choice.end() && name->is_string() ? name->get<std::string>() : "");
-        }
-        return 0;
+        defaultOutput.end(id);
+        listener.objectRemoved(id);
     }
 
     Bound* bind(std::uint32_t id, const char* type, std::uint32_t version, GraphSerial serial,
@@ -356,6 +348,10 @@ struct LiveCore final : PipeWireCore {
         auto* object = static_cast<Bound*>(data);
         update(object->node, *info);
         object->mute.nodeChanged(object->proxy, *info);
+        if (object->node.state == GraphNode::State::running) {
+            // Whoever makes it run is to be seen.
+            object->owner->sight.doubt();
+        }
         object->owner->listener.nodeChanged(object->node);
     }
 

@@ -1,6 +1,7 @@
 // One life of the connection to a PipeWire server, from the open socket until either side ends it:
 // asks for all objects that matter and hands on what the server says of them. Uses libpipewire,
-// as nobody else but MuteAnnouncement. Owned by the graph's reader; the loop's thread only.
+// as only DefaultOutput and MuteAnnouncement do beside it. Owned by the graph's reader; the loop's
+// thread only.
 #pragma once
 
 #include "system/linux/kernel/EventLoop.h"
@@ -19,6 +20,8 @@ namespace velmoran {
 class PipeWireListener {
 public:
     virtual ~PipeWireListener() = default;
+    /// Which server it is: each has a number of its own, drawn at its start. Comes first.
+    virtual void serverKnown(std::uint32_t cookie) = 0;
     /// `connectedPid` is what the server knows from the socket; absent if it says nothing.
     virtual void clientAppeared(std::uint32_t id, GraphSerial serial,
                                 std::optional<pid_t> connectedPid) = 0;
@@ -29,7 +32,8 @@ public:
     virtual void nodeChanged(const GraphNode& node) = 0;
     virtual void portChanged(const GraphPort& port) = 0;
     virtual void linkChanged(const GraphLink& link) = 0;
-    /// Any object by its short id, also one of a kind that was never told of.
+    /// Any object by its short id, also one of a kind that was never told of. It has really gone,
+    /// and isn't only hidden from this connection.
     virtual void objectRemoved(std::uint32_t id) = 0;
     /// The session manager, which makes devices and links, has come to the graph or left it.
     virtual void sessionManagerChanged(bool present) = 0;
@@ -37,7 +41,8 @@ public:
     virtual void defaultOutputChanged(const std::string& nodeName) = 0;
     /// Everything that was there at the connection's begin has been told.
     virtual void pictureIsComplete() = 0;
-    /// The server has gone. Nothing else comes.
+    /// The server has gone, or has ended the connection, or hides objects from it since another
+    /// client wanted it so. Nothing else comes that can be relied on.
     virtual void serverLost() = 0;
     /// The end of what came at once.
     virtual void turnEnded() = 0;
@@ -53,6 +58,8 @@ public:
     /// Waits on this thread until the picture is complete or the server has gone, with the calls
     /// that come of it but `turnEnded`. False if neither happened in time; it goes on by itself.
     virtual bool waitForPicture(Seconds bound) = 0;
+    /// Lets the server say whether it still shows everything, where nothing gives reason to ask.
+    virtual void checkSight() = 0;
 };
 
 } // namespace velmoran

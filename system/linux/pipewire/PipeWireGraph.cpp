@@ -4,13 +4,8 @@
 #include "system/linux/apps/ServingPrograms.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <set>
 #include <utility>
-
-#include <sys/epoll.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace velmoran {
 
@@ -19,19 +14,8 @@ namespace {
 // Far from the numbers that other readers of this machine give to their objects.
 constexpr std::uint32_t firstObjectID = 0x50000000;
 
-/// Calls back when the process ends; empty if there is none or it can't be watched, as errno says.
-Subscription onEnd(EventLoop& loop, pid_t pid, std::function<void()> callback) {
-    const int pidfd = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
-    if (pidfd < 0) {
-        return {};
-    }
-    const auto watch = std::make_shared<Subscription>(
-        loop.watch(pidfd, EPOLLIN, [call = std::move(callback)](std::uint32_t) { call(); }));
-    return Subscription([watch, pidfd] {
-        watch->reset();
-        ::close(pidfd);
-    });
-}
+/// While nothing is in use only each so manieth time that it is called for does something.
+constexpr unsigned rareCheck = 10;
 
 } // namespace
 
@@ -49,7 +33,12 @@ PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, SocketFacts
                    isStale_ = true;
                    publish();
                }),
-      nextObjectID_(firstObjectID) {
+      nextObjectID_(firstObjectID),
+      heldProcesses_(loop, [this](pid_t pid) {
+          hold_.drop(pid);
+          heldHaveChanged();
+          publish();
+      }) {
     loop_.runAndWait([this] {
         if (!connect(true)) {
             seekServer();
@@ -63,7 +52,8 @@ PipeWireGraph::~PipeWireGraph() {
     loop_.runAndWait([this] {
         release_.reset();
         pauses_.clear();
-        heldProcesses_.clear();
+        nextAttempt_.reset();
+        heldProcesses_.waitFor({});
         socket_.stop();
         core_.reset();
         for (const auto& [process, app] : shown_.processes) {
@@ -125,12 +115,31 @@ void PipeWireGraph::disconnect() {
     defaultOutputChanged({});
     model_.clear();
     pauses_.clear();
-    identity_.clear();
     receivers_.clear();
     networkClients_.clear();
-    objectIDs_.clear();
     counted_.clear();
     isStale_ = true;
+}
+
+void PipeWireGraph::serverKnown(std::uint32_t cookie) {
+    isSameServer_ = cookie_ == cookie;
+    cookie_ = cookie;
+    if (!isSameServer_) {
+        identity_.clear();
+        objectIDs_.clear();
+    } else {
+        // It goes on, and leaves nobody by itself.
+        sightTaken_();
+    }
+}
+
+void PipeWireGraph::checkSight() {
+    const bool isInUse = !shown_.processes.empty() ||
+                         std::any_of(shown_.cameras.begin(), shown_.cameras.end(),
+                                     [](const auto& camera) { return !camera.users.empty(); });
+    if (isConnected() && (isInUse || ++uneventful_ % rareCheck == 0)) {
+        core_->checkSight();
+    }
 }
 
 void PipeWireGraph::clientAppeared(std::uint32_t id, GraphSerial serial,
@@ -217,29 +226,41 @@ void PipeWireGraph::sessionManagerChanged(bool present) {
 }
 
 void PipeWireGraph::pictureIsComplete() {
+    if (isSameServer_) {
+        identity_.keepOnly(model_.clients());
+    }
     identity_.pictureCompleted();
     isComplete_ = true;
     isFirstPicture_ = true;
     isStale_ = true;
     if (hold_.isHolding()) {
-        releaseAfter(times_.settling);
+        releaseAfter(isSameServer_ ? 0 : times_.settling);
     }
 }
 
 void PipeWireGraph::turnEnded() {
     pauses_.turnEnded();
     if (isLost_) {
-        // What was shown last, not what is left of it: the server takes its objects down one by
-        // one before it goes.
-        holdUses();
-        releaseAfter(times_.absence);
-        disconnect();
-        seekServer();
+        loseServer();
     }
     publish();
     if (wasConnected_ != isConnected()) {
         wasConnected_ = isConnected();
         serverChanged_();
+    }
+}
+
+void PipeWireGraph::loseServer() {
+    // What was shown last, not what is left of it: the server takes its objects down one by one
+    // before it goes.
+    holdUses();
+    releaseAfter(times_.absence);
+    const bool wasComplete = isComplete_;
+    disconnect();
+    if (wasComplete) {
+        seekServer();
+    } else {
+        nextAttempt_ = loop_.after(times_.respite, [this] { seekServer(); });
     }
 }
 
@@ -258,22 +279,8 @@ void PipeWireGraph::releaseAfter(Seconds delay) {
 
 void PipeWireGraph::heldHaveChanged() {
     isStale_ = true;
-    const auto wanted = hold_.heldProcesses();
-    std::erase_if(heldProcesses_, [&](const auto& held) { return !wanted.contains(held.first); });
-    for (const auto pid : wanted) {
-        if (heldProcesses_.contains(pid)) {
-            continue;
-        }
-        auto watch = onEnd(loop_, pid, [this, pid] {
-            hold_.drop(pid);
-            heldHaveChanged();
-            publish();
-        });
-        if (watch) {
-            heldProcesses_.emplace(pid, std::move(watch));
-        } else if (errno == ESRCH) {
-            hold_.drop(pid);
-        }
+    for (const auto pid : heldProcesses_.waitFor(hold_.heldProcesses())) {
+        hold_.drop(pid);
     }
 }
 

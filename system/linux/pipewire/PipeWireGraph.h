@@ -9,6 +9,7 @@
 #include "system/linux/apps/ProcessNaming.h"
 #include "system/linux/clients/NetworkReceivers.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/kernel/ProcessEnds.h"
 #include "system/linux/kernel/SteadyClock.h"
 #include "system/linux/pipewire/CountedUses.h"
 #include "system/linux/pipewire/GraphModel.h"
@@ -43,6 +44,8 @@ struct PipeWireTimes {
     /// A stream that stopped before and whose node goes within so long was no such pause: its
     /// client has ended. It is told of for as long, and so is one that pauses again and again.
     Seconds brief = 0.05;
+    /// Between two connections that lose sight before they have seen everything.
+    Seconds respite = 0.02;
     /// How long any other client's stream may pause in the midst of its use. The end of one that
     /// pauses for longer is told so much later; that of a stream that goes is told at once.
     Seconds pause = 0.04;
@@ -79,12 +82,20 @@ public:
     [[nodiscard]] Subscription onServerChange(std::function<void()> callback) {
         return serverChanged_.subscribe(std::move(callback));
     }
+    /// Called on the loop's thread when something has taken this program's view of the graph away:
+    /// another client has had objects hidden from it or its connection ended.
+    [[nodiscard]] Subscription onSightTaken(std::function<void()> callback) {
+        return sightTaken_.subscribe(std::move(callback));
+    }
+    /// To be called now and then: makes sure that nothing is hidden where nothing shows it.
+    void checkSight();
     /// Called at once and on each change with the name of the node that sound goes to by default,
     /// empty when that isn't known. The loop's thread.
     [[nodiscard]] Subscription
     onDefaultOutput(const std::function<void(const std::string&)>& callback);
 
 private:
+    void serverKnown(std::uint32_t cookie) override;
     void clientAppeared(std::uint32_t id, GraphSerial serial,
                         std::optional<pid_t> connectedPid) override;
     void clientDescribed(GraphSerial serial, std::optional<pid_t> claimedPid,
@@ -104,6 +115,7 @@ private:
     bool connect(bool waits);
     void seekServer();
     void disconnect();
+    void loseServer();
     void holdUses();
     void releaseAfter(Seconds delay);
     void heldHaveChanged();
@@ -130,6 +142,10 @@ private:
     std::unique_ptr<PipeWireCore> core_;
     bool isComplete_ = false;
     bool isLost_ = false;
+    std::optional<std::uint32_t> cookie_; ///< of the last server
+    bool isSameServer_ = false;           ///< as that of the connection before
+    unsigned uneventful_ = 0;             ///< checks that were left out
+    Subscription nextAttempt_;
     bool isStale_ = false;        ///< beside the model: names, or what is held
     bool isFirstPicture_ = false; ///< of this connection
     bool wasConnected_ = false;
@@ -137,11 +153,12 @@ private:
     std::map<GraphSerial, std::uint32_t> objectIDs_;
     std::uint32_t nextObjectID_;
     Subscription release_;
-    std::map<pid_t, Subscription> heldProcesses_; ///< their ends are waited for
+    ProcessEnds heldProcesses_;
 
     GraphPicture shown_;
     Event<> changed_;
     Event<> serverChanged_;
+    Event<> sightTaken_;
     Observable<std::string> defaultOutput_;
 };
 

@@ -75,6 +75,15 @@ TEST_F(StatusLines, SayWhatAStopDoesAndLeaves) {
                                                "The microphone is muted", "A stop is under way"}));
 }
 
+TEST_F(StatusLines, SayThatTheSightWasTakenAndWhen) {
+    ProgramStatus status;
+    status.sightTaken = noon;
+    EXPECT_EQ(
+        statusLines(status, now),
+        (Lines{"Camera and microphone are off",
+               "Something took Velmoran's view of the sound system away (last: " + hour + ")"}));
+}
+
 TEST_F(StatusLines, SpeakGerman) {
     setWords(Localizer("de_DE", "UTC", catalogues("de_DE", Platform::linux)));
     ProgramStatus status;
@@ -88,6 +97,7 @@ TEST(ProgramStatus, SurvivesItsJson) {
     ProgramStatus status;
     status.cameraOn = true;
     status.stopping = true;
+    status.sightTaken = 1700049600;
     status.uses = {{.device = Device::microphone,
                     .app = {.id = "a", .name = "A\n\x1B[0m", .path = "/a"},
                     .since = 1700049600,

@@ -160,6 +160,27 @@ TEST(NoticeWording, OffersAnotherTryForAnAppThatRefused) {
 
 // MARK: - What others do to the program
 
+TEST(NoticeWording, WarnsOfASightThatIsTakenAway) {
+    std::string run;
+    const auto id = Uuid::random();
+    const auto item = sightTakenItem(id, {.stop = [&] { run += "stop "; },
+                                          .thisWasMe =
+                                              [&] {
+                                                  run += "me ";
+                                              }});
+    EXPECT_EQ(item.id, id);
+    EXPECT_TRUE(item.isStrong);
+    EXPECT_EQ(item.title, "Something is hiding the microphone from Velmoran");
+    EXPECT_EQ(item.message, "A program on this computer keeps taking Velmoran's view of the sound "
+                            "system away. It may be listening.");
+    EXPECT_EQ(buttons(item), (Buttons{{"Stop", true}, {"This was me", false}}));
+    EXPECT_EQ(item.autoHideAfter, std::nullopt);
+    for (const auto& button : item.buttons) {
+        button.action();
+    }
+    EXPECT_EQ(run, "stop me ");
+}
+
 TEST(NoticeWording, TellsOfSomebodyWhoKeepsUnmuting) {
     int unmutes = 0;
     const auto item = keepsUnmutingItem(Uuid::random(), [&] { ++unmutes; });

@@ -109,6 +109,18 @@ TEST_F(WatchLinesTest, SaysFromWhenToWhenTheHistoryIsNotSaved) {
                            "09:30:05  The history is being saved again."}));
 }
 
+TEST_F(WatchLinesTest, SaysEachTimeThatTheSightWasTaken) {
+    watch();
+    for (int times = 0; times < 2; ++times) {
+        time.advanceBy(1);
+        machine.takeSight();
+        time.runPosted();
+    }
+    const std::string sentence = "Something took Velmoran's view of the sound system away.";
+    EXPECT_EQ(written,
+              (std::vector<std::string>{"09:30:01  " + sentence, "09:30:02  " + sentence}));
+}
+
 TEST_F(WatchLinesTest, KeepsATerminalFromObeyingAName) {
     watch();
     receive(camera({appRef("\x1B]0;gone\x07\nroot\xC2\x9B\xC3\xA9")}));

@@ -73,6 +73,7 @@ public:
     Sounds& sounds() override { return paper_.sounds(); }
     Microphones& microphones() override { return paper_.microphones(); }
     Connections& connections() override { return paper_.connections(); }
+    Sight& sight() override { return paper_.sight(); }
     std::unique_ptr<AppClosing> makeCloser(Scheduler&) override {
         return std::make_unique<RealClosing>(display_, patience_);
     }

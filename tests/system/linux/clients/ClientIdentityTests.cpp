@@ -204,5 +204,18 @@ TEST_F(ClientIdentityOf, IsReadyOnceItIsKnownWhomAServerConnectedFor) {
     EXPECT_TRUE(identity.isReady(2));
 }
 
+TEST_F(ClientIdentityOf, AKnownClientStaysWhenTheReaderConnectsAnew) {
+    comesNatively(1, 10);
+    EXPECT_EQ(name(1), "/bin/10");
+    table.sockets[10].clear();
+    identity.appeared(1, 20, false);
+    identity.described(1, 20, false);
+    EXPECT_EQ(name(1), "/bin/10");
+    comesNatively(2, 30);
+    identity.keepOnly({2});
+    EXPECT_TRUE(isUnknown(name(1))) << "it has left meanwhile";
+    EXPECT_EQ(name(2), "/bin/30");
+}
+
 } // namespace
 } // namespace velmoran
