@@ -58,6 +58,7 @@ LinuxMachine::LinuxMachine(MachineOptions options)
                                    sight_.taken();
                                }},
           options.deviceFolder.string())) {
+    pulseSight_ = pulse_.onSightTaken([this] { sight_.taken(); });
     loop_.runAndWait([this] { outputs_.onChange([this] { readings_->noteChange(); }); });
     monitor_ = std::make_unique<SystemMonitor>(
         MonitorReadings{loop_, readings_->audio(), readings_->cameras(), outputs_, names_,

@@ -48,7 +48,7 @@ public:
 
 private:
     struct SoundSight final : Sight {
-        SharedEvent<> taken;
+        SharedEvent<> taken; ///< on the loop's thread, and on the context's
         Subscription onTaken(std::function<void()> callback) override {
             return taken.subscribe(std::move(callback));
         }
@@ -66,6 +66,7 @@ private:
     PulseMicrophones microphones_;
     LinuxConnections connections_;
     SoundSight sight_;
+    Subscription pulseSight_;
     std::unique_ptr<LinuxReadings> readings_; ///< its cameras and cards live on the loop's thread
     std::unique_ptr<SystemMonitor> monitor_;
 };

@@ -80,6 +80,7 @@ void LinuxReadings::useStreams() {
         std::make_unique<PulseSources>(seams_.pulse, seams_.loop, seams_.sockets, seams_.naming,
                                        PulseContext::socketPath({}).value_or(std::string()));
     streams_->onChange([this] { changed(); });
+    streams_->onSightTaken(seams_.sightTaken);
 }
 
 void LinuxReadings::graphServerChanged() {

@@ -175,5 +175,52 @@ TEST_F(PulseSourcesTest, LeaveNobodyBehindAfterManyShortClients) {
     EXPECT_TRUE(pinned().empty());
 }
 
+TEST_F(PulseSourcesTest, KeepTheUsesWhenAnotherClientEndsTheConnection) {
+    const auto pid = record("recorder", "mic").pid();
+    ASSERT_TRUE(waitUntil([&] { return records(pid); })) << session_.logs();
+    const auto before = *processOf(pid);
+    std::atomic<int> losses = 0;
+    std::atomic<int> gaps = 0;
+    loop_.runAndWait([&] {
+        sources_->onSightTaken([&] { ++losses; });
+        sources_->onChange([&] {
+            for (const auto& process : sources_->processes()) {
+                if (process == before) {
+                    return;
+                }
+            }
+            ++gaps;
+        });
+    });
+    PulseContext other("unix:" + socket());
+    for (int times = 1; times <= 3; ++times) {
+        ASSERT_TRUE(waitUntil([&] {
+            std::uint32_t own = PA_INVALID_INDEX;
+            pulse_->use([&](pa_context* context) {
+                own = context != nullptr ? pa_context_get_index(context) : PA_INVALID_INDEX;
+            });
+            return own != PA_INVALID_INDEX &&
+                   other.perform(
+                       [own](pa_context* context, pa_context_success_cb_t done, void* data) {
+                           return pa_context_kill_client(context, own, done, data);
+                       },
+                       1.0);
+        })) << session_.logs();
+        EXPECT_TRUE(waitUntil([&] { return losses == times; })) << losses;
+    }
+    const auto second = record("second", "mic").pid();
+    EXPECT_TRUE(waitUntil([&] { return records(second); })) << session_.logs();
+    EXPECT_EQ(gaps, 0);
+    session_.stop("recorder");
+    EXPECT_TRUE(waitUntil([&] { return !processOf(pid); }));
+    session_.stop("pulse");
+    EXPECT_TRUE(waitUntil([&] { return processes().empty(); }));
+    EXPECT_EQ(losses, 3);
+    loop_.runAndWait([&] {
+        sources_->onSightTaken(nullptr);
+        sources_->onChange(nullptr);
+    });
+}
+
 } // namespace
 } // namespace velmoran

@@ -110,6 +110,7 @@ PulseContext::~PulseContext() {
         const Lock lock(loop_);
         listeners_.clear();
         stopSeeking();
+        hidden_.stop();
         pa_context_set_state_callback(context_, nullptr, nullptr);
         pa_context_set_subscribe_callback(context_, nullptr, nullptr);
         pa_context_disconnect(context_);
@@ -140,6 +141,7 @@ void PulseContext::contextChanged() {
     const auto state = pa_context_get_state(context_);
     if (state == PA_CONTEXT_READY) {
         ready_ = true;
+        wasReady_ = false;
         patience_ = 0;
         stopSeeking();
         subscribe();
@@ -147,20 +149,38 @@ void PulseContext::contextChanged() {
             tellOfServer(*listener);
         }
     } else if (state == PA_CONTEXT_FAILED || state == PA_CONTEXT_TERMINATED) {
-        if (std::exchange(ready_, false)) {
-            for (auto* listener : listeners_) {
-                listener->context_ = nullptr;
-                listener->unanswered_ = 0;
-                listener->disconnected();
-            }
-        }
-        watchSocketFolder();
-        if (!socket_ || ::access(socket_->c_str(), F_OK) == 0) {
-            patience_ = std::clamp(patience_ * 2, firstPatience, longestPatience);
-            seekLater(patience_);
-        }
+        contextLost();
     }
     pa_threaded_mainloop_signal(loop_, 0);
+}
+
+void PulseContext::contextLost() {
+    const bool mayBeThere = !socket_ || ::access(socket_->c_str(), F_OK) == 0;
+    const bool isNew = std::exchange(ready_, false);
+    hidden_.stop();
+    if (isNew) {
+        for (auto* listener : listeners_) {
+            listener->context_ = nullptr;
+            listener->unanswered_ = 0;
+            listener->disconnected();
+        }
+    }
+    watchSocketFolder();
+    if (isNew && mayBeThere) {
+        // Any client may end another's connection.
+        wasReady_ = true;
+        seekLater(afterSocketCame);
+        return;
+    }
+    if (std::exchange(wasReady_, false) || isNew) {
+        for (auto* listener : listeners_) {
+            listener->serverGone();
+        }
+    }
+    if (mayBeThere) {
+        patience_ = std::clamp(patience_ * 2, firstPatience, longestPatience);
+        seekLater(patience_);
+    }
 }
 
 void PulseContext::subscribe() {
@@ -171,11 +191,16 @@ void PulseContext::subscribe() {
     pa_context_set_subscribe_callback(
         context_,
         [](pa_context*, pa_subscription_event_type_t event, std::uint32_t index, void* data) {
+            auto* self = static_cast<PulseContext*>(data);
             const unsigned facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
-            for (auto* listener : static_cast<PulseContext*>(data)->listeners_) {
+            const unsigned type = event & PA_SUBSCRIPTION_EVENT_TYPE_MASK;
+            for (auto* listener : self->listeners_) {
                 if ((listener->interest_ & (1u << facility)) != 0) {
-                    listener->changed(facility, event & PA_SUBSCRIPTION_EVENT_TYPE_MASK, index);
+                    listener->changed(facility, type, index);
                 }
+            }
+            if (type == PA_SUBSCRIPTION_EVENT_REMOVE) {
+                self->hidden_.removed(self->loop_, facility, index);
             }
         },
         this);

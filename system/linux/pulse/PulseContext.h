@@ -3,8 +3,9 @@
 // server speaks; a server that goes away is found again when it comes back. It never starts one.
 #pragma once
 
-#include "core/base/Subscription.h"
+#include "core/base/SharedEvent.h"
 #include "core/base/Timestamp.h"
+#include "system/linux/pulse/HiddenDevices.h"
 
 #include <cstdint>
 #include <functional>
@@ -42,8 +43,10 @@ public:
         Listener& operator=(const Listener&) = delete;
 
         virtual void connected() = 0;
-        /// What was read before holds no more.
+        /// The connection is lost. The server may well go on, and `connected` follow at once.
         virtual void disconnected() = 0;
+        /// It isn't so: what was read before holds no more.
+        virtual void serverGone() {}
         /// An object of a facility has come, changed or gone: PA_SUBSCRIPTION_EVENT_….
         virtual void changed(unsigned facility, unsigned type, std::uint32_t index) = 0;
 
@@ -100,6 +103,14 @@ public:
     /// To be called and dropped with the lock held.
     [[nodiscard]] Subscription after(Seconds delay, std::function<void()> action);
 
+    /// `taken` is called on the context's thread when something has had devices hidden from this
+    /// connection, which then begins anew. Any thread.
+    [[nodiscard]] Subscription onSightTaken(std::function<void()> taken) {
+        return sightTaken_.subscribe(std::move(taken));
+    }
+
+    /// As it was given.
+    const std::string& server() const { return server_; }
     /// Where the server's socket is to be found; nothing if that isn't a local path.
     static std::optional<std::string> socketPath(const std::string& server);
 
@@ -108,6 +119,7 @@ private:
 
     void connect();
     void contextChanged();
+    void contextLost();
     void subscribe();
     void tellOfServer(Listener& listener);
     void seekLater(Seconds delay);
@@ -120,11 +132,17 @@ private:
     pa_threaded_mainloop* loop_ = nullptr;
     pa_context* context_ = nullptr;
     bool ready_ = false;
+    bool wasReady_ = false; ///< a moment ago
     Seconds patience_ = 0;
     Subscription retry_;
     int folderWatch_ = -1; ///< inotify's descriptor while the server is away
     pa_io_event* folderEvents_ = nullptr;
     std::vector<Listener*> listeners_;
+    SharedEvent<> sightTaken_;
+    HiddenDevices hidden_{*this, [this] {
+                              sightTaken_();
+                              pa_context_disconnect(context_);
+                          }};
 };
 
 } // namespace velmoran

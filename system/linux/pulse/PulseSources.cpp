@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <set>
 #include <utility>
 
 #include <pulse/proplist.h>
@@ -65,6 +66,13 @@ void PulseSources::hop(Hop action) {
 }
 
 void PulseSources::complete() {
+    if (std::exchange(isFirstList_, false)) {
+        std::set<ClientKey> listed;
+        for (const auto& [index, isDescribed] : clients_) {
+            listed.insert(index);
+        }
+        hop([listed = std::move(listed)](PulseSources& self) { self.identity_.keepOnly(listed); });
+    }
     if (model_ != handedOver_) {
         handedOver_ = model_;
         hop([model = model_](PulseSources& self) {
@@ -76,6 +84,14 @@ void PulseSources::complete() {
 
 void PulseSources::connected() {
     disconnected();
+    asked(pa_context_get_server_info(
+        context(),
+        [](pa_context*, const pa_server_info* info, void* self) {
+            if (info) {
+                static_cast<PulseSources*>(self)->storeServer(*info);
+            }
+        },
+        this));
     hop([](PulseSources& self) { self.server_ = self.findServer(); });
     ask(pa_context_get_client_info_list(context(), callbackTo<&PulseSources::storeListed>, this));
     ask(pa_context_get_sink_info_list(context(), callbackTo<&PulseSources::storeSink>, this));
@@ -88,9 +104,35 @@ void PulseSources::connected() {
 
 void PulseSources::disconnected() {
     model_ = {};
-    handedOver_ = {};
     clients_.clear();
+    isFirstList_ = true;
+}
+
+void PulseSources::serverGone() {
+    cookie_.reset();
+    handedOver_ = {};
     hop([](PulseSources& self) { self.forget(); });
+}
+
+// A server has a number of its own. Comes before all that it tells.
+void PulseSources::storeServer(const pa_server_info& info) {
+    const bool isSame = cookie_ == info.cookie;
+    const bool isFirst = !cookie_;
+    cookie_ = info.cookie;
+    if (isSame) {
+        // It goes on, and hangs up on nobody by itself.
+        hop([](PulseSources& self) {
+            if (self.onSightTaken_) {
+                self.onSightTaken_();
+            }
+        });
+    } else if (!isFirst) {
+        handedOver_ = {};
+        hop([](PulseSources& self) {
+            self.forget();
+            self.server_ = self.findServer();
+        });
+    }
 }
 
 void PulseSources::changed(unsigned facility, unsigned type, std::uint32_t index) {

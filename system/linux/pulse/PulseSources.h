@@ -35,16 +35,21 @@ public:
     std::vector<AudioDeviceInfo> devices() override { return devices_; }
     /// Called after each change of either list; a second call replaces the first callback.
     void onChange(std::function<void()> callback) { onChange_ = std::move(callback); }
+    /// Called when another client has ended this program's connection; a second call replaces the
+    /// first callback.
+    void onSightTaken(std::function<void()> callback) { onSightTaken_ = std::move(callback); }
 
 private:
     using Hop = std::function<void(PulseSources&)>;
 
     void connected() override;
     void disconnected() override;
+    void serverGone() override;
     void changed(unsigned facility, unsigned type, std::uint32_t index) override;
     void complete() override;
 
     void hop(Hop action);
+    void storeServer(const pa_server_info& info);
     void clientCame(std::uint32_t index, bool isNew);
     void clientChanged(unsigned type, std::uint32_t index);
     void clientSpoke(const pa_client_info& info, bool mayBeSilent);
@@ -72,6 +77,8 @@ private:
     PulseModel model_;
     PulseModel handedOver_;
     std::map<std::uint32_t, bool> clients_; ///< whether it has said who it is
+    bool isFirstList_ = true;               ///< of this connection
+    std::optional<std::uint32_t> cookie_;   ///< of the server that was there last
 
     // Of the queue's.
     SocketFacts& facts_;
@@ -80,6 +87,7 @@ private:
     ClientIdentity identity_;
     std::string socket_;
     std::function<void()> onChange_;
+    std::function<void()> onSightTaken_;
     std::map<std::uint32_t, std::uint32_t> objectIDs_; ///< of clients, by the server's index
     std::uint32_t lastObjectID_ = firstObjectID;
     std::map<std::pair<bool, std::uint32_t>, std::uint32_t> deviceIDs_; ///< by "is a source", index

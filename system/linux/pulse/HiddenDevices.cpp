@@ -1,0 +1,121 @@
+#include "system/linux/pulse/HiddenDevices.h"
+
+#include "system/linux/pulse/PulseContext.h"
+
+namespace velmoran {
+
+namespace {
+
+// What is removed, or hidden, together is looked for together.
+constexpr Seconds untilLook = 0.01;
+
+void release(pa_operation* question) {
+    if (question != nullptr) {
+        pa_operation_unref(question);
+    }
+}
+
+} // namespace
+
+class HiddenDevices::Look {
+public:
+    /// `over` is called once, unless this goes first: with true if one of them is still there.
+    Look(pa_mainloop_api* api, const std::string& server, std::set<Device> removed,
+         std::function<void(bool)> over)
+        : removed_(std::move(removed)),
+          over_(std::move(over)),
+          context_(pa_context_new(api, "Velmoran")) {
+        pa_context_set_state_callback(
+            context_, [](pa_context*, void* self) { static_cast<Look*>(self)->stateChanged(); },
+            this);
+        pa_context_connect(context_, server.empty() ? nullptr : server.c_str(),
+                           PA_CONTEXT_NOAUTOSPAWN, nullptr);
+    }
+    ~Look() {
+        pa_context_set_state_callback(context_, nullptr, nullptr);
+        pa_context_disconnect(context_); // cancels what was asked
+        pa_context_unref(context_);
+    }
+    Look(const Look&) = delete;
+    Look& operator=(const Look&) = delete;
+
+private:
+    void stateChanged() {
+        const auto state = pa_context_get_state(context_);
+        if (state == PA_CONTEXT_READY) {
+            release(pa_context_get_source_info_list(context_, list<pa_source_info, true>, this));
+            release(pa_context_get_sink_info_list(context_, list<pa_sink_info, false>, this));
+        } else if (!PA_CONTEXT_IS_GOOD(state)) {
+            end(); // without a server nothing is hidden
+        }
+    }
+
+    template <class Info, bool isSource>
+    static void list(pa_context*, const Info* info, int end, void* data) {
+        auto* self = static_cast<Look*>(data);
+        if (end == 0) {
+            self->isThere_ = self->isThere_ || self->removed_.contains({isSource, info->index});
+        } else if (--self->lists_ == 0) {
+            self->end();
+        }
+    }
+
+    void end() {
+        if (const auto over = std::exchange(over_, nullptr)) {
+            over(isThere_);
+        }
+    }
+
+    std::set<Device> removed_;
+    std::function<void(bool)> over_;
+    pa_context* context_;
+    int lists_ = 2; ///< that are still to come
+    bool isThere_ = false;
+};
+
+HiddenDevices::HiddenDevices(PulseContext& context, std::function<void()> found)
+    : context_(context),
+      found_(std::move(found)) {}
+
+HiddenDevices::~HiddenDevices() = default;
+
+void HiddenDevices::removed(pa_threaded_mainloop* loop, unsigned facility, std::uint32_t index) {
+    if (facility == PA_SUBSCRIPTION_EVENT_SOURCE || facility == PA_SUBSCRIPTION_EVENT_SINK) {
+        removed_.emplace(facility == PA_SUBSCRIPTION_EVENT_SOURCE, index);
+        lookSoon(loop);
+    }
+}
+
+void HiddenDevices::stop() {
+    removed_.clear();
+    begin_.reset();
+    end_.reset();
+    look_.reset();
+}
+
+void HiddenDevices::lookSoon(pa_threaded_mainloop* loop) {
+    if (begin_ || look_ || removed_.empty()) {
+        return;
+    }
+    begin_ = context_.after(untilLook, [this, loop] {
+        begin_.reset();
+        look_ = std::make_unique<Look>(pa_threaded_mainloop_get_api(loop), context_.server(),
+                                       std::exchange(removed_, {}),
+                                       [this, loop](bool isThere) { looked(loop, isThere); });
+    });
+}
+
+void HiddenDevices::looked(pa_threaded_mainloop* loop, bool isThere) {
+    // Not in the look's own call.
+    end_ = context_.after(0, [this, loop, isThere] {
+        end_.reset();
+        look_.reset();
+        if (isThere) {
+            found_();
+        } else {
+            lookSoon(loop);
+        }
+    });
+}
+
+} // namespace velmoran
