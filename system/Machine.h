@@ -168,6 +168,14 @@ struct MonitorReadings {
     AppNames& names;
     Attribution& attribution;
     PropertyListeners& listeners;
+    /// Whose uses can't be seen now.
+    std::function<std::vector<Device>()> unwatched = [] {
+        return std::vector<Device>();
+    };
+    /// Told that the machine is being looked at; says when it last wasn't.
+    std::function<std::optional<WatchGap>()> lastGap = [] {
+        return std::optional<WatchGap>();
+    };
 };
 
 /// Where readings of the whole machine come from.

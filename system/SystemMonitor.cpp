@@ -18,7 +18,7 @@ constexpr std::array<ListenerAddress, 4> systemListeners = {
 } // namespace
 
 struct SystemMonitor::State : std::enable_shared_from_this<SystemMonitor::State> {
-    explicit State(MonitorReadings given) : readings(given) {}
+    explicit State(MonitorReadings given) : readings(std::move(given)) {}
 
     /// Listeners are never removed and a posted action may outlast the monitor: that does nothing
     /// then.
@@ -86,6 +86,8 @@ struct SystemMonitor::State : std::enable_shared_from_this<SystemMonitor::State>
         }
         auto snapshot = buildSnapshot(processes, cameras, attributions, readings.outputs.current(),
                                       readings.names);
+        snapshot.unwatched = readings.unwatched();
+        snapshot.lastGap = readings.lastGap();
         if (last == snapshot) {
             return;
         }
@@ -97,7 +99,7 @@ struct SystemMonitor::State : std::enable_shared_from_this<SystemMonitor::State>
 };
 
 SystemMonitor::SystemMonitor(MonitorReadings readings)
-    : state_(std::make_shared<State>(readings)) {}
+    : state_(std::make_shared<State>(std::move(readings))) {}
 
 SystemMonitor::~SystemMonitor() = default;
 

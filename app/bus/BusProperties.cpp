@@ -34,6 +34,7 @@ const char* const introspection =
     <property name="MicrophoneMuted" type="b" access="read"/>
     <property name="Stopping" type="b" access="read"/>
     <property name="Uses" type="aa{sv}" access="read"/>
+    <property name="Unwatched" type="as" access="read"/>
   </interface>
   <interface name="org.freedesktop.DBus.Properties">
     <method name="Get">
@@ -103,6 +104,16 @@ int append(sd_bus_message* message, const std::vector<ProgramStatus::Use>& uses)
     return sd_bus_message_close_container(message);
 }
 
+int append(sd_bus_message* message, const std::vector<Device>& devices) {
+    sd_bus_message_open_container(message, 'v', "as");
+    sd_bus_message_open_container(message, 'a', "s");
+    for (const auto device : devices) {
+        sd_bus_message_append(message, "s", std::string(rawValue(device)).c_str());
+    }
+    sd_bus_message_close_container(message);
+    return sd_bus_message_close_container(message);
+}
+
 using Status = const ProgramStatus&;
 
 struct Property {
@@ -125,6 +136,7 @@ constexpr std::array table = {
     property<&ProgramStatus::microphoneMuted>("MicrophoneMuted"),
     property<&ProgramStatus::stopping>("Stopping"),
     property<&ProgramStatus::uses>("Uses"),
+    property<&ProgramStatus::unwatched>("Unwatched"),
 };
 
 } // namespace

@@ -8,7 +8,7 @@ namespace velmoran {
 
 namespace {
 
-std::int64_t wholeSeconds(Timestamp time) {
+std::int64_t unixTime(Timestamp time) {
     return static_cast<std::int64_t>(std::floor(time.seconds + secondsFromUnixEpoch));
 }
 
@@ -25,11 +25,16 @@ ProgramStatus statusOf(const AppModel& model) {
         status.uses.push_back(
             {.device = session.device,
              .app = {.id = session.app.id, .name = session.app.name, .path = session.app.path},
-             .since = wholeSeconds(session.start),
+             .since = unixTime(session.start),
              .seenFromStart = session.observedFromStart});
     }
     if (const auto& taken = *model.sightTaken) {
-        status.sightTaken = wholeSeconds(*taken);
+        status.sightTaken = unixTime(*taken);
+    }
+    status.unwatched = model.snapshot->unwatched;
+    if (const auto& gap = model.snapshot->lastGap) {
+        status.notWatching =
+            ProgramStatus::Gap{.from = unixTime(gap->from), .to = unixTime(gap->to)};
     }
     return status;
 }

@@ -16,8 +16,8 @@ namespace velmoran {
 class AppModel;
 
 struct ProgramStatus {
-    static Timestamp timeOf(std::int64_t wholeSeconds) {
-        return {static_cast<double>(wholeSeconds) - secondsFromUnixEpoch};
+    static Timestamp timestampOf(std::int64_t unixTime) {
+        return {static_cast<double>(unixTime) - secondsFromUnixEpoch};
     }
 
     struct App {
@@ -34,8 +34,15 @@ struct ProgramStatus {
         std::int64_t since = 0;     ///< whole seconds since 1970-01-01 00:00:00 UTC
         bool seenFromStart = false; ///< otherwise the use is older than `since`
 
-        Timestamp start() const { return timeOf(since); }
+        Timestamp start() const { return timestampOf(since); }
         bool operator==(const Use&) const = default;
+    };
+
+    struct Gap {
+        std::int64_t from = 0; ///< whole seconds, as above
+        std::int64_t to = 0;
+
+        bool operator==(const Gap&) const = default;
     };
 
     bool cameraOn = false;
@@ -45,8 +52,10 @@ struct ProgramStatus {
     std::vector<Use> uses;        ///< in the order in which they began to be seen
     std::optional<HistoryProblem> historyProblem = {}; ///< nothing while the history is saved
     /// When something has taken Velmoran's view of the sound system away, the last time: whole
-    /// seconds since 1970-01-01 00:00:00 UTC.
-    std::optional<std::int64_t> sightTaken;
+    /// seconds, as above.
+    std::optional<std::int64_t> sightTaken = {};
+    std::vector<Device> unwatched = {};  ///< whose uses can't be seen now: not known to be off
+    std::optional<Gap> notWatching = {}; ///< the last time in which nothing was seen, if known
 
     bool operator==(const ProgramStatus&) const = default;
 };
@@ -67,6 +76,11 @@ void visitFields(MaybeConst<ProgramStatus::Use> auto& use, auto visit) {
     visit("seenFromStart", use.seenFromStart);
 }
 
+void visitFields(MaybeConst<ProgramStatus::Gap> auto& gap, auto visit) {
+    visit("from", gap.from);
+    visit("to", gap.to);
+}
+
 void visitFields(MaybeConst<ProgramStatus> auto& status, auto visit) {
     visit("cameraOn", status.cameraOn);
     visit("microphoneOn", status.microphoneOn);
@@ -75,6 +89,8 @@ void visitFields(MaybeConst<ProgramStatus> auto& status, auto visit) {
     visit("uses", status.uses);
     visit("historyProblem", status.historyProblem);
     visit("sightTaken", status.sightTaken);
+    visit("unwatched", status.unwatched, OnlyIfAny());
+    visit("notWatching", status.notWatching);
 }
 
 } // namespace velmoran

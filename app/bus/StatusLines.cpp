@@ -1,10 +1,13 @@
 #include "app/bus/StatusLines.h"
 
+#include "core/text/DurationFormat.h"
 #include "core/text/Localizer.h"
 #include "core/warnings/DeviceWording.h"
 #include "core/warnings/HistoryWording.h"
+#include "core/warnings/UnwatchedWording.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace velmoran {
 
@@ -44,7 +47,10 @@ std::vector<std::string> statusLines(const ProgramStatus& status, Timestamp now)
     }
     if (!status.cameraOn && !status.microphoneOn && !isListed(Device::camera) &&
         !isListed(Device::microphone)) {
-        lines.push_back(words().text("Camera and microphone are off"));
+        lines.push_back(UnwatchedWording::nothingOn(status.unwatched));
+    }
+    for (auto& reason : UnwatchedWording::reasons(status.unwatched)) {
+        lines.push_back(std::move(reason));
     }
     if (status.microphoneMuted) {
         lines.push_back(words().text("The microphone is muted"));
@@ -55,7 +61,14 @@ std::vector<std::string> statusLines(const ProgramStatus& status, Timestamp now)
     if (status.sightTaken) {
         lines.push_back(
             words().text("Something took Velmoran's view of the sound system away (last: %@)",
-                         {moment(ProgramStatus::timeOf(*status.sightTaken), now)}));
+                         {moment(ProgramStatus::timestampOf(*status.sightTaken), now)}));
+    }
+    if (const auto& gap = status.notWatching) {
+        lines.push_back(
+            words().text("Velmoran wasn't watching from %@ to %@ (%@)",
+                         {moment(ProgramStatus::timestampOf(gap->from), now),
+                          moment(ProgramStatus::timestampOf(gap->to), now),
+                          DurationFormat::text(static_cast<double>(gap->to - gap->from))}));
     }
     return lines;
 }

@@ -16,6 +16,8 @@ WatchLines::WatchLines(AppModel& model, const Clock& clock, TimeOfDay timeOfDay,
       sink_(std::move(sink)) {
     subscriptions_.push_back(
         model.onSessionEvent.subscribe([this](const SessionEvent& event) { report(event); }));
+    subscriptions_.push_back(model.snapshot.subscribe(
+        [this](const SystemSnapshot& reading) { reportGap(reading.lastGap); }));
     subscriptions_.push_back(
         model.historyProblem.subscribe([this](const std::optional<HistoryProblem>& problem) {
             say(problem ? HistoryWording::sentence(*problem)
@@ -26,6 +28,14 @@ WatchLines::WatchLines(AppModel& model, const Clock& clock, TimeOfDay timeOfDay,
             write(*time, words().text("Something took Velmoran's view of the sound system away."));
         }
     }));
+}
+
+void WatchLines::reportGap(const std::optional<WatchGap>& gap) {
+    if (gap && std::exchange(gap_, gap) != gap) {
+        say(words().text("Velmoran wasn't watching from %@ to %@ (%@)",
+                         {timeOfDay_(gap->from), timeOfDay_(gap->to),
+                          DurationFormat::text(gap->to - gap->from)}));
+    }
 }
 
 void WatchLines::say(const std::string& sentence) {

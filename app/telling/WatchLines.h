@@ -5,6 +5,7 @@
 #include "app/model/AppModel.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,12 +25,14 @@ public:
 
 private:
     void report(const SessionEvent& event);
+    void reportGap(const std::optional<WatchGap>& gap);
     std::string sentence(const SessionEvent& event) const;
     void write(Timestamp time, const std::string& sentence);
 
     const Clock& clock_;
     TimeOfDay timeOfDay_;
     Sink sink_;
+    std::optional<WatchGap> gap_; ///< told already
     std::vector<Subscription> subscriptions_;
 };
 

@@ -20,6 +20,8 @@ concept MaybeConst = std::same_as<std::remove_const_t<T>, Record>;
 
 /// Handed over behind a flag that isn't written when it is false.
 struct OnlyIfTrue {};
+/// The same behind a list that isn't written when it is empty.
+struct OnlyIfAny {};
 
 struct AnyField {
     void operator()(const char*, const auto&, auto...) const {}
@@ -43,6 +45,12 @@ struct FieldWriter {
             json[name] = true;
         }
     }
+    template <class T>
+    void operator()(const char* name, const std::vector<T>& list, OnlyIfAny) const {
+        if (!list.empty()) {
+            json[name] = list;
+        }
+    }
 };
 
 /// An optional field may be missing or null, any other has to be there.
@@ -59,6 +67,10 @@ struct FieldReader {
     }
     void operator()(const char* name, bool& flag, OnlyIfTrue) const {
         flag = ifPresent<bool>(json, name).value_or(false);
+    }
+    template <class T>
+    void operator()(const char* name, std::vector<T>& list, OnlyIfAny) const {
+        list = ifPresent<std::vector<T>>(json, name).value_or(std::vector<T>());
     }
 };
 

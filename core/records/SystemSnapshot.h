@@ -3,7 +3,8 @@
 #pragma once
 
 #include "core/base/Fields.h"
-#include "core/records/RawValue.h"
+#include "core/records/Device.h"
+#include "core/records/WatchGap.h"
 
 #include <cstdint>
 
@@ -58,6 +59,8 @@ struct SystemSnapshot {
     bool speakerOn = false;                   ///< at least one process runs audio output
     std::vector<AppRef> speakerApps;          ///< who runs audio output, without duplicates
     std::optional<OutputDeviceInfo> output;   ///< the default output; absent when there is none
+    std::vector<Device> unwatched;            ///< whose uses can't be seen now: not known to be off
+    std::optional<WatchGap> lastGap; ///< when nobody looked; absent if that isn't known of any time
 
     /// Everything off, no output.
     static const SystemSnapshot& empty();
@@ -98,6 +101,8 @@ void visitFields(MaybeConst<SystemSnapshot> auto& snapshot, auto visit) {
     visit("speakerOn", snapshot.speakerOn);
     visit("speakerApps", snapshot.speakerApps);
     visit("output", snapshot.output);
+    visit("unwatched", snapshot.unwatched, OnlyIfAny());
+    visit("lastGap", snapshot.lastGap);
 }
 
 } // namespace velmoran

@@ -2,12 +2,14 @@
 
 #include "core/stopping/BrowserLinux.h"
 #include "system/AppCloser.h"
+#include "system/BootAlarm.h"
 #include "system/ProtectedPrograms.h"
 #include "system/linux/LinuxReadings.h"
 #include "system/linux/closing/AppTermination.h"
 #include "system/linux/closing/LinuxRunningApps.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <utility>
 
@@ -22,6 +24,18 @@ struct NoSounds final : Sounds {
 std::string displayName() {
     const char* value = std::getenv("DISPLAY"); // NOLINT: read once, before there are threads
     return value ? value : "";
+}
+
+/// In the folder that goes with the user's last session; empty without one.
+std::string lastLookPath() {
+    const char* folder = std::getenv("XDG_RUNTIME_DIR"); // NOLINT: as above
+    return folder && *folder != '\0' ? std::string(folder) + "/velmoran-last-look" : "";
+}
+
+GapWatch::Moment present() {
+    const std::chrono::duration<double> sinceEpoch =
+        std::chrono::system_clock::now().time_since_epoch();
+    return {.time = {sinceEpoch.count() - secondsFromUnixEpoch}, .boot = BootAlarm::now()};
 }
 
 /// Closes what runs of an app on this desktop.
@@ -48,6 +62,13 @@ LinuxMachine::LinuxMachine(MachineOptions options)
       names_(LinuxPlaces::ofThisUser()),
       processes_(names_),
       display_(displayName()),
+      lastLook_(lastLookPath()),
+      gaps_(SystemMonitor::pollInterval, {.now = present,
+                                          .before = lastLook_.before(),
+                                          .keep =
+                                              [this] {
+                                                  lastLook_.stampNow();
+                                              }}),
       outputs_(pulse_, loop_),
       microphones_(pulse_),
       connections_([this](const AppIdentity& app) { return processes_.find(app); }),
@@ -60,9 +81,13 @@ LinuxMachine::LinuxMachine(MachineOptions options)
           options.deviceFolder.string())) {
     pulseSight_ = pulse_.onSightTaken([this] { sight_.taken(); });
     loop_.runAndWait([this] { outputs_.onChange([this] { readings_->noteChange(); }); });
-    monitor_ = std::make_unique<SystemMonitor>(
-        MonitorReadings{loop_, readings_->audio(), readings_->cameras(), outputs_, names_,
-                        readings_->attribution(), readings_->listeners()});
+    monitor_ = std::make_unique<SystemMonitor>(MonitorReadings{
+        loop_, readings_->audio(), readings_->cameras(), outputs_, names_, readings_->attribution(),
+        readings_->listeners(), [this] { return readings_->unwatched(); },
+        [this] {
+            gaps_.noteLook();
+            return gaps_.last();
+        }});
 }
 
 std::unique_ptr<AppClosing> LinuxMachine::makeCloser(Scheduler& scheduler) {

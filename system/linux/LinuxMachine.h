@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/base/SharedEvent.h"
+#include "system/GapWatch.h"
 #include "system/MakeMachine.h"
 #include "system/SystemMonitor.h"
 #include "system/linux/apps/LinuxAppNames.h"
@@ -11,6 +12,7 @@
 #include "system/linux/apps/ProcessFinder.h"
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/kernel/TimeStampFile.h"
 #include "system/linux/peers/LinuxConnections.h"
 #include "system/linux/pulse/PulseContext.h"
 #include "system/linux/pulse/PulseMicrophones.h"
@@ -61,6 +63,8 @@ private:
     const std::string display_;
     PeerSockets peers_;
     PulseContext pulse_;
+    TimeStampFile lastLook_;
+    GapWatch gaps_; ///< on the loop's thread
     EventLoop loop_;
     PulseOutputs outputs_;
     PulseMicrophones microphones_;

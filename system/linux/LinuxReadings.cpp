@@ -89,8 +89,20 @@ void LinuxReadings::graphServerChanged() {
         streams_.reset();
         changed();
     } else {
+        changed();
         patience_ = seams_.loop.after(patienceWithGraph, [this] { useStreams(); });
     }
+}
+
+std::vector<Device> LinuxReadings::unwatched() const {
+    std::vector<Device> devices;
+    if (!directCameras_->watchesAll()) {
+        devices.push_back(Device::camera);
+    }
+    if (!graph_->isConnected() && !(streams_ && streams_->isConnected())) {
+        devices.push_back(Device::microphone);
+    }
+    return devices;
 }
 
 std::vector<AudioProcess> LinuxReadings::processes() {

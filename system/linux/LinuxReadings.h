@@ -48,6 +48,10 @@ public:
     Attribution& attribution() { return *this; }
     PropertyListeners& listeners() { return *this; }
 
+    /// Whose uses can't be seen: the microphone's without a sound server, the camera's while one
+    /// can't be watched. The loop's thread.
+    std::vector<Device> unwatched() const;
+
     /// Something beside these readings has changed that a snapshot shows. The loop's thread.
     void noteChange() { changed(); }
 

@@ -97,6 +97,27 @@ TEST_F(V4l2CamerasTest, TellsWhoStreamsAndWhenThatEnds) {
     EXPECT_EQ(changes_, 2);
 }
 
+TEST_F(V4l2CamerasTest, SaysWhetherItMayLookAtAll) {
+    const auto watchesAll = [this] {
+        bool all = false;
+        loop_.runAndWait([&] { all = cameras_->watchesAll(); });
+        return all;
+    };
+    const auto allow = [this](std::filesystem::perms rights) {
+        std::filesystem::permissions(node_, rights);
+    };
+    allow(std::filesystem::perms::none);
+    watchWithoutRights();
+    EXPECT_FALSE(watchesAll());
+    allow(std::filesystem::perms::owner_read);
+    EXPECT_TRUE(waitUntil(watchesAll));
+    EXPECT_EQ(changes_, 1);
+    allow(std::filesystem::perms::none);
+    EXPECT_TRUE(waitUntil([&] { return !watchesAll(); }));
+    std::filesystem::remove(node_);
+    EXPECT_TRUE(waitUntil(watchesAll)) << "there is none to look at";
+}
+
 TEST_F(V4l2CamerasTest, CountsAMappingThatComesAfterTheOpen) {
     watch();
     NodeUser user(node_);

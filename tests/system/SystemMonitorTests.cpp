@@ -48,6 +48,32 @@ TEST_F(SystemMonitorTest, DeliversOnceWithEverythingOffAndThenOnlyChanges) {
     EXPECT_EQ(seen.size(), 1U);
 }
 
+TEST_F(SystemMonitorTest, DeliversWhatCannotBeSeenAndWhenNobodyLooked) {
+    std::vector<Device> hidden;
+    std::optional<WatchGap> gap;
+    int looks = 0;
+    auto readings = machine.readings();
+    readings.unwatched = [&] {
+        return hidden;
+    };
+    readings.lastGap = [&] {
+        ++looks;
+        return gap;
+    };
+    SystemMonitor blind{readings};
+    blind.start([this](const SystemSnapshot& snapshot) { seen.push_back(snapshot); });
+    machine.queue.run();
+    hidden = {Device::microphone};
+    machine.queue.pass(2);
+    gap = WatchGap{Timestamp{10}, Timestamp{20}};
+    machine.queue.pass(2);
+    ASSERT_EQ(seen.size(), 3U);
+    EXPECT_TRUE(seen[0].unwatched.empty());
+    EXPECT_EQ(seen[1].unwatched, hidden);
+    EXPECT_EQ(seen[2].lastGap, gap);
+    EXPECT_EQ(looks, 3);
+}
+
 TEST_F(SystemMonitorTest, DoesNothingOnTheCallersThread) {
     monitor.start([this](const SystemSnapshot& snapshot) { seen.push_back(snapshot); });
     EXPECT_TRUE(seen.empty());

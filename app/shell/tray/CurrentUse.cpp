@@ -4,6 +4,7 @@
 #include "core/text/Localizer.h"
 #include "core/warnings/DeviceWording.h"
 #include "core/warnings/HistoryWording.h"
+#include "core/warnings/UnwatchedWording.h"
 
 #include <algorithm>
 #include <utility>
@@ -20,7 +21,7 @@ std::string title(const SystemSnapshot& snapshot) {
         return words().text("The camera is in use");
     }
     return snapshot.microphoneOn ? words().text("The microphone is in use")
-                                 : words().text("Camera and microphone are off");
+                                 : UnwatchedWording::nothingOn(snapshot.unwatched);
 }
 
 /// In one line, since each use has one and a name comes from whoever uses the device.
@@ -47,6 +48,9 @@ NoticeItem currentUseItem(const CurrentUse& use, Timestamp now, std::function<vo
                              {inOneLine(session.app.name), DeviceWording::the({session.device}),
                               DurationFormat::text(session.duration(now))}));
         }
+    }
+    for (const auto& reason : UnwatchedWording::reasons(use.snapshot.unwatched)) {
+        add(reason);
     }
     if (use.microphoneMuted) {
         add(words().text("The microphone has been muted since a stop."));

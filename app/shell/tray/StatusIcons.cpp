@@ -1,6 +1,7 @@
 #include "app/shell/tray/StatusIcons.h"
 
 #include "core/text/Localizer.h"
+#include "core/warnings/UnwatchedWording.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -58,6 +59,21 @@ void drawAlert(QPainter& painter) {
     painter.drawEllipse(QRectF(7.8, 11.7, 2.4, 2.4));
 }
 
+std::string labelOf(StatusIconState state, bool seesAll) {
+    switch (state) {
+    case StatusIconState::idle:
+        return seesAll ? words().text("Velmoran: camera and microphone are off")
+                       : words().text("Velmoran: not everything is being watched");
+    case StatusIconState::inUse:
+        return words().text("Velmoran: camera or microphone in use");
+    case StatusIconState::alert:
+        return words().text("Velmoran: a warning is waiting");
+    case StatusIconState::awayWatch:
+        return words().text("Velmoran: Away watch is on");
+    }
+    return {};
+}
+
 } // namespace
 
 QImage statusIconImage(StatusIconState state, const QColor& ink, double pixelsPerPoint) {
@@ -93,18 +109,12 @@ QIcon statusIcon(StatusIconState state, const QColor& ink) {
     return icon;
 }
 
-std::string statusIconLabel(StatusIconState state) {
-    switch (state) {
-    case StatusIconState::idle:
-        return words().text("Velmoran: camera and microphone are off");
-    case StatusIconState::inUse:
-        return words().text("Velmoran: camera or microphone in use");
-    case StatusIconState::alert:
-        return words().text("Velmoran: a warning is waiting");
-    case StatusIconState::awayWatch:
-        return words().text("Velmoran: Away watch is on");
+std::string statusIconLabel(StatusIconState state, const std::vector<Device>& unwatched) {
+    auto label = labelOf(state, unwatched.empty());
+    for (const auto& reason : UnwatchedWording::reasons(unwatched)) {
+        label += '\n' + reason;
     }
-    return {};
+    return label;
 }
 
 } // namespace velmoran

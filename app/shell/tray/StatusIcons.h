@@ -1,12 +1,14 @@
 // The four pictures of the status item, drawn at any sharpness. Pure; main thread.
 #pragma once
 
+#include "core/records/Device.h"
 #include "core/warnings/StatusIconState.h"
 
 #include <QColor>
 #include <QIcon>
 #include <QImage>
 #include <string>
+#include <vector>
 
 namespace velmoran {
 
@@ -20,7 +22,8 @@ QImage statusIconImage(StatusIconState state, const QColor& ink, double pixelsPe
 /// The picture for the sizes that trays ask for.
 QIcon statusIcon(StatusIconState state, const QColor& ink);
 
-/// What the picture says, for those who can't see it and as the tool tip.
-std::string statusIconLabel(StatusIconState state);
+/// What the picture says, for those who can't see it and as the tool tip: a line, and one for each
+/// device whose uses can't be seen.
+std::string statusIconLabel(StatusIconState state, const std::vector<Device>& unwatched = {});
 
 } // namespace velmoran

@@ -71,7 +71,12 @@ void StatusItemController::makeMenu(Actions actions) {
         keepCurrentUseTrue();
     }));
     watching_.push_back(model_.openSessions.subscribe(keepTrue));
-    watching_.push_back(model_.snapshot.subscribe(keepTrue));
+    watching_.push_back(model_.snapshot.subscribe([this](const SystemSnapshot& reading) {
+        if (std::exchange(shownUnwatched_, reading.unwatched) != reading.unwatched) {
+            refreshToolTip();
+        }
+        keepCurrentUseTrue();
+    }));
     refreshMenu();
 }
 
@@ -119,7 +124,7 @@ void StatusItemController::refreshToolTip() {
     if (const auto& problem = *model_.historyProblem) {
         text = qt(HistoryWording::sentence(*problem)) + '\n';
     }
-    text += qt(statusIconLabel(model_.statusIconState()));
+    text += qt(statusIconLabel(model_.statusIconState(), model_.snapshot->unwatched));
     if (*model_.settings.microphoneMuted) {
         text += '\n' + qt(words().text("The microphone has been muted since a stop."));
     }
@@ -178,6 +183,7 @@ CurrentUse StatusItemController::currentUse() const {
     }
     use.snapshot.cameraOn = model_.snapshot->cameraOn;
     use.snapshot.microphoneOn = model_.snapshot->microphoneOn;
+    use.snapshot.unwatched = model_.snapshot->unwatched;
     use.historyProblem = *model_.historyProblem;
     use.microphoneMuted = *model_.settings.microphoneMuted;
     return use;

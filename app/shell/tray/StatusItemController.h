@@ -63,6 +63,7 @@ private:
     std::optional<Uuid> currentUse_;        ///< the card of `tellCurrentUse`
     CurrentUse shownUse_;                   ///< what that card says
     std::optional<StatusIconState> shown_;
+    std::vector<Device> shownUnwatched_; ///< in the tool tip
     NoticePanelController noticePanel_;
     std::vector<Subscription> watching_;
     std::unique_ptr<TrayArrival> arrival_;

@@ -75,11 +75,14 @@ void NodeWatch::watchFolder() {
 
 void NodeWatch::watchNodes(const std::vector<std::string>& paths) {
     std::map<int, std::string> watched;
+    bool watchesAll = true;
     for (const auto& path : paths) {
         // The same file gives the same watch, a new one under the old name another.
         const int watch = ::inotify_add_watch(descriptor_.get(), path.c_str(), nodeMask);
         if (watch >= 0) {
             watched.emplace(watch, path);
+        } else if (errno != ENOENT) {
+            watchesAll = false;
         }
     }
     for (const auto& [watch, path] : nodes_) {
@@ -88,6 +91,7 @@ void NodeWatch::watchNodes(const std::vector<std::string>& paths) {
         }
     }
     nodes_ = std::move(watched);
+    return watchesAll;
 }
 
 void NodeWatch::read() {

@@ -45,7 +45,8 @@ public:
 
     /// From now on just these are watched for being opened. One that may not be read can't be; it
     /// is tried again at each call. A node that was made anew under its old name is watched anew.
-    void watchNodes(const std::vector<std::string>& paths);
+    /// False if one that is there can't be watched.
+    bool watchNodes(const std::vector<std::string>& paths);
     /// Whether the kernel watches the folder itself. While it isn't there, or may not be read, one
     /// on the way to it is watched, which doesn't tell of a right that comes later.
     bool watchesFolder() const { return folderWatch_ >= 0 && awaited_.empty(); }

@@ -31,7 +31,7 @@ void V4l2Cameras::readDevices() {
         paths.insert(paths.end(), device.nodes.begin(), device.nodes.end());
     }
     // Watched before it is looked who has them open: no open can fall between the two.
-    watch_.watchNodes(paths);
+    const bool watchesAll = watch_.watchNodes(paths) && !devices_.hasHiddenOnes();
     std::vector<DeviceNode> nodes;
     for (const auto& path : paths) {
         if (auto node = deviceNodeAt(path)) {
@@ -40,6 +40,9 @@ void V4l2Cameras::readDevices() {
     }
     nodeUsers_.setNodes(std::move(nodes));
     update();
+    if (std::exchange(watchesAll_, watchesAll) != watchesAll && onChange_) {
+        onChange_();
+    }
 }
 
 void V4l2Cameras::update() {

@@ -35,7 +35,10 @@ public:
     /// can't be looked at is `unidentified` there, under an id of the device's own: several are
     /// one.
     std::vector<CameraUse> cameras() const { return cameras_; }
-    /// Called after each change of the list; a second call replaces the first callback.
+    /// Otherwise uses of some camera can't be seen: this program may not look at its node, or the
+    /// kernel has no watch left for it.
+    bool watchesAll() const { return watchesAll_; }
+    /// Called after each change of either; a second call replaces the first callback.
     void onChange(std::function<void()> callback) { onChange_ = std::move(callback); }
 
 private:
@@ -49,6 +52,7 @@ private:
     std::vector<VideoDevice> list_;
     std::map<std::string, std::uint32_t> objectIDs_; ///< by key and name of a device
     std::vector<CameraUse> cameras_;
+    bool watchesAll_ = true;
     NodeWatch watch_;
 };
 

@@ -7,6 +7,7 @@
 #include "system/linux/nodes/NodeHolders.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -36,7 +37,7 @@ std::string textOf(const char* text) {
     return text ? text : std::string();
 }
 
-// What the device itself says; nothing if it can't be asked.
+// What the device itself says; nothing if it can't be asked, as errno says.
 std::optional<bool> askWhetherItCaptures(const std::string& path) {
     const Descriptor node(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!node.isOpen()) {
@@ -169,6 +170,8 @@ bool VideoDevices::captures(const Found& found) {
     const auto answer = askWhetherItCaptures(found.path);
     if (answer) {
         asked_.emplace(key, *answer);
+    } else if (errno == EACCES) {
+        hasHiddenOnes_ = true;
     }
     return answer.value_or(false);
 }
@@ -179,6 +182,7 @@ std::vector<VideoDevice> VideoDevices::list() {
         return std::pair(numberOf(one.path), one.path) <
                std::pair(numberOf(other.path), other.path);
     });
+    hasHiddenOnes_ = false;
     std::vector<VideoDevice> devices;
     for (const auto& found : all) {
         if (!captures(found)) {

@@ -51,6 +51,9 @@ public:
     /// In the order of the lowest number of each. May open a node for a moment, once in its life,
     /// if udev doesn't say what it is.
     std::vector<VideoDevice> list();
+    /// Whether the last list may lack some, since nobody says what a node is and it may not be
+    /// asked.
+    bool hasHiddenOnes() const { return hasHiddenOnes_; }
 
 private:
     struct Found {
@@ -70,7 +73,8 @@ private:
     std::shared_ptr<struct udev> udev_;
     std::shared_ptr<udev_monitor> monitor_;
     std::map<std::string, bool> asked_; ///< what nodes said for themselves
-    Subscription announced_;            ///< last, so that its end is the first
+    bool hasHiddenOnes_ = false;
+    Subscription announced_; ///< last, so that its end is the first
 };
 
 } // namespace velmoran

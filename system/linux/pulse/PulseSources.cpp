@@ -80,6 +80,15 @@ void PulseSources::complete() {
             self.update(model);
         });
     }
+    if (std::exchange(isNew_, false)) {
+        hop([](PulseSources& self) { self.setConnected(true); });
+    }
+}
+
+void PulseSources::setConnected(bool connected) {
+    if (std::exchange(isConnected_, connected) != connected && onChange_) {
+        onChange_();
+    }
 }
 
 void PulseSources::connected() {
@@ -92,6 +101,7 @@ void PulseSources::connected() {
             }
         },
         this));
+    isNew_ = true;
     hop([](PulseSources& self) { self.server_ = self.findServer(); });
     ask(pa_context_get_client_info_list(context(), callbackTo<&PulseSources::storeListed>, this));
     ask(pa_context_get_sink_info_list(context(), callbackTo<&PulseSources::storeSink>, this));
@@ -106,12 +116,16 @@ void PulseSources::disconnected() {
     model_ = {};
     clients_.clear();
     isFirstList_ = true;
+    isNew_ = false;
 }
 
 void PulseSources::serverGone() {
     cookie_.reset();
     handedOver_ = {};
-    hop([](PulseSources& self) { self.forget(); });
+    hop([](PulseSources& self) {
+        self.forget();
+        self.setConnected(false);
+    });
 }
 
 // A server has a number of its own. Comes before all that it tells.

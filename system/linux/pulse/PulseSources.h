@@ -33,7 +33,10 @@ public:
 
     std::vector<AudioProcess> processes() override { return processes_; }
     std::vector<AudioDeviceInfo> devices() override { return devices_; }
-    /// Called after each change of either list; a second call replaces the first callback.
+    /// Whether a server answers and has said all; the lists are empty without one.
+    bool isConnected() const { return isConnected_; }
+    /// Called after each change of either list or of that; a second call replaces the first
+    /// callback.
     void onChange(std::function<void()> callback) { onChange_ = std::move(callback); }
     /// Called when another client has ended this program's connection; a second call replaces the
     /// first callback.
@@ -65,6 +68,7 @@ private:
 
     void update(const PulseModel& model);
     void forget();
+    void setConnected(bool connected);
     std::optional<pid_t> findServer();
     std::uint32_t deviceIDOf(bool isSource, std::uint32_t index);
 
@@ -79,6 +83,7 @@ private:
     std::map<std::uint32_t, bool> clients_; ///< whether it has said who it is
     bool isFirstList_ = true;               ///< of this connection
     std::optional<std::uint32_t> cookie_;   ///< of the server that was there last
+    bool isNew_ = false;                    ///< connected, and not all was said
 
     // Of the queue's.
     SocketFacts& facts_;
@@ -94,6 +99,7 @@ private:
     std::uint32_t lastDeviceID_ = firstDeviceID;
     std::vector<AudioProcess> processes_;
     std::vector<AudioDeviceInfo> devices_;
+    bool isConnected_ = false;
 };
 
 } // namespace velmoran

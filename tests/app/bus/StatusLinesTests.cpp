@@ -84,6 +84,34 @@ TEST_F(StatusLines, SayThatTheSightWasTakenAndWhen) {
                "Something took Velmoran's view of the sound system away (last: " + hour + ")"}));
 }
 
+TEST_F(StatusLines, CallNothingOffThatIsNotWatched) {
+    ProgramStatus status;
+    status.unwatched = {Device::microphone};
+    const std::string noSound =
+        "The microphone isn't being watched: no sound server can be reached.";
+    const std::string noRight = "The camera isn't being watched: Velmoran may not look at it.";
+    EXPECT_EQ(statusLines(status, now), (Lines{"The camera is off", noSound}));
+    status.unwatched = {Device::camera};
+    EXPECT_EQ(statusLines(status, now), (Lines{"The microphone is off", noRight}));
+    status.unwatched = {Device::camera, Device::microphone};
+    EXPECT_EQ(statusLines(status, now),
+              (Lines{"Camera and microphone aren't being watched", noRight, noSound}));
+    // A program may still be seen that opens the device directly.
+    status.microphoneOn = true;
+    status.uses = {use(Device::microphone, true, noon)};
+    EXPECT_EQ(statusLines(status, now),
+              (Lines{"Zoom is using the microphone (since " + hour + ")", noRight, noSound}));
+}
+
+TEST_F(StatusLines, SayWhenNobodyWasWatching) {
+    ProgramStatus status;
+    status.notWatching = {.from = noon, .to = noon + 65};
+    const auto minuteLater = words().shortTime({noon + 65 - secondsFromUnixEpoch});
+    EXPECT_EQ(statusLines(status, now),
+              (Lines{"Camera and microphone are off",
+                     "Velmoran wasn't watching from " + hour + " to " + minuteLater + " (1 min)"}));
+}
+
 TEST_F(StatusLines, SpeakGerman) {
     setWords(Localizer("de_DE", "UTC", catalogues("de_DE", Platform::linux)));
     ProgramStatus status;
@@ -103,6 +131,8 @@ TEST(ProgramStatus, SurvivesItsJson) {
                     .since = 1700049600,
                     .seenFromStart = true},
                    {}};
+    status.unwatched = {Device::camera};
+    status.notWatching = {.from = 1700049600, .to = 1700049605};
     EXPECT_EQ(decode<ProgramStatus>(encode(status)), status);
     EXPECT_EQ(encode(ProgramStatus()),
               R"({"cameraOn":false,"microphoneOn":false,"microphoneMuted":false,)"

@@ -121,6 +121,17 @@ TEST_F(WatchLinesTest, SaysEachTimeThatTheSightWasTaken) {
               (std::vector<std::string>{"09:30:01  " + sentence, "09:30:02  " + sentence}));
 }
 
+TEST_F(WatchLinesTest, SaysOnceWhenNobodyWasWatching) {
+    watch();
+    SystemSnapshot after;
+    after.lastGap = WatchGap{time.now() - 5.0, time.now()};
+    receive(after);
+    after.speakerOn = true;
+    receive(after);
+    EXPECT_EQ(written, (std::vector<std::string>{
+                           "09:30:00  Velmoran wasn't watching from 09:29:55 to 09:30:00 (5 s)"}));
+}
+
 TEST_F(WatchLinesTest, KeepsATerminalFromObeyingAName) {
     watch();
     receive(camera({appRef("\x1B]0;gone\x07\nroot\xC2\x9B\xC3\xA9")}));

@@ -66,6 +66,14 @@ TEST(CurrentUse, SaysWhyTheHistoryIsNotSaved) {
               "folder/x: not a file)");
 }
 
+TEST(CurrentUse, CallsNothingOffThatIsNotWatched) {
+    auto blind = on(false, false);
+    blind.unwatched = {Device::microphone};
+    const auto item = currentUseItem({.snapshot = blind}, start);
+    EXPECT_EQ(item.title, "The camera is off");
+    EXPECT_EQ(item.message, "The microphone isn't being watched: no sound server can be reached.");
+}
+
 TEST(CurrentUse, OffersToUnmuteOnlyWhileAMuteIsInForce) {
     int unmuted = 0;
     const auto item = velmoran::currentUseItem(

@@ -138,5 +138,14 @@ TEST(StatusIcons, SayWhatTheyShow) {
     EXPECT_EQ(statusIconLabel(StatusIconState::awayWatch), "Velmoran: Away watch is on");
 }
 
+TEST(StatusIcons, CallNothingOffThatIsNotWatched) {
+    const std::string noSound =
+        "\nThe microphone isn't being watched: no sound server can be reached.";
+    EXPECT_EQ(statusIconLabel(StatusIconState::idle, {Device::microphone}),
+              "Velmoran: not everything is being watched" + noSound);
+    EXPECT_EQ(statusIconLabel(StatusIconState::inUse, {Device::microphone}),
+              "Velmoran: camera or microphone in use" + noSound);
+}
+
 } // namespace
 } // namespace velmoran

@@ -106,6 +106,20 @@ TEST_F(StatusItem, SaysWhatIsOn) {
     EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
 }
 
+TEST_F(StatusItem, SaysWhatIsNotBeingWatched) {
+    SystemSnapshot blind;
+    blind.unwatched = {Device::camera};
+    receive(blind);
+    EXPECT_EQ(toolTip(), "Velmoran: not everything is being watched\n"
+                         "The camera isn't being watched: Velmoran may not look at it.");
+    item->tellCurrentUse();
+    ASSERT_THAT(model->notices.items(), SizeIs(1));
+    EXPECT_EQ(model->notices.items().front().title, "The microphone is off");
+    receive({});
+    EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
+    EXPECT_EQ(model->notices.items().front().title, "Camera and microphone are off");
+}
+
 TEST_F(StatusItem, ShowsAnotherPictureForAnotherState) {
     const auto picture = [&] {
         return item->item()->icon().pixmap(22).toImage();
