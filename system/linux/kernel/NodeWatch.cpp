@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <system_error>
 #include <utility>
 
 #include <sys/epoll.h>
@@ -31,18 +30,31 @@ std::string folderAbove(const std::string& folder) {
 
 NodeWatch::NodeWatch(EventLoop& loop, std::string folder,
                      std::function<bool(std::string_view)> isNode, Receiver receiver)
-    : folder_(std::move(folder)),
+    : loop_(loop),
+      folder_(std::move(folder)),
       isNode_(std::move(isNode)),
-      receiver_(std::move(receiver)),
-      descriptor_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
-    if (!descriptor_.isOpen()) {
-        throw std::system_error(errno, std::generic_category(), "inotify_init1");
-    }
+      receiver_(std::move(receiver)) {
     while (folder_.size() > 1 && folder_.back() == '/') {
         folder_.pop_back();
     }
+    if (!open()) {
+        retry_ = loop_.every(retryInterval, [this] {
+            if (open()) {
+                retry_.reset();
+                receiver_.folderChanged();
+            }
+        });
+    }
+}
+
+bool NodeWatch::open() {
+    descriptor_ = Descriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (!descriptor_.isOpen()) {
+        return false;
+    }
     watchFolder();
-    readable_ = loop.watch(descriptor_.get(), EPOLLIN, [this](std::uint32_t) { read(); });
+    readable_ = loop_.watch(descriptor_.get(), EPOLLIN, [this](std::uint32_t) { read(); });
+    return true;
 }
 
 void NodeWatch::watchFolder() {
@@ -73,7 +85,7 @@ void NodeWatch::watchFolder() {
     }
 }
 
-void NodeWatch::watchNodes(const std::vector<std::string>& paths) {
+bool NodeWatch::watchNodes(const std::vector<std::string>& paths) {
     std::map<int, std::string> watched;
     bool watchesAll = true;
     for (const auto& path : paths) {

@@ -37,7 +37,8 @@ public:
     };
 
     /// `isNode` says by its file name whether something in the folder is of interest. The folder
-    /// need not be there yet. Throws std::system_error if the kernel gives no inotify descriptor.
+    /// need not be there yet. While the kernel gives no inotify descriptor nothing is watched; it
+    /// is asked again and again, and the folder counts as changed when it gives one.
     NodeWatch(EventLoop& loop, std::string folder, std::function<bool(std::string_view)> isNode,
               Receiver receiver);
     NodeWatch(const NodeWatch&) = delete;
@@ -51,10 +52,15 @@ public:
     /// on the way to it is watched, which doesn't tell of a right that comes later.
     bool watchesFolder() const { return folderWatch_ >= 0 && awaited_.empty(); }
 
+    /// Another program may hold all descriptors that the user has.
+    static constexpr Seconds retryInterval = 5.0;
+
 private:
+    bool open();
     void watchFolder();
     void read();
 
+    EventLoop& loop_;
     std::string folder_;
     std::function<bool(std::string_view)> isNode_;
     Receiver receiver_;
@@ -62,7 +68,8 @@ private:
     int folderWatch_ = -1;
     std::string awaited_; ///< the name of the next folder on the way, while the folder isn't there
     std::map<int, std::string> nodes_; ///< by inotify's watch
-    Subscription readable_;            ///< last, so that its end is the first
+    Subscription retry_;
+    Subscription readable_; ///< last, so that its end is the first
 };
 
 } // namespace velmoran

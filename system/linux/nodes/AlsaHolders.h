@@ -27,8 +27,7 @@ public:
         std::string procRoot = "/proc";
     };
 
-    /// `servesOthers` is true for the sound server, which isn't listed. Throws std::system_error
-    /// without inotify.
+    /// `servesOthers` is true for the sound server, which isn't listed.
     AlsaHolders(EventLoop& loop, ProcessNaming& naming, std::function<bool(pid_t)> servesOthers,
                 Places places);
     ~AlsaHolders();

@@ -27,7 +27,7 @@ public:
     };
 
     /// `servesOthers` is true for processes that hold cameras for their clients (the sound server):
-    /// they use none themselves. Throws std::system_error without inotify.
+    /// they use none themselves.
     V4l2Cameras(EventLoop& loop, ProcessNaming& naming, std::function<bool(pid_t)> servesOthers,
                 const Places& places);
 

@@ -79,14 +79,10 @@ void ServerSocket::callUntilFound(std::function<bool()> attempt) {
     // What `folderChanged` does is enough then.
     receiver.eventsLost = [] {
     };
-    try {
-        watch_.emplace(
-            loop_, place.parent_path(),
-            [name = place.filename().string()](std::string_view file) { return file == name; },
-            std::move(receiver));
-    } catch (const std::system_error&) {
-        // No descriptor to be had: it is tried now and then.
-    }
+    watch_.emplace(
+        loop_, place.parent_path(),
+        [name = place.filename().string()](std::string_view file) { return file == name; },
+        std::move(receiver));
     this->attempt();
 }
 
