@@ -1,17 +1,19 @@
 #include "ctl/Ask.h"
 
-#include "app/bus/BusLink.h"
 #include "app/bus/BusNames.h"
 #include "app/bus/StatusLines.h"
 #include "app/qtbase/QtSettingsFile.h"
 #include "app/qtbase/SystemWords.h"
 #include "core/text/Localizer.h"
 #include "core/text/PlainLine.h"
+#include "ctl/BusCaller.h"
+#include "ctl/Output.h"
+#include "ctl/VelmoranOnBus.h"
 #include "system/MakeMachine.h"
 
 #include <QCoreApplication>
 #include <chrono>
-#include <cstdint>
+#include <csignal>
 #include <iostream>
 #include <string_view>
 
@@ -19,82 +21,96 @@ namespace velmoran {
 
 namespace {
 
-constexpr std::uint64_t usualPatience = 25000000; ///< microseconds
-/// A question to the user, too, may be waited for.
-constexpr std::uint64_t endless = UINT64_MAX;
-
-struct BusError {
-    BusError() = default;
-    BusError(const BusError&) = delete;
-    BusError& operator=(const BusError&) = delete;
-    ~BusError() { sd_bus_error_free(&value); }
-
-    std::string_view name() const { return value.name ? value.name : ""; }
-    std::string message() const { return value.message ? value.message : ""; }
-    bool isAbsence() const {
-        return name() == SD_BUS_ERROR_SERVICE_UNKNOWN || name() == SD_BUS_ERROR_NAME_HAS_NO_OWNER;
-    }
-
-    sd_bus_error value{};
-};
+/// For the bus to let us in, and again to say who is Velmoran.
+constexpr Seconds entryPatience = 5.0;
+/// For Velmoran, or for a sign of its life where the answer may take as long as the user thinks.
+constexpr Seconds answerPatience = 25.0;
 
 int complain(const std::string& sentence, int status) {
     std::cerr << "velmoranctl: " << plainLine(sentence) << '\n';
     return status;
 }
 
-void speakTheUsersLanguage(int& argc, char** argv) {
-    const QCoreApplication application(argc, argv);
+void prepare(const AskOptions& options) {
+    std::signal(SIGPIPE, SIG_IGN); // a reader that has gone is noticed when writing
+    const QCoreApplication application(options.argc, options.argv);
     QtSettingsFile settings;
     setSystemWords(settings, thisPlatform());
     followSystemZone();
 }
 
-/// A reply to come, or the exit status of its failure.
+std::string nameOf(const PeerProgram& program) {
+    return words().text("%@ (process %@)",
+                        {program.path.value_or(words().text("A program that can't be looked at")),
+                         std::to_string(program.pid)});
+}
+
+/// A reply, or the exit status of its failure.
 struct Call {
-    BusHandle bus; ///< outlives the reply
     BusMessage reply;
     int status = AskEnd::done;
 };
 
-Call call(const char* method, const std::string* argument, std::uint64_t patience) {
-    Call result;
-    sd_bus* bus = nullptr;
-    const auto address = sessionBusAddress();
-    if (sd_bus_new(&bus) < 0) {
-        result.status = complain("out of memory", AskEnd::notRunning);
-        return result;
+Call failed(const BusAnswer& answer) {
+    if (answer.isAbsence()) {
+        return {nullptr, complain(words().text("Velmoran isn't running."), AskEnd::notRunning)};
     }
-    result.bus.reset(bus);
-    sd_bus_message* made = nullptr;
-    if (address.empty() || sd_bus_set_address(bus, address.c_str()) < 0 ||
-        sd_bus_set_bus_client(bus, 1) < 0 || sd_bus_start(bus) < 0 ||
-        sd_bus_message_new_method_call(bus, &made, bus::name, bus::path, bus::interface, method) <
-            0) {
-        result.status = complain(words().text("There is no session bus to reach Velmoran by."),
-                                 AskEnd::notRunning);
-        return result;
+    if (answer.error == bus::notInUse || answer.error == bus::ambiguous ||
+        answer.error == SD_BUS_ERROR_INVALID_ARGS) {
+        return {nullptr, complain(answer.message, AskEnd::wrongRequest)};
     }
-    const BusMessage message(made);
-    sd_bus_message_set_auto_start(made, 0);
-    if (argument && sd_bus_message_append(made, "s", argument->c_str()) < 0) {
-        result.status = complain("that is no name of an app", AskEnd::wrongRequest);
-        return result;
+    return {nullptr, complain(words().text("Velmoran didn't answer: %@", {answer.message}),
+                              AskEnd::notRunning)};
+}
+
+enum class Wait { bounded, asLongAsItLives };
+
+Call call(const AskOptions& options, const char* method, const std::string* argument, Wait wait) {
+    auto entry = enterBus(sessionBusAddress(), entryPatience);
+    const auto silence = [] {
+        return Call{nullptr,
+                    complain(words().text("The session bus doesn't answer."), AskEnd::notRunning)};
+    };
+    if (entry.outcome == BusEntry::Outcome::silent) {
+        return silence();
     }
-    BusError error;
-    sd_bus_message* reply = nullptr;
-    if (sd_bus_call(bus, made, patience, &error.value, &reply) >= 0) {
-        result.reply.reset(reply);
-    } else if (error.isAbsence()) {
-        result.status = complain(words().text("Velmoran isn't running."), AskEnd::notRunning);
-    } else if (error.name() == bus::notInUse || error.name() == bus::ambiguous ||
-               error.name() == SD_BUS_ERROR_INVALID_ARGS) {
-        result.status = complain(error.message(), AskEnd::wrongRequest);
-    } else {
-        result.status = complain(words().text("Velmoran didn't answer: %@", {error.message()}),
-                                 AskEnd::notRunning);
+    if (entry.outcome == BusEntry::Outcome::absent) {
+        return {nullptr, complain(words().text("There is no session bus to reach Velmoran by."),
+                                  AskEnd::notRunning)};
     }
-    return result;
+    const BusCaller bus(std::move(entry.bus));
+    const auto velmoran = findVelmoran(
+        bus, {.busPatience = entryPatience,
+              .patience = answerPatience,
+              .isVelmoran = [&](const PeerProgram& program) {
+                  return isVelmoran(program) || (program.path && *program.path == options.velmoran);
+              }});
+    if (velmoran.stranger) {
+        complain(words().text("%@ answers in Velmoran's name and isn't Velmoran.",
+                              {nameOf(*velmoran.stranger)}),
+                 AskEnd::notRunning);
+    }
+    if (!velmoran.connection && velmoran.isSilent) {
+        return failed({nullptr, SD_BUS_ERROR_NO_REPLY, "no answer"});
+    }
+    if (!velmoran.connection) {
+        return velmoran.busAnswered
+                   ? Call{nullptr,
+                          complain(words().text("Velmoran isn't running."), AskEnd::notRunning)}
+                   : silence();
+    }
+    const auto question = bus.makeCall(*velmoran.connection, bus::path, bus::interface, method);
+    if (argument && sd_bus_message_append(question.get(), "s", argument->c_str()) < 0) {
+        return {nullptr, complain("that is no name of an app", AskEnd::wrongRequest)};
+    }
+    auto answer = wait == Wait::bounded ? bus.ask(question, answerPatience)
+                                        : bus.askWhileAlive(question, answerPatience);
+    return answer.reply ? Call{std::move(answer.reply)} : failed(answer);
+}
+
+/// That something wasn't done matters more than that it couldn't be said.
+int finish(const Output& output, int status) {
+    return !output.wroteAll() && status == AskEnd::done ? AskEnd::unsaid : status;
 }
 
 /// Prints what has been done.
@@ -108,13 +124,14 @@ int tell(const Call& call) {
     if (sd_bus_message_read(call.reply.get(), "sss", &outcome, &headline, &detail) < 0) {
         return complain(words().text("Velmoran didn't answer: %@", {"?"}), AskEnd::notRunning);
     }
+    Output output;
     for (const auto* sentence : {headline, detail}) {
         if (*sentence != '\0') {
-            std::cout << plainLine(sentence) << '\n';
+            output.write(plainLine(sentence));
         }
     }
-    std::cout.flush();
-    return outcome == std::string_view(bus::outcome::done) ? AskEnd::done : AskEnd::notEverything;
+    return finish(output, outcome == std::string_view(bus::outcome::done) ? AskEnd::done
+                                                                          : AskEnd::notEverything);
 }
 
 Timestamp present() {
@@ -125,42 +142,42 @@ Timestamp present() {
 
 } // namespace
 
-int askToStop(const std::string& app, int& argc, char** argv) {
-    speakTheUsersLanguage(argc, argv);
-    return tell(app.empty() ? call("StopEverything", nullptr, endless)
-                            : call("Stop", &app, endless));
+int askToStop(const std::string& app, const AskOptions& options) {
+    prepare(options);
+    return tell(app.empty() ? call(options, "StopEverything", nullptr, Wait::asLongAsItLives)
+                            : call(options, "Stop", &app, Wait::asLongAsItLives));
 }
 
-int askToUnmute(int& argc, char** argv) {
-    speakTheUsersLanguage(argc, argv);
-    return tell(call("UnmuteMicrophone", nullptr, usualPatience));
+int askToUnmute(const AskOptions& options) {
+    prepare(options);
+    return tell(call(options, "UnmuteMicrophone", nullptr, Wait::bounded));
 }
 
-int askForStatus(bool json, int& argc, char** argv) {
-    speakTheUsersLanguage(argc, argv);
-    const auto answer = call("Status", nullptr, usualPatience);
+int askForStatus(bool json, const AskOptions& options) {
+    prepare(options);
+    const auto answer = call(options, "Status", nullptr, Wait::bounded);
     if (!answer.reply) {
         return answer.status;
     }
     const char* text = nullptr;
+    Output output;
     try {
         if (sd_bus_message_read(answer.reply.get(), "s", &text) < 0) {
             throw DecodingError("no text");
         }
         const auto status = decode<ProgramStatus>(text);
         if (json) {
-            std::cout << encode(status) << '\n';
+            output.write(encode(status));
         } else {
             for (const auto& line : statusLines(status, present())) {
-                std::cout << plainLine(line) << '\n';
+                output.write(plainLine(line));
             }
         }
     } catch (const DecodingError& error) {
         return complain(words().text("Velmoran didn't answer: %@", {error.what()}),
                         AskEnd::notRunning);
     }
-    std::cout.flush();
-    return AskEnd::done;
+    return finish(output, AskEnd::done);
 }
 
 } // namespace velmoran

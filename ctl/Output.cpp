@@ -22,14 +22,16 @@ void Output::write(const std::string& line) {
     }
 }
 
-int Output::end() const {
-    // A reader that has gone had enough; anything else has lost lines.
-    if (open_ || problem_ == EPIPE) {
-        return 0;
+bool Output::wroteAll() const {
+    if (!open_) {
+        std::cerr << "velmoranctl: the output can't be written: "
+                  << std::generic_category().message(problem_) << '\n';
     }
-    std::cerr << "velmoranctl: the output can't be written: "
-              << std::generic_category().message(problem_) << '\n';
-    return 1;
+    return open_;
+}
+
+int Output::end() const {
+    return problem_ == EPIPE || wroteAll() ? 0 : 1;
 }
 
 } // namespace velmoran

@@ -14,8 +14,10 @@ public:
 
     /// Adds the end of the line.
     void write(const std::string& line);
-    /// The exit status for it: 0 if all lines went out or their reader has gone, else 1, after
-    /// saying on standard error what was in the way.
+    /// Whether every line has gone out; says on standard error what was in the way of the others.
+    bool wroteAll() const;
+    /// The same as the exit status of what tells and tells: 0 also if the reader has gone, who had
+    /// enough then; else 1.
     int end() const;
 
 private:

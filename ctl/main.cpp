@@ -16,6 +16,16 @@ namespace {
 
 constexpr int wrongArguments = 2;
 
+/// Of what the argument parser has printed in place of a command.
+int endOfHelp() {
+    std::cout.flush();
+    if (std::cout) {
+        return 0;
+    }
+    std::cerr << "velmoranctl: the output can't be written\n";
+    return velmoran::AskEnd::unsaid;
+}
+
 int replayFile(const std::string& path) {
     using namespace velmoran;
     Output output;
@@ -93,15 +103,17 @@ int main(int argc, char** argv) {
         "without it everything is stopped. Waits until the stop has ended, and says what\n"
         "happened. The Velmoran that is running does it, and asks on its screen before it\n"
         "closes a browser.\n\n"
-        "Exit status: 0 when everything is stopped, 1 if Velmoran isn't running, 2 for an\n"
-        "APP that isn't using either or isn't the only one of that name, 3 if something\n"
-        "couldn't be stopped, the user cancelled, or a stop was under way already.");
+        "Exit status: 0 when everything is stopped, 1 if Velmoran isn't running or doesn't\n"
+        "answer, 2 for an APP that isn't using either or isn't the only one of that name,\n"
+        "3 if something couldn't be stopped, the user cancelled, or a stop was under way\n"
+        "already, 4 if everything is stopped and that couldn't be written.");
     std::string stopped;
     auto* stoppedOption = stop->add_option("APP", stopped, "The app to stop")->type_name("");
 
     auto* unmute = app.add_subcommand("unmute", "Unmute the microphones that a stop has muted");
-    unmute->footer("Exit status: 0 when they are unmuted, 1 if Velmoran isn't running, 3 if a\n"
-                   "microphone couldn't be unmuted or the sound server didn't answer.");
+    unmute->footer("Exit status: 0 when they are unmuted, 1 if Velmoran isn't running or doesn't\n"
+                   "answer, 3 if a microphone couldn't be unmuted or the sound server didn't\n"
+                   "answer, 4 if they are unmuted and that couldn't be written.");
 
     auto* status = app.add_subcommand("status", "Print what is on, since when, and who uses it");
     status->footer(
@@ -115,7 +127,10 @@ int main(int argc, char** argv) {
         "{\"kind\": \"notOpened\" or \"notWritten\", \"reason\": the system's words}. \"sightTaken\" is\n"
         "there if something has taken Velmoran's view of the sound system away: when it last did, in\n"
         "such seconds.\n\n"
-        "Exit status: 0, or 1 if Velmoran isn't running.");
+        "Exit status: 0, 1 if Velmoran isn't running or doesn't answer, or 4 if the output\n"
+        "can't be written.");
+    std::string alsoVelmoran;
+    app.add_option("--velmoran", alsoVelmoran, "Count FILE as Velmoran, too")->group("");
     bool json = false;
     status->add_flag("--json", json, "Print JSON for other programs instead of sentences");
 
@@ -125,23 +140,24 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : wrongArguments;
+        return app.exit(error) == 0 ? endOfHelp() : wrongArguments;
     }
     if (*replay) {
         return replayFile(file);
     }
+    const velmoran::AskOptions asking{argc, argv, alsoVelmoran};
     if (*stop) {
         if (stoppedOption->count() > 0 && stopped.empty()) {
             std::cerr << "velmoranctl: APP is empty.\n";
             return wrongArguments;
         }
-        return velmoran::askToStop(stopped, argc, argv);
+        return velmoran::askToStop(stopped, asking);
     }
     if (*unmute) {
-        return velmoran::askToUnmute(argc, argv);
+        return velmoran::askToUnmute(asking);
     }
     if (*status) {
-        return velmoran::askForStatus(json, argc, argv);
+        return velmoran::askForStatus(json, asking);
     }
     if (*watch) {
         options.demo = demo->count() > 0;

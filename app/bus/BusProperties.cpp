@@ -26,6 +26,9 @@ const char* const introspection =
       <arg name="headline" type="s" direction="out"/>
       <arg name="detail" type="s" direction="out"/>
     </method>
+    <method name="Identify">
+      <arg name="place" type="s" direction="in"/>
+    </method>
     <method name="Status">
       <arg name="json" type="s" direction="out"/>
     </method>

@@ -3,6 +3,7 @@
 #include "app/bus/BusNames.h"
 #include "app/bus/BusProperties.h"
 #include "app/bus/BusReply.h"
+#include "app/bus/Identity.h"
 
 #include <cstring>
 #include <utility>
@@ -184,9 +185,9 @@ void BusService::answer(sd_bus_message* call) {
 }
 
 void BusService::answerAsProgram(sd_bus_message* call, const std::string& member) {
-    const bool takesText = member == "Stop";
-    if (member != "StopEverything" && member != "Stop" && member != "UnmuteMicrophone" &&
-        member != "Status") {
+    const bool takesText = member == "Stop" || member == "Identify";
+    if (member != "StopEverything" && member != "UnmuteMicrophone" && member != "Status" &&
+        !takesText) {
         refuse(call, SD_BUS_ERROR_UNKNOWN_METHOD, "There is no such method.");
     } else if (sd_bus_message_has_signature(call, takesText ? "s" : "") <= 0) {
         refuse(call, SD_BUS_ERROR_INVALID_ARGS,
@@ -197,6 +198,13 @@ void BusService::answerAsProgram(sd_bus_message* call, const std::string& member
         requests_.stop(call);
     } else if (member == "UnmuteMicrophone") {
         requests_.unmute(call);
+    } else if (member == "Identify") {
+        const char* place = nullptr;
+        if (sd_bus_message_read(call, "s", &place) >= 0 && answerIdentity(place)) {
+            send(bus::replyTo(call));
+        } else {
+            refuse(call, SD_BUS_ERROR_INVALID_ARGS, "That is no place to come to.");
+        }
     } else {
         auto reply = bus::replyTo(call);
         sd_bus_message_append(reply.get(), "s", encode(statusOf(model_)).c_str());

@@ -220,10 +220,15 @@ protected:
         EXPECT_TRUE(runUntil([&] { return !client.running(); })) << client.title();
         return client.wait().value_or(-1);
     }
-    /// Runs velmoranctl to its end.
-    support::ChildProcess ctl(std::vector<std::string> arguments, int status) {
-        arguments.insert(arguments.begin(), VELMORANCTL);
-        auto client = start(arguments);
+    /// velmoranctl, for which this test's own program is Velmoran.
+    support::ChildProcess startCtl(std::vector<std::string> arguments) {
+        const auto self = std::filesystem::read_symlink("/proc/self/exe").string();
+        arguments.insert(arguments.begin(), {VELMORANCTL, "--velmoran", self});
+        return start(arguments);
+    }
+    /// Runs it to its end.
+    support::ChildProcess ctl(const std::vector<std::string>& arguments, int status) {
+        auto client = startCtl(arguments);
         EXPECT_EQ(finish(client), status) << client.title() << client.output() << client.errors();
         return client;
     }

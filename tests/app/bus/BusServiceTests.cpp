@@ -1,10 +1,12 @@
 #include "BusFixture.h"
 
 #include "app/bus/BusProperties.h"
+#include "app/bus/Identity.h"
 
 #include <csignal>
 #include <gmock/gmock.h>
 #include <thread>
+#include <unistd.h>
 
 namespace velmoran {
 namespace {
@@ -98,7 +100,7 @@ TEST_F(BusServiceTest, DropsAStopWhileTheUserIsAsked) {
     launch();
     model->receive(
         reading({{.name = "Fox", .bundleID = "org.mozilla.firefox", .path = "/opt/fox"}}));
-    auto waiting = start({VELMORANCTL, "stop"});
+    auto waiting = startCtl({"stop"});
     ASSERT_TRUE(runUntil([&] { return questions == 1; }));
     EXPECT_EQ(raises, 0);
     const std::string asking =
@@ -240,6 +242,21 @@ TEST_F(BusServiceTest, RefusesWhatItDoesNotKnow) {
     EXPECT_FALSE(model->isBusyStopping());
 }
 
+TEST_F(BusServiceTest, ShowsWhichProcessServes) {
+    launch();
+    const IdentityQuestion question;
+    EXPECT_FALSE(question.isAnsweredBy(::getpid()));
+    EXPECT_THAT(call("Identify", question.place()), ElementsAre());
+    EXPECT_TRUE(question.isAnsweredBy(::getpid()));
+    EXPECT_FALSE(question.isAnsweredBy(::getpid())) << "it came once";
+    EXPECT_THAT(call("Identify", question.place()), ElementsAre());
+    EXPECT_FALSE(question.isAnsweredBy(::getppid())) << "somebody else has come";
+    for (const auto& place : {std::string("/tmp/.X11-unix/X0"), std::string(),
+                              question.place() + std::string(100, 'x')}) {
+        EXPECT_THAT(call("Identify", place), ElementsAre(SD_BUS_ERROR_INVALID_ARGS)) << place;
+    }
+}
+
 TEST_F(BusServiceTest, TakesNoNameThatIsLongerThanAnyApps) {
     launch();
     EXPECT_THAT(call("Stop", std::string(BusRequests::longestName + 1, 'x')),
@@ -308,7 +325,7 @@ TEST_F(BusServiceTest, IsBackWhenTheBusIs) {
     launch();
     model->receive(reading({app("Zoom")}));
     // In the middle of a call.
-    auto caller = start({VELMORANCTL, "stop"});
+    auto caller = startCtl({"stop"});
     ASSERT_TRUE(runUntil([&] { return *model->isStopping; }));
     bus_->signal(SIGKILL);
     EXPECT_EQ(finish(caller), 1);
@@ -433,7 +450,7 @@ TEST_F(BusServiceTest, SaysWhatElseThereIsToSayOfAStop) {
     EXPECT_THAT(call("Stop", "Zoom"), ElementsAre("incomplete", "Zoom was closed.", remark));
     model->receive(
         reading({{.name = "Fox", .bundleID = "org.mozilla.firefox", .path = "/opt/fox"}}));
-    auto waiting = start({VELMORANCTL, "stop", "Fox"});
+    auto waiting = startCtl({"stop", "Fox"});
     ASSERT_TRUE(runUntil([&] { return questions == 1; }));
     answerQuestion(BrowserAnswer::cancel);
     EXPECT_EQ(finish(waiting), 3);
@@ -444,7 +461,7 @@ TEST_F(BusServiceTest, EndsInTheMiddleOfACall) {
     machine.script.closeSeconds["org.example.Zoom"] = 100;
     launch();
     model->receive(reading({app("Zoom")}));
-    auto waiting = start({VELMORANCTL, "stop"});
+    auto waiting = startCtl({"stop"});
     ASSERT_TRUE(runUntil([&] { return *model->isStopping; }));
     service.reset();
     EXPECT_EQ(finish(waiting), 1);

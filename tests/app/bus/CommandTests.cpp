@@ -1,7 +1,9 @@
 // velmoranctl as a client of the running program.
 #include "BusFixture.h"
 
+#include <csignal>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 namespace velmoran {
 namespace {
@@ -70,6 +72,98 @@ TEST_F(Command, SaysInOneLineThatVelmoranIsNotRunning) {
     bus_->stop();
     EXPECT_EQ(ctl({"status"}, 1).errors(),
               "velmoranctl: There is no session bus to reach Velmoran by.\n");
+}
+
+TEST_F(Command, SaysThatItsOutputCannotBeWritten) {
+    launch();
+    const auto into = [&](const std::vector<std::string>& command, const std::string& where) {
+        const auto self = std::filesystem::read_symlink("/proc/self/exe").string();
+        auto shell = "exec \"$0\" --velmoran '" + self + "' \"$@\" " + where;
+        std::vector<std::string> all = {"bash", "-c", std::move(shell), VELMORANCTL};
+        all.insert(all.end(), command.begin(), command.end());
+        auto client = start(all);
+        const auto status = finish(client);
+        EXPECT_THAT(client.errors(), HasSubstr("the output can't be written"))
+            << client.title() << client.output();
+        return status;
+    };
+    for (const std::string where : {"> /dev/full", ">&-"}) {
+        for (const std::vector<std::string>& command :
+             {std::vector<std::string>{"status"}, {"status", "--json"}, {"unmute"}, {"stop"}}) {
+            EXPECT_EQ(into(command, where), 4) << command[0] << where;
+        }
+    }
+    // Worse than that it can't be said.
+    machine.script.refusesToClose = {"org.example.Zoom"};
+    model->receive(reading({app("Zoom")}));
+    EXPECT_EQ(into({"stop"}, "> /dev/full"), 3);
+    EXPECT_EQ(into({"--help"}, "> /dev/full"), 4);
+}
+
+TEST_F(Command, SaysThatItsReaderHasGone) {
+    launch();
+    const auto self = std::filesystem::read_symlink("/proc/self/exe").string();
+    auto unread =
+        start({"bash", "-c", "exec 3> >(exit); wait $!; exec \"$0\" --velmoran \"$1\" status >&3",
+               VELMORANCTL, self});
+    EXPECT_EQ(finish(unread), 4);
+    EXPECT_THAT(unread.errors(), HasSubstr("the output can't be written"));
+}
+
+TEST_F(Command, BelievesNobodyWhoHasTakenTheName) {
+    launch();
+    model->receive(reading({app("Zoom")}));
+    // Without the word that this test's own program is Velmoran.
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"status"}, {"stop"}, {"stop", "Zoom"}, {"unmute"}}) {
+        std::vector<std::string> all = {VELMORANCTL};
+        all.insert(all.end(), command.begin(), command.end());
+        auto client = start(all);
+        EXPECT_EQ(finish(client), 1);
+        EXPECT_EQ(client.output(), "");
+        const auto self = std::filesystem::read_symlink("/proc/self/exe").string();
+        EXPECT_EQ(client.errors(), "velmoranctl: " + self + " (process " +
+                                       std::to_string(::getpid()) +
+                                       ") answers in Velmoran's name and isn't Velmoran.\n"
+                                       "velmoranctl: Velmoran isn't running.\n");
+    }
+    EXPECT_FALSE(model->isBusyStopping());
+    EXPECT_FALSE(*model->settings.microphoneMuted);
+}
+
+TEST_F(Command, GoesPastAStrangerToTheVelmoranThatRuns) {
+    auto stranger = start({"python3", "-c", R"(
+import ctypes, os, signal
+sd = ctypes.CDLL("libsystemd.so.0")
+bus = ctypes.c_void_p()
+assert sd.sd_bus_open_user(ctypes.byref(bus)) >= 0
+assert sd.sd_bus_request_name(bus, b"org.velmoran.Velmoran", ctypes.c_uint64(0)) >= 0
+print("it has the name", flush=True)
+signal.pause()
+)"});
+    ASSERT_TRUE(runUntil([&] { return !stranger.output().empty(); })) << stranger.errors();
+    launch();
+    model->receive(reading({app("Zoom")}));
+    ASSERT_TRUE(runUntil([&] {
+        auto status = startCtl({"status"});
+        return finish(status) == 0;
+    }));
+    const auto stopped = ctl({"stop", "Zoom"}, 0);
+    EXPECT_EQ(stopped.output(), "Zoom was closed.\n");
+    EXPECT_THAT(stopped.errors(), HasSubstr("answers in Velmoran's name and isn't Velmoran."));
+    EXPECT_THAT(stopped.errors(), HasSubstr(std::to_string(stranger.pid())));
+}
+
+TEST_F(Command, EndsInTimeWhenTheBusHangs) {
+    launch();
+    bus_->signal(SIGSTOP);
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"status"}, {"stop"}, {"unmute"}}) {
+        const auto begun = Steady::now();
+        EXPECT_EQ(ctl(command, 1).errors(), "velmoranctl: The session bus doesn't answer.\n");
+        EXPECT_LT(Steady::now() - begun, std::chrono::seconds(10)) << command[0];
+    }
+    bus_->signal(SIGCONT);
 }
 
 TEST_F(Command, ShowsNoControlCharacterToATerminal) {
