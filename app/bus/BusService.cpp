@@ -108,6 +108,7 @@ int BusService::named(sd_bus_message* reply, void* service, sd_bus_error*) {
     // An end of the connection, too, is an answer to the library.
     if (sd_bus_message_is_method_error(reply, nullptr) == 0) {
         self.search_.reset();
+        self.options_.onAnswer();
     }
     return 0;
 }

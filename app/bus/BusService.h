@@ -33,6 +33,9 @@ public:
         std::function<std::string()> remark = [] {
             return std::string();
         };
+        /// The bus has answered, for the first time since it was looked for.
+        std::function<void()> onAnswer = [] {
+        };
     };
 
     /// Both outlive the service.

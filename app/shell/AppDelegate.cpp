@@ -42,6 +42,7 @@ void AppDelegate::didFinishLaunching() {
     });
     watchShortcut();
     model_.start();
+    statusItem_->awaitTray();
 }
 
 void AppDelegate::watchShortcut() {

@@ -9,6 +9,8 @@
 #include "app/replay/RecordingPlayer.h"
 #include "app/shell/AppDelegate.h"
 #include "app/shell/DisplayChoice.h"
+#include "app/shell/HangingBus.h"
+#include "app/shell/RestartWhenIdle.h"
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
 #include "system/MakeMachine.h"
@@ -23,12 +25,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
 using namespace velmoran;
 
 constexpr int wrongArguments = 2;
+constexpr const char* nothingWasOn = "--nothing-was-on";
 
 int complain(const std::string& what, int status) {
     std::cerr << "velmoran: " << what << '\n';
@@ -39,20 +44,45 @@ AppPicture picturesOf(Machine& machine) {
     return appPictures([&machine](const AppRef& app) { return machine.iconName(app); });
 }
 
-int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder) {
+std::string nameOf(const PeerProgram& program) {
+    const auto process = " (process " + std::to_string(program.pid) + ')';
+    return program.path ? *program.path + process
+                        : "a program that can't be looked at" + (program.pid > 0 ? process : "");
+}
+
+/// Nobody else keeps Velmoran from running, but somebody should know who tries to.
+void sayWhoIsInTheWay(const SingleInstance& instance) {
+    for (const auto& [program, isVelmoran] : instance.obstacles()) {
+        std::cerr << "velmoran: "
+                  << (isVelmoran ? "the Velmoran that runs already doesn't answer, " +
+                                       nameOf(program) + "; this one runs beside it\n"
+                                 : nameOf(program) + " has taken Velmoran's place and isn't "
+                                                     "Velmoran; this one runs all the same\n");
+    }
+}
+
+struct RealOptions {
+    QString deviceFolder;
+    bool nothingWasOn = false; ///< when this process took the place of the one before
+    bool hasNoBusInQt = false;
+};
+
+/// Nothing if the program is to be started anew.
+std::optional<int> runReal(QApplication& app, SignalWatch& signals, const RealOptions& given) {
     SingleInstance instance("org.velmoran.Velmoran");
     if (instance.role() == SingleInstance::Role::second) {
         std::cerr << "velmoran: it is running already, and shows itself now\n";
         return 0;
     }
+    sayWhoIsInTheWay(instance);
     QtEventLoop loop;
     QtSettingsFile settings;
     setSystemWords(settings, thisPlatform());
     followSystemZone();
     MachineOptions options;
     options.sounds = makeSounds();
-    if (!deviceFolder.isEmpty()) {
-        options.deviceFolder = deviceFolder.toStdString();
+    if (!given.deviceFolder.isEmpty()) {
+        options.deviceFolder = given.deviceFolder.toStdString();
     }
     const auto machine = makeMachine(std::move(options));
     AppDelegate delegate({*machine, loop, loop, settings,
@@ -62,11 +92,35 @@ int runReal(QApplication& app, SignalWatch& signals, const QString& deviceFolder
                          picturesOf(*machine), [&app] { app.quit(); });
     instance.onShow([&] { delegate.reopen(); });
     delegate.didFinishLaunching();
-    const BusService bus(delegate.model(), loop);
+    if (given.nothingWasOn) {
+        delegate.model().receive({});
+    }
+    RestartWhenIdle restart(delegate.model(), [&app] { app.quit(); });
+    BusService::Options service;
+    if (given.hasNoBusInQt) {
+        service.onAnswer = [&restart] {
+            restart.wish();
+        };
+    }
+    const BusService bus(delegate.model(), loop, std::move(service));
     signals.start();
     const int status = QApplication::exec();
     delegate.model().stopMonitor();
-    return status;
+    return restart.isDue() ? std::nullopt : std::optional(status);
+}
+
+/// In this process's place, with a Qt that finds the bus. Returns only if that fails.
+int startAnew(std::vector<std::string> arguments) {
+    if (arguments.back() != nothingWasOn) {
+        arguments.emplace_back(nothingWasOn);
+    }
+    std::vector<char*> pointers;
+    for (auto& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    ::execv("/proc/self/exe", pointers.data());
+    return complain("it can't be started anew", 1);
 }
 
 int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString>& file) {
@@ -112,13 +166,16 @@ int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString
 
 int main(int argc, char** argv) {
     fillStandardStreams();
+    const std::vector<std::string> given(argv, argv + argc);
     const auto display = chooseDisplay(displayFacts());
     // One that shows nothing is enough to read the arguments.
     qputenv("QT_QPA_PLATFORM",
             display.platform.empty() ? "minimal" : QByteArray::fromStdString(display.platform));
     // Before any other thread, so that all of them leave these signals to the main one.
     SignalWatch signals([] { QApplication::quit(); });
+    HangingBus hangingBus(sessionBusAddress());
     QApplication app(argc, argv);
+    hangingBus.giveBack();
     QApplication::setApplicationName(QStringLiteral("Velmoran"));
     QApplication::setApplicationVersion(QStringLiteral(VELMORAN_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("org.velmoran.Velmoran"));
@@ -135,7 +192,9 @@ int main(int argc, char** argv) {
     QCommandLineOption devices(QStringLiteral("device-folder"),
                                QStringLiteral("Where camera nodes stand."), QStringLiteral("DIR"));
     devices.setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOptions({demo, devices});
+    QCommandLineOption resumed(QString::fromLatin1(nothingWasOn + 2));
+    resumed.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOptions({demo, devices, resumed});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("A recording to play with --demo."),
                                  QStringLiteral("[FILE]"));
@@ -163,7 +222,11 @@ int main(int argc, char** argv) {
             return runDemo(app, signals,
                            files.isEmpty() ? std::nullopt : std::optional(files.first()));
         }
-        return runReal(app, signals, parser.value(devices));
+        const auto status = runReal(app, signals,
+                                    {.deviceFolder = parser.value(devices),
+                                     .nothingWasOn = parser.isSet(resumed),
+                                     .hasNoBusInQt = hangingBus.isHidden()});
+        return status ? *status : startAnew(given);
     } catch (const std::exception& error) {
         return complain(error.what(), 1);
     }

@@ -38,14 +38,19 @@ StatusItemController::StatusItemController(AppModel& model, const Clock& clock, 
             click_.reset();
         }
     }));
+}
+
+void StatusItemController::awaitTray() {
     arrival_ = std::make_unique<TrayArrival>([this](TrayArrival::Outcome outcome) {
-        if (outcome == TrayArrival::Outcome::noneInTime) {
+        if (outcome != TrayArrival::Outcome::there) {
             std::fputs("velmoran: there is no tray on this desktop; cards appear at the top right "
                        "of the screen\n",
                        stderr);
         }
-        // Made all the same: it docks when a tray of the old kind comes.
-        dock();
+        // Made all the same where nobody hangs: it docks when a tray of the old kind comes.
+        if (outcome != TrayArrival::Outcome::silent) {
+            dock();
+        }
     });
 }
 

@@ -24,7 +24,7 @@ public:
         std::function<void()> quit;
     };
 
-    /// The model outlives the controller. Docks into the tray as soon as one is there.
+    /// The model outlives the controller.
     StatusItemController(AppModel& model, const Clock& clock, AppPicture picture, Actions actions);
 
     /// A click on the icon: shows the cards, or takes away the one that tells what is on.
@@ -33,6 +33,10 @@ public:
     void showCards();
     /// What the menu does: tells what is on, beside the cards that are there.
     void tellCurrentUse();
+
+    /// Docks into the tray as soon as one is there. Qt asks the session bus about it and waits, so
+    /// whoever watches begins before.
+    void awaitTray();
 
     NoticePanelController& noticePanel() { return noticePanel_; }
     /// Puts the icon into the tray now, if that wasn't done yet.

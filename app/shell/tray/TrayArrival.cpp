@@ -34,8 +34,16 @@ TrayArrival::TrayArrival(std::function<void(Outcome)> arrived) : arrived_(std::m
                     SLOT(ask()));
         ask();
     }
-    QTimer::singleShot(patienceMilliseconds, this,
-                       [this] { end(hasXembedTray() ? Outcome::there : Outcome::noneInTime); });
+    QTimer::singleShot(patienceMilliseconds, this, [this] {
+        if (hasXembedTray()) {
+            end(Outcome::there);
+        } else if (unanswered_ == 0) {
+            end(Outcome::noneInTime);
+        } else if (arrived_) {
+            // An icon that is made now would ask the same, and wait for it.
+            arrived_(Outcome::silent);
+        }
+    });
 }
 
 void TrayArrival::ask() {
@@ -43,12 +51,14 @@ void TrayArrival::ask() {
         service, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     message << service << QStringLiteral("IsStatusNotifierHostRegistered");
     message.setAutoStartService(false);
+    ++unanswered_;
     auto* answer =
         new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(message), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this,
             [this](QDBusPendingCallWatcher* finished) {
                 const QDBusPendingReply<QDBusVariant> reply = *finished;
                 finished->deleteLater();
+                --unanswered_;
                 if (reply.isValid() && reply.value().variant().toBool()) {
                     end(Outcome::there);
                 }

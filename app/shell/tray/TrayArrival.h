@@ -13,13 +13,18 @@ class TrayArrival final : public QObject {
     Q_OBJECT
 
 public:
-    enum class Outcome { there, noneInTime };
+    enum class Outcome {
+        there,
+        noneInTime,
+        silent, ///< somebody says that he is the tray and doesn't answer; `there` may still follow
+    };
 
     /// How long a desktop that is only just starting may take to bring up its tray.
     static constexpr int patienceMilliseconds = 5000;
 
-    /// Calls `arrived` once: at once if a tray of the old kind is there, which costs no wait at
-    /// all; else as soon as one of the new kind answers; at the latest when the patience ends.
+    /// Calls `arrived` once but for that: at once if a tray of the old kind is there, which costs
+    /// no wait at all; else as soon as one of the new kind answers; at the latest when the patience
+    /// ends.
     explicit TrayArrival(std::function<void(Outcome)> arrived);
 
 private Q_SLOTS:
@@ -30,6 +35,7 @@ private:
     void end(Outcome outcome);
 
     std::function<void(Outcome)> arrived_;
+    int unanswered_ = 0; ///< questions
 };
 
 } // namespace velmoran

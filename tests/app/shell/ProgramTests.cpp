@@ -8,6 +8,7 @@
 #include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace velmoran {
 namespace {
@@ -27,6 +28,7 @@ struct Program : ::testing::Test {
         environment.insert("LC_ALL", "C.UTF-8");
         environment.insert("DBUS_SESSION_BUS_ADDRESS", "disabled:");
         process.setProcessEnvironment(environment);
+        process.setReadChannel(QProcess::StandardError);
         process.start(QStringLiteral(VELMORAN), arguments);
         ASSERT_TRUE(process.waitForStarted(patience));
     }
@@ -34,6 +36,17 @@ struct Program : ::testing::Test {
         EXPECT_TRUE(process.waitForFinished(patience));
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
         return process.exitCode();
+    }
+    /// Reads what it writes of its errors until this is among it.
+    std::string said;
+    bool saysUntil(const std::string& text) {
+        while (said.find(text) == std::string::npos) {
+            if (!process.waitForReadyRead(patience)) {
+                return false;
+            }
+            said += errors();
+        }
+        return true;
     }
     std::string errors() { return process.readAllStandardError().toStdString(); }
     std::string output() { return process.readAllStandardOutput().toStdString(); }
@@ -128,14 +141,36 @@ TEST_F(Program, EndsCleanlyWhenItIsToldTo) {
 }
 
 TEST_F(Program, ASecondStartSaysThatThereIsOne) {
+    start({});
+    QProcess second;
+    second.setProcessEnvironment(process.processEnvironment());
+    // Until the first one has its place, each of them could get it.
+    ASSERT_TRUE(saysUntil("there is no tray on this desktop"));
+    second.start(QStringLiteral(VELMORAN), QStringList());
+    ASSERT_TRUE(second.waitForFinished(patience));
+    EXPECT_EQ(second.exitCode(), 0);
+    EXPECT_EQ(second.readAllStandardError().toStdString(),
+              "velmoran: it is running already, and shows itself now\n");
+    process.terminate();
+    EXPECT_EQ(status(), 0);
+}
+
+TEST_F(Program, RunsWhereAStrangerHasTakenItsPlace) {
     const auto before = qgetenv("XDG_RUNTIME_DIR");
     qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(home.path()));
-    const SingleInstance first("org.velmoran.Velmoran");
+    const SingleInstance stranger("org.velmoran.Velmoran");
     qputenv("XDG_RUNTIME_DIR", before);
-    ASSERT_EQ(first.role(), SingleInstance::Role::first);
+    ASSERT_EQ(stranger.role(), SingleInstance::Role::first);
     start({});
+    const auto self = QFile::symLinkTarget(QStringLiteral("/proc/self/exe")).toStdString();
+    ASSERT_TRUE(saysUntil("there is no tray on this desktop"));
+    EXPECT_NE(said.find("velmoran: " + self + " (process " + std::to_string(::getpid()) +
+                        ") has taken Velmoran's place and isn't Velmoran; this one runs all the "
+                        "same\n"),
+              std::string::npos)
+        << said;
+    process.terminate();
     EXPECT_EQ(status(), 0);
-    EXPECT_EQ(errors(), "velmoran: it is running already, and shows itself now\n");
 }
 
 TEST_F(Program, SaysThatThereIsNoDisplay) {

@@ -1,0 +1,26 @@
+#include "app/shell/RestartWhenIdle.h"
+
+#include "app/shell/surface/X11Window.h"
+
+namespace velmoran {
+
+void RestartWhenIdle::wish() {
+    if (!watching_.empty() || hasXembedTray()) {
+        return;
+    }
+    watching_.push_back(model_.onChange.subscribe([this] { tryNow(); }));
+    watching_.push_back(model_.isStopping.subscribe([this](bool) { tryNow(); }));
+    tryNow();
+}
+
+void RestartWhenIdle::tryNow() {
+    const bool isIdle = !model_.snapshot->cameraOn && !model_.snapshot->microphoneOn &&
+                        model_.openSessions->empty() && model_.notices.items().empty() &&
+                        !model_.isBusyStopping();
+    if (isIdle && !isDue_) {
+        isDue_ = true;
+        quit_();
+    }
+}
+
+} // namespace velmoran
