@@ -2,6 +2,8 @@
 
 #include "app/notices/NoticeWording.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace velmoran {
@@ -159,8 +161,12 @@ void StopFlow::finish(const StopResult& answer, const Aim& aim,
     seams_.engine.markStoppedByUser(closed);
     storeStopped(closed);
 
-    const auto shown = std::make_shared<ResultCard>(ResultCard{
-        .result = seams_.mute.withCurrentMute(answer), .id = Uuid::random(), .retry = retry});
+    const auto shown =
+        std::make_shared<ResultCard>(ResultCard{.result = seams_.mute.withCurrentMute(answer),
+                                                .id = Uuid::random(),
+                                                .aim = aim,
+                                                .ended = closed,
+                                                .retry = retry});
     shown->result.stillInUse = after_.besides(aim, closed);
     showResult(*shown);
     if (shown->result.microphoneMuted) {
@@ -171,9 +177,11 @@ void StopFlow::finish(const StopResult& answer, const Aim& aim,
         });
     }
     after_.whenEnded(aim, closed, [this, shown](const std::vector<Device>& stillInUse) {
-        if (shown->result.stillInUse != stillInUse) {
+        shown->ended.clear(); // whoever goes on under their names now isn't who was closed
+        const bool isOther = shown->result.stillInUse != stillInUse;
+        shown->result.stillInUse = stillInUse;
+        if (isOther && seams_.notices.item(shown->id)) {
             shown->result = seams_.mute.withCurrentMute(shown->result);
-            shown->result.stillInUse = stillInUse;
             showResult(*shown);
         }
         reports_.ended(shown->result);
@@ -186,8 +194,13 @@ void StopFlow::showResult(const ResultCard& shown) {
         seams_.notices.dismiss(id);
         seams_.windows.show(WindowID::history);
     });
-    // Whoever goes on isn't who was stopped.
-    const auto retry = shown.result.stillInUse.empty() ? shown.retry : [this] {
+    auto others = shown.aim;
+    for (const auto* apps : {&shown.result.notClosed, &shown.result.protectedApps}) {
+        std::ranges::transform(*apps, std::inserter(others.spared, others.spared.end()),
+                               &AppIdentity::id);
+    }
+    // If somebody else goes on, it wasn't enough to stop who was named.
+    const auto retry = after_.besides(others, shown.ended).empty() ? shown.retry : [this] {
         stopEverything();
     };
     actions.tryAgain =

@@ -78,14 +78,16 @@ private:
         std::set<std::string> about;
         std::set<std::string> spared;
     };
+    using Stopping = std::function<void(PanicController::Completion)>;
+    using Aim = UseAfterStop::Aim;
     /// What a stop's card says.
     struct ResultCard {
         StopResult result;
         Uuid id;
-        std::function<void()> retry;
+        Aim aim;
+        std::set<Uuid> ended; ///< sessions of apps that went, though a reading may still have them
+        std::function<void()> retry; ///< the same stop again
     };
-    using Stopping = std::function<void(PanicController::Completion)>;
-    using Aim = UseAfterStop::Aim;
 
     bool mayStop() const;
     void stopEverythingAfter(const Asked& asked);

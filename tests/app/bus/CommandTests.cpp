@@ -27,7 +27,7 @@ TEST_F(Command, StopStopsAndSaysWhatHappened) {
     EXPECT_EQ(ctl({"stop", "zoom"}, 0).output(), "Zoom was closed.\n");
     model->receive(reading({app("Zoom"), app("Meet")}));
     EXPECT_EQ(ctl({"stop"}, 0).output(),
-              "Microphone muted. Zoom and Meet were closed.\nThe microphone stays muted until you "
+              "Microphone muted. Meet and Zoom were closed.\nThe microphone stays muted until you "
               "unmute it in the Microphone row of the panel.\n");
     EXPECT_EQ(ctl({"unmute"}, 0).output(), "The microphone is no longer muted.\n");
 }

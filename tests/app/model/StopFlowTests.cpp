@@ -81,7 +81,7 @@ TEST_F(StopFlowTest, TriesAgainWhenItIsTold) {
     press("Try again");
     EXPECT_FALSE(model->notices.item(card.id));
     passTime(0.1);
-    EXPECT_EQ(titles().back(), "Mule was closed.");
+    EXPECT_EQ(titles().back(), "Mule was closed.") << "nobody else is to be stopped";
 }
 
 TEST_F(StopFlowTest, TakesTheCardAwayForDetails) {
