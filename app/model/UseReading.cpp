@@ -49,13 +49,22 @@ UseReading::Microphone UseReading::readMicrophone(const SystemSnapshot& snapshot
                                                 identities(snapshot.microphoneAttributed));
     reading.owners = std::move(microphone.owners);
     reading.use.apps = std::move(microphone.apps);
+    endSpellsBut(reading.helpers, elapsing);
     if (!reading.owners.empty()) {
         unowned_.clear();
+    }
+    if (reading.helpers.empty() || !reading.owners.empty()) {
+        helperUnownedSince_.reset();
     } else {
-        endSpellsBut(reading.helpers, elapsing);
-        // Whom a helper works for is told a moment after it turns the microphone on.
+        if (!helperUnownedSince_) {
+            helperUnownedSince_ = elapsing;
+        }
+        // Whom a helper works for is told a moment after it turns the microphone on. The wait is
+        // counted once per spell of helpers without an owner, and of each over all its spells.
+        const auto ofSpell = elapsing - *helperUnownedSince_;
         for (const auto& helper : reading.helpers) {
-            if (const auto left = ownerGrace - unownedFor(helper, elapsing); left > 0) {
+            const auto left = ownerGrace - std::max(ofSpell, unownedFor(helper, elapsing));
+            if (left > 0) {
                 reading.wait = std::min(left, reading.wait.value_or(left));
                 std::erase_if(reading.use.apps,
                               [&](const AppIdentity& app) { return app.isSameApp(helper); });
@@ -76,11 +85,16 @@ Seconds UseReading::unownedFor(const AppIdentity& helper, Timestamp elapsing) {
 }
 
 void UseReading::endSpellsBut(const std::vector<AppIdentity>& goingOn, Timestamp elapsing) {
+    std::erase_if(unowned_, [&](const auto& each) {
+        const auto& [id, unowned] = each;
+        return !unowned.since && elapsing - unowned.until >= spellMemory;
+    });
     for (auto& [id, unowned] : unowned_) {
         const bool goesOn = std::ranges::any_of(
             goingOn, [&known = id](const AppIdentity& helper) { return helper.id == known; });
         if (unowned.since && !goesOn) {
             unowned.before += elapsing - *unowned.since;
+            unowned.until = elapsing;
             unowned.since.reset();
         }
     }

@@ -36,9 +36,11 @@ public:
     /// there was neither.
     std::optional<AppIdentity> seenApp(const std::string& id) const;
 
-    /// How long a helper may hold the microphone before it counts itself, all its spells together:
-    /// one that is switched on and off is none the less there.
+    /// How long helpers may hold the microphone before they count themselves: in one spell, or one
+    /// helper in several, since one that is switched on and off is none the less there.
     static constexpr Seconds ownerGrace = 1.0;
+    /// After so long without it a helper's spells are forgotten.
+    static constexpr Seconds spellMemory = 60.0;
 
 private:
     struct Microphone {
@@ -50,6 +52,7 @@ private:
     /// How long a helper has held the microphone with nobody known for whom.
     struct Unowned {
         Seconds before = 0; ///< in the spells that are over
+        Timestamp until;    ///< the end of the last of those
         std::optional<Timestamp> since;
     };
 
@@ -64,6 +67,7 @@ private:
     const SettingsStore& settings_;
     /// By AppIdentity::unidentified and AppIdentity::id, for good.
     std::map<std::pair<bool, std::string>, AppIdentity> identities_;
+    std::optional<Timestamp> helperUnownedSince_;
     std::map<std::string, Unowned> unowned_; ///< by the helper's id
 };
 

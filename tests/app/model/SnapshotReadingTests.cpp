@@ -144,10 +144,12 @@ TEST_F(SnapshotReadingTest, CountsTheWaitOncePerSpell) {
     const AppRef second{.name = "replayd", .bundleID = {}, .path = "/usr/libexec/replayd"};
     receive(microphone({helper(), second}));
     EXPECT_EQ(openApps(), (Titles{"avconferenced", "replayd"}));
-    // A new spell waits anew.
+    // Whoever was named in his own right waits no more, and a new one waits anew.
     receive({});
-    receive(microphone({helper()}));
-    EXPECT_TRUE(openApps().empty());
+    machine.script.signingIDs["/usr/libexec/replayd2"] = "com.apple.replayd";
+    const AppRef third{.name = "replayd2", .bundleID = {}, .path = "/usr/libexec/replayd2"};
+    receive(microphone({helper(), third}));
+    EXPECT_EQ(openApps(), Titles{"avconferenced"});
 }
 
 TEST_F(SnapshotReadingTest, ServesTheWaitsByReadingsWhenTheyCome) {

@@ -121,7 +121,7 @@ TEST_F(UseReadingTest, AddsUpTheWaitOverTheSpellsOfAHelper) {
     for (int spell = 0; spell < 3; ++spell) {
         EXPECT_FALSE(isOn(microphone({aHelper}, now)));
         EXPECT_FALSE(isOn(reading.read({}, {now + 0.3})));
-        now += 60;
+        now += 30;
     }
     EXPECT_NEAR(microphone({aHelper}, now).wait.value(), 0.1, 1e-6);
     EXPECT_EQ(users(microphone({aHelper}, now + 0.11)), (Names{"helper"}));
@@ -131,15 +131,22 @@ TEST_F(UseReadingTest, AddsUpTheWaitOverTheSpellsOfAHelper) {
     EXPECT_TRUE(microphone({aHelper}, now + 62).wait) << "until somebody is known";
 }
 
-TEST_F(UseReadingTest, CountsTheWaitOfEachHelperByItself) {
+TEST_F(UseReadingTest, ForgetsTheSpellsOfAHelperThatStaysAway) {
+    microphone({aHelper}, 0);
+    reading.read({}, {0.9});
+    reading.read({}, {0.9 + UseReading::spellMemory});
+    EXPECT_NEAR(microphone({aHelper}, 61).wait.value(), 1, 1e-6);
+}
+
+TEST_F(UseReadingTest, WaitsOnceASpellHoweverManyHelpersCome) {
     machine.script.signingIDs["/usr/libexec/second"] = "com.apple.replayd";
     const AppRef second{.name = "second", .bundleID = {}, .path = "/usr/libexec/second"};
     microphone({aHelper}, 0);
-    microphone({aHelper, second}, 0.7);
-    const auto found = microphone({aHelper, second}, 1);
-    EXPECT_EQ(users(found), (Names{"helper"}));
-    EXPECT_NEAR(found.wait.value(), 0.7, 1e-6);
-    EXPECT_EQ(users(microphone({aHelper, second}, 1.8)), (Names{"helper", "second"}));
+    EXPECT_FALSE(isOn(microphone({aHelper, second}, 0.7)));
+    EXPECT_EQ(users(microphone({aHelper, second}, 1)), (Names{"helper", "second"}));
+    reading.read({}, {1.1});
+    EXPECT_EQ(users(microphone({aHelper, second}, 2)), (Names{"helper"}))
+        << "the second's own spells don't make a second yet";
 }
 
 TEST_F(UseReadingTest, RemembersWhomItHasNamedAsTheyWereFirst) {
