@@ -25,6 +25,9 @@ AppModel::AppModel(ModelSurroundings surroundings)
                 .changed =
                     [this] {
                         refreshHistory();
+                        if (!history_.isBehind()) {
+                            onChange();
+                        }
                     }}),
       reading_(around_.machine, settings),
       outputGuard_({.outputs = around_.machine.outputs(),
@@ -33,7 +36,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
                     .engine = engine_,
                     .notices = notices}),
       sightGuard_({.machine = around_.machine,
-                   .clock = around_.clock,
+                   .clock = clock_,
                    .scheduler = around_.scheduler,
                    .settings = settings,
                    .notices = notices,
@@ -42,7 +45,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
                       stopFlow_.stopInsteadOf(card, [this] { stopEverything(); });
                   }),
       mute_({.microphones = around_.machine.microphones(),
-             .clock = around_.clock,
+             .clock = clock_,
              .scheduler = around_.scheduler,
              .settings = settings,
              .notices = notices},
@@ -126,7 +129,11 @@ void AppModel::syncSessions() {
     }
     handle(events);
     stopFlow_.noteReading();
-    scheduleFollowUp(engine_.isGraceRunning() ? std::optional(unknownGrace) : found.wait);
+    auto wait = found.wait;
+    if (engine_.isGraceRunning()) {
+        wait = std::min(unknownGrace, wait.value_or(unknownGrace));
+    }
+    scheduleFollowUp(wait);
 }
 
 void AppModel::scheduleFollowUp(std::optional<Seconds> wait) {

@@ -133,6 +133,8 @@ public:
     void pruneHistory();
     /// Deletes everything but what is going on right now.
     void deleteHistory();
+    /// Something waits to be written to the history; `onChange` comes when it is written.
+    bool historyIsBehind() const { return history_.isBehind(); }
 
     /// What a reading of this run has named under that id; nothing if none has.
     std::optional<AppIdentity> seenApp(const std::string& id) const { return reading_.seenApp(id); }

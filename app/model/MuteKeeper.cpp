@@ -116,7 +116,7 @@ void MuteKeeper::noteUnmute() {
     }
     if (seams_.settings.muteElsewhere() == false) {
         unmute();
-    } else if (unmutes_.add(seams_.clock.now()) && !warning_) {
+    } else if (unmutes_.add(seams_.clock.elapsing()) && !warning_) {
         warnOfUnmutes();
     }
 }

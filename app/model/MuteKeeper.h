@@ -5,6 +5,7 @@
 
 #include "app/model/SettingsStore.h"
 #include "app/notices/NoticeCenter.h"
+#include "core/base/ForwardClock.h"
 #include "core/base/MainThread.h"
 #include "core/base/Recurrence.h"
 #include "core/stopping/PanicController.h"
@@ -25,7 +26,7 @@ public:
 
     struct Seams {
         Microphones& microphones;
-        const Clock& clock;
+        const ForwardClock& clock;
         Scheduler& scheduler;
         SettingsStore& settings;
         NoticeCenter& notices;

@@ -16,9 +16,13 @@ void SightGuard::start() {
 }
 
 void SightGuard::note() {
-    const auto now = seams_.clock.now();
-    if (const auto& last = *seams_.lastTaken; !last || now - *last >= shortestPause) {
-        seams_.lastTaken.set(now);
+    // Whoever takes the sight may set the clock back, too.
+    const auto now = seams_.clock.elapsing();
+    if (!last_ || now - *last_ >= shortestPause) {
+        last_ = now;
+        // Another loss is told even while the time stands.
+        seams_.lastTaken.set(std::nullopt);
+        seams_.lastTaken.set(seams_.clock.now());
     }
     if (recent_.add(now) && !seams_.notices.item(card_)) {
         recent_.clear();
@@ -30,8 +34,10 @@ void SightGuard::warn() {
     card_ = Uuid::random();
     seams_.notices.show(sightTakenItem(
         card_, {.stop = mainThread_.whileAlive([this, card = card_] { stop_(card); }),
-                .thisWasMe = mainThread_.whileAlive(
-                    [this, card = card_] { seams_.notices.dismiss(card); })}));
+                .thisWasMe = mainThread_.whileAlive([this, card = card_] {
+                    seams_.notices.dismiss(card);
+                    recent_.clear(); // it counts anew
+                })}));
     if (*seams_.settings.warningSoundOn) {
         seams_.machine.sounds().playWarning();
     }

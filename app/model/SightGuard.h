@@ -4,6 +4,7 @@
 
 #include "app/model/SettingsStore.h"
 #include "app/notices/NoticeCenter.h"
+#include "core/base/ForwardClock.h"
 #include "core/base/MainThread.h"
 #include "core/base/Recurrence.h"
 #include "system/Machine.h"
@@ -17,11 +18,11 @@ class SightGuard {
 public:
     struct Seams {
         Machine& machine;
-        const Clock& clock;
+        const ForwardClock& clock;
         Scheduler& scheduler;
         const SettingsStore& settings;
         NoticeCenter& notices;
-        Observable<std::optional<Timestamp>>& lastTaken;
+        Observable<std::optional<Timestamp>>& lastTaken; ///< none for a moment before each
     };
 
     /// The seams outlive this. `stop` is what the card's "Stop" does, which gets the card's id.
@@ -41,6 +42,7 @@ private:
     Seams seams_;
     std::function<void(const Uuid&)> stop_;
     Recurrence recent_{warningTimes, warningSpan};
+    std::optional<Timestamp> last_; ///< that was noted, by the time that elapses
     Uuid card_;
     Subscription losses_;
     MainThread mainThread_;

@@ -44,7 +44,7 @@ TEST_F(ClockSetBack, StillTellsWhoCannotBeNamed) {
     launchWatching();
     time.setClock(beginning - 3600);
     receive(camera({}));
-    time.advanceBy(AppModel::followUpDelay);
+    time.advanceBy(AppModel::unknownGrace + AppModel::followUpMargin);
     ASSERT_THAT(titles(), SizeIs(1)) << "no wait ends while the time stands";
     EXPECT_EQ(titles().front(), "Unknown app turned on the camera");
     time.advanceBy(1);
@@ -61,7 +61,7 @@ TEST_F(ClockSetBack, StillTellsOfAHelperWithoutAnOwner) {
     time.setClock(beginning - 3600);
     receive(microphone({{.name = "avconferenced", .bundleID = {}, .path = path}}));
     EXPECT_THAT(titles(), SizeIs(0));
-    time.advanceBy(AppModel::followUpDelay);
+    time.advanceBy(AppModel::unknownGrace + AppModel::followUpMargin);
     EXPECT_THAT(titles(), SizeIs(1));
 }
 
@@ -69,8 +69,8 @@ TEST_F(ClockSetBack, DuringAWaitPutsItOffByLittle) {
     launchWatching();
     receive(camera({}));
     time.setClock(beginning - 3600);
-    time.advanceBy(AppModel::followUpDelay);
-    time.advanceBy(AppModel::followUpDelay);
+    time.advanceBy(AppModel::unknownGrace + AppModel::followUpMargin);
+    time.advanceBy(AppModel::unknownGrace + AppModel::followUpMargin);
     EXPECT_THAT(titles(), SizeIs(1));
 }
 

@@ -49,6 +49,7 @@ MuteAnswer silence() {
 struct MuteKeeperTest : ::testing::Test {
     FakeMicrophones microphones;
     ScriptedTime time;
+    ForwardClock clock{time};
     MemorySettings stored;
     SettingsStore settings{stored};
     NoticeCenter notices{time};
@@ -58,7 +59,7 @@ struct MuteKeeperTest : ::testing::Test {
 
     void SetUp() override {
         keeper = std::make_unique<MuteKeeper>(
-            MuteKeeper::Seams{microphones, time, time, settings, notices},
+            MuteKeeper::Seams{microphones, clock, time, settings, notices},
             [this](bool on, const MuteAnswer& answer) {
                 reports.emplace_back(on, answer.mutedCount);
             });
@@ -219,6 +220,22 @@ TEST_F(MuteKeeperTest, WarnsOfNoUnmutesThatAreRare) {
         time.advanceBy(5);
     }
     EXPECT_TRUE(notices.items().empty());
+}
+
+TEST_F(MuteKeeperTest, CountsNoOldUnmutesAfterTheClockWasSetBack) {
+    keeper->start();
+    mute();
+    answer(0, muted(1));
+    othersUnmute();
+    othersUnmute();
+    time.setClock(time.now() - 3600);
+    EXPECT_GT(clock.now(), time.now()) << "read now, as others do all the time";
+    time.advanceBy(MuteKeeper::warningSpan + 1);
+    othersUnmute();
+    EXPECT_TRUE(notices.items().empty());
+    othersUnmute();
+    othersUnmute();
+    EXPECT_EQ(notices.items().size(), 1U);
 }
 
 TEST_F(MuteKeeperTest, UnmutesFromTheCardAndWarnsAgainUnderTheNextMute) {

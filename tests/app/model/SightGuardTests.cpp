@@ -34,6 +34,36 @@ TEST_F(SightGuardTest, NotesLossesInCloseSuccessionAsOne) {
     EXPECT_EQ(*model->sightTaken, time.now());
 }
 
+TEST_F(SightGuardTest, TellsLossesWhileTheClockStands) {
+    launchWatching();
+    const auto beginning = time.now();
+    std::vector<Timestamp> told;
+    const auto losses = model->sightTaken.subscribe([&](const auto& taken) {
+        if (taken) {
+            told.push_back(*taken);
+        }
+    });
+    take(1);
+    time.setClock(beginning - 3600);
+    EXPECT_EQ(model->clock().now(), beginning + 1) << "read now, as others do all the time";
+    take(1);
+    take(0.05);
+    EXPECT_EQ(told, (std::vector<Timestamp>{beginning + 1, beginning + 1})) << "it never runs back";
+}
+
+TEST_F(SightGuardTest, CountsNoOldLossesAfterTheClockWasSetBack) {
+    launchWatching();
+    take(0);
+    take(1);
+    time.setClock(time.now() - 3600);
+    EXPECT_GT(model->clock().now(), time.now()) << "read now, as others do all the time";
+    take(61);
+    EXPECT_TRUE(model->notices.items().empty());
+    take(1);
+    take(1);
+    EXPECT_EQ(titles(), (std::vector<std::string>{sightTakenTitle}));
+}
+
 TEST_F(SightGuardTest, WarnsTheThirdTimeWithinAMinute) {
     launchWatching();
     take(0);
