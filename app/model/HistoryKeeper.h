@@ -35,13 +35,16 @@ public:
 
     /// Once. Repairs and prunes what there is.
     void open();
+    /// There is a history, though its file may be locked still.
     bool isOpen() const { return store_ != nullptr; }
+    /// Something waits to be written, and would be lost with the process.
+    bool isBehind() const { return store_ && store_->isBehind(); }
 
     // Without a history these do nothing, and the list is empty.
     void save(const UsageSession& session);
     /// Deletes what is older than the setting allows.
     void prune();
-    /// Deletes everything but these.
+    /// Deletes everything but these, as soon as it can be.
     void deleteAllBut(const std::vector<UsageSession>& kept);
     HistoryView list() const { return store_ ? store_->history() : HistoryView(); }
 

@@ -1,6 +1,7 @@
 #include "core/history/HistoryFailure.h"
 
 #include <SQLiteCpp/Exception.h>
+#include <cerrno>
 #include <sqlite3.h>
 #include <system_error>
 
@@ -15,11 +16,6 @@ int primaryCode(const SQLite::Exception& error) {
 
 } // namespace
 
-bool isRefusal(const SQLite::Exception& error) {
-    const int code = primaryCode(error);
-    return code == SQLITE_CONSTRAINT || code == SQLITE_TOOBIG || code == SQLITE_MISMATCH;
-}
-
 bool isDamage(const SQLite::Exception& error) {
     const int code = primaryCode(error);
     return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
@@ -27,6 +23,7 @@ bool isDamage(const SQLite::Exception& error) {
 
 HistoryFailure HistoryFailure::of(const std::exception& error, HistoryProblem::Kind kind,
                                   sqlite3* connection) {
+    const int ofSystem = errno;
     HistoryFailure failure{{.kind = kind, .reason = error.what()}, false};
     const auto* ofDatabase = dynamic_cast<const SQLite::Exception*>(&error);
     if (!ofDatabase) {
@@ -34,8 +31,16 @@ HistoryFailure HistoryFailure::of(const std::exception& error, HistoryProblem::K
     }
     const int code = primaryCode(*ofDatabase);
     failure.isLock = code == SQLITE_BUSY || code == SQLITE_LOCKED;
-    // The library speaks of errors of the disk, the system says which.
-    const int number = connection && code == SQLITE_IOERR ? sqlite3_system_errno(connection) : 0;
+    if (failure.isLock) {
+        failure.problem.kind = HistoryProblem::Kind::notWritten;
+    }
+    // The library speaks of errors of the disk, the system says which; of one at the end of a
+    // transaction the library doesn't keep the number.
+    int number = 0;
+    if (connection && code == SQLITE_IOERR) {
+        number = sqlite3_system_errno(connection);
+        number = number == 0 ? ofSystem : number;
+    }
     if (number != 0) {
         failure.problem.reason = std::generic_category().message(number);
     } else if (code == SQLITE_FULL) {

@@ -17,16 +17,15 @@ struct HistoryFailure {
     HistoryProblem problem;
     bool isLock = false; ///< by another program, whose writes last milliseconds as a rule
 
-    /// Of an error that was thrown just now; `connection` is the one that has failed, or null.
+    /// Of an error that was thrown just now; `connection` is the one that has failed, or null. A
+    /// lock is never `notOpened`: what meets one is tried again.
     static HistoryFailure of(const std::exception& error, HistoryProblem::Kind kind,
                              sqlite3* connection = nullptr);
     /// Of a file that isn't what it was.
     static HistoryFailure ofDamage();
 };
 
-/// The database won't ever take it, so there is no sense in trying again.
-bool isRefusal(const SQLite::Exception& error);
-/// Nor will reading again help.
+/// Reading again won't help.
 bool isDamage(const SQLite::Exception& error);
 
 } // namespace velmoran

@@ -10,7 +10,8 @@
 
 namespace velmoran {
 
-void HistoryList::read(SessionTable* table, PendingSessions& pending) {
+void HistoryList::read(SessionTable* table, const PendingDeletion& deletion,
+                       PendingSessions& pending) {
     if (isRead_ || isDamaged_) {
         return;
     }
@@ -23,6 +24,11 @@ void HistoryList::read(SessionTable* table, PendingSessions& pending) {
     } catch (const SQLite::Exception& error) {
         isDamaged_ = isDamage(error); // reading it all again at each event wouldn't help
         return;
+    }
+    if (deletion.waits()) {
+        std::erase_if(entries, [&](const HistoryView::Entry& each) {
+            return deletion.takes(each.place.start);
+        });
     }
     for (auto& each : pending) {
         each.shown.reset();

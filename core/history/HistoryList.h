@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/history/HistoryView.h"
+#include "core/history/PendingDeletion.h"
 #include "core/history/PendingSessions.h"
 
 #include <cstdint>
@@ -28,11 +29,14 @@ public:
     /// Empty as long as it can't be read.
     const HistoryView& view() const { return view_; }
 
-    /// Reads the table, which is null without a file, unless that has been done or is in vain.
-    void read(SessionTable* table, PendingSessions& pending);
+    /// Reads the table, which is null without a file, unless that has been done or is in vain. What
+    /// is to be deleted of it isn't shown any more.
+    void read(SessionTable* table, const PendingDeletion& deletion, PendingSessions& pending);
     /// The file may hold something else now.
     void readAgain() { isRead_ = isDamaged_ = false; }
     void readAgainIf(bool wanted) { isRead_ &= !wanted; }
+    /// What can't be read may have been deleted.
+    void readDamagedAgain() { isDamaged_ = false; }
     /// Another file, and nothing of it has been read.
     void restart();
     /// All sessions were deleted.

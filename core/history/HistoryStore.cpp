@@ -4,6 +4,7 @@
 #include "core/history/SessionRecord.h"
 #include "core/history/StatementRun.h"
 
+#include <cerrno>
 #include <cmath>
 #include <memory>
 #include <utility>
@@ -25,8 +26,17 @@ bool isOpen(const UsageSession& session) {
 HistoryStore::HistoryStore(const std::optional<std::filesystem::path>& url,
                            std::function<void()> beforeReopening)
     : url_(url),
-      beforeReopening_(std::move(beforeReopening)),
-      open_(std::make_unique<OpenHistory>(url, HistoryDatabase::Locks::waitFor)) {}
+      beforeReopening_(std::move(beforeReopening)) {
+    try {
+        open_ = std::make_unique<OpenHistory>(url_, HistoryDatabase::Locks::waitFor);
+        wasOpen_ = true;
+    } catch (const std::exception& error) {
+        failure_ = HistoryFailure::of(error, HistoryProblem::Kind::notOpened);
+        if (!failure_->isLock) {
+            throw;
+        }
+    }
+}
 
 HistoryStore::~HistoryStore() = default;
 
@@ -50,7 +60,7 @@ void HistoryStore::saveSession(const UsageSession& session) {
 
 HistoryView HistoryStore::history() {
     heedOtherWriters();
-    list_.read(open_ ? &open_->sessions : nullptr, pending_);
+    list_.read(open_ ? &open_->sessions : nullptr, deletion_, pending_);
     return list_.view();
 }
 
@@ -106,11 +116,12 @@ std::shared_ptr<const std::vector<std::string>> HistoryStore::awayPayloads() {
         return payloads_;
     }
     auto texts = std::make_shared<std::vector<std::string>>();
-    if (!open_) {
+    if (!open_ || deletion_.takesAll) {
         return texts;
     }
     try {
         StatementRun query(open_->allReports);
+        query.bind(1, deletion_.startsBefore);
         while (query.step()) {
             texts->push_back(query.column(0).getString());
         }
@@ -124,45 +135,49 @@ std::shared_ptr<const std::vector<std::string>> HistoryStore::awayPayloads() {
 // MARK: - Deletions
 
 void HistoryStore::prune(Timestamp before) {
-    std::optional<int> deletedSessions;
-    std::optional<int> deletedReports;
-    const bool done = inTransaction([&] {
-        deletedSessions = tryRun(open_->pruneSessions, before);
-        deletedReports = tryRun(open_->pruneReports, before);
-    });
-    if (!done) {
-        return;
+    if (std::isnan(before.seconds)) {
+        return; // nothing is before that
     }
-    if (deletedSessions) {
-        pending_.eraseStartsBefore(before);
-        list_.removeStartsBefore(before);
-    }
-    if (deletedReports > 0) {
+    hasFile(); // what a new file gets goes with the rest
+    deletion_.addStartsBefore(before);
+    pending_.eraseStartsBefore(before);
+    list_.removeStartsBefore(before);
+    inTransaction([] {});
+    if (deletion_.waits()) {
         payloads_ = nullptr;
-    }
-    if (deletedSessions > 0 || deletedReports > 0) {
-        checkpoint();
     }
 }
 
 void HistoryStore::deleteAll() {
-    std::optional<int> deletedSessions;
-    std::optional<int> deletedReports;
-    const bool done = inTransaction([&] {
-        deletedSessions = tryRun(open_->deleteSessions);
-        deletedReports = tryRun(open_->deleteReports);
-    });
-    if (!done) {
-        return;
+    hasFile();
+    deletion_.takesAll = true;
+    pending_.clear();
+    list_.clear();
+    payloads_ = nullptr;
+    inTransaction([] {});
+}
+
+HistoryStore::Deleted HistoryStore::deleteWhatWaits() {
+    if (deletion_.takesAll) {
+        return {tryRun(open_->deleteSessions), tryRun(open_->deleteReports)};
     }
-    if (deletedSessions) {
-        pending_.clear();
-        list_.clear();
+    if (const auto before = deletion_.startsBefore) {
+        return {tryRun(open_->pruneSessions, *before), tryRun(open_->pruneReports, *before)};
     }
-    if (deletedReports) {
+    return {};
+}
+
+/// After the commit. What a statement couldn't delete is shown again.
+void HistoryStore::endDeletion(const Deleted& deleted) {
+    const auto done = std::exchange(deletion_, {});
+    list_.readDamagedAgain();
+    list_.readAgainIf(!deleted.sessions);
+    if (deleted.reports != 0) {
         payloads_ = nullptr;
     }
-    checkpoint();
+    if (done.takesAll || deleted.sessions > 0 || deleted.reports > 0) {
+        checkpoint();
+    }
 }
 
 /// The number of changed rows; nothing if the statement failed and left the transaction alive.
@@ -188,8 +203,8 @@ void HistoryStore::checkpoint() {
 
 // MARK: - The file
 
-/// Writes what is pending and does the work, then brings the list up to date. True when the
-/// work is in the file.
+/// Writes what waits and does the work, then brings the list up to date. True when the work is in
+/// the file.
 template <class Work>
 bool HistoryStore::inTransaction(Work work) {
     if (!hasFile()) {
@@ -199,10 +214,12 @@ bool HistoryStore::inTransaction(Work work) {
     const auto before = std::exchange(failure_, std::nullopt);
     const auto changes = open_->sqlite().getTotalChanges();
     std::vector<HistoryList::Written> written;
-    std::vector<PendingSessions::Entries::iterator> refused;
     std::vector<PendingSessions::Entries::iterator> failed;
+    Deleted deleted;
+    errno = 0; // so that a failure can say what the system had against it
     try {
         StatementRun(open_->begin).step();
+        deleted = deleteWhatWaits();
         if (needsRepair_) {
             open_->sessions.closeOpen();
         }
@@ -215,12 +232,8 @@ bool HistoryStore::inTransaction(Work work) {
                 if (!open_->isInTransaction()) {
                     throw;
                 }
-                if (isRefusal(error)) {
-                    refused.push_back(each);
-                } else {
-                    fail(error);
-                    failed.push_back(each); // mustn't keep the others out of the file
-                }
+                fail(error);
+                failed.push_back(each); // mustn't keep the others out of the file
             }
         }
         work();
@@ -238,12 +251,11 @@ bool HistoryStore::inTransaction(Work work) {
         failure_ = before;
     }
     list_.readAgainIf(std::exchange(needsRepair_, false));
+    if (deletion_.waits()) {
+        endDeletion(deleted);
+    }
     for (auto& each : written) {
         list_.moveToFile(std::move(each), pending_);
-    }
-    for (const auto& each : refused) {
-        list_.readAgainIf(each->shown.has_value());
-        pending_.erase(each);
     }
     for (const auto& each : failed) {
         pending_.postpone(each);
@@ -258,16 +270,19 @@ void HistoryStore::fail(const std::exception& error) {
 }
 
 bool HistoryStore::isBehind() const {
-    return !pending_.empty() || needsRepair_ || needsCheckpoint_ || !open_ ||
+    return !pending_.empty() || deletion_.waits() || needsRepair_ || needsCheckpoint_ || !open_ ||
            (failure_ && failure_->isLock);
 }
 
 bool HistoryStore::catchUp() {
-    const auto before = pending_.size();
+    const auto waiting = [this] {
+        return pending_.size() + (deletion_.waits() ? 1 : 0);
+    };
+    const auto before = waiting();
     if (inTransaction([] {}) && needsCheckpoint_) {
         checkpoint();
     }
-    return pending_.size() < before;
+    return waiting() < before;
 }
 
 /// Whether there is a file that can be written to. Where it isn't the one any more that was opened,
@@ -314,7 +329,7 @@ void HistoryStore::reopen() {
     for (std::size_t i = 0; i < waiting; ++i) {
         pending_.postpone(pending_.begin()); // those were there before
     }
-    if (onReplaced_) {
+    if (std::exchange(wasOpen_, true) && onReplaced_) {
         onReplaced_();
     }
 }

@@ -7,6 +7,7 @@
 #include "core/history/HistoryFailure.h"
 #include "core/history/HistoryList.h"
 #include "core/history/HistoryView.h"
+#include "core/history/PendingDeletion.h"
 #include "core/history/PendingSessions.h"
 #include "core/records/UsageSession.h"
 
@@ -28,14 +29,16 @@ namespace velmoran {
 
 struct OpenHistory;
 
-/// Only opening can fail, and only opening waits for another program that has locked the file.
-/// After that no failure of a read or a write reaches the caller: a failed read is empty, a failed
-/// delete is dropped. A session or a repair whose save failed waits, in bounded memory: a session
-/// shows in the lists at once, and goes out with the next write that works, so that the lists and
-/// the file agree again from then on; what waits at the end of the process is lost. (A session that
-/// the database refuses for what is in it, such as a start that is no number, isn't kept.) Many
-/// that wait go out in several writes. A save that has returned, with `isBehind` false, outlives a
-/// kill of the process.
+/// Only opening can fail, and only opening waits for another program that has locked the file, for
+/// a moment. After that no failure of a read or a write reaches the caller: a failed read is empty.
+/// A session, a deletion or a repair that couldn't be written waits, in bounded memory: it shows in
+/// the lists at once, and goes out with the next write that works, so that the lists and the file
+/// agree again from then on; what waits at the end of the process is lost. What is saved after a
+/// deletion survives it, whenever that is done. Many sessions that wait go out in several writes. A
+/// save that has returned, with `isBehind` false, outlives a kill of the process. (A session whose
+/// start is no number isn't kept. A deletion that a statement of its own keeps from happening, as
+/// by a trigger in the file, is dropped, and so is a single away report that couldn't be saved or
+/// deleted at once.)
 ///
 /// The file may be written by another process meanwhile; what it wrote shows at the next read. If
 /// the file is deleted, moved away or replaced, the next write finds that out and goes to the file
@@ -48,7 +51,8 @@ public:
     /// files 0600; what is there keeps its permissions), or a store in memory without a path.
     /// Throws std::runtime_error or an exception derived from it when the folder can't be made or
     /// the file can't be opened for reading and writing, isn't a database or isn't this store's;
-    /// the file is then left byte for byte as it was.
+    /// the file is then left byte for byte as it was. A file that another program has locked is
+    /// opened later, by the next write that can: until then what is written waits.
     ///
     /// `beforeReopening` is called before a file is opened in place of one that has gone; it is not
     /// opened now if that throws.
@@ -138,6 +142,13 @@ public:
 private:
     template <class Work>
     bool inTransaction(Work work);
+    /// How many rows went; nothing where the statement failed.
+    struct Deleted {
+        std::optional<int> sessions;
+        std::optional<int> reports;
+    };
+    Deleted deleteWhatWaits();
+    void endDeletion(const Deleted& deleted);
     template <class... Arguments>
     std::optional<int> tryRun(SQLite::Statement& deletion, Arguments... arguments);
     void fail(const std::exception& error);
@@ -150,13 +161,15 @@ private:
     std::optional<std::filesystem::path> url_;
     std::function<void()> beforeReopening_;
     std::function<void()> onReplaced_;
-    std::unique_ptr<OpenHistory> open_; ///< null while the file is gone and can't be made again
+    std::unique_ptr<OpenHistory> open_; ///< null while there is no file that can be opened
+    bool wasOpen_ = false;
     std::optional<HistoryFailure> failure_;
     bool needsRepair_ = false;          ///< the file may have open sessions of an earlier run
     bool needsCheckpoint_ = false;      ///< deleted content stands in the log
     std::vector<UsageSession> ongoing_; ///< as saved last, with neither end nor outcome
 
     HistoryList list_;
+    PendingDeletion deletion_; ///< goes before what is pending, which was saved after it
     PendingSessions pending_;
     std::int64_t lastDataVersion_ = -1;
     std::shared_ptr<const std::vector<std::string>> payloads_; ///< null when not read yet

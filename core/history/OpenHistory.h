@@ -37,7 +37,8 @@ struct OpenHistory {
         "ON CONFLICT (id) DO UPDATE SET end = ?3, payload = ?4"};
     SQLite::Statement deleteReport{database.sqlite(), "DELETE FROM AwayReportRecord WHERE id = ?"};
     SQLite::Statement allReports{database.sqlite(),
-                                 "SELECT payload FROM AwayReportRecord ORDER BY start DESC, rowid"};
+                                 "SELECT payload FROM AwayReportRecord "
+                                 "WHERE ?1 IS NULL OR NOT start < ?1 ORDER BY start DESC, rowid"};
 };
 
 } // namespace velmoran

@@ -99,6 +99,9 @@ void SessionTable::put(const UsageSession& session, const std::string& id,
         .bind(13, session.observedFromStart)
         .bind(14, keepsConnections)
         .step();
+    if (sqlite_.getChanges() == 0) { // of which the library says nothing
+        throw SQLite::Exception("a trigger keeps the row out", SQLITE_CONSTRAINT_TRIGGER);
+    }
 }
 
 void SessionTable::closeOpen() {

@@ -21,7 +21,8 @@ public:
 
     /// Where the row with this id stands; nothing if there is none.
     std::optional<HistoryView::Place> find(const std::string& id);
-    /// Inserts a row or overwrites all of the one with this id, or all but its connections.
+    /// Inserts a row or overwrites all of the one with this id, or all but its connections. Fails
+    /// also where a trigger, which any program can put into the file, has left the row out.
     void put(const UsageSession& session, const std::string& id,
              const std::optional<std::string>& connectionsData, bool keepsConnections);
     /// The outcome `endUnknown` for every row with neither end nor outcome.

@@ -67,6 +67,55 @@ TEST_F(HistoryKeeperTest, WritesAllThatWaitedWhenTheLockHasGone) {
     EXPECT_FALSE(problems.back());
 }
 
+TEST_F(HistoryKeeperTest, TellsUsesWhileTheFileIsLockedFromTheStart) {
+    UsageSession earlier;
+    earlier.id = Uuid::random();
+    earlier.start = time.now();
+    store->saveSession(earlier);
+    store.reset();
+    auto holder = lock(); // with a journal, nobody can read meanwhile either
+    holder->exec("ROLLBACK; PRAGMA journal_mode = DELETE; BEGIN EXCLUSIVE");
+    store = std::make_shared<HistoryStore>(path);
+    watch();
+    EXPECT_FALSE(*model->historyProblem) << "it may be for a moment";
+    EXPECT_TRUE(model->historyIsBehind());
+    turnOnAndOff();
+    EXPECT_THAT(titles(), SizeIs(1));
+    EXPECT_THAT(*model->historySessions, SizeIs(1));
+    time.advanceBy(HistoryKeeper::longestDelay);
+    ASSERT_THAT(problems, SizeIs(1));
+    ASSERT_TRUE(problems.front());
+    EXPECT_EQ(problems.front()->kind, HistoryProblem::Kind::notWritten);
+
+    holder.reset();
+    const int before = changes;
+    time.advanceBy(HistoryKeeper::longestDelay);
+    EXPECT_FALSE(*model->historyProblem);
+    EXPECT_FALSE(model->historyIsBehind());
+    EXPECT_GT(changes, before) << "who waits for it hears of it";
+    EXPECT_EQ(rows(), 2U);
+    EXPECT_THAT(*model->historySessions, SizeIs(2));
+}
+
+TEST_F(HistoryKeeperTest, DeletesAllButWhatGoesOnWhenTheLockHasGone) {
+    watch();
+    turnOnAndOff();
+    receive(microphone({appRef("Meet")}));
+    auto holder = lock();
+    model->deleteHistory();
+    ASSERT_THAT(*model->historySessions, SizeIs(1));
+    EXPECT_TRUE(model->historyIsBehind());
+    EXPECT_EQ(rows(), 2U);
+    time.advanceBy(10);
+    EXPECT_EQ(rows(), 2U);
+    holder.reset();
+    time.advanceBy(HistoryKeeper::longestDelay);
+    EXPECT_EQ(rows(), 1U);
+    EXPECT_EQ(HistoryStore(path).history(), *model->historySessions);
+    EXPECT_EQ(model->historySessions->begin()->app.name, "Meet");
+    EXPECT_FALSE(model->historyIsBehind());
+}
+
 TEST_F(HistoryKeeperTest, MakesNothingOfAnotherProgramsWrite) {
     watch();
     for (int round = 0; round < 3; ++round) {

@@ -171,6 +171,159 @@ TEST(HistoryBacklog, SaysWhatTheDiskSays) {
     EXPECT_GT(said, 3);
 }
 
+TEST(HistoryBacklog, HoldsADeletionAndWhatIsSavedAfterIt) {
+    const HistoryFile file;
+    auto store = file.open();
+    store.saveSession(endedSession(1, 100, 150));
+    store.saveSession(sessionNumber(2, 200));
+    store.saveAwayPayload(idNumber(8), {100}, {}, "{}");
+    const auto before = file.freshRead();
+    {
+        const WriteLock lock(file);
+        store.saveSession(endedSession(3, 300, 350));
+        store.deleteAll();
+        EXPECT_TRUE(store.isBehind());
+        EXPECT_THAT(store.sessions(), IsEmpty());
+        EXPECT_THAT(*store.awayPayloads(), IsEmpty());
+        store.saveSession(sessionNumber(2, 200)); // what goes on
+        for (int attempt = 0; attempt < 5; ++attempt) {
+            EXPECT_FALSE(store.catchUp());
+            EXPECT_TRUE(store.isBehind());
+            ASSERT_TRUE(store.failure());
+            EXPECT_TRUE(store.failure()->isLock);
+            EXPECT_THAT(store.sessions(), ElementsAre(sessionNumber(2, 200)));
+        }
+        EXPECT_EQ(file.freshRead(), before);
+    }
+    EXPECT_TRUE(store.catchUp());
+    EXPECT_FALSE(store.isBehind());
+    EXPECT_FALSE(store.failure());
+    EXPECT_THAT(store.sessions(), ElementsAre(sessionNumber(2, 200)));
+    EXPECT_THAT(file.freshRead(), ElementsAre(sessionNumber(2, 200)));
+    EXPECT_EQ(file.value("SELECT count(*) FROM AwayReportRecord"), "0");
+    EXPECT_EQ(file.bytes().find("App 1"), std::string::npos) << "it is gone from the disk, too";
+
+    store.saveSession(endedSession(4, 400, 450));
+    store.saveAwayPayload(idNumber(9), {400}, {}, "[]");
+    EXPECT_THAT(file.freshRead(), ElementsAre(endedSession(4, 400, 450), sessionNumber(2, 200)))
+        << "it was deleted once more";
+    EXPECT_THAT(*store.awayPayloads(), ElementsAre("[]"));
+}
+
+TEST(HistoryBacklog, HoldsWhatIsTooOldAndWhatIsSavedAfterwards) {
+    const HistoryFile file;
+    auto store = file.open();
+    for (unsigned number = 1; number <= 4; ++number) {
+        store.saveSession(sessionNumber(number, 100.0 * number));
+        store.saveAwayPayload(idNumber(10 + number), {100.0 * number}, {}, std::to_string(number));
+    }
+    {
+        const WriteLock lock(file);
+        store.prune({300});
+        store.prune({200}); // less than before takes nothing back
+        store.saveSession(endedSession(1, 100, 500));
+        for (int attempt = 0; attempt < 5; ++attempt) {
+            EXPECT_FALSE(store.catchUp());
+            EXPECT_TRUE(store.isBehind());
+            EXPECT_THAT(store.sessions(), ElementsAre(sessionNumber(4, 400), sessionNumber(3, 300),
+                                                      endedSession(1, 100, 500)));
+            EXPECT_THAT(*store.awayPayloads(), ElementsAre("4", "3"));
+        }
+        EXPECT_EQ(store.sessionCount(), 4U) << "the file's";
+    }
+    EXPECT_TRUE(store.catchUp());
+    EXPECT_FALSE(store.isBehind());
+    EXPECT_THAT(store.sessions(), ElementsAre(sessionNumber(4, 400), sessionNumber(3, 300),
+                                              endedSession(1, 100, 500)));
+    EXPECT_EQ(file.freshRead(), store.sessions());
+    EXPECT_THAT(*store.awayPayloads(), ElementsAre("4", "3"));
+    EXPECT_EQ(file.value("SELECT count(*) FROM AwayReportRecord"), "2");
+}
+
+TEST(HistoryBacklog, HidesWhatIsToBeDeletedFromAListThatIsReadAgain) {
+    const HistoryFile file;
+    auto store = file.open();
+    store.saveSession(endedSession(1, 100, 150));
+    store.saveSession(endedSession(2, 200, 250));
+    store.history();
+    {
+        auto other = file.connection();
+        other.exec("BEGIN IMMEDIATE");
+        store.prune({150});
+        other.exec("UPDATE SessionRecord SET appName = 'Renamed'");
+        other.exec("COMMIT");
+    }
+    ASSERT_TRUE(store.isBehind());
+    const auto pruned = store.sessions();
+    ASSERT_EQ(pruned.size(), 1U);
+    EXPECT_EQ(pruned.front().app.name, "Renamed");
+    {
+        const WriteLock lock(file);
+        store.deleteAll();
+    }
+    file.execute("UPDATE SessionRecord SET appName = 'Renamed again'");
+    EXPECT_THAT(store.sessions(), IsEmpty());
+    store.saveSession(sessionNumber(3, 300)); // any write does what waits
+    EXPECT_THAT(store.sessions(), ElementsAre(sessionNumber(3, 300)));
+    EXPECT_THAT(file.freshRead(), ElementsAre(sessionNumber(3, 300)));
+    EXPECT_FALSE(store.isBehind());
+}
+
+TEST(HistoryBacklog, HoldsADeletionWhateverTheDiskSays) {
+    bool wasHit = true;
+    int waited = 0;
+    for (int call = 1; wasHit; ++call) {
+        ASSERT_LT(call, 200);
+        FaultyFiles files;
+        const HistoryFile file;
+        auto store = file.open();
+        store.saveSession(sessionNumber(1, 100));
+        store.history();
+        files.failAt(call, true);
+        store.deleteAll();
+        store.saveSession(sessionNumber(2, 200));
+        wasHit = files.wasHit();
+        waited += store.isBehind() ? 1 : 0;
+        files.heal();
+        catchUpWholly(store);
+        EXPECT_THAT(file.freshRead(), ElementsAre(sessionNumber(2, 200))) << "call " << call;
+        EXPECT_EQ(store.sessions(), file.freshRead()) << "call " << call;
+    }
+    EXPECT_GT(waited, 3);
+}
+
+TEST(HistoryBacklog, IsWrittenToAFileThatWasLockedAtTheStart) {
+    const HistoryFile file;
+    file.open().saveSession(sessionNumber(1, 100));
+    file.execute("PRAGMA journal_mode = DELETE"); // as long as it is locked, nobody can read either
+    int replaced = 0;
+    auto holder = std::make_optional(file.connection());
+    holder->exec("BEGIN EXCLUSIVE");
+    HistoryStore store(file.path());
+    store.onReplaced([&] { ++replaced; });
+    ASSERT_TRUE(store.failure());
+    EXPECT_TRUE(store.failure()->isLock);
+    EXPECT_EQ(store.failure()->problem.kind, Kind::notWritten);
+    store.closeOpenRecords();
+    store.prune({50});
+    store.saveSession(sessionNumber(2, 200));
+    EXPECT_FALSE(store.catchUp());
+    EXPECT_TRUE(store.isBehind());
+    ASSERT_TRUE(store.failure());
+    EXPECT_EQ(store.failure()->problem.kind, Kind::notWritten);
+    EXPECT_THAT(store.sessions(), ElementsAre(sessionNumber(2, 200)));
+
+    holder.reset();
+    EXPECT_TRUE(store.catchUp());
+    auto closed = sessionNumber(1, 100);
+    closed.outcome = SessionOutcome::endUnknown;
+    EXPECT_THAT(store.sessions(), ElementsAre(sessionNumber(2, 200), closed));
+    EXPECT_EQ(file.freshRead(), store.sessions());
+    EXPECT_FALSE(store.failure());
+    EXPECT_FALSE(store.isBehind());
+    EXPECT_EQ(replaced, 0) << "it is the file that it was to be";
+}
+
 TEST(HistoryBacklog, IsNoneWhereADeleteFailed) {
     const HistoryFile file;
     auto store = file.open();

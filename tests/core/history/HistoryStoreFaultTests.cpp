@@ -57,22 +57,17 @@ TEST(HistoryStoreFaults, ShowAFailedSaveInAListThatIsReadAfterwards) {
     EXPECT_TRUE(file.freshRead().empty());
 }
 
-TEST(HistoryStoreFaults, DropAFailedDeleteAndRepair) {
+TEST(HistoryStoreFaults, DropAFailedSaveOrDeleteOfOneReport) {
     const HistoryFile file;
     auto store = file.open();
-    store.saveSession(sessionNumber(1, 100));
     store.saveAwayPayload(idNumber(2), {100}, {}, "{}");
     {
         const WriteLock lock(file);
-        store.prune({200});
-        store.deleteAll();
         store.deleteAwayReport(idNumber(2));
-        store.closeOpenRecords();
         store.saveAwayPayload(idNumber(2), {100}, {}, "[]");
     }
-    EXPECT_EQ(store.sessions(), Sessions{sessionNumber(1, 100)});
+    store.catchUp();
     EXPECT_EQ(*store.awayPayloads(), std::vector<std::string>{"{}"});
-    EXPECT_EQ(file.freshRead(), store.sessions());
 }
 
 TEST(HistoryStoreFaults, RunTheOtherDeleteWhenOneFails) {
@@ -103,18 +98,72 @@ TEST(HistoryStoreFaults, RunTheOtherDeleteWhenOneFails) {
     }
 }
 
-TEST(HistoryStoreFaults, KeepNothingOfASessionThatTheDatabaseRefuses) {
+TEST(HistoryStoreFaults, KeepASessionThatAnotherProgramsRuleKeepsOut) {
+    // Any program of the person's can put one into the file.
+    const struct {
+        const char* rule;
+        const char* end;
+        const char* reason;
+    } cases[] = {
+        {"CREATE TRIGGER rule BEFORE INSERT ON SessionRecord WHEN new.appName = 'App 2' "
+         "BEGIN SELECT RAISE(ABORT, 'no'); END",
+         "DROP TRIGGER rule", "no"},
+        {"CREATE TRIGGER rule BEFORE INSERT ON SessionRecord WHEN new.appName = 'App 2' "
+         "BEGIN SELECT RAISE(FAIL, 'no'); END",
+         "DROP TRIGGER rule", "no"},
+        {"CREATE TRIGGER rule BEFORE INSERT ON SessionRecord WHEN new.appName = 'App 2' "
+         "BEGIN SELECT RAISE(IGNORE); END",
+         "DROP TRIGGER rule", "trigger"},
+        {"CREATE TABLE Number (n INTEGER PRIMARY KEY); "
+         "CREATE TRIGGER rule BEFORE INSERT ON SessionRecord WHEN new.appName = 'App 2' "
+         "BEGIN INSERT INTO Number VALUES ('none'); END",
+         "DROP TRIGGER rule", "mismatch"},
+        {"CREATE UNIQUE INDEX rule ON SessionRecord (deviceRaw) WHERE appName < 'App 3'",
+         "DROP INDEX rule", "UNIQUE"},
+    };
+    for (const auto& each : cases) {
+        const HistoryFile file;
+        auto store = file.open();
+        store.saveSession(sessionNumber(1, 100));
+        store.history();
+        file.execute(each.rule);
+        store.saveSession(sessionNumber(2, 200));
+        const auto expectKeptOut = [&] {
+            ASSERT_TRUE(store.failure()) << each.rule;
+            EXPECT_NE(store.failure()->problem.reason.find(each.reason), std::string::npos)
+                << store.failure()->problem.reason;
+            EXPECT_TRUE(store.isBehind()) << each.rule;
+        };
+        expectKeptOut();
+        EXPECT_FALSE(store.catchUp());
+        expectKeptOut();
+        EXPECT_EQ(store.sessions(), (Sessions{sessionNumber(2, 200), sessionNumber(1, 100)}));
+        store.saveSession(sessionNumber(3, 300));
+        expectKeptOut();
+        EXPECT_EQ(file.freshRead(), (Sessions{sessionNumber(3, 300), sessionNumber(1, 100)}));
+
+        file.execute(each.end);
+        EXPECT_TRUE(store.catchUp()) << each.rule;
+        EXPECT_FALSE(store.failure()) << each.rule;
+        EXPECT_FALSE(store.isBehind()) << each.rule;
+        EXPECT_EQ(file.freshRead(), store.sessions());
+        EXPECT_EQ(store.sessions().size(), 3U) << each.rule;
+    }
+}
+
+TEST(HistoryStoreFaults, KeepAnEndThatATriggerKeepsOut) {
     const HistoryFile file;
     auto store = file.open();
     store.saveSession(sessionNumber(1, 100));
-    store.history();
-    file.execute("CREATE TRIGGER refuse BEFORE INSERT ON SessionRecord WHEN new.appName = 'App 2' "
-                 "BEGIN SELECT RAISE(ABORT, 'no'); END");
-    store.saveSession(sessionNumber(2, 200));
-    EXPECT_EQ(store.sessions(), Sessions{sessionNumber(1, 100)});
-    store.saveSession(sessionNumber(3, 300));
-    EXPECT_EQ(store.sessions(), (Sessions{sessionNumber(3, 300), sessionNumber(1, 100)}));
-    EXPECT_EQ(file.freshRead(), store.sessions());
+    file.execute("CREATE TRIGGER rule BEFORE UPDATE ON SessionRecord BEGIN SELECT RAISE(IGNORE); "
+                 "END");
+    store.saveSession(endedSession(1, 100, 150));
+    EXPECT_TRUE(store.failure());
+    EXPECT_EQ(file.freshRead(), Sessions{sessionNumber(1, 100)});
+    EXPECT_EQ(store.sessions(), Sessions{endedSession(1, 100, 150)});
+    file.execute("DROP TRIGGER rule");
+    EXPECT_TRUE(store.catchUp());
+    EXPECT_EQ(file.freshRead(), Sessions{endedSession(1, 100, 150)});
 }
 
 TEST(HistoryStoreFaults, GiveEmptyResultsWhenReadingFails) {
