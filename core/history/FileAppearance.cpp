@@ -25,6 +25,15 @@ std::int64_t pageSize(std::span<const char> header) {
     return size == 1 ? 65536 : size;
 }
 
+bool logHasContent(sqlite3* connection) {
+    sqlite3_file* log = nullptr;
+    sqlite3_int64 size = 0;
+    return sqlite3_file_control(connection, "main", SQLITE_FCNTL_JOURNAL_POINTER,
+                                static_cast<void*>(&log)) == SQLITE_OK &&
+           log != nullptr && log->pMethods != nullptr &&
+           log->pMethods->xFileSize(log, &size) == SQLITE_OK && size > 0;
+}
+
 } // namespace
 
 bool FileAppearance::beginsAsDatabase() const {
@@ -50,6 +59,7 @@ std::optional<FileAppearance> FileAppearance::of(sqlite3* connection) noexcept {
     }
     appearance.size = size;
     appearance.isCut = size < pageSize(beginning) * number(std::span(beginning).subspan(28, 4));
+    appearance.hasLog = logHasContent(connection);
     // How often it was changed, its pages and its free ones; and whose version wrote last.
     std::fill_n(beginning.begin() + 24, 16, '\0');
     std::fill_n(beginning.begin() + 92, 8, '\0');

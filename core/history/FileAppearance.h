@@ -18,7 +18,8 @@ struct FileAppearance {
 
     std::array<char, beginningSize> beginning{}; ///< without what changes with each write
     std::int64_t size = 0;
-    bool isCut = false; ///< pages are missing that the first one counts
+    bool isCut = false;  ///< pages are missing that the first one counts
+    bool hasLog = false; ///< in which those may stand
 
     bool beginsAsDatabase() const;
     bool operator==(const FileAppearance&) const = default;

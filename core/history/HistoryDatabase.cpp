@@ -256,7 +256,9 @@ bool HistoryDatabase::isDamaged() noexcept {
     if (now == damaged_) {
         return true;
     }
-    const bool isShorter = now->size < sound_->size && (now->isCut || !now->beginsAsDatabase());
+    // While a log is brought into the file, its first page may count others that come after it.
+    const bool isShorter = (now->isCut && (now->size < sound_->size || !now->hasLog)) ||
+                           (now->size < sound_->size && !now->beginsAsDatabase());
     if (!isShorter && now->beginning != sound_->beginning) {
         // The first page may stand in the log, and what it says is to be in the file. But that
         // would also fill up a file that was cut.
