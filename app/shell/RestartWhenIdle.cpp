@@ -10,13 +10,14 @@ void RestartWhenIdle::wish() {
     }
     watching_.push_back(model_.onChange.subscribe([this] { tryNow(); }));
     watching_.push_back(model_.isStopping.subscribe([this](bool) { tryNow(); }));
+    watching_.push_back(model_.historyProblem.subscribe([this](const auto&) { tryNow(); }));
     tryNow();
 }
 
 void RestartWhenIdle::tryNow() {
     const bool isIdle = !model_.snapshot->cameraOn && !model_.snapshot->microphoneOn &&
                         model_.openSessions->empty() && model_.notices.items().empty() &&
-                        !model_.isBusyStopping();
+                        !model_.isBusyStopping() && !model_.historyIsBehind();
     if (isIdle && !isDue_) {
         isDue_ = true;
         quit_();

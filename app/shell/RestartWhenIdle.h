@@ -1,5 +1,6 @@
 // Lets the program end, to be started anew, in a moment in which nobody misses it: nothing is on,
-// no card is showing and no stop is under way. Owned by `main`; main thread.
+// no card is showing, no stop is under way and nothing waits to be written to the history. Owned by
+// `main`; main thread.
 #pragma once
 
 #include "app/model/AppModel.h"

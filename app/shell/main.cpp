@@ -63,7 +63,8 @@ void sayWhoIsInTheWay(const SingleInstance& instance) {
 
 struct RealOptions {
     QString deviceFolder;
-    bool nothingWasOn = false; ///< when this process took the place of the one before
+    /// This process has taken the place of one with no bus in Qt, when nothing was on.
+    bool isStartedAnew = false;
     bool hasNoBusInQt = false;
 };
 
@@ -92,12 +93,16 @@ std::optional<int> runReal(QApplication& app, SignalWatch& signals, const RealOp
                          picturesOf(*machine), [&app] { app.quit(); });
     instance.onShow([&] { delegate.reopen(); });
     delegate.didFinishLaunching();
-    if (given.nothingWasOn) {
+    if (given.isStartedAnew) {
         delegate.model().receive({});
     }
     RestartWhenIdle restart(delegate.model(), [&app] { app.quit(); });
     BusService::Options service;
-    if (given.hasNoBusInQt) {
+    // Once: nobody watches meanwhile, and a bus can hang as often as somebody wants it to.
+    if (given.hasNoBusInQt && given.isStartedAnew) {
+        std::cerr << "velmoran: the session bus has hung again; a tray of the newer kind gets its "
+                     "icon when Velmoran is started next\n";
+    } else if (given.hasNoBusInQt) {
         service.onAnswer = [&restart] {
             restart.wish();
         };
@@ -111,9 +116,7 @@ std::optional<int> runReal(QApplication& app, SignalWatch& signals, const RealOp
 
 /// In this process's place, with a Qt that finds the bus. Returns only if that fails.
 int startAnew(std::vector<std::string> arguments) {
-    if (arguments.back() != nothingWasOn) {
-        arguments.emplace_back(nothingWasOn);
-    }
+    arguments.emplace_back(nothingWasOn);
     std::vector<char*> pointers;
     for (auto& argument : arguments) {
         pointers.push_back(argument.data());
@@ -224,7 +227,7 @@ int main(int argc, char** argv) {
         }
         const auto status = runReal(app, signals,
                                     {.deviceFolder = parser.value(devices),
-                                     .nothingWasOn = parser.isSet(resumed),
+                                     .isStartedAnew = parser.isSet(resumed),
                                      .hasNoBusInQt = hangingBus.isHidden()});
         return status ? *status : startAnew(given);
     } catch (const std::exception& error) {
