@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include <poll.h>
@@ -72,12 +74,8 @@ ucred peerOf(int socket) {
                : ucred{.pid = 0, .uid = static_cast<uid_t>(-1), .gid = static_cast<gid_t>(-1)};
 }
 
-/// The process that has written the next byte, by the kernel's word; 0 if none comes.
-pid_t writerOf(int socket, int milliseconds) {
-    pollfd readable{.fd = socket, .events = POLLIN, .revents = 0};
-    if (::poll(&readable, 1, milliseconds) != 1) {
-        return 0;
-    }
+/// The process that has written the next byte, by the kernel's word; 0 if there is none.
+pid_t writerOf(int socket) {
     char byte = 0;
     iovec place{.iov_base = &byte, .iov_len = 1};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(ucred))]; // NOLINT(*-avoid-c-arrays)
@@ -99,26 +97,111 @@ pid_t writerOf(int socket, int milliseconds) {
     return writer.pid;
 }
 
+/// Of somebody who listens in one of the places.
+struct Question {
+    std::string place;
+    SingleInstance::Obstacle asked;
+    std::unique_ptr<Socket> answer; ///< none from who is no Velmoran
+};
+
+/// To connect is to ask. The program of whoever listens says little by itself: somebody may have
+/// begun to listen, let a child keep the socket and become Velmoran's program. So Velmoran answers,
+/// and only an answer counts that is written after that look, by that very process. Nothing where
+/// nobody listens.
+std::optional<Question> ask(const std::string& place,
+                            const std::function<bool(const PeerProgram&)>& isVelmoran) {
+    const Socket looking;
+    if (!looking.connect(place)) {
+        return std::nullopt;
+    }
+    const auto peer = peerOf(looking.descriptor());
+    Question question{.place = place, .asked = {.program = programOf(peer.pid)}, .answer = nullptr};
+    question.asked.isVelmoran = peer.uid == ::getuid() && isVelmoran(question.asked.program);
+    if (question.asked.isVelmoran) {
+        auto asking = std::make_unique<Socket>();
+        const int wanted = 1;
+        if (::setsockopt(asking->descriptor(), SOL_SOCKET, SO_PASSCRED, &wanted, sizeof wanted) ==
+                0 &&
+            asking->connect(place)) {
+            question.answer = std::move(asking);
+        }
+    }
+    return question;
+}
+
+/// Waits for all of them together, so that many who don't answer cost no more than one.
+bool isAnswered(std::vector<Question>& questions, std::chrono::steady_clock::time_point deadline) {
+    for (;;) {
+        std::vector<pollfd> waiting;
+        std::vector<Question*> asked;
+        for (auto& question : questions) {
+            if (question.answer) {
+                waiting.push_back(
+                    {.fd = question.answer->descriptor(), .events = POLLIN, .revents = 0});
+                asked.push_back(&question);
+            }
+        }
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (waiting.empty() || ::poll(waiting.data(), waiting.size(),
+                                      static_cast<int>(std::max<long>(left.count(), 0))) < 1) {
+            return false;
+        }
+        for (std::size_t i = 0; i < waiting.size(); ++i) {
+            if (waiting[i].revents == 0) {
+                continue;
+            }
+            if (writerOf(waiting[i].fd) == asked[i]->asked.program.pid) {
+                return true;
+            }
+            asked[i]->answer.reset(); // hung up, or another's answer
+        }
+    }
+}
+
 } // namespace
 
 SingleInstance::SingleInstance(const std::string& name,
-                               std::function<bool(const PeerProgram&)> isVelmoran)
-    : isVelmoran_(std::move(isVelmoran)) {
+                               const std::function<bool(const PeerProgram&)>& isVelmoran) {
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(patienceMilliseconds);
     const auto full = fullName(name);
+    std::vector<Question> questions;
+    const auto followOneThatHasGone = [&] {
+        const auto gone = std::ranges::find_if(
+            questions, [this](const Question& each) { return listen(each.place); });
+        if (gone == questions.end()) {
+            return false;
+        }
+        questions.erase(gone);
+        return true;
+    };
     for (int number = 1; number <= places; ++number) {
         const auto place = number == 1 ? full : std::to_string(number) + "-" + full;
-        if (listen(place)) {
-            return;
+        auto question = ask(place, isVelmoran);
+        if (!question) { // free, it seems, but not if one of those before answers
+            if (isAnswered(questions, deadline)) {
+                role_ = Role::second;
+                return;
+            }
+            if (followOneThatHasGone() || listen(place)) {
+                break;
+            }
+            question = ask(place, isVelmoran); // another start was faster, or it takes nobody
         }
-        auto obstacle = ask(place);
-        if (!obstacle) {
+        questions.push_back(question
+                                ? *std::move(question)
+                                : Question{.place = place, .asked = Obstacle(), .answer = nullptr});
+    }
+    if (role_ == Role::alone) { // every place is taken
+        if (isAnswered(questions, deadline)) {
             role_ = Role::second;
             return;
         }
-        if (listen(place)) {
-            return; // it has gone meanwhile
-        }
-        obstacles_.push_back(std::move(*obstacle));
+        followOneThatHasGone();
+    }
+    for (auto& question : questions) {
+        obstacles_.push_back(std::move(question.asked));
     }
 }
 
@@ -141,31 +224,6 @@ bool SingleInstance::listen(const std::string& place) {
     notifier_ = std::make_unique<QSocketNotifier>(socket_, QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] { accept(); });
     return true;
-}
-
-/// Who listens there, if it isn't a Velmoran that answers. To connect is the message. The program
-/// of whoever listens says little by itself: somebody may have begun to listen, let a child keep
-/// the socket and become Velmoran's program. So Velmoran answers, and only an answer counts that is
-/// written after that look, by that very process.
-std::optional<SingleInstance::Obstacle> SingleInstance::ask(const std::string& place) const {
-    const Socket looking;
-    if (!looking.connect(place)) {
-        return Obstacle(); // it has just gone, or takes nobody
-    }
-    const auto peer = peerOf(looking.descriptor());
-    Obstacle obstacle{.program = programOf(peer.pid)};
-    obstacle.isVelmoran = peer.uid == ::getuid() && isVelmoran_(obstacle.program);
-    if (obstacle.isVelmoran) {
-        const Socket asking;
-        const int wanted = 1;
-        if (::setsockopt(asking.descriptor(), SOL_SOCKET, SO_PASSCRED, &wanted, sizeof wanted) ==
-                0 &&
-            asking.connect(place) &&
-            writerOf(asking.descriptor(), patienceMilliseconds) == peer.pid) {
-            return std::nullopt;
-        }
-    }
-    return obstacle;
 }
 
 void SingleInstance::accept() {

@@ -10,7 +10,6 @@
 #include <QSocketNotifier>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,7 +32,7 @@ public:
     /// Waits for the answer of one that runs.
     explicit SingleInstance(
         const std::string& name,
-        std::function<bool(const PeerProgram&)> isVelmoran = velmoran::isVelmoran);
+        const std::function<bool(const PeerProgram&)>& isVelmoran = velmoran::isVelmoran);
     ~SingleInstance();
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
@@ -45,15 +44,13 @@ public:
 
     /// Where the first place is taken the next one is tried, by every start alike.
     static constexpr int places = 8;
-    /// How long a Velmoran may take to answer: it may be about to start itself.
+    /// How long the Velmorans in all places may take to answer: one may be about to start itself.
     static constexpr int patienceMilliseconds = 5000;
 
 private:
     bool listen(const std::string& place);
-    std::optional<Obstacle> ask(const std::string& place) const;
     void accept();
 
-    std::function<bool(const PeerProgram&)> isVelmoran_;
     int socket_ = -1;
     Role role_ = Role::alone;
     std::vector<Obstacle> obstacles_;

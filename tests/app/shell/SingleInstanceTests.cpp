@@ -112,6 +112,62 @@ TEST_F(SingleInstanceTest, WhoeverTakesEveryPlaceKeepsNobodyFromRunning) {
     EXPECT_EQ(last->obstacles().size(), static_cast<std::size_t>(SingleInstance::places));
 }
 
+TEST_F(SingleInstanceTest, ManyThatDoNotAnswerHoldUpAStartNoLongerThanOne) {
+    std::vector<std::unique_ptr<SingleInstance>> stopped;
+    holderIsVelmoran = false;
+    for (int i = 0; i + 1 < SingleInstance::places; ++i) {
+        stopped.push_back(start());
+    }
+    holderIsVelmoran = true;
+    QElapsedTimer timer;
+    timer.start();
+    const auto next = start();
+    EXPECT_LT(timer.elapsed(), 2 * SingleInstance::patienceMilliseconds);
+    EXPECT_EQ(next->role(), SingleInstance::Role::first);
+    EXPECT_EQ(next->obstacles().size(), stopped.size());
+}
+
+TEST_F(SingleInstanceTest, OneThatAnswersIsFoundBehindOneThatDoesNot) {
+    // Made in a thread without a loop, which answers nobody.
+    const auto stopped = startBeside();
+    ASSERT_EQ(stopped->role(), SingleInstance::Role::first);
+    holderIsVelmoran = false;
+    const auto running = start();
+    ASSERT_EQ(running->role(), SingleInstance::Role::first);
+    int shows = 0;
+    running->onShow([&] { ++shows; });
+    holderIsVelmoran = true;
+    QElapsedTimer timer;
+    timer.start();
+    const auto next = startBeside();
+    EXPECT_LT(timer.elapsed(), SingleInstance::patienceMilliseconds) << "it waited for the other";
+    EXPECT_EQ(next->role(), SingleInstance::Role::second);
+    EXPECT_TRUE(next->obstacles().empty());
+    EXPECT_TRUE(soon([&] { return shows > 0; }));
+}
+
+TEST_F(SingleInstanceTest, OneThatEndsInsteadOfAnsweringLeavesItsPlace) {
+    auto ending = start();
+    // Asked as to who it is, it ends before it is asked for more.
+    const SingleInstance next(name, [&](const PeerProgram&) {
+        ending.reset();
+        return true;
+    });
+    EXPECT_EQ(next.role(), SingleInstance::Role::first);
+    EXPECT_TRUE(next.obstacles().empty());
+    // It is in the first place, where everybody looks.
+    int asked = 0;
+    std::atomic<int> role = -1;
+    std::thread starting([&] {
+        const SingleInstance third(name, [&](const PeerProgram&) { return ++asked > 0; });
+        role = static_cast<int>(third.role());
+    });
+    EXPECT_TRUE(soon([&] { return role >= 0; }));
+    starting.join();
+    EXPECT_EQ(role, static_cast<int>(SingleInstance::Role::second));
+    EXPECT_EQ(asked, 1);
+}
+
 TEST_F(SingleInstanceTest, OneThatDoesNotAnswerKeepsNobodyFromRunning) {
     // Nobody lets its loop go on.
     const auto stopped = start();
