@@ -6,6 +6,7 @@
 #include <QLocale>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <cerrno>
 #include <cmath>
 #include <fcntl.h>
 #include <poll.h>
@@ -33,13 +34,9 @@ std::optional<double> asNumber(const QString& element) {
     return done && std::isfinite(result) ? std::optional(result) : std::nullopt;
 }
 
-/// An at sign begins what is no text, and is doubled before one.
 std::optional<std::string> asText(const QString& element) {
-    if (!element.startsWith(u'@')) {
-        return element.toStdString();
-    }
-    return element.startsWith(QLatin1String("@@")) ? std::optional(element.mid(1).toStdString())
-                                                   : std::nullopt;
+    const auto text = SettingsText::textIn(element);
+    return text ? std::optional(text->toStdString()) : std::nullopt;
 }
 
 /// Nothing if not all of it is read.
@@ -60,20 +57,51 @@ std::optional<std::vector<T>> asList(const std::optional<QStringList>& value,
     return result;
 }
 
-/// Empty where there is no file, or something else in its place.
-QByteArray textOf(const QString& path) {
+/// More than anybody's settings are. Who made a larger file wants it to be read again and again.
+constexpr qsizetype mostBytes = 1024L * 1024;
+
+/// What stands at the file's place.
+struct Found {
+    std::optional<QByteArray> text; ///< nothing if it can't be read; empty where nothing is
+    bool mayBeSettings = true;      ///< otherwise nothing is lost with it
+};
+
+std::optional<QByteArray> readAll(int descriptor) {
+    QByteArray text(mostBytes + 1, Qt::Uninitialized);
+    qsizetype size = 0;
+    while (size <= mostBytes) {
+        const auto count =
+            ::read(descriptor, text.data() + size, static_cast<std::size_t>(text.size() - size));
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return std::nullopt;
+        }
+        if (count == 0) {
+            return text.left(size);
+        }
+        size += count;
+    }
+    return std::nullopt;
+}
+
+Found lookAt(const QString& path) {
     const int descriptor =
         ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) {
-        return {};
+        return errno == ENOENT ? Found{.text = QByteArray(), .mayBeSettings = false} : Found();
     }
+    Found found;
     struct stat kind {};
-    QFile file;
-    const bool isFile = ::fstat(descriptor, &kind) == 0 && S_ISREG(kind.st_mode) &&
-                        file.open(descriptor, QFile::ReadOnly);
-    const auto text = isFile ? file.readAll() : QByteArray();
+    if (::fstat(descriptor, &kind) == 0) {
+        found.mayBeSettings = S_ISREG(kind.st_mode);
+        if (found.mayBeSettings && kind.st_size <= mostBytes) {
+            found.text = readAll(descriptor);
+        }
+    }
     ::close(descriptor);
-    return text;
+    return found;
 }
 
 /// Between two of our programs that write one file: each waits for the other as long as writing
@@ -84,13 +112,18 @@ public:
         : folder_(
               ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
         constexpr int milliseconds = 20;
-        for (int i = 0; i < milliseconds && ::flock(folder_, LOCK_EX | LOCK_NB) != 0; ++i) {
+        for (int i = 0;
+             folder_ >= 0 && i < milliseconds && ::flock(folder_, LOCK_EX | LOCK_NB) != 0; ++i) {
             ::poll(nullptr, 0, 1);
         }
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
-    ~Turn() { ::close(folder_); }
+    ~Turn() {
+        if (folder_ >= 0) {
+            ::close(folder_);
+        }
+    }
 
 private:
     int folder_;
@@ -102,7 +135,13 @@ QtSettingsFile::QtSettingsFile()
     : QtSettingsFile(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
                      QStringLiteral("/Velmoran/Velmoran.conf")) {}
 
-QtSettingsFile::QtSettingsFile(QString path) : path_(std::move(path)), file_(textOf(path_)) {}
+QtSettingsFile::QtSettingsFile(QString path)
+    : path_(std::move(path)),
+      file_(lookAt(path_).text.value_or(QByteArray())) {}
+
+QtSettingsFile::~QtSettingsFile() {
+    writeUnwritten();
+}
 
 QtSettingsFile::Value QtSettingsFile::value(const std::string& key) const {
     const auto name = keyOf(key);
@@ -172,8 +211,7 @@ void QtSettingsFile::setBytes(const std::string& key, const std::string& given) 
 void QtSettingsFile::setTexts(const std::string& key, const std::vector<std::string>& given) {
     QStringList elements;
     for (const auto& each : given) {
-        const auto text = QString::fromStdString(each);
-        elements.append(text.startsWith(u'@') ? u'@' + text : text);
+        elements.append(SettingsText::elementOf(QString::fromStdString(each)));
     }
     write(key, std::move(elements));
 }
@@ -183,15 +221,33 @@ void QtSettingsFile::remove(const std::string& key) {
 }
 
 void QtSettingsFile::reload() {
-    file_ = SettingsText(textOf(path_));
+    if (auto text = lookAt(path_).text) {
+        file_ = SettingsText(*text);
+    }
+    writeUnwritten();
 }
 
 void QtSettingsFile::write(const std::string& key, Value given) {
     unwritten_[keyOf(key)] = std::move(given);
+    writeUnwritten();
+}
+
+void QtSettingsFile::writeUnwritten() {
+    if (unwritten_.isEmpty()) {
+        return;
+    }
     const auto folder = QFileInfo(path_).path();
     QDir().mkpath(folder);
     const Turn turn(folder);
-    reload();
+    // Whoever writes without having read takes away what is in there: all settings, if none could
+    // be read so far, or else what another program has changed since.
+    const auto found = lookAt(path_);
+    if (!found.text && found.mayBeSettings) {
+        return;
+    }
+    if (found.text) {
+        file_ = SettingsText(*found.text);
+    }
     auto text = file_;
     for (auto each = unwritten_.begin(); each != unwritten_.end(); ++each) {
         if (*each) {
@@ -200,9 +256,10 @@ void QtSettingsFile::write(const std::string& key, Value given) {
             text.remove(each.key());
         }
     }
+    const auto bytes = text.text();
     QSaveFile file(path_);
     const bool isNew = !QFile::exists(path_);
-    if (!file.open(QFile::WriteOnly) || file.write(text.text()) < 0 ||
+    if (bytes.size() > mostBytes || !file.open(QFile::WriteOnly) || file.write(bytes) < 0 ||
         (isNew && !file.setPermissions(QFile::ReadOwner | QFile::WriteOwner)) || !file.commit()) {
         return;
     }

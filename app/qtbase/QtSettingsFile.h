@@ -20,6 +20,10 @@ public:
     QtSettingsFile();
     /// A file of the same form at that path.
     explicit QtSettingsFile(QString path);
+    /// Tries a last time to write what couldn't be written.
+    ~QtSettingsFile() override;
+    QtSettingsFile(const QtSettingsFile&) = delete;
+    QtSettingsFile& operator=(const QtSettingsFile&) = delete;
 
     std::optional<bool> boolean(const std::string& key) const override;
     std::optional<std::int64_t> integer(const std::string& key) const override;
@@ -33,6 +37,7 @@ public:
     void setBytes(const std::string& key, const std::string& value) override;
     void setTexts(const std::string& key, const std::vector<std::string>& value) override;
     void remove(const std::string& key) override;
+    /// What can't be read, or is far too long to be settings, leaves what was read last.
     void reload() override;
 
 private:
@@ -43,6 +48,9 @@ private:
     /// The one element of a value that is no list.
     std::optional<QString> single(const std::string& key) const;
     void write(const std::string& key, Value value);
+    /// Not as long as a file is there that can't be read: its settings would be gone. What waits is
+    /// tried again at each write and reload.
+    void writeUnwritten();
 
     QString path_;
     SettingsText file_; ///< as it was read last

@@ -8,6 +8,7 @@ namespace velmoran {
 namespace {
 
 constexpr char16_t quote = u'"';
+constexpr QLatin1String stringBegin("@String(");
 
 bool isHex(QChar character) {
     const auto code = character.toLower().unicode();
@@ -106,6 +107,23 @@ QByteArray encoded(const QString& element) {
 }
 
 } // namespace
+
+QString SettingsText::elementOf(const QString& text) {
+    if (text.contains(QChar(u'\0'))) {
+        return QString(stringBegin) + text + u')';
+    }
+    return text.startsWith(u'@') ? u'@' + text : text;
+}
+
+std::optional<QString> SettingsText::textIn(const QString& element) {
+    if (!element.startsWith(u'@')) {
+        return element;
+    }
+    if (element.startsWith(stringBegin) && element.endsWith(u')')) {
+        return element.mid(stringBegin.size(), element.size() - stringBegin.size() - 1);
+    }
+    return element.startsWith(QLatin1String("@@")) ? std::optional(element.mid(1)) : std::nullopt;
+}
 
 SettingsText::SettingsText(const QByteArray& text) {
     bool isInGeneral = true; // until another section begins

@@ -15,6 +15,12 @@ public:
     SettingsText() = default;
     explicit SettingsText(const QByteArray& text);
 
+    /// How a text stands among the elements: an at sign begins what is none, as "@Invalid()" and
+    /// "@ByteArray(…)", and is doubled before one; one with a zero character is "@String(…)".
+    static QString elementOf(const QString& text);
+    /// The text that is meant; nothing for what is none.
+    static std::optional<QString> textIn(const QString& element);
+
     /// What stands behind the key, without quotes and escapes: a list has several elements, any
     /// other value one. Nothing if there is no such key. Of two lines with it the last one counts.
     std::optional<QStringList> elements(const QString& key) const;

@@ -18,6 +18,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         again.text() != text.text()) {
         std::abort();
     }
+    const auto whole = QString::fromUtf8(bytes);
+    text.set("a", {SettingsText::elementOf(whole)});
+    const auto written = SettingsText(text.text()).elements("a").value_or(QStringList());
+    if (written.size() != 1 || SettingsText::textIn(written.first()) != whole) {
+        std::abort();
+    }
     text.remove("a");
     if (SettingsText(text.text()).elements("a")) {
         std::abort();

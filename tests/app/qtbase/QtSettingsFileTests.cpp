@@ -90,7 +90,9 @@ TEST_F(QtSettingsFileTest, IsWrittenAtOnceAndReadAgain) {
     writer.setNumbers("place", {12.5, -3});
     writer.setBytes("data", all);
     writer.setTexts("one", {"de"});
+    const std::vector<std::string> odd{"@@", "@String(x)", "@Invalid()", std::string("\0", 1)};
     writer.setTexts("two", {"de-AT, \"x\"", "@en"});
+    writer.setTexts("odd", odd);
     const QtSettingsFile reader(path());
     EXPECT_EQ(reader.boolean("flag"), true);
     EXPECT_EQ(reader.integer("days"), 365);
@@ -98,6 +100,7 @@ TEST_F(QtSettingsFileTest, IsWrittenAtOnceAndReadAgain) {
     EXPECT_EQ(reader.bytes("data"), all);
     EXPECT_EQ(reader.texts("one"), (std::vector<std::string>{"de"}));
     EXPECT_EQ(reader.texts("two"), (std::vector<std::string>{"de-AT, \"x\"", "@en"}));
+    EXPECT_EQ(reader.texts("odd"), odd);
 }
 
 TEST_F(QtSettingsFileTest, KeepsEmptyBytesApartFromNone) {
@@ -173,6 +176,76 @@ TEST_F(QtSettingsFileTest, WaitsForNoPipeInItsPlace) {
     file.reload();
     file.setBoolean("flag", true);
     EXPECT_EQ(QtSettingsFile(path()).boolean("flag"), true);
+}
+
+TEST_F(QtSettingsFileTest, WritesAllThatItKnowsInPlaceOfAPipe) {
+    QtSettingsFile file(path());
+    file.setInteger("one", 1);
+    QFile::remove(path());
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path()).constData(), 0600), 0);
+    file.setInteger("other", 2);
+    const QtSettingsFile reader(path());
+    EXPECT_EQ(reader.integer("one"), 1);
+    EXPECT_EQ(reader.integer("other"), 2);
+}
+
+TEST_F(QtSettingsFileTest, OverwritesNoFileThatItCannotRead) {
+    write("[General]\none=1\n");
+    QFile::setPermissions(path(), QFile::Permissions());
+    const support::RightsLaidDown person; // root's would read everything
+    ASSERT_TRUE(person.isDone());
+    QtSettingsFile file(path());
+    file.setInteger("other", 2);
+    file.reload();
+    EXPECT_EQ(file.integer("other"), 2) << "it waits";
+    QFile::setPermissions(path(), QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_EQ(QtSettingsFile(path()).integer("other"), std::nullopt);
+    file.reload();
+    const QtSettingsFile reader(path());
+    EXPECT_EQ(reader.integer("one"), 1);
+    EXPECT_EQ(reader.integer("other"), 2);
+}
+
+TEST_F(QtSettingsFileTest, WritesAtItsEndWhatHadToWait) {
+    write("[General]\none=1\n");
+    QFile::setPermissions(path(), QFile::Permissions());
+    const support::RightsLaidDown person;
+    ASSERT_TRUE(person.isDone());
+    {
+        QtSettingsFile file(path());
+        file.setInteger("other", 2);
+        QFile::setPermissions(path(), QFile::ReadOwner | QFile::WriteOwner);
+    }
+    const QtSettingsFile reader(path());
+    EXPECT_EQ(reader.integer("one"), 1);
+    EXPECT_EQ(reader.integer("other"), 2);
+}
+
+TEST_F(QtSettingsFileTest, KeepsWhatItKnowsOfAFileThatCannotBeReadAnyMore) {
+    QtSettingsFile file(path());
+    file.setInteger("one", 1);
+    QFile::setPermissions(path(), QFile::Permissions());
+    const support::RightsLaidDown person;
+    ASSERT_TRUE(person.isDone());
+    file.reload();
+    EXPECT_EQ(file.integer("one"), 1);
+}
+
+TEST_F(QtSettingsFileTest, ReadsNoHugeFileAndLeavesItAlone) {
+    QtSettingsFile file(path());
+    file.setInteger("one", 1);
+    const auto bytes = qint64(1) << 30;
+    ASSERT_TRUE(QFile::resize(path(), bytes)) << "mostly holes";
+    file.reload();
+    EXPECT_EQ(file.integer("one"), 1) << "as it was read last";
+    file.setInteger("other", 2);
+    EXPECT_EQ(QFileInfo(path()).size(), bytes);
+    EXPECT_EQ(QtSettingsFile(path()).integer("one"), std::nullopt);
+    ASSERT_TRUE(QFile::resize(path(), 0));
+    file.setInteger("third", 3);
+    const QtSettingsFile reader(path());
+    EXPECT_EQ(reader.integer("other"), 2);
+    EXPECT_EQ(reader.integer("third"), 3);
 }
 
 TEST_F(QtSettingsFileTest, WaitsForNobodyWhoHoldsItsFolder) {

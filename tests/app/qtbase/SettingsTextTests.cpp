@@ -20,7 +20,32 @@ const QStringList texts = {
     QString(QChar(0x1F)) + QStringLiteral("fee"),
     QStringLiteral("Grüße, 日本, 𝄞"),
     QStringLiteral("[General]"),
+    QStringLiteral("@home"),
+    QStringLiteral("@"),
+    QStringLiteral("@@"),
+    QStringLiteral("@String(x)"),
+    QStringLiteral("@ByteArray(x)"),
+    QStringLiteral("@Invalid()"),
+    QChar(u'\0') + QStringLiteral("@)"),
+    u'@' + QString(QChar(u'\0')),
 };
+
+QStringList elementsOf(const QStringList& all) {
+    QStringList elements;
+    for (const auto& each : all) {
+        elements.append(SettingsText::elementOf(each));
+    }
+    return elements;
+}
+
+/// What is no text is "not a text".
+QStringList textsIn(const std::optional<QStringList>& elements) {
+    QStringList all;
+    for (const auto& each : elements.value_or(QStringList())) {
+        all.append(SettingsText::textIn(each).value_or(QStringLiteral("not a text")));
+    }
+    return all;
+}
 
 QStringList listed(const QVariant& value) {
     return value.toStringList();
@@ -30,9 +55,9 @@ TEST(SettingsText, IsReadByQtsOwnSettings) {
     const QTemporaryDir folder;
     const auto path = folder.filePath("a.conf");
     SettingsText text;
-    text.set("all", texts);
+    text.set("all", elementsOf(texts));
     for (int i = 0; i < texts.size(); ++i) {
-        text.set("key" + QString::number(i), {texts[i]});
+        text.set("key" + QString::number(i), elementsOf({texts[i]}));
     }
     QFile file(path);
     ASSERT_TRUE(file.open(QFile::WriteOnly));
@@ -52,6 +77,8 @@ TEST(SettingsText, ReadsWhatQtsOwnSettingsWrite) {
         QSettings theirs(path, QSettings::IniFormat);
         theirs.setValue("all", texts);
         theirs.setValue("other/all", "not this one");
+        theirs.setValue("bytes", QByteArray("x"));
+        theirs.setValue("nothing", QVariant());
         for (int i = 0; i < texts.size(); ++i) {
             theirs.setValue("key" + QString::number(i), texts[i]);
         }
@@ -59,9 +86,12 @@ TEST(SettingsText, ReadsWhatQtsOwnSettingsWrite) {
     QFile file(path);
     ASSERT_TRUE(file.open(QFile::ReadOnly));
     const SettingsText text(file.readAll());
-    EXPECT_EQ(text.elements("all"), texts);
+    EXPECT_EQ(textsIn(text.elements("all")), texts);
     for (int i = 0; i < texts.size(); ++i) {
-        EXPECT_EQ(text.elements("key" + QString::number(i)), QStringList(texts[i])) << i;
+        EXPECT_EQ(textsIn(text.elements("key" + QString::number(i))), QStringList(texts[i])) << i;
+    }
+    for (const auto* noText : {"bytes", "nothing"}) {
+        EXPECT_EQ(textsIn(text.elements(noText)), QStringList("not a text")) << noText;
     }
     EXPECT_EQ(text.elements("none"), std::nullopt);
 }
