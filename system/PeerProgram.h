@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -22,5 +23,9 @@ PeerProgram programOf(std::int32_t pid);
 /// root can have put there, or which stands beside the one that asks, so that whoever replaces it
 /// could have replaced both. What runs inside it isn't seen.
 bool isVelmoran(const PeerProgram& program);
+
+/// Whether a process of such a program has that file open and locked (flock(2)), this process among
+/// them. The kernel doesn't say who locked it, if they were handed the open file.
+bool isLockedBy(const std::function<bool(const PeerProgram&)>& isSuch, const std::string& path);
 
 } // namespace velmoran

@@ -15,12 +15,15 @@ namespace velmoran {
 
 namespace {
 
+using IsVelmoran = std::function<bool(const PeerProgram&)>;
+
 /// Keeps the history by a lock on a file beside it, which the kernel drops when the process ends.
 class Keeper {
 public:
-    Keeper(std::filesystem::path history, WhenKept whenKept)
+    Keeper(std::filesystem::path history, WhenKept whenKept, IsVelmoran isVelmoran)
         : history_(std::move(history)),
-          whenKept_(whenKept) {
+          whenKept_(whenKept),
+          isVelmoran_(std::move(isVelmoran)) {
         keep();
     }
     Keeper(const Keeper&) = delete;
@@ -56,7 +59,7 @@ public:
         }
         const bool isKept = errno == EWOULDBLOCK;
         ::close(descriptor);
-        if (isKept && whenKept_ == WhenKept::giveWay) {
+        if (isKept && whenKept_ == WhenKept::giveWay && isLockedBy(isVelmoran_, path.string())) {
             throw HistoryIsKept();
         }
     }
@@ -74,6 +77,7 @@ private:
 
     std::filesystem::path history_;
     WhenKept whenKept_;
+    IsVelmoran isVelmoran_;
     int lock_ = -1;
 };
 
@@ -81,8 +85,8 @@ struct KeptHistory {
     Keeper keeper; ///< goes last
     HistoryStore store;
 
-    KeptHistory(const std::filesystem::path& path, WhenKept whenKept)
-        : keeper(path, whenKept),
+    KeptHistory(const std::filesystem::path& path, WhenKept whenKept, IsVelmoran isVelmoran)
+        : keeper(path, whenKept, std::move(isVelmoran)),
           store(path, [this] { keeper.keep(); }) {}
 };
 
@@ -99,9 +103,9 @@ std::filesystem::path userHistoryPath() {
            "History.store";
 }
 
-std::shared_ptr<HistoryStore> openUserHistory(WhenKept whenKept,
-                                              const std::filesystem::path& path) {
-    auto history = std::make_shared<KeptHistory>(path, whenKept);
+std::shared_ptr<HistoryStore> openUserHistory(WhenKept whenKept, const std::filesystem::path& path,
+                                              std::function<bool(const PeerProgram&)> isVelmoran) {
+    auto history = std::make_shared<KeptHistory>(path, whenKept, std::move(isVelmoran));
     return {history, &history->store};
 }
 

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "core/history/HistoryStore.h"
+#include "system/PeerProgram.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 
@@ -19,7 +21,8 @@ public:
     HistoryIsKept() : std::runtime_error("another Velmoran keeps the history") {}
 };
 
-/// Whom a Velmoran that keeps the history gives way to.
+/// Whom a Velmoran that keeps the history gives way to. A stranger who holds the lock keeps none,
+/// and nobody gives way to him.
 enum class WhenKept {
     giveWay, ///< throws HistoryIsKept: a watch in a terminal leaves the desktop's Velmoran alone
     share,   ///< opens the file all the same: the desktop's Velmoran can't do without
@@ -30,6 +33,7 @@ enum class WhenKept {
 /// unless another Velmoran was faster, whom a watch gives way to. Throws what HistoryStore throws,
 /// and HistoryIsKept.
 std::shared_ptr<HistoryStore>
-openUserHistory(WhenKept whenKept, const std::filesystem::path& path = userHistoryPath());
+openUserHistory(WhenKept whenKept, const std::filesystem::path& path = userHistoryPath(),
+                std::function<bool(const PeerProgram&)> isVelmoran = velmoran::isVelmoran);
 
 } // namespace velmoran

@@ -2,12 +2,16 @@
 
 #include "core/base/ProgramName.h"
 #include "system/linux/apps/WriteProtection.h"
+#include "system/linux/kernel/Files.h"
 #include "system/linux/kernel/HeldProcess.h"
 #include "system/linux/kernel/ProcFs.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace velmoran {
@@ -32,6 +36,22 @@ bool sharesUsers(pid_t pid) {
     const ProcFs proc;
     const auto ours = readLinkText(proc.path(::getpid(), "ns/user"));
     return ours == readLinkText(proc.path(pid, "ns/user"));
+}
+
+bool hasLocked(pid_t pid, const FileNumber& file, const ProcFs& proc) {
+    bool isLocked = false;
+    proc.eachDescriptor(pid, [&](int folder, const char* name) {
+        struct stat status {};
+        if (isLocked || ::fstatat(folder, name, &status, 0) != 0 || status.st_ino != file.inode ||
+            status.st_dev != file.device) {
+            return;
+        }
+        constexpr std::size_t someLines = 4096;
+        const auto about =
+            readFileUpTo(proc.path(pid, "fdinfo/" + std::string(name)), someLines).value_or("");
+        isLocked = about.find("FLOCK") != std::string::npos;
+    });
+    return isLocked;
 }
 
 } // namespace
@@ -61,6 +81,15 @@ bool isVelmoran(const PeerProgram& program) {
     const auto own = ProcFs().executable(::getpid());
     const auto folder = commonFolder(*program.path);
     return own && folder && folder == commonFolder(*own);
+}
+
+bool isLockedBy(const std::function<bool(const PeerProgram&)>& isSuch, const std::string& path) {
+    const auto file = fileNumber(path);
+    const ProcFs proc;
+    const auto pids = proc.pids();
+    return file && std::any_of(pids.begin(), pids.end(), [&](pid_t pid) {
+               return isSuch(programOf(pid)) && hasLocked(pid, *file, proc);
+           });
 }
 
 } // namespace velmoran

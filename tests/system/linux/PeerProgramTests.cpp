@@ -3,8 +3,11 @@
 #include "support/RunningProgram.h"
 #include "support/TemporaryDirectory.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace velmoran {
 namespace {
@@ -41,6 +44,22 @@ TEST(PeerProgram, IsNoVelmoranByItsNameAlone) {
         EXPECT_EQ(found.path, path);
         EXPECT_FALSE(isVelmoran(found)) << path;
     }
+}
+
+TEST(PeerProgram, IsWhoHasLockedAFileAndNotWhoHasItOpen) {
+    const TemporaryDirectory folder;
+    const auto path = folder.write("a.lock", "");
+    const auto isThis = [](const PeerProgram& program) {
+        return program.pid == ::getpid();
+    };
+    const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_FALSE(isLockedBy(isThis, path));
+    ASSERT_EQ(::flock(file, LOCK_EX | LOCK_NB), 0);
+    EXPECT_TRUE(isLockedBy(isThis, path));
+    EXPECT_FALSE(isLockedBy(isThis, folder.write("other.lock", "")));
+    EXPECT_FALSE(isLockedBy([](const PeerProgram&) { return false; }, path));
+    ::close(file);
+    EXPECT_FALSE(isLockedBy(isThis, path));
 }
 
 TEST(PeerProgram, IsNoVelmoranByItsPlaceAlone) {
