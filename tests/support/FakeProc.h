@@ -3,6 +3,7 @@
 
 #include "support/TemporaryDirectory.h"
 #include "system/linux/kernel/ProcFs.h"
+#include "system/linux/kernel/ProcMaps.h"
 
 #include <filesystem>
 #include <string>
@@ -21,7 +22,15 @@ public:
         std::string root = "/";
         std::string workingDirectory = "/";
         std::vector<std::string> environment = {};
+        std::vector<std::string> maps = {}; ///< lines
     };
+
+    /// A line of a process that runs this file, if it lies where this program sees it.
+    static std::string mapped(const std::string& path, const std::string& permissions = "r-xp") {
+        const auto known = asMapped({path})[path];
+        return "7f2c6c000000-7f2c6c1c2000 " + permissions + " 00000000 " + known.device + ' ' +
+               std::to_string(known.inode) + "    " + path;
+    }
 
     FakeProc() { folder_.link("self/ns/mnt", "mnt:[1]"); }
 
@@ -38,6 +47,11 @@ public:
             folder_.link(at + "root", process.root);
             folder_.link(at + "cwd", process.workingDirectory);
             folder_.write(at + "environ", zeroEnded(process.environment));
+            std::string maps;
+            for (const auto& line : process.maps) {
+                maps += line + '\n';
+            }
+            folder_.write(at + "maps", maps);
         }
         folder_.write(at + "stat", statLine(pid, process.parent, startTicks));
         folder_.write(at + "cmdline", zeroEnded(process.arguments));

@@ -1,11 +1,14 @@
 #include "system/linux/apps/ScriptFile.h"
 
 #include "core/sessions/SystemProcessLinux.h"
+#include "system/TextParsing.h"
 #include "system/linux/apps/ScriptArgument.h"
 #include "system/linux/kernel/Files.h"
+#include "system/linux/kernel/ProcMaps.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 
 #include <glib.h>
 
@@ -45,7 +48,7 @@ ScanCache::Script inspect(const std::string& interpreter, const std::string& scr
     // A command line is the process's own word: it can't make one of the system's own programs of
     // it, nor a program that needs no interpreter, nor what root installed of an interpreter that
     // somebody else did. The loader runs such programs, but who starts one of root's just starts
-    // it.
+    // it; of its word for any other the kernel is asked.
     const bool isLoader = isDynamicLoader(interpreter);
     const bool claimsTooMuch =
         linuxSystemIdentifier(real.string()).has_value() ||
@@ -54,10 +57,54 @@ ScanCache::Script inspect(const std::string& interpreter, const std::string& scr
     return {.number = number, .real = claimsTooMuch ? std::nullopt : std::optional(real.string())};
 }
 
+/// Code that the kernel brings itself. No process can give its memory such a name.
+bool isKernels(const ProcMapping& mapping) {
+    return mapping.inode == 0 && isListed(mapping.path, "[vdso] [vsyscall] [vectors] [sigpage]");
+}
+
+/// Whether a process runs that program, by the kernel's word: of all the code in its memory that
+/// isn't root's. One with another's code beside it, or with code of no file, may be the other.
+bool runsNothingElse(pid_t pid, const std::string& program, const ProcFs& proc, ScanCache& cache) {
+    const auto mappings = executableMappings(pid, proc);
+    if (!mappings || !proc.sharesMounts(pid)) {
+        return false;
+    }
+    std::set<std::string> paths;
+    for (const auto& mapping : *mappings) {
+        if (isKernels(mapping)) {
+            continue;
+        }
+        const bool isRoots = mapping.path.starts_with('/') && cache.isProtected(mapping.path);
+        if (mapping.path != program && !isRoots) {
+            return false;
+        }
+        paths.insert(mapping.path);
+    }
+    // In a file system of his own anybody may have files under any path.
+    const auto known = asMapped(paths);
+    bool runsIt = false;
+    for (const auto& mapping : *mappings) {
+        if (isKernels(mapping)) {
+            continue;
+        }
+        const auto found = known.find(mapping.path);
+        if (found == known.end() || found->second.device != mapping.device ||
+            found->second.inode != mapping.inode) {
+            return false;
+        }
+        runsIt = runsIt || mapping.path == program;
+    }
+    return runsIt;
+}
+
 } // namespace
 
 std::optional<std::string> scriptFile(pid_t pid, const std::string& interpreter, const ProcFs& proc,
                                       ScanCache& cache) {
+    const bool isLoader = isDynamicLoader(interpreter);
+    if (isLoader && !cache.isProtected(interpreter)) {
+        return std::nullopt; // a program of the user's that is only called so
+    }
     const auto argument = scriptArgument(interpreter, cache.commandLine(pid));
     if (!argument || argument->empty() || argument->find('\n') != std::string::npos) {
         return std::nullopt;
@@ -70,7 +117,10 @@ std::optional<std::string> scriptFile(pid_t pid, const std::string& interpreter,
         cache.script(interpreter, *script, [&] { return inspect(interpreter, *script, cache); });
     // It must be the same file for the process as for this program.
     const bool isSame = known.real && fileNumber(proc.rootOf(pid) + *script) == known.number;
-    return isSame ? known.real : std::nullopt;
+    if (!isSame || (isLoader && !runsNothingElse(pid, *known.real, proc, cache))) {
+        return std::nullopt;
+    }
+    return known.real;
 }
 
 } // namespace velmoran

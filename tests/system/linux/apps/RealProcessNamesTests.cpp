@@ -1,6 +1,8 @@
 // Real processes of the machine that the tests run on, some of which pretend to be others.
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/apps/LinuxCodeSignatures.h"
+#include "system/linux/apps/ScriptArgument.h"
+#include "system/linux/kernel/ProcMaps.h"
 
 #include "support/OpenDescriptors.h"
 #include "support/Rights.h"
@@ -112,6 +114,18 @@ TEST_F(RealProcessNames, ACopyInTheHomeThatTakesAKnownId) {
     const RunningProgram program(copy, {known->program, "60"});
     EXPECT_EQ(identify(program), (AppRef{.name = "thief (~/bin)", .bundleID = {}, .path = copy}));
     EXPECT_FALSE(signatures.teamID(copy));
+}
+
+TEST_F(RealProcessNames, AProgramOfTheHomeThatTheLoaderRuns) {
+    const auto own = executableMappings(getpid(), ProcFs()).value_or(std::vector<ProcMapping>());
+    const auto loader = std::find_if(own.begin(), own.end(), [](const ProcMapping& mapping) {
+        return mapping.path.starts_with('/') && isDynamicLoader(mapping.path);
+    });
+    ASSERT_NE(loader, own.end());
+    const auto copy = copyOfSleep("bin/napper");
+    const RunningProgram program(loader->path, {"ld.so", copy, "60"});
+    EXPECT_TRUE(waitUntil([&] { return identify(program).path == copy; })) << "once it is loaded";
+    EXPECT_EQ(identify(program).name, "napper (~/bin)");
 }
 
 TEST_F(RealProcessNames, AnAppOfTheHomeByItsEntry) {

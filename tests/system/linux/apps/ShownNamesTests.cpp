@@ -149,7 +149,9 @@ TEST_F(ShownNamesTest, NamesWhatTheLoaderRuns) {
     const auto roots = world.program("usr/bin/arecord");
     const auto nameOfLoading = [&](std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), "ld.so");
-        world.proc.add(10, {.executable = loader, .arguments = arguments});
+        world.proc.add(10, {.executable = loader,
+                            .arguments = arguments,
+                            .maps = {FakeProc::mapped(loader), FakeProc::mapped(own)}});
         return identify(10);
     };
     EXPECT_EQ(nameOfLoading({own}), outside("recorder", "~/bin", own));
@@ -159,6 +161,44 @@ TEST_F(ShownNamesTest, NamesWhatTheLoaderRuns) {
     EXPECT_EQ(nameOfLoading({roots}), file("ld-linux-x86-64.so.2", loader));
     EXPECT_EQ(nameOfLoading({"recorder"}), file("ld-linux-x86-64.so.2", loader));
     EXPECT_EQ(nameOfLoading({}), file("ld-linux-x86-64.so.2", loader));
+}
+
+TEST_F(ShownNamesTest, NamesNothingByTheLoadersWordThatItDoesNotRun) {
+    const auto loader = world.program("usr/lib/x/ld-linux-x86-64.so.2");
+    const auto library = world.program("usr/lib/x/libc.so.6");
+    const auto claimed = world.program("home/u/apps/meeting");
+    const auto other = world.program("home/u/bin/evil");
+    const auto nameWith = [&](std::vector<std::string> maps) {
+        maps.insert(maps.begin(), FakeProc::mapped(loader));
+        world.proc.add(
+            10, {.executable = loader, .arguments = {"ld.so", claimed}, .maps = std::move(maps)});
+        return identify(10);
+    };
+    const auto its = FakeProc::mapped(claimed);
+    const std::string kernels = "7ffd1000-7ffd2000 r-xp 00000000 00:00 0    [vdso]";
+    EXPECT_EQ(nameWith({its, FakeProc::mapped(library), FakeProc::mapped(other, "r--p"), kernels}),
+              outside("meeting", "~/apps", claimed));
+
+    const auto unnamed = file("ld-linux-x86-64.so.2", loader);
+    EXPECT_EQ(nameWith({}), unnamed);
+    EXPECT_EQ(nameWith({FakeProc::mapped(other)}), unnamed);
+    EXPECT_EQ(nameWith({its, FakeProc::mapped(other)}), unnamed) << "it may be the other";
+    EXPECT_EQ(nameWith({FakeProc::mapped(claimed, "r--p")}), unnamed) << "as anybody may read it";
+    EXPECT_EQ(nameWith({its, "7f2c-7f2d r-xp 00000000 00:00 0 "}), unnamed) << "code of no file";
+    EXPECT_EQ(nameWith({its, "7f2c-7f2d r-xp 00000000 00:00 0    [heap]"}), unnamed);
+    EXPECT_EQ(nameWith({"7f2c-7f2d r-xp 00000000 00:2f 4711    " + claimed}), unnamed)
+        << "another file under its path";
+    EXPECT_EQ(nameWith({its, "7f2c-7f2d r-xp 00000000 00:2f 4711    " + library}), unnamed);
+    EXPECT_EQ(nameWith({its, "no line of the kernel's"}), unnamed);
+}
+
+TEST_F(ShownNamesTest, BelievesNoLoaderOfTheUsers) {
+    const auto loader = world.program("home/u/bin/ld-x.so");
+    const auto claimed = world.program("home/u/apps/meeting");
+    world.proc.add(10, {.executable = loader,
+                        .arguments = {"ld-x.so", claimed},
+                        .maps = {FakeProc::mapped(loader), FakeProc::mapped(claimed)}});
+    EXPECT_EQ(identify(10), outside("ld-x.so", "~/bin", loader));
 }
 
 } // namespace

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include <unistd.h>
+
 namespace velmoran {
 namespace {
 
@@ -11,6 +15,16 @@ TEST(ProcMaps, ReadsAMappedNode) {
     ASSERT_TRUE(mapping);
     EXPECT_EQ(mapping->inode, 412u);
     EXPECT_EQ(mapping->path, "/dev/video0");
+    EXPECT_EQ(mapping->device, "00:05");
+    EXPECT_EQ(mapping->begin, 0x7f2c6c000000U);
+    EXPECT_EQ(mapping->end, 0x7f2c6c1c2000U);
+    EXPECT_FALSE(mapping->isExecutable);
+}
+
+TEST(ProcMaps, KnowsWhatMayBeRun) {
+    EXPECT_TRUE(parseProcMapping("1000-2000 r-xp 00001000 fe:01 9  /a\n")->isExecutable);
+    EXPECT_TRUE(parseProcMapping("1000-2000 --xs 00001000 fe:01 9  /a\n")->isExecutable);
+    EXPECT_FALSE(parseProcMapping("1000-2000 rw-p 00001000 fe:01 9  /x\n")->isExecutable);
 }
 
 TEST(ProcMaps, KeepsSpacesInsideAPathAndTheMarkOfADeletedFile) {
@@ -24,6 +38,26 @@ TEST(ProcMaps, ReadsMemoryWithoutAFile) {
     ASSERT_TRUE(mapping);
     EXPECT_EQ(mapping->inode, 0u);
     EXPECT_EQ(mapping->path, "");
+}
+
+TEST(ProcMaps, ShowsTheCodeOfAProcessAsThisProgramSeesItsFile) {
+    const ProcFs proc;
+    const auto mappings = executableMappings(getpid(), proc);
+    ASSERT_TRUE(mappings);
+    const auto program = proc.executable(getpid()).value_or("");
+    const auto code =
+        std::find_if(mappings->begin(), mappings->end(),
+                     [&](const ProcMapping& mapping) { return mapping.path == program; });
+    ASSERT_NE(code, mappings->end());
+    const auto files = asMapped({program, "/nowhere", "/dev/null", "/usr/bin/env"});
+    ASSERT_EQ(files.size(), 2U) << "what can be mapped";
+    EXPECT_EQ(files.at(program).device, code->device);
+    EXPECT_EQ(files.at(program).inode, code->inode);
+    EXPECT_NE(files.at("/usr/bin/env").inode, code->inode);
+}
+
+TEST(ProcMaps, AreNotKnownOfAProcessThatHasGone) {
+    EXPECT_FALSE(executableMappings(0, ProcFs()));
 }
 
 TEST(ProcMaps, RefusesWhatIsCutShortOrInAnotherForm) {
