@@ -30,8 +30,9 @@ std::string nothingOn(const std::vector<Device>& unwatched) {
 std::vector<std::string> reasons(const std::vector<Device>& unwatched) {
     std::vector<std::string> sentences;
     if (contains(unwatched, Device::camera)) {
-        sentences.push_back(
-            words().text("The camera isn't being watched: Velmoran may not look at it."));
+        // It may lack the right, or the kernel a watch.
+        sentences.push_back(words().text(
+            "The camera isn't being watched: the system doesn't let Velmoran look at it."));
     }
     if (contains(unwatched, Device::microphone)) {
         sentences.push_back(

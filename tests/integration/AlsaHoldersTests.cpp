@@ -1,5 +1,6 @@
 // Real opens and closes seen by real inotify; the sound card and what /proc says of it are files.
 #include "support/FakeNaming.h"
+#include "support/InotifyLimits.h"
 #include "support/NodeUser.h"
 #include "support/TemporaryDirectory.h"
 #include "support/Waiting.h"
@@ -175,6 +176,35 @@ TEST_F(AlsaHoldersTest, GiveANewProcessANewNumber) {
         say(captureStatus, "closed\n");
         ASSERT_TRUE(user.close());
         ASSERT_TRUE(waitUntil([this] { return processes().empty(); }));
+    }
+}
+
+/// The same in a child process, whose limits are its own.
+class AlsaHoldersWithoutWatches : public AlsaHoldersTest {
+public:
+    void TestBody() override {}
+
+    /// The kernel tells of no open, so there is none.
+    int recordsAll() {
+        watch();
+        addThread(4711, 4711);
+        say(captureStatus, status("RUNNING", 4711));
+        const bool hasBegun = waitUntil([this] { return records(); });
+        say(captureStatus, "closed\n");
+        return hasBegun && waitUntil([this] { return processes().empty(); }) ? 0 : 1;
+    }
+};
+
+TEST(AlsaHolders, LookAgainAndAgainWhileTheKernelHasNoWatchLeft) {
+    for (const auto* what : {"instances", "watches"}) {
+        const auto wrong = support::askWithInotifyLimits([&] {
+            support::limitInotify(what, 0);
+            return AlsaHoldersWithoutWatches().recordsAll();
+        });
+        if (!wrong) {
+            GTEST_SKIP() << "may not limit watches in a user namespace here";
+        }
+        EXPECT_EQ(wrong, 0) << what;
     }
 }
 

@@ -26,6 +26,11 @@ std::string folderAbove(const std::string& folder) {
     return slash == std::string::npos ? "." : slash == 0 ? "/" : folder.substr(0, slash);
 }
 
+/// Whether that is for want of watches and not of a right.
+bool isShortage(int error) {
+    return error == ENOSPC || error == ENOMEM;
+}
+
 } // namespace
 
 NodeWatch::NodeWatch(EventLoop& loop, std::string folder,
@@ -37,24 +42,38 @@ NodeWatch::NodeWatch(EventLoop& loop, std::string folder,
     while (folder_.size() > 1 && folder_.back() == '/') {
         folder_.pop_back();
     }
-    if (!open()) {
-        retry_ = loop_.every(retryInterval, [this] {
-            if (open()) {
-                retry_.reset();
-                receiver_.folderChanged();
-            }
-        });
+    open();
+    retryWhileShort();
+}
+
+void NodeWatch::open() {
+    descriptor_ = Descriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (descriptor_.isOpen()) {
+        watchFolder();
+        readable_ = loop_.watch(descriptor_.get(), EPOLLIN, [this](std::uint32_t) { read(); });
     }
 }
 
-bool NodeWatch::open() {
-    descriptor_ = Descriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (!descriptor_.isOpen()) {
-        return false;
+void NodeWatch::retryWhileShort() {
+    if (!isShortOfWatches()) {
+        retry_.reset();
+    } else if (!retry_) {
+        retry_ = loop_.every(retryInterval, [this] { retry(); });
     }
-    watchFolder();
-    readable_ = loop_.watch(descriptor_.get(), EPOLLIN, [this](std::uint32_t) { read(); });
-    return true;
+}
+
+void NodeWatch::retry() {
+    const bool watchedFolder = watchesFolder();
+    if (!descriptor_.isOpen()) {
+        open();
+    } else if (folderIsShort_) {
+        watchFolder();
+    }
+    retryWhileShort();
+    // Nobody tells of nodes that come meanwhile, so they are looked for.
+    if (watchesNodes_ || watchesFolder() != watchedFolder) {
+        receiver_.folderChanged();
+    }
 }
 
 void NodeWatch::watchFolder() {
@@ -62,18 +81,23 @@ void NodeWatch::watchFolder() {
         ::inotify_rm_watch(descriptor_.get(), folderWatch_);
     }
     awaited_.clear();
+    folderIsShort_ = false;
+    folderIsHidden_ = false;
     std::string folder = folder_;
     for (;;) {
         const auto mask = awaited_.empty() ? folderMask : folderMask & ~std::uint32_t{IN_ATTRIB};
         folderWatch_ = ::inotify_add_watch(descriptor_.get(), folder.c_str(), mask);
         if (folderWatch_ < 0) {
-            if (folder == "/" || folder == ".") {
+            folderIsShort_ = isShortage(errno);
+            folderIsHidden_ |= errno != ENOENT && errno != ENOTDIR;
+            if (folderIsShort_ || folder == "/" || folder == ".") {
                 return;
             }
             awaited_ = fileName(folder);
             folder = folderAbove(folder);
             continue;
         }
+        folderIsHidden_ = folderIsHidden_ && !awaited_.empty();
         // What was made between the two looks isn't announced any more.
         const auto next = folder == "/" ? folder + awaited_ : folder + '/' + awaited_;
         if (awaited_.empty() || ::access(next.c_str(), R_OK) != 0) {
@@ -86,14 +110,17 @@ void NodeWatch::watchFolder() {
 }
 
 bool NodeWatch::watchNodes(const std::vector<std::string>& paths) {
+    watchesNodes_ = true;
+    nodesAreShort_ = false;
     std::map<int, std::string> watched;
-    bool watchesAll = true;
+    bool watchesAll = descriptor_.isOpen() && !folderIsHidden_;
     for (const auto& path : paths) {
         // The same file gives the same watch, a new one under the old name another.
         const int watch = ::inotify_add_watch(descriptor_.get(), path.c_str(), nodeMask);
         if (watch >= 0) {
             watched.emplace(watch, path);
         } else if (errno != ENOENT) {
+            nodesAreShort_ |= isShortage(errno);
             watchesAll = false;
         }
     }
@@ -103,6 +130,7 @@ bool NodeWatch::watchNodes(const std::vector<std::string>& paths) {
         }
     }
     nodes_ = std::move(watched);
+    retryWhileShort();
     return watchesAll;
 }
 
@@ -149,6 +177,7 @@ void NodeWatch::read() {
     }
     if (pathChanged || lost) {
         watchFolder();
+        retryWhileShort();
         folderChanged = true;
     }
     // What the receivers do may not outlive this object; nothing is touched after the last call.

@@ -37,8 +37,8 @@ public:
     };
 
     /// `isNode` says by its file name whether something in the folder is of interest. The folder
-    /// need not be there yet. While the kernel gives no inotify descriptor nothing is watched; it
-    /// is asked again and again, and the folder counts as changed when it gives one.
+    /// need not be there yet. While the kernel has no inotify descriptor or no watch left, it is
+    /// asked again and again, and the folder counts as changed each time.
     NodeWatch(EventLoop& loop, std::string folder, std::function<bool(std::string_view)> isNode,
               Receiver receiver);
     NodeWatch(const NodeWatch&) = delete;
@@ -46,17 +46,24 @@ public:
 
     /// From now on just these are watched for being opened. One that may not be read can't be; it
     /// is tried again at each call. A node that was made anew under its old name is watched anew.
-    /// False if one that is there can't be watched.
+    /// False if one that is there can't be watched, or the folder can't, where others may be.
     bool watchNodes(const std::vector<std::string>& paths);
     /// Whether the kernel watches the folder itself. While it isn't there, or may not be read, one
     /// on the way to it is watched, which doesn't tell of a right that comes later.
     bool watchesFolder() const { return folderWatch_ >= 0 && awaited_.empty(); }
 
-    /// Another program may hold all descriptors that the user has.
+    /// Whether something isn't watched because the kernel has no descriptor or no watch left.
+    bool isShortOfWatches() const {
+        return !descriptor_.isOpen() || folderIsShort_ || nodesAreShort_;
+    }
+
+    /// Another program may hold all descriptors and watches that the user has.
     static constexpr Seconds retryInterval = 5.0;
 
 private:
-    bool open();
+    void open();
+    void retryWhileShort();
+    void retry();
     void watchFolder();
     void read();
 
@@ -67,6 +74,10 @@ private:
     Descriptor descriptor_;
     int folderWatch_ = -1;
     std::string awaited_; ///< the name of the next folder on the way, while the folder isn't there
+    bool folderIsShort_ = false;  ///< of a watch
+    bool folderIsHidden_ = false; ///< it may be there, but can't be watched
+    bool nodesAreShort_ = false;
+    bool watchesNodes_ = false;        ///< and not the folder alone
     std::map<int, std::string> nodes_; ///< by inotify's watch
     Subscription retry_;
     Subscription readable_; ///< last, so that its end is the first

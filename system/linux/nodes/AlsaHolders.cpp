@@ -20,6 +20,9 @@ namespace {
 // of open substreams are read.
 constexpr std::array<Seconds, 8> readDelays{0.010, 0.015, 0.025, 0.050, 0.100, 0.200, 0.300, 0.500};
 
+// The same while the kernel has no watch left, when nothing tells of an open.
+constexpr Seconds unwatchedDelay = 0.100;
+
 std::string statusFolder(const std::string& procRoot, const AlsaNode& node) {
     return procRoot + "/asound/card" + std::to_string(node.card) + "/pcm" +
            std::to_string(node.device) + (node.isCapture ? 'c' : 'p');
@@ -75,7 +78,8 @@ void AlsaHolders::readFolder() {
             nodes_.push_back(places_.deviceFolder + '/' + name);
         }
     }
-    // Watched before they are read: no open can fall between the two.
+    // Watched before they are read: no open can fall between the two. One that can't be watched for
+    // want of a right this user's programs can't open either.
     watch_.watchNodes(nodes_);
     step_ = 0;
     readStatuses();
@@ -139,10 +143,12 @@ void AlsaHolders::readStatuses() {
     }
     owners_ = std::move(owners);
     update(std::move(processes));
-    if (!held) {
+    const bool isUnwatched = watch_.isShortOfWatches();
+    if (!held && !isUnwatched) {
         nextCheck_.reset();
     } else if (!nextCheck_ || step_ == 0) {
-        nextCheck_ = loop_.after(readDelays.at(step_), [this] {
+        const auto delay = readDelays.at(step_);
+        nextCheck_ = loop_.after(isUnwatched ? std::min(delay, unwatchedDelay) : delay, [this] {
             nextCheck_.reset();
             step_ = std::min(step_ + 1, readDelays.size() - 1);
             readStatuses();

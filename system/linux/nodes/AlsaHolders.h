@@ -1,7 +1,8 @@
 // The programs that use a sound card directly, past the sound server: who has one of its nodes open
 // and lets sound through. The kernel names the opener of each; it doesn't tell when sound begins,
-// so that is looked up again and again, but only while somebody has a node open. Owned by the
-// machine; made, used and destroyed on the loop's thread.
+// so that is looked up again and again, but only while somebody has a node open, or while the
+// kernel has no watch left to tell of it. Owned by the machine; made, used and destroyed on the
+// loop's thread.
 #pragma once
 
 #include "system/Machine.h"

@@ -89,7 +89,8 @@ TEST_F(StatusLines, CallNothingOffThatIsNotWatched) {
     status.unwatched = {Device::microphone};
     const std::string noSound =
         "The microphone isn't being watched: no sound server can be reached.";
-    const std::string noRight = "The camera isn't being watched: Velmoran may not look at it.";
+    const std::string noRight =
+        "The camera isn't being watched: the system doesn't let Velmoran look at it.";
     EXPECT_EQ(statusLines(status, now), (Lines{"The camera is off", noSound}));
     status.unwatched = {Device::camera};
     EXPECT_EQ(statusLines(status, now), (Lines{"The microphone is off", noRight}));
