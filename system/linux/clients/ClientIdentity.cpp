@@ -1,6 +1,7 @@
 #include "system/linux/clients/ClientIdentity.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace velmoran {
@@ -57,11 +58,7 @@ void ClientIdentity::described(ClientKey client, std::optional<pid_t> claimedPid
 }
 
 void ClientIdentity::pictureCompleted() {
-    for (auto& [key, entry] : entries_) {
-        if (!entry.isServed && entry.connectedPid > 0 && entry.ends.empty()) {
-            claim(entry);
-        }
-    }
+    claimAll();
     for (auto& [server, clients] : served_) {
         clients.pictureCompleted();
     }
@@ -149,92 +146,168 @@ Ends ClientIdentity::servedEnds(pid_t server) const {
     return ends;
 }
 
-Ends ClientIdentity::unclaimed() const {
-    auto ends = nativeEnds();
+Ends ClientIdentity::unclaimed(const Ends& all) const {
+    std::set<std::uint64_t> claimed;
     for (const auto& [key, entry] : entries_) {
-        ends = without(std::move(ends), entry.ends);
+        claimed.insert(entry.ends.begin(), entry.ends.end());
     }
+    auto ends = all;
+    std::erase_if(ends, [&](auto end) { return claimed.contains(end); });
     return ends;
 }
 
-std::vector<ClientKey> ClientIdentity::undecidedOf(pid_t connectedPid) const {
-    std::vector<ClientKey> clients;
+std::map<pid_t, std::vector<ClientKey>> ClientIdentity::undecided() const {
+    std::map<pid_t, std::vector<ClientKey>> clients;
     for (const auto& [key, entry] : entries_) {
-        if (!entry.isServed && entry.connectedPid == connectedPid && entry.ends.empty()) {
-            clients.push_back(key);
+        if (entry.ends.empty()) {
+            clients[entry.connectedPid].push_back(key);
         }
     }
     return clients;
 }
 
-void ClientIdentity::claim(Entry& entry) const {
-    // Certain only if there is one connection left over, and no other client of that process of
-    // which isn't known which connection it has.
-    if (undecidedOf(entry.connectedPid).size() != 1) {
-        return;
+/// What is left when all have what they have claimed, at one moment.
+struct ClientIdentity::Leftover {
+    Ends open;
+    ConnectionHolders holders;
+    std::map<pid_t, Ends> held; ///< of the open ones, by process
+    std::map<pid_t, std::vector<ClientKey>> clients;
+    /// Those that may be anybody's: nobody holds them who has as many as were announced for him.
+    Ends strays;
+    std::vector<ClientKey> astray; ///< whose processes don't have as many
+};
+
+bool ClientIdentity::isEven(pid_t pid, std::size_t held, std::size_t announced) const {
+    // Clients of a sound server come and go all the time, and hang up before they leave.
+    return held == announced || (held < announced && served_.contains(pid));
+}
+
+ClientIdentity::Leftover ClientIdentity::leftover(const Ends& all) const {
+    const auto open = unclaimed(all);
+    Leftover left{
+        .open = open,
+        .holders = ConnectionHolders(facts_, naming_, open),
+        .held = {},
+        .clients = undecided(),
+        .strays = open,
+        .astray = {},
+    };
+    left.held = left.holders.byHolder();
+    for (const auto& [pid, ends] : left.held) {
+        const auto its = left.clients.find(pid);
+        if (its != left.clients.end() && isEven(pid, ends.size(), its->second.size())) {
+            left.strays = without(std::move(left.strays), ends);
+        }
     }
-    const auto left = common(unclaimed(), facts_.socketsOf(entry.connectedPid));
-    if (left.size() == 1) {
-        entry.ends = left;
+    for (const auto& [pid, clients] : left.clients) {
+        const auto its = left.held.find(pid);
+        if (!isEven(pid, its == left.held.end() ? 0 : its->second.size(), clients.size())) {
+            left.astray.insert(left.astray.end(), clients.begin(), clients.end());
+        }
+    }
+    return left;
+}
+
+void ClientIdentity::claim(Entry& entry) const {
+    const auto pid = entry.connectedPid;
+    entry.possible = common(unclaimed(nativeEnds()), facts_.socketsOf(pid));
+    // Certain only if there is one connection left over, and no other client of that process of
+    // which isn't known which connection it has. What the program was started with can be another's
+    // that whoever ran in the process before had taken over.
+    if (entry.possible.size() == 1 && undecided().at(pid).size() == 1 &&
+        facts_.openedItself(pid, entry.possible.front())) {
+        entry.ends = std::exchange(entry.possible, {});
     }
 }
 
-/// What its process holds, and if that is too few, what is with anybody who holds more of them than
-/// clients were announced for him.
-Ends ClientIdentity::candidatesOf(const Entry& entry) const {
-    const auto open = unclaimed();
-    auto candidates = common(open, facts_.socketsOf(entry.connectedPid));
-    if (candidates.size() >= undecidedOf(entry.connectedPid).size()) {
-        return candidates;
+/// For those that were there before: what they hold may have been given to them, and their own to
+/// others. So this counts only where nobody has more than was announced for him.
+void ClientIdentity::claimAll() {
+    if (std::ranges::none_of(entries_, [](const auto& each) {
+            return !each.second.isServed && each.second.connectedPid > 0 &&
+                   each.second.ends.empty();
+        })) {
+        return;
     }
-    std::map<pid_t, Ends> elsewhere;
-    for (const auto& [end, holders] : facts_.holdersOf(open)) {
-        for (const auto pid : holders) {
-            elsewhere[pid].push_back(end);
-        }
-        if (holders.empty()) {
-            candidates.push_back(end);
-        }
+    const auto left = leftover(nativeEnds());
+    if (!left.strays.empty()) {
+        return;
     }
-    for (const auto& [pid, ends] : elsewhere) {
-        const auto announced = std::ranges::count_if(entries_, [pid = pid](const auto& each) {
-            return each.second.connectedPid == pid && each.second.ends.empty();
-        });
-        if (std::ssize(ends) > announced) {
-            const auto more = without(ends, candidates);
-            candidates.insert(candidates.end(), more.begin(), more.end());
+    for (const auto& [pid, clients] : left.clients) {
+        const auto its = left.held.find(pid);
+        if (clients.size() != 1 || its == left.held.end() || its->second.size() != 1) {
+            continue;
+        }
+        auto& entry = entries_.at(clients.front());
+        if (!entry.isServed && facts_.openedItself(pid, its->second.front())) {
+            entry.ends = its->second;
+            entry.possible.clear();
         }
     }
-    return candidates;
 }
 
 void ClientIdentity::confirm(ClientKey client, Entry& entry) const {
     const auto all = nativeEnds();
-    Ends candidates;
+    const auto pid = entry.connectedPid;
     if (!entry.ends.empty()) {
-        candidates = common(entry.ends, all);
-    } else if (!all.empty() && facts_.isReadable(entry.connectedPid)) {
-        candidates = candidatesOf(entry);
+        // One that has hung up already stays whose it was.
+        if (const auto its = common(entry.ends, all); !its.empty()) {
+            const auto sole = ConnectionHolders(facts_, naming_, its).sole(its, pid);
+            entry.who = sole ? *sole : cannotTell(client);
+        }
+        return;
     }
+    if (all.empty() || (entry.who.app.unidentified && !facts_.isReadable(pid))) {
+        return; // the kernel doesn't say more than who connected
+    }
+    const auto left = leftover(all);
+    auto clients = left.clients.at(pid);
+    auto candidates = common(entry.possible, left.open);
     if (candidates.empty()) {
-        return; // already hung up, or the kernel doesn't say more than who connected
-    }
-    const ConnectionHolders holders(facts_, naming_, candidates);
-    auto sole = holders.sole(candidates, entry.connectedPid);
-    if (!sole && entry.ends.empty()) {
-        EndsOfClients possible;
-        std::map<ClientKey, pid_t> claims;
-        for (const auto key : undecidedOf(entry.connectedPid)) {
-            possible[key] = candidates;
-            claims[key] = entries_.at(key).claimedPid;
+        // Nobody saw it connect: what its process holds, and whatever may be anybody's.
+        candidates = left.strays;
+        if (const auto its = left.held.find(pid); its != left.held.end()) {
+            const auto more = without(its->second, candidates);
+            candidates.insert(candidates.end(), more.begin(), more.end());
         }
-        const auto believed = believedClaims(possible, claims, holders);
-        // Nobody else is told apart by that: those who are left over may be the liars.
-        if (const auto found = believed.find(client); found != believed.end()) {
-            sole = holders.sole(found->second, entry.claimedPid);
+        std::ranges::copy_if(left.astray, std::back_inserter(clients), [&](auto key) {
+            const auto& other = entries_.at(key);
+            return other.connectedPid != pid && !other.isServed;
+        });
+        if (candidates.empty()) {
+            return; // already hung up
         }
     }
-    entry.who = sole ? *sole : cannotTell(client);
+    entry.who = tellApart(client, clients, candidates, left.holders).value_or(cannotTell(client));
+}
+
+/// One of these clients, which have one of these connections each: the app that alone holds all, or
+/// whose word leaves no other reading.
+std::optional<ClientIdentity::Who>
+ClientIdentity::tellApart(ClientKey client, const std::vector<ClientKey>& clients,
+                          const Ends& candidates, const ConnectionHolders& holders) const {
+    const auto& entry = entries_.at(client);
+    // With fewer connections than clients this one may have hung up, and all of them be others'.
+    if (candidates.size() >= clients.size()) {
+        auto sole = holders.sole(candidates, entry.connectedPid);
+        if (sole && holders.areOpenedByHolders(candidates)) {
+            return sole;
+        }
+    }
+    EndsOfClients possible;
+    std::map<ClientKey, pid_t> claims;
+    for (const auto key : clients) {
+        const auto& other = entries_.at(key);
+        if (other.claimedPid <= 0) {
+            return std::nullopt; // who hasn't spoken yet may be the one who says the truth
+        }
+        possible[key] = candidates;
+        claims[key] = other.claimedPid;
+    }
+    // Nobody else is told apart by that: those who are left over may be the liars.
+    const auto believed = believedClaims(possible, claims, holders);
+    const auto found = believed.find(client);
+    return found == believed.end() ? std::nullopt : holders.sole(found->second, entry.claimedPid);
 }
 
 } // namespace velmoran

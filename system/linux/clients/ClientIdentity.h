@@ -11,6 +11,7 @@
 #include "system/linux/clients/ServedClients.h"
 #include "system/linux/clients/SocketFacts.h"
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <set>
@@ -63,21 +64,31 @@ private:
         pid_t claimedPid = 0; ///< 0 if it says nothing
         bool isServed = false;
         bool isOpened = false;
-        Ends ends; ///< of a native one: the connection that must be its own; empty if several could
-        Who who;   ///< of a native one
+        // Of a native one:
+        Ends ends;     ///< the connection that must be its own; empty if several could
+        Ends possible; ///< has one of these if several could; empty if nobody saw it come
+        Who who;
     };
+
+    struct Leftover;
 
     Who cannotTell(ClientKey client) const;
     ServedClients& servedBy(pid_t server);
     bool isNative(const SocketPair& pair) const;
     Ends nativeEnds() const;
     Ends servedEnds(pid_t server) const;
-    Ends unclaimed() const;
-    /// Native clients of that process of which isn't known which connection they have.
-    std::vector<ClientKey> undecidedOf(pid_t connectedPid) const;
+    Ends unclaimed(const Ends& all) const;
+    /// By process, the clients of which isn't known which connection they have; those of a sound
+    /// server too.
+    std::map<pid_t, std::vector<ClientKey>> undecided() const;
+    /// Whether that process holds as many unclaimed connections as clients were announced for it.
+    bool isEven(pid_t pid, std::size_t held, std::size_t announced) const;
+    Leftover leftover(const Ends& all) const;
     void claim(Entry& entry) const;
-    Ends candidatesOf(const Entry& entry) const;
+    void claimAll();
     void confirm(ClientKey client, Entry& entry) const;
+    std::optional<Who> tellApart(ClientKey client, const std::vector<ClientKey>& clients,
+                                 const Ends& candidates, const ConnectionHolders& holders) const;
 
     SocketFacts& facts_;
     ProcessNaming& naming_;

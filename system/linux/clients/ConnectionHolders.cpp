@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <utility>
 
 namespace velmoran {
@@ -19,14 +20,14 @@ const std::vector<pid_t>& ConnectionHolders::holders(std::uint64_t end) const {
 
 std::optional<ClientUser> ConnectionHolders::sole(const Ends& ends, pid_t preferred) const {
     std::optional<ClientUser> sole;
+    std::set<pid_t> seen;
     for (const auto end : ends) {
         if (isUnheld(end)) {
             return std::nullopt; // somebody who can't be seen
         }
         for (const auto pid : holders(end)) {
-            // What a program was started with, whoever started it may hold as well.
-            if (!facts_.openedItself(pid, end) && facts_.isAnybodyHidden()) {
-                return std::nullopt;
+            if (!seen.insert(pid).second) {
+                continue;
             }
             auto app = naming_.identify(pid);
             if (!sole) {
@@ -38,7 +39,28 @@ std::optional<ClientUser> ConnectionHolders::sole(const Ends& ends, pid_t prefer
             }
         }
     }
+    // What a program was started with, whoever started it may hold as well.
+    if (sole && !areOpenedByHolders(ends) && facts_.isAnybodyHidden()) {
+        return std::nullopt;
+    }
     return sole;
+}
+
+std::map<pid_t, Ends> ConnectionHolders::byHolder() const {
+    std::map<pid_t, Ends> held;
+    for (const auto& [end, pids] : holders_) {
+        for (const auto pid : pids) {
+            held[pid].push_back(end);
+        }
+    }
+    return held;
+}
+
+bool ConnectionHolders::areOpenedByHolders(const Ends& ends) const {
+    return std::ranges::all_of(ends, [this](auto end) {
+        return std::ranges::all_of(holders(end),
+                                   [&](pid_t pid) { return facts_.openedItself(pid, end); });
+    });
 }
 
 bool ConnectionHolders::isUnheld(std::uint64_t end) const {

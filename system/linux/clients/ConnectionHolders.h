@@ -29,8 +29,14 @@ public:
     /// The one app that alone holds all of them, by the process `preferred` if that is among its
     /// own; nothing if that is several, or may be somebody who can't be seen.
     std::optional<ClientUser> sole(const Ends& ends, pid_t preferred = 0) const;
+    /// Which of them each process holds.
+    std::map<pid_t, Ends> byHolder() const;
+    const std::vector<pid_t>& holders(std::uint64_t end) const;
     /// Nobody is seen to hold it.
     bool isUnheld(std::uint64_t end) const;
+    /// Whether the programs that hold these have opened or accepted all of them themselves: what a
+    /// program was started with says nothing about it.
+    bool areOpenedByHolders(const Ends& ends) const;
     /// Whether somebody who goes by that number, here or inside a sandbox, holds it.
     bool isHeldBy(std::uint64_t end, pid_t number) const;
     /// Whether what is said over this connection must be its holders' own word: they have opened it
@@ -38,7 +44,6 @@ public:
     bool isTheirWord(std::uint64_t end) const;
 
 private:
-    const std::vector<pid_t>& holders(std::uint64_t end) const;
     pid_t innerPid(pid_t pid) const;
 
     SocketFacts& facts_;

@@ -1,9 +1,10 @@
 #include "system/linux/clients/NetworkReceivers.h"
 
+#include "system/linux/clients/ConnectionHolders.h"
+#include "system/linux/clients/ConnectionReadings.h"
+
 #include <algorithm>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace velmoran {
 
@@ -38,25 +39,14 @@ NetworkReceivers::Entry NetworkReceivers::find(ClientKey client, pid_t server) {
     if (isElsewhere) {
         return entry;
     }
-    std::vector<std::uint64_t> ends;
+    Ends ends;
     for (const auto& pair : open) {
-        ends.push_back(pair.clientEnd);
+        ends.push_back(pair.clientEnd); // 0, of another machine, nobody is seen to hold
     }
-    entry.who = ClientIdentity::Who{naming_.unidentified("receiver-" + std::to_string(client)), 0};
-    std::optional<ClientIdentity::Who> sole;
-    for (const auto& [end, holders] : facts_.holdersOf(ends)) {
-        if (holders.empty()) {
-            return entry; // somebody who can't be seen, or another machine
-        }
-        for (const auto pid : holders) {
-            auto app = naming_.identify(pid);
-            if (sole && !sole->app.isSameApp(app)) {
-                return entry;
-            }
-            sole = sole.value_or(ClientIdentity::Who{std::move(app), pid});
-        }
-    }
-    entry.who = sole;
+    entry.who = ConnectionHolders(facts_, naming_, ends)
+                    .sole(ends)
+                    .value_or(ClientIdentity::Who{
+                        naming_.unidentified("receiver-" + std::to_string(client)), 0});
     return entry;
 }
 

@@ -170,6 +170,117 @@ TEST_F(ClientIdentityOf, AGiverThatWasSeenToGiveIsToldApart) {
     EXPECT_EQ(name(2), "/bin/11");
 }
 
+// 10 has a connection of another's instead of its own, which somebody else uses.
+TEST_F(ClientIdentityOf, WhoHoldsAnothersConnectionSinceBeforeIsNotTakenForItsOwnersClient) {
+    for (const bool isHidden : {false, true}) {
+        identity.clear();
+        table.all.clear();
+        table.sockets.clear();
+        table.hidden.clear();
+        const auto other = table.connect(20, nativeSocket);
+        table.connect(20, nativeSocket);
+        const auto own = table.connect(10, nativeSocket);
+        table.give(other, 20, 10, false);
+        table.give(own, 10, 30, false);
+        if (isHidden) {
+            table.hidden.insert(30);
+        }
+        identity.appeared(1, 10, false);
+        identity.described(1, 10, false);
+        identity.pictureCompleted();
+        EXPECT_TRUE(isUnknown(name(1)));
+    }
+}
+
+// Two change connections, so that nobody has more than he had, and one of them starts a program in
+// his own place.
+TEST_F(ClientIdentityOf, AProgramThatWasStartedWithAnotherConnectionIsNotBlamedForTheFirst) {
+    for (const bool isNew : {false, true}) {
+        identity.clear();
+        table.all.clear();
+        table.sockets.clear();
+        table.inherited.clear();
+        const auto own = table.connect(10, nativeSocket);
+        const auto other = table.connect(20, nativeSocket);
+        table.bequeath(other, 20, 10, false);
+        table.give(own, 10, 20, false);
+        for (const ClientKey client : {1, 2}) {
+            identity.appeared(client, client == 1 ? 10 : 20, isNew);
+            identity.described(client, 10, false);
+        }
+        identity.pictureCompleted();
+        EXPECT_NE(name(1), "/bin/10");
+    }
+}
+
+TEST_F(ClientIdentityOf, ANewClientHasOneOfThoseThatItsProcessHeldWhenItCame) {
+    const auto other = table.connect(20, nativeSocket);
+    table.connect(20, nativeSocket);
+    identity.appeared(2, 20, true);
+    identity.appeared(3, 20, true);
+    const auto own = table.connect(10, nativeSocket);
+    table.give(other, 20, 10, false);
+    identity.appeared(1, 10, true);
+    identity.described(1, 10, false);
+    table.give(own, 10, 20, false);
+    EXPECT_TRUE(isUnknown(name(1))) << "each has as many as were announced for him";
+}
+
+TEST_F(ClientIdentityOf, AProcessThatIsGoneIsNotBlamedForWhatSomebodyElseHolds) {
+    const auto end = table.connect(10, nativeSocket);
+    table.give(end, 10, 30, false);
+    identity.appeared(1, 10, false);
+    identity.described(1, 10, false);
+    identity.pictureCompleted();
+    table.sockets.erase(10);
+    EXPECT_EQ(name(1), "/bin/30");
+}
+
+// Whoever ran in its process before has handed on a connection, over which he says that he is it.
+TEST_F(ClientIdentityOf, NobodyIsBlamedByTheWordsOfOthersBeforeHeHasSpoken) {
+    const auto end = table.connect(10, nativeSocket);
+    table.give(end, 10, 30, false);
+    table.connect(10, nativeSocket);
+    identity.appeared(1, 10, false);
+    identity.appeared(2, 10, false);
+    identity.described(1, 10, false);
+    identity.pictureCompleted();
+    EXPECT_TRUE(isUnknown(name(1)));
+    identity.described(2, 10, false);
+    EXPECT_TRUE(isUnknown(name(2)));
+}
+
+TEST_F(ClientIdentityOf, OthersFromBeforeAreToldApartFromAGiverAndHisApp) {
+    const auto given = table.connect(10, nativeSocket);
+    table.connect(10, nativeSocket);
+    table.give(given, 10, 11, false);
+    table.connect(12, nativeSocket);
+    for (const ClientKey client : {1, 2, 3}) {
+        identity.appeared(client, client == 3 ? 12 : 10, false);
+        identity.described(client, static_cast<pid_t>(9 + client), false);
+    }
+    identity.pictureCompleted();
+    EXPECT_EQ(name(3), "/bin/12");
+    EXPECT_EQ(name(2), "/bin/11");
+    EXPECT_EQ(name(1), "/bin/10");
+}
+
+TEST_F(ClientIdentityOf, AllThatWereThereBeforeAreLookedAtTogether) {
+    for (ClientKey client = 1; client <= 50; ++client) {
+        comesNatively(client, static_cast<pid_t>(10 + client), false);
+    }
+    table.dumps = table.looks = table.walks = 0;
+    identity.pictureCompleted();
+    EXPECT_EQ(table.dumps, 1);
+    EXPECT_LE(table.looks, 50);
+    EXPECT_EQ(table.walks, 1);
+    identity.pictureCompleted();
+    EXPECT_EQ(table.walks, 1) << "all are known";
+    const auto given = table.all.back().clientEnd;
+    table.give(given, 60, 70, false);
+    EXPECT_EQ(name(50), "/bin/70");
+}
+
 TEST_F(ClientIdentityOf, AHiddenNativeClientIsUnknownUnderItsProcessId) {
     table.hidden.insert(10);
     comesNatively(1, 10);

@@ -45,9 +45,13 @@ public:
         inherited[to].insert(end);
     }
 
-    std::vector<SocketPair> pairs() override { return all; }
+    std::vector<SocketPair> pairs() override {
+        ++dumps;
+        return all;
+    }
     std::vector<SocketPair> acceptedOverTcp() override { return {}; }
     std::vector<std::uint64_t> socketsOf(pid_t pid) override {
+        ++looks;
         if (hidden.contains(pid)) {
             return {};
         }
@@ -55,6 +59,7 @@ public:
     }
     std::map<std::uint64_t, std::vector<pid_t>>
     holdersOf(const std::vector<std::uint64_t>& ends) override {
+        ++walks;
         std::map<std::uint64_t, std::vector<pid_t>> holders;
         for (const auto end : ends) {
             holders[end];
@@ -85,6 +90,10 @@ public:
     std::map<pid_t, pid_t> innerPids;
     std::map<pid_t, std::set<std::uint64_t>> inherited; ///< what they were started with
     std::set<pid_t> puppets;                            ///< others choose what they say
+    // What was asked for: connections, what one process holds, who holds something.
+    int dumps = 0;
+    int looks = 0;
+    int walks = 0;
 
 private:
     std::uint64_t next_ = 1;

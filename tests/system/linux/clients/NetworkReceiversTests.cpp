@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <set>
 
 namespace velmoran {
 namespace {
@@ -14,6 +15,8 @@ struct TcpTable : SocketFacts {
     std::vector<SocketPair> accepted;
     std::map<pid_t, std::vector<std::uint64_t>> sockets;
     int walks = 0;
+    std::set<pid_t> heirs; ///< were started with what they hold
+    bool isSomebodyHidden = false;
 
     /// From that process, or from another machine.
     void connect(std::uint64_t end, pid_t pid) {
@@ -43,6 +46,9 @@ struct TcpTable : SocketFacts {
     }
     bool isReadable(pid_t) override { return true; }
     std::optional<pid_t> innerPid(pid_t pid) override { return pid; }
+    bool openedItself(pid_t pid, std::uint64_t) override { return !heirs.contains(pid); }
+    bool speaksForItself(pid_t) override { return true; }
+    bool isAnybodyHidden() override { return isSomebodyHidden; }
     bool isSoundServer(pid_t pid) override { return pid == tcpServer; }
 };
 
@@ -97,6 +103,18 @@ TEST_F(NetworkReceiversTest, CannotBeNamedWhereSeveralCanBeMeant) {
     table.sockets[10] = table.sockets[11] = {};
     receivers.clear();
     EXPECT_TRUE(isUnknown(7)) << "nobody is seen to hold it";
+}
+
+TEST_F(NetworkReceiversTest, CannotBeAnHeirWhereSomebodyCannotBeLookedAt) {
+    table.connect(1, 10);
+    table.heirs = {10};
+    EXPECT_EQ(name(7), "/bin/10");
+    receivers.clear();
+    table.isSomebodyHidden = true;
+    EXPECT_TRUE(isUnknown(7)) << "who started it may hold the far end as well";
+    receivers.clear();
+    table.heirs.clear();
+    EXPECT_EQ(name(7), "/bin/10");
 }
 
 TEST_F(NetworkReceiversTest, AreOneWhereAllAreTheSameApp) {
