@@ -4,10 +4,12 @@
 
 namespace velmoran {
 
-GraphFlow::GraphFlow(const GraphVertices& vertices)
+GraphFlow::GraphFlow(const GraphVertices& vertices, const GraphGroups& groups)
     : vertices_(vertices),
+      groups_(groups),
       received_(vertices.size(), Certainty::none),
-      sent_(vertices.size(), Certainty::none) {}
+      sent_(vertices.size(), Certainty::none),
+      passed_(groups.size()) {}
 
 void GraphFlow::spreadFrom(std::size_t origin) {
     send(origin, Certainty::sure);
@@ -21,6 +23,7 @@ void GraphFlow::spreadFrom(std::size_t origin) {
 }
 
 void GraphFlow::send(std::size_t index, Certainty certainty) {
+    ++work_;
     if (sent_[index] < certainty) {
         sent_[index] = certainty;
         pending_.push_back(index);
@@ -38,8 +41,24 @@ void GraphFlow::receive(std::size_t index, Certainty certainty) {
     const bool copies =
         vertex.isRelay || isDevice(*vertex.node) || isOfClass(*vertex.node, "Stream/Input");
     send(index, copies ? certainty : Certainty::guess);
-    for (const auto other : vertex.passesTo) {
-        send(other, certainty);
+    for (const auto group : vertex.passesTo) {
+        pass(group, index, certainty);
+    }
+}
+
+void GraphFlow::pass(std::size_t group, std::size_t from, Certainty certainty) {
+    auto& passed = passed_[group];
+    // What is less goes to nobody new: the first has a guess by what it got itself.
+    if (certainty < passed.certainty ||
+        (certainty == passed.certainty && (passed.isToAll || passed.by == from))) {
+        return;
+    }
+    const bool isToAll = certainty == passed.certainty;
+    passed = {certainty, isToAll ? passed.by : from, isToAll};
+    for (const auto member : groups_[group]) {
+        if (isToAll || member != from) {
+            send(member, certainty);
+        }
     }
 }
 

@@ -11,23 +11,19 @@ namespace velmoran {
 
 namespace {
 
-using Group = std::vector<std::size_t>;
-
-void join(GraphVertices& vertices, const Group& from, const Group& to) {
-    for (const auto one : from) {
-        for (const auto other : to) {
-            if (other != one) {
-                vertices[one].passesTo.push_back(other);
-            }
-        }
+void join(GraphVertices& vertices, GraphGroups& groups, const GraphGroup& from, GraphGroup to) {
+    for (const auto index : from) {
+        vertices[index].passesTo.push_back(groups.size());
     }
+    groups.push_back(std::move(to));
 }
 
 /// What goes into a relay and doesn't come out of it has left the graph, by a network, a pipe or
 /// the server's own socket, and may be back in whatever relay only gives.
-void joinBeyondTheGraph(GraphVertices& vertices, const std::vector<const Group*>& relays) {
-    Group exits;
-    Group entrances;
+void joinBeyondTheGraph(GraphVertices& vertices, GraphGroups& groups,
+                        const std::vector<const GraphGroup*>& relays) {
+    GraphGroup exits;
+    GraphGroup entrances;
     for (const auto* relay : relays) {
         const auto any = [&](bool GraphVertex::*fact) {
             return std::any_of(relay->begin(), relay->end(),
@@ -40,7 +36,7 @@ void joinBeyondTheGraph(GraphVertices& vertices, const std::vector<const Group*>
             side.insert(side.end(), relay->begin(), relay->end());
         }
     }
-    join(vertices, exits, entrances);
+    join(vertices, groups, exits, std::move(entrances));
 }
 
 /// A device whose maker is gone only passes on what it gets: whoever listens to it is the user. One
@@ -221,7 +217,7 @@ void GraphModel::recompute() {
     GraphVertices vertices;
     std::unordered_map<GraphSerial, std::size_t> indexOf;
     // The link groups of a relay are the words of whoever asked for it, so it is one group.
-    std::map<std::pair<GraphSerial, std::string_view>, Group> groups;
+    std::map<std::pair<GraphSerial, std::string_view>, GraphGroup> members;
     GraphUses uses;
     for (const auto& [serial, node] : nodes_) {
         if (isMicrophone(node) || isSpeaker(node)) {
@@ -237,9 +233,9 @@ void GraphModel::recompute() {
         const auto client = ownerOf(node).value_or(0);
         const bool isRelay = relays_.contains(client);
         if (isRelay) {
-            groups[{client, std::string_view()}].push_back(vertices.size());
+            members[{client, std::string_view()}].push_back(vertices.size());
         } else if (!node.linkGroup.empty() && client != 0) {
-            groups[{client, node.linkGroup}].push_back(vertices.size());
+            members[{client, node.linkGroup}].push_back(vertices.size());
         }
         indexOf.emplace(serial, vertices.size());
         vertices.push_back({.node = &node,
@@ -275,16 +271,17 @@ void GraphModel::recompute() {
         device.isRunning =
             device.isRunning || (index != indexOf.end() && vertices[index->second].isBesideStream);
     }
-    std::vector<const Group*> relays;
-    for (const auto& [key, members] : groups) {
-        join(vertices, members, members);
+    GraphGroups groups;
+    std::vector<const GraphGroup*> relays;
+    for (const auto& [key, group] : members) {
+        join(vertices, groups, group, group);
         if (key.second.empty()) {
-            relays.push_back(&members);
+            relays.push_back(&group);
         }
     }
-    joinBeyondTheGraph(vertices, relays);
+    joinBeyondTheGraph(vertices, groups, relays);
 
-    GraphFlow sound(vertices);
+    GraphFlow sound(vertices, groups);
     for (std::size_t index = 0; index < vertices.size(); ++index) {
         if (isMicrophone(*vertices[index].node)) {
             sound.spreadFrom(index);
@@ -306,7 +303,7 @@ void GraphModel::recompute() {
         if (origin == indexOf.end()) {
             continue;
         }
-        GraphFlow pictures(vertices);
+        GraphFlow pictures(vertices, groups);
         pictures.spreadFrom(origin->second);
         for (std::size_t index = 0; index < vertices.size(); ++index) {
             if (pictures.hasReached(index) && canBeUser(vertices[index])) {

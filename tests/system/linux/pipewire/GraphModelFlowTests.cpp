@@ -133,6 +133,24 @@ TEST(GraphModelFlow, TakesWhatLeavesTheGraphByARelayToComeBackByAnother) {
     EXPECT_FALSE(graph.hears(graph.app));
 }
 
+TEST(GraphModelFlow, FollowsARelayOfAThousandNodesIntoAnother) {
+    Desktop graph;
+    const auto sender = graph.relay();
+    const auto receiver = graph.relay();
+    const auto input = graph.node(sender, "Stream/Input/Audio");
+    const auto output = graph.node(receiver, "Stream/Output/Audio");
+    for (int number = 0; number < 1000; ++number) {
+        graph.node(sender, "Stream/Input/Audio");
+        graph.node(receiver, "Stream/Output/Audio");
+    }
+    const auto sink = graph.node(std::nullopt, "Audio/Sink");
+    graph.link(output, sink);
+    graph.link(sink, graph.node(graph.app, "Stream/Input/Audio"), true);
+    EXPECT_FALSE(graph.hears(graph.app));
+    graph.link(graph.microphone, input);
+    EXPECT_TRUE(graph.hears(graph.app));
+}
+
 TEST(GraphModelFlow, LeavesASinkOfARelayAloneThatNobodyPlaysTo) {
     Desktop graph;
     graph.link(graph.microphone, graph.node(graph.relay(), "Stream/Input/Audio"));
