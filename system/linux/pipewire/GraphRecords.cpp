@@ -42,7 +42,8 @@ void update(GraphNode& node, const spa_dict* props) {
 
 void update(GraphNode& node, const pw_node_info& info) {
     update(node, info.props);
-    if (info.props != nullptr) {
+    // Of a change that left them as they were there are none.
+    if ((info.change_mask & PW_NODE_CHANGE_MASK_PROPS) != 0 && info.props != nullptr) {
         node.lingers = spa_atob(spa_dict_lookup(info.props, PW_KEY_OBJECT_LINGER));
     }
     node.state = stateOf(info.state);

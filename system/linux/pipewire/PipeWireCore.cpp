@@ -333,7 +333,8 @@ struct LiveCore final : PipeWireCore {
 
     static void onClientInfo(void* data, const pw_client_info* info) {
         const auto* object = static_cast<Bound*>(data);
-        if (info->props != nullptr) {
+        // Of a change that left them as they were there are none.
+        if ((info->change_mask & PW_CLIENT_CHANGE_MASK_PROPS) != 0 && info->props != nullptr) {
             object->owner->listener.clientDescribed(object->serial,
                                                     pidIn(info->props, PW_KEY_APP_PROCESS_ID),
                                                     textIn(info->props, PW_KEY_CLIENT_API));
