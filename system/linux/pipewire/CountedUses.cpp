@@ -78,4 +78,10 @@ void CountedUses::clear() {
     leaving_.clear();
 }
 
+void CountedUses::forgetServer() {
+    clear();
+    confirmation_.clear();
+    brief_.clear();
+}
+
 } // namespace velmoran

@@ -39,6 +39,8 @@ public:
                                                 const std::function<bool(GraphSerial)>& isThere);
     /// Nothing is left of the graph.
     void clear();
+    /// And the next one is another server's, whose numbers mean others.
+    void forgetServer();
 
 private:
     /// As it is told of while it is told of for one direction alone.

@@ -127,6 +127,7 @@ void PipeWireGraph::serverKnown(std::uint32_t cookie) {
     if (!isSameServer_) {
         identity_.clear();
         objectIDs_.clear();
+        counted_.forgetServer();
     } else {
         // It goes on, and leaves nobody by itself.
         sightTaken_();

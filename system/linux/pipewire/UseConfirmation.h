@@ -49,6 +49,8 @@ public:
     /// True if the use has lasted for long enough, or `atOnce` said so when it was new.
     bool counts(const Use& use, const std::string& app, bool atOnce);
     std::vector<Ended> end();
+    /// Nothing of it means anything any more: the numbers begin anew.
+    void clear() { entries_.clear(); }
 
 private:
     /// Of an app, and of input or output.
