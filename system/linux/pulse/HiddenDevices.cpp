@@ -8,6 +8,8 @@ namespace {
 
 // What is removed, or hidden, together is looked for together.
 constexpr Seconds untilLook = 0.01;
+// Where the server lets nobody in right now.
+constexpr Seconds untilNextAttempt = 0.5;
 
 void release(pa_operation* question) {
     if (question != nullptr) {
@@ -19,17 +21,19 @@ void release(pa_operation* question) {
 
 class HiddenDevices::Look {
 public:
-    /// `over` is called once, unless this goes first: with true if one of them is still there.
-    Look(pa_mainloop_api* api, const std::string& server, std::set<Device> removed,
-         std::function<void(bool)> over)
-        : removed_(std::move(removed)),
+    /// `over` is called once, unless this goes first.
+    Look(pa_mainloop_api* api, const std::string& server, const std::set<Device>& removed,
+         std::function<void(Seen)> over)
+        : removed_(removed),
           over_(std::move(over)),
           context_(pa_context_new(api, "Velmoran")) {
         pa_context_set_state_callback(
             context_, [](pa_context*, void* self) { static_cast<Look*>(self)->stateChanged(); },
             this);
-        pa_context_connect(context_, server.empty() ? nullptr : server.c_str(),
-                           PA_CONTEXT_NOAUTOSPAWN, nullptr);
+        if (pa_context_connect(context_, server.empty() ? nullptr : server.c_str(),
+                               PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
+            end(Seen::nothing);
+        }
     }
     ~Look() {
         pa_context_set_state_callback(context_, nullptr, nullptr);
@@ -46,7 +50,7 @@ private:
             release(pa_context_get_source_info_list(context_, list<pa_source_info, true>, this));
             release(pa_context_get_sink_info_list(context_, list<pa_sink_info, false>, this));
         } else if (!PA_CONTEXT_IS_GOOD(state)) {
-            end(); // without a server nothing is hidden
+            end(Seen::nothing);
         }
     }
 
@@ -56,26 +60,28 @@ private:
         if (end == 0) {
             self->isThere_ = self->isThere_ || self->removed_.contains({isSource, info->index});
         } else if (--self->lists_ == 0) {
-            self->end();
+            self->end(self->isThere_ ? Seen::stillThere : Seen::gone);
         }
     }
 
-    void end() {
+    void end(Seen seen) {
         if (const auto over = std::exchange(over_, nullptr)) {
-            over(isThere_);
+            over(seen);
         }
     }
 
-    std::set<Device> removed_;
-    std::function<void(bool)> over_;
+    const std::set<Device>& removed_;
+    std::function<void(Seen)> over_;
     pa_context* context_;
     int lists_ = 2; ///< that are still to come
     bool isThere_ = false;
 };
 
-HiddenDevices::HiddenDevices(PulseContext& context, std::function<void()> found)
+HiddenDevices::HiddenDevices(PulseContext& context, std::function<void()> found,
+                             std::function<void()> gone)
     : context_(context),
-      found_(std::move(found)) {}
+      found_(std::move(found)),
+      gone_(std::move(gone)) {}
 
 HiddenDevices::~HiddenDevices() = default;
 
@@ -87,33 +93,40 @@ void HiddenDevices::removed(pa_threaded_mainloop* loop, unsigned facility, std::
 }
 
 void HiddenDevices::stop() {
-    removed_.clear();
     begin_.reset();
     end_.reset();
     look_.reset();
+    removed_.clear();
+    lookedFor_.clear();
 }
 
 void HiddenDevices::lookSoon(pa_threaded_mainloop* loop) {
-    if (begin_ || look_ || removed_.empty()) {
+    if (begin_ || look_ || (removed_.empty() && lookedFor_.empty())) {
         return;
     }
-    begin_ = context_.after(untilLook, [this, loop] {
+    begin_ = context_.after(lookedFor_.empty() ? untilLook : untilNextAttempt, [this, loop] {
         begin_.reset();
+        lookedFor_.merge(std::exchange(removed_, {}));
         look_ = std::make_unique<Look>(pa_threaded_mainloop_get_api(loop), context_.server(),
-                                       std::exchange(removed_, {}),
-                                       [this, loop](bool isThere) { looked(loop, isThere); });
+                                       lookedFor_, [this, loop](Seen seen) { looked(loop, seen); });
     });
 }
 
-void HiddenDevices::looked(pa_threaded_mainloop* loop, bool isThere) {
+void HiddenDevices::looked(pa_threaded_mainloop* loop, Seen seen) {
     // Not in the look's own call.
-    end_ = context_.after(0, [this, loop, isThere] {
+    end_ = context_.after(0, [this, loop, seen] {
         end_.reset();
         look_.reset();
-        if (isThere) {
+        if (seen != Seen::nothing) {
+            lookedFor_.clear();
+        }
+        if (seen == Seen::stillThere) {
             found_();
-        } else {
-            lookSoon(loop);
+            return;
+        }
+        lookSoon(loop);
+        if (!isLooking()) {
+            gone_();
         }
     });
 }

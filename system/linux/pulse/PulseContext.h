@@ -49,6 +49,8 @@ public:
         virtual void serverGone() {}
         /// An object of a facility has come, changed or gone: PA_SUBSCRIPTION_EVENT_….
         virtual void changed(unsigned facility, unsigned type, std::uint32_t index) = 0;
+        /// What was told to be removed has really gone (`mayBeHidden`).
+        virtual void removalsAreTrue() {}
 
     protected:
         /// Null while there is no server.
@@ -109,6 +111,14 @@ public:
         return sightTaken_.subscribe(std::move(taken));
     }
 
+    /// Whether devices that were told to be removed may be there all the same, hidden from this
+    /// connection: then that begins anew soon, otherwise listeners hear of it. With the lock held.
+    bool mayBeHidden() const { return hidden_.isLooking(); }
+
+    /// Whether the connection was lost a moment ago and may be there again at once: otherwise
+    /// listeners hear that the server has gone. With the lock held.
+    bool mayComeBack() const { return wasReady_; }
+
     /// As it was given.
     const std::string& server() const { return server_; }
     /// Where the server's socket is to be found; nothing if that isn't a local path.
@@ -139,9 +149,15 @@ private:
     pa_io_event* folderEvents_ = nullptr;
     std::vector<Listener*> listeners_;
     SharedEvent<> sightTaken_;
-    HiddenDevices hidden_{*this, [this] {
+    HiddenDevices hidden_{*this,
+                          [this] {
                               sightTaken_();
                               pa_context_disconnect(context_);
+                          },
+                          [this] {
+                              for (auto* listener : listeners_) {
+                                  listener->removalsAreTrue();
+                              }
                           }};
 };
 

@@ -53,12 +53,12 @@ void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
         auto& call = calls_.emplace_back(*this, muted);
         call.done = std::move(done);
         call.late = std::move(late);
-        if (!context) {
+        if (!context && !pulse_.mayComeBack()) {
             answer(call);
             return;
         }
         call.alarm = pulse_.after(bound, [this, &call] { overdue(call); });
-        if (!isListing_) {
+        if (context && !isListing_ && !pulse_.mayBeHidden()) {
             begin(call);
         }
     });
@@ -94,8 +94,7 @@ void PulseMicrophones::disconnected() {
     isListing_ = false;
     for (auto next = calls_.begin(); next != calls_.end();) {
         auto& call = *next++;
-        answer(call);
-        if (call.only || !isLast(call)) {
+        if (call.only) {
             drop(call);
         } else {
             forgetWrites(call);
@@ -104,6 +103,12 @@ void PulseMicrophones::disconnected() {
     }
     sources_.clear();
     hold_.clear();
+}
+
+void PulseMicrophones::serverGone() {
+    for (auto next = calls_.begin(); next != calls_.end();) {
+        overdue(*next++);
+    }
 }
 
 void PulseMicrophones::changed(unsigned, unsigned type, std::uint32_t index) {
@@ -144,8 +149,11 @@ void PulseMicrophones::store(const pa_source_info& info) {
     const bool hasArrived = known.serverName.empty() || known.port != source.port;
     const bool wasMuted = known.isMuted;
     known = std::move(source);
-    if (isMuteWanted_ && !known.isMuted && !hasArrived) {
-        hold_.unmuted(info.index);
+    if (isMuteWanted_ && !known.isMuted) {
+        // One that is new has to be noted as muted here before it is.
+        if (!hasArrived || mutedHere_.contains({known.serverName, known.port})) {
+            hold_.unmuted(info.index);
+        }
         if (wasMuted) {
             unmutes_();
         }
@@ -200,6 +208,9 @@ bool PulseMicrophones::isMuted(std::uint32_t index, const Source& source) const 
 }
 
 void PulseMicrophones::beginWaiting() {
+    if (pulse_.mayBeHidden()) {
+        return;
+    }
     for (auto next = calls_.begin(); next != calls_.end();) {
         auto& call = *next++;
         // A server that has just come has its sources only a moment later.
@@ -213,6 +224,9 @@ void PulseMicrophones::begin(Call& call) {
     call.begun = true;
     if (!call.only && !(call.muted && sources_.empty())) {
         isMuteWanted_ = call.muted;
+        if (!isMuteWanted_) {
+            hold_.clear();
+        }
     }
     for (const auto& [index, source] : sources_) {
         if (call.only && *call.only != index) {
@@ -245,6 +259,12 @@ void PulseMicrophones::writeAnswered(pa_context* context, int success, void* dat
         // Only a new question has an answer that can still be heard.
         forgetWrites(call);
         self.begin(call);
+        return;
+    }
+    if (success == 0 && call.muted && !call.only && pa_context_errno(context) == PA_ERR_NOENTITY) {
+        // Removed, or hidden from here: what there is to mute is known soon.
+        forgetWrites(call);
+        call.begun = false;
         return;
     }
     forget(write);

@@ -95,6 +95,8 @@ private:
     };
     void connected() override;
     void disconnected() override;
+    void serverGone() override;
+    void removalsAreTrue() override { beginWaiting(); }
     void changed(unsigned facility, unsigned type, std::uint32_t index) override;
 
     void store(const pa_source_info& info);
