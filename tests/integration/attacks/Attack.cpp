@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string_view>
@@ -31,10 +32,11 @@ int say(const char* how, std::string seen, int status) {
     return status;
 }
 
-int run(bool isSlow) {
-    Scene scene(isSlow);
+int run(const KnownAttack& known, bool isSlow) {
+    std::optional<Scene> made;
     try {
-        const auto verdict = attack(scene);
+        auto& scene = made.emplace(isSlow);
+        const auto verdict = known.attack(scene);
         if (verdict.hasHeld) {
             return say("held", verdict.seen, statusHeld);
         }
@@ -45,7 +47,7 @@ int run(bool isSlow) {
     } catch (const support::NotInstalled& reason) {
         return say("not tried", reason.what(), statusNotTried);
     } catch (const std::exception& failure) {
-        std::fprintf(stderr, "%s", scene.session().logs().c_str());
+        std::fprintf(stderr, "%s", made ? made->session().logs().c_str() : "");
         return say("broke off", failure.what(), statusBrokeOff);
     }
 }
@@ -186,10 +188,14 @@ std::string text(Bound time) {
 } // namespace velmoran::attacks
 
 int main(int count, char** arguments) {
+    using velmoran::attacks::allAttacks;
+    const auto name = std::filesystem::path(arguments[0]).filename().string();
+    const auto known = std::ranges::find(allAttacks, name, &velmoran::attacks::KnownAttack::name);
     const bool isSlow = count == 2 && std::string_view(arguments[1]) == "--slow";
-    if (count > 1 && !isSlow) {
-        std::fprintf(stderr, "usage: %s [--slow]\n", arguments[0]);
-        return std::strcmp(arguments[1], "--help") == 0 ? 0 : 2;
+    if (known == allAttacks.end() || (count > 1 && !isSlow)) {
+        std::fprintf(stderr,
+                     "usage: NAME [--slow]; this program is called by the name of an attack\n");
+        return count > 1 && std::strcmp(arguments[1], "--help") == 0 ? 0 : 2;
     }
-    return velmoran::attacks::run(isSlow);
+    return velmoran::attacks::run(*known, isSlow);
 }

@@ -1,13 +1,13 @@
 // What an attack stands on: a private session with real servers, the Velmoran that was built, waits
-// with a bound, and the last line that says how it went. An attack is a file of its own that
-// defines `attack`; `main` is here. It looks like this:
+// with a bound, and the last line that says how it went. An attack is a file of its own with
+// one function of the file's name; `main` is here. It looks like this:
 //
-//     // A recorder of which Velmoran might not know.
+//     // secret-recorder.cpp: a recorder of which Velmoran might not know.
 //     #include "integration/attacks/Attack.h"
 //
 //     namespace velmoran::attacks {
 //
-//     Verdict attack(Scene& scene) {
+//     Verdict secretRecorder(Scene& scene) {
 //         scene.startSound();
 //         scene.startWatch();
 //         scene.record("spy");
@@ -26,8 +26,10 @@
 
 #include <chrono>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmoran::attacks {
@@ -100,9 +102,13 @@ private:
     support::PrivateSession session_;
 };
 
-/// What the attack does; its own file defines it. Whatever it throws beside NotTried is a fault of
-/// the attack or of its servers, and no verdict.
-Verdict attack(Scene& scene);
+/// All that are built. Whatever one throws beside NotTried is a fault of the attack or of its
+/// servers, and no verdict.
+struct KnownAttack {
+    std::string_view name;
+    Verdict (*attack)(Scene& scene);
+};
+extern const std::span<const KnownAttack> allAttacks;
 
 /// Resident memory of a process in KiB; 0 if it has ended.
 [[nodiscard]] long residentKiB(pid_t process);

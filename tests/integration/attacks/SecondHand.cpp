@@ -77,6 +77,9 @@ context.modules = [
 std::string loadModule(Scene& scene, std::vector<std::string> moduleAndArguments) {
     moduleAndArguments.insert(moduleAndArguments.begin(), {"pactl", "load-module"});
     const auto loaded = scene.session().run(moduleAndArguments);
+    if (!scene.session().run({"pactl", "info"}, 3s).succeeded()) {
+        throw NotTried("the sound server hangs when it is told to load " + moduleAndArguments[2]);
+    }
     if (!loaded.succeeded()) {
         throw std::runtime_error("the module can't be loaded: " + loaded.errors);
     }

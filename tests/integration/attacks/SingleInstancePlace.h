@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/socket.h>
@@ -24,6 +25,9 @@ public:
                                  (session != nullptr ? session : "");
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
+        if (name.size() >= sizeof address.sun_path) {
+            throw std::runtime_error("the place has too long a name");
+        }
         std::memcpy(&address.sun_path[1], name.data(), name.size());
         const auto size = offsetof(sockaddr_un, sun_path) + 1 + name.size();
         if (::bind(socket_, reinterpret_cast<const sockaddr*>(&address),
@@ -50,7 +54,14 @@ inline ChildProcess& startDesktop(Scene& scene) {
 
 /// Whether that app is among the uses that `velmoranctl status` lists.
 inline bool seesUse(Scene& scene, const std::string& app) {
-    return scene.ctl({"status"}).output.find(app + " is using the microphone") != std::string::npos;
+    std::istringstream lines(scene.ctl({"status"}).output);
+    for (std::string line; std::getline(lines, line);) {
+        const auto at = line.find(app); // its folder follows
+        if (at != line.npos && line.find(" is using the microphone", at) != line.npos) {
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace velmoran::attacks

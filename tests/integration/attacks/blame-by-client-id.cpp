@@ -20,19 +20,20 @@ std::uint32_t clientOf(const SoundClient& client, pid_t pid) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict blameByClientId(Scene& scene) {
     scene.startSound();
     auto& session = scene.session();
     const auto tone = session.file("tone.wav");
     support::writeFile(tone, support::files::tone(std::chrono::minutes(2)));
     const auto& player = session.start("player", {"pw-cat", "-p", tone});
     scene.startWatch();
-    if (!scene.tellsStart("pw-cat", patience, "the speaker")) {
-        throw std::runtime_error("the player isn't told");
-    }
     SoundClient client;
-    const auto innocent = clientOf(client, player.pid());
-    if (innocent == 0) {
+    std::uint32_t innocent = 0;
+    if (!waitUntil([&] {
+            client.roundTrip();
+            innocent = clientOf(client, player.pid());
+            return innocent != 0;
+        })) {
         throw std::runtime_error("the player has no client");
     }
     for (const char* mediaClass : {"Audio/Sink", "Stream/Input/Audio"}) {

@@ -6,7 +6,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict borrowedName(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     auto idle = std::make_unique<OpenConnection>(pulseSocket(scene));

@@ -10,7 +10,7 @@ constexpr long mayGrow = 8 * 1024; ///< KiB
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict busFlooded(Scene& scene) {
     scene.startSound();
     auto& watch = scene.startWatch();
     const auto memory = residentKiB(watch.pid());

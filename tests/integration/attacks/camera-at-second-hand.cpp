@@ -4,7 +4,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict cameraAtSecondHand(Scene& scene) {
     auto& session = scene.session();
     session.needGStreamer();
     scene.startSound();

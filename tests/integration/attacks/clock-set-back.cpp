@@ -3,7 +3,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict clockSetBack(Scene& scene) {
     const Faults faults(scene);
     scene.startSound();
     faults.startWatch(scene);

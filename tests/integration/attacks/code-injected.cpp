@@ -4,7 +4,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict codeInjected(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     const auto host = scene.session().home() / "host";

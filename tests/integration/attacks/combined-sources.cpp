@@ -3,7 +3,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict combinedSources(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     runModule(scene, "combine-stream", R"(

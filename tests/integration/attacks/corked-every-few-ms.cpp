@@ -23,7 +23,7 @@ std::optional<Bound> lateness(Scene& scene, const std::string& name, const std::
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict corkedEveryFewMs(Scene& scene) {
     const int turns = scene.isSlow() ? 20 : 3;
     scene.startSound();
     scene.startWatch();

@@ -3,7 +3,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict echoCancel(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     loadModule(scene, {"module-echo-cancel", "aec_method=null", "source_name=clean",

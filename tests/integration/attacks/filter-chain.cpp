@@ -4,7 +4,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict filterChain(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     runModule(scene, "filter-chain", R"(

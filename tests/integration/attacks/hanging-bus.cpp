@@ -19,7 +19,7 @@ Bound since(Steady::time_point begun) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict hangingBus(Scene& scene) {
     auto& session = scene.session();
     scene.startSound();
     session.startDisplay();

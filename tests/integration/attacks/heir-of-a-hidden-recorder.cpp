@@ -7,7 +7,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict heirOfAHiddenRecorder(Scene& scene) {
     scene.startSound();
     // As an ordinary person's program, from whom others can hide.
     auto& watch = scene.session().start(

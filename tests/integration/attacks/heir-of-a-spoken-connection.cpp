@@ -94,7 +94,7 @@ private:
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict heirOfASpokenConnection(Scene& scene) {
     scene.startSound();
     const Speaker first(::getpid(), pulseSocket(scene));
     auto handed = std::make_unique<OpenConnection>(first.connection());

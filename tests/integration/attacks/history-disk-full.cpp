@@ -37,7 +37,7 @@ private:
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict historyDiskFull(Scene& scene) {
     const SmallDisk disk(historyFile(scene).parent_path());
     scene.startSound();
     scene.startWatch();

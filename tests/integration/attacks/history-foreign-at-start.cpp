@@ -4,7 +4,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict historyForeignAtStart(Scene& scene) {
     const auto file = historyFile(scene);
     std::filesystem::create_directories(file.parent_path());
     support::writeFile(file, "something else altogether, and long enough to be mistaken for one\n");

@@ -1,5 +1,5 @@
 // A stranger holds the lock by which one Velmoran tells another that it keeps the history.
-#include "integration/attacks/Attack.h"
+#include "integration/attacks/HistoryFile.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -7,9 +7,9 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
-    const auto lock = scene.session().home() / ".local/share/Velmoran/History.store.lock";
-    std::filesystem::create_directories(lock.parent_path());
+Verdict historyLockHeld(Scene& scene) {
+    const auto lock = historyFile(scene).string() + ".lock";
+    std::filesystem::create_directories(historyFile(scene).parent_path());
     const int descriptor = open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         throw std::runtime_error("the lock can't be taken");
@@ -19,11 +19,13 @@ Verdict attack(Scene& scene) {
     if (!scene.recordUntilTold("spy", within(1s))) {
         return fell("a recorder wasn't told");
     }
-    if (scene.hasTold({"Velmoran is already running"})) {
-        return fell("a stranger passes for a Velmoran that keeps the history");
-    }
+    scene.session().stop("spy");
+    const bool stands = waitUntil([&] { return endedUses(scene, "spy") == 1; }, within(5s));
     close(descriptor);
-    return held("a stranger with the lock isn't taken for Velmoran");
+    return stands ? held("the use stands in the history, whoever holds its lock")
+                  : fell("a stranger passes for a Velmoran that keeps the history: no use stands "
+                         "there, and the watch said: " +
+                         scene.told());
 }
 
 } // namespace velmoran::attacks

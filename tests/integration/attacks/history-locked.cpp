@@ -34,7 +34,7 @@ void noteWhatIsTold(Scene& scene, std::vector<Use>& uses, Bound bound, bool unti
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict historyLocked(Scene& scene) {
     const std::size_t count = scene.isSlow() ? 600 : 50;
     constexpr auto pace = 100ms;
     constexpr std::size_t atOnce = 5;

@@ -7,7 +7,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict historyOverwritten(Scene& scene) {
     const auto file = historyFile(scene);
     const struct {
         std::string what;

@@ -6,7 +6,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict historyUnwritable(Scene& scene) {
     const Faults faults(scene);
     scene.startSound();
     faults.startWatch(scene);

@@ -50,7 +50,7 @@ std::size_t flip(const std::filesystem::path& path, std::mt19937& random) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict logBytesFlipped(Scene& scene) {
     const int rounds = scene.isSlow() ? 200 : 6;
     std::mt19937 random(20010101); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same each time
     scene.startSound();

@@ -4,7 +4,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict loopbackIntoNullSink(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     std::string source = "virtual-microphone";

@@ -3,7 +3,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict loopbackSwitched(Scene& scene) {
     const int most = scene.isSlow() ? 20 : 4;
     scene.startSound();
     scene.startWatch();

@@ -15,7 +15,7 @@ Bound soundIn(const std::string& bytes) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict microphoneUnderMute(Scene& scene) {
     const int microphones = scene.isSlow() ? 20 : 3;
     scene.startSound();
     scene.startWatch();

@@ -13,7 +13,7 @@ std::string stream(Scene& scene) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict movedToAndFro(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     const Listener listener(scene, "listener", "virtual-speaker.monitor");
@@ -36,7 +36,8 @@ Verdict attack(Scene& scene) {
             throw std::runtime_error("the stream can't be moved: " + moved.errors);
         }
         ++moves;
-        if (!heard && listener.hears()) {
+        // The session manager needs a moment for each.
+        if (!heard && waitUntil([&] { return listener.hears(); }, isAway ? 40ms : 0ms)) {
             heard = std::chrono::steady_clock::now();
         }
         return scene.tellsStart("listener", 0ms) ||

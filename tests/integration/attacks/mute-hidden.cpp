@@ -34,7 +34,7 @@ int hide(bool onlyTheMicrophone) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict muteHidden(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     for (const bool onlyTheMicrophone : {false, true}) {

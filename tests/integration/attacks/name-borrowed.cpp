@@ -42,7 +42,7 @@ bool runs(pid_t process, const std::string& program) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict nameBorrowed(Scene& scene) {
     scene.startSound();
     const auto ready = scene.session().file("ready").string();
     const pid_t owner = ::fork();

@@ -2,12 +2,13 @@
 // without a Velmoran and then before one that waits for its name.
 #include "integration/attacks/Attack.h"
 #include "integration/attacks/FakeVelmoran.h"
+#include "integration/attacks/SingleInstancePlace.h"
 
 #include <unistd.h>
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict nameTaken(Scene& scene) {
     scene.startSound();
     const FakeVelmoran fake;
     const auto alone = scene.ctl({"stop"});
@@ -26,7 +27,7 @@ Verdict attack(Scene& scene) {
     if (!scene.tellsStart("spy")) {
         return fell("the watch didn't see a recorder");
     }
-    if (scene.ctl({"status"}).output.find("spy is using the microphone") == std::string::npos) {
+    if (!seesUse(scene, "spy")) {
         return fell("\"status\" believed the stranger");
     }
     const auto stopped = scene.ctl({"stop"});

@@ -1,4 +1,5 @@
 // A recorder that the system's dynamic loader is told to run: what the kernel knows is the loader.
+// Then one that writes the path of another program of the user's over its arguments.
 #include "integration/attacks/ToldNames.h"
 
 namespace velmoran::attacks {
@@ -18,12 +19,20 @@ std::string loader() {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict namesBehindTheLoader(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     const auto told = nameToldOf(scene, {loader(), scene.program("dictate")});
-    return told == "dictate (~)" ? held("told as “" + told + "”")
-                                 : fell("“dictate” in the home was told as “" + told + "”");
+    if (told != "dictate (~)") {
+        return fell("“dictate” in the home was told as “" + told + "”");
+    }
+    const auto liar =
+        nameToldOf(scene, {loader(), scene.program("liar"), "--claim", scene.program("meeting")});
+    const auto file = loader();
+    if (liar != file.substr(file.rfind('/') + 1) && liar != "liar (~)") {
+        return fell("“liar”, which says that it is “meeting”, was told as “" + liar + "”");
+    }
+    return held("told as “" + told + "”, and a liar as “" + liar + "”");
 }
 
 } // namespace velmoran::attacks

@@ -28,7 +28,7 @@ while pulse.pa_simple_read(ctypes.c_void_p(stream), data, ctypes.c_size_t(len(da
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict namesByTheCommandLine(Scene& scene) {
     scene.session().need({"python3", "pw-cat"});
     scene.startSound();
     scene.startWatch();

@@ -33,7 +33,7 @@ void enterOwnMounts() {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict namesOfAMountTakenAway(Scene& scene) {
     enterOwnMounts();
     const auto folder = scene.session().file("mine");
     std::filesystem::create_directory(folder);

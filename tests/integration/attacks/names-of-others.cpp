@@ -24,7 +24,7 @@ std::string memoryWith(const std::string& name, const std::string& program) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict namesOfOthers(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     const auto home = scene.session().home();

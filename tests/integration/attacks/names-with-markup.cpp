@@ -37,7 +37,7 @@ bool isObeyed(const std::string& text) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict namesWithMarkup(Scene& scene) {
     scene.startSound();
     auto& watch = scene.startWatch();
     const auto all = names();

@@ -12,7 +12,7 @@ bool isCalledOff(const std::string& status) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict noSoundServer(Scene& scene) {
     auto& session = scene.session();
     session.startBus();
     session.enter();

@@ -48,7 +48,7 @@ private:
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict nodeFlood(Scene& scene) {
     const int recorders = scene.isSlow() ? 60 : 4;
     scene.startSound();
     const auto& watch = scene.startWatch();

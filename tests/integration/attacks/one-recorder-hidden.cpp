@@ -64,7 +64,7 @@ private:
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict oneRecorderHidden(Scene& scene) {
     const int recorders = scene.isSlow() ? 50 : 5;
     scene.startSound();
     const auto& watch = scene.startWatch();

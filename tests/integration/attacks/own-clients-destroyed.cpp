@@ -51,7 +51,7 @@ private:
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict ownClientsDestroyed(Scene& scene) {
     const int recorders = scene.isSlow() ? 200 : 8;
     scene.startSound();
     const auto& watch = scene.startWatch();

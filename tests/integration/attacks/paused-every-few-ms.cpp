@@ -5,31 +5,38 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict pausedEveryFewMs(Scene& scene) {
     const int recorders = scene.isSlow() ? 40 : 5;
     scene.startSound();
     scene.startWatch();
     Bound latest{0};
+    int deaf = 0;
     for (int number = 0; number < recorders; ++number) {
         const auto name = "spy-" + std::to_string(number) + "-";
-        const auto begun = std::chrono::steady_clock::now();
         auto& recorder = scene.record(name);
         bool isPaused = false;
-        // Each look at the watch is one spell.
-        if (!waitUntil(
-                [&] {
-                    recorder.signal(isPaused ? SIGUSR2 : SIGUSR1);
-                    isPaused = !isPaused;
-                    return scene.tellsStart(name, 0ms);
-                },
-                within(1s))) {
-            return fell("recorder " + std::to_string(number + 1) + " wasn't told within a second");
+        const auto isAfterSpell = [&](const std::string& word) {
+            recorder.signal(isPaused ? SIGUSR2 : SIGUSR1);
+            isPaused = !isPaused;
+            return word.empty() ? scene.tellsStart(name, 0ms)
+                                : recorder.output().find(word) != std::string::npos;
+        };
+        // Each look is one spell. Who pauses too quickly gets no sound at all.
+        if (!waitUntil([&] { return isAfterSpell("heard"); }, 3s)) {
+            ++deaf;
+        } else {
+            const auto heard = std::chrono::steady_clock::now();
+            if (!waitUntil([&] { return isAfterSpell(""); }, within(100ms))) {
+                return fell("recorder " + std::to_string(number + 1) +
+                            " wasn't told within 100 ms of its 20 ms of sound");
+            }
+            latest = std::max(latest, std::chrono::duration_cast<Bound>(
+                                          std::chrono::steady_clock::now() - heard));
         }
-        latest = std::max(
-            latest, std::chrono::duration_cast<Bound>(std::chrono::steady_clock::now() - begun));
         scene.session().stop(name);
     }
-    return held(std::to_string(recorders) + " recorders told, the latest after " + text(latest));
+    return held(std::to_string(recorders - deaf) + " recorders told, the latest " + text(latest) +
+                " after 20 ms of sound; " + std::to_string(deaf) + " heard nothing");
 }
 
 } // namespace velmoran::attacks

@@ -18,7 +18,7 @@ void pipeInPlaceOf(const std::filesystem::path& file) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict pipesForFiles(Scene& scene) {
     const auto home = scene.session().home();
     const auto settings = home / ".config/Velmoran/Velmoran.conf";
     const auto history = home / ".local/share/Velmoran/History.store";

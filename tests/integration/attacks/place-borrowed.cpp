@@ -65,7 +65,7 @@ private:
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict placeBorrowed(Scene& scene) {
     scene.startSound();
     scene.session().startDisplay();
     scene.session().startTray();

@@ -4,7 +4,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict placeTaken(Scene& scene) {
     scene.startSound();
     scene.session().startDisplay();
     scene.session().startTray();

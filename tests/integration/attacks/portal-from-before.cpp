@@ -7,7 +7,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict portalFromBefore(Scene& scene) {
     scene.startSound();
     const SoundClient own;
     for (const bool isBefore : {true, false}) {

@@ -13,7 +13,7 @@ std::string end(const std::string& node, const std::string& group) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict privateServer(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     loadModule(scene, {"module-null-sink", "sink_name=drain"});

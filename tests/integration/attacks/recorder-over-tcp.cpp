@@ -5,7 +5,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict recorderOverTcp(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     const auto port = freePort();

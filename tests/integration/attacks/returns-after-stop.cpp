@@ -3,7 +3,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict returnsAfterStop(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     const auto spy = scene.program("spy");

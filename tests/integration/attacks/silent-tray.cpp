@@ -17,7 +17,7 @@ struct Closer {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict silentTray(Scene& scene) {
     auto& session = scene.session();
     scene.startSound();
     session.startDisplay();

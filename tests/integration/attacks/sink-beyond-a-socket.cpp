@@ -4,7 +4,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict sinkBeyondASocket(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     loadModule(scene, {"module-null-sink", "sink_name=drain"});

@@ -6,7 +6,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict stopOfABorrowedName(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     auto& bystander = startHeir(scene, "bystander");

@@ -21,7 +21,7 @@ std::string gapIn(const std::string& status) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict stoppedVelmoran(Scene& scene) {
     scene.startSound();
     auto& watch = scene.startWatch();
     const auto begun = std::chrono::steady_clock::now();

@@ -36,7 +36,7 @@ bool isKept(Scene& scene, const std::string& program) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict trustWritten(Scene& scene) {
     scene.startSound();
     const auto spy = scene.program("spy");
     trust(scene.session().home() / ".config/Velmoran/Velmoran.conf", spy);

@@ -4,7 +4,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict tunnelToItself(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     const auto port = freePort();

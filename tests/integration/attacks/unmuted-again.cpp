@@ -29,8 +29,11 @@ public:
         }
         pa_context_set_subscribe_callback(
             context_,
-            [](pa_context*, pa_subscription_event_type_t, std::uint32_t, void* self) {
-                static_cast<Unmuter*>(self)->ask();
+            [](pa_context*, pa_subscription_event_type_t, std::uint32_t, void* data) {
+                auto* self = static_cast<Unmuter*>(data);
+                // What is asked for now may be the silence again.
+                self->changed_ = self->changed_.value_or(Clock::now());
+                self->ask();
             },
             this);
         over(pa_context_subscribe(context_, PA_SUBSCRIPTION_MASK_SOURCE, nullptr, nullptr));
@@ -43,15 +46,16 @@ public:
     Unmuter(const Unmuter&) = delete;
     Unmuter& operator=(const Unmuter&) = delete;
 
-    /// How long it was unmuted by the server's word; empty if it was so for longer than the bound.
+    /// How long it took from the server's word that something had changed until it said that the
+    /// microphone is muted; empty if it didn't within the bound.
     std::optional<std::chrono::duration<double>> unmute(Bound bound) {
-        unmuted_.reset();
+        changed_.reset();
         muted_.reset();
         over(pa_context_set_source_mute_by_name(context_, source, 0, nullptr, nullptr));
         if (!hearUntil([this] { return muted_.has_value(); }, bound)) {
             return std::nullopt;
         }
-        return *muted_ - *unmuted_;
+        return *muted_ - *changed_;
     }
     /// Hears the server for as long.
     void pause(Bound time) {
@@ -77,9 +81,7 @@ private:
             this));
     }
     void hear(bool isMuted) {
-        if (!isMuted && !unmuted_) {
-            unmuted_ = Clock::now();
-        } else if (isMuted && unmuted_ && !muted_) {
+        if (isMuted && changed_ && !muted_) {
             muted_ = Clock::now();
         }
     }
@@ -99,7 +101,7 @@ private:
 
     pa_mainloop* loop_;
     pa_context* context_;
-    std::optional<Clock::time_point> unmuted_;
+    std::optional<Clock::time_point> changed_;
     std::optional<Clock::time_point> muted_;
 };
 
@@ -118,7 +120,7 @@ std::string milliseconds(double seconds) {
 
 } // namespace
 
-Verdict attack(Scene& scene) {
+Verdict unmutedAgain(Scene& scene) {
     const int times = scene.isSlow() ? 100 : 30;
     scene.startSound();
     auto& watch = scene.startWatch({"--json"});

@@ -3,7 +3,7 @@
 
 namespace velmoran::attacks {
 
-Verdict attack(Scene& scene) {
+Verdict unwritableOutput(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     std::string seen;
@@ -12,7 +12,7 @@ Verdict attack(Scene& scene) {
             const auto redirect = "exec " + where;
             const auto run = scene.session().run(
                 {"bash", "-c", redirect + "; exec \"$0\" " + command, velmoranctl()});
-            if (!run.status || *run.status <= 0) {
+            if (run.status != 4) {
                 return fell("\"" + command + "\" with " + where + " ended with " +
                             (run.status ? std::to_string(*run.status) : "nothing in time"));
             }

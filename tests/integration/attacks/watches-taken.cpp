@@ -1,39 +1,48 @@
 // A program has taken all the watches of files that the kernel gives a user, before Velmoran
 // starts.
 #include "integration/attacks/Attack.h"
+#include "support/InotifyLimits.h"
 
-#include <fstream>
-#include <sched.h>
-#include <unistd.h>
+#include <filesystem>
 
 namespace velmoran::attacks {
 
 namespace {
 
-void write(const char* path, const std::string& text) {
-    if (!(std::ofstream(path) << text << std::flush)) {
-        throw NotTried(std::string(path) + " can't be written");
+void limit(const std::string& what, int most) {
+    if (!support::limitInotify(what, most)) {
+        throw NotTried("the most " + what + " can't be set");
     }
 }
 
-/// Where this user's limits are ours to set, and nobody else's watches are taken.
-void enterOwnUserNamespace() {
-    const auto user = std::to_string(::getuid());
-    const auto group = std::to_string(::getgid());
-    if (::unshare(CLONE_NEWUSER) != 0) {
-        throw NotTried("the kernel gives no user namespace");
+/// Whether a process has a descriptor of inotify.
+bool hasInotify(pid_t pid) {
+    std::error_code error;
+    const auto folder = "/proc/" + std::to_string(pid) + "/fd";
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        if (std::filesystem::read_symlink(entry, error) == "anon_inode:inotify") {
+            return true;
+        }
     }
-    write("/proc/self/setgroups", "deny");
-    write("/proc/self/uid_map", user + " " + user + " 1");
-    write("/proc/self/gid_map", group + " " + group + " 1");
+    return false;
+}
+
+/// Whether the status says that the camera is watched, or that it isn't.
+bool saysOfCamera(Scene& scene, bool isWatched) {
+    const auto status = scene.ctl({"status"});
+    const auto at = status.output.find("The camera isn't being watched");
+    return status.succeeded() && (at == std::string::npos) == isWatched;
 }
 
 } // namespace
 
-Verdict attack(Scene& scene) {
-    enterOwnUserNamespace();
+Verdict watchesTaken(Scene& scene) {
+    if (!support::enterOwnUserNamespace()) {
+        throw NotTried("the kernel gives no user namespace");
+    }
     scene.startSound();
-    write("/proc/sys/user/max_inotify_instances", "0");
+    limit("instances", 0);
+    limit("watches", 0);
     support::writeFile(scene.session().file("dev") / "video0", std::string(4096, 'x'));
     auto& watch = scene.session().start(
         "watch", {velmoranctl(), "watch", "--device-folder", scene.session().file("dev").string()});
@@ -45,15 +54,29 @@ Verdict attack(Scene& scene) {
     if (!told) {
         return fell("a recorder wasn't told within half a second");
     }
-    const auto status = scene.ctl({"status"}).output;
-    if (status.find("The camera isn't being watched") == std::string::npos) {
-        return fell("status doesn't say that the camera isn't watched: " + status);
+    if (!saysOfCamera(scene, false)) {
+        return fell("status doesn't say that the camera isn't watched");
     }
-    write("/proc/sys/user/max_inotify_instances", "128");
-    if (!waitUntil([&] {
-            return scene.ctl({"status"}).output.find("isn't being watched") == std::string::npos;
-        })) {
+    limit("instances", 128);
+    if (!waitUntil([&] { return hasInotify(watch.pid()); })) {
+        return fell("inotify isn't used when there is a descriptor again");
+    }
+    if (!saysOfCamera(scene, false)) {
+        return fell("status doesn't say that there is no watch for the camera");
+    }
+    limit("watches", 1000);
+    if (!waitUntil([&] { return saysOfCamera(scene, true); })) {
         return fell("the camera isn't watched again when it could be");
+    }
+    // One that comes while there is no watch left.
+    limit("watches", 0);
+    support::writeFile(scene.session().file("dev") / "video1", std::string(4096, 'x'));
+    if (!waitUntil([&] { return saysOfCamera(scene, false); })) {
+        return fell("status doesn't say that there is no watch for a new camera");
+    }
+    limit("watches", 1000);
+    if (!waitUntil([&] { return saysOfCamera(scene, true); })) {
+        return fell("a new camera isn't watched when it could be");
     }
     return held("a recorder told after " + text(*told) + ", and the camera said not to be watched");
 }

@@ -12,7 +12,7 @@ int main(int count, char** arguments) {
     if (count != 2) {
         return 2;
     }
-    const int connection = ::socket(AF_INET, SOCK_STREAM, 0);
+    const int connection = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
