@@ -124,9 +124,10 @@ int main(int argc, char** argv) {
         "since\n"
         "1970-01-01 00:00:00 UTC, \"seenFromStart\": false if the use is older than that}. An app\n"
         "without a path has none. While the history can't be saved there is \"historyProblem\":\n"
-        "{\"kind\": \"notOpened\" or \"notWritten\", \"reason\": the system's words}. \"sightTaken\" is\n"
-        "there if something has taken Velmoran's view of the sound system away: when it last did, in\n"
-        "such seconds.\n\n"
+        "{\"kind\": \"notOpened\" or \"notWritten\", \"reason\": the system's words}. If something\n"
+        "has taken Velmoran's view of the sound system away there is \"sightTaken\": when it last\n"
+        "did, in such seconds. \"unwatched\" lists devices whose uses can't be seen now, and\n"
+        "\"notWatching\": {\"from\", \"to\"} is the last time in which nothing was seen.\n\n"
         "Exit status: 0, 1 if Velmoran isn't running or doesn't answer, or 4 if the output\n"
         "can't be written.");
     std::string alsoVelmoran;

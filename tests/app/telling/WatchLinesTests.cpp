@@ -123,13 +123,14 @@ TEST_F(WatchLinesTest, SaysEachTimeThatTheSightWasTaken) {
 
 TEST_F(WatchLinesTest, SaysOnceWhenNobodyWasWatching) {
     watch();
+    time.advanceTo(60);
     SystemSnapshot after;
     after.lastGap = WatchGap{time.now() - 5.0, time.now()};
     receive(after);
     after.speakerOn = true;
     receive(after);
     EXPECT_EQ(written, (std::vector<std::string>{
-                           "09:30:00  Velmoran wasn't watching from 09:29:55 to 09:30:00 (5 s)"}));
+                           "09:31:00  Velmoran wasn't watching from 09:30:55 to 09:31:00 (5 s)"}));
 }
 
 TEST_F(WatchLinesTest, KeepsATerminalFromObeyingAName) {

@@ -71,9 +71,7 @@ TEST_F(StatusItem, SaysFirstThatTheHistoryIsNotSaved) {
                          "this Mac. (not a database)\n"
                          "Velmoran: camera and microphone are off");
     receive(recordedBy("Zoom"));
-    EXPECT_TRUE(toolTip().ends_with("(not a database)\nVelmoran: camera or microphone in use"));
-    model->historyProblem.set(std::nullopt);
-    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use") << "that was saved";
 }
 
 TEST_F(StatusItem, KeepsWhatItsCardSaysOfTheHistoryTrue) {
@@ -110,8 +108,9 @@ TEST_F(StatusItem, SaysWhatIsNotBeingWatched) {
     SystemSnapshot blind;
     blind.unwatched = {Device::camera};
     receive(blind);
-    EXPECT_EQ(toolTip(), "Velmoran: not everything is being watched\n"
-                         "The camera isn't being watched: Velmoran may not look at it.");
+    EXPECT_EQ(toolTip(),
+              "Velmoran: not everything is being watched\n"
+              "The camera isn't being watched: the system doesn't let Velmoran look at it.");
     item->tellCurrentUse();
     ASSERT_THAT(model->notices.items(), SizeIs(1));
     EXPECT_EQ(model->notices.items().front().title, "The microphone is off");
