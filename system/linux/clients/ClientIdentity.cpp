@@ -263,20 +263,21 @@ void ClientIdentity::confirm(ClientKey client, Entry& entry) const {
     const auto left = leftover(all);
     auto clients = left.clients.at(pid);
     auto candidates = common(entry.possible, left.open);
-    if (candidates.empty()) {
-        // Nobody saw it connect: what its process holds, and whatever may be anybody's.
-        candidates = left.strays;
-        if (const auto its = left.held.find(pid); its != left.held.end()) {
-            const auto more = without(its->second, candidates);
-            candidates.insert(candidates.end(), more.begin(), more.end());
-        }
+    const auto its = left.held.find(pid);
+    if (candidates.empty() && its != left.held.end()) {
+        candidates = its->second; // nobody saw it connect
+    }
+    // A client is announced by its first word, and its connection may have changed hands before.
+    const auto more = without(left.strays, candidates);
+    if (!more.empty()) {
+        candidates.insert(candidates.end(), more.begin(), more.end());
         std::ranges::copy_if(left.astray, std::back_inserter(clients), [&](auto key) {
             const auto& other = entries_.at(key);
             return other.connectedPid != pid && !other.isServed;
         });
-        if (candidates.empty()) {
-            return; // already hung up
-        }
+    }
+    if (candidates.empty()) {
+        return; // already hung up
     }
     entry.who = tellApart(client, clients, candidates, left.holders).value_or(cannotTell(client));
 }

@@ -76,7 +76,7 @@ context.modules = [
 
 std::string loadModule(Scene& scene, std::vector<std::string> moduleAndArguments) {
     moduleAndArguments.insert(moduleAndArguments.begin(), {"pactl", "load-module"});
-    const auto loaded = scene.session().run(moduleAndArguments);
+    const auto loaded = scene.session().run(moduleAndArguments, within(5s));
     if (!scene.session().run({"pactl", "info"}, 3s).succeeded()) {
         throw NotTried("the sound server hangs when it is told to load " + moduleAndArguments[2]);
     }

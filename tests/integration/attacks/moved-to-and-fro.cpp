@@ -1,14 +1,23 @@
-// A recorder of what others play is moved to the microphone for moments, again and again.
-#include "integration/attacks/SecondHand.h"
+// A recorder of what others play links itself to the microphone for moments, again and again.
+#include "integration/attacks/Attack.h"
 
 namespace velmoran::attacks {
 
 namespace {
 
-/// The number of the only recording stream; empty while there is none.
-std::string stream(Scene& scene) {
-    const auto list = scene.session().run({"pactl", "list", "short", "source-outputs"}).output;
-    return list.substr(0, list.find('\t'));
+constexpr const char* harmless = "virtual-speaker:monitor_FL";
+constexpr const char* microphone = "virtual-microphone:capture_MONO";
+constexpr const char* spy = "spy:in";
+
+void link(Scene& scene, const char* from, bool isLinked) {
+    std::vector<std::string> command = {"pw-link", from, spy};
+    if (!isLinked) {
+        command.insert(command.begin() + 1, "--disconnect");
+    }
+    const auto done = scene.session().run(command);
+    if (!done.succeeded()) {
+        throw std::runtime_error("the recorder can't be linked: " + done.errors);
+    }
 }
 
 } // namespace
@@ -16,41 +25,41 @@ std::string stream(Scene& scene) {
 Verdict movedToAndFro(Scene& scene) {
     scene.startSound();
     scene.startWatch();
-    const Listener listener(scene, "listener", "virtual-speaker.monitor");
-    if (!waitUntil([&] { return !stream(scene).empty(); })) {
-        throw std::runtime_error("the stream doesn't come");
+    scene.record("spy", {"--filter", "spy"});
+    if (!waitUntil([&] {
+            return scene.session().run({"pw-link", "--input"}).output.find(spy) !=
+                   std::string::npos;
+        })) {
+        throw std::runtime_error("the recorder doesn't come");
     }
-    const auto number = stream(scene);
-    if (scene.tellsStart("listener", 0ms)) {
+    Bound linked{0};
+    int moves = 0;
+    link(scene, harmless, true);
+    const auto isTold = [&] {
+        return scene.hasTold({"spy", "turned on the microphone"});
+    };
+    if (waitUntil(isTold, 100ms)) {
         return fell("who records what others play was told as using the microphone");
     }
-    std::optional<std::chrono::steady_clock::time_point> heard;
-    bool isAway = false;
-    int moves = 0;
-    const auto isOver = [&] {
-        isAway = !isAway;
-        const auto moved =
-            scene.session().run({"pactl", "move-source-output", number,
-                                 isAway ? "virtual-microphone" : "virtual-speaker.monitor"});
-        if (!moved.succeeded()) {
-            throw std::runtime_error("the stream can't be moved: " + moved.errors);
+    // From 2 to 64 ms.
+    while (!isTold() && linked < within(300ms)) {
+        const Bound stay(2 << (moves++ % 6));
+        link(scene, harmless, false);
+        link(scene, microphone, true);
+        const bool isSeen = waitUntil(isTold, stay);
+        linked += stay;
+        link(scene, microphone, false);
+        link(scene, harmless, true);
+        if (isSeen) {
+            break;
         }
-        ++moves;
-        // The session manager needs a moment for each.
-        if (!heard && waitUntil([&] { return listener.hears(); }, isAway ? 40ms : 0ms)) {
-            heard = std::chrono::steady_clock::now();
-        }
-        return scene.tellsStart("listener", 0ms) ||
-               (heard && std::chrono::steady_clock::now() > *heard + within(1s));
-    };
-    if (!waitUntil(isOver)) {
-        throw std::runtime_error("the listener hears nothing");
     }
-    if (!scene.tellsStart("listener", 0ms)) {
-        return fell("not told within a second of the first sound, " + std::to_string(moves) +
-                    " moves");
+    if (!waitUntil(isTold, within(100ms))) {
+        return fell("not told in " + std::to_string(moves) + " moves, " + text(linked) +
+                    " at the microphone together");
     }
-    return held("told after " + std::to_string(moves) + " moves");
+    return held("told after " + std::to_string(moves) + " moves, " + text(linked) +
+                " at the microphone together");
 }
 
 } // namespace velmoran::attacks

@@ -18,10 +18,15 @@ Verdict pausedEveryFewMs(Scene& scene) {
         const auto isAfterSpell = [&](const std::string& word) {
             recorder.signal(isPaused ? SIGUSR2 : SIGUSR1);
             isPaused = !isPaused;
-            return word.empty() ? scene.tellsStart(name, 0ms)
-                                : recorder.output().find(word) != std::string::npos;
+            // Who goes on for less gets no sound at all.
+            const auto spell = isPaused ? 2ms : 40ms;
+            return waitUntil(
+                [&] {
+                    return word.empty() ? scene.hasTold({name, "turned on the microphone"})
+                                        : recorder.output().find(word) != std::string::npos;
+                },
+                spell);
         };
-        // Each look is one spell. Who pauses too quickly gets no sound at all.
         if (!waitUntil([&] { return isAfterSpell("heard"); }, 3s)) {
             ++deaf;
         } else {

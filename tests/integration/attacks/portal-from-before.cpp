@@ -13,7 +13,9 @@ Verdict portalFromBefore(Scene& scene) {
     for (const bool isBefore : {true, false}) {
         const std::string app = isBefore ? "early-app" : "late-app";
         auto given = std::make_unique<OpenConnection>(pipeWireSocket(scene));
+        fcntl(given->number(), F_SETFD, FD_CLOEXEC); // nobody else's
         const auto begin = [&] {
+            fcntl(given->number(), F_SETFD, 0);
             scene.record(app, {"--fd", std::to_string(given->number())});
             given.reset();
         };
