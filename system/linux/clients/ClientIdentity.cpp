@@ -57,11 +57,11 @@ void ClientIdentity::described(ClientKey client, std::optional<pid_t> claimedPid
     }
 }
 
-void ClientIdentity::pictureCompleted() {
-    claimAll();
+bool ClientIdentity::pictureCompleted() {
     for (auto& [server, clients] : served_) {
         clients.pictureCompleted();
     }
+    return claimAll();
 }
 
 void ClientIdentity::opened(ClientKey client) {
@@ -119,6 +119,12 @@ bool ClientIdentity::isReady(ClientKey client) const {
 bool ClientIdentity::isServed(ClientKey client) const {
     const auto found = entries_.find(client);
     return found != entries_.end() && found->second.isServed;
+}
+
+bool ClientIdentity::isDoubtful(ClientKey client) const {
+    const auto found = entries_.find(client);
+    return found != entries_.end() && !found->second.isServed && !found->second.isOpened &&
+           found->second.ends.empty() && found->second.possible.empty();
 }
 
 bool ClientIdentity::isNative(const SocketPair& pair) const {
@@ -222,16 +228,19 @@ void ClientIdentity::claim(Entry& entry) const {
 
 /// For those that were there before: what they hold may have been given to them, and their own to
 /// others. So this counts only where nobody has more than was announced for him.
-void ClientIdentity::claimAll() {
+bool ClientIdentity::claimAll() {
     if (std::ranges::none_of(entries_, [](const auto& each) {
             return !each.second.isServed && each.second.connectedPid > 0 &&
                    each.second.ends.empty();
         })) {
-        return;
+        return true;
     }
-    const auto left = leftover(nativeEnds());
+    return claimFrom(leftover(nativeEnds()));
+}
+
+bool ClientIdentity::claimFrom(const Leftover& left) {
     if (!left.strays.empty()) {
-        return;
+        return false;
     }
     for (const auto& [pid, clients] : left.clients) {
         const auto its = left.held.find(pid);
@@ -244,23 +253,35 @@ void ClientIdentity::claimAll() {
             entry.possible.clear();
         }
     }
+    return true;
 }
 
-void ClientIdentity::confirm(ClientKey client, Entry& entry) const {
+void ClientIdentity::confirm(ClientKey client, Entry& entry) {
     const auto all = nativeEnds();
     const auto pid = entry.connectedPid;
-    if (!entry.ends.empty()) {
+    const auto confirmClaimed = [&] {
         // One that has hung up already stays whose it was.
         if (const auto its = common(entry.ends, all); !its.empty()) {
             const auto sole = ConnectionHolders(facts_, naming_, its).sole(its, pid);
             entry.who = sole ? *sole : cannotTell(client);
         }
+    };
+    if (!entry.ends.empty()) {
+        confirmClaimed();
         return;
     }
     if (all.empty() || (entry.who.app.unidentified && !facts_.isReadable(pid))) {
         return; // the kernel doesn't say more than who connected
     }
     const auto left = leftover(all);
+    if (entry.possible.empty()) {
+        // What came or went while the first picture did may have been in the way.
+        claimFrom(left);
+        if (!entry.ends.empty()) {
+            confirmClaimed();
+            return;
+        }
+    }
     auto clients = left.clients.at(pid);
     auto candidates = common(entry.possible, left.open);
     const auto its = left.held.find(pid);

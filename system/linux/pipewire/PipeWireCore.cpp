@@ -151,6 +151,8 @@ struct LiveCore final : PipeWireCore {
             // The listener may end this connection now.
             listener.turnEnded();
         });
+        // Whoever looks meanwhile sees a connection that is nobody's until its first word is there.
+        pw_loop_iterate(loop, 0);
         return static_cast<bool>(watch);
     }
 

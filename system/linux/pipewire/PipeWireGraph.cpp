@@ -16,6 +16,8 @@ constexpr std::uint32_t firstObjectID = 0x50000000;
 
 /// While nothing is in use only each so manieth time that it is called for does something.
 constexpr unsigned rareCheck = 10;
+/// How many times it is waited for those who come and go when the sight was taken.
+constexpr unsigned settlingTimes = 3;
 
 } // namespace
 
@@ -53,6 +55,7 @@ PipeWireGraph::~PipeWireGraph() {
         release_.reset();
         pauses_.clear();
         nextAttempt_.reset();
+        settling_.reset();
         heldProcesses_.waitFor({});
         socket_.stop();
         core_.reset();
@@ -60,25 +63,6 @@ PipeWireGraph::~PipeWireGraph() {
             naming_.unpin(process.objectID);
         }
     });
-}
-
-std::vector<AudioProcess> PipeWireGraph::processes() const {
-    std::vector<AudioProcess> processes;
-    for (const auto& entry : shown_.processes) {
-        processes.push_back(entry.process);
-    }
-    return processes;
-}
-
-std::vector<CameraUse> PipeWireGraph::cameras() const {
-    std::vector<CameraUse> cameras;
-    for (const auto& camera : shown_.cameras) {
-        auto& use = cameras.emplace_back(CameraUse{camera.device, {}});
-        for (const auto& user : camera.users) {
-            use.apps.emplace_back(user.app);
-        }
-    }
-    return cameras;
 }
 
 Subscription
@@ -116,6 +100,7 @@ void PipeWireGraph::disconnect() {
     model_.clear();
     pauses_.clear();
     receivers_.clear();
+    settling_.reset();
     networkClients_.clear();
     counted_.clear();
     isStale_ = true;
@@ -135,9 +120,10 @@ void PipeWireGraph::serverKnown(std::uint32_t cookie) {
 }
 
 void PipeWireGraph::checkSight() {
-    const bool isInUse = !shown_.processes.empty() ||
-                         std::any_of(shown_.cameras.begin(), shown_.cameras.end(),
-                                     [](const auto& camera) { return !camera.users.empty(); });
+    const bool isInUse =
+        !shown_.processes.empty() || std::ranges::any_of(shown_.cameras, [](const auto& camera) {
+            return !camera.users.empty();
+        });
     if (isConnected() && (isInUse || ++uneventful_ % rareCheck == 0)) {
         core_->checkSight();
     }
@@ -230,12 +216,25 @@ void PipeWireGraph::pictureIsComplete() {
     if (isSameServer_) {
         identity_.keepOnly(model_.clients());
     }
-    identity_.pictureCompleted();
+    settle(isSameServer_ ? settlingTimes : 0);
     isComplete_ = true;
     isFirstPicture_ = true;
     isStale_ = true;
     if (hold_.isHolding()) {
         releaseAfter(isSameServer_ ? 0 : times_.settling);
+    }
+}
+
+/// Whoever took the sight may come and go meanwhile, so that others can't be told apart. What went
+/// on before is known still, and the rest can wait for a moment.
+void PipeWireGraph::settle(unsigned times) {
+    settling_.reset();
+    if (!identity_.pictureCompleted() && times > 0) {
+        settling_ = loop_.after(times_.respite, [this, times] {
+            settle(times - 1);
+            isStale_ = true;
+            publish();
+        });
     }
 }
 
@@ -308,9 +307,16 @@ ClientIdentity::Who PipeWireGraph::whoIs(const GraphUses::User& user) {
 GraphPicture PipeWireGraph::livePicture() {
     GraphPicture picture;
     const auto& uses = model_.uses();
-    const bool isFirst = std::exchange(isFirstPicture_, false);
+    const bool isFirst = isFirstPicture_;
+    isFirstPicture_ = static_cast<bool>(settling_);
+    const auto canWait = [this](const GraphUses::User& user) {
+        return settling_ && identity_.isDoubtful(user.client);
+    };
     std::vector<CountedUses::User> users;
     for (const auto& user : uses.users) {
+        if (canWait(user)) {
+            continue;
+        }
         auto who = whoIs(user);
         users.push_back(
             {.client = user.client,
@@ -338,6 +344,9 @@ GraphPicture PipeWireGraph::livePicture() {
                         camera.name.empty() ? words().text("Unknown camera") : camera.name,
                         camera.isRunning};
         for (const auto& user : camera.users) {
+            if (canWait(user)) {
+                continue;
+            }
             auto who = whoIs(user);
             const bool isKnown =
                 std::any_of(entry.users.begin(), entry.users.end(),

@@ -44,7 +44,8 @@ struct PipeWireTimes {
     /// A stream that stopped before and whose node goes within so long was no such pause: its
     /// client has ended. It is told of for as long, and so is one that pauses again and again.
     Seconds brief = 0.05;
-    /// Between two connections that lose sight before they have seen everything.
+    /// Between two connections that lose sight before they have seen everything, and a few
+    /// times so long what is new in the second may wait to be told apart.
     Seconds respite = 0.02;
     /// How long any other client's stream may pause in the midst of its use. The end of one that
     /// pauses for longer is told so much later; that of a stream that goes is told at once.
@@ -67,9 +68,9 @@ public:
     /// One a client that hears or plays, in the order of their coming. The object id belongs to
     /// that client alone for as long as this program runs, and its app is pinned under it; `pid` is
     /// the process that is believed to be behind it, 0 if that isn't known.
-    std::vector<AudioProcess> processes() const;
+    std::vector<AudioProcess> processes() const { return shown_.audioProcesses(); }
     std::vector<AudioDeviceInfo> devices() const { return shown_.devices; }
-    std::vector<CameraUse> cameras() const;
+    std::vector<CameraUse> cameras() const { return shown_.cameraUses(); }
     /// Whether a server answers; without one the lists are empty, or what is held of them.
     bool isConnected() const { return core_ != nullptr && isComplete_; }
 
@@ -116,6 +117,7 @@ private:
     void seekServer();
     void disconnect();
     void loseServer();
+    void settle(unsigned times);
     void holdUses();
     void releaseAfter(Seconds delay);
     void heldHaveChanged();
@@ -146,6 +148,7 @@ private:
     bool isSameServer_ = false;           ///< as that of the connection before
     unsigned uneventful_ = 0;             ///< checks that were left out
     Subscription nextAttempt_;
+    Subscription settling_;       ///< while new connections aren't asked about
     bool isStale_ = false;        ///< beside the model: names, or what is held
     bool isFirstPicture_ = false; ///< of this connection
     bool wasConnected_ = false;

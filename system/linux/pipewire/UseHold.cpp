@@ -5,6 +5,25 @@
 
 namespace velmoran {
 
+std::vector<AudioProcess> GraphPicture::audioProcesses() const {
+    std::vector<AudioProcess> all;
+    for (const auto& entry : processes) {
+        all.push_back(entry.process);
+    }
+    return all;
+}
+
+std::vector<CameraUse> GraphPicture::cameraUses() const {
+    std::vector<CameraUse> uses;
+    for (const auto& camera : cameras) {
+        auto& use = uses.emplace_back(CameraUse{camera.device, {}});
+        for (const auto& user : camera.users) {
+            use.apps.emplace_back(user.app);
+        }
+    }
+    return uses;
+}
+
 void UseHold::hold(const GraphPicture& picture) {
     isHolding_ = true;
     for (const auto& entry : picture.processes) {

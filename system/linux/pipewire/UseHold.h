@@ -40,6 +40,8 @@ struct GraphPicture {
     std::vector<AudioDeviceInfo> devices;
     std::vector<Camera> cameras;
 
+    std::vector<AudioProcess> audioProcesses() const;
+    std::vector<CameraUse> cameraUses() const;
     bool operator==(const GraphPicture&) const = default;
 };
 
