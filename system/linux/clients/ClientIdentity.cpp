@@ -6,6 +6,12 @@
 
 namespace velmoran {
 
+namespace {
+
+constexpr unsigned mostAttempts = 4;
+
+} // namespace
+
 ClientIdentity::ClientIdentity(SocketFacts& facts, ProcessNaming& naming, std::string nativeSocket)
     : facts_(facts),
       naming_(naming),
@@ -57,11 +63,11 @@ void ClientIdentity::described(ClientKey client, std::optional<pid_t> claimedPid
     }
 }
 
-bool ClientIdentity::pictureCompleted() {
+void ClientIdentity::pictureCompleted() {
+    claimAll();
     for (auto& [server, clients] : served_) {
         clients.pictureCompleted();
     }
-    return claimAll();
 }
 
 void ClientIdentity::opened(ClientKey client) {
@@ -74,6 +80,10 @@ void ClientIdentity::opened(ClientKey client) {
         servedBy(entry.connectedPid).opened(client);
     } else if (entry.connectedPid > 0) {
         confirm(client, entry);
+        if (entry.who.app.unidentified && ++entry.attempts < mostAttempts &&
+            facts_.isReadable(entry.connectedPid)) {
+            return;
+        }
     }
     // From now on a use can be told of under this name, so it stays.
     entry.isOpened = true;
@@ -121,10 +131,9 @@ bool ClientIdentity::isServed(ClientKey client) const {
     return found != entries_.end() && found->second.isServed;
 }
 
-bool ClientIdentity::isDoubtful(ClientKey client) const {
+bool ClientIdentity::isUndecided(ClientKey client) const {
     const auto found = entries_.find(client);
-    return found != entries_.end() && !found->second.isServed && !found->second.isOpened &&
-           found->second.ends.empty() && found->second.possible.empty();
+    return found != entries_.end() && !found->second.isOpened && found->second.attempts > 0;
 }
 
 bool ClientIdentity::isNative(const SocketPair& pair) const {
@@ -228,19 +237,19 @@ void ClientIdentity::claim(Entry& entry) const {
 
 /// For those that were there before: what they hold may have been given to them, and their own to
 /// others. So this counts only where nobody has more than was announced for him.
-bool ClientIdentity::claimAll() {
+void ClientIdentity::claimAll() {
     if (std::ranges::none_of(entries_, [](const auto& each) {
             return !each.second.isServed && each.second.connectedPid > 0 &&
                    each.second.ends.empty();
         })) {
-        return true;
+        return;
     }
-    return claimFrom(leftover(nativeEnds()));
+    claimFrom(leftover(nativeEnds()));
 }
 
-bool ClientIdentity::claimFrom(const Leftover& left) {
+void ClientIdentity::claimFrom(const Leftover& left) {
     if (!left.strays.empty()) {
-        return false;
+        return;
     }
     for (const auto& [pid, clients] : left.clients) {
         const auto its = left.held.find(pid);
@@ -253,7 +262,6 @@ bool ClientIdentity::claimFrom(const Leftover& left) {
             entry.possible.clear();
         }
     }
-    return true;
 }
 
 void ClientIdentity::confirm(ClientKey client, Entry& entry) {

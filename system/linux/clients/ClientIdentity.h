@@ -38,9 +38,8 @@ public:
     void appeared(ClientKey client, std::optional<pid_t> connectedPid, bool isNew);
     /// What the client says of itself has come or changed; both are its own words.
     void described(ClientKey client, std::optional<pid_t> claimedPid, bool saysPulse);
-    /// All clients are known that were there before this program, or its connection. False if some
-    /// connections are nobody's as it seems: as those of whoever comes or goes at this moment.
-    bool pictureCompleted();
+    /// All clients are known that were there before this program, or its connection.
+    void pictureCompleted();
     /// The client has made its first node, so whoever holds its connection now is its user: a
     /// connection can have been handed on since.
     void opened(ClientKey client);
@@ -55,8 +54,9 @@ public:
     bool isReady(ClientKey client) const;
     /// Whether a sound server connected it, on behalf of a client of its own.
     bool isServed(ClientKey client) const;
-    /// Whether its own connection isn't known, so that `opened` would go by its words.
-    bool isDoubtful(ClientKey client) const;
+    /// Whether `opened` couldn't tell, and is to be called again in a moment: who comes or goes may
+    /// be in the way. The last time it is an app that can't be named.
+    bool isUndecided(ClientKey client) const;
     /// Also for a client that was never announced: an app that can't be named. A name stays from
     /// `opened` on; one that can't be told then may be found out later.
     Who who(ClientKey client) const;
@@ -67,6 +67,7 @@ private:
         pid_t claimedPid = 0; ///< 0 if it says nothing
         bool isServed = false;
         bool isOpened = false;
+        unsigned attempts = 0; ///< to tell, when it was opened
         // Of a native one:
         Ends ends;     ///< the connection that must be its own; empty if several could
         Ends possible; ///< has one of these if several could; empty if nobody saw it come
@@ -88,8 +89,8 @@ private:
     bool isEven(pid_t pid, std::size_t held, std::size_t announced) const;
     Leftover leftover(const Ends& all) const;
     void claim(Entry& entry) const;
-    bool claimAll();
-    bool claimFrom(const Leftover& left);
+    void claimAll();
+    void claimFrom(const Leftover& left);
     void confirm(ClientKey client, Entry& entry);
     std::optional<Who> tellApart(ClientKey client, const std::vector<ClientKey>& clients,
                                  const Ends& candidates, const ConnectionHolders& holders) const;

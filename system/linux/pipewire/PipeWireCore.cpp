@@ -153,6 +153,7 @@ struct LiveCore final : PipeWireCore {
         });
         // Whoever looks meanwhile sees a connection that is nobody's until its first word is there.
         pw_loop_iterate(loop, 0);
+        endTurn();
         return static_cast<bool>(watch);
     }
 
@@ -169,6 +170,8 @@ struct LiveCore final : PipeWireCore {
         }
         return true;
     }
+
+    bool areRemovalsInDoubt() const override { return sight.areRemovalsInDoubt(); }
 
     void checkSight() override {
         sight.doubt();

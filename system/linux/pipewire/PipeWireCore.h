@@ -60,6 +60,8 @@ public:
     virtual bool waitForPicture(Seconds bound) = 0;
     /// Lets the server say whether it still shows everything, where nothing gives reason to ask.
     virtual void checkSight() = 0;
+    /// Whether objects were told to be removed that may be hidden only. Known within a round trip.
+    virtual bool areRemovalsInDoubt() const = 0;
 };
 
 } // namespace velmoran

@@ -16,8 +16,8 @@ constexpr std::uint32_t firstObjectID = 0x50000000;
 
 /// While nothing is in use only each so manieth time that it is called for does something.
 constexpr unsigned rareCheck = 10;
-/// How many times it is waited for those who come and go when the sight was taken.
-constexpr unsigned settlingTimes = 3;
+/// However much is being removed.
+constexpr unsigned mostTurnsPutOff = 3;
 
 } // namespace
 
@@ -55,7 +55,7 @@ PipeWireGraph::~PipeWireGraph() {
         release_.reset();
         pauses_.clear();
         nextAttempt_.reset();
-        settling_.reset();
+        secondLook_.reset();
         heldProcesses_.waitFor({});
         socket_.stop();
         core_.reset();
@@ -100,7 +100,7 @@ void PipeWireGraph::disconnect() {
     model_.clear();
     pauses_.clear();
     receivers_.clear();
-    settling_.reset();
+    secondLook_.reset();
     networkClients_.clear();
     counted_.clear();
     isStale_ = true;
@@ -120,11 +120,7 @@ void PipeWireGraph::serverKnown(std::uint32_t cookie) {
 }
 
 void PipeWireGraph::checkSight() {
-    const bool isInUse =
-        !shown_.processes.empty() || std::ranges::any_of(shown_.cameras, [](const auto& camera) {
-            return !camera.users.empty();
-        });
-    if (isConnected() && (isInUse || ++uneventful_ % rareCheck == 0)) {
+    if (isConnected() && (shown_.hasUsers() || ++uneventful_ % rareCheck == 0)) {
         core_->checkSight();
     }
 }
@@ -164,7 +160,7 @@ void PipeWireGraph::nodeChanged(const GraphNode& node) {
     if (!known && isComplete_ && client && identity_.isReady(*client)) {
         // The stream runs some milliseconds later: the time to look who holds the connection. Of
         // the many that are there at the start only those are looked at that use something.
-        identity_.opened(*client);
+        openedAgain(*client);
         markRelayByName(*client);
         isStale_ = true;
     }
@@ -216,7 +212,7 @@ void PipeWireGraph::pictureIsComplete() {
     if (isSameServer_) {
         identity_.keepOnly(model_.clients());
     }
-    settle(isSameServer_ ? settlingTimes : 0);
+    identity_.pictureCompleted();
     isComplete_ = true;
     isFirstPicture_ = true;
     isStale_ = true;
@@ -225,24 +221,18 @@ void PipeWireGraph::pictureIsComplete() {
     }
 }
 
-/// Whoever took the sight may come and go meanwhile, so that others can't be told apart. What went
-/// on before is known still, and the rest can wait for a moment.
-void PipeWireGraph::settle(unsigned times) {
-    settling_.reset();
-    if (!identity_.pictureCompleted() && times > 0) {
-        settling_ = loop_.after(times_.respite, [this, times] {
-            settle(times - 1);
-            isStale_ = true;
-            publish();
-        });
-    }
-}
-
 void PipeWireGraph::turnEnded() {
     pauses_.turnEnded();
     if (isLost_) {
         loseServer();
     }
+    // What changes beside a removal is told with it, as what a session manager leaves behind is
+    // with its going.
+    if (core_ && core_->areRemovalsInDoubt() && turnsPutOff_ < mostTurnsPutOff) {
+        ++turnsPutOff_;
+        return;
+    }
+    turnsPutOff_ = 0;
     publish();
     if (wasConnected_ != isConnected()) {
         wasConnected_ = isConnected();
@@ -292,11 +282,18 @@ std::uint32_t PipeWireGraph::objectID(GraphSerial serial) {
     return entry->second;
 }
 
+/// Who can't be told is looked at again, but not at each change.
+void PipeWireGraph::openedAgain(GraphSerial client) {
+    if (!secondLook_ || !identity_.isUndecided(client)) {
+        identity_.opened(client);
+    }
+}
+
 ClientIdentity::Who PipeWireGraph::whoIs(const GraphUses::User& user) {
     if (user.client == 0) {
         return {naming_.unidentified("node-" + std::to_string(user.node)), 0};
     }
-    identity_.opened(user.client);
+    openedAgain(user.client);
     auto who = identity_.who(user.client);
     if (networkClients_.contains(user.client) && who.pid > 0) {
         return receivers_.receiver(user.client, who.pid).value_or(std::move(who));
@@ -307,17 +304,15 @@ ClientIdentity::Who PipeWireGraph::whoIs(const GraphUses::User& user) {
 GraphPicture PipeWireGraph::livePicture() {
     GraphPicture picture;
     const auto& uses = model_.uses();
-    const bool isFirst = isFirstPicture_;
-    isFirstPicture_ = static_cast<bool>(settling_);
-    const auto canWait = [this](const GraphUses::User& user) {
-        return settling_ && identity_.isDoubtful(user.client);
-    };
+    const bool isFirst = std::exchange(isFirstPicture_, false);
+    bool isWaiting = false;
     std::vector<CountedUses::User> users;
     for (const auto& user : uses.users) {
-        if (canWait(user)) {
+        auto who = whoIs(user);
+        if (identity_.isUndecided(user.client)) {
+            isWaiting = true;
             continue;
         }
-        auto who = whoIs(user);
         users.push_back(
             {.client = user.client,
              .node = user.node,
@@ -344,10 +339,11 @@ GraphPicture PipeWireGraph::livePicture() {
                         camera.name.empty() ? words().text("Unknown camera") : camera.name,
                         camera.isRunning};
         for (const auto& user : camera.users) {
-            if (canWait(user)) {
+            auto who = whoIs(user);
+            if (identity_.isUndecided(user.client)) {
+                isWaiting = true;
                 continue;
             }
-            auto who = whoIs(user);
             const bool isKnown =
                 std::any_of(entry.users.begin(), entry.users.end(),
                             [&](const auto& other) { return other.app.isSameApp(who.app); });
@@ -356,6 +352,16 @@ GraphPicture PipeWireGraph::livePicture() {
             }
         }
         picture.cameras.push_back(std::move(entry));
+    }
+    if (isWaiting) {
+        isFirstPicture_ = isFirst;
+        if (!secondLook_) {
+            secondLook_ = loop_.after(times_.respite, [this] {
+                secondLook_.reset();
+                isStale_ = true;
+                publish();
+            });
+        }
     }
     return picture;
 }

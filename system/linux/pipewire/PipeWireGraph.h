@@ -44,8 +44,8 @@ struct PipeWireTimes {
     /// A stream that stopped before and whose node goes within so long was no such pause: its
     /// client has ended. It is told of for as long, and so is one that pauses again and again.
     Seconds brief = 0.05;
-    /// Between two connections that lose sight before they have seen everything, and a few
-    /// times so long what is new in the second may wait to be told apart.
+    /// Between two connections that lose sight before they have seen everything, and
+    /// between two attempts to tell who a client is.
     Seconds respite = 0.02;
     /// How long any other client's stream may pause in the midst of its use. The end of one that
     /// pauses for longer is told so much later; that of a stream that goes is told at once.
@@ -117,7 +117,6 @@ private:
     void seekServer();
     void disconnect();
     void loseServer();
-    void settle(unsigned times);
     void holdUses();
     void releaseAfter(Seconds delay);
     void heldHaveChanged();
@@ -126,6 +125,7 @@ private:
     void publish();
     GraphPicture livePicture();
     std::uint32_t objectID(GraphSerial serial);
+    void openedAgain(GraphSerial client);
     ClientIdentity::Who whoIs(const GraphUses::User& user);
     void pin(const GraphPicture& before);
 
@@ -146,9 +146,10 @@ private:
     bool isLost_ = false;
     std::optional<std::uint32_t> cookie_; ///< of the last server
     bool isSameServer_ = false;           ///< as that of the connection before
-    unsigned uneventful_ = 0;             ///< checks that were left out
+    unsigned turnsPutOff_ = 0;
+    unsigned uneventful_ = 0; ///< checks that were left out
     Subscription nextAttempt_;
-    Subscription settling_;       ///< while new connections aren't asked about
+    Subscription secondLook_;     ///< at whom it couldn't be told yet
     bool isStale_ = false;        ///< beside the model: names, or what is held
     bool isFirstPicture_ = false; ///< of this connection
     bool wasConnected_ = false;

@@ -34,6 +34,7 @@ public:
     /// The server doesn't let itself be asked.
     void refused() { isTaken_ = true; }
 
+    bool areRemovalsInDoubt() const { return !removals_.empty(); }
     /// Something is hidden from this connection, for certain and for good.
     bool isTaken() const { return isTaken_; }
 

@@ -5,6 +5,11 @@
 
 namespace velmoran {
 
+bool GraphPicture::hasUsers() const {
+    return !processes.empty() ||
+           std::ranges::any_of(cameras, [](const auto& camera) { return !camera.users.empty(); });
+}
+
 std::vector<AudioProcess> GraphPicture::audioProcesses() const {
     std::vector<AudioProcess> all;
     for (const auto& entry : processes) {

@@ -40,6 +40,7 @@ struct GraphPicture {
     std::vector<AudioDeviceInfo> devices;
     std::vector<Camera> cameras;
 
+    bool hasUsers() const;
     std::vector<AudioProcess> audioProcesses() const;
     std::vector<CameraUse> cameraUses() const;
     bool operator==(const GraphPicture&) const = default;
