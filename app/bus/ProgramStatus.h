@@ -15,7 +15,22 @@ namespace velmoran {
 
 class AppModel;
 
+/// A time in which nothing was seen, in whole seconds since 1970-01-01 00:00:00 UTC.
+struct StatusGap {
+    std::int64_t from = 0;
+    std::int64_t to = 0;
+
+    bool operator==(const StatusGap&) const = default;
+};
+
+void visitFields(MaybeConst<StatusGap> auto& gap, auto visit) {
+    visit("from", gap.from);
+    visit("to", gap.to);
+}
+
 struct ProgramStatus {
+    using Gap = StatusGap;
+
     static Timestamp timestampOf(std::int64_t unixTime) {
         return {static_cast<double>(unixTime) - secondsFromUnixEpoch};
     }
@@ -36,13 +51,6 @@ struct ProgramStatus {
 
         Timestamp start() const { return timestampOf(since); }
         bool operator==(const Use&) const = default;
-    };
-
-    struct Gap {
-        std::int64_t from = 0; ///< whole seconds, as above
-        std::int64_t to = 0;
-
-        bool operator==(const Gap&) const = default;
     };
 
     bool cameraOn = false;
@@ -74,11 +82,6 @@ void visitFields(MaybeConst<ProgramStatus::Use> auto& use, auto visit) {
     visit("app", use.app);
     visit("since", use.since);
     visit("seenFromStart", use.seenFromStart);
-}
-
-void visitFields(MaybeConst<ProgramStatus::Gap> auto& gap, auto visit) {
-    visit("from", gap.from);
-    visit("to", gap.to);
 }
 
 void visitFields(MaybeConst<ProgramStatus> auto& status, auto visit) {

@@ -14,6 +14,7 @@ CountedUses::CountedUses(Scheduler& scheduler, const Clock& clock, Times times,
 
 std::vector<GraphPicture::Process>
 CountedUses::tellable(std::vector<User> users, const std::function<bool(GraphSerial)>& isThere) {
+    keepWaiting(users);
     std::vector<GraphPicture::Process> told;
     const auto before = std::exchange(parts_, {});
     confirmation_.begin();
@@ -66,6 +67,21 @@ CountedUses::tellable(std::vector<User> users, const std::function<bool(GraphSer
     return told;
 }
 
+void CountedUses::keepWaiting(std::vector<User>& users) {
+    auto before = std::exchange(waiting_, {});
+    std::erase_if(users, [&](User& user) {
+        const auto known = before.extract(user.client);
+        user.isSure = user.isSure || (known && known.mapped().isSure);
+        if (user.isUndecided) {
+            waiting_[user.client] = {std::move(user.entry), user.isSure};
+        }
+        return user.isUndecided;
+    });
+    for (const auto& [client, gone] : before) {
+        showBriefly({client, gone.entry.process.isRunningInput}, gone.entry);
+    }
+}
+
 void CountedUses::showBriefly(const UseConfirmation::Use& use, const GraphPicture::Process& entry) {
     brief_[use] = {entry, scheduler_.after(times_.brief, [this, use] {
                        brief_.erase(use);
@@ -74,6 +90,7 @@ void CountedUses::showBriefly(const UseConfirmation::Use& use, const GraphPictur
 }
 
 void CountedUses::clear() {
+    waiting_.clear();
     parts_.clear();
     leaving_.clear();
 }
@@ -82,6 +99,11 @@ void CountedUses::forgetServer() {
     clear();
     confirmation_.clear();
     brief_.clear();
+}
+
+void CountedUses::stop() {
+    forgetServer();
+    confirmation_.stop();
 }
 
 } // namespace velmoran

@@ -25,6 +25,9 @@ public:
         GraphSerial node = 0;
         std::string app;     ///< by which short uses are added up
         bool isSure = false; ///< no false start, whatever its length
+        /// It will be told apart in a moment, or can't be: until then it isn't told of, and if it
+        /// is gone by then, briefly as who it is said to be here.
+        bool isUndecided = false;
         GraphPicture::Process entry;
     };
 
@@ -41,6 +44,8 @@ public:
     void clear();
     /// And the next one is another server's, whose numbers mean others.
     void forgetServer();
+    /// Nothing is called back from now on.
+    void stop();
 
 private:
     /// As it is told of while it is told of for one direction alone.
@@ -56,6 +61,13 @@ private:
         Subscription end;
     };
 
+    /// Whoever was undecided before, for as long as he is.
+    struct Waiting {
+        GraphPicture::Process entry;
+        bool isSure = false;
+    };
+
+    void keepWaiting(std::vector<User>& users);
     void showBriefly(const UseConfirmation::Use& use, const GraphPicture::Process& entry);
 
     Scheduler& scheduler_;
@@ -64,6 +76,7 @@ private:
     UseConfirmation confirmation_;
     std::map<UseConfirmation::Use, Part> parts_;            ///< of those who were there last
     std::map<UseConfirmation::Use, Passing<Part>> leaving_; ///< stopped a moment ago
+    std::map<GraphSerial, Waiting> waiting_;                ///< by client
     /// Over, and still told of.
     std::map<UseConfirmation::Use, Passing<GraphPicture::Process>> brief_;
 };

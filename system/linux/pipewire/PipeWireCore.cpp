@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -158,17 +159,23 @@ struct LiveCore final : PipeWireCore {
     }
 
     bool waitForPicture(Seconds patience) override {
+        iterateUntil([this] { return isComplete; }, patience);
+        return isComplete || isOver();
+    }
+    void waitFor(Seconds time) override {
+        iterateUntil([] { return false; }, time);
+    }
+    void iterateUntil(const std::function<bool()>& condition, Seconds patience) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(patience);
-        while (!isComplete && !isOver()) {
+        while (!condition() && !isOver()) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
                 end - std::chrono::steady_clock::now());
             if (left.count() <= 0) {
-                return false;
+                return;
             }
             pw_loop_iterate(loop, static_cast<int>(left.count()));
             endTurn();
         }
-        return true;
     }
 
     bool areRemovalsInDoubt() const override { return sight.areRemovalsInDoubt(); }
@@ -242,10 +249,13 @@ struct LiveCore final : PipeWireCore {
     static void onError(void* data, std::uint32_t id, int, int result, const char*) {
         // Errors of other objects are those that were gone before they could be asked about.
         auto* self = static_cast<LiveCore*>(data);
-        if (id == PW_ID_CORE && result == -EPIPE) {
-            self->isLost = true;
-        } else if ((id == PW_ID_CORE || id == PW_ID_CLIENT) && result == -EACCES) {
+        if ((id == PW_ID_CORE && result == -EACCES) || id == PW_ID_CLIENT) {
             self->sight.refused();
+        } else if (id == PW_ID_CORE) {
+            // The library says it in the system's words, and once: nothing else comes then.
+            constexpr std::array ends = {-EPIPE,  -ECONNRESET, -ECONNABORTED, -ENOTCONN,     -EBADF,
+                                         -EPROTO, -ENOMEM,     -EINVAL,       -ECONNREFUSED, -EIO};
+            self->isLost = self->isLost || std::ranges::find(ends, result) != ends.end();
         }
     }
 

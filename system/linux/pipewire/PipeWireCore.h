@@ -58,6 +58,8 @@ public:
     /// Waits on this thread until the picture is complete or the server has gone, with the calls
     /// that come of it but `turnEnded`. False if neither happened in time; it goes on by itself.
     virtual bool waitForPicture(Seconds bound) = 0;
+    /// Waits on this thread for as long, or until the server has gone, with the calls that come.
+    virtual void waitFor(Seconds time) = 0;
     /// Lets the server say whether it still shows everything, where nothing gives reason to ask.
     virtual void checkSight() = 0;
     /// Whether objects were told to be removed that may be hidden only. Known within a round trip.

@@ -46,6 +46,16 @@ PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, SocketFacts
             seekServer();
         }
         publish();
+        // What goes on already is told as such, also if it can't be told at once by whom.
+        while (core_ && secondLook_ && !isLost_) {
+            core_->waitFor(times_.respite);
+            secondLook_.reset();
+            isStale_ = true;
+            publish();
+        }
+        if (isLost_) {
+            loseServer();
+        }
         wasConnected_ = isConnected();
     });
 }
@@ -56,6 +66,7 @@ PipeWireGraph::~PipeWireGraph() {
         pauses_.clear();
         nextAttempt_.reset();
         secondLook_.reset();
+        counted_.stop();
         heldProcesses_.waitFor({});
         socket_.stop();
         core_.reset();
@@ -63,12 +74,6 @@ PipeWireGraph::~PipeWireGraph() {
             naming_.unpin(process.objectID);
         }
     });
-}
-
-Subscription
-PipeWireGraph::onDefaultOutput(const std::function<void(const std::string&)>& callback) {
-    callback(*defaultOutput_);
-    return defaultOutput_.subscribe(callback);
 }
 
 bool PipeWireGraph::connect(bool waits) {
@@ -284,8 +289,19 @@ std::uint32_t PipeWireGraph::objectID(GraphSerial serial) {
 
 /// Who can't be told is looked at again, but not at each change.
 void PipeWireGraph::openedAgain(GraphSerial client) {
-    if (!secondLook_ || !identity_.isUndecided(client)) {
-        identity_.opened(client);
+    const bool wasUndecided = identity_.isUndecided(client);
+    if (wasUndecided && secondLook_) {
+        return;
+    }
+    identity_.opened(client);
+    if (identity_.isUndecided(client)) {
+        secondLook_ = loop_.after(times_.respite, [this] {
+            secondLook_.reset();
+            isStale_ = true;
+            publish();
+        });
+    } else if (wasUndecided) {
+        markRelayByName(client);
     }
 }
 
@@ -305,19 +321,15 @@ GraphPicture PipeWireGraph::livePicture() {
     GraphPicture picture;
     const auto& uses = model_.uses();
     const bool isFirst = std::exchange(isFirstPicture_, false);
-    bool isWaiting = false;
     std::vector<CountedUses::User> users;
     for (const auto& user : uses.users) {
         auto who = whoIs(user);
-        if (identity_.isUndecided(user.client)) {
-            isWaiting = true;
-            continue;
-        }
         users.push_back(
             {.client = user.client,
              .node = user.node,
              .app = who.app.unidentified ? std::string() : who.app.id(),
              .isSure = isFirst || !identity_.isServed(user.client),
+             .isUndecided = identity_.isUndecided(user.client),
              .entry = {{.objectID = objectID(user.client != 0 ? user.client : user.node),
                         .pid = who.pid,
                         .bundleID = who.app.bundleID,
@@ -341,7 +353,6 @@ GraphPicture PipeWireGraph::livePicture() {
         for (const auto& user : camera.users) {
             auto who = whoIs(user);
             if (identity_.isUndecided(user.client)) {
-                isWaiting = true;
                 continue;
             }
             const bool isKnown =
@@ -352,16 +363,6 @@ GraphPicture PipeWireGraph::livePicture() {
             }
         }
         picture.cameras.push_back(std::move(entry));
-    }
-    if (isWaiting) {
-        isFirstPicture_ = isFirst;
-        if (!secondLook_) {
-            secondLook_ = loop_.after(times_.respite, [this] {
-                secondLook_.reset();
-                isStale_ = true;
-                publish();
-            });
-        }
     }
     return picture;
 }

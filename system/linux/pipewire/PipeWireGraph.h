@@ -93,7 +93,10 @@ public:
     /// Called at once and on each change with the name of the node that sound goes to by default,
     /// empty when that isn't known. The loop's thread.
     [[nodiscard]] Subscription
-    onDefaultOutput(const std::function<void(const std::string&)>& callback);
+    onDefaultOutput(const std::function<void(const std::string&)>& callback) {
+        callback(*defaultOutput_);
+        return defaultOutput_.subscribe(callback);
+    }
 
 private:
     void serverKnown(std::uint32_t cookie) override;

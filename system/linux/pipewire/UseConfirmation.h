@@ -51,6 +51,10 @@ public:
     std::vector<Ended> end();
     /// Nothing of it means anything any more: the numbers begin anew.
     void clear() { entries_.clear(); }
+    void stop() {
+        clear();
+        short_.clear();
+    }
 
 private:
     /// Of an app, and of input or output.

@@ -47,8 +47,14 @@ private:
     void stateChanged() {
         const auto state = pa_context_get_state(context_);
         if (state == PA_CONTEXT_READY) {
-            release(pa_context_get_source_info_list(context_, list<pa_source_info, true>, this));
-            release(pa_context_get_sink_info_list(context_, list<pa_sink_info, false>, this));
+            auto* sources =
+                pa_context_get_source_info_list(context_, list<pa_source_info, true>, this);
+            auto* sinks = pa_context_get_sink_info_list(context_, list<pa_sink_info, false>, this);
+            release(sources);
+            release(sinks);
+            if (sources == nullptr || sinks == nullptr) {
+                end(Seen::nothing);
+            }
         } else if (!PA_CONTEXT_IS_GOOD(state)) {
             end(Seen::nothing);
         }
@@ -57,7 +63,9 @@ private:
     template <class Info, bool isSource>
     static void list(pa_context*, const Info* info, int end, void* data) {
         auto* self = static_cast<Look*>(data);
-        if (end == 0) {
+        if (end < 0) {
+            self->end(Seen::nothing);
+        } else if (end == 0) {
             self->isThere_ = self->isThere_ || self->removed_.contains({isSource, info->index});
         } else if (--self->lists_ == 0) {
             self->end(self->isThere_ ? Seen::stillThere : Seen::gone);
@@ -125,7 +133,7 @@ void HiddenDevices::looked(pa_threaded_mainloop* loop, Seen seen) {
             return;
         }
         lookSoon(loop);
-        if (!isLooking()) {
+        if (seen == Seen::gone) {
             gone_();
         }
     });

@@ -21,7 +21,7 @@ class PulseContext;
 
 class HiddenDevices {
 public:
-    /// `found` is called when one of them is still there, `gone` when all of them have really gone.
+    /// `found` is called when one of them is still there, `gone` when those looked for have gone.
     /// `context` outlives this.
     HiddenDevices(PulseContext& context, std::function<void()> found, std::function<void()> gone);
     ~HiddenDevices();

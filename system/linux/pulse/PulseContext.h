@@ -112,7 +112,8 @@ public:
     }
 
     /// Whether devices that were told to be removed may be there all the same, hidden from this
-    /// connection: then that begins anew soon, otherwise listeners hear of it. With the lock held.
+    /// connection. If so it begins anew, and if not listeners hear of it, as soon as the server
+    /// lets itself be asked. With the lock held.
     bool mayBeHidden() const { return hidden_.isLooking(); }
 
     /// Whether the connection was lost a moment ago and may be there again at once: otherwise

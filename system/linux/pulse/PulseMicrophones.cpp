@@ -58,7 +58,8 @@ void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
             return;
         }
         call.alarm = pulse_.after(bound, [this, &call] { overdue(call); });
-        if (context && !isListing_ && !pulse_.mayBeHidden()) {
+        call.awaitsSources = !context;
+        if (context && !isListing_) {
             begin(call);
         }
     });
@@ -99,6 +100,7 @@ void PulseMicrophones::disconnected() {
         } else {
             forgetWrites(call);
             call.begun = false;
+            call.awaitsSources = true;
         }
     }
     sources_.clear();
@@ -208,13 +210,10 @@ bool PulseMicrophones::isMuted(std::uint32_t index, const Source& source) const 
 }
 
 void PulseMicrophones::beginWaiting() {
-    if (pulse_.mayBeHidden()) {
-        return;
-    }
     for (auto next = calls_.begin(); next != calls_.end();) {
         auto& call = *next++;
         // A server that has just come has its sources only a moment later.
-        if (!call.begun && (call.done || !sources_.empty())) {
+        if (!call.begun && ((call.done && !call.awaitsSources) || !sources_.empty())) {
             begin(call);
         }
     }
@@ -222,6 +221,8 @@ void PulseMicrophones::beginWaiting() {
 
 void PulseMicrophones::begin(Call& call) {
     call.begun = true;
+    call.hasMissed = false;
+    forgetWrites(call);
     if (!call.only && !(call.muted && sources_.empty())) {
         isMuteWanted_ = call.muted;
         if (!isMuteWanted_) {
@@ -261,12 +262,8 @@ void PulseMicrophones::writeAnswered(pa_context* context, int success, void* dat
         self.begin(call);
         return;
     }
-    if (success == 0 && call.muted && !call.only && pa_context_errno(context) == PA_ERR_NOENTITY) {
-        // Removed, or hidden from here: what there is to mute is known soon.
-        forgetWrites(call);
-        call.begun = false;
-        return;
-    }
+    call.hasMissed =
+        call.hasMissed || (success == 0 && pa_context_errno(context) == PA_ERR_NOENTITY);
     forget(write);
     write.success = success != 0;
     if (*write.success && !call.muted && !self.isMuteWanted_) {
@@ -289,9 +286,16 @@ void PulseMicrophones::proceed(Call& call) {
         return;
     }
     setByVolume(call);
-    if (std::none_of(call.writes.begin(), call.writes.end(), isOpen)) {
-        finish(call);
+    if (std::any_of(call.writes.begin(), call.writes.end(), isOpen)) {
+        return;
     }
+    // What was removed may be hidden from here, and is to be muted all the same. That is known
+    // soon.
+    if (call.muted && !call.only && call.done && (call.hasMissed || pulse_.mayBeHidden())) {
+        call.begun = false;
+        return;
+    }
+    finish(call);
 }
 
 // The sources whose switch didn't work. What was sent counts as done here; what the server answers

@@ -90,7 +90,9 @@ private:
         Answer late;
         std::optional<std::uint32_t> only; ///< a source that has come back; else all
         bool begun = false;
-        std::list<Write> writes; ///< in the order of the server's list
+        bool awaitsSources = false; ///< the connection was lost meanwhile
+        bool hasMissed = false;     ///< a source was not there that was to be muted
+        std::list<Write> writes;    ///< in the order of the server's list
         Subscription alarm;
     };
     void connected() override;
