@@ -86,6 +86,11 @@ std::string loadModule(Scene& scene, std::vector<std::string> moduleAndArguments
     return loaded.output.substr(0, loaded.output.find('\n'));
 }
 
+std::string loopbackEnd(const std::string& node, const std::string& group) {
+    return "{ target.object = " + node + " node.target = " + node + " node.link-group = " + group +
+           " }";
+}
+
 void awaitSource(Scene& scene, const std::string& name) {
     if (!waitUntil([&] {
             return scene.session().run({"pactl", "list", "short", "sources"}).output.find(name) !=

@@ -34,6 +34,8 @@ Verdict verdictOnListenerAt(Scene& scene, const std::string& source);
 ChildProcess& runModule(Scene& scene, const std::string& module, const std::string& arguments);
 /// The server for PulseAudio's clients loads a module; its number. Throws if it can't.
 std::string loadModule(Scene& scene, std::vector<std::string> moduleAndArguments);
+/// The properties of one end of a loopback that is to be linked to that node.
+std::string loopbackEnd(const std::string& node, const std::string& group);
 /// Waits until there is a source of that name; throws if none comes.
 void awaitSource(Scene& scene, const std::string& name);
 

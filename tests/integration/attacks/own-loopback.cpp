@@ -4,22 +4,13 @@
 
 namespace velmoran::attacks {
 
-namespace {
-
-std::string end(const std::string& node, const std::string& group) {
-    return "{ target.object = " + node + " node.target = " + node + " node.link-group = " + group +
-           " }";
-}
-
-} // namespace
-
 Verdict ownLoopback(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     loadModule(scene, {"module-null-sink", "sink_name=drain"});
-    scene.session().start("loopback",
-                          {"pw-loopback", "--capture-props", end("virtual-microphone", "in"),
-                           "--playback-props", end("drain", "out")});
+    scene.session().start("loopback", {"pw-loopback", "--capture-props",
+                                       loopbackEnd("virtual-microphone", "in"), "--playback-props",
+                                       loopbackEnd("drain", "out")});
     return verdictOnListenerAt(scene, "drain.monitor");
 }
 

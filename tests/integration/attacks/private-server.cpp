@@ -4,22 +4,13 @@
 
 namespace velmoran::attacks {
 
-namespace {
-
-std::string end(const std::string& node, const std::string& group) {
-    return "{ target.object = " + node + " node.target = " + node + " node.link-group = " + group +
-           " }";
-}
-
-} // namespace
-
 Verdict privateServer(Scene& scene) {
     scene.startSound();
     scene.startWatch();
     loadModule(scene, {"module-null-sink", "sink_name=drain"});
     runModule(scene, "loopback",
-              "capture.props = " + end("virtual-microphone", "in") +
-                  "\nplayback.props = " + end("drain", "out"));
+              "capture.props = " + loopbackEnd("virtual-microphone", "in") +
+                  "\nplayback.props = " + loopbackEnd("drain", "out"));
     return verdictOnListenerAt(scene, "drain.monitor");
 }
 
