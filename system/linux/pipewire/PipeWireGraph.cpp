@@ -18,6 +18,7 @@ constexpr std::uint32_t firstObjectID = 0x50000000;
 constexpr unsigned rareCheck = 10;
 /// However much is being removed.
 constexpr unsigned mostTurnsPutOff = 3;
+constexpr unsigned mostFirstLooks = 4; // nobody holds up the start
 
 } // namespace
 
@@ -46,8 +47,8 @@ PipeWireGraph::PipeWireGraph(EventLoop& loop, ProcessNaming& naming, SocketFacts
             seekServer();
         }
         publish();
-        // What goes on already is told as such, also if it can't be told at once by whom.
-        while (core_ && secondLook_ && !isLost_) {
+        // What goes on already is told as such, also if it isn't clear at once by whom.
+        for (unsigned look = 0; look < mostFirstLooks && core_ && secondLook_ && !isLost_; ++look) {
             core_->waitFor(times_.respite);
             secondLook_.reset();
             isStale_ = true;
