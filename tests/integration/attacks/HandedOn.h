@@ -43,8 +43,7 @@ private:
 
 /// An app of its own that does nothing for as long as the attack takes, but holds what it was
 /// started with.
-inline ChildProcess& startHeir(Scene& scene, const std::string& name,
-                               const std::string& program = "heir") {
+inline ChildProcess& startHeir(Scene& scene, const char* name, const char* program = "heir") {
     const auto copy = scene.session().home() / program;
     if (!std::filesystem::exists(copy)) {
         std::filesystem::copy_file("/usr/bin/sleep", copy);
