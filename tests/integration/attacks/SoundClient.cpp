@@ -83,7 +83,7 @@ bool SoundClient::hearUntil(const std::function<bool()>& condition, support::Bou
     const auto end = Clock::now() + bound;
     while (!condition()) {
         if (isLost_) {
-            throw std::runtime_error("the sound server has cut the attacker's connection");
+            throw Lost();
         }
         const auto left = std::chrono::ceil<support::Bound>(end - Clock::now()).count();
         if (left <= 0) {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,11 @@ public:
         [[nodiscard]] std::string property(const std::string& key) const;
     };
     using Globals = std::map<std::uint32_t, Global>;
+    /// The server has cut the connection; this client is of no more use.
+    class Lost : public std::runtime_error {
+    public:
+        Lost() : std::runtime_error("the sound server has cut the attacker's connection") {}
+    };
 
     /// Connects to the server of this process's environment and knows all its globals. Throws
     /// std::runtime_error.
@@ -38,9 +44,9 @@ public:
     [[nodiscard]] pw_core* core() const { return core_; }
 
     /// Everything asked until now is carried out, and what the server had to say of it is known.
-    /// Throws when that takes longer than `bound` or the connection is lost.
+    /// Throws when that takes longer than `bound`, Lost when the connection is cut.
     void roundTrip(support::Bound bound = support::patience);
-    /// Hears the server until `condition` is true (then true) or `bound` has passed.
+    /// Hears the server until `condition` is true (then true) or `bound` has passed. Throws Lost.
     bool hearUntil(const std::function<bool()>& condition, support::Bound bound);
 
     void destroy(std::uint32_t global);

@@ -4,6 +4,10 @@
 #include "integration/attacks/SoundClient.h"
 
 #include <algorithm>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <utility>
 
 namespace velmoran::attacks {
 
@@ -16,7 +20,7 @@ public:
     /// Cuts whatever connection the victim has now, by PipeWire's protocol and by PulseAudio's.
     void cut() {
         std::vector<std::uint32_t> theirs;
-        for (const auto& [id, global] : client_.globals()) {
+        for (const auto& [id, global] : client_->globals()) {
             if (global.type == PW_TYPE_INTERFACE_Client &&
                 (global.property("pipewire.sec.pid") == victim_ ||
                  global.property("application.name") == "Velmoran")) {
@@ -24,9 +28,12 @@ public:
             }
         }
         for (const auto id : theirs) {
-            client_.destroy(id);
+            client_->destroy(id);
         }
-        client_.roundTrip();
+        hear([this] {
+            client_->roundTrip();
+            return true;
+        });
         count_ += static_cast<int>(theirs.size());
     }
     /// Goes on cutting every 20 ms until `condition` is true or `bound` has passed.
@@ -37,15 +44,24 @@ public:
                 return false;
             }
             cut();
-            client_.hearUntil(condition, 20ms);
+            hear([&] { return client_->hearUntil(condition, 20ms); });
         }
         return true;
     }
     [[nodiscard]] int count() const { return count_; }
 
 private:
+    /// The server of PipeWire 1.4 now and then cuts the one who cuts, who then comes back.
+    void hear(const std::function<bool()>& hearing) {
+        try {
+            hearing();
+        } catch (const SoundClient::Lost&) {
+            client_.emplace();
+        }
+    }
+
     std::string victim_;
-    SoundClient client_;
+    std::optional<SoundClient> client_{std::in_place};
     int count_ = 0;
 };
 
