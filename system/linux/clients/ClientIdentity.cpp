@@ -77,7 +77,12 @@ void ClientIdentity::opened(ClientKey client) {
     }
     auto& entry = found->second;
     if (entry.isServed) {
-        servedBy(entry.connectedPid).opened(client);
+        auto& served = servedBy(entry.connectedPid);
+        served.opened(client);
+        if (served.user(client).app.unidentified && served.waitsForServer() &&
+            ++entry.attempts < mostAttempts) {
+            return;
+        }
     } else if (entry.connectedPid > 0) {
         confirm(client, entry);
         if (entry.who.app.unidentified && ++entry.attempts < mostAttempts &&

@@ -177,6 +177,11 @@ bool PeerSockets::isAnybodyHidden() {
     });
 }
 
+bool PeerSockets::isAsleep(pid_t pid) {
+    const auto stat = proc_.stat(pid);
+    return stat && stat->state == 'S';
+}
+
 bool PeerSockets::isSoundServer(pid_t pid) {
     const auto executable = proc_.executable(pid);
     if (!executable) {

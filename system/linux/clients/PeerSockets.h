@@ -26,6 +26,7 @@ public:
     bool openedItself(pid_t pid, std::uint64_t socket) override;
     bool speaksForItself(pid_t pid) override;
     bool isAnybodyHidden() override;
+    bool isAsleep(pid_t pid) override;
     bool isSoundServer(pid_t pid) override;
 
 private:

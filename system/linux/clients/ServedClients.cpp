@@ -8,6 +8,12 @@
 
 namespace velmoran {
 
+namespace {
+
+constexpr unsigned enoughLooks = 2;
+
+} // namespace
+
 ServedClients::ServedClients(SocketFacts& facts, ProcessNaming& naming, pid_t server,
                              std::function<Ends()> connections)
     : facts_(facts),
@@ -56,7 +62,12 @@ void ServedClients::pictureCompleted() {
 void ServedClients::opened(ClientKey client) {
     auto& entry = clients_.at(client);
     if (std::exchange(entry.isOpened, true)) {
-        return;
+        if (entry.isKnown) {
+            return;
+        }
+        for (auto& [end, hangup] : hangups_) {
+            hangup.looks += hangup.isHeard ? 1 : 0;
+        }
     }
     const auto live = connections_();
     if (!entry.isSettled) {
@@ -130,6 +141,7 @@ void ServedClients::noteDepartures(const Ends& live) {
     if (unknown >= without(closed, explained).size()) {
         explained = closed;
     }
+    noteHangups(closed, explained);
     const bool isAllExplained = without(closed, explained).empty();
     std::erase_if(departed_, [&](const Departed& departed) {
         return departed.ends.empty() ? isAllExplained
@@ -140,6 +152,21 @@ void ServedClients::noteDepartures(const Ends& live) {
         // Who was told apart from it is told apart anew.
         client.isSettled = client.isSettled && (client.isNamed || !wasMistaken);
         client.isBelieved = client.isBelieved && (client.isNamed || !wasMistaken);
+    }
+}
+
+/// What was closed for long enough was that of a client which was never told of, or has left
+/// already: none of those that are still there.
+void ServedClients::noteHangups(const Ends& closed, Ends& explained) {
+    const auto open = without(closed, explained);
+    std::erase_if(hangups_, [&](const auto& each) { return !contains(open, each.first); });
+    for (const auto end : open) {
+        auto& hangup = hangups_[end];
+        hangup.isHeard = hangup.isHeard || facts_.isAsleep(server_);
+        if (hangup.looks >= enoughLooks) {
+            hangups_.erase(end);
+            explained.push_back(end);
+        }
     }
 }
 

@@ -26,7 +26,10 @@ public:
     void appeared(ClientKey client, bool isNew);
     void described(ClientKey client, pid_t claimedPid, bool saysPulse);
     void pictureCompleted();
+    /// Again for one that couldn't be told, as long as `waitsForServer`, a moment later each time.
     void opened(ClientKey client);
+    /// Connections are closed whose clients the server may still be about to take away.
+    bool waitsForServer() const { return !hangups_.empty(); }
     void left(ClientKey client);
     bool isReady(ClientKey client) const { return clients_.at(client).isDescribed; }
     const ClientUser& user(ClientKey client) const { return clients_.at(client).user; }
@@ -53,6 +56,12 @@ private:
         bool isNew = true;
     };
 
+    /// A connection that was closed while nobody was known to have left.
+    struct Hangup {
+        bool isHeard = false; ///< the server has been asleep since
+        unsigned looks = 0;   ///< since then, a moment apart: its word takes a while to come
+    };
+
     ClientUser cannotTell(ClientKey client) const;
     void forget(ClientKey client);
     void know(Client& client, const Ends& ends, const ConnectionHolders& holders);
@@ -62,6 +71,7 @@ private:
     EndsOfClients openCandidates(bool withModules);
     bool settleModules();
     void noteDepartures(const Ends& live);
+    void noteHangups(const Ends& closed, Ends& explained);
     void resolve(const Ends& live);
     void tellApart(const EndsOfClients& candidates);
     void nameHidden(ClientKey client, const Ends& ends, const ConnectionHolders& holders);
@@ -72,7 +82,8 @@ private:
     const std::function<Ends()> connections_;
     bool isComplete_ = false;
     std::map<ClientKey, Client> clients_;
-    std::vector<Departed> departed_; ///< whose connections aren't seen to be closed yet
+    std::map<std::uint64_t, Hangup> hangups_; ///< by the client's end
+    std::vector<Departed> departed_;          ///< whose connections aren't seen to be closed yet
 };
 
 } // namespace velmoran

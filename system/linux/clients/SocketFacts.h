@@ -49,6 +49,9 @@ public:
     virtual bool speaksForItself(pid_t pid) = 0;
     /// Whether a process of this user's forbids being looked at. Costs a walk over all processes.
     virtual bool isAnybodyHidden() = 0;
+    /// Whether the process waits for something to happen. A server that does has heard of every
+    /// connection that was closed before: such a thing would wake it.
+    virtual bool isAsleep(pid_t pid) = 0;
     /// Whether the process runs the system's own sound server, which connects on behalf of others.
     virtual bool isSoundServer(pid_t pid) = 0;
 };

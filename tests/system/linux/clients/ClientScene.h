@@ -82,6 +82,7 @@ public:
     }
     bool speaksForItself(pid_t pid) override { return !puppets.contains(pid); }
     bool isAnybodyHidden() override { return !hidden.empty(); }
+    bool isAsleep(pid_t pid) override { return pid == server && isServerAsleep; }
     bool isSoundServer(pid_t pid) override { return pid == server; }
 
     std::vector<SocketPair> all;
@@ -90,6 +91,7 @@ public:
     std::map<pid_t, pid_t> innerPids;
     std::map<pid_t, std::set<std::uint64_t>> inherited; ///< what they were started with
     std::set<pid_t> puppets;                            ///< others choose what they say
+    bool isServerAsleep = false;                        ///< it has told of all who have left
     // What was asked for: connections, what one process holds, who holds something.
     int dumps = 0;
     int looks = 0;

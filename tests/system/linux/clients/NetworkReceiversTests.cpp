@@ -49,6 +49,7 @@ struct TcpTable : SocketFacts {
     bool openedItself(pid_t pid, std::uint64_t) override { return !heirs.contains(pid); }
     bool speaksForItself(pid_t) override { return true; }
     bool isAnybodyHidden() override { return isSomebodyHidden; }
+    bool isAsleep(pid_t) override { return true; }
     bool isSoundServer(pid_t pid) override { return pid == tcpServer; }
 };
 

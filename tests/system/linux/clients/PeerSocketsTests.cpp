@@ -3,13 +3,17 @@
 #include "support/TemporaryDirectory.h"
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace velmoran {
@@ -98,6 +102,28 @@ TEST(PeerSockets, KnowsAProcessWhoseEnvironmentSpeaksForIt) {
     }
     PeerSockets sockets;
     EXPECT_FALSE(sockets.speaksForItself(-1));
+}
+
+TEST(PeerSockets, KnowsWhoWaits) {
+    PeerSockets sockets;
+    EXPECT_FALSE(sockets.isAsleep(::getpid())) << "it asks";
+    EXPECT_FALSE(sockets.isAsleep(-1));
+    const auto child = ::fork();
+    if (child == 0) {
+        for (;;) {
+            ::pause();
+        }
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!sockets.isAsleep(child) && std::chrono::steady_clock::now() < end) {
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(sockets.isAsleep(child));
+    ::kill(child, SIGSTOP);
+    ::waitpid(child, nullptr, WUNTRACED);
+    EXPECT_FALSE(sockets.isAsleep(child));
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
 }
 
 TEST(PeerSockets, TakesNoProgramOfAnotherNameForTheSoundServer) {

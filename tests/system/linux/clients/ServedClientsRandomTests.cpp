@@ -29,6 +29,7 @@ public:
                 identity.pictureCompleted();
             }
             act();
+            table.isServerAsleep = leaving_.empty();
             for (auto& [client, left] : leaving_) {
                 --left;
             }

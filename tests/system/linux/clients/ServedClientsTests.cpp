@@ -176,6 +176,36 @@ TEST_F(ServedClientsOf, APulseClientIsKnownOnceTheOtherHasGone) {
     EXPECT_EQ(identity.who(2).app.id(), "/bin/21");
 }
 
+// One that came and went so fast that only its connection was seen leaves a second one that the
+// other might have had.
+TEST_F(ServedClientsOf, APulseClientIsKnownOnceTheServerHasHeardOfAllThatHungUp) {
+    const auto fleeting = table.connect(20, pulseSocket);
+    table.connect(21, pulseSocket);
+    isServed(1, 21);
+    table.hangUp(fleeting);
+    EXPECT_TRUE(isUnknown(name(1)));
+    EXPECT_TRUE(identity.isUndecided(1));
+    table.isServerAsleep = true;
+    EXPECT_TRUE(isUnknown(name(1))) << "what it has to say of that may be on its way";
+    EXPECT_TRUE(isUnknown(name(1)));
+    EXPECT_EQ(name(1), "/bin/21");
+    EXPECT_FALSE(identity.isUndecided(1));
+}
+
+TEST_F(ServedClientsOf, APulseClientThatMayHaveHungUpTakesNobodysName) {
+    const auto its = table.connect(30, pulseSocket);
+    table.connect(21, pulseSocket);
+    isServed(1, 21);
+    table.hangUp(its);
+    for (int look = 0; look < 10; ++look) {
+        EXPECT_TRUE(isUnknown(name(1))) << "the server is held up";
+    }
+    EXPECT_FALSE(identity.isUndecided(1));
+    identity.left(1);
+    isServed(2, 21);
+    EXPECT_EQ(name(2), "/bin/21");
+}
+
 TEST_F(ServedClientsOf, OneThatWasTakenForAnothersConnectionGivesItBack) {
     table.connect(20, pulseSocket); // speaks later
     identity.appeared(1, server, true);
