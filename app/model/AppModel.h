@@ -16,6 +16,7 @@
 #include "core/base/ForwardClock.h"
 #include "core/base/MainThread.h"
 #include "core/base/Observable.h"
+#include "core/history/ActivityRow.h"
 #include "core/history/HistoryStore.h"
 #include "core/sessions/SessionEngine.h"
 #include "core/trust/TrustList.h"
@@ -141,6 +142,14 @@ public:
     StatusIconState statusIconState() const;
     /// The time of all that is told and stored: it never runs back.
     const Clock& clock() const { return clock_; }
+    /// The history as lists show it, newest first: without what the settings hide.
+    SessionList visibleSessions() const;
+    /// What the panel lists: at most 20, of the newest 80 visible sessions.
+    std::vector<ActivityRow> recentRows() const;
+    /// The row of the whole history, hidden sessions included, that holds that session.
+    std::optional<ActivityRow> rowContaining(const Uuid& sessionID) const;
+    /// The part of the operating system that an app is, by what the machine has verified.
+    std::optional<SystemProcess> systemProcess(const AppIdentity& app) const;
     /// Open sessions of a device, the earliest start first.
     std::vector<UsageSession> sessions(Device device) const;
 

@@ -1,0 +1,109 @@
+// Text and pictures that stand in windows. All follow a change of palette and font by themselves,
+// and show what they are given as plain text, without control characters. Owned by their parents.
+#pragma once
+
+#include "app/look/AppPicture.h"
+#include "app/look/TextStyle.h"
+#include "core/records/AppIdentity.h"
+
+#include <QLabel>
+#include <QString>
+#include <QWidget>
+#include <functional>
+
+namespace velmoran {
+
+enum class Ink { text, secondary, camera, microphone, speaker, warning, stop };
+
+/// Several lines, wrapped at the width that its layout gives; its height follows.
+class TextLabel final : public QLabel {
+public:
+    TextLabel(const QString& text, TextStyle style, Ink ink, QWidget* parent);
+    void setPlain(const QString& text);
+    void setInk(Ink ink);
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    void restyle();
+    TextStyle style_;
+    Ink ink_;
+    bool isStyling_ = false;
+};
+
+/// One line, cut at its end with an ellipsis; the whole is its tool tip then, and always its
+/// accessible name. Takes all width that it can get if `grows`, otherwise that of its text.
+class LineLabel final : public QWidget {
+public:
+    LineLabel(const QString& text, TextStyle style, Ink ink, QWidget* parent, bool grows = true);
+    void setPlain(const QString& text);
+    void setInk(Ink ink);
+    void setAlignment(Qt::Alignment alignment);
+    QString text() const { return text_; }
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    QString text_;
+    TextStyle style_;
+    Ink ink_;
+    Qt::Alignment alignment_ = Qt::AlignLeft | Qt::AlignVCenter;
+    bool grows_;
+};
+
+/// A symbol of the program's set (Symbols.h), tinted. Without a name for screen readers it is
+/// hidden from them.
+class SymbolLabel final : public QWidget {
+public:
+    SymbolLabel(const QString& symbol, int points, Ink ink, QWidget* parent,
+                const QString& accessibleName = {});
+    void setSymbol(const QString& symbol);
+    void setInk(Ink ink);
+    QString symbol() const { return symbol_; }
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString symbol_;
+    int points_;
+    Ink ink_;
+};
+
+/// An app's picture, or a tile with the first letter of its name. Hidden from screen readers, since
+/// the name stands beside it.
+class AppImage final : public QWidget {
+public:
+    AppImage(const AppPicture& picture, const AppIdentity& app, int points, QWidget* parent);
+    void setApp(const AppIdentity& app);
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    AppPicture picture_;
+    AppIdentity app_;
+    int points_;
+};
+
+/// A line of one device pixel across its parent.
+class Hairline final : public QWidget {
+public:
+    explicit Hairline(QWidget* parent, Qt::Orientation orientation = Qt::Horizontal);
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    Qt::Orientation orientation_;
+};
+
+} // namespace velmoran

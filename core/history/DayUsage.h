@@ -1,0 +1,25 @@
+// How long camera and microphone were in use on one day, and by whom. A plain value.
+#pragma once
+
+#include "core/history/Activity.h"
+#include "core/text/Localizer.h"
+
+#include <vector>
+
+namespace velmoran {
+
+struct DayUsage {
+    Timestamp day = {};       ///< the first moment of the calendar day
+    Seconds camera = 0;       ///< of all apps together, overlaps added
+    Seconds microphone = 0;   ///< likewise
+    std::vector<AppTime> apps = {}; ///< longest first
+
+    /// `count` days, the oldest first and that of `now` last. Days are as long as the calendar has
+    /// them; one that it doesn't have is left out. The speaker doesn't count.
+    static std::vector<DayUsage> days(const SessionList& sessions, int count, Timestamp now,
+                                      const Localizer& calendar);
+
+    bool operator==(const DayUsage&) const = default;
+};
+
+} // namespace velmoran
