@@ -206,7 +206,7 @@ TEST(StopResultWords, SayWhatGoesOn) {
     EXPECT_FALSE(result.everythingStopped());
     result.microphoneMuted.reset();
     EXPECT_EQ(result.headline(), "Nothing could be stopped.");
-    result.notClosed = {app("Mule")};
+    result.notClosed = {appAt("Mule")};
     result.unmutableMicrophones = {"Old Mic"};
     result.microphoneMuted = true;
     EXPECT_TRUE(result.detail()->ends_with("or try again. The camera is still in use. The "
