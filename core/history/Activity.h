@@ -24,8 +24,13 @@ namespace Activity {
 /// How far from a row's start another device of the app may begin to belong to it, included.
 inline constexpr Seconds rowWindow = 5.0;
 
-/// From sessions in any order; newest first.
+/// From sessions in any order; newest first. What may be in one row is decided by the row's start,
+/// so that a row can't grow by chains of sessions, and the newest row that takes a session has it.
 std::vector<ActivityRow> rows(const SessionList& sessions);
+
+/// Up to when a session lasts, as far as is known: `now` while it is open, nothing if nobody saw
+/// the end.
+std::optional<Timestamp> lastMoment(const UsageSession& session, Timestamp now);
 
 /// The sessions that pass all that is given, in their order. One that ended exactly at the
 /// interval's start still lies in it.
@@ -33,7 +38,8 @@ SessionList matching(const SessionList& sessions, std::optional<Device> device,
                      const std::optional<std::string>& appID,
                      const std::optional<Interval>& interval, Timestamp now);
 
-/// Longest first, then by name. Sessions that overlap are added.
+/// Longest first, then by name. Sessions that overlap are added, those whose end nobody saw count
+/// nothing, and of an app that was called by two names the later in the list holds.
 std::vector<AppTime> appTimes(const SessionList& sessions, const Interval& interval, Timestamp now);
 
 } // namespace Activity

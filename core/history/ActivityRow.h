@@ -2,17 +2,12 @@
 // devices that it turned on within a moment of each other. A plain value.
 #pragma once
 
-#include "core/records/UsageSession.h"
+#include "core/history/SessionRef.h"
 
-#include <memory>
 #include <optional>
 #include <vector>
 
 namespace velmoran {
-
-/// A session that stands in the history; shared with it, never null.
-using SessionRef = std::shared_ptr<const UsageSession>;
-using SessionList = std::vector<SessionRef>;
 
 struct ActivityRow {
     /// One for each device, the earliest start first; never empty. A speaker stands alone.
@@ -25,6 +20,11 @@ struct ActivityRow {
     std::optional<SessionOutcome> outcome = {};
     std::optional<WarningLevel> warningLevel = {}; ///< the strongest of the sessions
 
+    /// The row of one session.
+    static ActivityRow of(SessionRef session);
+    /// Takes a session in that belongs to the row, of a device that the row doesn't have yet.
+    void add(SessionRef session);
+
     const Uuid& id() const { return sessions.front()->id; }
     const AppIdentity& app() const { return sessions.front()->app; }
     Timestamp start() const { return sessions.front()->start; }
@@ -34,6 +34,7 @@ struct ActivityRow {
     /// Of all sessions in their order, each record once.
     std::vector<ConnectionRecord> connections() const;
 
+    /// Session by session, whether or not they are shared.
     bool operator==(const ActivityRow& other) const;
 };
 

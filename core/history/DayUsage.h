@@ -9,9 +9,9 @@
 namespace velmoran {
 
 struct DayUsage {
-    Timestamp day = {};       ///< the first moment of the calendar day
-    Seconds camera = 0;       ///< of all apps together, overlaps added
-    Seconds microphone = 0;   ///< likewise
+    Timestamp day = {};             ///< the first moment of the calendar day
+    Seconds camera = 0;             ///< of all apps together, overlaps added
+    Seconds microphone = 0;         ///< likewise
     std::vector<AppTime> apps = {}; ///< longest first
 
     /// `count` days, the oldest first and that of `now` last. Days are as long as the calendar has

@@ -60,6 +60,19 @@ HistoryView::Iterator HistoryView::end() const {
     return {spine_.get(), spine_ ? spine_->size() : 0, 0};
 }
 
+SessionList HistoryView::sessions() const {
+    SessionList result;
+    result.reserve(size());
+    for (auto at = begin(); at != end(); ++at) {
+        result.push_back(at.shared());
+    }
+    return result;
+}
+
+HistoryView::Iterator HistoryView::find(const Uuid& id) const {
+    return std::find_if(begin(), end(), [&id](const UsageSession& each) { return each.id == id; });
+}
+
 std::size_t HistoryView::pieceFor(const Place& place) const {
     const auto after = std::upper_bound(spine_->begin(), spine_->end(), place,
                                         [](const Place& key, const Node& node) {

@@ -3,7 +3,7 @@
 // that was changed. Made by HistoryStore. Any thread may read a copy.
 #pragma once
 
-#include "core/records/UsageSession.h"
+#include "core/history/SessionRef.h"
 
 #include <compare>
 #include <cstddef>
@@ -27,7 +27,7 @@ public:
     };
     struct Entry {
         Place place;
-        std::shared_ptr<const UsageSession> session; ///< never null
+        SessionRef session;
     };
     class Iterator;
     using value_type = UsageSession;
@@ -45,6 +45,10 @@ public:
     /// Iterators live as long as this list or any copy of it.
     Iterator begin() const;
     Iterator end() const;
+    /// All of them, shared with this list.
+    SessionList sessions() const;
+    /// The first session with that id, or `end()`. A walk.
+    Iterator find(const Uuid& id) const;
 
     /// This list with one more session, or with another session in a place that is taken.
     HistoryView with(Entry entry) const;
@@ -85,9 +89,11 @@ public:
 
     Iterator() = default;
 
-    reference operator*() const { return *(*spine_)[node_].piece->operator[](offset_).session; }
+    reference operator*() const { return *shared(); }
     pointer operator->() const { return &**this; }
     reference operator[](difference_type by) const { return *(*this + by); }
+    /// The session to keep, beyond the life of the list.
+    const SessionRef& shared() const { return (*spine_)[node_].piece->operator[](offset_).session; }
 
     Iterator& operator++();
     Iterator& operator--();
