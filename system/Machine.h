@@ -288,8 +288,14 @@ public:
     /// Whether the session or the system stands on that app, so that it is never closed. Main
     /// thread.
     virtual bool isProtected(const AppIdentity& app) = 0;
-    /// Why a program of the system's own uses sound; nothing for all other apps. Main thread.
-    virtual std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) = 0;
+    /// Which part of the system an app is, if it uses sound for reasons of the system's own; nothing
+    /// for all other apps. By its path alone. Main thread.
+    virtual std::optional<SystemProcess> systemProcess(const AppIdentity& app) = 0;
+    /// Those reasons.
+    std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) {
+        const auto process = systemProcess(app);
+        return process ? std::optional(process->role) : std::nullopt;
+    }
     /// Whether to close it is to lose pages, by what is registered for web links at this moment and
     /// by what is known of browsers. Main thread.
     virtual bool isBrowser(const AppIdentity& app) = 0;

@@ -30,6 +30,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
                         }
                     }}),
       reading_(around_.machine, settings),
+      shown_(around_.machine, settings),
       outputGuard_({.outputs = around_.machine.outputs(),
                     .scheduler = around_.scheduler,
                     .settings = settings,

@@ -8,6 +8,7 @@
 #include "app/model/MuteKeeper.h"
 #include "app/model/OutputGuard.h"
 #include "app/model/SettingsStore.h"
+#include "app/model/ShownHistory.h"
 #include "app/model/SightGuard.h"
 #include "app/model/StopFlow.h"
 #include "app/model/UseReading.h"
@@ -16,7 +17,6 @@
 #include "core/base/ForwardClock.h"
 #include "core/base/MainThread.h"
 #include "core/base/Observable.h"
-#include "core/history/ActivityRow.h"
 #include "core/history/HistoryStore.h"
 #include "core/sessions/SessionEngine.h"
 #include "core/trust/TrustList.h"
@@ -143,13 +143,17 @@ public:
     /// The time of all that is told and stored: it never runs back.
     const Clock& clock() const { return clock_; }
     /// The history as lists show it, newest first: without what the settings hide.
-    SessionList visibleSessions() const;
+    SessionList visibleSessions() const { return shown_.visible(*historySessions); }
     /// What the panel lists: at most 20, of the newest 80 visible sessions.
-    std::vector<ActivityRow> recentRows() const;
+    std::vector<ActivityRow> recentRows() const { return shown_.recentRows(*historySessions); }
     /// The row of the whole history, hidden sessions included, that holds that session.
-    std::optional<ActivityRow> rowContaining(const Uuid& sessionID) const;
+    std::optional<ActivityRow> rowContaining(const Uuid& sessionID) const {
+        return ShownHistory::rowContaining(sessionID, *historySessions);
+    }
     /// The part of the operating system that an app is, by what the machine has verified.
-    std::optional<SystemProcess> systemProcess(const AppIdentity& app) const;
+    std::optional<SystemProcess> systemProcess(const AppIdentity& app) const {
+        return around_.machine.systemProcess(app);
+    }
     /// Open sessions of a device, the earliest start first.
     std::vector<UsageSession> sessions(Device device) const;
 
@@ -176,6 +180,7 @@ private:
     NoticeCoalescer coalescer_;
     HistoryKeeper history_;
     UseReading reading_;
+    ShownHistory shown_;
     OutputGuard outputGuard_;
     SightGuard sightGuard_;
     MuteKeeper mute_;

@@ -108,10 +108,9 @@ bool LinuxMachine::isProtected(const AppIdentity& app) {
                        [&](pid_t pid) { return processes_.isOf(pid, app); });
 }
 
-std::optional<SystemProcess::Role> LinuxMachine::roleOf(const AppIdentity& app) {
-    return app.path ? SystemProcess::roleOf(signatures_.systemIdentifier(*app.path),
-                                            SystemProcess::onLinux())
-                    : std::nullopt;
+std::optional<SystemProcess> LinuxMachine::systemProcess(const AppIdentity& app) {
+    const auto identifier = app.path ? signatures_.systemIdentifier(*app.path) : std::nullopt;
+    return identifier ? SystemProcess::known(*identifier, SystemProcess::onLinux()) : std::nullopt;
 }
 
 bool LinuxMachine::isBrowser(const AppIdentity& app) {

@@ -44,7 +44,7 @@ public:
     Sight& sight() override { return sight_; }
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
-    std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) override;
+    std::optional<SystemProcess> systemProcess(const AppIdentity& app) override;
     bool isBrowser(const AppIdentity& app) override;
     std::optional<std::string> iconName(const AppRef& app) override { return names_.iconName(app); }
 

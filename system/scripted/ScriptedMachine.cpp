@@ -90,13 +90,13 @@ bool ScriptedMachine::isProtected(const AppIdentity& app) {
     return velmoran::isProtected(app, script.platform, script.ownBundleID);
 }
 
-std::optional<SystemProcess::Role> ScriptedMachine::roleOf(const AppIdentity& app) {
+std::optional<SystemProcess> ScriptedMachine::systemProcess(const AppIdentity& app) {
+    const auto identifier = app.path ? systemIdentifier(*app.path) : std::nullopt;
     // The other platform's are no part of this system.
-    return app.path
-               ? SystemProcess::roleOf(systemIdentifier(*app.path),
-                                       script.platform == Platform::linux ? SystemProcess::onLinux()
-                                                                          : SystemProcess::macOS())
-               : std::nullopt;
+    return identifier ? SystemProcess::known(*identifier, script.platform == Platform::linux
+                                                              ? SystemProcess::onLinux()
+                                                              : SystemProcess::macOS())
+                      : std::nullopt;
 }
 
 bool ScriptedMachine::isBrowser(const AppIdentity& app) {

@@ -54,7 +54,7 @@ public:
     Sight& sight() override { return *this; }
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
-    std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) override;
+    std::optional<SystemProcess> systemProcess(const AppIdentity& app) override;
     bool isBrowser(const AppIdentity& app) override;
 
     /// A process begins anew on the same machine: nothing is started and nothing remembered, all

@@ -78,8 +78,8 @@ public:
         return std::make_unique<RealClosing>(display_, patience_);
     }
     bool isProtected(const AppIdentity& app) override { return paper_.isProtected(app); }
-    std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) override {
-        return paper_.roleOf(app);
+    std::optional<SystemProcess> systemProcess(const AppIdentity& app) override {
+        return paper_.systemProcess(app);
     }
     bool isBrowser(const AppIdentity& app) override { return paper_.isBrowser(app); }
 
