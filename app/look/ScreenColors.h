@@ -7,6 +7,9 @@
 
 namespace velmoran {
 
+/// How well two colours can be told apart, from 1 to 21: the contrast ratio of WCAG 2.
+double contrast(const QColor& one, const QColor& other);
+
 struct ScreenColors {
     explicit ScreenColors(const QPalette& palette);
 
@@ -15,14 +18,15 @@ struct ScreenColors {
     QColor text;
     QColor secondary;  ///< at least 4.5:1 against the window
     QColor line;       ///< hairlines
+    QColor grid;       ///< of charts
     QColor hover;      ///< the wash under the mouse; partly transparent
     QColor quiet;      ///< the ground of tags and notes
     QColor stop;       ///< the one colour of our own
     QColor stopText;   ///< what stands on it
     QColor stopEdge;   ///< around a line in it, where the window is light; else as `stop`
-    QColor camera;     ///< on
+    QColor camera;     ///< on; this and `microphone` at least 3:1 against the window
     QColor microphone; ///< on
-    QColor warning;    ///< strong warnings, and the words of what destroys
+    QColor warning;    ///< strong warnings, and the words of what destroys; at least 4.5:1
     QColor highlight;  ///< focus and prominent buttons
     QColor highlightedText;
 };

@@ -1,106 +1,105 @@
 #include "app/look/Symbols.h"
 
+#include "app/look/SymbolShapes.h"
+#include "app/look/SymbolTable.h"
+
 #include <QPainter>
-#include <QPainterPath>
 #include <QPen>
+#include <QPixmapCache>
+#include <algorithm>
 #include <cmath>
 
 namespace velmoran {
 
 namespace {
 
-// All are drawn in a square of 32 by 32.
+constexpr double grid = 24;
 
-void drawCircle(QPainter& painter) {
-    painter.drawEllipse(QRectF(4, 4, 24, 24));
+struct SymbolAlias {
+    QLatin1String name;
+    std::string_view file;
+};
+
+const SymbolAlias aliases[] = {
+    {QLatin1String("checkmark"), "check"},
+    {QLatin1String("checkmark.circle"), "done"},
+    {QLatin1String("checkmark.shield.fill"), "trusted"},
+    {QLatin1String("chart.xyaxis.line"), "chart"},
+    {QLatin1String("chevron"), "unfold"},
+    {QLatin1String("chevron.down"), "fold"},
+    {QLatin1String("chevron.left"), "back"},
+    {QLatin1String("chevron.right"), "unfold"},
+    {QLatin1String("exclamationmark"), "attention"},
+    {QLatin1String("exclamationmark.circle"), "failed"},
+    {QLatin1String("eye.slash.fill"), "unseen"},
+    {QLatin1String("hand.raised.fill"), "control"},
+    {QLatin1String("info.circle"), "information"},
+    {QLatin1String("list.bullet"), "list"},
+    {QLatin1String("lock.fill"), "private"},
+    {QLatin1String("megaphone.fill"), "always-warn"},
+    {QLatin1String("mic.fill"), "microphone"},
+    {QLatin1String("mic.slash.fill"), "microphone-muted"},
+    {QLatin1String("speaker.slash"), "speaker-muted"},
+    {QLatin1String("speaker.slash.fill"), "speaker-muted"},
+    {QLatin1String("speaker.wave.2"), "speaker"},
+    {QLatin1String("speaker.wave.2.fill"), "speaker"},
+    {QLatin1String("stop.fill"), "stop"},
+    {QLatin1String("video.fill"), "camera"},
+    {QLatin1String("xmark"), "close"},
+};
+
+const SymbolEntry* entryNamed(const QString& name) {
+    const auto alias = std::ranges::find(aliases, name, &SymbolAlias::name);
+    const auto file = alias != std::end(aliases) ? std::string(alias->file) : name.toStdString();
+    const auto table = symbolTable();
+    const auto entry = std::ranges::find(table, file, &SymbolEntry::name);
+    return entry != table.end() ? &*entry : nullptr;
 }
 
-void drawCheckmark(QPainter& painter) {
-    drawCircle(painter);
-    painter.drawPolyline(QPolygonF({{10.5, 16.5}, {14.5, 20.5}, {21.5, 11.5}}));
-}
-
-void drawExclamationMark(QPainter& painter, const QColor& ink) {
-    drawCircle(painter);
-    painter.drawLine(QPointF(16, 10), QPointF(16, 17.5));
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(ink);
-    painter.drawEllipse(QPointF(16, 21.5), 1.6, 1.6);
-}
-
-void drawSpeaker(QPainter& painter, const QColor& ink) {
-    QPainterPath horn;
-    horn.moveTo(5, 12.5);
-    horn.lineTo(9.5, 12.5);
-    horn.lineTo(15.5, 7.5);
-    horn.lineTo(15.5, 24.5);
-    horn.lineTo(9.5, 19.5);
-    horn.lineTo(5, 19.5);
-    horn.closeSubpath();
-    painter.fillPath(horn, ink);
-    painter.drawPath(horn);
-}
-
-void drawWaves(QPainter& painter) {
-    // Angles are sixteenths of a degree, from three o'clock counter-clockwise.
-    painter.drawArc(QRectF(13, 11, 9, 10), -60 * 16, 120 * 16);
-    painter.drawArc(QRectF(12, 7, 15, 18), -60 * 16, 120 * 16);
-}
-
-void drawApp(QPainter& painter) {
-    painter.drawRoundedRect(QRectF(4, 4, 24, 24), 6, 6);
-    painter.drawLine(QPointF(4, 11), QPointF(28, 11));
-}
-
-void drawCamera(QPainter& painter) {
-    painter.drawRoundedRect(QRectF(4, 9.5, 16, 13), 3, 3);
-    painter.drawPolygon(QPolygonF({{22.5, 14}, {28, 10.5}, {28, 21.5}, {22.5, 18}}));
-}
-
-void drawMicrophone(QPainter& painter) {
-    painter.drawRoundedRect(QRectF(12, 4, 8, 15), 4, 4);
-    painter.drawArc(QRectF(8, 8, 16, 15), 180 * 16, 180 * 16);
-    painter.drawLine(QPointF(16, 23), QPointF(16, 28));
-    painter.drawLine(QPointF(11, 28), QPointF(21, 28));
-}
-
-} // namespace
-
-QPixmap symbolPixmap(const QString& name, const QColor& ink, int points, double pixelsPerPoint) {
-    const int side = static_cast<int>(std::lround(points * pixelsPerPoint));
+QPixmap drawnSymbol(const SymbolEntry& entry, const QColor& ink, int side) {
     QPixmap pixmap(side, side);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(side / 32.0, side / 32.0);
-    painter.setPen(QPen(ink, 2.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.setBrush(Qt::NoBrush);
-    if (name == "checkmark.circle") {
-        drawCheckmark(painter);
-    } else if (name == "speaker.wave.2") {
-        drawSpeaker(painter, ink);
-        drawWaves(painter);
-    } else if (name == "speaker.slash") {
-        drawSpeaker(painter, ink);
-        painter.drawLine(QPointF(5, 5), QPointF(27, 27));
-    } else if (name == "xmark") {
-        painter.setPen(QPen(ink, 3.6, Qt::SolidLine, Qt::RoundCap));
-        painter.drawLine(QPointF(7, 7), QPointF(25, 25));
-        painter.drawLine(QPointF(25, 7), QPointF(7, 25));
-    } else if (name == "stop.fill") {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(ink);
-        painter.drawRoundedRect(QRectF(2, 2, 28, 28), 6, 6);
-    } else if (name == "app") {
-        drawApp(painter);
-    } else if (name == "camera") {
-        drawCamera(painter);
-    } else if (name == "microphone") {
-        drawMicrophone(painter);
-    } else {
-        drawExclamationMark(painter, ink);
+    painter.scale(side / grid, side / grid);
+    // Opaque here, since the forms of one symbol may lie over each other.
+    QColor opaque = ink;
+    opaque.setAlpha(255);
+    for (const auto& shape : symbolShapes(entry.svg)) {
+        painter.setBrush(shape.isFilled ? QBrush(opaque) : QBrush(Qt::NoBrush));
+        painter.setPen(shape.lineWidth > 0 ? QPen(opaque, shape.lineWidth, Qt::SolidLine,
+                                                  Qt::RoundCap, Qt::RoundJoin)
+                                           : QPen(Qt::NoPen));
+        painter.drawPath(shape.path);
     }
-    painter.end();
+    if (ink.alpha() < 255) {
+        painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+        painter.fillRect(QRectF(0, 0, grid, grid), QColor(0, 0, 0, ink.alpha()));
+    }
+    return pixmap;
+}
+
+} // namespace
+
+bool hasSymbol(const QString& name) {
+    return entryNamed(name) != nullptr;
+}
+
+QPixmap symbolPixmap(const QString& name, const QColor& ink, int points, double pixelsPerPoint) {
+    const auto* entry = entryNamed(name);
+    if (!entry) {
+        entry = entryNamed(QStringLiteral("failed"));
+    }
+    const int side = static_cast<int>(std::lround(points * pixelsPerPoint));
+    const auto key = QStringLiteral("velmoran symbol %1 %2 %3")
+                         .arg(QLatin1String(entry->name.data(), qsizetype(entry->name.size())))
+                         .arg(ink.rgba(), 0, 16)
+                         .arg(side);
+    QPixmap pixmap;
+    if (!QPixmapCache::find(key, &pixmap)) {
+        pixmap = drawnSymbol(*entry, ink, side);
+        QPixmapCache::insert(key, pixmap);
+    }
     pixmap.setDevicePixelRatio(pixelsPerPoint);
     return pixmap;
 }

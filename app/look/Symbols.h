@@ -1,4 +1,6 @@
-// The symbols that a card can show in place of an app's icon, drawn by name. Pure; main thread.
+// The symbols of cards and windows: one set of pictures (app/look/symbols), drawn for this program
+// on a grid of 24 with a margin of 2, in one colour that is chosen when they are drawn. Main
+// thread.
 #pragma once
 
 #include <QColor>
@@ -7,10 +9,14 @@
 
 namespace velmoran {
 
-/// A picture of that many points in a square. Unknown names give the circle with the exclamation
-/// mark, so that a card never stands without a picture. Names: "checkmark.circle",
-/// "exclamationmark.circle", "speaker.wave.2", "speaker.slash", "stop.fill", "xmark", "app",
-/// "camera", "microphone".
+/// A picture of that many points in a square, as sharp as the screen. `name` is that of a file in
+/// app/look/symbols ("camera", "microphone-muted", "trusted" …) or one of the names that the
+/// records and screens use for what is in it ("video.fill", "mic.slash.fill",
+/// "checkmark.shield.fill" …). An unknown name gives the circle with the exclamation mark, so that
+/// nothing stands without a picture. What has been drawn lately is kept.
 QPixmap symbolPixmap(const QString& name, const QColor& ink, int points, double pixelsPerPoint);
+
+/// Whether there is a picture of that name.
+bool hasSymbol(const QString& name);
 
 } // namespace velmoran
