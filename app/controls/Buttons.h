@@ -1,5 +1,5 @@
-// The buttons of windows. All take the keyboard, show the focus only when the keyboard brought it,
-// and follow the palette. Owned by their parents.
+// The buttons of windows. All take the keyboard (Tab, then Space or Enter), show the focus only
+// when the keyboard brought it, and follow palette and font. Owned by their parents.
 #pragma once
 
 #include "app/controls/Labels.h"
@@ -13,18 +13,29 @@ namespace velmoran {
 class Button : public QAbstractButton {
 public:
     explicit Button(QWidget* parent);
+    ~Button() override;
+    /// The text as it is to be read; setText() of the base takes an ampersand for the mark of a
+    /// key.
+    void setPlain(const QString& text);
+    QString plainText() const;
+    /// Return and Enter press it while no other button has the focus.
+    void setIsDefault();
+    bool showsFocus() const;
 
 protected:
     bool event(QEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
-    /// Around `frame`, if the keyboard brought the focus.
-    void paintFocus(QPainter& painter, const QRectF& frame, double radius) const;
+    void keyPressEvent(QKeyEvent* event) override;
+    /// What the ring goes around, and its corners.
+    virtual QRectF focusFrame() const { return rect(); }
+    virtual double focusRadius() const { return 8; }
     bool isHovered() const { return isHovered_; }
+    /// Under the mouse or pressed: the wash of that, otherwise nothing.
+    void paintWash(QPainter& painter, const QRectF& frame, double radius) const;
 
 private:
     bool isHovered_ = false;
-    bool focusIsByKeyboard_ = false;
 };
 
 /// Text alone, in the text colour, underlined under the mouse. What destroys is red.
@@ -32,14 +43,19 @@ class LinkButton final : public Button {
 public:
     LinkButton(const QString& text, QWidget* parent, TextStyle style = TextStyle::body);
     void setDestructive(bool destructive);
+    void setInk(Ink ink);
     QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    double focusRadius() const override { return 4; }
 
 private:
+    QString cut() const;
     TextStyle style_;
-    bool isDestructive_ = false;
+    Ink ink_ = Ink::text;
 };
 
 /// A symbol alone; `help` is its tool tip, `label` its accessible name.
@@ -66,30 +82,42 @@ private:
     bool isCrossed_ = false;
 };
 
-/// A button with a face: `prominent` in the palette's highlight, `stop` in the program's yellow.
+/// A button with a face: `prominent` in the palette's highlight, `stop` in the program's yellow,
+/// `destructive` a plain one whose word is red. Small ones stand in lines of text.
 class FaceButton final : public Button {
 public:
-    enum class Face { plain, prominent, stop };
+    enum class Face { plain, prominent, stop, destructive };
     FaceButton(const QString& text, Face face, QWidget* parent);
+    void setSmall(bool small);
+    Face face() const { return face_; }
     QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    QFont ownFont() const;
+    int padding() const { return isSmall_ ? 10 : 16; }
+    QString cut() const;
     Face face_;
+    bool isSmall_ = false;
 };
 
 /// A whole line that can be pressed; put a layout with labels into it. The children must not take
-/// the mouse (WA_TransparentForMouseEvents is set on each as it comes). The accessible name is the
-/// caller's to set.
+/// the mouse (WA_TransparentForMouseEvents is set on each as it comes); their tool tips show all
+/// the same. The accessible name is the caller's to set.
 class RowButton : public Button {
 public:
     explicit RowButton(QWidget* parent);
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
+    bool hasHeightForWidth() const override;
+    int heightForWidth(int width) const override;
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void childEvent(QChildEvent* event) override;
 };

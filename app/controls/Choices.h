@@ -8,10 +8,12 @@
 #include <QList>
 #include <functional>
 
+class QVariantAnimation;
+
 namespace velmoran {
 
-/// One of a few, side by side. Walked with the arrow keys; for a screen reader a group of radio
-/// buttons with that name. `onChoose` is called for the person's choices alone.
+/// One of a few, side by side. Walked with the arrow keys, Home and End; for a screen reader a
+/// group of radio buttons with that name. `onChoose` is called for the person's choices alone.
 class SegmentedControl final : public QWidget {
 public:
     struct Segment {
@@ -31,11 +33,13 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    void choose(int index);
     QButtonGroup* group_;
     int current_ = 0;
 };
 
-/// On or off, drawn as a switch. For a screen reader a check box.
+/// On or off, drawn as a switch. For a screen reader a check box. Its changes by click, key or
+/// setChecked() come as toggled(), those by the person alone as clicked().
 class Switch final : public Button {
 public:
     Switch(const QString& accessibleName, QWidget* parent);
@@ -43,10 +47,19 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    double focusRadius() const override;
+    void checkStateSet() override;
+    void nextCheckState() override;
+
+private:
+    void slide();
+    QVariantAnimation* sliding_;
+    double place_ = 0; ///< of the knob, from 0 (off) to 1
 };
 
 /// A line of a form: title at the left, under it a note in secondary, the control at the right.
-/// A click on the title of a line with a switch switches it.
+/// A click on the title of a line with a switch switches it. A control without an accessible name
+/// gets the title, and one without a description the note.
 class FormRow final : public QWidget {
 public:
     FormRow(const QString& title, const QString& note, QWidget* control, QWidget* parent);
@@ -54,15 +67,18 @@ public:
     void setTitle(const QString& title);
 
 protected:
+    void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
-    LineLabel* title_;
+    TextLabel* title_;
     TextLabel* note_;
     QWidget* control_;
+    bool namesControl_;
+    bool describesControl_;
 };
 
-/// A desktop's own drop-down list with an accessible name.
+/// A desktop's own drop-down list with an accessible name. The wheel scrolls what it stands in.
 QComboBox* makePicker(const QString& accessibleName, const QList<QString>& entries,
                       QWidget* parent);
 

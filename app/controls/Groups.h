@@ -17,7 +17,7 @@ public:
                QWidget* parent);
 };
 
-/// A heading that folds what is under it.
+/// A heading that folds what is under it. Closed at first.
 class Disclosure final : public QWidget {
 public:
     Disclosure(const QString& title, QWidget* content, QWidget* parent);
@@ -25,20 +25,28 @@ public:
     void setOpen(bool open);
     /// The window may have to be fitted anew.
     std::function<void()> onFold;
+    QAbstractButton* heading() const { return heading_; }
+
+protected:
+    void changeEvent(QEvent* event) override;
 
 private:
+    void showFolding();
     RowButton* heading_;
+    SymbolLabel* chevron_;
     QWidget* content_;
     bool isOpen_ = false;
 };
 
-/// A section of a form: a heading, if any, then lines with hairlines between them.
+/// A section of a form: a heading, if any, then lines with hairlines between them. The 20 points
+/// above it are its layout's spacing.
 class FormSection final : public QWidget {
 public:
     FormSection(const QString& heading, QWidget* parent);
     void add(QWidget* line);
     /// Without its line, for a note or a heading inside.
     void addPlain(QWidget* line);
+    /// Takes and deletes all lines; the heading stays.
     void clear();
 
 private:
@@ -46,7 +54,9 @@ private:
 };
 
 /// A question with two answers, in front of its window. "Cancel", Escape and closing do nothing.
-/// Not a loop of its own: it returns at once. Null `confirmed` is not allowed.
+/// Not a loop of its own: it returns at once, and `confirmed` is called later or never. What
+/// destroys is in red and asks for a press of its own, as Enter cancels it; otherwise Enter
+/// confirms. Goes with its window. Null `confirmed` is not allowed.
 struct Question {
     QString title;
     QString message;
@@ -58,7 +68,10 @@ QDialog* ask(QWidget* over, const Question& question, std::function<void()> conf
 /// A small note that hangs at a control and goes with Escape or a click elsewhere. Takes `content`.
 QWidget* showNote(QWidget* at, QWidget* content);
 
-/// The desktop asks for less motion.
+/// The desktop asks for less motion: its style has no animations, or its settings portal says
+/// "reduced-motion" or that GNOME's animations are off. The portal is asked without waiting, when
+/// this is first called, so that its word counts from a moment later on; call it when a window is
+/// made.
 bool wantsLessMotion();
 
 } // namespace velmoran

@@ -7,6 +7,7 @@
 #include "core/records/AppIdentity.h"
 
 #include <QLabel>
+#include <QPixmap>
 #include <QString>
 #include <QWidget>
 #include <functional>
@@ -15,21 +16,31 @@ namespace velmoran {
 
 enum class Ink { text, secondary, camera, microphone, speaker, warning, stop };
 
-/// Several lines, wrapped at the width that its layout gives; its height follows.
+/// By the widget's palette, and paler where the widget is disabled.
+QColor inkColor(Ink ink, const QWidget& widget);
+
+/// Several lines, wrapped at the width that its layout gives, inside a word where that is too long;
+/// its height follows. On its own it wants at most 360 points of width.
 class TextLabel final : public QLabel {
 public:
     TextLabel(const QString& text, TextStyle style, Ink ink, QWidget* parent);
     void setPlain(const QString& text);
     void setInk(Ink ink);
+    /// The last line ends in an ellipsis where that isn't enough. 0, as at first: any number.
+    void setMostLines(int lines);
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    int heightForWidth(int width) const override;
 
 protected:
-    void changeEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void restyle();
     TextStyle style_;
     Ink ink_;
-    bool isStyling_ = false;
+    int mostLines_ = 0;
 };
 
 /// One line, cut at its end with an ellipsis; the whole is its tool tip then, and always its
@@ -45,10 +56,15 @@ public:
     QSize minimumSizeHint() const override;
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    QFont ownFont() const;
+    double widthOf(const QString& text) const;
+    QString cut(int width) const;
+
     QString text_;
     TextStyle style_;
     Ink ink_;
@@ -85,12 +101,14 @@ public:
     QSize sizeHint() const override;
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
     AppPicture picture_;
     AppIdentity app_;
     int points_;
+    QPixmap drawn_; ///< null until it is needed
 };
 
 /// A line of one device pixel across its parent.

@@ -1,0 +1,127 @@
+// What all buttons share; declared in Buttons.h.
+#include "app/controls/Accessibility.h"
+#include "app/controls/Buttons.h"
+#include "app/controls/FocusRing.h"
+#include "app/look/CardText.h"
+#include "app/look/ScreenColors.h"
+
+#include <QEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QShortcut>
+
+namespace velmoran {
+
+namespace {
+
+constexpr float pressedWash = 0.12F;
+
+bool isEnter(const QKeyEvent& event) {
+    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+}
+
+bool isOfKeyboard(Qt::FocusReason reason) {
+    return reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
+           reason == Qt::ShortcutFocusReason;
+}
+
+} // namespace
+
+Button::Button(QWidget* parent) : QAbstractButton(parent) {
+    makeAccessible();
+    setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_Hover);
+}
+
+Button::~Button() {
+    FocusRing::hide(*this);
+}
+
+void Button::setPlain(const QString& text) {
+    const auto line = harmlessText(text).simplified();
+    if (line != plainText()) {
+        setText(QString(line).replace(QLatin1Char('&'), QLatin1String("&&")));
+        updateGeometry();
+    }
+}
+
+QString Button::plainText() const {
+    return text().replace(QLatin1String("&&"), QLatin1String("&"));
+}
+
+void Button::setIsDefault() {
+    for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto* shortcut = new QShortcut(key, this);
+        connect(shortcut, &QShortcut::activated, this, [this] { click(); });
+    }
+}
+
+bool Button::showsFocus() const {
+    return FocusRing::target() == this;
+}
+
+bool Button::event(QEvent* event) {
+    switch (event->type()) {
+    case QEvent::HoverEnter:
+        isHovered_ = true;
+        update();
+        break;
+    case QEvent::HoverLeave:
+        isHovered_ = false;
+        update();
+        break;
+    case QEvent::FontChange:
+    case QEvent::StyleChange:
+        updateGeometry();
+        break;
+    case QEvent::ShortcutOverride:
+        // Ours before the window's default button.
+        if (isEnter(static_cast<QKeyEvent&>(*event))) {
+            event->accept();
+            return true;
+        }
+        break;
+    default:
+        break;
+    }
+    return QAbstractButton::event(event);
+}
+
+void Button::focusInEvent(QFocusEvent* event) {
+    QAbstractButton::focusInEvent(event);
+    if (isOfKeyboard(event->reason())) {
+        FocusRing::show(*this, focusFrame(), focusRadius());
+    }
+}
+
+void Button::focusOutEvent(QFocusEvent* event) {
+    QAbstractButton::focusOutEvent(event);
+    // Another window for a while changes nothing here.
+    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason) {
+        FocusRing::hide(*this);
+    }
+}
+
+void Button::keyPressEvent(QKeyEvent* event) {
+    if (isEnter(*event) && !event->isAutoRepeat()) {
+        click();
+        return;
+    }
+    QAbstractButton::keyPressEvent(event);
+}
+
+void Button::paintWash(QPainter& painter, const QRectF& frame, double radius) const {
+    if (!isEnabled() || (!isDown() && !isHovered_)) {
+        return;
+    }
+    QColor wash = ScreenColors(palette()).hover;
+    if (isDown()) {
+        wash.setAlphaF(pressedWash);
+    }
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(wash);
+    painter.drawRoundedRect(frame, radius, radius);
+}
+
+} // namespace velmoran
