@@ -5,7 +5,6 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
-#include <QTextDocument>
 
 namespace velmoran {
 
@@ -89,11 +88,6 @@ QAccessibleInterface* interfaceOf(const QString&, QObject* object) {
 
 void makeAccessible() {
     QAccessible::installFactory(interfaceOf); // once, however often it is called
-}
-
-QString plainToolTip(const QString& text) {
-    return Qt::mightBeRichText(text) ? QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped())
-                                     : text;
 }
 
 } // namespace velmoran

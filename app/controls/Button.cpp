@@ -5,9 +5,11 @@
 #include "app/look/CardText.h"
 #include "app/look/ScreenColors.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QPointer>
 #include <QShortcut>
 
 namespace velmoran {
@@ -20,15 +22,46 @@ bool isEnter(const QKeyEvent& event) {
     return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
 }
 
+/// Whether the person pressed the mouse last. A window that opens gives its first control the focus
+/// as Tab does, also after a click.
+class LastInput final : public QObject {
+public:
+    using QObject::QObject;
+    static LastInput& get() {
+        static QPointer<LastInput> input;
+        if (!input) {
+            input = new LastInput(qApp);
+            qApp->installEventFilter(input);
+        }
+        return *input;
+    }
+    bool wasMouse() const { return wasMouse_; }
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::KeyPress) {
+            wasMouse_ = false;
+        } else if (event->type() == QEvent::MouseButtonPress) {
+            wasMouse_ = true;
+        }
+        return false;
+    }
+
+private:
+    bool wasMouse_ = false;
+};
+
 bool isOfKeyboard(Qt::FocusReason reason) {
-    return reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
-           reason == Qt::ShortcutFocusReason;
+    return !LastInput::get().wasMouse() &&
+           (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
+            reason == Qt::ShortcutFocusReason);
 }
 
 } // namespace
 
 Button::Button(QWidget* parent) : QAbstractButton(parent) {
     makeAccessible();
+    LastInput::get();
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
 }

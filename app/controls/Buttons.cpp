@@ -1,6 +1,5 @@
 #include "app/controls/Buttons.h"
 
-#include "app/controls/Accessibility.h"
 #include "app/look/CardColors.h"
 #include "app/look/CardText.h"
 #include "app/look/ScreenColors.h"

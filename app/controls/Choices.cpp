@@ -1,6 +1,5 @@
 #include "app/controls/Choices.h"
 
-#include "app/controls/Accessibility.h"
 #include "app/controls/Groups.h"
 #include "app/look/CardColors.h"
 #include "app/look/CardText.h"

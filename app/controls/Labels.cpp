@@ -93,9 +93,7 @@ TextLabel::TextLabel(const QString& text, TextStyle style, Ink ink, QWidget* par
       ink_(ink) {
     makeAccessible();
     setTextFormat(Qt::PlainText);
-    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Preferred);
-    policy.setHeightForWidth(true);
-    setSizePolicy(policy);
+    setWordWrap(true); // what a label takes its height for a width from
     setPlain(text);
 }
 

@@ -1,5 +1,4 @@
 // What stands in front of a window for a while; declared in Groups.h.
-#include "app/controls/Accessibility.h"
 #include "app/controls/Groups.h"
 #include "app/look/CardText.h"
 #include "app/look/ScreenColors.h"

@@ -26,7 +26,8 @@ QString initial(const AppIdentity& app) {
         const auto letter = name.mid(at, next - at);
         const auto first = letter.toUcs4().value(0);
         if (QChar::isLetterOrNumber(first)) {
-            return letter.toUpper().left(4);
+            const auto upper = letter.toUpper(); // some become two
+            return upper.size() == letter.size() ? upper : letter;
         }
         at = next;
     }
@@ -69,8 +70,10 @@ QPixmap drawnTile(const AppIdentity& app, int side, const QPalette& palette) {
     painter.setPen(ink);
     // In the middle by what is seen of the letter, not by what fonts keep free around it.
     const auto text = initial(app);
-    const auto seen = QFontMetricsF(letter).tightBoundingRect(text);
-    painter.drawText(frame.center() - seen.center(), text);
+    const QFontMetricsF metrics(letter);
+    painter.drawText(frame.center() + QPointF(-metrics.tightBoundingRect(text).center().x(),
+                                              metrics.capHeight() / 2),
+                     text);
     return pixmap;
 }
 

@@ -3,6 +3,7 @@
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPainter>
+#include <QTextDocument>
 #include <QTextOption>
 #include <cmath>
 
@@ -66,6 +67,11 @@ QString harmlessText(const QString& text) {
     return result;
 }
 
+QString plainToolTip(const QString& text) {
+    return Qt::mightBeRichText(text) ? QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped())
+                                     : text;
+}
+
 CardText::CardText(const QString& text, const QFont& font, const QColor& color, int width,
                    int mostLines, QWidget* parent)
     : QLabel(text, parent),
@@ -85,7 +91,7 @@ CardText::CardText(const QString& text, const QFont& font, const QColor& color, 
         layout_.setText(shown.left(last.textStart()) +
                         cutRest(shown.mid(last.textStart()), font, width));
         height = layOut(layout_, width, mostLines);
-        setToolTip(text);
+        setToolTip(plainToolTip(text));
     }
     setFixedSize(width, static_cast<int>(std::ceil(height)));
 }

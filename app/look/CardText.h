@@ -15,6 +15,9 @@ namespace velmoran {
 /// of. Line breaks stay.
 QString harmlessText(const QString& text);
 
+/// A tool tip that shows such a text as it stands, also where it looks like markup.
+QString plainToolTip(const QString& text);
+
 class CardText final : public QLabel {
 public:
     CardText(const QString& text, const QFont& font, const QColor& color, int width, int mostLines,
