@@ -1,5 +1,6 @@
 #include "app/shell/cards/NoticeView.h"
 
+#include "app/look/AppTile.h"
 #include "app/look/CardText.h"
 #include "app/look/Symbols.h"
 #include "app/shell/cards/CardButton.h"
@@ -28,16 +29,12 @@ QString qt(const std::string& text) {
     return harmlessText(QString::fromStdString(text));
 }
 
-QPixmap pictureOf(const NoticeItem& item, const AppPicture& picture, const CardColors& colors,
-                  double pixelsPerPoint) {
+QPixmap pictureOf(const NoticeItem& item, const AppPicture& picture, const QPalette& palette,
+                  const CardColors& colors, double pixelsPerPoint) {
     if (item.appPath) {
-        const auto icon = picture && item.app ? picture(*item.app) : QIcon();
-        // An icon whose file can't be drawn is one all the same.
-        const auto drawn = icon.pixmap(QSize(pictureSize, pictureSize), pixelsPerPoint);
-        if (!drawn.isNull()) {
-            return drawn;
-        }
-        return symbolPixmap(QStringLiteral("app"), colors.secondary, pictureSize, pixelsPerPoint);
+        return item.app ? appPixmap(picture, *item.app, pictureSize, pixelsPerPoint, palette)
+                        : symbolPixmap(QStringLiteral("app"), colors.secondary, pictureSize,
+                                       pixelsPerPoint);
     }
     if (item.symbol) {
         return symbolPixmap(QString::fromStdString(*item.symbol),
@@ -53,7 +50,7 @@ NoticeView::NoticeView(const NoticeItem& item, const AppPicture& picture, const 
                        QWidget* parent)
     : QWidget(parent),
       colors_(palette()),
-      picture_(pictureOf(item, picture, colors_, devicePixelRatioF())) {
+      picture_(pictureOf(item, picture, palette(), colors_, devicePixelRatioF())) {
     setObjectName(QStringLiteral("notice"));
     // One line, so that nobody can write a second sentence into a name.
     const auto title = qt(item.title).simplified();

@@ -232,7 +232,7 @@ TEST_F(NoticePanelTest, AsksForThePictureOfTheApp) {
     EXPECT_THAT(picturesAskedFor, ElementsAre(zoom()));
 }
 
-TEST_F(NoticePanelTest, ShowsThePictureOfTheAppOrElseTheSymbolOfOne) {
+TEST_F(NoticePanelTest, ShowsThePictureOfTheAppOrElseATileWithItsLetter) {
     const auto shown = [&] {
         const auto card = cardOf(zoom());
         notices.show(card);
