@@ -82,6 +82,7 @@ QPixmap drawnTile(const AppIdentity& app, int side, const QPalette& palette) {
 QPixmap appPixmap(const AppPicture& picture, const AppIdentity& app, int points,
                   double pixelsPerPoint, const QPalette& palette) {
     const auto icon = picture ? picture(app) : QIcon();
+    // An icon whose file can't be drawn is one all the same.
     const auto drawn = icon.pixmap(QSize(points, points), pixelsPerPoint);
     if (!drawn.isNull()) {
         return drawn;

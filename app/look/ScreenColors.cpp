@@ -40,10 +40,10 @@ double contrast(const QColor& one, const QColor& other) {
 }
 
 ScreenColors::ScreenColors(const QPalette& palette)
-    : window(palette.color(QPalette::Window)),
-      text(palette.color(QPalette::WindowText)),
-      highlight(palette.color(QPalette::Highlight)),
-      highlightedText(palette.color(QPalette::HighlightedText)) {
+    : window(palette.color(QPalette::Active, QPalette::Window)),
+      text(palette.color(QPalette::Active, QPalette::WindowText)),
+      highlight(palette.color(QPalette::Active, QPalette::Highlight)),
+      highlightedText(palette.color(QPalette::Active, QPalette::HighlightedText)) {
     isDark = window.lightness() < 128;
     secondary = visible(mixed(window, text, 0.6), window, text, textContrast);
     line = mixed(window, text, 0.12);

@@ -10,6 +10,7 @@ namespace velmoran {
 /// How well two colours can be told apart, from 1 to 21: the contrast ratio of WCAG 2.
 double contrast(const QColor& one, const QColor& other);
 
+/// As in the window that is in front, also for a control that is disabled.
 struct ScreenColors {
     explicit ScreenColors(const QPalette& palette);
 
