@@ -11,6 +11,8 @@ namespace velmoran {
 
 /// Shared by all: hover, pressed, the ring of the focus.
 class Button : public QAbstractButton {
+    Q_OBJECT
+
 public:
     explicit Button(QWidget* parent);
     ~Button() override;
@@ -40,6 +42,8 @@ private:
 
 /// Text alone, in the text colour, underlined under the mouse. What destroys is red.
 class LinkButton final : public Button {
+    Q_OBJECT
+
 public:
     LinkButton(const QString& text, QWidget* parent, TextStyle style = TextStyle::body);
     void setDestructive(bool destructive);
@@ -60,6 +64,8 @@ private:
 
 /// A symbol alone; `help` is its tool tip, `label` its accessible name.
 class SymbolButton final : public Button {
+    Q_OBJECT
+
 public:
     SymbolButton(const QString& symbol, int points, int side, QWidget* parent);
     void setSymbol(const QString& symbol);
@@ -85,6 +91,8 @@ private:
 /// A button with a face: `prominent` in the palette's highlight, `stop` in the program's yellow,
 /// `destructive` a plain one whose word is red. Small ones stand in lines of text.
 class FaceButton final : public Button {
+    Q_OBJECT
+
 public:
     enum class Face { plain, prominent, stop, destructive };
     FaceButton(const QString& text, Face face, QWidget* parent);
@@ -109,6 +117,8 @@ private:
 /// the mouse (WA_TransparentForMouseEvents is set on each as it comes); their tool tips show all
 /// the same. The accessible name is the caller's to set.
 class RowButton : public Button {
+    Q_OBJECT
+
 public:
     explicit RowButton(QWidget* parent);
     QSize sizeHint() const override;

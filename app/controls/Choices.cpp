@@ -107,7 +107,7 @@ FormRow::FormRow(const QString& title, const QString& note, QWidget* control, QW
       note_(new TextLabel(note, TextStyle::caption, Ink::secondary, this)),
       control_(control),
       namesControl_(control && control->accessibleName().isEmpty()),
-      describesControl_(control && control->accessibleDescription().isEmpty()) {
+      describesControl_(control && control->accessibleDescription() == control->accessibleName()) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, rowMargin, 0, rowMargin);
     row->setSpacing(controlGap);
@@ -120,6 +120,9 @@ FormRow::FormRow(const QString& title, const QString& note, QWidget* control, QW
     row->addLayout(words, 1);
     if (control_) {
         row->addWidget(control_, 0, Qt::AlignVCenter);
+    }
+    if (control_) {
+        title_->setBuddy(control_);
     }
     setTitle(title);
     setNote(note);
@@ -136,7 +139,9 @@ void FormRow::setNote(const QString& note) {
     note_->setPlain(note);
     note_->setVisible(!note.isEmpty());
     if (describesControl_) {
-        control_->setAccessibleDescription(note_->text().simplified());
+        const bool isPicker = qobject_cast<QComboBox*>(control_);
+        control_->setAccessibleDescription(isPicker && note.isEmpty() ? control_->accessibleName()
+                                                                      : note_->text().simplified());
     }
 }
 
@@ -156,7 +161,10 @@ void FormRow::mouseReleaseEvent(QMouseEvent* event) {
 QComboBox* makePicker(const QString& accessibleName, const QList<QString>& entries,
                       QWidget* parent) {
     auto* picker = new Picker(parent);
-    picker->setAccessibleName(harmlessText(accessibleName).simplified());
+    const auto name = harmlessText(accessibleName).simplified();
+    picker->setAccessibleName(name);
+    // On Unix, Qt gives screen readers the chosen entry for the name.
+    picker->setAccessibleDescription(name);
     picker->setFocusPolicy(Qt::StrongFocus);
     picker->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     for (const auto& entry : entries) {

@@ -15,6 +15,8 @@ namespace velmoran {
 /// One of a few, side by side. Walked with the arrow keys, Home and End; for a screen reader a
 /// group of radio buttons with that name. `onChoose` is called for the person's choices alone.
 class SegmentedControl final : public QWidget {
+    Q_OBJECT
+
 public:
     struct Segment {
         QString label;       ///< shown, or the accessible name where there is a symbol
@@ -41,6 +43,8 @@ private:
 /// On or off, drawn as a switch. For a screen reader a check box. Its changes by click, key or
 /// setChecked() come as toggled(), those by the person alone as clicked().
 class Switch final : public Button {
+    Q_OBJECT
+
 public:
     Switch(const QString& accessibleName, QWidget* parent);
     QSize sizeHint() const override;
@@ -61,6 +65,8 @@ private:
 /// A click on the title of a line with a switch switches it. A control without an accessible name
 /// gets the title, and one without a description the note.
 class FormRow final : public QWidget {
+    Q_OBJECT
+
 public:
     FormRow(const QString& title, const QString& note, QWidget* control, QWidget* parent);
     void setNote(const QString& note); ///< empty: none

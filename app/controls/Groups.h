@@ -12,6 +12,8 @@ namespace velmoran {
 
 /// Symbol, title and one sentence in the middle of their area.
 class EmptyState final : public QWidget {
+    Q_OBJECT
+
 public:
     EmptyState(const QString& symbol, const QString& title, const QString& sentence,
                QWidget* parent);
@@ -19,6 +21,8 @@ public:
 
 /// A heading that folds what is under it. Closed at first.
 class Disclosure final : public QWidget {
+    Q_OBJECT
+
 public:
     Disclosure(const QString& title, QWidget* content, QWidget* parent);
     bool isOpen() const { return isOpen_; }
@@ -41,6 +45,8 @@ private:
 /// A section of a form: a heading, if any, then lines with hairlines between them. The 20 points
 /// above it are its layout's spacing.
 class FormSection final : public QWidget {
+    Q_OBJECT
+
 public:
     FormSection(const QString& heading, QWidget* parent);
     void add(QWidget* line);

@@ -22,6 +22,8 @@ QColor inkColor(Ink ink, const QWidget& widget);
 /// Several lines, wrapped at the width that its layout gives, inside a word where that is too long;
 /// its height follows. On its own it wants at most 360 points of width.
 class TextLabel final : public QLabel {
+    Q_OBJECT
+
 public:
     TextLabel(const QString& text, TextStyle style, Ink ink, QWidget* parent);
     void setPlain(const QString& text);
@@ -46,6 +48,8 @@ private:
 /// One line, cut at its end with an ellipsis; the whole is its tool tip then, and always its
 /// accessible name. Takes all width that it can get if `grows`, otherwise that of its text.
 class LineLabel final : public QWidget {
+    Q_OBJECT
+
 public:
     LineLabel(const QString& text, TextStyle style, Ink ink, QWidget* parent, bool grows = true);
     void setPlain(const QString& text);
@@ -75,6 +79,8 @@ private:
 /// A symbol of the program's set (Symbols.h), tinted. Without a name for screen readers it is
 /// hidden from them.
 class SymbolLabel final : public QWidget {
+    Q_OBJECT
+
 public:
     SymbolLabel(const QString& symbol, int points, Ink ink, QWidget* parent,
                 const QString& accessibleName = {});
@@ -95,6 +101,8 @@ private:
 /// An app's picture, or a tile with the first letter of its name. Hidden from screen readers, since
 /// the name stands beside it.
 class AppImage final : public QWidget {
+    Q_OBJECT
+
 public:
     AppImage(const AppPicture& picture, const AppIdentity& app, int points, QWidget* parent);
     void setApp(const AppIdentity& app);
@@ -113,6 +121,8 @@ private:
 
 /// A line of one device pixel across its parent.
 class Hairline final : public QWidget {
+    Q_OBJECT
+
 public:
     explicit Hairline(QWidget* parent, Qt::Orientation orientation = Qt::Horizontal);
     QSize sizeHint() const override;

@@ -106,6 +106,7 @@ QDialog* ask(QWidget* over, const Question& question, std::function<void()> conf
     dialog->setAccessibleDescription(message->text());
 
     auto* buttons = new QDialogButtonBox(dialog);
+    buttons->layout()->setSpacing(8);
     auto* confirm = new FaceButton(question.confirm,
                                    question.isDestructive ? FaceButton::Face::destructive
                                                           : FaceButton::Face::prominent,

@@ -113,6 +113,10 @@ void SegmentedControl::setCurrent(int index) {
     if (auto* button = group_->button(index)) {
         current_ = index;
         button->setChecked(true);
+        // Qt leaves the one stop of the Tab key where the focus was last.
+        for (auto* each : group_->buttons()) {
+            each->setFocusPolicy(each == button ? Qt::StrongFocus : Qt::ClickFocus);
+        }
     }
 }
 
