@@ -182,6 +182,12 @@ struct InZone {
           days([this, locale](UErrorCode& status) {
               return here(icu::DateFormat::createInstanceForSkeleton("EEEEdMMM", locale, status));
           }),
+          weekdays([this, locale](UErrorCode& status) {
+              return here(icu::DateFormat::createInstanceForSkeleton("EEE", locale, status));
+          }),
+          dates([this, locale](UErrorCode& status) {
+              return here(icu::DateFormat::createInstanceForSkeleton("dMMM", locale, status));
+          }),
           calendar([this](UErrorCode& status) {
               // It only counts days, which are the same in every calendar and region.
               return new icu::GregorianCalendar(*zone, icu::Locale("", "001"), status);
@@ -215,6 +221,8 @@ struct InZone {
     OnFirstUse<icu::TimeZone> zone;
     OnFirstUse<icu::DateFormat> times;
     OnFirstUse<icu::DateFormat> days;
+    OnFirstUse<icu::DateFormat> weekdays;
+    OnFirstUse<icu::DateFormat> dates;
     OnFirstUse<icu::Calendar> calendar;
     mutable std::mutex mutex;
 };
@@ -304,6 +312,16 @@ std::string Localizer::dayTitle(Timestamp day, Timestamp now) const {
     }
     const auto here = facts_->now();
     return here->format(*here->days, day);
+}
+
+std::string Localizer::shortWeekday(Timestamp time) const {
+    const auto here = facts_->now();
+    return here->format(*here->weekdays, time);
+}
+
+std::string Localizer::dayAndMonth(Timestamp time) const {
+    const auto here = facts_->now();
+    return here->format(*here->dates, time);
 }
 
 int Localizer::compareIgnoringCase(std::string_view a, std::string_view b) const {

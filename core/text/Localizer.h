@@ -40,6 +40,10 @@ public:
     std::string shortTime(Timestamp time) const;
     /// "Today", "Yesterday", or weekday, day and abbreviated month in the locale's order.
     std::string dayTitle(Timestamp day, Timestamp now) const;
+    /// The abbreviated weekday.
+    std::string shortWeekday(Timestamp time) const;
+    /// Day number and abbreviated month in the locale's order.
+    std::string dayAndMonth(Timestamp time) const;
     /// Collation that ignores case and follows the locale: negative, zero or positive.
     int compareIgnoringCase(std::string_view a, std::string_view b) const;
 

@@ -105,6 +105,15 @@ TEST(Localizer, TitlesOtherDaysInTheOrderOfTheLocale) {
     EXPECT_EQ(german().dayTitle(wednesday, wednesday + 48 * hour), "Mittwoch, 4. März");
 }
 
+TEST(Localizer, NamesDaysShortlyInTheWayOfTheLocale) {
+    EXPECT_EQ(Localizer().shortWeekday(wednesday), "Wed");
+    EXPECT_EQ(Localizer().dayAndMonth(wednesday), "Mar 4");
+    EXPECT_EQ(german().shortWeekday(wednesday), "Mi");
+    EXPECT_EQ(german().dayAndMonth(wednesday), "4. März");
+    // Half an hour before midnight in London it is Thursday in Berlin.
+    EXPECT_EQ(german().shortWeekday(wednesday + 14 * hour), "Do");
+}
+
 TEST(Localizer, TitlesYesterdayOverAChangeOfClocks) {
     // Sunday, 29 March 2026 has 23 hours in Berlin, Sunday, 25 October has 25.
     constexpr Timestamp spring{796478400}; // Sunday noon, UTC
