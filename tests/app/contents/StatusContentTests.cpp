@@ -1,0 +1,103 @@
+#include "app/contents/StatusContent.h"
+
+#include "Rows.h"
+
+#include <gmock/gmock.h>
+
+namespace velmoran {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const Timestamp start{1000};
+
+std::vector<std::string> lines(const StatusContent& content) {
+    std::vector<std::string> result;
+    for (const auto& use : content.uses) {
+        result.push_back(use.text());
+    }
+    return result;
+}
+
+TEST(StatusContent, OfADeviceThatNobodyUses) {
+    const auto camera = StatusContent::of({.device = Device::camera}, start);
+    EXPECT_EQ(camera.title, "Camera");
+    EXPECT_EQ(camera.symbol, "video.fill");
+    EXPECT_EQ(camera.state, "Not in use");
+    EXPECT_FALSE(camera.isInUse);
+    EXPECT_EQ(camera.note, "");
+    EXPECT_THAT(camera.uses, IsEmpty());
+    const auto microphone = StatusContent::of({.device = Device::microphone}, start);
+    EXPECT_EQ(microphone.title, "Microphone");
+    EXPECT_EQ(microphone.symbol, "mic.fill");
+}
+
+TEST(StatusContent, HasALineForEachUseInTheGivenOrder) {
+    const auto first = sessionOf(app("zoom"), Device::camera, start);
+    const auto second = sessionOf(app("meet"), Device::camera, start + 60);
+    const auto content =
+        StatusContent::of({.device = Device::camera, .sessions = {first, second}}, start + 125);
+    EXPECT_EQ(content.state, "In use");
+    EXPECT_TRUE(content.isInUse);
+    EXPECT_THAT(lines(content), ElementsAre("Name of zoom · 2 min", "Name of meet · 1 min"));
+    EXPECT_EQ(content.uses.front().session, first.id);
+    EXPECT_EQ(content.uses.front().app, first.app);
+}
+
+TEST(StatusContent, TurnsFromSecondsToMinutesAtSixty) {
+    const auto at = [](Seconds after) {
+        return lines(
+                   StatusContent::of({.device = Device::camera,
+                                      .sessions = {sessionOf(app("zoom"), Device::camera, start)}},
+                                     start + after))
+            .front();
+    };
+    EXPECT_EQ(at(59.9), "Name of zoom · 59 s");
+    EXPECT_EQ(at(60), "Name of zoom · 1 min");
+    EXPECT_EQ(at(-5), "Name of zoom · 0 s") << "the clock was set back";
+}
+
+TEST(StatusContent, CountsToTheEndOfAUseThatHasOne) {
+    const auto content =
+        StatusContent::of({.device = Device::camera,
+                           .sessions = {ended(sessionOf(app("zoom"), Device::camera, start), 10)}},
+                          start + 500);
+    EXPECT_THAT(lines(content), ElementsAre("Name of zoom · 10 s"));
+}
+
+TEST(StatusContent, OfAMutedMicrophoneSaysSoWhateverUsesIt) {
+    for (const bool isUsed : {false, true}) {
+        StatusContent::Input input{.device = Device::microphone, .mutedByVelmoran = true};
+        if (isUsed) {
+            input.sessions = {sessionOf(app("zoom"), Device::microphone, start)};
+        }
+        const auto content = StatusContent::of(input, start);
+        EXPECT_TRUE(content.mutedByVelmoran);
+        EXPECT_EQ(content.symbol, "mic.slash.fill");
+        EXPECT_EQ(content.note, "Muted by Velmoran after a stop");
+        EXPECT_EQ(content.state, "");
+        EXPECT_EQ(content.isInUse, isUsed);
+        EXPECT_EQ(content.uses.size(), isUsed ? 1U : 0U);
+    }
+    EXPECT_EQ(StatusContent::unmute(), "Unmute");
+    EXPECT_EQ(StatusContent::unmuteHelp(), "Unmute microphone");
+}
+
+TEST(StatusContent, NeverCallsADeviceOffThatIsNotWatched) {
+    StatusContent::Input input{.device = Device::camera, .isWatched = false};
+    EXPECT_EQ(StatusContent::of(input, start).state, "Not watched");
+    input.sessions = {sessionOf(app("zoom"), Device::camera, start)};
+    EXPECT_EQ(StatusContent::of(input, start).state, "In use") << "somebody was seen all the same";
+}
+
+TEST(StatusContent, SaysThatOnlyTheSystemListens) {
+    StatusContent::Input input{.device = Device::microphone, .onlySystemListens = true};
+    EXPECT_EQ(StatusContent::of(input, start).note, "Only the system itself is listening");
+    EXPECT_EQ(StatusContent::of(input, start).state, "Not in use");
+    input.sessions = {sessionOf(app("zoom"), Device::microphone, start)};
+    EXPECT_EQ(StatusContent::of(input, start).note, "");
+}
+
+} // namespace
+} // namespace velmoran
