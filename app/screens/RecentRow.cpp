@@ -1,0 +1,118 @@
+#include "app/screens/RecentRow.h"
+
+#include "app/contents/DeviceNames.h"
+#include "app/screens/ScreenText.h"
+
+#include <QHBoxLayout>
+#include <algorithm>
+#include <cmath>
+
+namespace velmoran {
+
+namespace {
+
+constexpr int imageSize = 16;
+constexpr int symbolSize = 12;
+constexpr int symbolGap = 3;
+constexpr int gap = 10;
+constexpr int inset = 8;
+constexpr int lineHeight = 28;
+
+} // namespace
+
+RecentColumns RecentColumns::of(const std::vector<RecentLine>& lines, const QFont& body) {
+    const auto digits = font(RecentRow::digits, body);
+    RecentColumns columns;
+    int most = 1;
+    for (const auto& line : lines) {
+        const auto widthOf = [&](const std::string& text) {
+            return static_cast<int>(std::ceil(evenWidth(digits, qt(text)))) + 1;
+        };
+        most = std::max(most, static_cast<int>(line.devices.size()));
+        columns.time = std::max(columns.time, widthOf(line.time));
+        columns.duration = std::max(columns.duration, widthOf(line.duration));
+        columns.hasStop |= line.wasStopped;
+    }
+    columns.devices = symbolSize * most + symbolGap * (most - 1);
+    return columns;
+}
+
+RecentRow::RecentRow(const AppPicture& picture, const AppIdentity& app, QWidget* parent)
+    : RowButton(parent),
+      image_(new AppImage(picture, app, imageSize, this)),
+      name_(new LineLabel({}, TextStyle::body, Ink::text, this)),
+      devices_(new QWidget(this)),
+      stopColumn_(new QWidget(this)),
+      stop_(new SymbolLabel(QStringLiteral("stop.fill"), symbolSize, Ink::secondary, stopColumn_,
+                            qt(RecentLine::stoppedByYou()))),
+      time_(new LineLabel({}, digits, Ink::secondary, this)),
+      duration_(new LineLabel({}, digits, Ink::secondary, this)) {
+    auto* devices = new QHBoxLayout(devices_);
+    devices->setContentsMargins(0, 0, 0, 0);
+    devices->setSpacing(symbolGap);
+    // The place stays where only other lines have the symbol.
+    stopColumn_->setFixedWidth(symbolSize);
+    auto* stop = new QHBoxLayout(stopColumn_);
+    stop->setContentsMargins(0, 0, 0, 0);
+    stop->addWidget(stop_);
+    stop_->setToolTip(qt(RecentLine::stoppedByYou()));
+    time_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    duration_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+
+    auto* line = new QHBoxLayout(this);
+    line->setContentsMargins(inset, 0, inset, 0);
+    line->setSpacing(gap);
+    line->addWidget(image_);
+    line->addWidget(name_, 1);
+    line->addWidget(devices_);
+    line->addWidget(stopColumn_);
+    line->addWidget(time_);
+    line->addWidget(duration_);
+    setFixedHeight(std::max(lineHeight, name_->sizeHint().height() + 4));
+}
+
+void RecentRow::showDevices(const std::vector<Device>& devices) {
+    auto* layout = devices_->layout();
+    while (auto* item = layout->takeAt(0)) {
+        delete item->widget();
+        delete item;
+    }
+    for (const auto device : devices) {
+        layout->addWidget(new SymbolLabel(qt(DeviceNames::symbolOf(device)), symbolSize,
+                                          Ink::secondary, devices_, qt(DeviceNames::of(device))));
+    }
+    static_cast<QHBoxLayout*>(layout)->addStretch();
+}
+
+void RecentRow::present(const RecentLine& line, const RecentColumns& columns) {
+    if (shown_ == line && columns_ == columns) {
+        return;
+    }
+    if (!shown_ || shown_->app != line.app) {
+        image_->setApp(line.app);
+        name_->setPlain(qt(line.app.name));
+    }
+    if (!shown_ || shown_->devices != line.devices) {
+        showDevices(line.devices);
+    }
+    if (!shown_ || columns_ != columns) {
+        devices_->setFixedWidth(columns.devices);
+        time_->setFixedWidth(columns.time);
+        duration_->setFixedWidth(columns.duration);
+        stopColumn_->setVisible(columns.hasStop);
+    }
+    if (!shown_ || shown_->wasStopped != line.wasStopped) {
+        stop_->setVisible(line.wasStopped);
+    }
+    if (!shown_ || shown_->time != line.time) {
+        time_->setPlain(qt(line.time));
+    }
+    if (!shown_ || shown_->duration != line.duration) {
+        duration_->setPlain(qt(line.duration));
+    }
+    setSpokenName(*this, qt(line.spoken()));
+    shown_ = line;
+    columns_ = columns;
+}
+
+} // namespace velmoran
