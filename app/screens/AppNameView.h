@@ -1,0 +1,28 @@
+// An app's name, and for a part of the operating system a button that explains it. Main thread.
+#pragma once
+
+#include "app/contents/DetailsContent.h"
+#include "app/controls/Buttons.h"
+
+#include <QPointer>
+#include <optional>
+
+namespace velmoran {
+
+class AppNameView final : public QWidget {
+public:
+    explicit AppNameView(QWidget* parent, TextStyle style = TextStyle::title3);
+    /// `process` only for an app that is known to be a part of the system.
+    void present(const AppIdentity& app, const std::optional<SystemProcessContent>& process);
+    bool showsNote() const;
+
+private:
+    void toggleNote();
+
+    LineLabel* name_;
+    SymbolButton* info_;
+    QPointer<QWidget> note_;
+    std::optional<SystemProcessContent> process_;
+};
+
+} // namespace velmoran
