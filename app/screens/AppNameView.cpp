@@ -10,15 +10,16 @@ namespace velmoran {
 
 namespace {
 
-constexpr int symbolSize = 16;
-constexpr int buttonSide = 24;
+constexpr int infoSymbol = 16;
+constexpr int infoButton = 24;
 
 } // namespace
 
 AppNameView::AppNameView(QWidget* parent, TextStyle style)
     : QWidget(parent),
       name_(new LineLabel({}, style, Ink::text, this, false)),
-      info_(new SymbolButton(QStringLiteral("info.circle"), symbolSize, buttonSide, this)) {
+      info_(new SymbolButton(QStringLiteral("info.circle"), infoSymbol, infoButton, this)) {
+    setObjectName(QStringLiteral("appName"));
     info_->setObjectName(QStringLiteral("explain"));
     info_->setInk(Ink::secondary);
     info_->hide();

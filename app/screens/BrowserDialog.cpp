@@ -32,13 +32,13 @@ constexpr int keeping = 1001;
 
 constexpr std::chrono::milliseconds secondRequest(300);
 
-QString qt(const std::string& text) {
-    // In one line: names come from whoever is asked about.
+QString inOneLine(const std::string& text) {
+    // Names come from whoever is asked about.
     return harmlessText(QString::fromStdString(text)).simplified();
 }
 
 QPushButton* addButton(QDialog& dialog, QVBoxLayout& column, const std::string& title, int result) {
-    const auto whole = qt(title);
+    const auto whole = inOneLine(title);
     auto* button = new QPushButton(&dialog);
     const auto shown =
         QFontMetrics(button->font()).elidedText(whole, Qt::ElideMiddle, textWidth - buttonPadding);
@@ -61,8 +61,8 @@ QDialog* makeWindow(const BrowserQuestion& question) {
     dialog->setObjectName(QStringLiteral("browserQuestion"));
     dialog->setWindowTitle(QStringLiteral("Velmoran"));
     dialog->setAttribute(Qt::WA_QuitOnClose, false);
-    dialog->setAccessibleName(qt(question.message()));
-    dialog->setAccessibleDescription(qt(question.text()));
+    dialog->setAccessibleName(inOneLine(question.message()));
+    dialog->setAccessibleDescription(inOneLine(question.text()));
     const CardColors colors(dialog->palette());
 
     auto* row = new QHBoxLayout(dialog);
@@ -80,11 +80,11 @@ QDialog* makeWindow(const BrowserQuestion& question) {
     QFont bold = dialog->font();
     bold.setWeight(QFont::DemiBold);
     bold.setPointSizeF(bold.pointSizeF() * 1.15);
-    column->addWidget(new CardText(qt(question.message()), bold, colors.text, textWidth,
+    column->addWidget(new CardText(inOneLine(question.message()), bold, colors.text, textWidth,
                                    mostMessageLines, dialog));
     column->addSpacing(2);
-    column->addWidget(new CardText(qt(question.text()), dialog->font(), colors.text, textWidth,
-                                   mostTextLines, dialog));
+    column->addWidget(new CardText(inOneLine(question.text()), dialog->font(), colors.text,
+                                   textWidth, mostTextLines, dialog));
     column->addSpacing(margin / 2);
     addButton(*dialog, *column, question.closeButton(), closing);
     if (question.keepOffered) {

@@ -9,15 +9,15 @@ namespace velmoran {
 
 namespace {
 
-constexpr Seconds tickInterval = 1.0;
-constexpr int margin = 20;
-constexpr int inner = 380;
-constexpr int imageSize = 40;
-constexpr int betweenParts = 8;
-constexpr int betweenThings = 12;
-constexpr int betweenSections = 20;
+constexpr Seconds detailsTick = 1.0;
+constexpr int detailsMargin = 20;
+constexpr int detailsWidth = 380;
+constexpr int detailsImage = 40;
+constexpr int betweenFields = 8;
+constexpr int betweenPieces = 12;
+constexpr int betweenDetails = 20;
 
-void clear(QLayout& layout) {
+void clearLayout(QLayout& layout) {
     while (auto* item = layout.takeAt(0)) {
         delete item->widget();
         delete item;
@@ -58,11 +58,11 @@ void EventDetailsView::layOut() {
     fields_ = new QWidget(details_);
     fieldGrid_ = new QGridLayout(fields_);
     fieldGrid_->setContentsMargins(0, 0, 0, 0);
-    fieldGrid_->setHorizontalSpacing(betweenThings);
-    fieldGrid_->setVerticalSpacing(betweenParts);
+    fieldGrid_->setHorizontalSpacing(betweenPieces);
+    fieldGrid_->setVerticalSpacing(betweenFields);
     fieldGrid_->setColumnStretch(1, 1);
 
-    connections_ = new ConnectionsSection(inner, details_);
+    connections_ = new ConnectionsSection(detailsWidth, details_);
     auto* technicalLines = new QWidget(details_);
     technicalLines_ = new QVBoxLayout(technicalLines);
     technicalLines_->setContentsMargins(0, 4, 0, 0);
@@ -72,28 +72,28 @@ void EventDetailsView::layOut() {
 
     auto* column = new QVBoxLayout(details_);
     column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(betweenSections);
+    column->setSpacing(betweenDetails);
     for (QWidget* each : {makeHeader(), systemProcess_, fields_,
                           static_cast<QWidget*>(connections_), static_cast<QWidget*>(technical_)}) {
-        each->setFixedWidth(inner);
+        each->setFixedWidth(detailsWidth);
         column->addWidget(each);
     }
-    vanished_->setFixedWidth(inner);
+    vanished_->setFixedWidth(detailsWidth);
     auto* all = new QVBoxLayout(this);
     all->setSizeConstraint(QLayout::SetFixedSize);
-    all->setContentsMargins(margin, margin, margin, margin);
+    all->setContentsMargins(detailsMargin, detailsMargin, detailsMargin, detailsMargin);
     all->addWidget(vanished_);
     all->addWidget(details_);
 }
 
 QWidget* EventDetailsView::makeHeader() {
     auto* header = new QWidget(details_);
-    image_ = new AppImage(context_.picture, AppIdentity(), imageSize, header);
+    image_ = new AppImage(context_.picture, AppIdentity(), detailsImage, header);
     name_ = new AppNameView(header);
     trust_ = new TrustControls(context_.model, header);
     auto* line = new QHBoxLayout(header);
     line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(betweenThings);
+    line->setSpacing(betweenPieces);
     line->addWidget(image_);
     line->addWidget(name_, 1);
     line->addWidget(trust_);
@@ -104,6 +104,9 @@ void EventDetailsView::refresh() {
     row_ = context_.model.rowContaining(rowID_);
     process_ = row_ ? context_.model.systemProcess(row_->app()) : std::nullopt;
     present();
+    if (!isVisible()) {
+        layOutNow(*this);
+    }
 }
 
 void EventDetailsView::present() {
@@ -139,7 +142,7 @@ void EventDetailsView::present() {
 
 void EventDetailsView::presentFields(const std::vector<DetailsContent::Field>& fields) {
     if (fieldValues_.size() != fields.size()) {
-        clear(*fieldGrid_);
+        clearLayout(*fieldGrid_);
         fieldValues_.clear();
         for (const auto& field : fields) {
             const auto line = static_cast<int>(fieldValues_.size());
@@ -164,7 +167,7 @@ void EventDetailsView::presentFields(const std::vector<DetailsContent::Field>& f
 }
 
 void EventDetailsView::presentTechnical(const std::vector<std::string>& lines) {
-    clear(*technicalLines_);
+    clearLayout(*technicalLines_);
     for (const auto& line : lines) {
         auto* label =
             new LineLabel(qt(line), TextStyle::body, Ink::text, technicalLines_->parentWidget());
@@ -176,8 +179,8 @@ void EventDetailsView::presentTechnical(const std::vector<std::string>& lines) {
 
 void EventDetailsView::showEvent(QShowEvent* event) {
     refresh();
-    layout()->activate(); // so that its first picture has the right size
-    tick_ = context_.scheduler.every(tickInterval, [this] {
+    layOutNow(*this); // so that its first picture has the right size
+    tick_ = context_.scheduler.every(detailsTick, [this] {
         if (row_ && row_->isOpen) {
             present();
         }

@@ -11,9 +11,9 @@ namespace velmoran {
 
 namespace {
 
-constexpr Seconds tickInterval = 1.0;
-constexpr int betweenThings = 12;
-constexpr int betweenSections = 20;
+constexpr Seconds panelTick = 1.0;
+constexpr int betweenRows = 12;
+constexpr int betweenBlocks = 20;
 
 } // namespace
 
@@ -63,7 +63,7 @@ void PanelView::layOut() {
         links_.push_back(link);
     };
     auto* links = new QHBoxLayout;
-    links->setSpacing(betweenThings);
+    links->setSpacing(betweenRows);
     addLink(*links, "history", PanelContent::history(), [this] { context_.actions.showHistory(); });
     addLink(*links, "settings", PanelContent::settings(),
             [this] { context_.actions.showSettings(); });
@@ -89,13 +89,13 @@ void PanelView::layOut() {
         sheet->addWidget(part, 0, Qt::AlignHCenter);
         sheet->addSpacing(space);
     };
-    add(title, betweenThings);
-    add(camera_, betweenThings);
-    add(microphone_, betweenThings);
-    add(speaker_, betweenSections);
+    add(title, betweenRows);
+    add(camera_, betweenRows);
+    add(microphone_, betweenRows);
+    add(speaker_, betweenBlocks);
     add(stop_, 8);
-    add(stopNote, betweenSections);
-    add(recent_, betweenThings);
+    add(stopNote, betweenBlocks);
+    add(recent_, betweenRows);
     warningLayout_->setContentsMargins(outset, 0, outset, 0);
     warningLayout_->setSpacing(4);
     sheet->addLayout(warningLayout_);
@@ -133,6 +133,9 @@ void PanelView::noteChange() {
 void PanelView::refresh() {
     rows_ = context_.model.recentRows();
     present();
+    if (!isVisible()) {
+        layOutNow(*this);
+    }
 }
 
 void PanelView::present() {
@@ -164,7 +167,7 @@ void PanelView::presentWarnings(const std::vector<std::string>& warnings) {
         line->show();
     }
     if (!warnings.empty()) {
-        warningLayout_->addSpacing(betweenThings - warningLayout_->spacing());
+        warningLayout_->addSpacing(betweenRows - warningLayout_->spacing());
     }
 }
 
@@ -191,8 +194,8 @@ void PanelView::showDetailsOf(const Uuid& session) const {
 
 void PanelView::showEvent(QShowEvent* event) {
     refresh();
-    layout()->activate(); // so that its first picture has the right size
-    tick_ = context_.scheduler.every(tickInterval, [this] { present(); });
+    layOutNow(*this); // so that its first picture has the right size
+    tick_ = context_.scheduler.every(panelTick, [this] { present(); });
     QWidget::showEvent(event);
 }
 

@@ -15,9 +15,9 @@ namespace velmoran {
 
 namespace {
 
-constexpr int mostLines = 5; ///< in sight at once
-constexpr int padding = 6;
-constexpr int gap = 8;
+constexpr int mostPeers = 5; ///< in sight at once
+constexpr int peerPadding = 6;
+constexpr int peerGap = 8;
 
 enum Role { portRole = Qt::UserRole + 1, firstSeenRole };
 
@@ -29,7 +29,8 @@ public:
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override {
         const QFontMetrics address(font(TextStyle::monospaced, option.font));
         const QFontMetrics caption(font(TextStyle::caption, option.font));
-        return {address.averageCharWidth() * 20, address.height() + caption.height() + 2 * padding};
+        return {address.averageCharWidth() * 20,
+                address.height() + caption.height() + 2 * peerPadding};
     }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -40,14 +41,14 @@ public:
         if (isCurrent) {
             painter->fillRect(option.rect, colors.hover);
         }
-        const auto place = option.rect.adjusted(0, padding, -gap, -padding);
+        const auto place = option.rect.adjusted(0, peerPadding, -peerGap, -peerPadding);
         const auto captionFont = font(TextStyle::captionTabular, option.font);
         const QFontMetrics caption(captionFont);
         const auto time = index.data(firstSeenRole).toString();
         const int timeWidth = caption.horizontalAdvance(time);
         painter->setFont(font(TextStyle::monospaced, option.font));
         painter->setPen(colors.text);
-        const auto addressPlace = place.adjusted(0, 0, -timeWidth - gap, -caption.height());
+        const auto addressPlace = place.adjusted(0, 0, -timeWidth - peerGap, -caption.height());
         painter->drawText(addressPlace, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                           painter->fontMetrics().elidedText(index.data().toString(), Qt::ElideRight,
                                                             addressPlace.width()));
@@ -55,7 +56,7 @@ public:
         painter->setPen(colors.secondary);
         painter->drawText(place, Qt::AlignLeft | Qt::AlignBottom | Qt::TextSingleLine,
                           caption.elidedText(index.data(portRole).toString(), Qt::ElideRight,
-                                             place.width() - timeWidth - gap));
+                                             place.width() - timeWidth - peerGap));
         painter->drawText(place, Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine, time);
         painter->restore();
     }
@@ -113,7 +114,7 @@ QSize PeerList::sizeHint() const {
     QStyleOptionViewItem option;
     option.font = font();
     const int line = itemDelegate()->sizeHint(option, {}).height();
-    return {200, line * std::clamp(peers_.rowCount(), 1, mostLines)};
+    return {200, line * std::clamp(peers_.rowCount(), 1, mostPeers)};
 }
 
 void PeerList::changeEvent(QEvent* event) {

@@ -10,7 +10,7 @@ namespace velmoran {
 
 namespace {
 
-constexpr int outset = 8; ///< of the list, since its lines have an inset
+constexpr int listOutset = 8; ///< of the list, since its lines have an inset
 
 } // namespace
 
@@ -26,10 +26,10 @@ RecentActivityView::RecentActivityView(AppPicture picture,
       rows_(*rowLayout_) {
     auto* heading =
         new LineLabel(qt(RecentLine::heading()), TextStyle::caption, Ink::secondary, this);
-    heading->setContentsMargins(outset, 0, outset, 0);
+    heading->setContentsMargins(listOutset, 0, listOutset, 0);
     nothing_->setFixedHeight(listHeight);
     nothing_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    nothing_->setContentsMargins(outset, 0, outset, 0);
+    nothing_->setContentsMargins(listOutset, 0, listOutset, 0);
 
     auto* content = new QWidget;
     auto* column = new QVBoxLayout(content);

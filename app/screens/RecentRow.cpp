@@ -11,12 +11,12 @@ namespace velmoran {
 
 namespace {
 
-constexpr int imageSize = 16;
-constexpr int symbolSize = 12;
-constexpr int symbolGap = 3;
-constexpr int gap = 10;
-constexpr int inset = 8;
-constexpr int lineHeight = 28;
+constexpr int recentImage = 16;
+constexpr int deviceSymbol = 12;
+constexpr int deviceGap = 3;
+constexpr int columnGap = 10;
+constexpr int recentInset = 8;
+constexpr int recentHeight = 28;
 
 } // namespace
 
@@ -33,25 +33,25 @@ RecentColumns RecentColumns::of(const std::vector<RecentLine>& lines, const QFon
         columns.duration = std::max(columns.duration, widthOf(line.duration));
         columns.hasStop |= line.wasStopped;
     }
-    columns.devices = symbolSize * most + symbolGap * (most - 1);
+    columns.devices = deviceSymbol * most + deviceGap * (most - 1);
     return columns;
 }
 
 RecentRow::RecentRow(const AppPicture& picture, const AppIdentity& app, QWidget* parent)
     : RowButton(parent),
-      image_(new AppImage(picture, app, imageSize, this)),
+      image_(new AppImage(picture, app, recentImage, this)),
       name_(new LineLabel({}, TextStyle::body, Ink::text, this)),
       devices_(new QWidget(this)),
       stopColumn_(new QWidget(this)),
-      stop_(new SymbolLabel(QStringLiteral("stop.fill"), symbolSize, Ink::secondary, stopColumn_,
+      stop_(new SymbolLabel(QStringLiteral("stop.fill"), deviceSymbol, Ink::secondary, stopColumn_,
                             qt(RecentLine::stoppedByYou()))),
       time_(new LineLabel({}, digits, Ink::secondary, this)),
       duration_(new LineLabel({}, digits, Ink::secondary, this)) {
     auto* devices = new QHBoxLayout(devices_);
     devices->setContentsMargins(0, 0, 0, 0);
-    devices->setSpacing(symbolGap);
+    devices->setSpacing(deviceGap);
     // The place stays where only other lines have the symbol.
-    stopColumn_->setFixedWidth(symbolSize);
+    stopColumn_->setFixedWidth(deviceSymbol);
     auto* stop = new QHBoxLayout(stopColumn_);
     stop->setContentsMargins(0, 0, 0, 0);
     stop->addWidget(stop_);
@@ -60,15 +60,15 @@ RecentRow::RecentRow(const AppPicture& picture, const AppIdentity& app, QWidget*
     duration_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
 
     auto* line = new QHBoxLayout(this);
-    line->setContentsMargins(inset, 0, inset, 0);
-    line->setSpacing(gap);
+    line->setContentsMargins(recentInset, 0, recentInset, 0);
+    line->setSpacing(columnGap);
     line->addWidget(image_);
     line->addWidget(name_, 1);
     line->addWidget(devices_);
     line->addWidget(stopColumn_);
     line->addWidget(time_);
     line->addWidget(duration_);
-    setFixedHeight(std::max(lineHeight, name_->sizeHint().height() + 4));
+    setFixedHeight(std::max(recentHeight, name_->sizeHint().height() + 4));
 }
 
 void RecentRow::showDevices(const std::vector<Device>& devices) {
@@ -78,7 +78,7 @@ void RecentRow::showDevices(const std::vector<Device>& devices) {
         delete item;
     }
     for (const auto device : devices) {
-        layout->addWidget(new SymbolLabel(qt(DeviceNames::symbolOf(device)), symbolSize,
+        layout->addWidget(new SymbolLabel(qt(DeviceNames::symbolOf(device)), deviceSymbol,
                                           Ink::secondary, devices_, qt(DeviceNames::of(device))));
     }
     static_cast<QHBoxLayout*>(layout)->addStretch();

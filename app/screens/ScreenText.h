@@ -1,6 +1,7 @@
-// Small things that all screens do with text. Main thread.
+// Small things that all screens do. Main thread.
 #pragma once
 
+#include <QLayout>
 #include <QString>
 #include <QWidget>
 #include <string>
@@ -17,6 +18,19 @@ inline void setSpokenName(QWidget& widget, const QString& name) {
     if (widget.accessibleName().isEmpty() || !widget.hasFocus()) {
         widget.setAccessibleName(name);
     }
+}
+
+/// Lays out also what is hidden, so that the size hint is right before anybody sees it.
+inline void layOutNow(QWidget& widget) {
+    for (auto* child : widget.children()) {
+        if (child->isWidgetType()) {
+            layOutNow(*static_cast<QWidget*>(child));
+        }
+    }
+    if (auto* layout = widget.layout()) {
+        layout->activate();
+    }
+    widget.updateGeometry();
 }
 
 } // namespace velmoran

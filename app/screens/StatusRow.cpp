@@ -20,6 +20,7 @@ StatusRow::StatusRow(Ink tint, AppPicture picture, Actions actions, QWidget* par
       unmute_(new FaceButton(qt(StatusContent::unmute()), FaceButton::Face::plain, this)),
       useLayout_(new QVBoxLayout),
       uses_(*useLayout_) {
+    unmute_->setSmall(true);
     unmute_->setObjectName(QStringLiteral("unmute"));
     unmute_->setToolTip(qt(StatusContent::unmuteHelp()));
     unmute_->setAccessibleName(qt(StatusContent::unmuteHelp()));

@@ -12,17 +12,18 @@ namespace velmoran {
 
 namespace {
 
-constexpr int symbolSize = 20;
-constexpr int buttonSide = 32;
+constexpr int trustSymbol = 20;
+constexpr int trustButton = 32;
 
 } // namespace
 
 TrustControls::TrustControls(AppModel& model, QWidget* parent)
     : QWidget(parent),
       model_(model),
-      trust_(
-          new SymbolButton(QStringLiteral("checkmark.shield.fill"), symbolSize, buttonSide, this)),
-      warn_(new SymbolButton(QStringLiteral("megaphone.fill"), symbolSize, buttonSide, this)) {
+      trust_(new SymbolButton(QStringLiteral("checkmark.shield.fill"), trustSymbol, trustButton,
+                              this)),
+      warn_(new SymbolButton(QStringLiteral("megaphone.fill"), trustSymbol, trustButton, this)) {
+    setObjectName(QStringLiteral("trustControls"));
     trust_->setObjectName(QStringLiteral("trust"));
     warn_->setObjectName(QStringLiteral("alwaysWarn"));
     auto* line = new QHBoxLayout(this);

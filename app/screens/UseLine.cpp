@@ -8,21 +8,21 @@ namespace velmoran {
 
 namespace {
 
-constexpr int imageSize = 14;
-constexpr int gap = 6;
+constexpr int useImage = 14;
+constexpr int useGap = 6;
 
 } // namespace
 
 UseLine::UseLine(const AppPicture& picture, const AppIdentity& app, QWidget* parent)
     : RowButton(parent),
-      image_(new AppImage(picture, app, imageSize, this)),
+      image_(new AppImage(picture, app, useImage, this)),
       name_(new LineLabel({}, TextStyle::body, Ink::text, this, false)),
       duration_(new LineLabel({}, TextStyle::tabular, Ink::text, this)) {
     auto* line = new QHBoxLayout(this);
     line->setContentsMargins(inset, 2, inset, 2);
     line->setSpacing(0);
     line->addWidget(image_);
-    line->addSpacing(gap);
+    line->addSpacing(useGap);
     line->addWidget(name_);
     line->addWidget(duration_);
     line->addStretch();

@@ -13,42 +13,42 @@ using Field = DetailsContent::Field;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const Timestamp start{794136600}; // 09:30 UTC
+const Timestamp detailsStart{794136600}; // 09:30 UTC
 
-DetailsContent contentOf(const ActivityRow& row, Timestamp now = start + 3600,
+DetailsContent detailsOf(const ActivityRow& row, Timestamp now = detailsStart + 3600,
                          const std::optional<SystemProcess>& process = {}) {
     return DetailsContent::of(row, process, {}, now);
 }
 
-UsageSession zoomOn(Device device) {
-    return sessionOf(app("zoom"), device, start);
+UsageSession detailsSession(Device device) {
+    return sessionOf(app("zoom"), device, detailsStart);
 }
 
 TEST(DetailsContent, OfAnEndedUseHasStartEndAndDuration) {
-    EXPECT_THAT(contentOf(rowOf({ended(zoomOn(Device::camera), 125)})).fields,
-                ElementsAre(Field{"Started", words().shortTime(start)},
-                            Field{"Ended", words().shortTime(start + 125)},
+    EXPECT_THAT(detailsOf(rowOf({ended(detailsSession(Device::camera), 125)})).fields,
+                ElementsAre(Field{"Started", words().shortTime(detailsStart)},
+                            Field{"Ended", words().shortTime(detailsStart + 125)},
                             Field{"Duration", "2 min"}));
 }
 
 TEST(DetailsContent, OfAnOpenUseIsStillOnAndGrows) {
-    const auto row = rowOf({zoomOn(Device::camera)});
-    EXPECT_THAT(contentOf(row, start + 59.9).fields,
-                ElementsAre(Field{"Started", words().shortTime(start)}, Field{"Ended", "Still on"},
-                            Field{"Duration", "59 s"}));
-    EXPECT_EQ(contentOf(row, start + 60).fields.at(2).value, "1 min");
+    const auto row = rowOf({detailsSession(Device::camera)});
+    EXPECT_THAT(detailsOf(row, detailsStart + 59.9).fields,
+                ElementsAre(Field{"Started", words().shortTime(detailsStart)},
+                            Field{"Ended", "Still on"}, Field{"Duration", "59 s"}));
+    EXPECT_EQ(detailsOf(row, detailsStart + 60).fields.at(2).value, "1 min");
 }
 
 TEST(DetailsContent, OfAUseThatAQuitCutOffDoesNotKnowItsEnd) {
-    EXPECT_THAT(contentOf(rowOf({endedUnknown(zoomOn(Device::camera))})).fields,
-                ElementsAre(Field{"Started", words().shortTime(start)},
+    EXPECT_THAT(detailsOf(rowOf({endedUnknown(detailsSession(Device::camera))})).fields,
+                ElementsAre(Field{"Started", words().shortTime(detailsStart)},
                             Field{"Ended", "Not known. Velmoran wasn't running when it ended."}));
 }
 
 TEST(DetailsContent, OfAPartOfTheSystemExplainsItInsteadOfTimes) {
     const auto siri = SystemProcess::known("com.apple.corespeechd");
     ASSERT_TRUE(siri);
-    const auto content = contentOf(rowOf({zoomOn(Device::microphone)}), start, siri);
+    const auto content = detailsOf(rowOf({detailsSession(Device::microphone)}), detailsStart, siri);
     EXPECT_THAT(content.fields, IsEmpty());
     ASSERT_TRUE(content.systemProcess);
     EXPECT_EQ(content.systemProcess->label, "Part of macOS");
@@ -74,24 +74,24 @@ TEST(DetailsContent, OnLinuxThePartIsTheSystems) {
 }
 
 TEST(DetailsContent, ListsTheTechnicalDetailsThatThereAre) {
-    auto session = zoomOn(Device::camera);
-    EXPECT_THAT(contentOf(rowOf({session})).technical, IsEmpty());
+    auto session = detailsSession(Device::camera);
+    EXPECT_THAT(detailsOf(rowOf({session})).technical, IsEmpty());
     session.app.bundleID = "us.example.zoom";
     session.app.path = "/Applications/Zoom.app";
     session.app.teamID = "Z1";
-    EXPECT_THAT(contentOf(rowOf({session})).technical,
+    EXPECT_THAT(detailsOf(rowOf({session})).technical,
                 ElementsAre("Bundle ID: us.example.zoom", "Location: /Applications/Zoom.app",
                             "Signed by team: Z1"));
     session.app.bundleID.reset();
-    EXPECT_THAT(contentOf(rowOf({session})).technical,
+    EXPECT_THAT(detailsOf(rowOf({session})).technical,
                 ElementsAre("Location: /Applications/Zoom.app", "Signed by team: Z1"));
 }
 
 TEST(DetailsContent, HasTheRowsTrustAndConnections) {
-    const auto row = rowOf({zoomOn(Device::camera)});
+    const auto row = rowOf({detailsSession(Device::camera)});
     TrustList trust;
     trust.setTrusted(true, app("zoom"), {Device::camera});
-    const auto content = DetailsContent::of(row, {}, trust, start);
+    const auto content = DetailsContent::of(row, {}, trust, detailsStart);
     EXPECT_EQ(content.trust, TrustChoice::of(row, trust));
     EXPECT_TRUE(content.trust.allTrusted);
     EXPECT_EQ(content.connections, ConnectionsContent::of(row));

@@ -7,24 +7,25 @@
 namespace velmoran {
 namespace {
 
-const Timestamp start{1000};
+const Timestamp soundStart{1000};
 
 UsageSession soundOf(const std::string& name) {
-    auto session = sessionOf(app(name), Device::speaker, start);
+    auto session = sessionOf(app(name), Device::speaker, soundStart);
     session.app.name = name;
     return session;
 }
 
-OutputRoute route(OutputRoute::Kind kind, std::optional<double> volume = {}, bool isMuted = false) {
+OutputRoute routeOf(OutputRoute::Kind kind, std::optional<double> volume = {},
+                    bool isMuted = false) {
     return {.id = 1, .name = "Desk", .kind = kind, .volume = volume, .isMuted = isMuted};
 }
 
 TEST(SpeakerContent, SaysThePlaceWhileNobodyPlays) {
     EXPECT_EQ(SpeakerContent::of({}, {}).line, "No output device");
-    EXPECT_EQ(SpeakerContent::of(route(OutputRoute::Kind::builtInSpeakers), {}).line,
+    EXPECT_EQ(SpeakerContent::of(routeOf(OutputRoute::Kind::builtInSpeakers), {}).line,
               "Built-in speakers");
-    EXPECT_EQ(SpeakerContent::of(route(OutputRoute::Kind::headphones), {}).line, "Headphones");
-    EXPECT_EQ(SpeakerContent::of(route(OutputRoute::Kind::other), {}).line, "Desk");
+    EXPECT_EQ(SpeakerContent::of(routeOf(OutputRoute::Kind::headphones), {}).line, "Headphones");
+    EXPECT_EQ(SpeakerContent::of(routeOf(OutputRoute::Kind::other), {}).line, "Desk");
     EXPECT_FALSE(SpeakerContent::of({}, {}).isInUse);
     EXPECT_EQ(SpeakerContent::of({}, {}).title, "Speaker");
 }
@@ -32,7 +33,7 @@ TEST(SpeakerContent, SaysThePlaceWhileNobodyPlays) {
 TEST(SpeakerContent, SaysWhoHasSoundOpen) {
     const auto line = [](const std::vector<UsageSession>& sessions) {
         const auto content =
-            SpeakerContent::of(route(OutputRoute::Kind::builtInSpeakers), sessions);
+            SpeakerContent::of(routeOf(OutputRoute::Kind::builtInSpeakers), sessions);
         EXPECT_TRUE(content.isInUse);
         return content.line;
     };
@@ -44,25 +45,25 @@ TEST(SpeakerContent, SaysWhoHasSoundOpen) {
 }
 
 TEST(SpeakerContent, SaysHowLoudItIsWhereThatIsKnown) {
-    const auto state = [](const std::optional<OutputRoute>& route) {
-        return SpeakerContent::of(route, {}).state;
+    const auto state = [](const std::optional<OutputRoute>& routeOf) {
+        return SpeakerContent::of(routeOf, {}).state;
     };
     using Kind = OutputRoute::Kind;
     EXPECT_EQ(state({}), "");
-    EXPECT_EQ(state(route(Kind::other)), "");
-    EXPECT_EQ(state(route(Kind::other, 0.454)), "45%");
-    EXPECT_EQ(state(route(Kind::other, 0.455)), "46%");
-    EXPECT_EQ(state(route(Kind::other, 0.0)), "0%");
-    EXPECT_EQ(state(route(Kind::other, 1.0)), "100%");
-    EXPECT_EQ(state(route(Kind::other, 0.5, true)), "Muted");
-    EXPECT_EQ(state(route(Kind::other, {}, true)), "Muted");
+    EXPECT_EQ(state(routeOf(Kind::other)), "");
+    EXPECT_EQ(state(routeOf(Kind::other, 0.454)), "45%");
+    EXPECT_EQ(state(routeOf(Kind::other, 0.455)), "46%");
+    EXPECT_EQ(state(routeOf(Kind::other, 0.0)), "0%");
+    EXPECT_EQ(state(routeOf(Kind::other, 1.0)), "100%");
+    EXPECT_EQ(state(routeOf(Kind::other, 0.5, true)), "Muted");
+    EXPECT_EQ(state(routeOf(Kind::other, {}, true)), "Muted");
 }
 
 TEST(SpeakerContent, IsCrossedWhereItIsMuted) {
     EXPECT_EQ(SpeakerContent::of({}, {}).symbol, "speaker.wave.2.fill");
-    EXPECT_EQ(SpeakerContent::of(route(OutputRoute::Kind::other), {}).symbol,
+    EXPECT_EQ(SpeakerContent::of(routeOf(OutputRoute::Kind::other), {}).symbol,
               "speaker.wave.2.fill");
-    EXPECT_EQ(SpeakerContent::of(route(OutputRoute::Kind::other, {}, true), {}).symbol,
+    EXPECT_EQ(SpeakerContent::of(routeOf(OutputRoute::Kind::other, {}, true), {}).symbol,
               "speaker.slash.fill");
 }
 

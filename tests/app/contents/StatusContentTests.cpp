@@ -10,9 +10,9 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const Timestamp start{1000};
+const Timestamp statusStart{1000};
 
-std::vector<std::string> lines(const StatusContent& content) {
+std::vector<std::string> useLines(const StatusContent& content) {
     std::vector<std::string> result;
     for (const auto& use : content.uses) {
         result.push_back(use.text());
@@ -21,36 +21,36 @@ std::vector<std::string> lines(const StatusContent& content) {
 }
 
 TEST(StatusContent, OfADeviceThatNobodyUses) {
-    const auto camera = StatusContent::of({.device = Device::camera}, start);
+    const auto camera = StatusContent::of({.device = Device::camera}, statusStart);
     EXPECT_EQ(camera.title, "Camera");
     EXPECT_EQ(camera.symbol, "video.fill");
     EXPECT_EQ(camera.state, "Not in use");
     EXPECT_FALSE(camera.isInUse);
     EXPECT_EQ(camera.note, "");
     EXPECT_THAT(camera.uses, IsEmpty());
-    const auto microphone = StatusContent::of({.device = Device::microphone}, start);
+    const auto microphone = StatusContent::of({.device = Device::microphone}, statusStart);
     EXPECT_EQ(microphone.title, "Microphone");
     EXPECT_EQ(microphone.symbol, "mic.fill");
 }
 
 TEST(StatusContent, HasALineForEachUseInTheGivenOrder) {
-    const auto first = sessionOf(app("zoom"), Device::camera, start);
-    const auto second = sessionOf(app("meet"), Device::camera, start + 60);
-    const auto content =
-        StatusContent::of({.device = Device::camera, .sessions = {first, second}}, start + 125);
+    const auto first = sessionOf(app("zoom"), Device::camera, statusStart);
+    const auto second = sessionOf(app("meet"), Device::camera, statusStart + 60);
+    const auto content = StatusContent::of({.device = Device::camera, .sessions = {first, second}},
+                                           statusStart + 125);
     EXPECT_EQ(content.state, "In use");
     EXPECT_TRUE(content.isInUse);
-    EXPECT_THAT(lines(content), ElementsAre("Name of zoom · 2 min", "Name of meet · 1 min"));
+    EXPECT_THAT(useLines(content), ElementsAre("Name of zoom · 2 min", "Name of meet · 1 min"));
     EXPECT_EQ(content.uses.front().session, first.id);
     EXPECT_EQ(content.uses.front().app, first.app);
 }
 
 TEST(StatusContent, TurnsFromSecondsToMinutesAtSixty) {
     const auto at = [](Seconds after) {
-        return lines(
-                   StatusContent::of({.device = Device::camera,
-                                      .sessions = {sessionOf(app("zoom"), Device::camera, start)}},
-                                     start + after))
+        return useLines(StatusContent::of(
+                            {.device = Device::camera,
+                             .sessions = {sessionOf(app("zoom"), Device::camera, statusStart)}},
+                            statusStart + after))
             .front();
     };
     EXPECT_EQ(at(59.9), "Name of zoom · 59 s");
@@ -59,20 +59,20 @@ TEST(StatusContent, TurnsFromSecondsToMinutesAtSixty) {
 }
 
 TEST(StatusContent, CountsToTheEndOfAUseThatHasOne) {
-    const auto content =
-        StatusContent::of({.device = Device::camera,
-                           .sessions = {ended(sessionOf(app("zoom"), Device::camera, start), 10)}},
-                          start + 500);
-    EXPECT_THAT(lines(content), ElementsAre("Name of zoom · 10 s"));
+    const auto content = StatusContent::of(
+        {.device = Device::camera,
+         .sessions = {ended(sessionOf(app("zoom"), Device::camera, statusStart), 10)}},
+        statusStart + 500);
+    EXPECT_THAT(useLines(content), ElementsAre("Name of zoom · 10 s"));
 }
 
 TEST(StatusContent, OfAMutedMicrophoneSaysSoWhateverUsesIt) {
     for (const bool isUsed : {false, true}) {
         StatusContent::Input input{.device = Device::microphone, .mutedByVelmoran = true};
         if (isUsed) {
-            input.sessions = {sessionOf(app("zoom"), Device::microphone, start)};
+            input.sessions = {sessionOf(app("zoom"), Device::microphone, statusStart)};
         }
-        const auto content = StatusContent::of(input, start);
+        const auto content = StatusContent::of(input, statusStart);
         EXPECT_TRUE(content.mutedByVelmoran);
         EXPECT_EQ(content.symbol, "mic.slash.fill");
         EXPECT_EQ(content.note, "Muted by Velmoran after a stop");
@@ -86,17 +86,18 @@ TEST(StatusContent, OfAMutedMicrophoneSaysSoWhateverUsesIt) {
 
 TEST(StatusContent, NeverCallsADeviceOffThatIsNotWatched) {
     StatusContent::Input input{.device = Device::camera, .isWatched = false};
-    EXPECT_EQ(StatusContent::of(input, start).state, "Not watched");
-    input.sessions = {sessionOf(app("zoom"), Device::camera, start)};
-    EXPECT_EQ(StatusContent::of(input, start).state, "In use") << "somebody was seen all the same";
+    EXPECT_EQ(StatusContent::of(input, statusStart).state, "Not watched");
+    input.sessions = {sessionOf(app("zoom"), Device::camera, statusStart)};
+    EXPECT_EQ(StatusContent::of(input, statusStart).state, "In use")
+        << "somebody was seen all the same";
 }
 
 TEST(StatusContent, SaysThatOnlyTheSystemListens) {
     StatusContent::Input input{.device = Device::microphone, .onlySystemListens = true};
-    EXPECT_EQ(StatusContent::of(input, start).note, "Only the system itself is listening");
-    EXPECT_EQ(StatusContent::of(input, start).state, "Not in use");
-    input.sessions = {sessionOf(app("zoom"), Device::microphone, start)};
-    EXPECT_EQ(StatusContent::of(input, start).note, "");
+    EXPECT_EQ(StatusContent::of(input, statusStart).note, "Only the system itself is listening");
+    EXPECT_EQ(StatusContent::of(input, statusStart).state, "Not in use");
+    input.sessions = {sessionOf(app("zoom"), Device::microphone, statusStart)};
+    EXPECT_EQ(StatusContent::of(input, statusStart).note, "");
 }
 
 } // namespace

@@ -13,103 +13,106 @@ namespace {
 using TrustWording::Confirmation;
 using TrustWording::Switch;
 
-const Timestamp start{1000};
+const Timestamp trustStart{1000};
 
-AppIdentity zoom() {
+AppIdentity trustedZoom() {
     auto identity = app("zoom", "team");
     identity.name = "Zoom";
     return identity;
 }
 
-TrustChoice choice(bool allTrusted, bool allWarning,
-                   std::vector<Device> devices = {Device::camera, Device::microphone}) {
-    return {.app = zoom(),
+TrustChoice trustChoice(bool allTrusted, bool allWarning,
+                        std::vector<Device> devices = {Device::camera, Device::microphone}) {
+    return {.app = trustedZoom(),
             .devices = std::move(devices),
             .allTrusted = allTrusted,
             .allWarning = allWarning};
 }
 
-std::string message(TrustChange change, bool allTrusted, bool allWarning) {
-    return confirmation(change, choice(allTrusted, allWarning)).message;
+std::string messageOf(TrustChange change, bool allTrusted, bool allWarning) {
+    return TrustWording::confirmation(change, trustChoice(allTrusted, allWarning)).message;
 }
 
 TEST(TrustWording, TheTrustSwitchSaysWhatAClickDoes) {
-    EXPECT_EQ(TrustWording::trustSwitch(choice(true, false)),
+    EXPECT_EQ(TrustWording::trustSwitch(trustChoice(true, false)),
               (Switch{.help = "Trusted for the camera and microphone. Click to stop trusting the "
                               "camera and microphone.",
                       .label = "Trusted. Click to stop trusting."}));
-    EXPECT_EQ(TrustWording::trustSwitch(choice(false, true, {Device::camera})),
+    EXPECT_EQ(TrustWording::trustSwitch(trustChoice(false, true, {Device::camera})),
               (Switch{.help = "Not trusted for the camera. Click to trust the camera.",
                       .label = "Not trusted. Click to trust."}));
 }
 
 TEST(TrustWording, TheWarnSwitchSaysWhatAClickDoes) {
     EXPECT_EQ(
-        TrustWording::warnSwitch(choice(false, true)),
+        TrustWording::warnSwitch(trustChoice(false, true)),
         (Switch{.help = "Always tells you when Zoom uses the camera and microphone. Click to turn "
                         "this off.",
                 .label = "Always warns. Click to turn off."}));
-    EXPECT_EQ(TrustWording::warnSwitch(choice(true, false, {Device::microphone})),
+    EXPECT_EQ(TrustWording::warnSwitch(trustChoice(true, false, {Device::microphone})),
               (Switch{.help = "Click to be told every time Zoom uses the microphone, whether it is "
                               "trusted or not.",
                       .label = "Does not always warn. Click to turn on."}));
 }
 
+using TitleAndButton = std::pair<std::string, std::string>;
+
 TEST(TrustWording, AsksByNameAndDevice) {
     const auto of = [](TrustChange change) {
-        const auto asked = confirmation(change, choice(false, false));
-        return std::pair(asked.title, asked.confirm);
+        const auto asked = TrustWording::confirmation(change, trustChoice(false, false));
+        return TitleAndButton{asked.title, asked.confirm};
     };
     EXPECT_EQ(of(TrustChange::trust),
-              std::pair("Trust Zoom for the camera and microphone?", "Trust"));
+              (TitleAndButton{"Trust Zoom for the camera and microphone?", "Trust"}));
     EXPECT_EQ(of(TrustChange::distrust),
-              std::pair("Stop trusting Zoom for the camera and microphone?", "Distrust"));
-    EXPECT_EQ(of(TrustChange::alwaysWarn),
-              std::pair("Always warn when Zoom uses the camera and microphone?", "Always warn"));
+              (TitleAndButton{"Stop trusting Zoom for the camera and microphone?", "Distrust"}));
+    EXPECT_EQ(
+        of(TrustChange::alwaysWarn),
+        (TitleAndButton{"Always warn when Zoom uses the camera and microphone?", "Always warn"}));
     EXPECT_EQ(of(TrustChange::stopAlwaysWarning),
-              std::pair("Stop always warning about Zoom?", "Stop always warning"));
+              (TitleAndButton{"Stop always warning about Zoom?", "Stop always warning"}));
 }
 
 TEST(TrustWording, SaysWhatTrustingWillDo) {
-    EXPECT_EQ(message(TrustChange::trust, false, true),
+    EXPECT_EQ(messageOf(TrustChange::trust, false, true),
               "Zoom will be trusted. Because it also always warns, Velmoran will still tell you "
               "every time it uses the camera and microphone, with a calm notice instead of a "
               "strong warning.");
-    EXPECT_EQ(message(TrustChange::trust, false, false),
+    EXPECT_EQ(messageOf(TrustChange::trust, false, false),
               "Velmoran will stay quiet the next time Zoom uses the camera and microphone. Only "
               "the menu bar icon changes.");
 }
 
 TEST(TrustWording, SaysWhatDistrustingWillDo) {
-    EXPECT_EQ(message(TrustChange::distrust, true, true),
+    EXPECT_EQ(messageOf(TrustChange::distrust, true, true),
               "Zoom keeps working. Because it always warns, Velmoran will show a strong warning "
               "every time it uses the camera and microphone.");
-    EXPECT_EQ(message(TrustChange::distrust, true, false),
+    EXPECT_EQ(messageOf(TrustChange::distrust, true, false),
               "Zoom keeps working. Velmoran will show a notice again the next time it uses the "
               "camera and microphone.");
 }
 
 TEST(TrustWording, SaysWhatAlwaysWarningWillDo) {
-    EXPECT_EQ(message(TrustChange::alwaysWarn, true, false),
+    EXPECT_EQ(messageOf(TrustChange::alwaysWarn, true, false),
               "Zoom stays trusted. Velmoran will show a calm notice every time it uses the camera "
               "and microphone, so you always know.");
-    EXPECT_EQ(message(TrustChange::alwaysWarn, false, false),
+    EXPECT_EQ(messageOf(TrustChange::alwaysWarn, false, false),
               "Every time Zoom uses the camera and microphone, Velmoran will show a strong warning "
               "that stays until you answer it.");
 }
 
 TEST(TrustWording, SaysWhatNoLongerWarningWillDo) {
-    EXPECT_EQ(message(TrustChange::stopAlwaysWarning, true, true),
+    EXPECT_EQ(messageOf(TrustChange::stopAlwaysWarning, true, true),
               "Zoom stays trusted. Velmoran will stay quiet again when it uses the camera and "
               "microphone.");
-    EXPECT_EQ(message(TrustChange::stopAlwaysWarning, false, true),
+    EXPECT_EQ(messageOf(TrustChange::stopAlwaysWarning, false, true),
               "Velmoran will go back to an ordinary notice the next time Zoom uses the camera and "
               "microphone.");
 }
 
 TEST(TrustWording, NamesNoMenuBarOnLinux) {
     setWords(Localizer("en_US", "UTC", catalogues("en_US", Platform::linux)));
-    const auto text = message(TrustChange::trust, false, false);
+    const auto text = messageOf(TrustChange::trust, false, false);
     setWords(Localizer());
     EXPECT_EQ(text, "Velmoran will stay quiet the next time Zoom uses the camera and microphone. "
                     "Only Velmoran's icon changes.");
@@ -117,7 +120,7 @@ TEST(TrustWording, NamesNoMenuBarOnLinux) {
 
 /// Whatever the questions promise is what the policy does afterwards.
 TEST(TrustWording, PromisesWhatThePolicyWillDo) {
-    const auto row = rowOf({sessionOf(zoom(), Device::camera, start)});
+    const auto row = rowOf({sessionOf(trustedZoom(), Device::camera, trustStart)});
     const auto promised = [](const std::string& text) {
         if (text.find("quiet") != std::string::npos) {
             return WarningLevel::quiet;
@@ -130,20 +133,20 @@ TEST(TrustWording, PromisesWhatThePolicyWillDo) {
     for (const bool trusted : {false, true}) {
         for (const bool warns : {false, true}) {
             TrustList before;
-            before.set(trustKindOf(trusted, warns), zoom(), {Device::camera});
+            before.set(trustKindOf(trusted, warns), trustedZoom(), {Device::camera});
             const auto state = TrustChoice::of(row, before);
             ASSERT_EQ(state.allTrusted, trusted);
             ASSERT_EQ(state.allWarning, warns);
             for (const auto change : {state.ofTrustSwitch(), state.ofWarnSwitch()}) {
                 auto after = before;
                 if (change == TrustChange::trust || change == TrustChange::distrust) {
-                    after.setTrusted(change == TrustChange::trust, zoom(), {Device::camera});
+                    after.setTrusted(change == TrustChange::trust, trustedZoom(), {Device::camera});
                 } else {
-                    after.setAlwaysWarn(change == TrustChange::alwaysWarn, zoom(),
+                    after.setAlwaysWarn(change == TrustChange::alwaysWarn, trustedZoom(),
                                         {Device::camera});
                 }
-                const auto text = confirmation(change, state).message;
-                EXPECT_EQ(WarningPolicy::level(zoom(), Device::camera, after, false),
+                const auto text = TrustWording::confirmation(change, state).message;
+                EXPECT_EQ(WarningPolicy::level(trustedZoom(), Device::camera, after, false),
                           promised(text))
                     << text;
             }
@@ -152,28 +155,29 @@ TEST(TrustWording, PromisesWhatThePolicyWillDo) {
 }
 
 TEST(TrustChoice, WantsEachOfTheDevicesToBeTrusted) {
-    const auto row = rowOf({sessionOf(zoom(), Device::camera, start),
-                            sessionOf(zoom(), Device::microphone, start + 1)});
+    const auto row = rowOf({sessionOf(trustedZoom(), Device::camera, trustStart),
+                            sessionOf(trustedZoom(), Device::microphone, trustStart + 1)});
     TrustList trust;
-    trust.setTrusted(true, zoom(), {Device::camera});
+    trust.setTrusted(true, trustedZoom(), {Device::camera});
     const auto one = TrustChoice::of(row, trust);
     EXPECT_FALSE(one.allTrusted);
     EXPECT_EQ(one.ofTrustSwitch(), TrustChange::trust);
     EXPECT_EQ(one.devices, (std::vector{Device::camera, Device::microphone}));
-    trust.set(TrustKind::trustedAlwaysWarn, zoom(), {Device::microphone});
+    trust.set(TrustKind::trustedAlwaysWarn, trustedZoom(), {Device::microphone});
     const auto both = TrustChoice::of(row, trust);
     EXPECT_TRUE(both.allTrusted);
     EXPECT_FALSE(both.allWarning);
     EXPECT_EQ(both.ofTrustSwitch(), TrustChange::distrust);
     EXPECT_EQ(both.ofWarnSwitch(), TrustChange::alwaysWarn);
-    trust.setAlwaysWarn(true, zoom(), {Device::camera});
+    trust.setAlwaysWarn(true, trustedZoom(), {Device::camera});
     EXPECT_EQ(TrustChoice::of(row, trust).ofWarnSwitch(), TrustChange::stopAlwaysWarning);
 }
 
 TEST(TrustChoice, OfTheSpeakerAloneThereIsNone) {
     TrustList trust;
-    trust.setTrusted(true, zoom(), {Device::camera, Device::speaker});
-    const auto speaker = TrustChoice::of(rowOf({sessionOf(zoom(), Device::speaker, start)}), trust);
+    trust.setTrusted(true, trustedZoom(), {Device::camera, Device::speaker});
+    const auto speaker =
+        TrustChoice::of(rowOf({sessionOf(trustedZoom(), Device::speaker, trustStart)}), trust);
     EXPECT_TRUE(speaker.devices.empty());
     EXPECT_FALSE(speaker.allTrusted);
     EXPECT_FALSE(speaker.allWarning);
@@ -183,16 +187,18 @@ TEST(TrustChoice, OfTheSpeakerAloneThereIsNone) {
 TEST(TrustChoice, CannotBeChangedForWhoeverCannotBeNamed) {
     for (const auto& user : {AppIdentity::unknown(), unidentified("7")}) {
         EXPECT_FALSE(
-            TrustChoice::of(rowOf({sessionOf(user, Device::camera, start)}), {}).canChange());
+            TrustChoice::of(rowOf({sessionOf(user, Device::camera, trustStart)}), {}).canChange());
     }
-    EXPECT_TRUE(TrustChoice::of(rowOf({sessionOf(zoom(), Device::camera, start)}), {}).canChange());
+    EXPECT_TRUE(TrustChoice::of(rowOf({sessionOf(trustedZoom(), Device::camera, trustStart)}), {})
+                    .canChange());
 }
 
 TEST(TrustChoice, OfAnotherTeamIsNotTheRules) {
     TrustList trust;
     trust.setTrusted(true, app("zoom", "somebody else"), {Device::camera});
     EXPECT_FALSE(
-        TrustChoice::of(rowOf({sessionOf(zoom(), Device::camera, start)}), trust).allTrusted);
+        TrustChoice::of(rowOf({sessionOf(trustedZoom(), Device::camera, trustStart)}), trust)
+            .allTrusted);
 }
 
 } // namespace

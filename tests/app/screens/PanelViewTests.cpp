@@ -24,6 +24,7 @@ struct PanelViewTest : testing::ScreenFixture {
     void open() {
         panel = std::make_unique<PanelView>(context());
         panel->show();
+        part("stop")->setFocus();
         settle();
     }
 
@@ -35,9 +36,12 @@ struct PanelViewTest : testing::ScreenFixture {
     }
     void press(const std::string& name) const { ScreenFixture::press(*panel, name); }
 
-    template <class Widget>
-    Widget* part(const char* name) const {
-        return panel->findChild<Widget*>(QLatin1String(name));
+    QWidget* part(const char* name) const {
+        return panel->findChild<QWidget*>(QLatin1String(name));
+    }
+
+    static AppRef named(const std::string& name, const std::string& id) {
+        return {.name = name, .bundleID = id + name, .path = std::nullopt};
     }
 
     static SystemSnapshot cameraAndMicrophone(const AppRef& app) {
@@ -172,9 +176,9 @@ TEST_F(PanelViewTest, ColumnsStandExactlyUnderOneAnother) {
     time.advanceBy(3);
     receive({});
     open();
-    const auto rows = part<QWidget>("recent")->findChildren<RowButton*>();
+    const auto rows = part("recent")->findChildren<QAbstractButton*>();
     ASSERT_EQ(rows.size(), 2);
-    const auto labels = [](const RowButton* row) {
+    const auto labels = [](const QWidget* row) {
         std::vector<int> places;
         for (const auto* each :
              row->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
@@ -184,7 +188,7 @@ TEST_F(PanelViewTest, ColumnsStandExactlyUnderOneAnother) {
         return places;
     };
     EXPECT_EQ(labels(rows[0]), labels(rows[1]));
-    EXPECT_EQ(part<QWidget>("recent")->width(), 304);
+    EXPECT_EQ(part("recent")->width(), 304);
 }
 
 TEST_F(PanelViewTest, TheListsHeightIsAlwaysTheSame) {
@@ -198,7 +202,7 @@ TEST_F(PanelViewTest, TheListsHeightIsAlwaysTheSame) {
     }
     settle();
     EXPECT_EQ(panel->height(), empty);
-    EXPECT_EQ(part<QWidget>("recent")->findChildren<RowButton*>().size(), 20);
+    EXPECT_EQ(part("recent")->findChildren<QAbstractButton*>().size(), 20);
 }
 
 TEST_F(PanelViewTest, StopsAndCantBePressedTwice) {
@@ -269,7 +273,7 @@ TEST_F(PanelViewTest, IsWalkedByKeyboardFromTopToBottom) {
     receive(cameraAndMicrophone(appRef("zoom")));
     settle();
     std::vector<std::string> walked;
-    auto* at = part<QWidget>("camera")->findChildren<RowButton*>().front();
+    auto* at = button("zoom · 0 s");
     const QWidget* const first = at;
     QWidget* next = at;
     do {
@@ -314,9 +318,9 @@ TEST_F(PanelViewTest, NoNameCanWidenItOrWriteALine) {
                                  "two\nlines",
                                  "bad \xFF\xFE bytes"};
     for (const auto& name : names) {
-        auto reading = cameraAndMicrophone({.name = name, .bundleID = "org.example.x" + name});
+        auto reading = cameraAndMicrophone(named(name, "x"));
         reading.speakerOn = true;
-        reading.speakerApps = {{.name = name, .bundleID = "org.example.y" + name}};
+        reading.speakerApps = {named(name, "y")};
         receive(reading);
     }
     open();
