@@ -73,20 +73,21 @@ void PanelView::layOut() {
     auto* stopNote =
         new TextLabel(qt(PanelContent::stopNote()), TextStyle::caption, Ink::secondary, this);
     auto* title = new LineLabel(qt(PanelContent::title()), TextStyle::headline, Ink::text, this);
-    for (QWidget* each :
-         std::initializer_list<QWidget*>{title, camera_, microphone_, speaker_, stop_, stopNote}) {
-        each->setFixedWidth(PanelMeasures::inner);
-    }
     // The lines of the list reach out to both sides by their inset.
     constexpr int outset = PanelMeasures::margin / 2;
-    recent_->setFixedWidth(PanelMeasures::width - 2 * outset);
 
     auto* sheet = new QVBoxLayout(this);
     sheet->setSizeConstraint(QLayout::SetFixedSize);
     sheet->setContentsMargins(outset, PanelMeasures::margin, outset, PanelMeasures::margin);
     sheet->setSpacing(0);
     const auto add = [&](QWidget* part, int space) {
-        sheet->addWidget(part, 0, Qt::AlignHCenter);
+        auto* line = new QHBoxLayout;
+        // The same room for each, which is what its height is asked for.
+        const int side = part == recent_ ? 0 : outset;
+        part->setFixedWidth(PanelMeasures::width - 2 * (outset + side));
+        line->setContentsMargins(side, 0, side, 0);
+        line->addWidget(part);
+        sheet->addLayout(line);
         sheet->addSpacing(space);
     };
     add(title, betweenRows);

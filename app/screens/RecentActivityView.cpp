@@ -26,10 +26,8 @@ RecentActivityView::RecentActivityView(AppPicture picture,
       rows_(*rowLayout_) {
     auto* heading =
         new LineLabel(qt(RecentLine::heading()), TextStyle::caption, Ink::secondary, this);
-    heading->setContentsMargins(listOutset, 0, listOutset, 0);
     nothing_->setFixedHeight(listHeight);
     nothing_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    nothing_->setContentsMargins(listOutset, 0, listOutset, 0);
 
     auto* content = new QWidget;
     auto* column = new QVBoxLayout(content);
@@ -52,8 +50,12 @@ RecentActivityView::RecentActivityView(AppPicture picture,
     auto* all = new QVBoxLayout(this);
     all->setContentsMargins(0, 0, 0, 0);
     all->setSpacing(4);
-    all->addWidget(heading);
-    all->addWidget(nothing_);
+    auto* words = new QVBoxLayout;
+    words->setContentsMargins(listOutset, 0, listOutset, 0);
+    words->setSpacing(all->spacing());
+    words->addWidget(heading);
+    words->addWidget(nothing_);
+    all->addLayout(words);
     all->addWidget(list_);
 }
 

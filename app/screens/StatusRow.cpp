@@ -31,18 +31,18 @@ StatusRow::StatusRow(Ink tint, AppPicture picture, Actions actions, QWidget* par
     auto* heading = new QHBoxLayout;
     heading->setContentsMargins(UseLine::inset, 0, 0, 0);
     heading->setSpacing(PanelMeasures::gap);
-    auto* words = new QVBoxLayout;
-    words->setSpacing(2);
-    words->addWidget(title_);
-    words->addWidget(note_);
-    heading->addLayout(words, 1);
-    heading->addWidget(state_, 0, Qt::AlignTop);
-    heading->addWidget(unmute_, 0, Qt::AlignVCenter);
+    heading->addWidget(title_, 1);
+    heading->addWidget(state_);
+    heading->addWidget(unmute_);
+    auto* note = new QHBoxLayout;
+    note->setContentsMargins(UseLine::inset, 0, 0, 0);
+    note->addWidget(note_);
     useLayout_->setSpacing(0);
 
     auto* text = new QVBoxLayout;
     text->setSpacing(2);
     text->addLayout(heading);
+    text->addLayout(note);
     text->addLayout(useLayout_);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);

@@ -2,6 +2,7 @@
 
 #include "app/screens/ScreenText.h"
 
+#include <QFontMetrics>
 #include <QHBoxLayout>
 
 namespace velmoran {
@@ -24,6 +25,7 @@ UseLine::UseLine(const AppPicture& picture, const AppIdentity& app, QWidget* par
     line->addWidget(image_);
     line->addSpacing(useGap);
     line->addWidget(name_);
+    line->addSpacing(fontMetrics().horizontalAdvance(QLatin1Char(' ')));
     line->addWidget(duration_);
     line->addStretch();
     setToolTip(qt(StatusContent::detailsHelp()));
@@ -36,7 +38,7 @@ void UseLine::present(const StatusContent::Use& use) {
         name_->setPlain(qt(use.app.name));
     }
     if (use.duration != shown_.duration) {
-        const auto text = QStringLiteral(" · ") + qt(use.duration);
+        const auto text = QStringLiteral("· ") + qt(use.duration);
         duration_->setPlain(text);
         // It only ever grows, so that nothing moves while it ticks.
         const int width = duration_->sizeHint().width();
