@@ -8,7 +8,12 @@ namespace velmoran {
 
 namespace WindowID {
 
+inline constexpr std::string_view main = "main";
+inline constexpr std::string_view onboarding = "onboarding";
 inline constexpr std::string_view history = "history";
+inline constexpr std::string_view settings = "settings";
+inline constexpr std::string_view details = "details";
+inline constexpr std::string_view awayReport = "away-report";
 
 } // namespace WindowID
 
@@ -16,7 +21,8 @@ inline constexpr std::string_view history = "history";
 class Windows {
 public:
     virtual ~Windows() = default;
-    /// Brings the window to the front, made or not; without one of that id nothing happens.
+    /// Brings the window to the front, made or not; without one of that id nothing happens. What
+    /// shows one thing of many, as the details do, is brought to the front only if it is open.
     virtual void show(std::string_view) {}
     /// Nothing if it isn't open.
     virtual void close(std::string_view) {}

@@ -65,8 +65,8 @@ OnADesktop::~OnADesktop() {
             session.stop(name);
         }
     }
-    EXPECT_TRUE(eventually([&] { return state() == before; }))
-        << "before: " << ::testing::PrintToString(before)
+    EXPECT_TRUE(eventually([&] { return state() == stateBefore; }))
+        << "before: " << ::testing::PrintToString(stateBefore)
         << "\nleft: " << ::testing::PrintToString(state());
 }
 

@@ -57,7 +57,7 @@ struct OnADesktop {
     support::XServer display{session.environment()["DISPLAY"]};
 
     [[nodiscard]] DesktopState state();
-    const DesktopState before = state();
+    const DesktopState stateBefore = state();
 
     /// Keys and mouse as a person has them.
     void hand(const std::vector<std::string>& does) {
