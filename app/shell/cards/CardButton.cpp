@@ -4,6 +4,7 @@
 #include "core/text/Localizer.h"
 
 #include <QFontMetrics>
+#include <QKeyEvent>
 #include <QPainter>
 
 namespace velmoran {
@@ -22,6 +23,24 @@ void drawFace(QPainter& painter, const QRect& rectangle, double corner, const QC
     painter.drawRoundedRect(rectangle, corner, corner);
 }
 
+void drawFocus(QPainter& painter, const QRect& rectangle, double corner, const QColor& ink) {
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(ink, 2));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(QRectF(rectangle).adjusted(1, 1, -1, -1), corner, corner);
+}
+
+/// Enter presses as well as Space.
+bool isPressedBy(QAbstractButton& button, const QKeyEvent& event) {
+    if (event.key() != Qt::Key_Return && event.key() != Qt::Key_Enter) {
+        return false;
+    }
+    if (!event.isAutoRepeat()) {
+        button.click();
+    }
+    return true;
+}
+
 } // namespace
 
 CardButton::CardButton(const QString& title, bool prominent, const CardColors& colors,
@@ -29,12 +48,18 @@ CardButton::CardButton(const QString& title, bool prominent, const CardColors& c
     : QPushButton(title, parent),
       prominent_(prominent),
       colors_(colors) {
-    setFocusPolicy(Qt::NoFocus);
+    setFocusPolicy(Qt::TabFocus);
     setAttribute(Qt::WA_Hover);
     setProperty("prominent", prominent);
     const QFontMetrics metrics(font());
     setFixedSize(metrics.horizontalAdvance(title) + 2 * sidePadding,
                  metrics.height() + 2 * heightPadding);
+}
+
+void CardButton::keyPressEvent(QKeyEvent* event) {
+    if (!isPressedBy(*this, *event)) {
+        QPushButton::keyPressEvent(event);
+    }
 }
 
 void CardButton::paintEvent(QPaintEvent*) {
@@ -46,6 +71,9 @@ void CardButton::paintEvent(QPaintEvent*) {
                             : face);
     painter.setPen(prominent_ ? colors_.prominentText : colors_.text);
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, text());
+    if (hasFocus()) {
+        drawFocus(painter, rect(), radius - 1, prominent_ ? colors_.prominentText : colors_.text);
+    }
 }
 
 CardCloseButton::CardCloseButton(const CardColors& colors, QWidget* parent)
@@ -54,9 +82,15 @@ CardCloseButton::CardCloseButton(const CardColors& colors, QWidget* parent)
     const auto name = QString::fromStdString(words().text("Close"));
     setAccessibleName(name);
     setToolTip(name);
-    setFocusPolicy(Qt::NoFocus);
+    setFocusPolicy(Qt::TabFocus);
     setAttribute(Qt::WA_Hover);
     setFixedSize(side, side);
+}
+
+void CardCloseButton::keyPressEvent(QKeyEvent* event) {
+    if (!isPressedBy(*this, *event)) {
+        QToolButton::keyPressEvent(event);
+    }
 }
 
 void CardCloseButton::paintEvent(QPaintEvent*) {
@@ -69,6 +103,9 @@ void CardCloseButton::paintEvent(QPaintEvent*) {
     painter.drawPixmap(
         QRect(from, from, crossSize, crossSize),
         symbolPixmap(QStringLiteral("xmark"), colors_.secondary, crossSize, devicePixelRatioF()));
+    if (hasFocus()) {
+        drawFocus(painter, rect(), side / 2.0, colors_.text);
+    }
 }
 
 } // namespace velmoran

@@ -1,6 +1,6 @@
 // The buttons of a card, drawn here so that they look the same under every style and cost nothing
-// to make. They never take the focus, since the card's window doesn't either. Owned by their card;
-// main thread.
+// to make. A click gives them no focus, since it gives their window none; Tab walks them while it
+// has the keyboard. Owned by their card; main thread.
 #pragma once
 
 #include "app/look/CardColors.h"
@@ -15,6 +15,7 @@ public:
     CardButton(const QString& title, bool prominent, const CardColors& colors, QWidget* parent);
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
@@ -30,6 +31,7 @@ public:
     static constexpr int side = 20;
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:

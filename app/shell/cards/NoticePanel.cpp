@@ -2,8 +2,10 @@
 
 #include "app/shell/surface/X11Window.h"
 
+#include <QKeyEvent>
 #include <QPixmap>
 #include <QWindow>
+#include <utility>
 
 namespace velmoran {
 
@@ -40,13 +42,80 @@ void NoticePanel::setItems(const std::vector<NoticeItem>& items, const AppPictur
     }
     stack_ = stack;
     stack_->show();
-    stack_->announceNewest();
+    // Cards are made anew also when one goes or the colours change.
+    std::map<Uuid, std::string> telling;
+    for (const auto& item : items) {
+        telling[item.id] = item.title + '\n' + item.message.value_or("");
+    }
+    const auto& newest = items.back().id;
+    isNews_ = isNews_ || !told_.contains(newest) || told_[newest] != telling[newest];
+    told_ = std::move(telling);
+    if (hasKeyboard_ && stack_->newest()) {
+        stack_->newest()->takeFocus();
+    }
 }
 
 void NoticePanel::showAt(const QPoint& place) {
     const bool cut = !hasCompositor();
     stack_->setCornersAreCut(cut);
     present(QRect(place, wantedSize()), stack_->shape(), cut);
+    if (std::exchange(isNews_, false)) {
+        announce(*stack_->newest());
+    }
+}
+
+void NoticePanel::takeKeyboard() {
+    if (!isVisible() || !windowHandle() || !stack_->newest()) {
+        return;
+    }
+    if (!hasKeyboard_) {
+        hadKeyboard_ = x11Focus();
+        hasKeyboard_ = true;
+    }
+    // Of the window alone: for the widget it would be another window, made anew.
+    windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, false);
+    if (x11Connection()) {
+        // By no older time than that of a menu that the tray has shown in our place.
+        setX11Focus(static_cast<std::uint32_t>(internalWinId()));
+    } else {
+        windowHandle()->requestActivate();
+    }
+    stack_->newest()->takeFocus();
+}
+
+void NoticePanel::giveKeyboardBack() {
+    if (!hasKeyboard_) {
+        return;
+    }
+    hasKeyboard_ = false;
+    windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, true);
+    // Nobody has it when the window has just gone.
+    if (const auto now = x11Focus(); now == internalWinId() || now == 0) {
+        setX11Focus(hadKeyboard_);
+    }
+}
+
+bool NoticePanel::event(QEvent* event) {
+    if (event->type() == QEvent::WindowDeactivate && hasKeyboard_) {
+        // Somebody else has it already.
+        hasKeyboard_ = false;
+        windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, true);
+    }
+    return OverlayPanel::event(event);
+}
+
+void NoticePanel::hideEvent(QHideEvent* event) {
+    giveKeyboardBack();
+    told_.clear();
+    OverlayPanel::hideEvent(event);
+}
+
+void NoticePanel::keyPressEvent(QKeyEvent* event) {
+    if (event->matches(QKeySequence::Cancel)) {
+        giveKeyboardBack();
+        return;
+    }
+    OverlayPanel::keyPressEvent(event);
 }
 
 } // namespace velmoran

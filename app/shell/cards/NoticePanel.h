@@ -5,6 +5,10 @@
 #include "app/shell/cards/NoticeStackView.h"
 #include "app/shell/surface/OverlayPanel.h"
 
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
 #include <vector>
 
 namespace velmoran {
@@ -22,11 +26,29 @@ public:
     /// Shows itself in that size, with the upper left corner there, in front of all else. There
     /// must be something to show.
     void showAt(const QPoint& place);
+    /// Puts the keyboard into the newest card, until Escape, a click elsewhere or the last card's
+    /// end give it back to who had it.
+    void takeKeyboard();
+    /// Told of each card when it comes, or says something else.
+    std::function<void(NoticeView&)> announce = [](NoticeView& card) {
+        card.announce();
+    };
     /// Loads what drawing takes, fonts above all, so that the first card comes at once.
     void warmUp();
 
+protected:
+    bool event(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
+    void giveKeyboardBack();
+
     NoticeStackView* stack_ = nullptr;
+    std::map<Uuid, std::string> told_; ///< what cards that are there have said
+    bool isNews_ = false;
+    bool hasKeyboard_ = false;
+    std::uint32_t hadKeyboard_ = 0; ///< the window that had it before, on X11
 };
 
 } // namespace velmoran

@@ -20,6 +20,11 @@ public:
 
     /// Brings the cards, if there are any, in front of everything.
     void raise();
+    /// Puts the keyboard into the newest card, if there is one.
+    void takeKeyboard() {
+        raise();
+        panel_.takeKeyboard();
+    }
     /// Draws the cards that are shown in the colours, and on the screens, of now.
     void redraw();
     const NoticePanel& panel() const { return panel_; }

@@ -63,10 +63,4 @@ QRegion NoticeStackView::shape() const {
     return shape;
 }
 
-void NoticeStackView::announceNewest() {
-    if (!views_.empty()) {
-        views_.back()->announce();
-    }
-}
-
 } // namespace velmoran

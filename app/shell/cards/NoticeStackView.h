@@ -24,8 +24,8 @@ public:
     void setCornersAreCut(bool cut);
     /// What of the rectangle the cards cover.
     QRegion shape() const;
-    /// The newest card is read aloud.
-    void announceNewest();
+    /// Null if there is none.
+    NoticeView* newest() const { return views_.empty() ? nullptr : views_.back(); }
 
 private:
     std::vector<NoticeView*> views_;

@@ -6,6 +6,7 @@
 #include "app/shell/cards/CardButton.h"
 
 #include <QAccessible>
+#include <QAccessibleWidget>
 #include <QPainter>
 #include <algorithm>
 #include <utility>
@@ -44,6 +45,11 @@ QPixmap pictureOf(const NoticeItem& item, const AppPicture& picture, const QPale
     return {};
 }
 
+QAccessibleInterface* accessibleCard(const QString&, QObject* object) {
+    auto* card = dynamic_cast<NoticeView*>(object);
+    return card ? new QAccessibleWidget(card, QAccessible::Notification) : nullptr;
+}
+
 } // namespace
 
 NoticeView::NoticeView(const NoticeItem& item, const AppPicture& picture, const Clicks& clicks,
@@ -55,6 +61,11 @@ NoticeView::NoticeView(const NoticeItem& item, const AppPicture& picture, const 
     // One line, so that nobody can write a second sentence into a name.
     const auto title = qt(item.title).simplified();
     setAccessibleName(title);
+    static const bool isKnown = [] {
+        QAccessible::installFactory(&accessibleCard);
+        return true;
+    }();
+    Q_UNUSED(isKnown)
     const int left = picture_.isNull() ? margin : margin + pictureSize + pictureGap;
     const int textWidth = cardWidth - left - closeMargin - CardCloseButton::side - lineGap;
 
@@ -72,6 +83,7 @@ NoticeView::NoticeView(const NoticeItem& item, const AppPicture& picture, const 
     addText(title, bold, colors_.text, mostTitleLines);
     if (item.message) {
         addText(qt(*item.message), font(), colors_.secondary, mostMessageLines);
+        setAccessibleDescription(qt(*item.message).simplified());
     }
     addText(qt(item.timeText), caption, colors_.secondary, 1);
     y -= lineGap;
@@ -112,9 +124,27 @@ int NoticeView::addButtons(const NoticeItem& item, const Press& press, int left,
     return bottom;
 }
 
+QString NoticeView::text() const {
+    const auto message = accessibleDescription();
+    return message.isEmpty() ? accessibleName() : accessibleName() + QStringLiteral(". ") + message;
+}
+
 void NoticeView::announce() {
     QAccessibleEvent event(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&event);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    // The alert itself goes no further than Qt where the desktop asks by AT-SPI.
+    QAccessibleAnnouncementEvent spoken(this, text());
+    spoken.setPoliteness(QAccessible::AnnouncementPoliteness::Assertive);
+    QAccessible::updateAccessibility(&spoken);
+#endif
+}
+
+void NoticeView::takeFocus() {
+    // In the order in which they were made, and the cross comes last.
+    if (auto* first = findChild<QAbstractButton*>()) {
+        first->setFocus(Qt::TabFocusReason);
+    }
 }
 
 void NoticeView::paintEvent(QPaintEvent*) {

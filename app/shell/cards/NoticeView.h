@@ -29,8 +29,12 @@ public:
     /// Where there is no compositor the corners are cut by a mask, and the card fills its whole
     /// rectangle.
     void setCornersAreCut(bool cut) { cornersAreCut_ = cut; }
+    /// What it says, as one text.
+    QString text() const;
     /// Has it read aloud by whoever reads the screen aloud.
     void announce();
+    /// Puts the keyboard on its first button.
+    void takeFocus();
 
 protected:
     void paintEvent(QPaintEvent* event) override;

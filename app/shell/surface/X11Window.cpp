@@ -4,7 +4,6 @@
 #include <QScreen>
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -91,6 +90,31 @@ std::optional<QColor> xembedTrayForeground() {
         return static_cast<int>((numbers[which] >> 8) & 0xFF);
     };
     return QColor(part(0), part(1), part(2));
+}
+
+std::uint32_t x11Focus() {
+    auto* x = x11Connection();
+    if (!x) {
+        return XCB_WINDOW_NONE;
+    }
+    const auto reply = owned(xcb_get_input_focus_reply(x, xcb_get_input_focus(x), nullptr));
+    if (!reply || reply->focus == XCB_INPUT_FOCUS_POINTER_ROOT) {
+        return XCB_WINDOW_NONE;
+    }
+    for (auto each = xcb_setup_roots_iterator(xcb_get_setup(x)); each.rem > 0;
+         xcb_screen_next(&each)) {
+        if (each.data->root == reply->focus) {
+            return XCB_WINDOW_NONE;
+        }
+    }
+    return reply->focus;
+}
+
+void setX11Focus(std::uint32_t window) {
+    if (auto* x = x11Connection(); x && window != XCB_WINDOW_NONE) {
+        xcb_set_input_focus(x, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
+        xcb_flush(x);
+    }
 }
 
 void setInputShape(QWidget& window, const QRegion& shape) {

@@ -5,6 +5,7 @@
 #include <QColor>
 #include <QRegion>
 #include <QWidget>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -33,6 +34,10 @@ bool hasXembedTray();
 /// The colour in which that tray says that pictures show up on it (_NET_SYSTEM_TRAY_COLORS, whose
 /// first three of twelve numbers are red, green and blue in 16 bits); nothing if it says none.
 std::optional<QColor> xembedTrayForeground();
+/// The window that has the keyboard; 0 if none has it, and where the windows aren't X11's.
+std::uint32_t x11Focus();
+/// Gives it to that one, if it is still there to take it. Nothing happens for 0.
+void setX11Focus(std::uint32_t window);
 /// The window takes the mouse there only; elsewhere it goes to what is below. `shape` is in points
 /// of the window, which must have been created.
 void setInputShape(QWidget& window, const QRegion& shape);

@@ -40,26 +40,26 @@ struct CardsOnADesktop : DesktopFixture {
 
 TEST_F(CardsOnADesktop, StandAboveAWindowThatBecomesFullScreen) {
     const auto editor = startEditor("300x200+700+400");
-    const auto before = focused();
+    const auto focusBefore = focused();
     show();
     makeFullScreen(editor);
     clickTheCross();
     EXPECT_TRUE(gone());
-    EXPECT_EQ(focused(), before);
+    EXPECT_EQ(focused(), focusBefore);
 }
 
 TEST_F(CardsOnADesktop, StandAboveAWindowThatIsFullScreen) {
     const auto editor = startEditor("300x200+700+400");
-    const auto before = focused();
+    const auto focusBefore = focused();
     makeFullScreen(editor);
     // The second time too.
     for (int time = 0; time < 2; ++time) {
         show();
         EXPECT_EQ(placeOf(window()).topLeft(), QPoint(600 + 12 - 184, 26));
-        EXPECT_EQ(focused(), before);
+        EXPECT_EQ(focused(), focusBefore);
         clickTheCross();
         EXPECT_TRUE(gone());
-        EXPECT_EQ(focused(), before);
+        EXPECT_EQ(focused(), focusBefore);
     }
 }
 
@@ -80,6 +80,84 @@ TEST_F(CardsOnADesktop, StandOnEveryDesktop) {
     show();
     ASSERT_TRUE(goTo("0"));
     EXPECT_TRUE(isViewable(window()));
+}
+
+struct CardsWithTheKeyboard : CardsOnADesktop {
+    int presses = 0;
+    std::string focusBefore;
+
+    void SetUp() override {
+        CardsOnADesktop::SetUp();
+        startEditor();
+        focusBefore = focused();
+    }
+    void showWithButton(const std::string& title = "Zoom turned on the camera") {
+        NoticeItem card;
+        card.id = Uuid::random();
+        card.title = title;
+        card.timeText = "Just now";
+        card.buttons.push_back({.title = "Stop", .action = [this] {
+                                    ++presses;
+                                }});
+        notices.show(card);
+        ASSERT_TRUE(eventually([&] { return isViewable(window()); }));
+        ASSERT_EQ(focused(), focusBefore) << "by itself it takes nothing";
+    }
+    void takeKeyboard() {
+        controller.takeKeyboard();
+        ASSERT_TRUE(eventually([&] {
+            return focused() == std::to_string(window()) + "\n" && hasFocus("Stop");
+        })) << focused();
+    }
+    [[nodiscard]] bool hasFocus(const std::string& button) const {
+        const auto* found = support::buttonNamed(controller.panel(), button);
+        return found && found->hasFocus();
+    }
+    [[nodiscard]] bool isBack() {
+        return eventually([&] { return focused() == focusBefore; });
+    }
+};
+
+TEST_F(CardsWithTheKeyboard, ArePressedAndLeftByIt) {
+    showWithButton();
+    takeKeyboard();
+    hand({"key", "Return"});
+    EXPECT_TRUE(eventually([&] { return presses == 1; }));
+    hand({"key", "Tab"});
+    EXPECT_TRUE(eventually([&] { return hasFocus("Close"); }));
+    hand({"key", "Escape"});
+    EXPECT_TRUE(isBack()) << focused();
+    EXPECT_EQ(notices.items().size(), 1U) << "it stays";
+    // And again.
+    takeKeyboard();
+    hand({"key", "Tab", "space"});
+    EXPECT_TRUE(gone());
+    EXPECT_TRUE(isBack()) << focused();
+}
+
+TEST_F(CardsWithTheKeyboard, KeepItWhileOthersComeAndLoseItWithAClickElsewhere) {
+    showWithButton("Zoom turned on the camera");
+    takeKeyboard();
+    NoticeItem next;
+    next.id = Uuid::random();
+    next.title = "Teams turned on the microphone";
+    next.timeText = "Just now";
+    notices.show(next);
+    EXPECT_TRUE(eventually([&] {
+        const auto* button = controller.panel().focusWidget();
+        return button && button->hasFocus() &&
+               button->parentWidget()->accessibleName() == "Teams turned on the microphone";
+    }));
+    EXPECT_EQ(focused(), std::to_string(window()) + "\n");
+    hand({"mousemove", "200", "350", "click", "1"});
+    EXPECT_TRUE(isBack()) << focused();
+    NoticeItem last;
+    last.id = Uuid::random();
+    last.title = "Discord turned on the microphone";
+    last.timeText = "Just now";
+    notices.show(last);
+    drainEvents();
+    EXPECT_EQ(focused(), focusBefore) << "it takes nothing again";
 }
 
 TEST_F(CardsOnADesktop, KeepTheirNameForWhoeverListsWindows) {
