@@ -1,0 +1,109 @@
+#include "app/shell/ProgramOptions.h"
+
+#include <QCommandLineParser>
+
+namespace velmoran {
+
+namespace {
+
+const QString showKey = QStringLiteral("show");
+const QString showWindowKey = QStringLiteral("showWindow");
+
+QString named(const char* option) {
+    return QString::fromLatin1(option + 2);
+}
+
+QCommandLineOption hidden(const QString& name, const QString& value = {}) {
+    QCommandLineOption option(name, QString(), value);
+    option.setFlags(QCommandLineOption::HiddenFromHelp);
+    return option;
+}
+
+} // namespace
+
+ProgramOptions ProgramOptions::from(const QStringList& arguments) {
+    QCommandLineParser parser;
+    // "-showWindow history" is how settings are given to one start.
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    parser.setApplicationDescription(
+        QStringLiteral("Tells you which app turned on the camera or the microphone."));
+    const auto help = parser.addHelpOption();
+    const auto version = parser.addVersionOption();
+    const QCommandLineOption demo(QStringLiteral("demo"),
+                                  QStringLiteral("Play a recording instead: FILE, or a built-in "
+                                                 "one. Touches neither history nor settings."));
+    const QCommandLineOption show(
+        showKey,
+        QStringLiteral("Show a window, of the Velmoran that runs already if there is one: "
+                       "\"main\", \"history\" or \"settings\"."),
+        QStringLiteral("WINDOW"));
+    const auto showWindow = hidden(showWindowKey, QStringLiteral("WINDOW"));
+    const auto devices = hidden(QStringLiteral("device-folder"), QStringLiteral("DIR"));
+    const auto resumed = hidden(named(nothingWasOn));
+    const auto login = hidden(named(loginStart));
+    parser.addOptions({demo, show, showWindow, devices, resumed, login});
+    parser.addPositionalArgument(QStringLiteral("FILE"),
+                                 QStringLiteral("A recording to play with --demo."),
+                                 QStringLiteral("[FILE]"));
+
+    ProgramOptions options;
+    const auto refuse = [&options](const QString& what) {
+        options.error = what;
+        return options;
+    };
+    const auto tells = QStringLiteral(" velmoran --help tells what there is.");
+    if (!parser.parse(arguments)) {
+        return refuse(parser.errorText() + tells);
+    }
+    options.help = parser.helpText();
+    if (parser.isSet(help) || parser.isSet(version)) {
+        options.task = parser.isSet(help) ? Task::help : Task::version;
+        return options;
+    }
+    const auto files = parser.positionalArguments();
+    if (files.size() > 1 || (!files.isEmpty() && !parser.isSet(demo))) {
+        return refuse(QStringLiteral("unexpected argument \"%1\";").arg(files.last()) +
+                      tells.chopped(1));
+    }
+    if (parser.isSet(show)) {
+        const auto wanted = parser.value(show);
+        if (wanted != QLatin1String("main") && wanted != QLatin1String("history") &&
+            wanted != QLatin1String("settings")) {
+            return refuse(QStringLiteral("there is no window \"%1\";").arg(wanted) +
+                          tells.chopped(1));
+        }
+        options.show = wanted.toStdString();
+    }
+    if (parser.isSet(showWindow)) {
+        options.showWindow = parser.value(showWindow).toStdString();
+    }
+    options.task = parser.isSet(demo) ? Task::demo : Task::run;
+    if (!files.isEmpty()) {
+        options.recording = files.first();
+    }
+    options.deviceFolder = parser.value(devices);
+    options.isLoginStart = parser.isSet(login);
+    options.isStartedAnew = parser.isSet(resumed);
+    return options;
+}
+
+std::vector<std::string> argumentsToRunAgain(const std::vector<std::string>& arguments) {
+    std::vector<std::string> kept;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const auto& each = arguments[i];
+        if (i == 0) {
+            kept.push_back(each);
+            continue;
+        }
+        const auto name = each.substr(std::min(each.size(), each.find_first_not_of('-')));
+        if (name == "show" || name == "showWindow") {
+            ++i; // what to show comes after it
+        } else if (!name.starts_with("show=") && !name.starts_with("showWindow=") &&
+                   each != ProgramOptions::loginStart && each != ProgramOptions::nothingWasOn) {
+            kept.push_back(each);
+        }
+    }
+    return kept;
+}
+
+} // namespace velmoran
