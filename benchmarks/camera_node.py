@@ -33,7 +33,7 @@ def main():
         node.write_bytes(b"x" * 4096)
         windows = bench.Reader([bench.WINDOW_WATCH, "velmoran"])
         windows.until(lambda line: True if line.endswith("ready") else None, 10)
-        velmoran = subprocess.Popen([bench.VELMORAN, "--device-folder", folder], stdin=subprocess.DEVNULL)
+        velmoran = subprocess.Popen([bench.VELMORAN, "--login-start", "--device-folder", folder], stdin=subprocess.DEVNULL)
         if windows.until(lambda line: True if line.endswith("icon") else None, 10) is None:
             sys.exit("the tray icon doesn't come")
         time.sleep(3)

@@ -148,7 +148,7 @@ def main():
     print(bench.machine())
     windows = bench.Reader([bench.WINDOW_WATCH, "velmoran"])
     windows.until(lambda line: True if line.endswith("ready") else None, 10)
-    velmoran = subprocess.Popen([bench.VELMORAN], stdin=subprocess.DEVNULL)
+    velmoran = subprocess.Popen([bench.VELMORAN, "--login-start"], stdin=subprocess.DEVNULL)
     if windows.until(lambda line: True if line.endswith("icon") else None, 10) is None:
         sys.exit("the tray icon doesn't come")
     # Whatever the first start shows by itself is no card of a use.

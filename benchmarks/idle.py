@@ -59,7 +59,7 @@ def main():
     bench.enter_session("--microphone", "--camera", "--tray")
 
     print(bench.machine())
-    programs = {"velmoran": [str(bench.VELMORAN)], "pasystray": ["pasystray"]}
+    programs = {"velmoran": [str(bench.VELMORAN), "--login-start"], "pasystray": ["pasystray"]}
     docked, processes = {}, {}
     for name, arguments in programs.items():
         docked[name], processes[name] = docking(arguments, name, wishes.starts)

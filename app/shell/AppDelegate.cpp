@@ -1,54 +1,93 @@
 #include "app/shell/AppDelegate.h"
 
+#include <QDesktopServices>
+#include <QUrl>
 #include <utility>
 
 namespace velmoran {
 
 namespace {
 
-ModelSurroundings askingAtTheScreen(ModelSurroundings surroundings, BrowserDialog& dialog) {
+ModelSurroundings atTheScreen(ModelSurroundings surroundings, BrowserDialog& dialog,
+                              Windows& windows) {
     surroundings.askAboutBrowsers = [&dialog](const BrowserQuestion& question,
                                               const BrowserDialog::Answer& answer) {
         return dialog.ask(question, answer);
     };
+    surroundings.windows = &windows;
     return surroundings;
+}
+
+bool canBeAskedFor(std::string_view window) {
+    return window == WindowID::history || window == WindowID::settings;
+}
+
+void openInBrowser(const std::string& address) {
+    const QUrl url(QString::fromStdString(address), QUrl::StrictMode);
+    if (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http")) {
+        QDesktopServices::openUrl(url);
+    }
 }
 
 } // namespace
 
-AppDelegate::AppDelegate(ModelSurroundings surroundings, AppPicture picture,
-                         std::function<void()> quit, std::function<bool()> refusesShortcut)
-    : around_(askingAtTheScreen(std::move(surroundings), browserDialog_)),
+AppDelegate::AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside)
+    : around_(atTheScreen(std::move(surroundings), browserDialog_, screens_)),
       picture_(std::move(picture)),
-      quit_(std::move(quit)),
-      refusesShortcut_(std::move(refusesShortcut)),
-      model_(around_) {}
+      outside_(std::move(outside)),
+      model_(around_) {
+    screens_.begin({.model = model_,
+                    .scheduler = around_.scheduler,
+                    .picture = picture_,
+                    .actions = {.quit = outside_.quit,
+                                .relaunch = outside_.relaunch,
+                                .openWebPage = openInBrowser}},
+                   outside_.loginItem ? *outside_.loginItem : forgotten_);
+}
 
-void AppDelegate::didFinishLaunching() {
+void AppDelegate::didFinishLaunching(const Launch& launch) {
+    makeStatusItem();
+    watchShortcut();
+    model_.start();
+    statusItem_->awaitTray();
+    showFirstWindow(launch);
+}
+
+void AppDelegate::makeStatusItem() {
     const auto stop = [this] {
         model_.stopEverything();
     };
+    const auto opening = [this](std::string_view window) {
+        return [this, window] {
+            screens_.show(window);
+        };
+    };
     statusItem_ = std::make_unique<StatusItemController>(
-        model_, model_.clock(), picture_,
-        StatusItemController::Actions{.stopEverything = stop, .quit = quit_});
+        model_, picture_,
+        StatusItemController::Actions{.stopEverything = stop,
+                                      .showMain = opening(WindowID::main),
+                                      .showHistory = opening(WindowID::history),
+                                      .showSettings = opening(WindowID::settings),
+                                      .quit = outside_.quit,
+                                      .makePanel = [this](const auto& leave) {
+                                          return screens_.makePanel(leave);
+                                      }});
     floatingStop_ = std::make_unique<FloatingStopButton>(model_, around_.scheduler, stop);
     statusItem_->noticePanel().obstacle = [this] {
         return floatingStop_->frame();
     };
     screenChanges_ = std::make_unique<ScreenChanges>([this] {
         floatingStop_->layOut();
-        // Second, since they keep clear of it.
-        statusItem_->noticePanel().redraw();
+        // Second, since the cards keep clear of it.
+        statusItem_->layOut();
+        screens_.windows().layOut();
     });
-    watchShortcut();
-    model_.start();
-    statusItem_->awaitTray();
 }
 
 void AppDelegate::watchShortcut() {
     const auto apply = [this] {
         const bool wanted = *model_.settings.stopShortcutOn;
-        const bool refused = refusesShortcut_ && refusesShortcut_();
+        const bool refused = outside_.refusesShortcut && outside_.refusesShortcut();
         const bool done =
             stopShortcut_.set(wanted && !refused, [this] { model_.stopEverything(); });
         model_.stopShortcutUnavailable.set((wanted && refused) || !done);
@@ -60,9 +99,28 @@ void AppDelegate::watchShortcut() {
     apply();
 }
 
-void AppDelegate::reopen() {
-    if (statusItem_) {
-        statusItem_->showCards();
+void AppDelegate::showFirstWindow(const Launch& launch) {
+    if (!launch.isUnasked && !*model_.settings.onboardingDone) {
+        screens_.show(WindowID::onboarding);
+    } else if (!launch.isUnasked && !launch.isLogin && !launch.show) {
+        screens_.show(WindowID::main);
+    }
+    if (launch.show) {
+        reopen(*launch.show);
+    }
+    auto wanted = launch.showWindow;
+    if (const auto written = around_.settings.texts("showWindow");
+        !wanted && written && written->size() == 1) {
+        wanted = written->front();
+    }
+    if (wanted && canBeAskedFor(*wanted)) {
+        screens_.show(*wanted);
+    }
+}
+
+void AppDelegate::reopen(std::string_view window) {
+    if (statusItem_ && window != nothing) {
+        screens_.show(canBeAskedFor(window) ? window : WindowID::main);
     }
 }
 

@@ -1,9 +1,11 @@
-// Owns the running program and brings it up in order: what is on the screen first, then the model.
-// One per program, made by `main`; main thread.
+// Owns the running program and brings it up in order: what is on the screen first, then the model,
+// then the first window. One per program, made by `main`; main thread.
 #pragma once
 
 #include "app/model/AppModel.h"
+#include "app/model/LoginItem.h"
 #include "app/screens/BrowserDialog.h"
+#include "app/screens/Screens.h"
 #include "app/shell/ScreenChanges.h"
 #include "app/shell/floating/FloatingStopButton.h"
 #include "app/shell/shortcut/StopShortcut.h"
@@ -11,35 +13,78 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace velmoran {
 
 class AppDelegate {
 public:
-    /// The surroundings outlive the delegate. Whom the model asks about browsers is the person at
-    /// the screen, whatever the surroundings say. `refusesShortcut`: the machine that is played
-    /// gives the shortcut to nobody; without it the real one is asked.
-    AppDelegate(ModelSurroundings surroundings, AppPicture picture, std::function<void()> quit,
-                std::function<bool()> refusesShortcut = {});
+    /// What the program does beyond itself.
+    struct Outside {
+        std::function<void()> quit = [] {
+        };
+        std::function<void()> relaunch = [] {
+        }; ///< ends this one and starts another
+        /// The machine that is played gives the shortcut to nobody; without it the real one is
+        /// asked.
+        std::function<bool()> refusesShortcut = {};
+        LoginItem* loginItem = nullptr; ///< null: one that is forgotten at the end
+    };
 
-    void didFinishLaunching();
-    /// Somebody started the program a second time.
-    void reopen();
+    /// How the program was started.
+    struct Launch {
+        bool isLogin = false;   ///< the desktop did it, at login: no window
+        bool isUnasked = false; ///< nobody did: no window, not the introduction either
+        std::optional<std::string> show = {};       ///< this window in place of the first one
+        std::optional<std::string> showWindow = {}; ///< before the setting of that name
+    };
+
+    /// The surroundings outlive the delegate. Whom the model asks about browsers is the person at
+    /// the screen, and its windows are the program's, whatever the surroundings say.
+    AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside);
+    ~AppDelegate() { screens_.end(); }
+    AppDelegate(const AppDelegate&) = delete;
+    AppDelegate& operator=(const AppDelegate&) = delete;
+
+    void didFinishLaunching(const Launch& launch);
+    /// Somebody started the program a second time, and wants to see that window; the main one if
+    /// there is none of that name.
+    void reopen(std::string_view window);
+    /// What a second start wishes that is there for nobody to see.
+    static constexpr std::string_view nothing = "nothing";
 
     AppModel& model() { return model_; }
+    Screens& screens() { return screens_; }
     /// Null before the launch.
     StatusItemController* statusItem() const { return statusItem_.get(); }
     FloatingStopButton* floatingStop() const { return floatingStop_.get(); }
     BrowserDialog& browserDialog() { return browserDialog_; }
 
 private:
+    /// As long as the program runs.
+    class ForgottenLoginItem final : public LoginItem {
+    public:
+        bool isOn() const override { return isOn_; }
+        bool set(bool on) override {
+            isOn_ = on;
+            return true;
+        }
+
+    private:
+        bool isOn_ = false;
+    };
+
+    void makeStatusItem();
     void watchShortcut();
+    void showFirstWindow(const Launch& launch);
 
     BrowserDialog browserDialog_;
+    Screens screens_;
+    ForgottenLoginItem forgotten_;
     ModelSurroundings around_;
     AppPicture picture_;
-    std::function<void()> quit_;
-    std::function<bool()> refusesShortcut_;
+    Outside outside_;
     AppModel model_;
     std::unique_ptr<StatusItemController> statusItem_;
     std::unique_ptr<FloatingStopButton> floatingStop_;

@@ -17,7 +17,7 @@ void RestartWhenIdle::wish() {
 void RestartWhenIdle::tryNow() {
     const bool isIdle = !model_.snapshot->cameraOn && !model_.snapshot->microphoneOn &&
                         model_.openSessions->empty() && model_.notices.items().empty() &&
-                        !model_.isBusyStopping() && !model_.historyIsBehind();
+                        !model_.isBusyStopping() && !model_.historyIsBehind() && !isLookedAt_();
     if (isIdle && !isDue_) {
         isDue_ = true;
         quit_();

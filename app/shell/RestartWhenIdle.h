@@ -1,6 +1,6 @@
 // Lets the program end, to be started anew, in a moment in which nobody misses it: nothing is on,
-// no card is showing, no stop is under way and nothing waits to be written to the history. Owned by
-// `main`; main thread.
+// no card and no window is showing, no stop is under way and nothing waits to be written to the
+// history. Owned by `main`; main thread.
 #pragma once
 
 #include "app/model/AppModel.h"
@@ -12,13 +12,20 @@ namespace velmoran {
 
 class RestartWhenIdle {
 public:
-    /// The model outlives this.
-    RestartWhenIdle(AppModel& model, std::function<void()> quit)
+    /// The model outlives this. `isLookedAt` says whether a window is open.
+    RestartWhenIdle(AppModel& model, std::function<bool()> isLookedAt, std::function<void()> quit)
         : model_(model),
+          isLookedAt_(std::move(isLookedAt)),
           quit_(std::move(quit)) {}
 
     /// From now on as soon as it can be, unless a tray that needs no bus is there.
     void wish();
+    /// A window has been closed.
+    void lookAgain() {
+        if (!watching_.empty()) {
+            tryNow();
+        }
+    }
     /// The program ends to be started anew.
     bool isDue() const { return isDue_; }
 
@@ -26,6 +33,7 @@ private:
     void tryNow();
 
     AppModel& model_;
+    std::function<bool()> isLookedAt_;
     std::function<void()> quit_;
     bool isDue_ = false;
     std::vector<Subscription> watching_;

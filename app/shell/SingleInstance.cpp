@@ -1,6 +1,8 @@
 #include "app/shell/SingleInstance.h"
 
+#include <QTimer>
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
@@ -129,8 +131,10 @@ std::optional<Question> ask(const std::string& place,
     return question;
 }
 
-/// Waits for all of them together, so that many who don't answer cost no more than one.
-bool isAnswered(std::vector<Question>& questions, std::chrono::steady_clock::time_point deadline) {
+/// Waits for all of them together, so that many who don't answer cost no more than one. Who answers
+/// is told the wish.
+bool isAnswered(std::vector<Question>& questions, const std::string& wish,
+                std::chrono::steady_clock::time_point deadline) {
     for (;;) {
         std::vector<pollfd> waiting;
         std::vector<Question*> asked;
@@ -152,6 +156,8 @@ bool isAnswered(std::vector<Question>& questions, std::chrono::steady_clock::tim
                 continue;
             }
             if (writerOf(waiting[i].fd) == asked[i]->asked.program.pid) {
+                const auto line = wish.substr(0, SingleInstance::longestWish) + '\n';
+                ::send(waiting[i].fd, line.data(), line.size(), MSG_NOSIGNAL);
                 return true;
             }
             asked[i]->answer.reset(); // hung up, or another's answer
@@ -161,7 +167,49 @@ bool isAnswered(std::vector<Question>& questions, std::chrono::steady_clock::tim
 
 } // namespace
 
-SingleInstance::SingleInstance(const std::string& name,
+/// Another start that has had its answer, until it has said what it wishes. One that only looked
+/// hangs up without a word.
+class SingleInstance::Wishing {
+public:
+    Wishing(int socket, std::function<void(const Wishing*)> heard)
+        : socket_(socket),
+          heard_(std::move(heard)),
+          notifier_(socket, QSocketNotifier::Read) {
+        QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] { read(); });
+    }
+    ~Wishing() {
+        notifier_.setEnabled(false);
+        ::close(socket_);
+    }
+    Wishing(const Wishing&) = delete;
+    Wishing& operator=(const Wishing&) = delete;
+
+    /// Nothing as long as it is not whole, and if it never will be.
+    std::optional<std::string> wish() const {
+        const auto end = text_.find('\n');
+        return end == std::string::npos ? std::nullopt : std::optional(text_.substr(0, end));
+    }
+
+private:
+    void read() {
+        std::array<char, longestWish + 1> room{};
+        const auto count = ::recv(socket_, room.data(), room.size() - text_.size(), MSG_DONTWAIT);
+        if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+            return;
+        }
+        text_.append(room.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        if (count <= 0 || wish() || text_.size() > longestWish) {
+            heard_(this);
+        }
+    }
+
+    int socket_;
+    std::string text_;
+    std::function<void(const Wishing*)> heard_;
+    QSocketNotifier notifier_;
+};
+
+SingleInstance::SingleInstance(const std::string& name, const std::string& wish,
                                const std::function<bool(const PeerProgram&)>& isVelmoran) {
     const auto deadline =
         std::chrono::steady_clock::now() + std::chrono::milliseconds(patienceMilliseconds);
@@ -180,7 +228,7 @@ SingleInstance::SingleInstance(const std::string& name,
         const auto place = number == 1 ? full : std::to_string(number) + "-" + full;
         auto question = ask(place, isVelmoran);
         if (!question) { // free, it seems, but not if one of those before answers
-            if (isAnswered(questions, deadline)) {
+            if (isAnswered(questions, wish, deadline)) {
                 role_ = Role::second;
                 return;
             }
@@ -194,7 +242,7 @@ SingleInstance::SingleInstance(const std::string& name,
                                 : Question{.place = place, .asked = Obstacle(), .answer = nullptr});
     }
     if (role_ == Role::alone) { // every place is taken
-        if (isAnswered(questions, deadline)) {
+        if (isAnswered(questions, wish, deadline)) {
             role_ = Role::second;
             return;
         }
@@ -231,13 +279,27 @@ void SingleInstance::accept() {
     if (peer < 0) {
         return;
     }
-    const bool ours = peerOf(peer).uid == ::getuid();
-    if (ours) {
-        ::send(peer, "", 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (peerOf(peer).uid != ::getuid()) {
+        ::close(peer);
+        return;
     }
-    ::close(peer);
-    if (ours && show_) {
-        show_();
+    ::send(peer, "", 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (wishing_.size() == mostWishing) {
+        wishing_.erase(wishing_.begin());
+    }
+    wishing_.push_back(
+        std::make_unique<Wishing>(peer, [this](const Wishing* from) { heard(from); }));
+}
+
+void SingleInstance::heard(const Wishing* from) {
+    const auto found =
+        std::ranges::find_if(wishing_, [from](const auto& each) { return each.get() == from; });
+    // Ended later, since it is still at work.
+    std::shared_ptr<Wishing> ended = std::move(*found);
+    wishing_.erase(found);
+    QTimer::singleShot(0, notifier_.get(), [ended] {});
+    if (const auto wish = ended->wish(); wish && show_) {
+        show_(*wish);
     }
 }
 

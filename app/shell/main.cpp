@@ -10,14 +10,16 @@
 #include "app/shell/AppDelegate.h"
 #include "app/shell/DisplayChoice.h"
 #include "app/shell/HangingBus.h"
+#include "app/shell/ProgramOptions.h"
 #include "app/shell/RestartWhenIdle.h"
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
+#include "app/shell/login/AutostartEntry.h"
 #include "system/MakeMachine.h"
 #include "system/MakeSounds.h"
 
 #include <QApplication>
-#include <QCommandLineParser>
+#include <QFile>
 #include <cstdio>
 #include <exception>
 #include <fstream>
@@ -33,7 +35,6 @@ namespace {
 using namespace velmoran;
 
 constexpr int wrongArguments = 2;
-constexpr const char* nothingWasOn = "--nothing-was-on";
 
 int complain(const std::string& what, int status) {
     std::cerr << "velmoran: " << what << '\n';
@@ -61,19 +62,29 @@ void sayWhoIsInTheWay(const SingleInstance& instance) {
     }
 }
 
-struct RealOptions {
-    QString deviceFolder;
-    /// This process has taken the place of one with no bus in Qt, when nothing was on.
-    bool isStartedAnew = false;
-    bool hasNoBusInQt = false;
+/// What begins in this process's place when this program has ended.
+enum class Next { nothing, again, againUnnoticed };
+
+struct End {
+    int status = 0;
+    Next next = Next::nothing;
 };
 
-/// Nothing if the program is to be started anew.
-std::optional<int> runReal(QApplication& app, SignalWatch& signals, const RealOptions& given) {
-    SingleInstance instance("org.velmoran.Velmoran");
+/// Also where the session is brought back in which the program ran.
+bool isLoginStart(const ProgramOptions& given) {
+    return given.isLoginStart || qGuiApp->isSessionRestored();
+}
+
+std::string wishOf(const ProgramOptions& given) {
+    return given.show ? *given.show : std::string(isLoginStart(given) ? AppDelegate::nothing : "");
+}
+
+End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given,
+            bool hasNoBusInQt) {
+    SingleInstance instance("org.velmoran.Velmoran", wishOf(given));
     if (instance.role() == SingleInstance::Role::second) {
         std::cerr << "velmoran: it is running already, and shows itself now\n";
-        return 0;
+        return {};
     }
     sayWhoIsInTheWay(instance);
     QtEventLoop loop;
@@ -86,23 +97,44 @@ std::optional<int> runReal(QApplication& app, SignalWatch& signals, const RealOp
         options.deviceFolder = given.deviceFolder.toStdString();
     }
     const auto machine = makeMachine(std::move(options));
+    AutostartEntry loginItem(QApplication::applicationFilePath(),
+                             QString::fromLatin1(ProgramOptions::loginStart));
+    auto next = Next::nothing;
     AppDelegate delegate({*machine, loop, loop, settings,
                           [] {
                               return openUserHistory(WhenKept::share);
                           }},
-                         picturesOf(*machine), [&app] { app.quit(); });
-    instance.onShow([&] { delegate.reopen(); });
-    delegate.didFinishLaunching();
+                         picturesOf(*machine),
+                         {.quit = [&app] { app.quit(); },
+                          .relaunch =
+                              [&app, &next] {
+                                  next = Next::again;
+                                  app.quit();
+                              },
+                          .loginItem = &loginItem});
+    instance.onShow([&](const std::string& wish) { delegate.reopen(wish); });
+    delegate.didFinishLaunching({.isLogin = isLoginStart(given),
+                                 .isUnasked = given.isStartedAnew,
+                                 .show = given.show,
+                                 .showWindow = given.showWindow});
     if (given.isStartedAnew) {
         delegate.model().receive({});
     }
-    RestartWhenIdle restart(delegate.model(), [&app] { app.quit(); });
+    RestartWhenIdle restart(
+        delegate.model(), [&delegate] { return delegate.screens().windows().isAnyOpen(); },
+        [&app, &next] {
+            next = Next::againUnnoticed;
+            app.quit();
+        });
+    delegate.screens().windows().onClosed = [&restart] {
+        restart.lookAgain();
+    };
     BusService::Options service;
     // Once: nobody watches meanwhile, and a bus can hang as often as somebody wants it to.
-    if (given.hasNoBusInQt && given.isStartedAnew) {
+    if (hasNoBusInQt && given.isStartedAnew) {
         std::cerr << "velmoran: the session bus has hung again; a tray of the newer kind gets its "
                      "icon when Velmoran is started next\n";
-    } else if (given.hasNoBusInQt) {
+    } else if (hasNoBusInQt) {
         service.onAnswer = [&restart] {
             restart.wish();
         };
@@ -111,22 +143,28 @@ std::optional<int> runReal(QApplication& app, SignalWatch& signals, const RealOp
     signals.start();
     const int status = QApplication::exec();
     delegate.model().stopMonitor();
-    return restart.isDue() ? std::nullopt : std::optional(status);
+    return {.status = status, .next = next};
 }
 
-/// In this process's place, with a Qt that finds the bus. Returns only if that fails.
-int startAnew(std::vector<std::string> arguments) {
-    arguments.emplace_back(nothingWasOn);
+/// In this process's place, which leaves ours to the next one. Returns only if that fails.
+int startAnew(std::vector<std::string> arguments, Next next) {
+    arguments = argumentsToRunAgain(arguments);
+    if (next == Next::againUnnoticed) {
+        arguments.emplace_back(ProgramOptions::nothingWasOn);
+    }
     std::vector<char*> pointers;
     for (auto& argument : arguments) {
         pointers.push_back(argument.data());
     }
     pointers.push_back(nullptr);
+    // A newer one, if this one's file has been replaced meanwhile.
+    ::execv(QFile::encodeName(QApplication::applicationFilePath()).constData(), pointers.data());
     ::execv("/proc/self/exe", pointers.data());
     return complain("it can't be started anew", 1);
 }
 
-int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString>& file) {
+int runDemo(QApplication& app, SignalWatch& signals, const ProgramOptions& given) {
+    const auto& file = given.recording;
     auto recording = file ? std::make_unique<std::ifstream>(file->toStdString(), std::ios::binary)
                           : builtInRecording();
     const std::string name = file ? file->toStdString() : "the built-in recording";
@@ -146,10 +184,14 @@ int runDemo(QApplication& app, SignalWatch& signals, const std::optional<QString
     stage.machine.onSound = [&] {
         sounds->playWarning();
     };
-    AppDelegate delegate(
-        stage.surroundings(loop, loop), picturesOf(stage.machine), [&app] { app.quit(); },
-        [&stage] { return stage.machine.script.shortcutRefused; });
-    delegate.didFinishLaunching();
+    AppDelegate delegate(stage.surroundings(loop, loop), picturesOf(stage.machine),
+                         {.quit = [&app] { app.quit(); },
+                          .refusesShortcut =
+                              [&stage] {
+                                  return stage.machine.script.shortcutRefused;
+                              }});
+    delegate.didFinishLaunching(
+        {.isUnasked = true, .show = given.show, .showWindow = given.showWindow});
     signals.start();
     int status = 0;
     player->play(stage, delegate.model(), loop, loop,
@@ -184,52 +226,27 @@ int main(int argc, char** argv) {
     QApplication::setDesktopFileName(QStringLiteral("org.velmoran.Velmoran"));
     QApplication::setQuitOnLastWindowClosed(false);
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Tells you which app turned on the camera or the microphone."));
-    const auto help = parser.addHelpOption();
-    const auto version = parser.addVersionOption();
-    const QCommandLineOption demo(QStringLiteral("demo"),
-                                  QStringLiteral("Play a recording instead: FILE, or a built-in "
-                                                 "one. Touches neither history nor settings."));
-    QCommandLineOption devices(QStringLiteral("device-folder"),
-                               QStringLiteral("Where camera nodes stand."), QStringLiteral("DIR"));
-    devices.setFlags(QCommandLineOption::HiddenFromHelp);
-    QCommandLineOption resumed(QString::fromLatin1(nothingWasOn + 2));
-    resumed.setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOptions({demo, devices, resumed});
-    parser.addPositionalArgument(QStringLiteral("FILE"),
-                                 QStringLiteral("A recording to play with --demo."),
-                                 QStringLiteral("[FILE]"));
-    if (!parser.parse(QApplication::arguments())) {
-        return complain(parser.errorText().toStdString() + " velmoran --help tells what there is.",
-                        wrongArguments);
+    const auto options = ProgramOptions::from(QApplication::arguments());
+    if (!options.error.isEmpty()) {
+        return complain(options.error.toStdString(), wrongArguments);
     }
-    if (parser.isSet(help)) {
-        parser.showHelp();
+    if (options.task == ProgramOptions::Task::help) {
+        std::fputs(options.help.toLocal8Bit().constData(), stdout);
+        return 0;
     }
-    if (parser.isSet(version)) {
-        parser.showVersion();
-    }
-    const auto files = parser.positionalArguments();
-    if (files.size() > 1 || (!files.isEmpty() && !parser.isSet(demo))) {
-        return complain("unexpected argument \"" + files.last().toStdString() +
-                            "\"; velmoran --help tells what there is",
-                        wrongArguments);
+    if (options.task == ProgramOptions::Task::version) {
+        std::puts("Velmoran " VELMORAN_VERSION);
+        return 0;
     }
     if (!display.problem.empty()) {
         return complain(display.problem + "; velmoranctl watch runs in a terminal", 1);
     }
     try {
-        if (parser.isSet(demo)) {
-            return runDemo(app, signals,
-                           files.isEmpty() ? std::nullopt : std::optional(files.first()));
+        if (options.task == ProgramOptions::Task::demo) {
+            return runDemo(app, signals, options);
         }
-        const auto status = runReal(app, signals,
-                                    {.deviceFolder = parser.value(devices),
-                                     .isStartedAnew = parser.isSet(resumed),
-                                     .hasNoBusInQt = hangingBus.isHidden()});
-        return status ? *status : startAnew(given);
+        const auto end = runReal(app, signals, options, hangingBus.isHidden());
+        return end.next == Next::nothing ? end.status : startAnew(given, end.next);
     } catch (const std::exception& error) {
         return complain(error.what(), 1);
     }

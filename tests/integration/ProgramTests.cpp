@@ -67,8 +67,8 @@ protected:
 
     /// With its icon in the tray, and nothing else on the screen.
     void startVelmoran() {
-        auto& velmoran = session_.start(
-            "velmoran", {VELMORAN, "--device-folder", session_.file("dev").string()});
+        auto& velmoran = session_.start("velmoran", {VELMORAN, "--login-start", "--device-folder",
+                                                     session_.file("dev").string()});
         ASSERT_TRUE(waitUntil([&] {
             return display_->dockedIcons().size() == 1 || !velmoran.running();
         })) << session_.logs();
@@ -150,7 +150,7 @@ TEST_F(DesktopProgram, ShowsTheAppsOwnPictureOnItsCard) {
                            "\nIcon=" + picture.string() + '\n');
     // However long this test takes to look at it.
     support::writeFile(session_.home() / ".config/Velmoran/Velmoran.conf",
-                       "[General]\nstandardNoticesStay=true\n");
+                       "[General]\nonboardingDone=true\nstandardNoticesStay=true\n");
     startVelmoran();
     record({spy});
     EXPECT_EQ(stored()[0].app.name, "The Spy (~)");
@@ -236,7 +236,7 @@ TEST_F(DesktopProgram, LeavesTheMadeUpMicrophoneWhenARecorderIsStoppedByWhatever
          [&] {
              return press(display_->dockedIcons().front(), 8, 8, "3") &&
                     waitUntil([&] { return cards().size() == 2; }) &&
-                    session_.run({"xdotool", "key", "Down", "Down", "Return"}).succeeded();
+                    session_.run({"xdotool", "key", "Down", "Down", "Down", "Return"}).succeeded();
          }},
         {"the terminal",
          [&] {

@@ -1,5 +1,5 @@
-// The tray icon and the cards as a window manager, a tray and a mouse see them. What is told comes
-// from a recording, so that no sound server is needed.
+// The tray icon, the panel and the cards as a window manager, a tray and a mouse see them. What is
+// told comes from a recording, so that no sound server is needed.
 #include "support/FocusedWindow.h"
 #include "support/PrivateSession.h"
 #include "support/XServer.h"
@@ -46,6 +46,7 @@ protected:
         session_.start("velmoran", {VELMORAN, "--demo", session_.file("recording.jsonl").string()});
     }
 
+    /// And the panel, and windows.
     std::vector<std::uint32_t> cards() {
         auto windows = display_->visibleWindows("velmoran");
         std::erase_if(windows, [&](std::uint32_t window) { return display_->isEmbedded(window); });
@@ -73,6 +74,20 @@ protected:
             return place.width > 0 && place.x == before.x && place.y == before.y;
         }));
         return place;
+    }
+
+    void playNothing() {
+        std::ofstream(session_.file("recording.jsonl"))
+            << "{\"at\": 0, \"snapshot\": {}}\n{\"at\": 600, \"wait\": true}\n";
+    }
+
+    bool isListed(std::uint32_t window) {
+        auto listed = session_.run({"xprop", "-root", "_NET_CLIENT_LIST"}).output;
+        std::ranges::replace(listed, '\n', ',');
+        EXPECT_NE(listed.find("window id"), std::string::npos) << listed;
+        std::ostringstream id;
+        id << std::hex << "0x" << window;
+        return listed.find(id.str() + ",") != std::string::npos;
     }
 
     std::string focused() { return session_.run({"xdotool", "getwindowfocus"}).output; }
@@ -105,22 +120,23 @@ TEST_F(Desktop, ACardLeavesTheFocusWhereItIsAndAnswersTheFirstClick) {
     EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
 }
 
-TEST_F(Desktop, NoTaskbarListsACardEitherTime) {
+TEST_F(Desktop, NoTaskbarListsACard) {
     startTray("top");
-    std::ofstream(session_.file("recording.jsonl"))
-        << "{\"at\": 0, \"snapshot\": {}}\n{\"at\": 600, \"wait\": true}\n";
+    startVelmoran();
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    EXPECT_FALSE(isListed(cards().front()));
+}
+
+TEST_F(Desktop, NoTaskbarListsThePanelEitherTime) {
+    startTray("top");
+    playNothing();
     startVelmoran();
     ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; })) << session_.logs();
     const auto icon = placeOf(display_->dockedIcons().front());
     for (int time = 0; time < 2; ++time) {
         click(icon.x + icon.width / 2, icon.y + icon.height / 2);
         ASSERT_TRUE(cardComes()) << session_.logs();
-        auto listed = session_.run({"xprop", "-root", "_NET_CLIENT_LIST"}).output;
-        std::ranges::replace(listed, '\n', ',');
-        EXPECT_NE(listed.find("window id"), std::string::npos) << listed;
-        std::ostringstream card;
-        card << std::hex << "0x" << cards().front();
-        EXPECT_EQ(listed.find(card.str() + ","), std::string::npos) << listed;
+        EXPECT_FALSE(isListed(cards().front()));
         click(icon.x + icon.width / 2, icon.y + icon.height / 2);
         ASSERT_TRUE(waitUntil([&] { return cards().empty(); }));
     }
@@ -146,28 +162,59 @@ TEST_F(Desktop, TheCardStandsAboveATrayAtTheBottom) {
     EXPECT_EQ(card.x + card.width, 1280 - 4);
 }
 
-TEST_F(Desktop, AClickOnTheIconTellsWhatIsOn) {
+TEST_F(Desktop, AClickOnTheIconShowsThePanelUnderItAndASecondOneClosesIt) {
     startTray("top");
-    std::ofstream(session_.file("recording.jsonl"))
-        << "{\"at\": 0, \"snapshot\": {}}\n{\"at\": 600, \"wait\": true}\n";
+    playNothing();
+    startVelmoran();
+    ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; })) << session_.logs();
+    const auto icon = placeOf(display_->dockedIcons().front());
+    for (int time = 0; time < 3; ++time) {
+        click(icon.x + icon.width / 2, icon.y + icon.height / 2);
+        ASSERT_TRUE(cardComes()) << session_.logs();
+        const auto panel = placeOf(cards().front());
+        EXPECT_EQ(panel.y, icon.y + icon.height + 2);
+        EXPECT_EQ(panel.x + panel.width, 1280 - 4);
+        click(icon.x + icon.width / 2, icon.y + icon.height / 2);
+        EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
+    }
+}
+
+TEST_F(Desktop, ThePanelTakesTheKeyboardAndGivesItBack) {
+    startTray("bottom");
+    playNothing();
+    ASSERT_NE(support::startFocusedWindow(session_), 0U) << session_.logs();
+    const auto before = focused();
     startVelmoran();
     ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; })) << session_.logs();
     const auto icon = placeOf(display_->dockedIcons().front());
     click(icon.x + icon.width / 2, icon.y + icon.height / 2);
     ASSERT_TRUE(cardComes()) << session_.logs();
+    const auto panel = placeOf(cards().front());
+    EXPECT_EQ(panel.y + panel.height, icon.y - 2);
+    ASSERT_TRUE(session_.run({"xdotool", "key", "Escape"}).succeeded());
+    EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
+    EXPECT_EQ(focused(), before);
     click(icon.x + icon.width / 2, icon.y + icon.height / 2);
-    // Long before it would go by itself.
-    EXPECT_TRUE(waitUntil([&] { return cards().empty(); }, support::Bound{6000}));
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    click(640, 20);
+    EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
+    EXPECT_EQ(focused(), before);
 }
 
 TEST_F(Desktop, ASecondStartLetsTheFirstShowItself) {
     startTray("top");
-    session_.start("velmoran", {VELMORAN});
+    session_.start("velmoran", {VELMORAN, "--login-start"});
     ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; })) << session_.logs();
+    EXPECT_EQ(session_.run({VELMORAN, "--login-start"}).status, 0);
     EXPECT_TRUE(cards().empty());
     const auto second = session_.run({VELMORAN});
     EXPECT_EQ(second.status, 0) << second.errors;
     EXPECT_TRUE(cardComes()) << session_.logs();
+    EXPECT_TRUE(isListed(cards().front())) << "it is a window";
+    EXPECT_EQ(session_.run({VELMORAN, "--show", "history"}).status, 0);
+    EXPECT_TRUE(waitUntil([&] { return cards().size() == 2; })) << session_.logs();
+    EXPECT_EQ(session_.run({VELMORAN, "--show", "settings"}).status, 0);
+    EXPECT_TRUE(waitUntil([&] { return cards().size() == 3; })) << session_.logs();
     EXPECT_EQ(display_->dockedIcons().size(), 1U);
 }
 
@@ -277,9 +324,8 @@ TEST_F(NotifierDesktop, TheIconGoesToABarThatComesAfterTheProgram) {
     EXPECT_EQ(session_.logs().find("there is no tray"), std::string::npos);
 }
 
-TEST_F(NotifierDesktop, ACardStandsWhereTheIconWasClickedIfABarCanBeThere) {
-    std::ofstream(session_.file("recording.jsonl"))
-        << "{\"at\": 0, \"snapshot\": {}}\n{\"at\": 600, \"wait\": true}\n";
+TEST_F(NotifierDesktop, ThePanelStandsWhereTheIconWasClickedIfABarCanBeThere) {
+    playNothing();
     startWatcher();
     startBar();
     startVelmoran();
@@ -293,7 +339,7 @@ TEST_F(NotifierDesktop, ACardStandsWhereTheIconWasClickedIfABarCanBeThere) {
                                             "org.kde.StatusNotifierItem.Activate", "0", "0"});
         ASSERT_TRUE(finished.succeeded()) << finished.errors;
     };
-    const auto cardAfter = [&](int x, int y) {
+    const auto panelAfter = [&](int x, int y) {
         press(x, y);
         EXPECT_TRUE(cardComes()) << session_.logs();
         const auto card = placeOf(cards().front());
@@ -301,10 +347,10 @@ TEST_F(NotifierDesktop, ACardStandsWhereTheIconWasClickedIfABarCanBeThere) {
         EXPECT_TRUE(waitUntil([&] { return cards().empty(); }));
         return card;
     };
-    const auto low = cardAfter(200, 790);
-    EXPECT_EQ(low.x, 200 - 184);
+    const auto low = panelAfter(200, 790);
+    EXPECT_EQ(low.x, 200 - low.width / 2);
     EXPECT_EQ(low.y + low.height, 790 - 2);
-    const auto middle = cardAfter(640, 400);
+    const auto middle = panelAfter(640, 400);
     EXPECT_EQ(middle.x + middle.width, 1280 - 4);
     EXPECT_EQ(middle.y, 2);
 }

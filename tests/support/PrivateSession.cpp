@@ -111,6 +111,8 @@ void PrivateSession::enter() const {
 void PrivateSession::writeConfiguration() {
     const std::filesystem::path config = environment_["XDG_CONFIG_HOME"];
     writeFile(folder_ / "bus.conf", files::bus(runtimeFolder() / "bus"));
+    // Of a person who has been introduced: no window comes by itself at a login.
+    writeFile(config / "Velmoran/Velmoran.conf", "[General]\nonboardingDone=true\n");
     writeFile(config / "pipewire/pipewire.conf.d/10-speaker.conf", files::speaker());
     writeFile(config / "wireplumber/main.lua.d/51-headless.lua", files::noDevices());
     writeFile(config / "wireplumber/bluetooth.lua.d/51-headless.lua", files::noBluetooth());

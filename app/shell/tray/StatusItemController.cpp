@@ -24,19 +24,16 @@ QString qt(const std::string& text) {
 
 } // namespace
 
-StatusItemController::StatusItemController(AppModel& model, const Clock& clock, AppPicture picture,
-                                           Actions actions)
+StatusItemController::StatusItemController(AppModel& model, AppPicture picture, Actions actions)
     : model_(model),
-      clock_(clock),
+      actions_(std::move(actions)),
       noticePanel_(
-          model.notices, [this] { return anchor(); }, std::move(picture)) {
-    makeMenu(std::move(actions));
+          model.notices, [this] { return place(); }, std::move(picture)) {
+    makeMenu();
     qApp->installEventFilter(this);
     watching_.push_back(model_.onChange.subscribe([this] {
         refreshIcon();
-        if (model_.notices.items().empty()) {
-            click_.reset();
-        }
+        refreshMenu();
     }));
 }
 
@@ -54,33 +51,31 @@ void StatusItemController::awaitTray() {
     });
 }
 
-void StatusItemController::makeMenu(Actions actions) {
-    menu_.addAction(qt(words().text("What is on now")), this, [this] { tellCurrentUse(); });
-    stop_ = menu_.addAction(qt(words().text("Stop camera and microphone")), this,
-                            std::move(actions.stopEverything));
-    unmute_ = menu_.addAction(qt(words().text("Unmute microphone")), this,
-                              [this] { model_.unmuteMicrophone(); });
-    menu_.addSeparator();
-    menu_.addAction(qt(words().text("Quit Velmoran")), this, std::move(actions.quit));
-    const auto keepTrue = [this](const auto&) {
-        keepCurrentUseTrue();
+void StatusItemController::makeMenu() {
+    const auto add = [this](const std::string& title, const std::function<void()>& action) {
+        return menu_.addAction(qt(title), this, action);
     };
+    // Some trays open the menu alone, whatever is clicked.
+    add(words().text("Show Velmoran"), actions_.showMain);
+    newest_ = add(words().text("Go to the newest notice"), [this] { noticePanel_.takeKeyboard(); });
+    menu_.addSeparator();
+    stop_ = add(words().text("Stop camera and microphone"), actions_.stopEverything);
+    unmute_ = add(words().text("Unmute microphone"), [this] { model_.unmuteMicrophone(); });
+    menu_.addSeparator();
+    add(words().text("History"), actions_.showHistory);
+    add(words().text("Settings"), actions_.showSettings);
+    menu_.addSeparator();
+    add(words().text("Quit Velmoran"), actions_.quit);
     watching_.push_back(model_.isStopping.subscribe([this](bool) { refreshMenu(); }));
     watching_.push_back(model_.settings.microphoneMuted.subscribe([this](bool) {
         refreshMenu();
         refreshToolTip();
-        keepCurrentUseTrue();
     }));
-    watching_.push_back(model_.historyProblem.subscribe([this](const auto&) {
-        refreshToolTip();
-        keepCurrentUseTrue();
-    }));
-    watching_.push_back(model_.openSessions.subscribe(keepTrue));
+    watching_.push_back(model_.historyProblem.subscribe([this](const auto&) { refreshToolTip(); }));
     watching_.push_back(model_.snapshot.subscribe([this](const SystemSnapshot& reading) {
         if (std::exchange(shownUnwatched_, reading.unwatched) != reading.unwatched) {
             refreshToolTip();
         }
-        keepCurrentUseTrue();
     }));
     refreshMenu();
 }
@@ -89,6 +84,7 @@ void StatusItemController::refreshMenu() {
     // Also while nothing is on: it mutes the microphones, before anybody turns one on.
     stop_->setEnabled(!*model_.isStopping);
     unmute_->setVisible(*model_.settings.microphoneMuted);
+    newest_->setVisible(!model_.notices.items().empty());
 }
 
 void StatusItemController::dock() {
@@ -147,72 +143,39 @@ bool StatusItemController::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void StatusItemController::togglePanel() {
-    if (currentUse_ && model_.notices.item(*currentUse_)) {
-        model_.notices.dismiss(*currentUse_);
-    } else {
-        showCards();
-    }
-}
-
-void StatusItemController::showCards() {
-    if (!model_.notices.items().empty()) {
-        noticePanel_.raise();
+    if (panel_ && (panel_->isVisible() || panel_->wentByThatClick())) {
+        panel_->close();
         return;
     }
-    tellCurrentUse();
-}
-
-void StatusItemController::tellCurrentUse() {
-    shownUse_ = currentUse();
-    auto item = currentUseItem(shownUse_, clock_.now(), [this] {
-        if (currentUse_) {
-            model_.notices.dismiss(*currentUse_);
-        }
-        model_.unmuteMicrophone();
-    });
-    if (currentUse_) {
-        item.id = *currentUse_;
+    if (!panel_) {
+        panel_ = std::make_unique<PanelPopover>([this] {
+            const auto known = place();
+            return known || !click_ ? known : std::optional(QRect(*click_, QSize(1, 1)));
+        });
     }
-    currentUse_ = item.id;
-    model_.notices.show(std::move(item));
-}
-
-/// Without what the card doesn't speak of.
-CurrentUse StatusItemController::currentUse() const {
-    CurrentUse use;
-    for (const auto& session : *model_.openSessions) {
-        if (session.device != Device::speaker) {
-            use.open.push_back(session);
-            use.open.back().connections.clear();
-        }
-    }
-    use.snapshot.cameraOn = model_.snapshot->cameraOn;
-    use.snapshot.microphoneOn = model_.snapshot->microphoneOn;
-    use.snapshot.unwatched = model_.snapshot->unwatched;
-    use.historyProblem = *model_.historyProblem;
-    use.microphoneMuted = *model_.settings.microphoneMuted;
-    return use;
-}
-
-/// The card stays right while it is there: after a stop it would deny what the next card says.
-void StatusItemController::keepCurrentUseTrue() {
-    if (currentUse_ && model_.notices.item(*currentUse_) && currentUse() != shownUse_) {
-        tellCurrentUse();
+    if (auto content = actions_.makePanel([this] { panel_->close(); })) {
+        panel_->open(std::move(content));
     }
 }
 
-std::optional<QRect> StatusItemController::anchor() const {
-    if (const auto place = item_ ? item_->geometry() : QRect(); !place.isEmpty()) {
-        return place;
+void StatusItemController::layOut() {
+    noticePanel_.redraw();
+    if (panel_) {
+        panel_->layOut();
     }
-    return click_ ? std::optional(QRect(*click_, QSize(1, 1))) : std::nullopt;
+}
+
+/// Nothing where the tray doesn't tell.
+std::optional<QRect> StatusItemController::place() const {
+    const auto place = item_ ? item_->geometry() : QRect();
+    return place.isEmpty() ? std::nullopt : std::optional(place);
 }
 
 /// A tray of the new kind tells nobody where its icons are, but where the mouse is now there is
-/// one. That is good for the cards which this click brings, and no others: the next panel may be
-/// elsewhere.
+/// one. That is good for the panel which this click brings.
 void StatusItemController::noteClick() {
-    if (!model_.notices.items().empty() || !knowsTheMouse()) {
+    click_.reset();
+    if (!knowsTheMouse()) {
         return;
     }
     const auto mouse = QCursor::pos();

@@ -1,10 +1,10 @@
-// The icon in the tray, with its menu and the cards below it. Owned by the application delegate;
-// lives as long as the program; main thread.
+// The icon in the tray, with its menu, the panel that hangs at it and the cards below it. Owned by
+// the application delegate; lives as long as the program; main thread.
 #pragma once
 
 #include "app/model/AppModel.h"
 #include "app/shell/cards/NoticePanelController.h"
-#include "app/shell/tray/CurrentUse.h"
+#include "app/shell/tray/PanelPopover.h"
 #include "app/shell/tray/TrayArrival.h"
 
 #include <QMenu>
@@ -20,55 +20,66 @@ namespace velmoran {
 class StatusItemController final : public QObject {
 public:
     struct Actions {
-        std::function<void()> stopEverything;
-        std::function<void()> quit;
+        std::function<void()> stopEverything = [] {
+        };
+        std::function<void()> showMain = [] {
+        };
+        std::function<void()> showHistory = [] {
+        };
+        std::function<void()> showSettings = [] {
+        };
+        std::function<void()> quit = [] {
+        };
+        /// The panel's content, which may have the panel closed; null if there is none yet.
+        std::function<std::unique_ptr<QWidget>(const std::function<void()>& leave)> makePanel =
+            [](const auto&) {
+                return nullptr;
+            };
     };
 
     /// The model outlives the controller.
-    StatusItemController(AppModel& model, const Clock& clock, AppPicture picture, Actions actions);
+    StatusItemController(AppModel& model, AppPicture picture, Actions actions);
 
-    /// A click on the icon: shows the cards, or takes away the one that tells what is on.
+    /// A click on the icon: shows the panel, or takes it away.
     void togglePanel();
-    /// What a second start of the program does: brings the cards to the front, or tells what is on.
-    void showCards();
-    /// What the menu does: tells what is on, beside the cards that are there.
-    void tellCurrentUse();
 
     /// Docks into the tray as soon as one is there. Qt asks the session bus about it and waits, so
     /// whoever watches begins before.
     void awaitTray();
 
     NoticePanelController& noticePanel() { return noticePanel_; }
+    /// Null before it was shown once.
+    PanelPopover* panel() const { return panel_.get(); }
     /// Puts the icon into the tray now, if that wasn't done yet.
     void dock();
     /// Null before it is docked.
     const QSystemTrayIcon* item() const { return item_.get(); }
+    /// Puts what hangs at the icon where it belongs on the screens as they are now.
+    void layOut();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void makeMenu(Actions actions);
+    void makeMenu();
     void refreshMenu();
     void refreshIcon();
     void refreshToolTip();
-    CurrentUse currentUse() const;
-    void keepCurrentUseTrue();
-    std::optional<QRect> anchor() const;
+    std::optional<QRect> place() const;
     void noteClick();
 
     AppModel& model_;
-    const Clock& clock_;
+    Actions actions_;
     QMenu menu_;
     QAction* stop_ = nullptr;
     QAction* unmute_ = nullptr;             ///< there while a stop's mute is in force
+    QAction* newest_ = nullptr;             ///< there while a card is
     std::unique_ptr<QSystemTrayIcon> item_; ///< its making is what binds Qt to a kind of tray
-    std::optional<QPoint> click_;           ///< where the cards that are there were asked for
-    std::optional<Uuid> currentUse_;        ///< the card of `tellCurrentUse`
-    CurrentUse shownUse_;                   ///< what that card says
+    std::optional<QPoint> click_;           ///< the last one, if it can have been on the icon
     std::optional<StatusIconState> shown_;
     std::vector<Device> shownUnwatched_; ///< in the tool tip
     NoticePanelController noticePanel_;
+    std::unique_ptr<PanelPopover> panel_;
     std::vector<Subscription> watching_;
     std::unique_ptr<TrayArrival> arrival_;
 };

@@ -215,12 +215,11 @@ struct BrowserInUse : testing::ModelFixture {
                                            [this] {
                                                return store;
                                            }},
-                         AppPicture(), [] {
-                         }};
+                         AppPicture(), AppDelegate::Outside{}};
 
     void SetUp() override {
         machine.script.browsers = {"org.example.Firefox"};
-        delegate.didFinishLaunching();
+        delegate.didFinishLaunching({.isUnasked = true});
         delegate.model().receive({});
         delegate.model().receive(camera({testing::appRef("Firefox")}));
         time.runPosted();

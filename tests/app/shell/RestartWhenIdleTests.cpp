@@ -14,12 +14,14 @@ struct RestartWhenIdleTest : testing::ModelFixture {
     const TemporaryDirectory folder;
     const std::filesystem::path path = folder.path("Velmoran/History.store");
     int quits = 0;
+    bool isLookedAt = false;
     std::unique_ptr<RestartWhenIdle> restart;
 
     void SetUp() override {
         store = std::make_shared<HistoryStore>(path);
         launchWatching();
-        restart = std::make_unique<RestartWhenIdle>(*model, [this] { ++quits; });
+        restart = std::make_unique<RestartWhenIdle>(
+            *model, [this] { return isLookedAt; }, [this] { ++quits; });
     }
     void TearDown() override { restart.reset(); }
 
@@ -47,6 +49,18 @@ TEST_F(RestartWhenIdleTest, ComesAfterTheUseAndItsCard) {
     time.advanceBy(60);
     EXPECT_EQ(quits, 1);
     EXPECT_TRUE(restart->isDue());
+}
+
+TEST_F(RestartWhenIdleTest, ComesWhenTheLastWindowHasGone) {
+    restart->lookAgain();
+    EXPECT_EQ(quits, 0) << "nobody has wished it";
+    isLookedAt = true;
+    restart->wish();
+    receive({});
+    EXPECT_EQ(quits, 0);
+    isLookedAt = false;
+    restart->lookAgain();
+    EXPECT_EQ(quits, 1);
 }
 
 TEST_F(RestartWhenIdleTest, LosesNothingThatWaitsForTheHistory) {

@@ -4,7 +4,12 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <thread>
 #include <unistd.h>
 
@@ -23,10 +28,11 @@ bool soon(const std::function<bool()>& condition) {
 struct SingleInstanceTest : ::testing::Test {
     const std::string name = "org.velmoran.Test-" + Uuid::random().text();
     bool holderIsVelmoran = true;
+    std::string wish;
 
     std::unique_ptr<SingleInstance> start() {
         return std::make_unique<SingleInstance>(
-            name, [this](const PeerProgram&) { return holderIsVelmoran; });
+            name, wish, [this](const PeerProgram&) { return holderIsVelmoran; });
     }
     /// One that may have to wait for the others, whose loop goes on meanwhile.
     std::unique_ptr<SingleInstance> startBeside() {
@@ -45,7 +51,7 @@ struct SingleInstanceTest : ::testing::Test {
 TEST_F(SingleInstanceTest, TheSecondStartTellsTheFirstToShowItself) {
     const auto first = start();
     int shows = 0;
-    first->onShow([&] { ++shows; });
+    first->onShow([&](const std::string&) { ++shows; });
     ASSERT_EQ(first->role(), SingleInstance::Role::first);
     EXPECT_EQ(startBeside()->role(), SingleInstance::Role::second);
     EXPECT_TRUE(soon([&] { return shows > 0; }));
@@ -54,6 +60,66 @@ TEST_F(SingleInstanceTest, TheSecondStartTellsTheFirstToShowItself) {
     EXPECT_EQ(third->role(), SingleInstance::Role::second);
     EXPECT_TRUE(third->obstacles().empty());
     EXPECT_TRUE(soon([&] { return shows > 0; }));
+}
+
+TEST_F(SingleInstanceTest, TheSecondStartSaysWhatItWishes) {
+    const auto first = start();
+    std::vector<std::string> wishes;
+    first->onShow([&](const std::string& each) { wishes.push_back(each); });
+    wish = "history";
+    EXPECT_EQ(startBeside()->role(), SingleInstance::Role::second);
+    ASSERT_TRUE(soon([&] { return !wishes.empty(); }));
+    wish = std::string(SingleInstance::longestWish, 'x');
+    EXPECT_EQ(startBeside()->role(), SingleInstance::Role::second);
+    ASSERT_TRUE(soon([&] { return wishes.size() > 1; }));
+    EXPECT_EQ(wishes, (std::vector<std::string>{"history", wish}));
+}
+
+/// Another program of the user's at the first one's door.
+struct Visitor {
+    int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+
+    explicit Visitor(const std::string& name) {
+        const auto place = name + "-" + std::to_string(::getuid()) + "-" +
+                           qgetenv("XDG_RUNTIME_DIR").toStdString();
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::memcpy(&address.sun_path[1], place.data(), place.size());
+        EXPECT_EQ(
+            ::connect(socket, reinterpret_cast<const sockaddr*>(&address),
+                      static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + place.size())),
+            0);
+    }
+    ~Visitor() { ::close(socket); }
+    Visitor(const Visitor&) = delete;
+    Visitor& operator=(const Visitor&) = delete;
+
+    void say(const std::string& text) const {
+        ::send(socket, text.data(), text.size(), MSG_NOSIGNAL);
+    }
+    bool isHungUpOn() const {
+        char byte = 0;
+        return ::recv(socket, &byte, 1, MSG_DONTWAIT) == 0 || errno == ECONNRESET;
+    }
+};
+
+TEST_F(SingleInstanceTest, WhoOnlyLooksOrNeverEndsIsNoStart) {
+    const auto first = start();
+    int shows = 0;
+    first->onShow([&](const std::string&) { ++shows; });
+    std::vector<std::unique_ptr<Visitor>> visitors;
+    for (std::size_t i = 0; i < SingleInstance::mostWishing; ++i) {
+        visitors.push_back(std::make_unique<Visitor>(name));
+        visitors.back()->say("half a wi");
+    }
+    visitors.push_back(std::make_unique<Visitor>(name));
+    visitors.back()->say(std::string(100'000, 'x'));
+    EXPECT_TRUE(soon([&] { return visitors.back()->isHungUpOn(); }));
+    { const Visitor looks(name); }
+    // The oldest make room for a real one.
+    EXPECT_EQ(startBeside()->role(), SingleInstance::Role::second);
+    EXPECT_TRUE(soon([&] { return shows > 0; }));
+    EXPECT_EQ(shows, 1);
 }
 
 TEST_F(SingleInstanceTest, AStartAfterTheEndOfTheFirstIsTheFirst) {
@@ -72,7 +138,7 @@ TEST_F(SingleInstanceTest, AStartBeforeTheFirstIsReadyIsNotForgotten) {
     std::atomic<bool> isSecond = false;
     std::thread starting([&] { isSecond = start()->role() == SingleInstance::Role::second; });
     int shows = 0;
-    first->onShow([&] { ++shows; });
+    first->onShow([&](const std::string&) { ++shows; });
     EXPECT_TRUE(soon([&] { return shows > 0 && isSecond; }));
     starting.join();
 }
@@ -91,7 +157,7 @@ TEST_F(SingleInstanceTest, AStrangerInItsPlaceKeepsNobodyFromStartingOnce) {
     int asked = 0;
     std::atomic<int> role = -1;
     std::thread starting([&] {
-        const SingleInstance second(name, [&](const PeerProgram&) { return ++asked > 1; });
+        const SingleInstance second(name, {}, [&](const PeerProgram&) { return ++asked > 1; });
         role = static_cast<int>(second.role());
     });
     EXPECT_TRUE(soon([&] { return role >= 0; }));
@@ -135,7 +201,7 @@ TEST_F(SingleInstanceTest, OneThatAnswersIsFoundBehindOneThatDoesNot) {
     const auto running = start();
     ASSERT_EQ(running->role(), SingleInstance::Role::first);
     int shows = 0;
-    running->onShow([&] { ++shows; });
+    running->onShow([&](const std::string&) { ++shows; });
     holderIsVelmoran = true;
     QElapsedTimer timer;
     timer.start();
@@ -149,7 +215,7 @@ TEST_F(SingleInstanceTest, OneThatAnswersIsFoundBehindOneThatDoesNot) {
 TEST_F(SingleInstanceTest, OneThatEndsInsteadOfAnsweringLeavesItsPlace) {
     auto ending = start();
     // Asked as to who it is, it ends before it is asked for more.
-    const SingleInstance next(name, [&](const PeerProgram&) {
+    const SingleInstance next(name, {}, [&](const PeerProgram&) {
         ending.reset();
         return true;
     });
@@ -159,7 +225,7 @@ TEST_F(SingleInstanceTest, OneThatEndsInsteadOfAnsweringLeavesItsPlace) {
     int asked = 0;
     std::atomic<int> role = -1;
     std::thread starting([&] {
-        const SingleInstance third(name, [&](const PeerProgram&) { return ++asked > 0; });
+        const SingleInstance third(name, {}, [&](const PeerProgram&) { return ++asked > 0; });
         role = static_cast<int>(third.role());
     });
     EXPECT_TRUE(soon([&] { return role >= 0; }));

@@ -48,8 +48,8 @@ private:
 
 /// The program in the tray, as "velmoran".
 inline ChildProcess& startDesktop(Scene& scene) {
-    return scene.session().start(
-        "velmoran", {velmoran(), "--device-folder", scene.session().file("dev").string()});
+    return scene.session().start("velmoran", {velmoran(), "--login-start", "--device-folder",
+                                              scene.session().file("dev").string()});
 }
 
 /// Whether that app is among the uses that `velmoranctl status` lists.

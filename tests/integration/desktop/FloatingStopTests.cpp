@@ -23,8 +23,8 @@ struct FloatingStopOnADesktop : testing::ModelFixture, OnADesktop {
                                                                    [this] {
                                                                        return store;
                                                                    }},
-                                                 AppPicture(), [] {});
-        delegate->didFinishLaunching();
+                                                 AppPicture(), AppDelegate::Outside{});
+        delegate->didFinishLaunching({.isUnasked = true});
         delegate->model().receive({});
     }
 

@@ -209,8 +209,8 @@ struct ProgramWithShortcut : testing::ModelFixture {
                               [this] {
                                   return store;
                               }},
-            AppPicture(), [] {}, std::move(refusesShortcut));
-        delegate->didFinishLaunching();
+            AppPicture(), AppDelegate::Outside{.refusesShortcut = std::move(refusesShortcut)});
+        delegate->didFinishLaunching({.isUnasked = true});
     }
 };
 

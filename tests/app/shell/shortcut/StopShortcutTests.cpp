@@ -27,8 +27,8 @@ struct ShortcutChoice : testing::ModelFixture {
                                                                    [this] {
                                                                        return store;
                                                                    }},
-                                                 AppPicture(), [] {});
-        delegate->didFinishLaunching();
+                                                 AppPicture(), AppDelegate::Outside{});
+        delegate->didFinishLaunching({.isUnasked = true});
     }
 };
 

@@ -1,10 +1,13 @@
 #include "app/model/ModelFixture.h"
-#include "app/shell/AppDelegate.h"
 #include "app/shell/tray/StatusItemController.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMenu>
+#include <QMouseEvent>
+#include <QPointer>
 #include <QScreen>
 #include <gmock/gmock.h>
 
@@ -19,24 +22,52 @@ SystemSnapshot recordedBy(const std::string& name) {
 }
 
 struct StatusItem : testing::ModelFixture {
-    int stops = 0;
-    int quits = 0;
+    std::vector<std::string> done;
     std::unique_ptr<StatusItemController> item;
+    QPointer<QWidget> content;
+    std::function<void()> leave;
+
+    StatusItemController::Actions actions() {
+        const auto noting = [this](const char* what) {
+            return [this, what] {
+                done.emplace_back(what);
+            };
+        };
+        return {.stopEverything = noting("stop"),
+                .showMain = noting("main"),
+                .showHistory = noting("history"),
+                .showSettings = noting("settings"),
+                .quit = noting("quit"),
+                .makePanel = [this](const std::function<void()>& leaving) {
+                    auto made = std::make_unique<QWidget>();
+                    made->setFixedSize(320, 400);
+                    content = made.get();
+                    leave = leaving;
+                    return made;
+                }};
+    }
 
     void SetUp() override {
         launchWatching();
-        item = std::make_unique<StatusItemController>(
-            *model, time, AppPicture(),
-            StatusItemController::Actions{.stopEverything = [this] { ++stops; },
-                                          .quit =
-                                              [this] {
-                                                  ++quits;
-                                              }});
+        item = std::make_unique<StatusItemController>(*model, AppPicture(), actions());
         item->dock();
     }
 
     std::string toolTip() const { return item->item()->toolTip().toStdString(); }
-    const QWidget& panel() const { return item->noticePanel().panel(); }
+    const QWidget& cards() const { return item->noticePanel().panel(); }
+    bool isPanelOpen() const { return item->panel() && item->panel()->isVisible(); }
+    /// In its coordinates, as it gets all presses while it is there.
+    void pressOnPanel(const QPoint& place) const {
+        QMouseEvent press(QEvent::MouseButtonPress, place, item->panel()->mapToGlobal(place),
+                          Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(item->panel(), &press);
+    }
+    static void settle() {
+        for (int i = 0; i < 4; ++i) {
+            QCoreApplication::processEvents();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        }
+    }
     std::vector<std::string> menu() const {
         std::vector<std::string> titles;
         for (const auto* action : item->item()->contextMenu()->actions()) {
@@ -74,23 +105,11 @@ TEST_F(StatusItem, SaysFirstThatTheHistoryIsNotSaved) {
     EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use") << "that was saved";
 }
 
-TEST_F(StatusItem, KeepsWhatItsCardSaysOfTheHistoryTrue) {
-    item->togglePanel();
-    ASSERT_THAT(model->notices.items(), SizeIs(1));
-    EXPECT_FALSE(model->notices.items().front().message);
-    model->historyProblem.set(HistoryProblem{.reason = "Input/output error"});
-    EXPECT_EQ(model->notices.items().front().message,
-              "History can't be saved right now. Its file couldn't be written. (Input/output "
-              "error)");
-    model->historyProblem.set(std::nullopt);
-    EXPECT_FALSE(model->notices.items().front().message);
-}
-
 TEST_F(StatusItem, SaysThatAHistoryCouldNotBeOpenedBeforeThereWasAnIcon) {
     historyFails = true;
     item.reset();
     launchWatching();
-    item = std::make_unique<StatusItemController>(*model, time, AppPicture(),
+    item = std::make_unique<StatusItemController>(*model, AppPicture(),
                                                   StatusItemController::Actions{});
     item->dock();
     EXPECT_TRUE(toolTip().starts_with("History can't be saved right now.")) << toolTip();
@@ -111,12 +130,8 @@ TEST_F(StatusItem, SaysWhatIsNotBeingWatched) {
     EXPECT_EQ(toolTip(),
               "Velmoran: not everything is being watched\n"
               "The camera isn't being watched: the system doesn't let Velmoran look at it.");
-    item->tellCurrentUse();
-    ASSERT_THAT(model->notices.items(), SizeIs(1));
-    EXPECT_EQ(model->notices.items().front().title, "The microphone is off");
     receive({});
     EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
-    EXPECT_EQ(model->notices.items().front().title, "Camera and microphone are off");
 }
 
 TEST_F(StatusItem, ShowsAnotherPictureForAnotherState) {
@@ -141,14 +156,106 @@ TEST_F(StatusItem, WarnsWhileAStrongCardIsShown) {
     EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
 }
 
-TEST_F(StatusItem, AClickTellsWhatIsOnAndASecondOneClosesThat) {
+TEST_F(StatusItem, TogglingThePanelTwiceClosesIt) {
+    EXPECT_FALSE(item->panel()) << "nothing is made that nobody has asked for";
     item->togglePanel();
-    EXPECT_TRUE(panel().isVisible());
+    EXPECT_TRUE(isPanelOpen());
+    ASSERT_TRUE(content);
+    EXPECT_TRUE(content->isVisible());
+    EXPECT_THAT(model->notices.items(), SizeIs(0)) << "it is no card";
+    item->togglePanel();
+    EXPECT_FALSE(isPanelOpen());
+    settle();
+    EXPECT_FALSE(content);
+    item->togglePanel();
+    EXPECT_TRUE(isPanelOpen());
+}
+
+TEST_F(StatusItem, ThePanelHasTheKeyboardAndGoesWithEscape) {
+    item->togglePanel();
+    settle();
+    EXPECT_EQ(QApplication::activePopupWidget(), item->panel());
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QApplication::sendEvent(item->panel(), &escape);
+    EXPECT_FALSE(isPanelOpen());
+}
+
+TEST_F(StatusItem, ThePanelGoesWithAClickElsewhere) {
+    item->togglePanel();
+    settle();
+    pressOnPanel({100, 100});
+    EXPECT_TRUE(isPanelOpen()) << "that was inside";
+    pressOnPanel({-100, 500});
+    EXPECT_FALSE(isPanelOpen());
+}
+
+TEST_F(StatusItem, ThePanelGoesBeforeWhatItOpens) {
+    item->togglePanel();
+    leave();
+    EXPECT_FALSE(isPanelOpen());
+    EXPECT_TRUE(content) << "it is at work still";
+    item->togglePanel();
+    QWidget window;
+    window.show();
+    EXPECT_FALSE(isPanelOpen());
+}
+
+TEST_F(StatusItem, ThePanelStaysForItsOwnMenusAndForCards) {
+    item->togglePanel();
+    QMenu menu(content);
+    menu.addAction(QStringLiteral("entry"));
+    menu.popup({10, 10});
+    EXPECT_TRUE(isPanelOpen());
+    menu.close();
+    receive(recordedBy("Zoom"));
+    EXPECT_TRUE(cards().isVisible());
+    EXPECT_TRUE(isPanelOpen());
+}
+
+TEST_F(StatusItem, AClickLeavesTheCardsWhereTheyAre) {
+    receive(recordedBy("Zoom"));
     ASSERT_THAT(model->notices.items(), SizeIs(1));
-    EXPECT_EQ(model->notices.items().front().title, "Camera and microphone are off");
+    const auto place = cards().geometry();
     item->togglePanel();
-    EXPECT_FALSE(panel().isVisible());
-    EXPECT_THAT(model->notices.items(), SizeIs(0));
+    EXPECT_THAT(model->notices.items(), SizeIs(1));
+    EXPECT_EQ(cards().geometry(), place);
+    item->togglePanel();
+    EXPECT_TRUE(cards().isVisible());
+}
+
+TEST_F(StatusItem, ThePanelFollowsItsContent) {
+    item->togglePanel();
+    settle();
+    const auto before = item->panel()->size();
+    content->setFixedSize(320, 440);
+    settle();
+    EXPECT_EQ(item->panel()->size(), before + QSize(0, 40));
+}
+
+TEST(PanelPlace, HangsUnderAnIconAtTheTopAndStandsOnOneAtTheBottom) {
+    const QRect visible(0, 24, 1280, 752);
+    const QSize size(322, 400);
+    EXPECT_EQ(PanelPopover::placeOf(visible, QRect(600, 0, 24, 24), size),
+              QRect(QPoint(612 - 161, 26), size));
+    EXPECT_EQ(PanelPopover::placeOf(visible, QRect(600, 776, 24, 24), size),
+              QRect(QPoint(612 - 161, 776 - 2 - 400), size));
+}
+
+TEST(PanelPlace, StaysInsideOfWhatBarsLeave) {
+    const QRect visible(0, 24, 1280, 752);
+    EXPECT_EQ(PanelPopover::placeOf(visible, QRect(1256, 0, 24, 24), {322, 400}).right(),
+              1280 - 4 - 1);
+    EXPECT_EQ(PanelPopover::placeOf(visible, QRect(0, 0, 24, 24), {322, 400}).left(), 4);
+    const auto tall = PanelPopover::placeOf(visible, QRect(600, 0, 24, 24), {322, 2000});
+    EXPECT_TRUE(visible.contains(tall)) << "what doesn't fit is scrolled";
+    EXPECT_GT(tall.height(), 700);
+    const QRect narrow(0, 0, 300, 480);
+    EXPECT_TRUE(narrow.contains(PanelPopover::placeOf(narrow, std::nullopt, {322, 400})));
+}
+
+TEST(PanelPlace, IsTheTopRightWhereTheIconIsNotKnown) {
+    const auto place = PanelPopover::placeOf({0, 0, 1280, 800}, std::nullopt, {322, 400});
+    EXPECT_EQ(place, QRect(1280 - 4 - 322, 2, 322, 400));
 }
 
 /// A tray that doesn't tell where its icons are.
@@ -163,117 +270,54 @@ struct StatusItemAtAnUnknownPlace : StatusItem {
         QCursor::setPos(place);
         Q_EMIT const_cast<QSystemTrayIcon*>(item->item())->activated(QSystemTrayIcon::Trigger);
     }
-    bool isAtTopRight() const {
-        return panel().geometry().top() < screen.top() + 20 &&
-               panel().geometry().right() > screen.right() - 20;
-    }
 };
 
-TEST_F(StatusItemAtAnUnknownPlace, ShowsWhereItWasClickedTheCardsOfThatClickOnly) {
+TEST_F(StatusItemAtAnUnknownPlace, ShowsThePanelWhereItWasClicked) {
     clickAt(screen.bottomLeft() + QPoint(10, -10));
-    ASSERT_TRUE(panel().isVisible());
-    EXPECT_LT(panel().geometry().left(), screen.left() + 20);
-    EXPECT_GT(panel().geometry().bottom(), screen.bottom() - 30);
-    // What comes meanwhile stands with it.
-    const auto place = panel().geometry().left();
+    ASSERT_TRUE(isPanelOpen());
+    EXPECT_LT(item->panel()->geometry().left(), screen.left() + 20);
+    EXPECT_GT(item->panel()->geometry().bottom(), screen.bottom() - 30);
+    // Cards come where they always do.
     receive(recordedBy("Zoom"));
-    EXPECT_EQ(panel().geometry().left(), place);
-    while (!model->notices.items().empty()) {
-        model->notices.dismiss(model->notices.items().front().id);
-    }
-    receive(recordedBy("Teams"));
-    ASSERT_TRUE(panel().isVisible());
-    EXPECT_TRUE(isAtTopRight());
-    // A click on the cards that are there moves nothing.
-    clickAt(screen.bottomLeft() + QPoint(10, -10));
-    EXPECT_TRUE(isAtTopRight());
+    EXPECT_LT(cards().geometry().top(), screen.top() + 20);
+    EXPECT_GT(cards().geometry().right(), screen.right() - 20);
 }
 
 TEST_F(StatusItemAtAnUnknownPlace, DoesNotTakeAMouseInTheMiddleOfTheScreenForAClick) {
     clickAt(screen.center());
-    ASSERT_TRUE(panel().isVisible());
-    EXPECT_TRUE(isAtTopRight());
-}
-
-TEST_F(StatusItem, AClickAddsNothingToAWarning) {
-    receive(recordedBy("Zoom"));
-    ASSERT_THAT(model->notices.items(), SizeIs(1));
-    item->togglePanel();
-    EXPECT_THAT(model->notices.items(), SizeIs(1));
-    EXPECT_TRUE(panel().isVisible());
-}
-
-TEST_F(StatusItem, ASecondStartShowsItselfHoweverOftenItComes) {
-    item->showCards();
-    item->showCards();
-    EXPECT_TRUE(panel().isVisible());
-    EXPECT_THAT(model->notices.items(), SizeIs(1));
+    ASSERT_TRUE(isPanelOpen());
+    EXPECT_LT(item->panel()->geometry().top(), screen.top() + 20);
+    EXPECT_GT(item->panel()->geometry().right(), screen.right() - 20);
 }
 
 TEST_F(StatusItem, HasAMenuInWhichEverythingWorks) {
-    EXPECT_THAT(menu(),
-                ElementsAre("What is on now", "Stop camera and microphone", "-", "Quit Velmoran"));
+    EXPECT_THAT(menu(), ElementsAre("Show Velmoran", "-", "Stop camera and microphone", "-",
+                                    "History", "Settings", "-", "Quit Velmoran"));
     EXPECT_TRUE(entry("Stop camera and microphone")->isEnabled());
-    entry("What is on now")->trigger();
-    EXPECT_TRUE(panel().isVisible());
-    EXPECT_EQ(stops, 0);
-    entry("Stop camera and microphone")->trigger();
-    EXPECT_EQ(stops, 1);
-    EXPECT_EQ(quits, 0);
-    entry("Quit Velmoran")->trigger();
-    EXPECT_EQ(quits, 1);
+    for (const char* title :
+         {"Show Velmoran", "Stop camera and microphone", "History", "Settings", "Quit Velmoran"}) {
+        entry(title)->trigger();
+    }
+    EXPECT_THAT(done, ElementsAre("main", "stop", "history", "settings", "quit"));
 }
 
 TEST_F(StatusItem, OffersToUnmuteWhileAMuteIsInForce) {
     model->settings.microphoneMuted.set(true);
-    EXPECT_THAT(menu(), ElementsAre("What is on now", "Stop camera and microphone",
-                                    "Unmute microphone", "-", "Quit Velmoran"));
+    EXPECT_THAT(menu(),
+                ElementsAre("Show Velmoran", "-", "Stop camera and microphone", "Unmute microphone",
+                            "-", "History", "Settings", "-", "Quit Velmoran"));
     entry("Unmute microphone")->trigger();
     EXPECT_FALSE(*model->settings.microphoneMuted);
-    EXPECT_THAT(menu(),
-                ElementsAre("What is on now", "Stop camera and microphone", "-", "Quit Velmoran"));
+    EXPECT_THAT(menu(), ElementsAre("Show Velmoran", "-", "Stop camera and microphone", "-",
+                                    "History", "Settings", "-", "Quit Velmoran"));
 }
 
-TEST_F(StatusItem, TheCardThatTellsWhatIsOnUnmutesAndGoes) {
-    model->settings.microphoneMuted.set(true);
-    item->showCards();
-    press("Unmute microphone");
-    EXPECT_FALSE(*model->settings.microphoneMuted);
-    EXPECT_THAT(model->notices.items(), SizeIs(0));
-}
-
-TEST_F(StatusItem, TheMenuTellsWhatIsOnBesideAWarning) {
+TEST_F(StatusItem, OffersTheNewestNoticeWhileThereIsOne) {
+    EXPECT_FALSE(entry("Go to the newest notice")->isVisible());
     receive(recordedBy("Zoom"));
-    entry("What is on now")->trigger();
-    EXPECT_THAT(titles(), ElementsAre("Zoom turned on the microphone", "The microphone is in use"));
-    entry("What is on now")->trigger();
-    EXPECT_THAT(model->notices.items(), SizeIs(2));
-}
-
-TEST_F(StatusItem, TheCardThatTellsWhatIsOnStaysTrue) {
-    item->showCards();
-    receive(recordedBy("Zoom"));
-    EXPECT_THAT(titles(), ElementsAre("The microphone is in use", "Zoom turned on the microphone"));
-    receive({});
-    EXPECT_EQ(titles().front(), "Camera and microphone are off");
-    EXPECT_THAT(model->notices.items().front().buttons, SizeIs(0));
-    model->settings.microphoneMuted.set(true);
-    EXPECT_THAT(model->notices.items().front().buttons, SizeIs(1));
-    model->settings.microphoneMuted.set(false);
-    EXPECT_THAT(model->notices.items().front().buttons, SizeIs(0));
-}
-
-TEST_F(StatusItem, ThatCardGoesInTimeAlthoughOtherReadingsCome) {
-    receive(recordedBy("Zoom"));
-    entry("What is on now")->trigger();
-    time.advanceBy(5);
-    auto louder = recordedBy("Zoom");
-    louder.output = OutputDeviceInfo{};
-    receive(louder);
-    time.advanceBy(4);
-    EXPECT_THAT(model->notices.items(), SizeIs(0));
-    receive({});
-    EXPECT_THAT(model->notices.items(), SizeIs(0));
+    EXPECT_TRUE(entry("Go to the newest notice")->isVisible());
+    model->notices.dismiss(model->notices.items().front().id);
+    EXPECT_FALSE(entry("Go to the newest notice")->isVisible());
 }
 
 TEST_F(StatusItem, CannotStopWhileAStopIsUnderWay) {
@@ -288,11 +332,11 @@ TEST_F(StatusItem, CannotStopWhileAStopIsUnderWay) {
 
 TEST_F(StatusItem, ShowsCardsBeforeThereIsATray) {
     item.reset();
-    item = std::make_unique<StatusItemController>(*model, time, AppPicture(),
+    item = std::make_unique<StatusItemController>(*model, AppPicture(),
                                                   StatusItemController::Actions{});
     ASSERT_EQ(item->item(), nullptr);
     receive(recordedBy("Zoom"));
-    EXPECT_TRUE(panel().isVisible());
+    EXPECT_TRUE(cards().isVisible());
     item->dock();
     EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
 }
@@ -301,55 +345,6 @@ TEST_F(StatusItem, ModelChangesAfterItsEndTellNobody) {
     item.reset();
     receive(recordedBy("Zoom"));
     EXPECT_THAT(model->notices.items(), SizeIs(1));
-}
-
-struct Delegate : testing::ModelFixture {
-    /// Whether the status item was there when the model opened its history.
-    std::optional<bool> startedUnderTheItem;
-    AppDelegate delegate{ModelSurroundings{machine, time, time, settings,
-                                           [this] {
-                                               startedUnderTheItem =
-                                                   delegate.statusItem() != nullptr;
-                                               return store;
-                                           }},
-                         AppPicture(), [] {
-                         }};
-};
-
-TEST_F(Delegate, StartsTheModelOnlyOnceTheStatusItemIsThere) {
-    EXPECT_FALSE(delegate.statusItem());
-    EXPECT_EQ(startedUnderTheItem, std::nullopt);
-    EXPECT_FALSE(machine.snapshots().isStarted());
-    delegate.didFinishLaunching();
-    EXPECT_EQ(startedUnderTheItem, true);
-    EXPECT_TRUE(machine.snapshots().isStarted());
-    ASSERT_TRUE(delegate.statusItem());
-    delegate.model().receive({});
-    delegate.model().receive(recordedBy("Zoom"));
-    time.runPosted();
-    EXPECT_THAT(delegate.model().notices.items(), SizeIs(1));
-    EXPECT_TRUE(delegate.statusItem()->noticePanel().panel().isVisible());
-}
-
-TEST_F(Delegate, StopsOnlyTheMonitorAtTheEnd) {
-    delegate.didFinishLaunching();
-    delegate.model().receive({});
-    delegate.model().receive(recordedBy("Zoom"));
-    time.runPosted();
-    EXPECT_FALSE(machine.snapshots().isStopped());
-    delegate.model().stopMonitor();
-    EXPECT_TRUE(machine.snapshots().isStopped());
-    ASSERT_THAT(store->sessions(), SizeIs(1));
-    EXPECT_EQ(store->sessions().front().end, std::nullopt);
-    EXPECT_EQ(store->sessions().front().outcome, std::nullopt);
-}
-
-TEST_F(Delegate, AReopenBeforeTheStartDoesNothing) {
-    delegate.reopen();
-    EXPECT_THAT(delegate.model().notices.items(), SizeIs(0));
-    delegate.didFinishLaunching();
-    delegate.reopen();
-    EXPECT_THAT(delegate.model().notices.items(), SizeIs(1));
 }
 
 } // namespace

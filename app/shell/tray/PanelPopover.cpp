@@ -1,0 +1,197 @@
+#include "app/shell/tray/PanelPopover.h"
+
+#include "app/shell/cards/NoticePlacing.h"
+#include "app/shell/surface/X11Window.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QTimer>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+
+constexpr int line = 1;
+/// Between a window's losing the keyboard to a bar and that bar's word of the click.
+constexpr qint64 clickMilliseconds = 400;
+
+/// Where the mouse can be held, every click is heard of and the keyboard comes without asking
+/// anybody. Elsewhere the desktop gives the keyboard, and a click elsewhere takes it away.
+Qt::WindowFlags kindOfWindow() {
+    return Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint |
+           (knowsTheMouse() ? Qt::Popup : Qt::Tool | Qt::WindowStaysOnTopHint);
+}
+
+bool isWithin(const QWidget* widget, const QWidget* ancestor) {
+    while (widget && widget != ancestor) {
+        widget = widget->parentWidget();
+    }
+    return widget != nullptr;
+}
+
+} // namespace
+
+PanelPopover::PanelPopover(std::function<std::optional<QRect>()> anchor)
+    : QWidget(nullptr, kindOfWindow()),
+      anchor_(std::move(anchor)),
+      area_(new QScrollArea(this)) {
+    setObjectName(QStringLiteral("panelPopover"));
+    setWindowTitle(QStringLiteral("Velmoran"));
+    setAttribute(Qt::WA_QuitOnClose, false);
+    setAttribute(Qt::WA_TranslucentBackground);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(line, line, line, line);
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
+    layout->addWidget(area_);
+    area_->setFrameShape(QFrame::NoFrame);
+    area_->setWidgetResizable(true);
+    area_->setFocusPolicy(Qt::NoFocus);
+    area_->viewport()->setAutoFillBackground(false);
+    area_->viewport()->installEventFilter(this);
+}
+
+PanelPopover::~PanelPopover() {
+    qApp->removeEventFilter(this);
+}
+
+void PanelPopover::open(std::unique_ptr<QWidget> content) {
+    dropContent();
+    content_ = content.get();
+    content->installEventFilter(this);
+    area_->setWidget(content.release());
+    content_->setAutoFillBackground(false);
+    content_->show();
+    layOut();
+    show();
+    raise();
+    activateWindow();
+    qApp->installEventFilter(this);
+}
+
+bool PanelPopover::wentByThatClick() const {
+    return !isVisible() && sinceLeft_.isValid() && sinceLeft_.elapsed() < clickMilliseconds;
+}
+
+QRect PanelPopover::placeOf(const QRect& visible, const std::optional<QRect>& anchor,
+                            const QSize& wanted) {
+    const QSize size(std::min(wanted.width(), visible.width()),
+                     std::min(wanted.height(), noticePanelRoom(visible, anchor)));
+    const QPoint place = noticePanelPlace(visible, anchor, size);
+    return {QPoint(std::max(visible.x(), place.x()), place.y()), size};
+}
+
+void PanelPopover::layOut() {
+    if (!content_) {
+        return;
+    }
+    const auto anchor = anchor_();
+    const auto* screen = anchor ? QGuiApplication::screenAt(anchor->center()) : nullptr;
+    if (!screen) {
+        screen = QGuiApplication::primaryScreen();
+    }
+    content_->ensurePolished();
+    const auto wanted = content_->sizeHint()
+                            .expandedTo(content_->minimumSizeHint())
+                            .expandedTo(content_->minimumSize())
+                            .boundedTo(content_->maximumSize()) +
+                        QSize(2 * line, 2 * line);
+    setGeometry(placeOf(screen ? screen->availableGeometry() : QRect(), anchor, wanted));
+    cornersAreCut_ = !hasCompositor();
+    if (cornersAreCut_) {
+        setMask(roundedRegion(rect(), cornerRadius));
+    } else {
+        clearMask();
+    }
+    update();
+}
+
+void PanelPopover::dropContent() {
+    if (auto* last = area_->takeWidget()) {
+        // Later, since a click in it may have closed the panel.
+        last->hide();
+        last->setParent(this);
+        last->deleteLater();
+    }
+}
+
+bool PanelPopover::event(QEvent* event) {
+    if (event->type() == QEvent::WindowDeactivate && windowType() != Qt::Popup) {
+        // Later, when it is known who has the keyboard instead.
+        QTimer::singleShot(0, this, [this] {
+            if (isVisible() && !isActiveWindow() && !QApplication::activePopupWidget() &&
+                !isWithin(QApplication::activeWindow(), this)) {
+                sinceLeft_.start();
+                close();
+            }
+        });
+    }
+    return QWidget::event(event);
+}
+
+bool PanelPopover::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::LayoutRequest &&
+        (watched == content_ || watched == area_->viewport())) {
+        QTimer::singleShot(0, this, &PanelPopover::layOut);
+    }
+    if (event->type() == QEvent::Show && watched->isWidgetType()) {
+        // A window of the program that takes the keyboard would stand there without it.
+        auto* window = static_cast<QWidget*>(watched);
+        if (window->isWindow() && window->windowType() != Qt::ToolTip &&
+            !window->windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus) &&
+            !isWithin(window, this)) {
+            close();
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void PanelPopover::closeEvent(QCloseEvent* event) {
+    qApp->removeEventFilter(this);
+    event->accept();
+    dropContent();
+}
+
+void PanelPopover::keyPressEvent(QKeyEvent* event) {
+    if (event->matches(QKeySequence::Cancel)) {
+        close();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void PanelPopover::mousePressEvent(QMouseEvent* event) {
+    const auto anchor = anchor_();
+    // Otherwise the icon would get the press after all, and bring the panel back.
+    setAttribute(Qt::WA_NoMouseReplay,
+                 anchor && anchor->contains(event->globalPosition().toPoint()));
+    if (!rect().contains(event->position().toPoint())) {
+        close();
+    }
+}
+
+void PanelPopover::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    const auto ground = palette().color(QPalette::Window);
+    auto edge = palette().color(QPalette::WindowText);
+    edge.setAlphaF(0.2F);
+    if (cornersAreCut_) {
+        painter.fillRect(rect(), ground);
+    }
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ground);
+    painter.drawRoundedRect(rect(), cornerRadius, cornerRadius);
+    painter.setPen(QPen(edge, line));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius - 0.5,
+                            cornerRadius - 0.5);
+}
+
+} // namespace velmoran
