@@ -16,6 +16,7 @@ SESSION = BUILD / "tests/support/private-session"
 VELMORAN = BUILD / "app/shell/velmoran"
 VELMORANCTL = BUILD / "ctl/velmoranctl"
 WINDOW_WATCH = BUILD / "benchmarks/window-watch"
+FRAME_WATCH = BUILD / "benchmarks/frame-watch"
 
 
 def build(*targets):
@@ -28,7 +29,7 @@ def enter_session(*options):
         return
     subprocess.run([ROOT / "scripts/install-packages", "build", "run", "server", "test-build", "test",
                     "benchmark"], check=True)
-    build("velmoran", "velmoranctl", "private-session", "window-watch", "hold-node",
+    build("velmoran", "velmoranctl", "private-session", "window-watch", "frame-watch", "hold-node",
           "silence-watch", "stop-press")
     os.execv(SESSION, [str(SESSION), *options, "--", "env", "VELMORAN_BENCHMARK=inside",
                        f"PRESET={BUILD.name}", sys.executable, *sys.argv])
