@@ -40,11 +40,4 @@ std::optional<SystemProcess> SystemProcess::known(std::string_view signingID,
     return found == table.end() ? std::nullopt : std::optional(*found);
 }
 
-std::optional<SystemProcess::Role>
-SystemProcess::roleOf(const std::optional<std::string>& signingID,
-                      const std::vector<SystemProcess>& table) {
-    const auto process = signingID ? known(*signingID, table) : std::nullopt;
-    return process ? std::optional(process->role) : std::nullopt;
-}
-
 } // namespace velmoran

@@ -32,10 +32,6 @@ struct SystemProcess {
     static std::optional<SystemProcess> known(std::string_view signingID,
                                               const std::vector<SystemProcess>& table);
 
-    /// Of the row in that table with that identifier; nothing without an identifier or a row.
-    static std::optional<Role> roleOf(const std::optional<std::string>& signingID,
-                                      const std::vector<SystemProcess>& table);
-
     bool operator==(const SystemProcess&) const = default;
 };
 
