@@ -22,14 +22,13 @@ std::optional<Interval> calendarDay(Timestamp today, int offset, const Localizer
     return next ? std::optional(Interval{*day, *next}) : std::nullopt;
 }
 
-/// Without those that the calendar doesn't have, of which one that a zone skips would be the same
-/// as its neighbour.
+/// Without those for which the calendar gives no date.
 std::vector<Interval> calendarDays(int count, Timestamp now, const Localizer& calendar) {
     std::vector<Interval> result;
     const auto today = calendar.startOfDay(now);
     for (int ago = count; today && ago > 0; --ago) {
         const auto day = calendarDay(*today, 1 - ago, calendar);
-        if (day && (result.empty() || result.back().start < day->start)) {
+        if (day) {
             result.push_back(*day);
         }
     }
