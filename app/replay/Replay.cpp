@@ -54,7 +54,7 @@ void Replay::perform(const ReplayAction& action) {
             }
             leave();
         } else if (const auto* show = std::get_if<replay::Show>(&action.doing)) {
-            recorder_->show(show->word);
+            recorder_->show(show->word, show->argument);
         } else {
             stage_.perform(action.doing, *model_);
         }

@@ -66,6 +66,7 @@ struct UnmuteMicrophone {};
 struct DeleteHistory {};
 struct Show {
     std::string word;
+    Json argument; ///< checked; null for a word that has none
 };
 struct Wait {};
 /// An action of the format that needs a part of the program which doesn't exist yet.

@@ -258,13 +258,14 @@ Doing signal(const Json& value, const std::string& name) {
 }
 
 Doing show(const Json& value, const std::string& name) {
-    static const std::set<std::string_view> built = {"openSessions", "history", "trust",
+    static const std::set<std::string_view> known = {"openSessions", "history", "recent",
+                                                     "rows",         "reports", "trust",
                                                      "notices",      "icon",    "settings"};
-    static const std::set<std::string_view> planned = {"recent", "rows", "reports", "panel"};
+    static const std::set<std::string_view> planned = {"panel"};
     if (value.is_string()) {
         const auto word = value.get<std::string>();
-        if (built.contains(word)) {
-            return replay::Show{word};
+        if (known.contains(word)) {
+            return replay::Show{word, {}};
         }
         if (planned.contains(word)) {
             return replay::NotBuilt{"show " + word};
@@ -276,14 +277,15 @@ Doing show(const Json& value, const std::string& name) {
     }
     strict::onlyKeys(value, name, {"days", "appTimes"});
     if (value.contains("days")) {
-        strict::integer(value["days"], name + ".days", 0, INT32_MAX);
-        return replay::NotBuilt{"show days"};
+        constexpr int aCentury = 36'525;
+        strict::integer(value["days"], name + ".days", 0, aCentury);
+        return replay::Show{"days", value["days"]};
     }
     const auto span = strict::text(value["appTimes"], name + ".appTimes");
     if (span != "today" && span != "week") {
         throw DecodingError("\"show.appTimes\" is neither \"today\" nor \"week\"");
     }
-    return replay::NotBuilt{"show appTimes"};
+    return replay::Show{"appTimes", value["appTimes"]};
 }
 
 using Reader = std::function<Doing(const Json&, const std::string&)>;

@@ -1,6 +1,7 @@
 #include "app/replay/ReplayStage.h"
 
 #include "app/telling/SettingFields.h"
+#include "core/text/Localizer.h"
 
 #include <algorithm>
 #include <optional>
@@ -30,6 +31,11 @@ std::optional<AppIdentity> appThatWasSeen(const AppModel& model, const std::stri
         }
     }
     return std::nullopt;
+}
+
+/// Of the windows that a model opens.
+std::string titleOf(std::string_view window) {
+    return window == WindowID::history ? words().text("History") : std::string(window);
 }
 
 struct Performer {
@@ -138,6 +144,8 @@ ReplayStage::ReplayStage(const ReplayBeginning& beginning, Wording wording)
 
 void ReplayStage::recordTo(ModelRecorder* recorder) {
     recorder_ = recorder;
+    windows_.recorder = recorder;
+    windows_.open.clear();
     if (!recorder) {
         machine.onSound = nullptr;
         machine.onOutputMute = nullptr;
@@ -167,7 +175,23 @@ ModelSurroundings ReplayStage::surroundings(const Clock& clock, Scheduler& sched
         answered(answer);
         return ShownQuestion();
     };
-    return {machine, clock, scheduler, settings, openHistory, ask};
+    return {machine, clock, scheduler, settings, openHistory, ask, &windows_};
+}
+
+void ReplayStage::PaperWindows::show(std::string_view id) {
+    if (open.emplace(id).second && recorder) {
+        recorder->windowOpened(id, titleOf(id));
+    }
+}
+
+void ReplayStage::PaperWindows::close(std::string_view id) {
+    const auto found = open.find(id);
+    if (found != open.end()) {
+        open.erase(found);
+        if (recorder) {
+            recorder->windowClosed(id, titleOf(id));
+        }
+    }
 }
 
 Subscription ReplayStage::refuseShortcut(AppModel& model) {

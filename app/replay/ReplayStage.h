@@ -12,8 +12,10 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace velmoran {
 
@@ -44,7 +46,8 @@ public:
     ScriptedMachine machine;
     MemorySettings settings;
 
-    /// What a model on this stage stands on.
+    /// What a model on this stage stands on. Its windows are known by what the recorder is told of
+    /// them; whoever has a desktop puts its own there.
     ModelSurroundings surroundings(const Clock& clock, Scheduler& scheduler);
     /// From now on this writes also what the machine does, and what the recording answers for the
     /// person who is asked about browsers; null ends it.
@@ -62,8 +65,19 @@ public:
     void changeMachine(const replay::ChangeMachine& change);
 
 private:
+    /// Open until the program closes them or ends: there is nobody else to do it.
+    class PaperWindows final : public Windows {
+    public:
+        void show(std::string_view id) override;
+        void close(std::string_view id) override;
+
+        ModelRecorder* recorder = nullptr;
+        std::set<std::string, std::less<>> open;
+    };
+
     Wording wording_;
     std::shared_ptr<HistoryStore> history_; ///< none if it can't be opened
+    PaperWindows windows_;
     ModelRecorder* recorder_ = nullptr;
 };
 

@@ -1,6 +1,6 @@
 #include "app/telling/ModelRecorder.h"
 
-#include "app/telling/SettingFields.h"
+#include "app/telling/ModelState.h"
 
 #include <unordered_set>
 #include <utility>
@@ -65,6 +65,14 @@ void ModelRecorder::asked(const BrowserQuestion& question, BrowserAnswer answer)
                    {"answer", answer}});
 }
 
+void ModelRecorder::windowOpened(std::string_view id, const std::string& title) {
+    writer_.write(at_(), "window", {{"id", id}, {"title", title}});
+}
+
+void ModelRecorder::windowClosed(std::string_view id, const std::string& title) {
+    writer_.write(at_(), "window", {{"id", id}, {"title", title}, {"closed", true}});
+}
+
 void ModelRecorder::record(const SessionEvent& event) {
     writer_.write(at_(), rawValue(event.kind), {{"session", writer_.session(event.session)}});
     forgetOldNames();
@@ -104,31 +112,12 @@ void ModelRecorder::forgetOldNames() {
     writer_.keepOnlySessions(ids);
 }
 
-bool ModelRecorder::show(const std::string& word) {
-    Json value = Json::array();
-    if (word == "openSessions") {
-        for (const auto& session : *model_.openSessions) {
-            value.push_back(writer_.session(session));
-        }
-    } else if (word == "history") {
-        for (const auto& session : *model_.historySessions) {
-            value.push_back(writer_.session(session));
-        }
-    } else if (word == "trust") {
-        value = *model_.trust;
-    } else if (word == "notices") {
-        for (const auto& item : model_.notices.items()) {
-            value.push_back(writer_.notice(item));
-        }
-    } else if (word == "icon") {
-        value = model_.statusIconState();
-    } else if (word == "settings") {
-        value = allFields(model_.settings);
-    } else {
-        return false;
+bool ModelRecorder::show(const std::string& word, const Json& argument) {
+    auto value = stateOf(model_, word, argument, writer_);
+    if (value) {
+        writer_.write(at_(), word, {{"value", std::move(*value)}});
     }
-    writer_.write(at_(), word, {{"value", std::move(value)}});
-    return true;
+    return value.has_value();
 }
 
 } // namespace velmoran

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmoran {
@@ -24,9 +26,11 @@ public:
     void outputMuted(std::uint32_t device, bool muted, bool done);
     /// Likewise: somebody was asked about browsers.
     void asked(const BrowserQuestion& question, BrowserAnswer answer);
-    /// A line with what the model holds under one of the words "openSessions", "history", "trust",
-    /// "notices", "icon" and "settings". False for any other word.
-    bool show(const std::string& word);
+    /// Likewise: the model has opened a window, or closed it.
+    void windowOpened(std::string_view id, const std::string& title);
+    void windowClosed(std::string_view id, const std::string& title);
+    /// A line with what `stateOf` says of the model. False for a word that it doesn't know.
+    bool show(const std::string& word, const Json& argument = nullptr);
 
 private:
     void record(const SessionEvent& event);

@@ -30,6 +30,23 @@ Json ReplayWriter::session(const UsageSession& session) {
     return json;
 }
 
+Json ReplayWriter::row(const ActivityRow& row) {
+    Json json = Json::object();
+    json["id"] = sessions_.name(row.id());
+    json["app"] = row.app();
+    json["devices"] = row.devices;
+    json["start"] = row.start();
+    writeIfPresent(json, "end", row.end);
+    json["isOpen"] = row.isOpen;
+    writeIfPresent(json, "outcome", row.outcome);
+    writeIfPresent(json, "warningLevel", row.warningLevel);
+    json["sessions"] = Json::array();
+    for (const auto& session : row.sessions) {
+        json["sessions"].push_back(sessions_.name(session->id));
+    }
+    return json;
+}
+
 Json ReplayWriter::notice(const NoticeItem& item) {
     Json json = Json::object();
     json["id"] = notices_.name(item.id);

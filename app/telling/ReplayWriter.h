@@ -6,6 +6,7 @@
 #include "core/base/Json.h"
 #include "core/base/Timestamp.h"
 #include "core/base/Uuid.h"
+#include "core/history/ActivityRow.h"
 #include "core/records/UsageSession.h"
 
 #include <cstdint>
@@ -29,6 +30,8 @@ public:
     /// The records in the form in which they stand in the output.
     Json session(const UsageSession& session);
     Json notice(const NoticeItem& item);
+    /// With its sessions by their short names.
+    Json row(const ActivityRow& row);
     std::string sessionID(const Uuid& id) { return sessions_.name(id); }
     std::string noticeID(const Uuid& id) { return notices_.name(id); }
 
