@@ -8,7 +8,7 @@ namespace velmoran {
 
 namespace {
 
-bool isOpen(const UsageSession& session) {
+bool goesOn(const UsageSession& session) {
     return !session.end && !session.outcome;
 }
 
@@ -18,7 +18,7 @@ ActivityRow ActivityRow::of(SessionRef session) {
     ActivityRow row;
     row.devices = {session->device};
     row.end = session->end;
-    row.isOpen = velmoran::isOpen(*session);
+    row.isOpen = goesOn(*session);
     row.outcome = session->outcome;
     row.warningLevel = session->warningLevel;
     row.sessions.push_back(std::move(session));
@@ -27,7 +27,7 @@ ActivityRow ActivityRow::of(SessionRef session) {
 
 void ActivityRow::add(SessionRef session) {
     devices.insert(std::ranges::upper_bound(devices, session->device), session->device);
-    isOpen = isOpen || velmoran::isOpen(*session);
+    isOpen = isOpen || goesOn(*session);
     if (isOpen) {
         end.reset();
     } else if (session->end) {

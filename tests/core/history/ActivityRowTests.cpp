@@ -7,27 +7,24 @@
 namespace velmoran {
 namespace {
 
-using enum SessionOutcome;
-using enum WarningLevel;
-
-ActivityRow rowOf(const SessionRef& first, const SessionRef& second) {
+ActivityRow joined(const SessionRef& first, const SessionRef& second) {
     auto row = ActivityRow::of(first);
     row.add(second);
     return row;
 }
 
-SessionRef camera(const Use& use) {
-    return session(use);
+SessionRef cameraUse(const SomeUse& use) {
+    return someUse(use);
 }
 
-SessionRef microphone(Use use) {
+SessionRef microphoneUse(SomeUse use) {
     use.device = Device::microphone;
-    return session(use);
+    return someUse(use);
 }
 
 TEST(ActivityRow, IsOfItsFirstSession) {
-    const auto first = microphone({.start = 3, .name = "Zoom 5"});
-    const auto row = rowOf(first, camera({.start = 4, .name = "Zoom 6"}));
+    const auto first = microphoneUse({.start = 3, .name = "Zoom 5"});
+    const auto row = joined(first, cameraUse({.start = 4, .name = "Zoom 6"}));
     EXPECT_EQ(row.id(), first->id);
     EXPECT_EQ(row.start(), Timestamp{3});
     EXPECT_EQ(row.app(), first->app);
@@ -36,61 +33,67 @@ TEST(ActivityRow, IsOfItsFirstSession) {
 }
 
 TEST(ActivityRow, IsOpenAsLongAsOneSessionIs) {
-    for (const auto& row :
-         {rowOf(camera({.end = 10}), microphone({})), rowOf(camera({}), microphone({.end = 10}))}) {
+    for (const auto& row : {joined(cameraUse({.end = 10}), microphoneUse({})),
+                            joined(cameraUse({}), microphoneUse({.end = 10}))}) {
         EXPECT_TRUE(row.isOpen);
         EXPECT_EQ(row.end, std::nullopt);
     }
-    for (const auto& row : {rowOf(camera({.end = 10}), microphone({.end = 7})),
-                            rowOf(camera({.end = 7}), microphone({.end = 10}))}) {
+    for (const auto& row : {joined(cameraUse({.end = 10}), microphoneUse({.end = 7})),
+                            joined(cameraUse({.end = 7}), microphoneUse({.end = 10}))}) {
         EXPECT_FALSE(row.isOpen);
         EXPECT_EQ(row.end, Timestamp{10});
     }
 }
 
 TEST(ActivityRow, KeepsTheEndThatIsKnown) {
-    for (const auto& row : {rowOf(camera({.end = 10}), microphone({.outcome = endUnknown})),
-                            rowOf(camera({.outcome = endUnknown}), microphone({.end = 10}))}) {
+    for (const auto& row :
+         {joined(cameraUse({.end = 10}), microphoneUse({.outcome = SessionOutcome::endUnknown})),
+          joined(cameraUse({.outcome = SessionOutcome::endUnknown}), microphoneUse({.end = 10}))}) {
         EXPECT_FALSE(row.isOpen);
         EXPECT_EQ(row.end, Timestamp{10});
     }
-    const auto unknown =
-        rowOf(camera({.outcome = endUnknown}), microphone({.outcome = endUnknown}));
+    const auto unknown = joined(cameraUse({.outcome = SessionOutcome::endUnknown}),
+                                microphoneUse({.outcome = SessionOutcome::endUnknown}));
     EXPECT_FALSE(unknown.isOpen);
     EXPECT_EQ(unknown.end, std::nullopt);
 }
 
 TEST(ActivityRow, HasTheFirstOutcomeUnlessTheUserStoppedOne) {
     const auto outcome = [](SessionOutcome first, SessionOutcome second) {
-        return rowOf(camera({.end = 5, .outcome = first}),
-                     microphone({.end = 5, .outcome = second}))
+        return joined(cameraUse({.end = 5, .outcome = first}),
+                      microphoneUse({.end = 5, .outcome = second}))
             .outcome;
     };
-    EXPECT_EQ(outcome(endedNormally, stoppedByUser), stoppedByUser);
-    EXPECT_EQ(outcome(stoppedByUser, endedNormally), stoppedByUser);
-    EXPECT_EQ(outcome(endUnknown, endedNormally), endUnknown);
-    EXPECT_EQ(outcome(endedNormally, endUnknown), endedNormally);
-    EXPECT_EQ(rowOf(camera({}), microphone({.end = 5})).outcome, std::nullopt);
+    EXPECT_EQ(outcome(SessionOutcome::endedNormally, SessionOutcome::stoppedByUser),
+              SessionOutcome::stoppedByUser);
+    EXPECT_EQ(outcome(SessionOutcome::stoppedByUser, SessionOutcome::endedNormally),
+              SessionOutcome::stoppedByUser);
+    EXPECT_EQ(outcome(SessionOutcome::endUnknown, SessionOutcome::endedNormally),
+              SessionOutcome::endUnknown);
+    EXPECT_EQ(outcome(SessionOutcome::endedNormally, SessionOutcome::endUnknown),
+              SessionOutcome::endedNormally);
+    EXPECT_EQ(joined(cameraUse({}), microphoneUse({.end = 5})).outcome, std::nullopt);
 }
 
 TEST(ActivityRow, HasTheStrongestLevel) {
     const auto level = [](std::optional<WarningLevel> first, std::optional<WarningLevel> second) {
-        return rowOf(camera({.warningLevel = first}), microphone({.warningLevel = second}))
+        return joined(cameraUse({.warningLevel = first}), microphoneUse({.warningLevel = second}))
             .warningLevel;
     };
-    EXPECT_EQ(level(quiet, {}), quiet);
-    EXPECT_EQ(level({}, quiet), quiet);
-    EXPECT_EQ(level(quiet, strong), strong);
-    EXPECT_EQ(level(strong, standard), strong);
+    EXPECT_EQ(level(WarningLevel::quiet, {}), WarningLevel::quiet);
+    EXPECT_EQ(level({}, WarningLevel::quiet), WarningLevel::quiet);
+    EXPECT_EQ(level(WarningLevel::quiet, WarningLevel::strong), WarningLevel::strong);
+    EXPECT_EQ(level(WarningLevel::strong, WarningLevel::standard), WarningLevel::strong);
     EXPECT_EQ(level({}, {}), std::nullopt);
 }
 
 TEST(ActivityRow, LastsFromItsStartToItsEnd) {
-    EXPECT_EQ(ActivityRow::of(camera({.start = 10, .end = 25})).duration({100}), 15.0);
-    EXPECT_EQ(ActivityRow::of(camera({.start = 10})).duration({100}), 90.0);
-    EXPECT_EQ(ActivityRow::of(camera({.start = 10, .end = 4})).duration({100}), 0.0);
-    EXPECT_EQ(ActivityRow::of(camera({.start = 10})).duration({4}), 0.0);
-    EXPECT_EQ(ActivityRow::of(camera({.start = 10, .outcome = endUnknown})).duration({100}),
+    EXPECT_EQ(ActivityRow::of(cameraUse({.start = 10, .end = 25})).duration({100}), 15.0);
+    EXPECT_EQ(ActivityRow::of(cameraUse({.start = 10})).duration({100}), 90.0);
+    EXPECT_EQ(ActivityRow::of(cameraUse({.start = 10, .end = 4})).duration({100}), 0.0);
+    EXPECT_EQ(ActivityRow::of(cameraUse({.start = 10})).duration({4}), 0.0);
+    EXPECT_EQ(ActivityRow::of(cameraUse({.start = 10, .outcome = SessionOutcome::endUnknown}))
+                  .duration({100}),
               std::nullopt);
 }
 
@@ -104,16 +107,17 @@ TEST(ActivityRow, HasEachConnectionOnce) {
         changed.connections = std::move(connections);
         return std::make_shared<const UsageSession>(std::move(changed));
     };
-    const auto row = rowOf(with(camera({}), {web, call, web}), with(microphone({}), {later, web}));
+    const auto row =
+        joined(with(cameraUse({}), {web, call, web}), with(microphoneUse({}), {later, web}));
     EXPECT_EQ(row.connections(), (std::vector{web, call, later}));
-    EXPECT_TRUE(ActivityRow::of(camera({})).connections().empty());
+    EXPECT_TRUE(ActivityRow::of(cameraUse({})).connections().empty());
 }
 
 TEST(ActivityRow, EqualsOneOfEqualSessions) {
-    const auto row = ActivityRow::of(camera({.number = 7}));
-    EXPECT_EQ(row, ActivityRow::of(camera({.number = 7})));
-    EXPECT_NE(row, ActivityRow::of(camera({.number = 8})));
-    EXPECT_NE(row, ActivityRow::of(camera({.end = 3, .number = 7})));
+    const auto row = ActivityRow::of(cameraUse({.number = 7}));
+    EXPECT_EQ(row, ActivityRow::of(cameraUse({.number = 7})));
+    EXPECT_NE(row, ActivityRow::of(cameraUse({.number = 8})));
+    EXPECT_NE(row, ActivityRow::of(cameraUse({.end = 3, .number = 7})));
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 namespace velmoran {
 namespace {
 
-using enum Device;
 using Devices = std::vector<Device>;
 
 std::vector<Devices> devicesOf(const std::vector<ActivityRow>& rows) {
@@ -19,100 +18,108 @@ std::vector<Devices> devicesOf(const std::vector<ActivityRow>& rows) {
 }
 
 TEST(Activity, JoinsWhatAnAppTurnsOnWithinFiveSeconds) {
-    const auto first = session({.device = camera, .start = 36000});
-    const auto rows = Activity::rows({first, session({.device = microphone, .start = 36005})});
+    const auto first = someUse({.device = Device::camera, .start = 36000});
+    const auto rows =
+        Activity::rows({first, someUse({.device = Device::microphone, .start = 36005})});
     ASSERT_EQ(rows.size(), 1U);
-    EXPECT_EQ(rows[0].devices, (Devices{camera, microphone}));
+    EXPECT_EQ(rows[0].devices, (Devices{Device::camera, Device::microphone}));
     EXPECT_EQ(rows[0].id(), first->id);
 
-    const auto apart = Activity::rows({first, session({.device = microphone, .start = 36005.1})});
-    EXPECT_EQ(devicesOf(apart), (std::vector<Devices>{{microphone}, {camera}}));
+    const auto apart =
+        Activity::rows({first, someUse({.device = Device::microphone, .start = 36005.1})});
+    EXPECT_EQ(devicesOf(apart), (std::vector<Devices>{{Device::microphone}, {Device::camera}}));
 }
 
 TEST(Activity, TakesSessionsInAnyOrder) {
-    const auto sound = session({.device = microphone, .start = 100});
-    const auto picture = session({.device = camera, .start = 103});
+    const auto sound = someUse({.device = Device::microphone, .start = 100});
+    const auto picture = someUse({.device = Device::camera, .start = 103});
     for (const auto& list : {SessionList{sound, picture}, SessionList{picture, sound}}) {
         const auto rows = Activity::rows(list);
         ASSERT_EQ(rows.size(), 1U);
-        EXPECT_EQ(rows[0].devices, (Devices{camera, microphone}));
+        EXPECT_EQ(rows[0].devices, (Devices{Device::camera, Device::microphone}));
         EXPECT_EQ(rows[0].start(), Timestamp{100});
         EXPECT_EQ(rows[0].sessions, (SessionList{sound, picture}));
     }
 }
 
 TEST(Activity, KnowsAnAppByItsIdentifier) {
-    const auto rows = Activity::rows({session({.device = camera, .start = 1, .name = "Old"}),
-                                      session({.device = microphone, .start = 2, .name = "New"})});
+    const auto rows =
+        Activity::rows({someUse({.device = Device::camera, .start = 1, .name = "Old"}),
+                        someUse({.device = Device::microphone, .start = 2, .name = "New"})});
     ASSERT_EQ(rows.size(), 1U);
     EXPECT_EQ(rows[0].app().name, "Old");
-    EXPECT_EQ(Activity::rows({session({.device = camera, .app = "a"}),
-                              session({.device = microphone, .app = "b"})})
+    EXPECT_EQ(Activity::rows({someUse({.device = Device::camera, .app = "a"}),
+                              someUse({.device = Device::microphone, .app = "b"})})
                   .size(),
               2U);
 }
 
 TEST(Activity, NeverJoinsAnAppWithWhatOnlyBearsItsIdentifier) {
-    auto disguised = *session({.device = microphone});
+    auto disguised = *someUse({.device = Device::microphone});
     disguised.app.unidentified = true;
-    EXPECT_EQ(Activity::rows(
-                  {session({.device = camera}), std::make_shared<const UsageSession>(disguised)})
+    EXPECT_EQ(Activity::rows({someUse({.device = Device::camera}),
+                              std::make_shared<const UsageSession>(disguised)})
                   .size(),
               2U);
 }
 
 TEST(Activity, LeavesASpeakerAlone) {
     for (const double speaks : {9.5, 10.5}) {
-        const auto rows = Activity::rows({session({.device = camera, .start = 10}),
-                                          session({.device = speaker, .start = speaks}),
-                                          session({.device = microphone, .start = 11})});
+        const auto rows = Activity::rows({someUse({.device = Device::camera, .start = 10}),
+                                          someUse({.device = Device::speaker, .start = speaks}),
+                                          someUse({.device = Device::microphone, .start = 11})});
         ASSERT_EQ(rows.size(), 2U);
-        EXPECT_EQ(rows[speaks > 10 ? 0 : 1].devices, Devices{speaker});
-        EXPECT_EQ(rows[speaks > 10 ? 1 : 0].devices, (Devices{camera, microphone}));
+        EXPECT_EQ(rows[speaks > 10 ? 0 : 1].devices, Devices{Device::speaker});
+        EXPECT_EQ(rows[speaks > 10 ? 1 : 0].devices, (Devices{Device::camera, Device::microphone}));
     }
-    EXPECT_EQ(Activity::rows({session({.device = speaker}), session({.device = speaker})}).size(),
-              2U);
+    EXPECT_EQ(
+        Activity::rows({someUse({.device = Device::speaker}), someUse({.device = Device::speaker})})
+            .size(),
+        2U);
 }
 
 TEST(Activity, HasADeviceOnceInARow) {
-    const auto first = session({.device = camera, .start = 10});
-    const auto second = session({.device = camera, .start = 12});
-    const SessionList full = {first, session({.device = microphone, .start = 11}), second};
+    const auto first = someUse({.device = Device::camera, .start = 10});
+    const auto second = someUse({.device = Device::camera, .start = 12});
+    const SessionList full = {first, someUse({.device = Device::microphone, .start = 11}), second};
     EXPECT_EQ(devicesOf(Activity::rows(full)),
-              (std::vector<Devices>{{camera}, {camera, microphone}}));
+              (std::vector<Devices>{{Device::camera}, {Device::camera, Device::microphone}}));
 
     auto more = full;
-    more.push_back(session({.device = microphone, .start = 13}));
+    more.push_back(someUse({.device = Device::microphone, .start = 13}));
     const auto rows = Activity::rows(more);
-    EXPECT_EQ(devicesOf(rows), (std::vector<Devices>{{camera, microphone}, {camera, microphone}}));
+    EXPECT_EQ(devicesOf(rows), (std::vector<Devices>{{Device::camera, Device::microphone},
+                                                     {Device::camera, Device::microphone}}));
     EXPECT_EQ(rows[0].id(), second->id);
     EXPECT_EQ(rows[1].id(), first->id);
 }
 
 TEST(Activity, PutsASessionIntoTheNewestRowThatTakesIt) {
-    const auto rows = Activity::rows({session({.device = camera, .start = 10}),
-                                      session({.device = camera, .start = 11}),
-                                      session({.device = microphone, .start = 12}),
-                                      session({.device = microphone, .start = 14})});
-    EXPECT_EQ(devicesOf(rows), (std::vector<Devices>{{camera, microphone}, {camera, microphone}}));
+    const auto rows = Activity::rows({someUse({.device = Device::camera, .start = 10}),
+                                      someUse({.device = Device::camera, .start = 11}),
+                                      someUse({.device = Device::microphone, .start = 12}),
+                                      someUse({.device = Device::microphone, .start = 14})});
+    EXPECT_EQ(devicesOf(rows), (std::vector<Devices>{{Device::camera, Device::microphone},
+                                                     {Device::camera, Device::microphone}}));
     EXPECT_EQ(rows[0].sessions[1]->start, Timestamp{12});
     EXPECT_EQ(rows[1].sessions[1]->start, Timestamp{14});
 }
 
 TEST(Activity, MeasuresFromTheRowsStartAlone) {
-    // The second camera is within five seconds of the microphone, but begins a row of its own: a
-    // chain doesn't make a row longer.
-    EXPECT_EQ(devicesOf(Activity::rows({session({.device = camera, .start = 0}),
-                                        session({.device = microphone, .start = 4}),
-                                        session({.device = camera, .start = 8}),
-                                        session({.device = microphone, .start = 13.5})})),
-              (std::vector<Devices>{{microphone}, {camera}, {camera, microphone}}));
+    // The second camera is within five seconds of the microphone, but begins a row of its
+    // own: a chain doesn't make a row longer.
+    EXPECT_EQ(devicesOf(Activity::rows({someUse({.device = Device::camera, .start = 0}),
+                                        someUse({.device = Device::microphone, .start = 4}),
+                                        someUse({.device = Device::camera, .start = 8}),
+                                        someUse({.device = Device::microphone, .start = 13.5})})),
+              (std::vector<Devices>{
+                  {Device::microphone}, {Device::camera}, {Device::camera, Device::microphone}}));
 }
 
 TEST(Activity, GivesTheNewestRowFirstAndKeepsTheOrderOfEqualStarts) {
-    const auto old = session({.app = "a", .start = 1});
-    const auto one = session({.app = "b", .start = 2});
-    const auto other = session({.app = "c", .start = 2});
+    const auto old = someUse({.app = "a", .start = 1});
+    const auto one = someUse({.app = "b", .start = 2});
+    const auto other = someUse({.app = "c", .start = 2});
     const auto rows = Activity::rows({one, old, other});
     ASSERT_EQ(rows.size(), 3U);
     EXPECT_EQ(rows[0].sessions.front(), one);
@@ -124,34 +131,35 @@ TEST(Activity, GivesTheNewestRowFirstAndKeepsTheOrderOfEqualStarts) {
 // MARK: - What lies in a period
 
 TEST(Activity, MatchesWhatIsGiven) {
-    const auto one = session({.device = camera, .app = "a", .start = 10, .end = 20});
-    const auto two = session({.device = microphone, .app = "a", .start = 10, .end = 20});
-    const auto three = session({.device = camera, .app = "b", .start = 50, .end = 60});
+    const auto one = someUse({.device = Device::camera, .app = "a", .start = 10, .end = 20});
+    const auto two = someUse({.device = Device::microphone, .app = "a", .start = 10, .end = 20});
+    const auto three = someUse({.device = Device::camera, .app = "b", .start = 50, .end = 60});
     const SessionList all = {three, two, one};
     EXPECT_EQ(Activity::matching(all, {}, {}, {}, {100}), all);
-    EXPECT_EQ(Activity::matching(all, camera, {}, {}, {100}), (SessionList{three, one}));
+    EXPECT_EQ(Activity::matching(all, Device::camera, {}, {}, {100}), (SessionList{three, one}));
     EXPECT_EQ(Activity::matching(all, {}, "a", {}, {100}), (SessionList{two, one}));
-    EXPECT_EQ(Activity::matching(all, camera, "a", Interval{{0}, {30}}, {100}), SessionList{one});
-    EXPECT_TRUE(Activity::matching(all, speaker, {}, {}, {100}).empty());
+    EXPECT_EQ(Activity::matching(all, Device::camera, "a", Interval{{0}, {30}}, {100}),
+              SessionList{one});
+    EXPECT_TRUE(Activity::matching(all, Device::speaker, {}, {}, {100}).empty());
 }
 
 TEST(Activity, MatchesASessionThatEndsExactlyWhereAnIntervalStarts) {
-    const auto ended = session({.start = 5, .end = 10});
+    const auto ended = someUse({.start = 5, .end = 10});
     EXPECT_EQ(Activity::matching({ended}, {}, {}, Interval{{10}, {20}}, {100}), SessionList{ended});
     EXPECT_TRUE(Activity::matching({ended}, {}, {}, Interval{{10.1}, {20}}, {100}).empty());
     EXPECT_TRUE(Activity::appTimes({ended}, Interval{{10}, {20}}, {100}).empty());
 }
 
 TEST(Activity, MatchesNothingThatStartsWhereAnIntervalEnds) {
-    const auto starting = session({.start = 20, .end = 30});
+    const auto starting = someUse({.start = 20, .end = 30});
     EXPECT_TRUE(Activity::matching({starting}, {}, {}, Interval{{10}, {20}}, {100}).empty());
     EXPECT_EQ(Activity::matching({starting}, {}, {}, Interval{{10}, {20.1}}, {100}),
               SessionList{starting});
 }
 
 TEST(Activity, MatchesAnOpenSessionUpToNowAndOneWithoutAnEndByItsStart) {
-    const auto open = session({.start = 5});
-    const auto lost = session({.start = 5, .outcome = SessionOutcome::endUnknown});
+    const auto open = someUse({.start = 5});
+    const auto lost = someUse({.start = 5, .outcome = SessionOutcome::endUnknown});
     EXPECT_EQ(Activity::matching({open, lost}, {}, {}, Interval{{10}, {20}}, {12}),
               SessionList{open});
     EXPECT_TRUE(Activity::matching({open}, {}, {}, Interval{{13}, {20}}, {12}).empty());
@@ -165,11 +173,11 @@ TEST(Activity, HasNoTimesOfNothing) {
 }
 
 TEST(Activity, AddsTheTimesOfAnApp) {
-    const auto times =
-        Activity::appTimes({session({.device = camera, .start = 0, .end = 600}),
-                            session({.device = microphone, .start = 0, .end = 600}),
-                            session({.device = speaker, .app = "music", .start = 0, .end = 1300})},
-                           {{0}, {2000}}, {3000});
+    const auto times = Activity::appTimes(
+        {someUse({.device = Device::camera, .start = 0, .end = 600}),
+         someUse({.device = Device::microphone, .start = 0, .end = 600}),
+         someUse({.device = Device::speaker, .app = "music", .start = 0, .end = 1300})},
+        {{0}, {2000}}, {3000});
     ASSERT_EQ(times.size(), 2U);
     EXPECT_EQ(times[0].app.id, "music");
     EXPECT_EQ(times[0].seconds, 1300);
@@ -179,8 +187,8 @@ TEST(Activity, AddsTheTimesOfAnApp) {
 
 TEST(Activity, CutsTimesAtTheInterval) {
     const Interval interval{{100}, {200}};
-    const auto seconds = [&](const Use& use, double now) {
-        const auto times = Activity::appTimes({session(use)}, interval, {now});
+    const auto seconds = [&](const SomeUse& use, double now) {
+        const auto times = Activity::appTimes({someUse(use)}, interval, {now});
         return times.empty() ? 0 : times[0].seconds;
     };
     EXPECT_EQ(seconds({.start = 50, .end = 150}, 1000), 50);
@@ -195,7 +203,7 @@ TEST(Activity, CutsTimesAtTheInterval) {
 
 TEST(Activity, SortsTimesByLengthAndThenByName) {
     const auto ofLength = [](const std::string& name, double seconds) {
-        return session({.app = "id of " + name, .start = 0, .end = seconds, .name = name});
+        return someUse({.app = "id of " + name, .start = 0, .end = seconds, .name = name});
     };
     const auto times =
         Activity::appTimes({ofLength("b", 5), ofLength("a", 5), ofLength("Z", 5), ofLength("c", 9)},
@@ -208,9 +216,9 @@ TEST(Activity, SortsTimesByLengthAndThenByName) {
 }
 
 TEST(Activity, CallsAnAppByItsLaterNameInTimes) {
-    const auto times = Activity::appTimes({session({.start = 0, .end = 5, .name = "First"}),
-                                           session({.start = 0, .end = 5, .name = "Second"}),
-                                           session({.start = 200, .end = 205, .name = "Outside"})},
+    const auto times = Activity::appTimes({someUse({.start = 0, .end = 5, .name = "First"}),
+                                           someUse({.start = 0, .end = 5, .name = "Second"}),
+                                           someUse({.start = 200, .end = 205, .name = "Outside"})},
                                           {{0}, {100}}, {300});
     ASSERT_EQ(times.size(), 1U);
     EXPECT_EQ(times[0].app.name, "Second");

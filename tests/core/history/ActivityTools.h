@@ -12,7 +12,7 @@
 
 namespace velmoran {
 
-struct Use {
+struct SomeUse {
     Device device = Device::camera;
     std::string app = "zoom";
     double start = 0;
@@ -24,7 +24,7 @@ struct Use {
 };
 
 /// Ended normally where it has an end and no outcome.
-inline SessionRef session(const Use& use) {
+inline SessionRef someUse(const SomeUse& use) {
     static unsigned last = 1000;
     auto result = sessionNumber(use.number != 0 ? use.number : ++last, use.start);
     result.device = use.device;
