@@ -31,13 +31,32 @@ std::optional<ActivityRow> literalRowContaining(const Uuid& id, const HistoryVie
     return std::nullopt;
 }
 
-/// Counts what it is asked.
-struct AskedMachine final : ScriptedMachine {
+/// A machine on paper that remembers what it was asked.
+class AskedMachine final : public Machine {
+public:
+    Platform platform() const override { return paper_.platform(); }
+    std::optional<std::string> ownBundleID() const override { return paper_.ownBundleID(); }
+    SnapshotSource& snapshots() override { return paper_.snapshots(); }
+    CodeSignatures& signatures() override { return paper_.signatures(); }
+    OutputDevices& outputs() override { return paper_.outputs(); }
+    Sounds& sounds() override { return paper_.sounds(); }
+    Microphones& microphones() override { return paper_.microphones(); }
+    Connections& connections() override { return paper_.connections(); }
+    Sight& sight() override { return paper_.sight(); }
+    std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override {
+        return paper_.makeCloser(scheduler);
+    }
+    bool isProtected(const AppIdentity& app) override { return paper_.isProtected(app); }
     std::optional<SystemProcess> systemProcess(const AppIdentity& app) override {
         asked.push_back(app.path.value_or("nothing"));
-        return ScriptedMachine::systemProcess(app);
+        return paper_.systemProcess(app);
     }
+    bool isBrowser(const AppIdentity& app) override { return paper_.isBrowser(app); }
+
     std::vector<std::string> asked;
+
+private:
+    ScriptedMachine paper_;
 };
 
 struct ShownHistoryTest : testing::ModelFixture {
@@ -53,8 +72,8 @@ struct ShownHistoryTest : testing::ModelFixture {
     /// In the store, each a minute after the last.
     Uuid add(Device device, const std::optional<std::string>& path,
              const std::string& app = "app") {
-        auto each =
-            endedSession(++stored, begin.seconds + stored * 60, begin.seconds + stored * 60);
+        const auto start = begin.seconds + ++stored * 60;
+        auto each = endedSession(stored, start, start);
         each.device = device;
         each.app = {.id = app, .name = app, .bundleID = {}, .path = path, .teamID = {}};
         store->saveSession(each);
