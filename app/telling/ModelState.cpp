@@ -1,6 +1,7 @@
 #include "app/telling/ModelState.h"
 
 #include "app/contents/HistoryRange.h"
+#include "app/contents/PanelContent.h"
 #include "app/telling/SettingFields.h"
 #include "core/history/Activity.h"
 #include "core/history/DayUsage.h"
@@ -85,6 +86,9 @@ std::optional<Json> stateOf(const AppModel& model, const std::string& word, cons
     }
     if (word == "icon") {
         return model.statusIconState();
+    }
+    if (word == "panel") {
+        return panelLines(model, model.clock().now());
     }
     if (word == "settings") {
         return allFields(model.settings);

@@ -10,8 +10,8 @@
 namespace velmoran {
 
 /// Under one of the words "openSessions", "history", "recent", "rows", "reports", "trust",
-/// "notices", "icon" and "settings", or under "days" for a number of days and "appTimes" for
-/// "today" or "week". Nothing for any other word.
+/// "notices", "icon", "panel" and "settings", or under "days" for a number of days and "appTimes"
+/// for "today" or "week". Nothing for any other word.
 std::optional<Json> stateOf(const AppModel& model, const std::string& word, const Json& argument,
                             ReplayWriter& writer);
 

@@ -78,7 +78,7 @@ TEST(ReplayParser, ReadsEveryActionThatCanBeDone) {
     EXPECT_TRUE(decide.value);
     EXPECT_EQ(decide.devices, (std::vector<Device>{Device::microphone}));
     for (const auto* word : {"openSessions", "history", "recent", "rows", "reports", "trust",
-                             "notices", "icon", "settings"}) {
+                             "notices", "icon", "panel", "settings"}) {
         EXPECT_EQ(actionOf<replay::Show>(R"({"at": 0, "show": ")" + std::string(word) + "\"}").word,
                   word);
     }
@@ -97,12 +97,11 @@ TEST(ReplayParser, ReadsStopsAndTheEndOfTheMute) {
 }
 
 TEST(ReplayParser, ReadsWhatIsPlannedAndSaysSo) {
-    for (const auto* line :
-         {R"({"at": 0, "lock": true})", R"({"at": 0, "unlock": true})",
-          R"({"at": 0, "signal": {"kind": "keyboardUsed"}})",
-          R"({"at": 0, "signal": {"kind": "lidMoved", "from": 12, "to": 47}})",
-          R"({"at": 0, "signal": {"kind": "devicePluggedIn", "name": "Stick"}})",
-          R"({"at": 0, "signal": {"kind": "devicePluggedIn"}})", R"({"at": 0, "show": "panel"})"}) {
+    for (const auto* line : {R"({"at": 0, "lock": true})", R"({"at": 0, "unlock": true})",
+                             R"({"at": 0, "signal": {"kind": "keyboardUsed"}})",
+                             R"({"at": 0, "signal": {"kind": "lidMoved", "from": 12, "to": 47}})",
+                             R"({"at": 0, "signal": {"kind": "devicePluggedIn", "name": "Stick"}})",
+                             R"({"at": 0, "signal": {"kind": "devicePluggedIn"}})"}) {
         EXPECT_NO_THROW(actionOf<replay::NotBuilt>(line)) << line;
     }
 }
