@@ -8,6 +8,7 @@ namespace {
 using testing::appRef;
 using testing::Closed;
 using testing::surf;
+using testing::Titles;
 
 const std::string microphoneInUse = "The microphone is still in use.";
 const std::string cameraInUse = "The camera is still in use.";
