@@ -75,7 +75,16 @@ std::vector<ActivityRow> rows(const SessionList& sessions) {
             result.push_back(ActivityRow::of(*session));
         }
     }
-    std::ranges::stable_sort(result, std::greater(), [](const auto& row) { return row.start(); });
+    // They stand in the order of their starts, so that turning it round is all; among equal ones it
+    // stays.
+    std::ranges::reverse(result);
+    for (auto first = result.begin(); first != result.end();) {
+        const auto next = std::find_if(first, result.end(), [&](const ActivityRow& row) {
+            return row.start() != first->start();
+        });
+        std::reverse(first, next);
+        first = next;
+    }
     return result;
 }
 
