@@ -152,6 +152,10 @@ TEST(ReplayDocument, NamesKeysAndActionsThatAreRead) {
               std::string::npos);
     EXPECT_NE(complaintAbout("{\"at\": 0, \"machine\": {\"dance\": 1}}").find("unknown"),
               std::string::npos);
+    for (const auto& word : namesUnder("### What can be shown")) {
+        EXPECT_EQ(complaintAbout("{\"at\": 0, \"show\": \"" + word + "\"}"), "");
+    }
+    EXPECT_EQ(namesUnder("### What can be shown").size(), 10U);
     EXPECT_GE(namesUnder("## Actions").size(), 18U);
 }
 
@@ -178,8 +182,7 @@ TEST(ReplayDocument, NamesAllThatTheTestsRecordingsHave) {
         return std::find(names.begin(), names.end(), name) != names.end();
     };
     const auto outputs = namesUnder("## The output");
-    const auto actionsText = chapter("## Actions");
-    const auto shows = actionsText.substr(actionsText.find("What `show` takes"));
+    const auto shows = chapter("### What can be shown");
     int read = 0;
     for (const auto& entry : fs::directory_iterator(VELMORAN_REPLAY_TESTS)) {
         std::istringstream lines(contentsOf(entry.path()));
