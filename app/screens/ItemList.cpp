@@ -1,0 +1,308 @@
+#include "app/screens/ItemList.h"
+
+#include "app/controls/Accessibility.h"
+#include "app/look/ScreenColors.h"
+#include "app/screens/ItemListAccess.h"
+
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QToolTip>
+#include <algorithm>
+#include <utility>
+
+namespace velmoran {
+
+ItemList::ItemList(const QString& accessibleName, ItemSource& source, QWidget* parent)
+    : QAbstractScrollArea(parent),
+      source_(source) {
+    installItemListAccess();
+    setAccessibleName(accessibleName);
+    setFrameShape(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFocusPolicy(Qt::StrongFocus);
+    setBackgroundRole(QPalette::Window);
+    viewport()->setBackgroundRole(QPalette::Window);
+    viewport()->setMouseTracking(true);
+}
+
+ItemList::~ItemList() {
+    forgetAccessibleItems();
+}
+
+void ItemList::setItems(int count, std::vector<int> headings, std::optional<int> current,
+                        std::optional<int> top) {
+    const auto shownTop = this->top();
+    const int offset = shownTop ? verticalScrollBar()->value() - topOf(*shownTop) : 0;
+    forgetAccessibleItems();
+    count_ = count;
+    headings_ = std::move(headings);
+    current_ = current;
+    hovered_.reset();
+    pressed_.reset();
+    const int most = std::max(0, contentHeight() - viewport()->height());
+    verticalScrollBar()->setRange(0, most);
+    if (top && *top < count_) {
+        verticalScrollBar()->setValue(topOf(*top) + offset);
+    }
+    viewport()->update();
+    if (QAccessible::isActive()) {
+        QAccessibleEvent event(this, QAccessible::ObjectReorder);
+        QAccessible::updateAccessibility(&event);
+    }
+}
+
+void ItemList::refresh() {
+    viewport()->update();
+}
+
+void ItemList::setLineHeight(int height) {
+    lineHeight_ = height;
+    setItems(count_, std::move(headings_), current_, top());
+}
+
+bool ItemList::isHeading(int index) const {
+    return std::binary_search(headings_.begin(), headings_.end(), index);
+}
+
+int ItemList::headingsBefore(int index) const {
+    return static_cast<int>(std::lower_bound(headings_.begin(), headings_.end(), index) -
+                            headings_.begin());
+}
+
+int ItemList::topOf(int index) const {
+    return index * lineHeight_ + headingsBefore(index) * (headingHeight - lineHeight_);
+}
+
+int ItemList::contentHeight() const {
+    return topOf(count_);
+}
+
+int ItemList::lineAt(int y) const {
+    int low = 0;
+    int high = count_ - 1;
+    while (low < high) {
+        const int middle = low + (high - low + 1) / 2;
+        if (topOf(middle) <= y) {
+            low = middle;
+        } else {
+            high = middle - 1;
+        }
+    }
+    return low;
+}
+
+std::optional<int> ItemList::top() const {
+    const int value = verticalScrollBar()->value();
+    return count_ == 0 || value == 0 ? std::nullopt : std::optional(lineAt(value));
+}
+
+QRect ItemList::frameOf(int index) const {
+    return {0, topOf(index) - verticalScrollBar()->value(), viewport()->width(),
+            isHeading(index) ? headingHeight : lineHeight_};
+}
+
+std::optional<int> ItemList::indexAt(QPoint place) const {
+    const int y = place.y() + verticalScrollBar()->value();
+    if (count_ == 0 || y < 0 || y >= contentHeight() || !viewport()->rect().contains(place)) {
+        return std::nullopt;
+    }
+    return lineAt(y);
+}
+
+std::optional<int> ItemList::nearestLine(int index, int direction) const {
+    for (int at = index; at >= 0 && at < count_; at += direction) {
+        if (!isHeading(at)) {
+            return at;
+        }
+    }
+    return std::nullopt;
+}
+
+void ItemList::setCurrent(std::optional<int> index) {
+    current_ = index;
+    viewport()->update();
+}
+
+void ItemList::move(std::optional<int> to) {
+    if (!to) {
+        return;
+    }
+    current_ = to;
+    // The heading of the first line of a day is seen with it.
+    const int from = *to > 0 && isHeading(*to - 1) ? *to - 1 : *to;
+    auto* bar = verticalScrollBar();
+    const int bottom = topOf(*to) + lineHeight_;
+    if (topOf(from) < bar->value()) {
+        bar->setValue(topOf(from));
+    } else if (bottom > bar->value() + viewport()->height()) {
+        bar->setValue(bottom - viewport()->height());
+    }
+    viewport()->update();
+    if (QAccessible::isActive()) {
+        QAccessibleEvent event(accessibleItem(*to), QAccessible::Focus);
+        QAccessible::updateAccessibility(&event);
+    }
+}
+
+void ItemList::press(int index, std::optional<QPoint> place) {
+    if (index >= 0 && index < count_ && !isHeading(index)) {
+        source_.press(index, frameOf(index), place);
+    }
+}
+
+QAccessibleInterface* ItemList::accessibleItem(int index) {
+    if (index < 0 || index >= count_) {
+        return nullptr;
+    }
+    const auto found = accessibleItems_.find(index);
+    if (found != accessibleItems_.end()) {
+        return QAccessible::accessibleInterface(found->second);
+    }
+    auto* item = makeAccessibleItem(*this, index);
+    accessibleItems_[index] = QAccessible::registerAccessibleInterface(item);
+    return item;
+}
+
+void ItemList::forgetAccessibleItems() {
+    for (const auto& [index, id] : std::exchange(accessibleItems_, {})) {
+        QAccessible::deleteAccessibleInterface(id);
+    }
+}
+
+QSize ItemList::sizeHint() const {
+    return {240, std::min(contentHeight(), 400)};
+}
+
+void ItemList::hover(std::optional<int> index) {
+    if (index != hovered_) {
+        hovered_ = index;
+        viewport()->update();
+    }
+}
+
+bool ItemList::viewportEvent(QEvent* event) {
+    switch (event->type()) {
+    case QEvent::MouseMove:
+        hover(indexAt(static_cast<QMouseEvent*>(event)->pos()));
+        break;
+    case QEvent::Leave:
+        hover(std::nullopt);
+        break;
+    case QEvent::ToolTip: {
+        const auto* help = static_cast<QHelpEvent*>(event);
+        const auto index = indexAt(help->pos());
+        const auto text = index ? source_.help(*index, frameOf(*index), help->pos()) : QString();
+        QToolTip::showText(help->globalPos(), text.isEmpty() ? text : plainToolTip(text),
+                           viewport());
+        return true;
+    }
+    default:
+        break;
+    }
+    return QAbstractScrollArea::viewportEvent(event);
+}
+
+void ItemList::paintEvent(QPaintEvent* event) {
+    QPainter painter(viewport());
+    if (count_ == 0) {
+        return;
+    }
+    const ScreenColors colors(palette());
+    const int from = lineAt(std::max(0, verticalScrollBar()->value() + event->rect().top()));
+    for (int index = from; index < count_; ++index) {
+        const auto frame = frameOf(index);
+        if (frame.top() > event->rect().bottom()) {
+            break;
+        }
+        const bool isCurrent = current_ == index && hasFocus();
+        source_.paint(painter, index,
+                      {.frame = frame, .isCurrent = isCurrent, .isHovered = hovered_ == index});
+        if (isCurrent && focusIsByKeyboard_) {
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setBrush(Qt::NoBrush);
+            painter.setPen(QPen(colors.text, 1));
+            painter.drawRoundedRect(QRectF(frame).adjusted(1.5, 1.5, -1.5, -1.5), 5, 5);
+        }
+    }
+}
+
+void ItemList::resizeEvent(QResizeEvent*) {
+    verticalScrollBar()->setPageStep(viewport()->height());
+    verticalScrollBar()->setSingleStep(lineHeight_);
+    verticalScrollBar()->setRange(0, std::max(0, contentHeight() - viewport()->height()));
+}
+
+void ItemList::scrollContentsBy(int, int) {
+    hovered_.reset();
+    viewport()->update();
+}
+
+void ItemList::keyPressEvent(QKeyEvent* event) {
+    focusIsByKeyboard_ = true;
+    const int at = current_.value_or(-1);
+    const int page = std::max(1, viewport()->height() / lineHeight_ - 1);
+    switch (event->key()) {
+    case Qt::Key_Down:
+        return move(nearestLine(at + 1, 1));
+    case Qt::Key_Up:
+        return move(nearestLine(current_ ? at - 1 : count_ - 1, -1));
+    case Qt::Key_PageDown:
+        return move(nearestLine(std::min(at + page, count_ - 1), -1));
+    case Qt::Key_PageUp:
+        return move(nearestLine(std::max(at - page, 0), 1));
+    case Qt::Key_Home:
+        return move(nearestLine(0, 1));
+    case Qt::Key_End:
+        return move(nearestLine(count_ - 1, -1));
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space:
+        if (current_) {
+            press(*current_);
+            return;
+        }
+        break;
+    default:
+        break;
+    }
+    QAbstractScrollArea::keyPressEvent(event);
+}
+
+void ItemList::mousePressEvent(QMouseEvent* event) {
+    pressed_ = event->button() == Qt::LeftButton ? indexAt(event->pos()) : std::nullopt;
+}
+
+void ItemList::mouseReleaseEvent(QMouseEvent* event) {
+    const auto index = indexAt(event->pos());
+    const auto pressed = std::exchange(pressed_, std::nullopt);
+    if (event->button() != Qt::LeftButton || !index || index != pressed || isHeading(*index)) {
+        return;
+    }
+    focusIsByKeyboard_ = false;
+    setCurrent(index);
+    press(*index, event->pos());
+}
+
+void ItemList::focusInEvent(QFocusEvent* event) {
+    focusIsByKeyboard_ = event->reason() == Qt::TabFocusReason ||
+                         event->reason() == Qt::BacktabFocusReason ||
+                         event->reason() == Qt::ShortcutFocusReason;
+    if (focusIsByKeyboard_) {
+        move(current_ ? current_ : nearestLine(top().value_or(0), 1));
+    }
+    viewport()->update();
+}
+
+void ItemList::focusOutEvent(QFocusEvent*) {
+    viewport()->update();
+}
+
+void ItemList::changeEvent(QEvent* event) {
+    QAbstractScrollArea::changeEvent(event);
+    viewport()->update();
+}
+
+} // namespace velmoran

@@ -1,0 +1,102 @@
+// A list of any length that costs what is seen of it: lines of one height, with headings between
+// them. Draws and names its lines through its source. Walked with the arrow keys; a screen reader
+// meets each line with its name and role. Owned by its parent.
+#pragma once
+
+#include <QAbstractScrollArea>
+#include <QAccessible>
+#include <map>
+#include <optional>
+#include <vector>
+
+namespace velmoran {
+
+/// What an ItemList shows. Outlives the list.
+class ItemSource {
+public:
+    struct Look {
+        QRect frame;
+        bool isCurrent = false; ///< chosen, in a list that has the keyboard
+        bool isHovered = false;
+    };
+
+    virtual ~ItemSource() = default;
+    virtual void paint(QPainter& painter, int index, const Look& look) const = 0;
+    /// For a screen reader.
+    virtual QString name(int index) const = 0;
+    /// The tip at that place of the line; empty for none.
+    virtual QString help(int index, const QRect& frame, QPoint place) const = 0;
+    /// The line was clicked there, or pressed without a place.
+    virtual void press(int index, const QRect& frame, std::optional<QPoint> place) = 0;
+};
+
+class ItemList final : public QAbstractScrollArea {
+public:
+    ItemList(const QString& accessibleName, ItemSource& source, QWidget* parent);
+    ~ItemList() override;
+
+    /// What there is from now on. `headings` are the ascending indexes of lines that are headings,
+    /// which can't be chosen. `current` and `top` are where the chosen and the topmost line stand
+    /// now; nothing for one that has gone.
+    void setItems(int count, std::vector<int> headings, std::optional<int> current = {},
+                  std::optional<int> top = {});
+    int count() const { return count_; }
+    bool isHeading(int index) const;
+    std::optional<int> current() const { return current_; }
+    void setCurrent(std::optional<int> index);
+    /// The topmost line that is seen; nothing at the list's very beginning, which stays the
+    /// beginning whatever comes.
+    std::optional<int> top() const;
+    /// In the viewport's coordinates.
+    QRect frameOf(int index) const;
+    std::optional<int> indexAt(QPoint place) const;
+    void press(int index, std::optional<QPoint> place = {});
+    const ItemSource& source() const { return source_; }
+    /// The names of all that is seen have changed, without a line that came or went.
+    void refresh();
+
+    int lineHeight() const { return lineHeight_; }
+    void setLineHeight(int height);
+
+    /// The accessible object of a line, made when it is asked for.
+    QAccessibleInterface* accessibleItem(int index);
+
+    QSize sizeHint() const override;
+
+protected:
+    bool viewportEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    static constexpr int headingHeight = 36;
+
+    int topOf(int index) const;
+    int headingsBefore(int index) const;
+    int contentHeight() const;
+    /// The line that a height within the contents belongs to, held to what there is.
+    int lineAt(int y) const;
+    std::optional<int> nearestLine(int index, int direction) const;
+    void move(std::optional<int> to);
+    void forgetAccessibleItems();
+    void hover(std::optional<int> index);
+
+    ItemSource& source_;
+    int count_ = 0;
+    int lineHeight_ = 28;
+    std::vector<int> headings_;
+    std::optional<int> current_;
+    std::optional<int> hovered_;
+    std::optional<int> pressed_;
+    bool focusIsByKeyboard_ = false;
+    std::map<int, QAccessible::Id> accessibleItems_;
+};
+
+} // namespace velmoran

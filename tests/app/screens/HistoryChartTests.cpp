@@ -1,0 +1,186 @@
+#include "app/screens/HistoryFixture.h"
+#include "support/Waiting.h"
+
+#include <QLabel>
+
+namespace velmoran {
+namespace {
+
+using testing::day;
+using ::testing::ElementsAre;
+using testing::HistoryFixture;
+using testing::hour;
+using testing::sessionOf;
+using ::testing::SizeIs;
+
+struct HistoryChartTest : HistoryFixture {
+    void openChart() {
+        open();
+        part<QAbstractButton>("chartButton")->click();
+        QApplication::processEvents();
+    }
+    ChartPlot& plot() const { return screen->chart().plot(); }
+    QPointF placeOf(std::size_t index) const {
+        return {plot().places().xOf(index), plot().places().plot().y + 20};
+    }
+    DayNoteView* note() const { return part<DayNoteView>("dayNote"); }
+    /// Lets Qt's own animations run.
+    static bool becomes(const std::function<bool()>& condition) {
+        return support::waitUntil([&] {
+            QApplication::processEvents();
+            return condition();
+        });
+    }
+};
+
+TEST_F(HistoryChartTest, CountsWhatTheListHides) {
+    keep(past("Call", Device::camera, 600));
+    keep(past("Old", Device::camera, 20 * day));
+    openChart();
+    EXPECT_EQ(plot().content().days.back().camera, 60);
+    button(part("span"), "Month")->click();
+    EXPECT_THAT(plot().content().days, SizeIs(30));
+    EXPECT_EQ(plot().content().days[9].camera, 60);
+    button(part("span"), "90 days")->click();
+    EXPECT_THAT(plot().content().days, SizeIs(90));
+    EXPECT_EQ(part("span")->width(), 210);
+}
+
+TEST_F(HistoryChartTest, SelectsADayByAClickAndClearsItByASecond) {
+    keep(past("Call", Device::camera, 600));
+    openChart();
+    click(&plot(), placeOf(5));
+    EXPECT_EQ(plot().selected(), 5U);
+    EXPECT_TRUE(note()->isVisible());
+    EXPECT_TRUE(plot().rect().contains(note()->geometry()));
+    click(&plot(), placeOf(6));
+    EXPECT_EQ(plot().selected(), 6U);
+    EXPECT_TRUE(plot().rect().contains(note()->geometry()));
+    click(&plot(), placeOf(6));
+    EXPECT_EQ(plot().selected(), std::nullopt);
+    EXPECT_TRUE(becomes([&] { return !note()->isVisible(); }));
+    // Beside the plot there is no date.
+    click(&plot(), {2, placeOf(0).y()});
+    EXPECT_EQ(plot().selected(), std::nullopt);
+}
+
+TEST_F(HistoryChartTest, MovesTheSelectedDayByKeys) {
+    openChart();
+    press(&plot(), Qt::Key_Left);
+    EXPECT_EQ(plot().selected(), 6U);
+    press(&plot(), Qt::Key_Left);
+    EXPECT_EQ(plot().selected(), 5U);
+    press(&plot(), Qt::Key_Right);
+    press(&plot(), Qt::Key_Right);
+    EXPECT_EQ(plot().selected(), 6U);
+    press(&plot(), Qt::Key_Home);
+    press(&plot(), Qt::Key_Left);
+    EXPECT_EQ(plot().selected(), 0U);
+    press(&plot(), Qt::Key_Escape);
+    EXPECT_EQ(plot().selected(), std::nullopt);
+}
+
+TEST_F(HistoryChartTest, ClearsTheSelectionWithAnotherSpan) {
+    openChart();
+    press(&plot(), Qt::Key_End);
+    button(part("span"), "Month")->click();
+    EXPECT_EQ(plot().selected(), std::nullopt);
+    EXPECT_FALSE(note()->isVisible());
+}
+
+TEST_F(HistoryChartTest, KeepsTheSelectedDayWhenTheHistoryChanges) {
+    launchWatching();
+    openChart();
+    click(&plot(), placeOf(6));
+    receive(camera({testing::appRef("Call")}));
+    time.advanceBy(90);
+    receive({});
+    settle();
+    EXPECT_EQ(plot().selected(), 6U);
+    EXPECT_EQ(plot().content().days.back().camera, 90);
+    std::vector<std::string> said;
+    for (auto* label : all<LineLabel>(note())) {
+        said.push_back(label->text().toStdString());
+    }
+    EXPECT_THAT(said,
+                ElementsAre("Today", "Camera", "1 min", "Microphone", "0 s", "Call", "1 min"));
+}
+
+TEST_F(HistoryChartTest, DrawsItselfInUnlessLessMotionIsWanted) {
+    keep(past("Call", Device::camera, 600));
+    openChart();
+    EXPECT_TRUE(becomes([&] { return plot().drawn() == 1; }));
+    screen->hide();
+    EXPECT_EQ(plot().drawn(), 1);
+}
+
+TEST_F(HistoryChartTest, IsATableForAScreenReader) {
+    keep(past("Call", Device::camera, 600));
+    keep(past("Memo", Device::microphone, day));
+    openChart();
+    auto* chart = access(&plot());
+    ASSERT_NE(chart, nullptr);
+    EXPECT_EQ(nameOf(chart), "Camera and microphone time per day");
+    EXPECT_EQ(chart->role(), QAccessible::Table);
+    auto* table = chart->tableInterface();
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->rowCount(), 7);
+    EXPECT_EQ(table->columnCount(), 3);
+    const auto line = [&](int row) {
+        std::vector<std::string> cells;
+        for (int column = 0; column < 3; ++column) {
+            cells.push_back(nameOf(table->cellAt(row, column)));
+        }
+        return cells;
+    };
+    EXPECT_THAT(line(5), ElementsAre("Yesterday", "0 s", "1 min"));
+    EXPECT_THAT(line(6), ElementsAre("Today", "1 min", "0 s"));
+    auto* cell = table->cellAt(6, 1);
+    EXPECT_EQ(cell->role(), QAccessible::Cell);
+    EXPECT_EQ(cell->parent(), chart);
+    EXPECT_EQ(chart->child(chart->indexOfChild(cell)), cell);
+    auto* place = cell->tableCellInterface();
+    ASSERT_NE(place, nullptr);
+    EXPECT_EQ(place->rowIndex(), 6);
+    ASSERT_THAT(place->columnHeaderCells(), SizeIs(1));
+    EXPECT_EQ(nameOf(place->columnHeaderCells()[0]), "Camera");
+    EXPECT_EQ(nameOf(place->rowHeaderCells()[0]), "Today");
+    EXPECT_EQ(table->cellAt(7, 0), nullptr);
+
+    EXPECT_TRUE(table->selectRow(5));
+    EXPECT_EQ(plot().selected(), 5U);
+    EXPECT_TRUE(table->isRowSelected(5));
+    EXPECT_TRUE(table->unselectRow(5));
+    EXPECT_EQ(plot().selected(), std::nullopt);
+}
+
+TEST_F(HistoryChartTest, FollowsAHistoryThatIsDeletedWhileItIsOpen) {
+    keep(past("Call", Device::camera, 600));
+    openChart();
+    ASSERT_FALSE(plot().content().isEmpty());
+    press(&plot(), Qt::Key_End);
+    model->deleteHistory();
+    settle();
+    EXPECT_TRUE(plot().content().isEmpty());
+    EXPECT_EQ(plot().selected(), 6U);
+    EXPECT_FALSE(screen->grab().isNull());
+}
+
+TEST_F(HistoryChartTest, ShowsFourAppsOfADayAndHowManyMore) {
+    for (int index = 0; index < 5; ++index) {
+        keep(past("App" + std::to_string(index), Device::camera, 600 + 100 * index));
+    }
+    auto odd = past("Odd", Device::camera, 3000);
+    odd.end = odd.start + 300;
+    odd.app.name = std::string(10000, '<') + "<b>\n";
+    keep(odd);
+    openChart();
+    press(&plot(), Qt::Key_End);
+    EXPECT_LE(note()->width(), DayNoteView::mostWidth);
+    EXPECT_TRUE(plot().rect().contains(note()->geometry()));
+    EXPECT_THAT(all<AppImage>(note()), SizeIs(4));
+    EXPECT_EQ(all<LineLabel>(note()).back()->text(), "and 2 more");
+}
+
+} // namespace
+} // namespace velmoran
