@@ -24,13 +24,17 @@ public:
     /// An array of texts in this application's own settings, never the system's.
     virtual std::optional<std::vector<std::string>> texts(const std::string& key) const = 0;
 
-    /// Written at once; a failure to write is dropped and the value in memory stands.
+    /// Written at once; where that fails the value in memory stands, and `hasUnwritten` says so.
     virtual void setBoolean(const std::string& key, bool value) = 0;
     virtual void setInteger(const std::string& key, std::int64_t value) = 0;
     virtual void setNumbers(const std::string& key, const std::vector<double>& value) = 0;
     virtual void setBytes(const std::string& key, const std::string& value) = 0;
     virtual void setTexts(const std::string& key, const std::vector<std::string>& value) = 0;
     virtual void remove(const std::string& key) = 0;
+
+    /// Some value stands in memory alone and would be lost with this object. It is tried again with
+    /// the next one.
+    virtual bool hasUnwritten() const = 0;
 
     /// Takes in what other programs have written since.
     virtual void reload() = 0;

@@ -38,6 +38,8 @@ public:
         written_[key] = value;
     }
     void remove(const std::string& key) override { written_.erase(key); }
+    /// Memory is all that these are for.
+    bool hasUnwritten() const override { return false; }
     void reload() override {} // nobody else can write
 
     /// True if nothing was ever written.

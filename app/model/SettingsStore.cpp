@@ -43,6 +43,7 @@ SettingsStore::SettingsStore(KeyValueStore& store) : store_(store) {
     retentionDays.value_ = Observable<int>(sensible ? static_cast<int>(days) : 90);
     retentionDays.write_ = [this](int value) {
         store_.setInteger("retentionDays", value);
+        noteWritten();
     };
     // Defaults aren't written: a later version can change them for all who never touched them.
     bind(warningSoundOn, "warningSoundOn", true);
@@ -75,6 +76,7 @@ SettingsStore::SettingsStore(KeyValueStore& store) : store_(store) {
 
 std::optional<bool> SettingsStore::muteElsewhere() {
     store_.reload();
+    noteWritten();
     const auto written = store_.boolean(muteKey);
     return written == *microphoneMuted ? std::nullopt : written;
 }
@@ -83,6 +85,7 @@ void SettingsStore::bind(Field<bool>& field, const char* key, bool byDefault) {
     field.value_ = Observable<bool>(store_.boolean(key).value_or(byDefault));
     field.write_ = [this, key](bool value) {
         store_.setBoolean(key, value);
+        noteWritten();
     };
 }
 
@@ -96,6 +99,7 @@ void SettingsStore::bind(Field<std::optional<T>>& field, const char* key, std::o
         } else {
             store_.remove(key);
         }
+        noteWritten();
     };
 }
 

@@ -66,11 +66,16 @@ public:
     Field<std::optional<std::string>> trustRulesData; ///< the JSON of the trust list, byte for byte
     Field<std::optional<std::string>> language; ///< "en" or "de"; takes effect at the next start
 
+    /// Something that was chosen couldn't be written, and holds for this run alone.
+    Observable<bool> notSaved;
+
     /// What another program that shares these settings has written of the mute, where that differs
     /// from what is set here; nothing where it doesn't. Looks at them.
     std::optional<bool> muteElsewhere();
 
 private:
+    /// After each write to the store.
+    void noteWritten() { notSaved.set(store_.hasUnwritten()); }
     void bind(Field<bool>& field, const char* key, bool byDefault);
     /// `write` is for a value; without one the key is removed.
     template <class T>

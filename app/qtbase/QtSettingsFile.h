@@ -37,6 +37,7 @@ public:
     void setBytes(const std::string& key, const std::string& value) override;
     void setTexts(const std::string& key, const std::vector<std::string>& value) override;
     void remove(const std::string& key) override;
+    bool hasUnwritten() const override { return !unwritten_.isEmpty(); }
     /// What can't be read, or is far too long to be settings, leaves what was read last.
     void reload() override;
 

@@ -12,6 +12,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace velmoran {
 namespace {
@@ -279,6 +280,31 @@ TEST_F(QtSettingsFileTest, KeepsTheValueInMemoryWhenItCannotBeWritten) {
     QtSettingsFile file(QStringLiteral("/proc/nowhere/Velmoran.conf"));
     file.setBoolean("flag", true);
     EXPECT_EQ(file.boolean("flag"), true);
+    EXPECT_TRUE(file.hasUnwritten());
+}
+
+TEST_F(QtSettingsFileTest, SaysUntilItIsWrittenThatSomethingIsNot) {
+    // A file stands where its folder should.
+    const auto folder = QFileInfo(path()).path();
+    QFile obstacle(folder);
+    ASSERT_TRUE(obstacle.open(QFile::WriteOnly));
+    QtSettingsFile file(path());
+    SettingsStore settings(file);
+    EXPECT_FALSE(*settings.notSaved);
+    std::vector<bool> heard;
+    const auto subscription =
+        settings.notSaved.subscribe([&](bool notSaved) { heard.push_back(notSaved); });
+    settings.warningSoundOn.set(false);
+    settings.retentionDays.set(30);
+    EXPECT_TRUE(*settings.notSaved);
+    EXPECT_FALSE(*settings.warningSoundOn) << "it holds for this run";
+    obstacle.remove();
+    settings.language.set("de");
+    EXPECT_FALSE(*settings.notSaved);
+    EXPECT_EQ(heard, (std::vector<bool>{true, false}));
+    QtSettingsFile again(path());
+    EXPECT_FALSE(*SettingsStore(again).warningSoundOn);
+    EXPECT_EQ(*SettingsStore(again).retentionDays, 30);
 }
 
 } // namespace
