@@ -282,6 +282,10 @@ std::string Localizer::text(std::string_view key, const std::vector<std::string>
                   arguments);
 }
 
+std::string Localizer::language() const {
+    return facts_->locale.getLanguage();
+}
+
 std::string Localizer::list(const std::vector<std::string>& items) const {
     std::vector<icu::UnicodeString> texts;
     texts.reserve(items.size());

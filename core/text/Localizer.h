@@ -34,6 +34,9 @@ public:
     /// "%lld" and "%1$lld" for a number handed over as text, and "%%" for the sign itself. A hole
     /// without an argument stays empty; an argument's own percent signs are left alone.
     std::string text(std::string_view key, const std::vector<std::string>& arguments = {}) const;
+    /// The code of the locale's language, as "de": that of times and lists. The sentences may be
+    /// English nevertheless, where there is no catalogue for it.
+    std::string language() const;
     /// "A, B, and C" in the way of the locale; empty for an empty list.
     std::string list(const std::vector<std::string>& items) const;
     /// Hour and minute in the locale's short form, the date left out.

@@ -256,6 +256,14 @@ TEST(Localizer, TakesAnUnknownLocaleOrZoneAsTheDefault) {
     EXPECT_EQ(Localizer("de_DE@euro", "Europe/Berlin", {}).list({"A", "B"}), "A und B");
 }
 
+TEST(Localizer, SaysTheLanguageOfItsLocale) {
+    EXPECT_EQ(Localizer().language(), "en");
+    EXPECT_EQ(Localizer("de_AT.UTF-8", "UTC", {}).language(), "de");
+    EXPECT_EQ(Localizer("fr", "UTC", {}).language(), "fr");
+    EXPECT_EQ(Localizer("C", "UTC", {}).language(), "en");
+    EXPECT_EQ(Localizer("nonsense", "UTC", {}).language(), "en");
+}
+
 TEST(Localizer, AnswersSeveralThreadsAtOnce) {
     const auto words = german();
     std::vector<std::thread> threads;
