@@ -6,7 +6,7 @@ find_package(nlohmann_json 3.9 REQUIRED)
 find_package(Boost 1.74 REQUIRED)
 find_package(ICU REQUIRED COMPONENTS i18n uc data)
 find_package(SQLiteCpp REQUIRED)
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets DBus)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets DBus Network)
 
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     pkg_check_modules(PipeWire REQUIRED IMPORTED_TARGET libpipewire-0.3)

@@ -1,0 +1,97 @@
+#include "app/web/UpdateCheck.h"
+
+#include "app/web/VersionFile.h"
+#include "core/base/AppVersion.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <cmath>
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+
+constexpr double millisecondsPerSecond = 1000.0;
+
+UpdateCheck::Result resultOf(const QByteArray& file, const std::string& running) {
+    using Kind = UpdateCheck::Result::Kind;
+    const auto found = newestVersion(file.toStdString());
+    if (!found) {
+        return {Kind::failed};
+    }
+    if (AppVersion::isNewer(*found, running)) {
+        return {Kind::newer, *found};
+    }
+    return {Kind::upToDate};
+}
+
+/// Its end is heard of by nobody.
+void end(std::unique_ptr<QProcess> process) {
+    process->disconnect();
+    if (process->state() != QProcess::NotRunning) {
+        process->kill();
+        // By force, so this is a matter of moments.
+        process->waitForFinished();
+    }
+    // The signal that brought this may be its own.
+    process.release()->deleteLater();
+}
+
+} // namespace
+
+UpdateCheck::UpdateCheck(Facts facts) : facts_(std::move(facts)) {
+    deadline_.setSingleShot(true);
+    deadline_.callOnTimeout([this] { finish(false); });
+}
+
+UpdateCheck::~UpdateCheck() {
+    if (process_) {
+        end(std::move(process_));
+    }
+}
+
+void UpdateCheck::check(Done done) {
+    if (process_) {
+        return;
+    }
+    done_ = std::move(done);
+    process_ = std::make_unique<QProcess>();
+    process_->setStandardInputFile(QProcess::nullDevice());
+    process_->setStandardErrorFile(QProcess::nullDevice());
+    QObject::connect(process_.get(), &QProcess::finished, process_.get(),
+                     [this](int code, QProcess::ExitStatus status) {
+                         finish(status == QProcess::NormalExit && code == 0);
+                     });
+    QObject::connect(
+        process_.get(), &QProcess::errorOccurred, process_.get(),
+        [this](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart) {
+                finish(false);
+            }
+        },
+        // It may come before `start` has returned.
+        Qt::QueuedConnection);
+    deadline_.start(static_cast<int>(std::lround(facts_.within * millisecondsPerSecond)));
+    process_->start(facts_.program, {QString::fromStdString(facts_.address)});
+}
+
+void UpdateCheck::finish(bool fetched) {
+    const auto file = fetched ? process_->readAllStandardOutput() : QByteArray();
+    end(std::move(process_));
+    deadline_.stop();
+    const auto done = std::exchange(done_, nullptr);
+    done(fetched ? resultOf(file, facts_.running) : Result());
+}
+
+QString UpdateCheck::fetchProgram() {
+    const QDir here(QCoreApplication::applicationDirPath());
+    const auto beside = here.filePath(QStringLiteral("velmoran-fetch"));
+    return QFileInfo::exists(beside)
+               ? beside
+               : QDir::cleanPath(here.filePath(QStringLiteral(VELMORAN_FETCH_INSTALLED)));
+}
+
+} // namespace velmoran
