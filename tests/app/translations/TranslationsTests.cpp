@@ -70,7 +70,7 @@ std::multiset<std::string> holes(std::string_view sentence) {
 }
 
 bool namesTheMac(std::string_view text) {
-    static const std::regex names("\\b(Mac|macOS|Dock|menu bar|Menüleiste)\\b");
+    static const std::regex names("\\b(Mac|macOS|Dock|menu bar|Menüleiste|Command)\\b|⌃⌥⌘");
     return std::regex_search(text.begin(), text.end(), names);
 }
 

@@ -1,0 +1,97 @@
+#include "app/screens/UpdateSection.h"
+
+#include "app/controls/Groups.h"
+#include "app/controls/Labels.h"
+#include "core/text/Localizer.h"
+
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+#include <utility>
+
+namespace velmoran {
+
+namespace {
+
+constexpr int betweenParts = 8;
+constexpr int betweenLines = 2;
+
+QString qt(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+UpdateContent::Outcome outcomeOf(const UpdateCheck::Result& result) {
+    using Kind = UpdateCheck::Result::Kind;
+    return result.kind == Kind::newer      ? UpdateContent::Outcome::newer
+           : result.kind == Kind::upToDate ? UpdateContent::Outcome::upToDate
+                                           : UpdateContent::Outcome::failed;
+}
+
+} // namespace
+
+UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateCheck::Facts> facts,
+                             std::function<void()> openDownloads, QWidget* parent)
+    : QWidget(parent) {
+    setObjectName(QStringLiteral("updates"));
+    if (facts) {
+        update_.emplace(std::move(*facts));
+    }
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins({});
+    auto* section = new FormSection({}, this);
+    whole->addWidget(section);
+    auto* row = new QWidget(section);
+    auto* line = new QHBoxLayout(row);
+    line->setContentsMargins({});
+    line->setSpacing(betweenParts);
+
+    auto* texts = new QVBoxLayout;
+    texts->setSpacing(betweenLines);
+    texts->addWidget(
+        new LineLabel(qt(UpdateContent::versionText(running)), TextStyle::body, Ink::text, row));
+    status_ =
+        new TextLabel(qt(UpdateContent::statusText({})), TextStyle::body, Ink::secondary, row);
+    status_->setObjectName(QStringLiteral("updateStatus"));
+    texts->addWidget(status_);
+    advice_ = new TextLabel(qt(UpdateContent::advice()), TextStyle::body, Ink::secondary, row);
+    advice_->setObjectName(QStringLiteral("updateAdvice"));
+    advice_->hide();
+    texts->addWidget(advice_);
+    line->addLayout(texts, 1);
+
+    auto* buttons = new QVBoxLayout;
+    buttons->setSpacing(betweenParts);
+    check_ = new FaceButton(qt(words().text("Check for updates")), FaceButton::Face::plain, row);
+    check_->setEnabled(update_.has_value());
+    connect(check_, &FaceButton::clicked, this, [this] { check(); });
+    buttons->addWidget(check_);
+    download_ =
+        new FaceButton(qt(words().text("Open download page")), FaceButton::Face::plain, row);
+    download_->hide();
+    connect(download_, &FaceButton::clicked, this, std::move(openDownloads));
+    buttons->addWidget(download_);
+    buttons->addStretch();
+    line->addLayout(buttons);
+    section->add(row);
+}
+
+void UpdateSection::check() {
+    const bool hadFocus = check_->hasFocus();
+    check_->setEnabled(false);
+    next_ = hadFocus ? window()->focusWidget() : nullptr;
+    update_->check([this](const auto& result) { present(result); });
+}
+
+void UpdateSection::present(const UpdateCheck::Result& result) {
+    const auto outcome = outcomeOf(result);
+    status_->setPlain(qt(UpdateContent::statusText(outcome, result.version)));
+    const bool isNewer = outcome == UpdateContent::Outcome::newer;
+    advice_->setVisible(isNewer);
+    download_->setVisible(isNewer);
+    check_->setEnabled(true);
+    // Back to the button, unless the person has gone on meanwhile.
+    if (next_ && next_ == window()->focusWidget()) {
+        check_->setFocus();
+    }
+}
+
+} // namespace velmoran

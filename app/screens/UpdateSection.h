@@ -1,0 +1,37 @@
+// The part of the settings that says which version this is, and looks for a newer one when it is
+// told to. What it has found is gone with it. Owned by the settings; main thread.
+#pragma once
+
+#include "app/contents/UpdateContent.h"
+#include "app/web/UpdateCheck.h"
+
+#include <QPointer>
+#include <QWidget>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace velmoran {
+
+class FaceButton;
+class TextLabel;
+
+class UpdateSection final : public QWidget {
+public:
+    /// Without facts there is nobody to ask, and the button says so by being disabled.
+    UpdateSection(const std::string& running, std::optional<UpdateCheck::Facts> facts,
+                  std::function<void()> openDownloads, QWidget* parent);
+
+private:
+    void check();
+    void present(const UpdateCheck::Result& result);
+
+    std::optional<UpdateCheck> update_;
+    TextLabel* status_;
+    TextLabel* advice_;
+    FaceButton* check_;
+    FaceButton* download_;
+    QPointer<QWidget> next_; ///< to which the keyboard went from the button that was disabled
+};
+
+} // namespace velmoran

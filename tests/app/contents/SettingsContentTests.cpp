@@ -1,0 +1,168 @@
+#include "app/contents/SettingsContent.h"
+
+#include "app/contents/OnboardingPages.h"
+#include "app/contents/UpdateContent.h"
+#include "app/model/MemorySettings.h"
+#include "app/translations/Catalogues.h"
+
+#include <algorithm>
+#include <gmock/gmock.h>
+
+namespace velmoran {
+namespace {
+
+using ::testing::ElementsAre;
+
+/// The words of one language on one platform, and the plain English ones again at the end.
+struct InWords {
+    explicit InWords(const char* locale, Platform platform = Platform::macOS) {
+        setWords(Localizer(locale, "UTC", catalogues(locale, platform)));
+    }
+    InWords(const InWords&) = delete;
+    InWords& operator=(const InWords&) = delete;
+    ~InWords() { setWords(Localizer()); }
+};
+
+std::vector<std::string> titles(const std::vector<SettingsContent::Toggle>& toggles) {
+    std::vector<std::string> result;
+    for (const auto& toggle : toggles) {
+        result.push_back(toggle.title);
+    }
+    return result;
+}
+
+TEST(SettingsContent, NamesLanguagesInTheirOwnWords) {
+    for (const char* locale : {"en_US", "de_DE"}) {
+        const InWords in(locale);
+        const auto languages = SettingsContent::languages();
+        ASSERT_EQ(languages.entries.size(), 2U);
+        EXPECT_EQ(languages.entries[0].value, "en");
+        EXPECT_EQ(languages.entries[0].label, "English");
+        EXPECT_EQ(languages.entries[1].value, "de");
+        EXPECT_EQ(languages.entries[1].label, "Deutsch");
+    }
+}
+
+TEST(SettingsContent, StartsInOneOfItsLanguages) {
+    EXPECT_EQ(SettingsContent::startLanguage(), "en");
+    {
+        const InWords in("de_AT.UTF-8");
+        EXPECT_EQ(SettingsContent::startLanguage(), "de");
+    }
+    const InWords in("fr_FR");
+    EXPECT_EQ(SettingsContent::startLanguage(), "en") << "there is no French";
+}
+
+TEST(SettingsContent, TheChosenLanguageIsTheOneAtTheStartUntilOneIsChosen) {
+    MemorySettings memory;
+    SettingsStore settings(memory);
+    EXPECT_EQ(SettingsContent::chosenLanguage(settings), "en");
+    settings.language.set("de");
+    EXPECT_EQ(SettingsContent::chosenLanguage(settings), "de");
+}
+
+TEST(SettingsContent, HasTheQuickStopInItsOrder) {
+    EXPECT_THAT(titles(SettingsContent::quickStop(false)),
+                ElementsAre("Floating stop button", "Ask before closing a browser",
+                            "Keyboard shortcut ⌃⌥⌘."));
+    const auto shortcut = SettingsContent::quickStop(false).back();
+    EXPECT_EQ(shortcut.field, &SettingsStore::stopShortcutOn);
+    EXPECT_EQ(shortcut.note, "Press Control, Option, Command and the . key to stop the camera and "
+                             "microphone from any app.");
+    EXPECT_EQ(SettingsContent::quickStop(true).back().note,
+              "macOS didn't give Velmoran this shortcut. Another app may be using it.");
+}
+
+TEST(SettingsContent, NamesTheKeysThatAKeyboardHas) {
+    const InWords in("en_US", Platform::linux);
+    const auto shortcut = SettingsContent::quickStop(false).back();
+    EXPECT_EQ(shortcut.title, "Keyboard shortcut Control+Alt+Super+.");
+    EXPECT_EQ(shortcut.note, "Press Control, Alt, Super and the . key to stop the camera and "
+                             "microphone from any app.");
+}
+
+TEST(SettingsContent, LooksAgainAfterWhatDecidesOnUses) {
+    const auto toggles = SettingsContent::watching();
+    EXPECT_THAT(titles(toggles),
+                ElementsAre("Mute speakers when headphones disconnect", "Monitor speaker use",
+                            "Hide system sounds", "Ignore macOS's own listening"));
+    std::vector<bool> looks;
+    for (const auto& toggle : toggles) {
+        looks.push_back(toggle.decidesWhatCounts);
+    }
+    EXPECT_THAT(looks, ElementsAre(false, true, false, true));
+}
+
+TEST(SettingsContent, OffersThreePeriodsAndSaysAnother) {
+    const auto usual = SettingsContent::retention(90);
+    ASSERT_EQ(usual.entries.size(), 3U);
+    EXPECT_EQ(usual.entries[0], (SettingsContent::Picker<int>::Entry{30, "30 days"}));
+    EXPECT_EQ(usual.entries[1], (SettingsContent::Picker<int>::Entry{90, "90 days"}));
+    EXPECT_EQ(usual.entries[2], (SettingsContent::Picker<int>::Entry{365, "1 year"}));
+    EXPECT_EQ(usual.other, "");
+    EXPECT_EQ(SettingsContent::retention(45).entries, usual.entries);
+    EXPECT_EQ(SettingsContent::retention(45).other, "Days: 45");
+}
+
+TEST(SettingsContent, StandardNoticesHideOrStay) {
+    const auto picker = SettingsContent::standardNotices();
+    ASSERT_EQ(picker.entries.size(), 2U);
+    EXPECT_EQ(picker.entries[0].label, "Hide after 8 s");
+    EXPECT_FALSE(picker.entries[0].value);
+    EXPECT_EQ(picker.entries[1].label, "Stay until closed");
+    EXPECT_TRUE(picker.entries[1].value);
+}
+
+TEST(UpdateContent, SaysWhatALookHasComeTo) {
+    using UpdateContent::Outcome;
+    EXPECT_EQ(UpdateContent::versionText("1.9"), "Version 1.9");
+    EXPECT_EQ(UpdateContent::statusText({}), "Velmoran only looks for a new version when you ask.");
+    EXPECT_EQ(UpdateContent::statusText(Outcome::upToDate), "You have the newest version.");
+    EXPECT_EQ(UpdateContent::statusText(Outcome::failed),
+              "The website couldn't be reached. Try again later.");
+    EXPECT_EQ(UpdateContent::statusText(Outcome::newer, "1.10"), "Version 1.10 is available.");
+}
+
+TEST(UpdateContent, LetsNoVersionFillTheWindow) {
+    using UpdateContent::Outcome;
+    const auto text =
+        UpdateContent::statusText(Outcome::newer, "9\n\n" + std::string(50000, 'x') + "\n1");
+    EXPECT_LT(text.size(), 100U);
+    EXPECT_EQ(text.find('\n'), std::string::npos);
+}
+
+TEST(OnboardingPages, SayWhatTheProgramDoesInOrder) {
+    std::vector<std::string> symbols;
+    std::vector<std::string> heads;
+    for (const auto& page : OnboardingPages::pages()) {
+        symbols.push_back(page.symbol);
+        heads.push_back(page.title);
+    }
+    EXPECT_THAT(symbols,
+                ElementsAre("video.fill", "hand.raised.fill", "eye.slash.fill", "lock.fill"));
+    EXPECT_THAT(heads, ElementsAre("Know who's using your camera", "Quick warning. Full control.",
+                                   "It never records you", "Everything stays on this Mac"));
+    EXPECT_EQ(OnboardingPages::last().title, "Velmoran lives here");
+}
+
+TEST(OnboardingPages, TheWaysToReactStandOnLinesOfTheirOwn) {
+    for (const char* locale : {"en_US", "de_DE"}) {
+        for (const auto platform : {Platform::macOS, Platform::linux}) {
+            const InWords in(locale, platform);
+            const auto text = OnboardingPages::pages()[1].text;
+            const auto paragraph = text.find("\n\n");
+            ASSERT_NE(paragraph, std::string::npos) << text;
+            const auto second = text.find('\n', paragraph + 2);
+            ASSERT_NE(second, std::string::npos) << text;
+            EXPECT_EQ(text.find('\n', second + 1), std::string::npos) << text;
+        }
+    }
+}
+
+TEST(OnboardingPages, CountTheirSteps) {
+    EXPECT_EQ(OnboardingPages::stepText(0, 4), "Step 1 of 5");
+    EXPECT_EQ(OnboardingPages::stepText(4, 4), "Step 5 of 5");
+}
+
+} // namespace
+} // namespace velmoran

@@ -1,0 +1,168 @@
+#include "app/screens/SettingsFixture.h"
+#include "app/screens/TrustListSection.h"
+
+#include <QPointer>
+#include <gmock/gmock.h>
+
+namespace velmoran {
+namespace {
+
+using ::velmoran::testing::appNamed;
+using ::velmoran::testing::button;
+using ::velmoran::testing::says;
+using ::velmoran::testing::SettingsFixture;
+
+constexpr const char* siriPath = "/System/Library/corespeechd";
+
+struct TrustListSectionTest : SettingsFixture {
+    TrustListSectionTest() {
+        machine.script.signingIDs[siriPath] = "com.apple.corespeechd";
+        launch();
+        siri.path = siriPath;
+    }
+
+    AppIdentity meet = appNamed("Meet");
+    AppIdentity siri = appNamed("Siri");
+
+    const QWidget& list(const char* name) const {
+        const auto* found = view->findChild<TrustListSection*>(QString::fromLatin1(name));
+        if (!found) {
+            throw std::runtime_error("no such list");
+        }
+        return *found;
+    }
+    const QWidget& trusted() const { return list("trustedApps"); }
+    const QWidget& warning() const { return list("alwaysWarningApps"); }
+};
+
+TEST_F(TrustListSectionTest, SaysHowToAddAnApp) {
+    show();
+    EXPECT_TRUE(says(trusted(), "Trusted apps"));
+    EXPECT_TRUE(
+        says(trusted(), "No trusted apps yet. Choose \"Trust this app\" on a notice to add one."));
+    EXPECT_TRUE(says(warning(), "Always warn"));
+    EXPECT_TRUE(says(warning(), "No apps here yet. You can add one from an event's details."));
+}
+
+TEST_F(TrustListSectionTest, FollowsWhatIsDecidedElsewhere) {
+    show();
+    model->setTrusted(true, meet, {Device::microphone, Device::camera});
+    EXPECT_TRUE(says(trusted(), "Meet"));
+    EXPECT_TRUE(says(trusted(), "camera, microphone"));
+    EXPECT_FALSE(says(warning(), "Meet"));
+    model->setAlwaysWarn(true, meet, {Device::camera});
+    EXPECT_TRUE(says(warning(), "Meet"));
+    EXPECT_TRUE(says(warning(), "camera"));
+    model->setTrusted(false, meet, {Device::microphone, Device::camera});
+    EXPECT_FALSE(says(trusted(), "Meet"));
+    EXPECT_TRUE(says(warning(), "Meet"));
+}
+
+TEST_F(TrustListSectionTest, DistrustsOnlyAfterAQuestion) {
+    model->setTrusted(true, meet, {Device::camera, Device::microphone});
+    model->setAlwaysWarn(true, meet, {Device::microphone});
+    show();
+    auto* distrust = button(trusted(), "Distrust");
+    ASSERT_TRUE(distrust);
+    EXPECT_EQ(distrust->accessibleDescription(), "Distrust Meet");
+    distrust->click();
+    ASSERT_TRUE(question());
+    EXPECT_TRUE(says(*question(), "Stop trusting Meet?"));
+    EXPECT_TRUE(says(*question(), "Meet keeps working. Velmoran will show a notice again the next "
+                                  "time it uses the camera and microphone."));
+    answer("Cancel");
+    EXPECT_TRUE(model->trust->isTrusted(meet, Device::camera));
+    button(trusted(), "Distrust")->click();
+    answer("Distrust");
+    EXPECT_FALSE(model->trust->isTrusted(meet, Device::camera));
+    EXPECT_FALSE(model->trust->isTrusted(meet, Device::microphone));
+    EXPECT_TRUE(model->trust->alwaysWarns(meet, Device::microphone)) << "another decision";
+    EXPECT_FALSE(says(trusted(), "Meet"));
+}
+
+TEST_F(TrustListSectionTest, RemovesFromTheAlwaysWarningAtOnce) {
+    model->setTrusted(true, meet, {Device::camera});
+    model->setAlwaysWarn(true, meet, {Device::camera});
+    show();
+    auto* remove = button(warning(), "Remove");
+    ASSERT_TRUE(remove);
+    EXPECT_EQ(remove->accessibleDescription(), "Remove Meet");
+    remove->click();
+    QApplication::processEvents();
+    EXPECT_FALSE(question());
+    EXPECT_FALSE(model->trust->alwaysWarns(meet, Device::camera));
+    EXPECT_TRUE(model->trust->isTrusted(meet, Device::camera)) << "another decision";
+    EXPECT_FALSE(says(warning(), "Meet"));
+}
+
+TEST_F(TrustListSectionTest, StopsNobody) {
+    launchWatching();
+    receive(camera({velmoran::testing::appRef("Meet")}));
+    model->setTrusted(true, meet, {Device::camera});
+    show();
+    button(trusted(), "Distrust")->click();
+    answer("Distrust");
+    EXPECT_EQ(model->openSessions->size(), 1U);
+    EXPECT_FALSE(*model->isStopping);
+}
+
+TEST_F(TrustListSectionTest, WithPartsOfTheSystemAloneShowsTheNoteAndTheSwitch) {
+    model->setTrusted(true, siri, {Device::microphone});
+    show();
+    EXPECT_TRUE(
+        says(trusted(), "No trusted apps yet. Choose \"Trust this app\" on a notice to add one."));
+    auto* shows = button(trusted(), "Show macOS system processes (1)");
+    ASSERT_TRUE(shows);
+    EXPECT_FALSE(says(trusted(), "macOS system processes"));
+    EXPECT_FALSE(button(trusted(), "Distrust"));
+    shows->click();
+    QApplication::processEvents();
+    EXPECT_TRUE(says(trusted(), "macOS system processes"));
+    EXPECT_TRUE(says(trusted(), "Siri"));
+    button(trusted(), "Distrust")->click();
+    EXPECT_TRUE(says(*question(),
+                     "Siri is part of macOS. Listens for “Hey Siri” and voice commands, and runs "
+                     "dictation. It often turns the microphone on for a second or two. It keeps "
+                     "working either way. Velmoran will only show a notice again the next time it "
+                     "uses the microphone under its own name."));
+    answer("Distrust");
+    EXPECT_FALSE(model->trust->isTrusted(siri, Device::microphone));
+    EXPECT_FALSE(button(trusted(), "Show macOS system processes (1)"));
+}
+
+TEST_F(TrustListSectionTest, ShowsPartsOfTheSystemInTheListsApart) {
+    model->setTrusted(true, siri, {Device::microphone});
+    model->setAlwaysWarn(true, siri, {Device::microphone});
+    show();
+    button(trusted(), "Show macOS system processes (1)")->click();
+    QApplication::processEvents();
+    EXPECT_TRUE(says(trusted(), "Siri"));
+    EXPECT_FALSE(says(warning(), "Siri"));
+}
+
+TEST_F(TrustListSectionTest, ShowsAnyNameAsPlainText) {
+    for (const auto& name : {std::string("<b>Evil</b>\n\xE2\x80\xAE & Co"), std::string(),
+                             std::string(10000, 'W'), std::string("\xFF\xFE")}) {
+        model->setTrusted(true, appNamed(name), {Device::camera});
+    }
+    show();
+    EXPECT_EQ(view->width(), 480);
+    const auto buttons = velmoran::testing::allOf<QAbstractButton>(trusted());
+    for (const auto* each : buttons) {
+        EXPECT_LE(each->mapTo(view.get(), QPoint(each->width(), 0)).x(), 480);
+        EXPECT_FALSE(each->toolTip().contains(QStringLiteral("<b>")));
+    }
+    EXPECT_FALSE(says(trusted(), "Evil & Co"));
+}
+
+TEST_F(TrustListSectionTest, KeepsTheRowsWhileARuleOfAnotherListChanges) {
+    model->setTrusted(true, meet, {Device::camera});
+    show();
+    const QPointer<QAbstractButton> before = button(trusted(), "Distrust");
+    model->setAlwaysWarn(true, siri, {Device::microphone});
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(button(trusted(), "Distrust"), before.data());
+}
+
+} // namespace
+} // namespace velmoran
