@@ -229,7 +229,7 @@ void SettingsView::addQuickStop() {
     line->addStretch();
 
     auto* group = new QVBoxLayout;
-    group->setSpacing(betweenParts);
+    group->setSpacing(betweenParts / 2);
     column_->addLayout(group);
     group->addWidget(heading);
     auto* section = new FormSection({}, column_->parentWidget());

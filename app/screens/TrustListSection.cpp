@@ -15,6 +15,7 @@ namespace {
 
 constexpr int imagePoints = 24;
 constexpr int betweenParts = 8;
+constexpr int rowMargin = 6;
 constexpr int betweenLines = 2;
 
 QString qt(const std::string& text) {
@@ -48,8 +49,10 @@ void TrustListSection::refresh() {
 void TrustListSection::build() {
     section_->clear();
     if (shown_.apps.empty()) {
-        section_->add(new TextLabel(qt(TrustEntries::emptyNote(kind_)), TextStyle::body,
-                                    Ink::secondary, section_));
+        auto* note = new TextLabel(qt(TrustEntries::emptyNote(kind_)), TextStyle::body,
+                                   Ink::secondary, section_);
+        note->setContentsMargins(0, rowMargin, 0, rowMargin);
+        section_->add(note);
     }
     for (const auto& entry : shown_.apps) {
         section_->add(makeRow(entry));
@@ -68,8 +71,10 @@ void TrustListSection::build() {
     if (!showsSystemProcesses_) {
         return;
     }
-    section_->addPlain(new LineLabel(qt(TrustEntries::systemProcessesHeading()),
-                                     TextStyle::headline, Ink::text, section_));
+    auto* heading = new TextLabel(qt(TrustEntries::systemProcessesHeading()), TextStyle::headline,
+                                  Ink::text, section_);
+    heading->setContentsMargins(0, betweenParts, 0, 0);
+    section_->addPlain(heading);
     for (const auto& entry : shown_.systemProcesses) {
         section_->add(makeRow(entry));
     }
@@ -78,7 +83,7 @@ void TrustListSection::build() {
 QWidget* TrustListSection::makeRow(const TrustEntry& entry) {
     auto* row = new QWidget(section_);
     auto* line = new QHBoxLayout(row);
-    line->setContentsMargins({});
+    line->setContentsMargins(0, rowMargin, 0, rowMargin);
     line->setSpacing(betweenParts);
     line->addWidget(new AppImage(context_.picture, entry.app, imagePoints, row));
     auto* column = new QVBoxLayout;

@@ -13,6 +13,7 @@ namespace velmoran {
 namespace {
 
 constexpr int betweenParts = 8;
+constexpr int rowMargin = 6;
 constexpr int betweenLines = 2;
 
 QString qt(const std::string& text) {
@@ -41,7 +42,7 @@ UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateChe
     whole->addWidget(section);
     auto* row = new QWidget(section);
     auto* line = new QHBoxLayout(row);
-    line->setContentsMargins({});
+    line->setContentsMargins(0, rowMargin, 0, rowMargin);
     line->setSpacing(betweenParts);
 
     auto* texts = new QVBoxLayout;

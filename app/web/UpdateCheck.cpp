@@ -65,15 +65,13 @@ void UpdateCheck::check(Done done) {
                      [this](int code, QProcess::ExitStatus status) {
                          finish(status == QProcess::NormalExit && code == 0);
                      });
-    QObject::connect(
-        process_.get(), &QProcess::errorOccurred, process_.get(),
-        [this](QProcess::ProcessError error) {
-            if (error == QProcess::FailedToStart) {
-                finish(false);
-            }
-        },
-        // It may come before `start` has returned.
-        Qt::QueuedConnection);
+    QObject::connect(process_.get(), &QProcess::errorOccurred, process_.get(),
+                     [this](QProcess::ProcessError error) {
+                         if (error == QProcess::FailedToStart) {
+                             // Not here: `start` may not have returned yet.
+                             deadline_.start(0);
+                         }
+                     });
     deadline_.start(static_cast<int>(std::lround(facts_.within * millisecondsPerSecond)));
     process_->start(facts_.program, {QString::fromStdString(facts_.address)});
 }
