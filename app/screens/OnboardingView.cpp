@@ -2,6 +2,7 @@
 
 #include "app/controls/Choices.h"
 #include "app/controls/Labels.h"
+#include "app/screens/ScreenText.h"
 #include "core/text/Localizer.h"
 
 #include <QHBoxLayout>
@@ -13,24 +14,18 @@ namespace velmoran {
 
 namespace {
 
-constexpr QSize windowSize(460, 400);
-constexpr int margin = 20;
-constexpr int sides = 40; ///< of the page
-constexpr int symbolPoints = 48;
-constexpr int betweenParts = 8;
-constexpr int betweenThings = 12;
+constexpr QSize onboardingSize(460, 400);
+constexpr int edge = 20;
+constexpr int pageSides = 40;
+constexpr int largeSymbol = 48;
+constexpr int underSymbol = 12;
 constexpr int aboveSymbol = 16;
-
-QString qt(const std::string& text) {
-    return QString::fromStdString(text);
-}
+constexpr int betweenButtons = 8;
 
 /// The program's icon as it stands in the tray while nothing is on, larger.
 class IdleIcon final : public QWidget {
 public:
-    explicit IdleIcon(QWidget* parent) : QWidget(parent) {
-        setFixedSize(symbolPoints, symbolPoints);
-    }
+    explicit IdleIcon(QWidget* parent) : QWidget(parent) { setFixedSize(largeSymbol, largeSymbol); }
 
 protected:
     void paintEvent(QPaintEvent*) override {
@@ -41,7 +36,7 @@ protected:
         const QRectF square(0, 0, side, side);
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.scale(symbolPoints / side, symbolPoints / side);
+        painter.scale(largeSymbol / side, largeSymbol / side);
         const auto ink = palette().color(QPalette::WindowText);
         painter.setPen(QPen(ink, width));
         painter.drawEllipse(square.adjusted(ring, ring, -ring, -ring));
@@ -59,7 +54,7 @@ OnboardingView::OnboardingView(ScreenContext context, LoginItem& loginItem,
       context_(std::move(context)),
       loginItem_(loginItem),
       finish_(std::move(finish)),
-      symbol_(new SymbolLabel(qt(pages_.front().symbol), symbolPoints, Ink::text, this)),
+      symbol_(new SymbolLabel(qt(pages_.front().symbol), largeSymbol, Ink::text, this)),
       icon_(new IdleIcon(this)),
       title_(new TextLabel({}, TextStyle::title3, Ink::text, this)),
       text_(new TextLabel({}, TextStyle::body, Ink::text, this)) {
@@ -74,8 +69,8 @@ OnboardingView::OnboardingView(ScreenContext context, LoginItem& loginItem,
     openAtLogin_ = new FormRow(login, {}, opensAtLogin_, this);
 
     auto* page = new QVBoxLayout;
-    page->setContentsMargins(sides, 0, sides, 0);
-    page->setSpacing(betweenThings);
+    page->setContentsMargins(pageSides, 0, pageSides, 0);
+    page->setSpacing(underSymbol);
     page->addSpacing(aboveSymbol);
     page->addWidget(symbol_, 0, Qt::AlignHCenter);
     page->addWidget(icon_, 0, Qt::AlignHCenter);
@@ -85,21 +80,21 @@ OnboardingView::OnboardingView(ScreenContext context, LoginItem& loginItem,
     page->addStretch();
 
     auto* whole = new QVBoxLayout(this);
-    whole->setContentsMargins(margin, margin, margin, margin);
+    whole->setContentsMargins(edge, edge, edge, edge);
     whole->addLayout(page, 1);
     whole->addWidget(makeButtons());
     showStep();
 }
 
 QSize OnboardingView::sizeHint() const {
-    return windowSize;
+    return onboardingSize;
 }
 
 QWidget* OnboardingView::makeButtons() {
     auto* bar = new QWidget(this);
     auto* line = new QHBoxLayout(bar);
     line->setContentsMargins({});
-    line->setSpacing(betweenParts);
+    line->setSpacing(betweenButtons);
     stepText_ = new LineLabel({}, TextStyle::caption, Ink::secondary, bar);
     stepText_->setObjectName(QStringLiteral("onboardingStep"));
     line->addWidget(stepText_, 1);

@@ -3,6 +3,8 @@
 #include "app/controls/Choices.h"
 #include "app/controls/Groups.h"
 #include "app/controls/Labels.h"
+#include "app/screens/ScreenText.h"
+#include "app/screens/SettingsMeasures.h"
 #include "app/screens/TrustListSection.h"
 #include "app/screens/UpdateSection.h"
 #include "core/text/Localizer.h"
@@ -22,18 +24,6 @@ namespace {
 
 using SettingsContent::Picker;
 
-constexpr QSize windowSize(480, 620);
-constexpr int margin = 20;
-constexpr int betweenSections = 20;
-constexpr int betweenParts = 8;
-constexpr int noteWidth = 300;
-constexpr int infoPoints = 16;
-constexpr int infoSide = 24;
-
-QString qt(const std::string& text) {
-    return QString::fromStdString(text);
-}
-
 template <class T>
 QComboBox* pickerOf(const Picker<T>& content, QWidget* parent) {
     QList<QString> labels;
@@ -52,7 +42,7 @@ void offer(QComboBox* box, const Picker<T>& content, const Choose& choose) {
 }
 
 template <class T>
-void present(QComboBox* box, const Picker<T>& content, const T& value) {
+void showIn(QComboBox* box, const Picker<T>& content, const T& value) {
     const QSignalBlocker quiet(box);
     const auto found = std::ranges::find(content.entries, value, &Picker<T>::Entry::value);
     box->setPlaceholderText(qt(content.other));
@@ -82,8 +72,9 @@ SettingsView::SettingsView(ScreenContext context, LoginItem& loginItem, QWidget*
     auto* form = new QWidget(scroll);
     scroll->setWidget(form);
     column_ = new QVBoxLayout(form);
-    column_->setContentsMargins(margin, margin, margin, margin);
-    column_->setSpacing(betweenSections);
+    column_->setContentsMargins(SettingsMeasures::windowMargin, SettingsMeasures::windowMargin,
+                                SettingsMeasures::windowMargin, SettingsMeasures::windowMargin);
+    column_->setSpacing(SettingsMeasures::betweenSections);
 
     auto* notSaved =
         new TextLabel(qt(words().text("The settings couldn't be saved. What is chosen here holds "
@@ -109,7 +100,7 @@ SettingsView::SettingsView(ScreenContext context, LoginItem& loginItem, QWidget*
 }
 
 QSize SettingsView::sizeHint() const {
-    return windowSize;
+    return SettingsMeasures::windowSize;
 }
 
 void SettingsView::showEvent(QShowEvent* event) {
@@ -194,7 +185,7 @@ void SettingsView::changeLoginItem(bool on) {
 
 void SettingsView::followLanguage() {
     const auto chosen = SettingsContent::chosenLanguage(model_.settings);
-    present(language_, SettingsContent::languages(), chosen);
+    showIn(language_, SettingsContent::languages(), chosen);
     restart_->setVisible(chosen != SettingsContent::startLanguage());
 }
 
@@ -206,7 +197,7 @@ void SettingsView::addNotices() {
     offer(picker, content, [this](bool stay) { model_.settings.standardNoticesStay.set(stay); });
     section->add(new FormRow(qt(content.title), qt(content.note), picker, section));
     const auto follow = [picker, content](bool stay) {
-        present(picker, content, stay);
+        showIn(picker, content, stay);
     };
     follow(*model_.settings.standardNoticesStay);
     watching_.push_back(model_.settings.standardNoticesStay.subscribe(follow));
@@ -216,10 +207,11 @@ void SettingsView::addQuickStop() {
     auto* heading = new QWidget(column_->parentWidget());
     auto* line = new QHBoxLayout(heading);
     line->setContentsMargins({});
-    line->setSpacing(betweenParts / 2);
+    line->setSpacing(SettingsMeasures::betweenParts / 2);
     line->addWidget(new LineLabel(qt(words().text("Quick stop for camera and microphone")),
                                   TextStyle::headline, Ink::text, heading, false));
-    auto* about = new SymbolButton(QStringLiteral("info.circle"), infoPoints, infoSide, heading);
+    auto* about = new SymbolButton(QStringLiteral("info.circle"), SettingsMeasures::infoPoints,
+                                   SettingsMeasures::infoSide, heading);
     const auto label = qt(words().text("About quick stop"));
     about->setWords(label, label);
     about->setInk(Ink::secondary);
@@ -229,7 +221,7 @@ void SettingsView::addQuickStop() {
     line->addStretch();
 
     auto* group = new QVBoxLayout;
-    group->setSpacing(betweenParts / 2);
+    group->setSpacing(SettingsMeasures::betweenParts / 2);
     column_->addLayout(group);
     group->addWidget(heading);
     auto* section = new FormSection({}, column_->parentWidget());
@@ -254,10 +246,10 @@ void SettingsView::showQuickStopNote(QWidget* at) {
     auto* note = new QWidget;
     note->setObjectName(QStringLiteral("quickStopNote"));
     auto* column = new QVBoxLayout(note);
-    column->setSpacing(betweenParts);
+    column->setSpacing(SettingsMeasures::betweenParts);
     const auto add = [&](const std::string& text, TextStyle style) {
         auto* label = new TextLabel(qt(text), style, Ink::text, note);
-        label->setFixedWidth(noteWidth);
+        label->setFixedWidth(SettingsMeasures::noteWidth);
         column->addWidget(label);
     };
     add(words().text("Two faster ways to stop"), TextStyle::headline);
@@ -288,7 +280,7 @@ void SettingsView::addHistory() {
     });
     section->add(new FormRow(qt(content.title), {}, picker, section));
     const auto follow = [picker](int days) {
-        present(picker, SettingsContent::retention(days), days);
+        showIn(picker, SettingsContent::retention(days), days);
     };
     follow(*model_.settings.retentionDays);
     watching_.push_back(model_.settings.retentionDays.subscribe(follow));
@@ -350,7 +342,7 @@ void SettingsView::addAbout() {
     auto* last = new QWidget(column_->parentWidget());
     auto* line = new QHBoxLayout(last);
     line->setContentsMargins({});
-    line->setSpacing(betweenParts);
+    line->setSpacing(SettingsMeasures::betweenParts);
     line->addStretch();
     line->addWidget(new LineLabel(qt(words().text("Velmoran %@", {version.toStdString()})),
                                   TextStyle::caption, Ink::secondary, last, false));

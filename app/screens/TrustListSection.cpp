@@ -4,25 +4,15 @@
 #include "app/controls/Choices.h"
 #include "app/controls/Groups.h"
 #include "app/controls/Labels.h"
+#include "app/screens/AppNameView.h"
+#include "app/screens/ScreenText.h"
+#include "app/screens/SettingsMeasures.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 #include <utility>
 
 namespace velmoran {
-
-namespace {
-
-constexpr int imagePoints = 24;
-constexpr int betweenParts = 8;
-constexpr int rowMargin = 6;
-constexpr int betweenLines = 2;
-
-QString qt(const std::string& text) {
-    return QString::fromStdString(text);
-}
-
-} // namespace
 
 TrustListSection::TrustListSection(ScreenContext context, TrustKind kind, QWidget* parent)
     : QWidget(parent),
@@ -51,7 +41,7 @@ void TrustListSection::build() {
     if (shown_.apps.empty()) {
         auto* note = new TextLabel(qt(TrustEntries::emptyNote(kind_)), TextStyle::body,
                                    Ink::secondary, section_);
-        note->setContentsMargins(0, rowMargin, 0, rowMargin);
+        note->setContentsMargins(0, SettingsMeasures::rowMargin, 0, SettingsMeasures::rowMargin);
         section_->add(note);
     }
     for (const auto& entry : shown_.apps) {
@@ -73,7 +63,7 @@ void TrustListSection::build() {
     }
     auto* heading = new TextLabel(qt(TrustEntries::systemProcessesHeading()), TextStyle::headline,
                                   Ink::text, section_);
-    heading->setContentsMargins(0, betweenParts, 0, 0);
+    heading->setContentsMargins(0, SettingsMeasures::betweenParts, 0, 0);
     section_->addPlain(heading);
     for (const auto& entry : shown_.systemProcesses) {
         section_->add(makeRow(entry));
@@ -83,12 +73,18 @@ void TrustListSection::build() {
 QWidget* TrustListSection::makeRow(const TrustEntry& entry) {
     auto* row = new QWidget(section_);
     auto* line = new QHBoxLayout(row);
-    line->setContentsMargins(0, rowMargin, 0, rowMargin);
-    line->setSpacing(betweenParts);
-    line->addWidget(new AppImage(context_.picture, entry.app, imagePoints, row));
+    line->setContentsMargins(0, SettingsMeasures::rowMargin, 0, SettingsMeasures::rowMargin);
+    line->setSpacing(SettingsMeasures::betweenParts);
+    line->addWidget(new AppImage(context_.picture, entry.app, SettingsMeasures::imagePoints, row));
     auto* column = new QVBoxLayout;
-    column->setSpacing(betweenLines);
-    column->addWidget(new LineLabel(qt(entry.app.name), TextStyle::body, Ink::text, row));
+    column->setSpacing(SettingsMeasures::betweenLines);
+    if (entry.process) {
+        auto* name = new AppNameView(row, TextStyle::body);
+        name->present(entry.app, SystemProcessContent::of(entry.app.name, *entry.process));
+        column->addWidget(name);
+    } else {
+        column->addWidget(new LineLabel(qt(entry.app.name), TextStyle::body, Ink::text, row));
+    }
     column->addWidget(
         new LineLabel(qt(entry.deviceWords()), TextStyle::caption, Ink::secondary, row));
     line->addLayout(column, 1);

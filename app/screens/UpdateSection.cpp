@@ -2,6 +2,8 @@
 
 #include "app/controls/Groups.h"
 #include "app/controls/Labels.h"
+#include "app/screens/ScreenText.h"
+#include "app/screens/SettingsMeasures.h"
 #include "core/text/Localizer.h"
 
 #include <QHBoxLayout>
@@ -11,14 +13,6 @@
 namespace velmoran {
 
 namespace {
-
-constexpr int betweenParts = 8;
-constexpr int rowMargin = 6;
-constexpr int betweenLines = 2;
-
-QString qt(const std::string& text) {
-    return QString::fromStdString(text);
-}
 
 UpdateContent::Outcome outcomeOf(const UpdateCheck::Result& result) {
     using Kind = UpdateCheck::Result::Kind;
@@ -42,11 +36,11 @@ UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateChe
     whole->addWidget(section);
     auto* row = new QWidget(section);
     auto* line = new QHBoxLayout(row);
-    line->setContentsMargins(0, rowMargin, 0, rowMargin);
-    line->setSpacing(betweenParts);
+    line->setContentsMargins(0, SettingsMeasures::rowMargin, 0, SettingsMeasures::rowMargin);
+    line->setSpacing(SettingsMeasures::betweenParts);
 
     auto* texts = new QVBoxLayout;
-    texts->setSpacing(betweenLines);
+    texts->setSpacing(SettingsMeasures::betweenLines);
     texts->addWidget(
         new LineLabel(qt(UpdateContent::versionText(running)), TextStyle::body, Ink::text, row));
     status_ =
@@ -60,7 +54,7 @@ UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateChe
     line->addLayout(texts, 1);
 
     auto* buttons = new QVBoxLayout;
-    buttons->setSpacing(betweenParts);
+    buttons->setSpacing(SettingsMeasures::betweenParts);
     check_ = new FaceButton(qt(words().text("Check for updates")), FaceButton::Face::plain, row);
     check_->setEnabled(update_.has_value());
     connect(check_, &FaceButton::clicked, this, [this] { check(); });
