@@ -1,9 +1,9 @@
 #include "app/screens/TrustListSection.h"
 
-#include "app/controls/Accessibility.h"
 #include "app/controls/Choices.h"
 #include "app/controls/Groups.h"
 #include "app/controls/Labels.h"
+#include "app/look/CardText.h"
 #include "app/screens/AppNameView.h"
 #include "app/screens/ScreenText.h"
 #include "app/screens/SettingsMeasures.h"
@@ -90,7 +90,7 @@ QWidget* TrustListSection::makeRow(const TrustEntry& entry) {
     line->addLayout(column, 1);
     auto* button = new FaceButton(qt(TrustEntries::action(kind_)), FaceButton::Face::plain, row);
     button->setAccessibleDescription(qt(TrustEntries::actionHelp(kind_, entry.app)));
-    button->setToolTip(plainToolTip(qt(TrustEntries::actionHelp(kind_, entry.app))));
+    button->setToolTip(plainToolTip(harmlessText(qt(TrustEntries::actionHelp(kind_, entry.app)))));
     connect(button, &FaceButton::clicked, this, [this, entry] { act(entry); });
     line->addWidget(button);
     return row;
