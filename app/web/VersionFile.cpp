@@ -5,7 +5,12 @@
 namespace velmoran {
 
 std::optional<std::string> newestVersion(std::string_view file) {
-    const auto json = Json::parse(file, nullptr, false);
+    // What stands deeper isn't kept: it may be so deep that taking it apart again overflows the
+    // stack.
+    const auto shallow = [](int depth, Json::parse_event_t, Json&) {
+        return depth <= 1;
+    };
+    const auto json = Json::parse(file, shallow, false);
     if (!json.is_object()) {
         return std::nullopt;
     }

@@ -44,8 +44,14 @@ struct TestLoginItem final : LoginItem {
 /// All of one kind in a window, hidden ones too.
 template <class T>
 std::vector<T*> allOf(const QWidget& in) {
-    const auto found = in.findChildren<T*>();
-    return {found.begin(), found.end()};
+    // Not by Qt's own look for a type, which takes any widget for one that has no meta object.
+    std::vector<T*> result;
+    for (auto* each : in.findChildren<QWidget*>()) {
+        if (auto* found = dynamic_cast<T*>(each)) {
+            result.push_back(found);
+        }
+    }
+    return result;
 }
 
 /// A button by its text or its accessible name, if it can be seen in its window.
