@@ -157,6 +157,7 @@ void SettingsView::addStart() {
                                       "Settings > General > Login Items.")),
                       TextStyle::caption, Ink::warning, section);
     loginItemFailed_->setObjectName(QStringLiteral("loginItemFailed"));
+    loginItemFailed_ = SettingsMeasures::inset(loginItemFailed_, 0, SettingsMeasures::rowMargin);
     joined(new FormRow(title, {}, openAtLogin_, section), loginItemFailed_);
 
     const auto languages = SettingsContent::languages();

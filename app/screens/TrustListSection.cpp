@@ -41,8 +41,8 @@ void TrustListSection::build() {
     if (shown_.apps.empty()) {
         auto* note = new TextLabel(qt(TrustEntries::emptyNote(kind_)), TextStyle::body,
                                    Ink::secondary, section_);
-        note->setContentsMargins(0, SettingsMeasures::rowMargin, 0, SettingsMeasures::rowMargin);
-        section_->add(note);
+        section_->add(SettingsMeasures::inset(note, SettingsMeasures::rowMargin,
+                                              SettingsMeasures::rowMargin));
     }
     for (const auto& entry : shown_.apps) {
         section_->add(makeRow(entry));
@@ -63,8 +63,8 @@ void TrustListSection::build() {
     }
     auto* heading = new TextLabel(qt(TrustEntries::systemProcessesHeading()), TextStyle::headline,
                                   Ink::text, section_);
-    heading->setContentsMargins(0, SettingsMeasures::betweenParts, 0, 0);
-    section_->addPlain(heading);
+    section_->addPlain(SettingsMeasures::inset(heading, SettingsMeasures::betweenThings,
+                                               SettingsMeasures::rowMargin));
     for (const auto& entry : shown_.systemProcesses) {
         section_->add(makeRow(entry));
     }
@@ -89,6 +89,7 @@ QWidget* TrustListSection::makeRow(const TrustEntry& entry) {
         new LineLabel(qt(entry.deviceWords()), TextStyle::caption, Ink::secondary, row));
     line->addLayout(column, 1);
     auto* button = new FaceButton(qt(TrustEntries::action(kind_)), FaceButton::Face::plain, row);
+    button->setSmall(true);
     button->setAccessibleDescription(qt(TrustEntries::actionHelp(kind_, entry.app)));
     button->setToolTip(plainToolTip(harmlessText(qt(TrustEntries::actionHelp(kind_, entry.app)))));
     connect(button, &FaceButton::clicked, this, [this, entry] { act(entry); });
