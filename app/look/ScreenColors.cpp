@@ -35,7 +35,7 @@ QColor visible(const QColor& wanted, const QColor& ground, const QColor& text, d
 } // namespace
 
 double contrast(const QColor& one, const QColor& other) {
-    const auto [dark, light] = std::minmax(luminance(one), luminance(other));
+    const auto [dark, light] = std::minmax({luminance(one), luminance(other)});
     return (light + 0.05) / (dark + 0.05);
 }
 

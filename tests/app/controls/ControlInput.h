@@ -33,7 +33,7 @@ inline void click(QWidget& widget) {
 /// In front, and laid out.
 inline void showWindow(QWidget& window) {
     window.show();
-    QApplication::setActiveWindow(&window);
+    window.activateWindow();
     QApplication::processEvents();
 }
 
