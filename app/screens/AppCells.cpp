@@ -63,6 +63,12 @@ int AppCells::nameWidth(const Place& place, const AppIdentity& app, const QFont&
     return std::min(room, QFontMetrics(font).horizontalAdvance(lineText(app.name)) + 1);
 }
 
+int AppCells::widthOf(const Place& place, const AppIdentity& app, const QFont& font) {
+    return place.pictureSide + place.gap +
+           QFontMetrics(font).horizontalAdvance(lineText(app.name)) + 1 +
+           (known(app).isSystem ? place.gap + infoSide : 0);
+}
+
 QRect AppCells::infoFrame(const Place& place, const AppIdentity& app, const QFont& font) {
     if (!known(app).isSystem) {
         return {};

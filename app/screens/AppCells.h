@@ -40,6 +40,8 @@ public:
     };
 
     void paint(QPainter& painter, const Place& place, const AppIdentity& app, const Style& style);
+    /// What all of it takes, the name uncut.
+    int widthOf(const Place& place, const AppIdentity& app, const QFont& font);
     /// Where the symbol is that says what a part of the system does; empty for any other app.
     QRect infoFrame(const Place& place, const AppIdentity& app, const QFont& font);
     /// The whole name, if the cell cuts it.

@@ -17,7 +17,7 @@ namespace velmoran {
 namespace {
 
 constexpr int margin = 20;
-constexpr int gap = 12;
+constexpr int gap = 10;
 
 int widest(const QFont& font, const std::vector<std::string>& texts) {
     const QFontMetrics metrics(font);
@@ -25,7 +25,7 @@ int widest(const QFont& font, const std::vector<std::string>& texts) {
     for (const auto& text : texts) {
         most = std::max(most, metrics.horizontalAdvance(QString::fromStdString(text)));
     }
-    return most;
+    return most + 2; // a text that just fits isn't cut
 }
 
 void drawPart(QPainter& painter, const QRect& frame, const std::string& text,
@@ -54,9 +54,12 @@ HistoryRows::HistoryRows(const ScreenContext& context, QWidget* parent)
 void HistoryRows::measure() {
     body_ = velmoran::font(TextStyle::body, font());
     digits_ = velmoran::font(TextStyle::tabular, font());
-    // Noon and a quarter to midnight: as long as a time of day is in any language.
-    timeWidth_ =
-        std::max(48, widest(digits_, {words().shortTime({43200}), words().shortTime({85500})}));
+    // Some hours are written wider than others.
+    std::vector<std::string> times;
+    for (int quarter = 0; quarter < 96; ++quarter) {
+        times.push_back(words().shortTime({quarter * 900.0 + 44 * 60}));
+    }
+    timeWidth_ = std::max(48, widest(digits_, times));
     devicesWidth_ = widest(body_, {words().list({words().text("camera"), words().text("mic")}),
                                    words().text("speaker")});
     labelWidth_ =
@@ -133,7 +136,8 @@ void HistoryRows::setContent(HistoryContent content) {
     list_->setItems(count, std::move(headings), place(current), place(top));
 }
 
-HistoryRows::Columns HistoryRows::columnsIn(const QRect& frame) const {
+HistoryRows::Columns HistoryRows::columnsIn(const QRect& frame, const std::string& devices,
+                                            const AppIdentity& app) const {
     const int top = frame.top();
     const int height = frame.height();
     const int right = frame.right() + 1 - margin;
@@ -143,8 +147,18 @@ HistoryRows::Columns HistoryRows::columnsIn(const QRect& frame) const {
     columns.label = {columns.trailing.left() - gap - labelWidth_, top, labelWidth_, height};
     columns.devices = {columns.label.left() - gap - devicesWidth_, top, devicesWidth_, height};
     const int appLeft = columns.time.right() + 1 + 8;
+    // A long name takes what the words beside it leave.
+    const int taken = std::min(devicesWidth_, widest(body_, {devices}));
+    const int wanted = cells_.widthOf({}, app, body_);
+    const int spare = std::max(0, appLeft + wanted + gap - columns.devices.left());
+    columns.devices.setLeft(columns.devices.left() + std::min(spare, devicesWidth_ - taken));
     columns.app = {appLeft, top, std::max(40, columns.devices.left() - gap - appLeft), height};
     return columns;
+}
+
+HistoryRows::Columns HistoryRows::columnsOf(int index, const QRect& frame) const {
+    const auto& shown = row(index);
+    return columnsIn(frame, rowText(shown, content_.now).devices, shown.app());
 }
 
 void HistoryRows::paintHeading(QPainter& painter, int index, const Look& look) const {
@@ -162,7 +176,7 @@ void HistoryRows::paint(QPainter& painter, int index, const Look& look) const {
     const ScreenColors colors(palette());
     const auto& shown = row(index);
     const auto text = rowText(shown, content_.now);
-    const auto columns = columnsIn(look.frame);
+    const auto columns = columnsIn(look.frame, text.devices, shown.app());
     if (look.isCurrent || look.isHovered) {
         painter.save();
         painter.setRenderHint(QPainter::Antialiasing);
@@ -202,7 +216,7 @@ QString HistoryRows::help(int index, const QRect& frame, QPoint place) const {
     if (list_->isHeading(index)) {
         return {};
     }
-    const auto columns = columnsIn(frame);
+    const auto columns = columnsOf(index, frame);
     return columns.app.contains(place)
                ? cells_.cutName({.frame = columns.app}, row(index).app(), body_)
                : QString();
@@ -211,7 +225,8 @@ QString HistoryRows::help(int index, const QRect& frame, QPoint place) const {
 void HistoryRows::press(int index, const QRect& frame, std::optional<QPoint> place) {
     // A copy: what it opens may change the list.
     const auto pressed = row(index);
-    const auto info = cells_.infoFrame({.frame = columnsIn(frame).app}, pressed.app(), body_);
+    const auto info =
+        cells_.infoFrame({.frame = columnsOf(index, frame).app}, pressed.app(), body_);
     if (place && info.adjusted(-4, -4, 4, 4).contains(*place)) {
         cells_.explain(pressed.app(), list_->viewport(), info);
         return;

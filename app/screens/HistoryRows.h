@@ -38,7 +38,8 @@ private:
     void press(int index, const QRect& frame, std::optional<QPoint> place) override;
 
     void measure();
-    Columns columnsIn(const QRect& frame) const;
+    Columns columnsIn(const QRect& frame, const std::string& devices, const AppIdentity& app) const;
+    Columns columnsOf(int index, const QRect& frame) const;
     void paintHeading(QPainter& painter, int index, const Look& look) const;
     /// The section that a line belongs to or is the heading of.
     std::size_t sectionOf(int index) const;

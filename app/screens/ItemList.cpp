@@ -223,8 +223,8 @@ void ItemList::paintEvent(QPaintEvent* event) {
         if (isCurrent && focusIsByKeyboard_) {
             painter.setRenderHint(QPainter::Antialiasing);
             painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(colors.text, 1));
-            painter.drawRoundedRect(QRectF(frame).adjusted(1.5, 1.5, -1.5, -1.5), 5, 5);
+            painter.setPen(QPen(colors.highlight, 2));
+            painter.drawRoundedRect(QRectF(frame).adjusted(9, 1, -9, -1), 6, 6);
         }
     }
 }

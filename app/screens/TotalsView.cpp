@@ -16,7 +16,7 @@ namespace {
 
 constexpr int side = 16;
 constexpr int inset = 16;
-constexpr int timeGap = 8;
+constexpr int timeGap = 6;
 
 constexpr std::array<HistoryRange, 2> periods = {HistoryRange::today, HistoryRange::week};
 
