@@ -211,6 +211,15 @@ struct InZone {
         return result;
     }
 
+    /// In milliseconds.
+    std::int32_t offset(UDate at) const {
+        UErrorCode status = U_ZERO_ERROR;
+        int32_t standard = 0;
+        int32_t summer = 0;
+        zone->getOffset(at, 0, standard, summer, status);
+        return standard + summer;
+    }
+
     std::string format(const icu::DateFormat& format, Timestamp time) const {
         const std::lock_guard lock(mutex);
         icu::UnicodeString result;
@@ -358,11 +367,7 @@ std::optional<Timestamp> Localizer::addingDays(Timestamp time, int days) const {
     }
     const auto here = facts_->now();
     const auto offset = [&here](UDate at) {
-        UErrorCode status = U_ZERO_ERROR;
-        int32_t standard = 0;
-        int32_t summer = 0;
-        here->zone->getOffset(at, 0, standard, summer, status);
-        return standard + summer;
+        return here->offset(at);
     };
     const auto moved = moment + days * 86'400'000.0;
     // But a zone that leaves out a whole day keeps its clocks.
@@ -371,6 +376,11 @@ std::optional<Timestamp> Localizer::addingDays(Timestamp time, int days) const {
     // instead.
     const bool isSkipped = change < 0 && offset(moved + change) != offset(moved);
     return timestamp(isSkipped ? moved : moved + change);
+}
+
+Seconds Localizer::offsetFromUTC(Timestamp time) const {
+    const auto moment = milliseconds(time);
+    return std::abs(moment) <= lastMoment ? facts_->now()->offset(moment) / 1000.0 : 0;
 }
 
 Timestamp Localizer::daysBefore(Timestamp now, int days) const {

@@ -55,6 +55,9 @@ public:
     /// `time` moved by that many calendar days, days being as long as they really are; nothing if
     /// the calendar gives no date.
     std::optional<Timestamp> addingDays(Timestamp time, int days) const;
+    /// How far the clocks on the wall are ahead of UTC at that moment; 0 if the calendar gives
+    /// none.
+    Seconds offsetFromUTC(Timestamp time) const;
     /// The moment that many calendar days before `now`; `now` itself if the calendar gives no date.
     Timestamp daysBefore(Timestamp now, int days) const;
 

@@ -1,6 +1,7 @@
 #include "core/text/PlainLine.h"
 
 #include <cstdint>
+#include <fmt/format.h>
 #include <unicode/utf8.h>
 
 namespace velmoran {
@@ -15,9 +16,9 @@ bool isObeyed(UChar32 character) {
     return isControl || endsLine || turnsDirection;
 }
 
-} // namespace
-
-std::string plainLine(const std::string& text) {
+/// The text with what `instead` gives for each character that is obeyed or isn't one (negative).
+template <class Instead>
+std::string replaced(const std::string& text, Instead instead) {
     std::string result;
     result.reserve(text.size());
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
@@ -26,16 +27,29 @@ std::string plainLine(const std::string& text) {
         const auto start = at;
         UChar32 character = 0;
         U8_NEXT(bytes, at, size, character);
-        if (character < 0) {
-            result += "\xEF\xBF\xBD"; // the replacement character
-        } else if (isObeyed(character)) {
-            result += ' ';
+        if (character < 0 || isObeyed(character)) {
+            result += instead(character);
         } else {
             result.append(text, static_cast<std::size_t>(start),
                           static_cast<std::size_t>(at - start));
         }
     }
     return result;
+}
+
+constexpr const char* replacementText = "\xEF\xBF\xBD"; // of what is malformed
+
+} // namespace
+
+std::string plainLine(const std::string& text) {
+    return replaced(text, [](UChar32 character) { return character < 0 ? replacementText : " "; });
+}
+
+std::string plainJson(const std::string& json) {
+    return replaced(json, [](UChar32 character) {
+        return character < 0 ? std::string(replacementText)
+                             : fmt::format("\\u{:04x}", static_cast<std::uint32_t>(character));
+    });
 }
 
 } // namespace velmoran

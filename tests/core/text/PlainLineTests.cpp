@@ -33,5 +33,13 @@ TEST(PlainLine, ReplacesWhatIsNotUtf8) {
               "a\uFFFD2Jb\uFFFD");
 }
 
+TEST(PlainLine, EscapesTheSameInJson) {
+    EXPECT_EQ(plainJson("{\"name\":\"Zoom ü\"}"), "{\"name\":\"Zoom ü\"}");
+    EXPECT_EQ(plainJson("\"a\xC2\x9B"
+                        "2J\x7F\u202E\u2028\""),
+              "\"a\\u009b2J\\u007f\\u202e\\u2028\"");
+    EXPECT_EQ(plainJson("\"a\xFF\""), "\"a\uFFFD\"");
+}
+
 } // namespace
 } // namespace velmoran
