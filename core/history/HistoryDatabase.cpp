@@ -1,32 +1,21 @@
 #include "core/history/HistoryDatabase.h"
 
-#include "core/history/SessionRecord.h"
+#include "core/history/StoredFile.h"
 
-#include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdint>
 #include <fmt/format.h>
 #include <fstream>
-#include <span>
 #include <sqlite3.h>
-#include <stdexcept>
-#include <string>
-#include <string_view>
 #include <system_error>
-#include <vector>
 
 namespace velmoran {
 
 namespace fs = std::filesystem;
 
-namespace {
+using namespace StoredFile;
 
-// Both stand in the first page of the file and say what it is before anything of it is believed.
-constexpr std::uint32_t applicationMark = 0x566C6D6E; // "Vlmn"
-constexpr int schemaVersion = 10000;                  // 1.0.0
+namespace {
 
 constexpr int patienceMilliseconds = 250;
 
@@ -60,17 +49,6 @@ CREATE INDEX IF NOT EXISTS SessionRecordByStart ON SessionRecord (start);
 CREATE UNIQUE INDEX IF NOT EXISTS AwayReportRecordById ON AwayReportRecord (id);
 )";
 
-constexpr std::array<const char*, 4> awayColumnNames = {"id", "start", "end", "payload"};
-
-[[noreturn]] void refuse(const fs::path& file, std::string_view why) {
-    throw std::runtime_error(fmt::format("{}: {}", file.string(), why));
-}
-
-/// Why the last call of the standard library failed.
-std::string systemReason() {
-    return std::generic_category().message(errno);
-}
-
 void makeFolders(const fs::path& folder) {
     if (folder.empty() || fs::is_directory(folder)) {
         return;
@@ -79,74 +57,6 @@ void makeFolders(const fs::path& folder) {
     if (fs::create_directory(folder)) {
         fs::permissions(folder, fs::perms::owner_all);
     }
-}
-
-enum class FileState {
-    absent,
-    empty,    ///< of no bytes
-    marked,   ///< a database with our mark
-    unmarked, ///< a database without any mark: ours only if its tables are
-};
-
-/// Looks at the first bytes without the database library, which for a foreign database could begin
-/// to repair what isn't ours.
-FileState inspect(const fs::path& file) {
-    const auto status = fs::status(file);
-    if (!fs::exists(status)) {
-        return FileState::absent;
-    }
-    if (!fs::is_regular_file(status)) {
-        refuse(file, "not a file");
-    }
-    if (fs::file_size(file) == 0) {
-        return FileState::empty;
-    }
-    std::array<char, 100> header{};
-    errno = 0;
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) {
-        refuse(file, systemReason());
-    }
-    constexpr std::string_view magic("SQLite format 3\0", 16);
-    if (!stream.read(header.data(), header.size()) ||
-        std::string_view(header.data(), magic.size()) != magic) {
-        refuse(file, "not a database");
-    }
-    std::uint32_t mark = 0;
-    for (const char byte : std::span(header).subspan(68, 4)) {
-        mark = mark << 8U | static_cast<unsigned char>(byte);
-    }
-    if (mark == applicationMark) {
-        return FileState::marked;
-    }
-    auto journal = file;
-    journal += "-journal";
-    std::error_code none;
-    if (mark != 0 || (fs::exists(journal, none) && fs::file_size(journal, none) > 0)) {
-        refuse(file, "a database of another program");
-    }
-    return FileState::unmarked;
-}
-
-bool hasColumns(SQLite::Database& sqlite, const char* table,
-                std::span<const char* const> expected) {
-    SQLite::Statement query(sqlite, "SELECT name FROM pragma_table_info(?) ORDER BY cid");
-    query.bindNoCopy(1, table);
-    std::vector<std::string> names;
-    while (query.executeStep()) {
-        names.push_back(query.getColumn(0).getString());
-    }
-    return std::ranges::equal(names, expected,
-                              [](const auto& name, const char* other) { return name == other; });
-}
-
-bool hasNothing(SQLite::Database& sqlite) {
-    return sqlite.execAndGet("SELECT count(*) FROM sqlite_master").getInt() == 0;
-}
-
-bool hasOurTables(SQLite::Database& sqlite) {
-    return hasColumns(sqlite, "SessionRecord", SessionRecord::columnNames) &&
-           hasColumns(sqlite, "AwayReportRecord", awayColumnNames);
 }
 
 /// Whether closing the last connection may fold the log into the file.
@@ -158,7 +68,7 @@ void setFoldingAtClose(SQLite::Database& sqlite, bool allowed) {
 /// In one transaction, so that a kill leaves all of it or nothing.
 void build(SQLite::Database& sqlite) {
     SQLite::Transaction transaction(sqlite, SQLite::TransactionBehavior::IMMEDIATE);
-    if (hasNothing(sqlite)) { // or else another process was faster
+    if (isBlank(sqlite)) { // or else another process was faster
         sqlite.exec(schema);
     }
     sqlite.exec(indexes);
@@ -190,8 +100,8 @@ HistoryDatabase::HistoryDatabase(const std::optional<fs::path>& url, Locks locks
 
 void HistoryDatabase::open(const fs::path& file, Locks locks) {
     makeFolders(file.parent_path());
-    const auto state = inspect(file);
-    if (state == FileState::absent) {
+    const auto state = inspect(file).state;
+    if (state == State::absent) {
         // Made here and not by the library, so that it is private before anything stands in it; the
         // library gives its side files the permissions of the file.
         errno = 0;
@@ -208,16 +118,7 @@ void HistoryDatabase::open(const fs::path& file, Locks locks) {
         if (sqlite3_db_readonly(sqlite_->getHandle(), "main") != 0) {
             refuse(file, "can't be written");
         }
-        const bool isBlank = hasNothing(*sqlite_);
-        if (isBlank ? state == FileState::unmarked &&
-                          sqlite_->execAndGet("PRAGMA user_version").getInt() != 0
-                    : !hasOurTables(*sqlite_)) {
-            refuse(file, "a database of another program");
-        }
-        if (sqlite_->execAndGet("PRAGMA user_version").getInt() > schemaVersion) {
-            refuse(file, "written by a later version");
-        }
-        if (isBlank || state == FileState::unmarked) {
+        if (checkTables(*sqlite_, file, state) || state == State::unmarked) {
             build(*sqlite_);
         }
         tune(*sqlite_);
@@ -228,7 +129,7 @@ void HistoryDatabase::open(const fs::path& file, Locks locks) {
         sound_ = FileAppearance::of(sqlite_->getHandle());
     } catch (...) {
         sqlite_.reset();
-        if (state == FileState::absent) {
+        if (state == State::absent) {
             std::error_code none;
             fs::remove(file, none);
         }

@@ -1,6 +1,7 @@
 #include "core/history/SessionTable.h"
 
 #include "core/history/SessionRecord.h"
+#include "core/history/SessionRow.h"
 #include "core/history/StatementRun.h"
 
 #include <memory>
@@ -34,34 +35,6 @@ constexpr const char* closeSessions =
 template <class Enum>
 std::optional<std::string_view> rawValueOf(std::optional<Enum> value) {
     return value ? std::optional(rawValue(*value)) : std::nullopt;
-}
-
-Column columnOf(sqlite3_stmt* statement, int index) {
-    Column column;
-    switch (sqlite3_column_type(statement, index)) {
-    case SQLITE_INTEGER:
-        column.kind = Column::Kind::integer;
-        column.integer = sqlite3_column_int64(statement, index);
-        return column;
-    case SQLITE_FLOAT:
-        column.kind = Column::Kind::real;
-        column.real = sqlite3_column_double(statement, index);
-        return column;
-    case SQLITE_TEXT:
-        column.kind = Column::Kind::text;
-        break;
-    case SQLITE_BLOB:
-        column.kind = Column::Kind::blob;
-        break;
-    default:
-        return column;
-    }
-    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, index));
-    const auto count = static_cast<std::size_t>(sqlite3_column_bytes(statement, index));
-    if (bytes != nullptr) {
-        column.bytes = {bytes, count};
-    }
-    return column;
 }
 
 } // namespace
@@ -123,14 +96,7 @@ std::vector<HistoryView::Entry> SessionTable::readAll() {
     std::vector<HistoryView::Entry> entries;
     int result = sqlite3_step(statement);
     for (; result == SQLITE_ROW; result = sqlite3_step(statement)) {
-        int index = 0;
-        const auto next = [&] {
-            return columnOf(statement, ++index);
-        };
-        // Braces: evaluated in the order of the columns.
-        const SessionRecord record{next(), next(), next(), next(), next(), next(), next(),
-                                   next(), next(), next(), next(), next(), next()};
-        if (auto session = sessionFrom(record)) {
+        if (auto session = sessionFrom(recordAt(statement, 1))) {
             const HistoryView::Place place{session->start, sqlite3_column_int64(statement, 0)};
             entries.push_back({place, std::make_shared<const UsageSession>(*std::move(session))});
         }
