@@ -1,5 +1,6 @@
 #include "app/replay/ReplayStage.h"
 
+#include "app/model/SettingChoices.h"
 #include "app/telling/SettingFields.h"
 #include "core/text/Localizer.h"
 
@@ -57,12 +58,7 @@ struct Performer {
     /// As the settings screen changes a field, with what that screen does then.
     void operator()(const replay::Setting& action) const {
         setField(model.settings, action.name, action.value);
-        if (action.name == "monitorSpeakerUse" || action.name == "ignoreSystemListening") {
-            model.syncSessions();
-            model.onChange();
-        } else if (action.name == "retentionDays") {
-            model.pruneHistory();
-        }
+        SettingChoices::carryOut(model, action.name);
     }
 
     void operator()(const replay::ChangeMachine& action) const { stage.changeMachine(action); }
