@@ -9,6 +9,14 @@ namespace velmoran {
 
 namespace {
 
+/// The name of one that is known by its path, without the folder that stands behind it.
+std::string_view plainName(const AppIdentity& app) {
+    const std::string_view name = app.name;
+    return app.bundleID ? name : name.substr(0, name.find(" ("));
+}
+
+} // namespace
+
 std::vector<std::string> namesWithIDs(const std::vector<AppIdentity>& apps) {
     std::vector<std::string> names;
     for (const auto& app : apps) {
@@ -17,13 +25,10 @@ std::vector<std::string> namesWithIDs(const std::vector<AppIdentity>& apps) {
     return names;
 }
 
-/// The name of one that is known by its path, without the folder that stands behind it.
-std::string_view plainName(const AppIdentity& app) {
-    const std::string_view name = app.name;
-    return app.bundleID ? name : name.substr(0, name.find(" ("));
+std::string ambiguityError(const std::string& text, const std::vector<AppIdentity>& meant) {
+    return words().text("“%@” may be any of these: %@. Name it by what stands in brackets.",
+                        {text, words().list(namesWithIDs(meant))});
 }
-
-} // namespace
 
 std::vector<AppIdentity> stoppableApps(const std::vector<UsageSession>& open) {
     std::vector<AppIdentity> apps;
@@ -61,8 +66,7 @@ std::vector<AppIdentity> matchingApps(std::string_view text, const std::vector<A
 std::string choiceError(const std::string& text, const std::vector<AppIdentity>& meant,
                         const std::vector<AppIdentity>& apps) {
     if (!meant.empty()) {
-        return words().text("“%@” may be any of these: %@. Name it by what stands in brackets.",
-                            {text, words().list(namesWithIDs(meant))});
+        return ambiguityError(text, meant);
     }
     const auto unused = words().text("“%@” isn't using the camera or microphone.", {text});
     return unused + " " +

@@ -17,6 +17,12 @@ std::vector<AppIdentity> stoppableApps(const std::vector<UsageSession>& open);
 /// it. More than one only if they can't be told apart by that.
 std::vector<AppIdentity> matchingApps(std::string_view text, const std::vector<AppIdentity>& apps);
 
+/// "Zoom (us.zoom.Zoom)"; the name alone where that is the id.
+std::vector<std::string> namesWithIDs(const std::vector<AppIdentity>& apps);
+
+/// That `text` means several apps, in the language of the process-wide words.
+std::string ambiguityError(const std::string& text, const std::vector<AppIdentity>& meant);
+
 /// Why `text` chooses no app, in the language of the process-wide words; `meant` is what
 /// `matchingApps` gave, none or several.
 std::string choiceError(const std::string& text, const std::vector<AppIdentity>& meant,

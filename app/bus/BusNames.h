@@ -12,6 +12,9 @@ inline constexpr const char* notInUse = "org.velmoran.Velmoran1.Error.NotInUse";
 /// Several apps that use them answer to that name.
 inline constexpr const char* ambiguous = "org.velmoran.Velmoran1.Error.Ambiguous";
 
+/// No app of that name, id or path is trusted with that device.
+inline constexpr const char* notTrusted = "org.velmoran.Velmoran1.Error.NotTrusted";
+
 /// How a request ended, as the replies tell it.
 namespace outcome {
 inline constexpr const char* done = "done";

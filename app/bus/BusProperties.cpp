@@ -32,6 +32,29 @@ const char* const introspection =
     <method name="Status">
       <arg name="json" type="s" direction="out"/>
     </method>
+    <method name="Settings">
+      <arg name="json" type="s" direction="out"/>
+    </method>
+    <method name="ChangeSetting">
+      <arg name="name" type="s" direction="in"/>
+      <arg name="value" type="s" direction="in"/>
+      <arg name="outcome" type="s" direction="out"/>
+      <arg name="headline" type="s" direction="out"/>
+      <arg name="detail" type="s" direction="out"/>
+    </method>
+    <method name="Trust">
+      <arg name="json" type="s" direction="out"/>
+    </method>
+    <method name="Distrust">
+      <arg name="app" type="s" direction="in"/>
+      <arg name="device" type="s" direction="in"/>
+      <arg name="outcome" type="s" direction="out"/>
+      <arg name="headline" type="s" direction="out"/>
+      <arg name="detail" type="s" direction="out"/>
+    </method>
+    <signal name="ChangedFromOutside">
+      <arg name="json" type="s"/>
+    </signal>
     <property name="CameraOn" type="b" access="read"/>
     <property name="MicrophoneOn" type="b" access="read"/>
     <property name="MicrophoneMuted" type="b" access="read"/>

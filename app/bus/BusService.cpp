@@ -5,7 +5,9 @@
 #include "app/bus/BusReply.h"
 #include "app/bus/Identity.h"
 
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace velmoran {
@@ -43,6 +45,10 @@ BusService::BusService(AppModel& model, Scheduler& scheduler, Options options)
       options_(std::move(options)),
       requests_(model, scheduler, options_.remark,
                 [this](const BusMessage& message) { send(message); }),
+      choices_(
+          model, scheduler, [this](const OutsideChange& change) { tell(change); },
+          [this](const BusMessage& message) { send(message); }),
+      news_(options_.isVelmoran, options_.changed),
       mainThread_(scheduler) {
     const auto changed = [this](const auto&) {
         tellChangesSoon();
@@ -55,7 +61,9 @@ BusService::BusService(AppModel& model, Scheduler& scheduler, Options options)
     connect();
 }
 
-BusService::~BusService() = default;
+BusService::~BusService() {
+    news_.forget(); // on a connection that goes before it
+}
 
 // MARK: - The connection
 
@@ -76,6 +84,7 @@ void BusService::connect() {
         link_.reset();
         return;
     }
+    news_.listen(link_->bus());
     announced_ = statusOf(model_);
     link_->rearm();
 }
@@ -85,6 +94,7 @@ void BusService::lost() {
     mainThread_.post([this] {
         requests_.forgetCallers();
         callers_.reset();
+        news_.forget();
         link_.reset();
         search();
     });
@@ -125,6 +135,9 @@ int BusService::received(sd_bus_message* message, void* service, sd_bus_error*) 
             self.model_.adoptMute();
         }
         return 0;
+    }
+    if (self.news_.take(message)) {
+        return 1;
     }
     std::uint8_t type = 0;
     if (sd_bus_message_get_type(message, &type) < 0 || type != SD_BUS_MESSAGE_METHOD_CALL ||
@@ -185,32 +198,76 @@ void BusService::answer(sd_bus_message* call) {
     }
 }
 
+const std::vector<BusService::Method>& BusService::methods() {
+    static const std::vector<Method> all = {
+        {"StopEverything", "",
+         [](auto& self, auto* call) {
+             self.requests_.stopEverything(call);
+         }},
+        {"Stop", "s",
+         [](auto& self, auto* call) {
+             self.requests_.stop(call);
+         }},
+        {"UnmuteMicrophone", "",
+         [](auto& self, auto* call) {
+             self.requests_.unmute(call);
+         }},
+        {"Identify", "s",
+         [](auto& self, auto* call) {
+             self.identify(call);
+         }},
+        {"Status", "",
+         [](auto& self, auto* call) {
+             self.tellStatus(call);
+         }},
+        {"Settings", "",
+         [](auto& self, auto* call) {
+             self.choices_.settings(call);
+         }},
+        {"ChangeSetting", "ss",
+         [](auto& self, auto* call) {
+             self.choices_.changeSetting(call);
+         }},
+        {"Trust", "",
+         [](auto& self, auto* call) {
+             self.choices_.trust(call);
+         }},
+        {"Distrust", "ss",
+         [](auto& self, auto* call) {
+             self.choices_.distrust(call);
+         }},
+    };
+    return all;
+}
+
 void BusService::answerAsProgram(sd_bus_message* call, const std::string& member) {
-    const bool takesText = member == "Stop" || member == "Identify";
-    if (member != "StopEverything" && member != "UnmuteMicrophone" && member != "Status" &&
-        !takesText) {
+    const auto method = std::ranges::find(methods(), member, &Method::name);
+    if (method == methods().end()) {
         refuse(call, SD_BUS_ERROR_UNKNOWN_METHOD, "There is no such method.");
-    } else if (sd_bus_message_has_signature(call, takesText ? "s" : "") <= 0) {
+    } else if (sd_bus_message_has_signature(call, method->takes) <= 0) {
+        const std::string_view takes = method->takes;
         refuse(call, SD_BUS_ERROR_INVALID_ARGS,
-               takesText ? "One text is wanted." : "No argument is wanted.");
-    } else if (member == "StopEverything") {
-        requests_.stopEverything(call);
-    } else if (member == "Stop") {
-        requests_.stop(call);
-    } else if (member == "UnmuteMicrophone") {
-        requests_.unmute(call);
-    } else if (member == "Identify") {
-        const char* place = nullptr;
-        if (sd_bus_message_read(call, "s", &place) >= 0 && answerIdentity(place)) {
-            send(bus::replyTo(call));
-        } else {
-            refuse(call, SD_BUS_ERROR_INVALID_ARGS, "That is no place to come to.");
-        }
+               takes.empty()  ? "No argument is wanted."
+               : takes == "s" ? "One text is wanted."
+                              : "Two texts are wanted.");
     } else {
-        auto reply = bus::replyTo(call);
-        sd_bus_message_append(reply.get(), "s", encode(statusOf(model_)).c_str());
-        send(reply);
+        method->answer(*this, call);
     }
+}
+
+void BusService::identify(sd_bus_message* call) {
+    const char* place = nullptr;
+    if (sd_bus_message_read(call, "s", &place) >= 0 && answerIdentity(place)) {
+        send(bus::replyTo(call));
+    } else {
+        refuse(call, SD_BUS_ERROR_INVALID_ARGS, "That is no place to come to.");
+    }
+}
+
+void BusService::tellStatus(sd_bus_message* call) {
+    auto reply = bus::replyTo(call);
+    sd_bus_message_append(reply.get(), "s", encode(statusOf(model_)).c_str());
+    send(reply);
 }
 
 void BusService::answerAboutProperties(sd_bus_message* call, const std::string& member) {
@@ -261,6 +318,13 @@ void BusService::tellChangesSoon() {
         isTelling_ = false;
         tellChanges();
     });
+}
+
+void BusService::tell(const OutsideChange& change) {
+    options_.changed(change);
+    if (link_ && !link_->isClogged()) {
+        send(OutsideNews::signalOf(link_->bus(), change));
+    }
 }
 
 void BusService::tellChanges() {

@@ -9,6 +9,8 @@
 #include "app/bus/BusRequests.h"
 #include "app/bus/BusSearch.h"
 #include "app/bus/CallerCheck.h"
+#include "app/bus/ChoiceRequests.h"
+#include "app/bus/OutsideNews.h"
 #include "app/bus/ProgramStatus.h"
 #include "app/model/AppModel.h"
 
@@ -33,6 +35,11 @@ public:
         std::function<std::string()> remark = [] {
             return std::string();
         };
+        /// Another program has had something changed that is the user's to choose: here, or in
+        /// another Velmoran if it is said which process is one.
+        OutsideNews::IsVelmoran isVelmoran = {};
+        std::function<void(const OutsideChange&)> changed = [](const OutsideChange&) {
+        };
         /// The bus has answered, for the first time since it was looked for.
         std::function<void()> onAnswer = [] {
         };
@@ -46,6 +53,13 @@ public:
     BusService& operator=(const BusService&) = delete;
 
 private:
+    struct Method {
+        std::string name;
+        const char* takes; ///< as D-Bus writes it
+        void (*answer)(BusService& self, sd_bus_message* call);
+    };
+    static const std::vector<Method>& methods();
+
     void connect();
     void search();
     void lost();
@@ -54,11 +68,14 @@ private:
     void admit(BusMessage call);
     void answer(sd_bus_message* call);
     void answerAsProgram(sd_bus_message* call, const std::string& member);
+    void identify(sd_bus_message* call);
+    void tellStatus(sd_bus_message* call);
     void answerAboutProperties(sd_bus_message* call, const std::string& member);
 
     void refuse(sd_bus_message* call, const char* error, const std::string& why);
     void send(const BusMessage& message);
 
+    void tell(const OutsideChange& change);
     void tellChanges();
     void tellChangesSoon();
 
@@ -68,6 +85,8 @@ private:
     std::unique_ptr<CallerCheck> callers_;
     std::unique_ptr<BusLink> link_;
     BusRequests requests_; ///< what they hold goes before the link
+    ChoiceRequests choices_;
+    OutsideNews news_;
     ProgramStatus announced_;
     bool isTelling_ = false;
     std::unique_ptr<BusSearch> search_; ///< until the bus has answered

@@ -73,6 +73,14 @@ void ModelRecorder::windowClosed(std::string_view id, const std::string& title) 
     writer_.write(at_(), "window", {{"id", id}, {"title", title}, {"closed", true}});
 }
 
+void ModelRecorder::settingChanged(const std::string& name, const std::string& value) {
+    writer_.write(at_(), "settingChanged", {{"name", name}, {"value", value}});
+}
+
+void ModelRecorder::distrusted(const std::string& app, const std::vector<Device>& devices) {
+    writer_.write(at_(), "distrusted", {{"app", app}, {"devices", devices}});
+}
+
 void ModelRecorder::record(const SessionEvent& event) {
     writer_.write(at_(), rawValue(event.kind), {{"session", writer_.session(event.session)}});
     forgetOldNames();

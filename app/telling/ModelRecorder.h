@@ -29,6 +29,9 @@ public:
     /// Likewise: the model has opened a window, or closed it.
     void windowOpened(std::string_view id, const std::string& title);
     void windowClosed(std::string_view id, const std::string& title);
+    /// Another program has had a setting changed, or trust taken back.
+    void settingChanged(const std::string& name, const std::string& value);
+    void distrusted(const std::string& app, const std::vector<Device>& devices);
     /// A line with what `stateOf` says of the model. False for a word that it doesn't know.
     bool show(const std::string& word, const Json& argument = nullptr);
 
