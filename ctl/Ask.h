@@ -8,6 +8,7 @@ namespace velmoran {
 namespace AskEnd {
 inline constexpr int done = 0;
 inline constexpr int notRunning = 1;    ///< or it didn't answer, or there is no bus to ask over
+inline constexpr int unreadable = 1;    ///< what is kept in a file can't be read or written
 inline constexpr int wrongRequest = 2;  ///< no such app is in use, or which one isn't clear
 inline constexpr int notEverything = 3; ///< something couldn't be stopped, or wasn't
 inline constexpr int unsaid = 4;        ///< done, but the output couldn't be written

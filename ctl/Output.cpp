@@ -8,18 +8,32 @@
 namespace velmoran {
 
 void Output::write(const std::string& line) {
-    if (!open_) {
-        return;
+    collect(line + "\n");
+    flush();
+}
+
+void Output::collect(const std::string& text) {
+    if (open_ && std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+        fail();
     }
-    const auto text = line + "\n";
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() ||
-        std::fflush(stdout) != 0) {
-        problem_ = errno;
-        open_ = false;
-        if (onGone_) {
-            onGone_();
-        }
+}
+
+void Output::flush() {
+    if (open_ && std::fflush(stdout) != 0) {
+        fail();
     }
+}
+
+void Output::fail() {
+    problem_ = errno;
+    open_ = false;
+    if (onGone_) {
+        onGone_();
+    }
+}
+
+bool Output::readerHasGone() const {
+    return problem_ == EPIPE;
 }
 
 bool Output::wroteAll() const {
@@ -31,7 +45,7 @@ bool Output::wroteAll() const {
 }
 
 int Output::end() const {
-    return problem_ == EPIPE || wroteAll() ? 0 : 1;
+    return readerHasGone() || wroteAll() ? 0 : 1;
 }
 
 } // namespace velmoran

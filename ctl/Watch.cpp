@@ -13,6 +13,7 @@
 #include "ctl/Output.h"
 #include "ctl/SparedBrowsers.h"
 #include "system/MakeMachine.h"
+#include "system/PeerProgram.h"
 #include "system/SoundServer.h"
 
 #include <QCoreApplication>
@@ -82,6 +83,17 @@ public:
             if (const auto detail = result->detail()) {
                 lines_->say(*detail);
             }
+        }
+    }
+
+    /// What another program has had changed.
+    void changed(const OutsideChange& change) {
+        if (lines_) {
+            lines_->say(words().text("Another program asked for it: %@", {change.sentence}));
+        } else if (change.setting) {
+            recorder_->settingChanged(change.setting->name, change.setting->value);
+        } else if (change.distrust) {
+            recorder_->distrusted(change.distrust->app, change.distrust->devices);
         }
     }
 
@@ -157,6 +169,13 @@ int watchThisComputer(const WatchOptions& options, QtEventLoop& loop) {
             teller.say(sentence);
         }
         return sentence;
+    };
+    service.isVelmoran = [&options](std::int32_t pid) {
+        const auto program = programOf(pid);
+        return isVelmoran(program) || (program.path && *program.path == options.velmoran);
+    };
+    service.changed = [&](const OutsideChange& change) {
+        teller.changed(change);
     };
     const BusService bus(model, loop, std::move(service));
     const auto status = QCoreApplication::exec();

@@ -10,6 +10,7 @@ struct WatchOptions {
     bool json = false;        ///< JSON Lines instead of sentences
     bool demo = false;        ///< a recording instead of this computer; keeps no history
     std::string deviceFolder; ///< where device nodes stand; empty: /dev
+    std::string velmoran;     ///< a program that counts as Velmoran, too; for tests
     std::string demoFile;     ///< empty: the one that the program brings along
 };
 

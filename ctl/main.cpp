@@ -3,6 +3,7 @@
 #include "app/replay/Replay.h"
 #include "app/translations/Catalogues.h"
 #include "ctl/Ask.h"
+#include "ctl/KeptCommands.h"
 #include "ctl/Output.h"
 #include "ctl/Watch.h"
 
@@ -11,6 +12,7 @@
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -136,7 +138,12 @@ int main(int argc, char** argv) {
     bool json = false;
     status->add_flag("--json", json, "Print JSON for other programs instead of sentences");
 
-    for (auto* command : {watch, replay, stop, unmute, status}) {
+    velmoran::KeptCommands kept(app);
+    std::vector<CLI::App*> commands = {watch, replay, stop, unmute, status};
+    for (auto* command : kept.all()) {
+        commands.push_back(command);
+    }
+    for (auto* command : commands) {
         command->group("Commands");
     }
     try {
@@ -161,8 +168,12 @@ int main(int argc, char** argv) {
     if (*status) {
         return velmoran::askForStatus(json, asking);
     }
+    if (const auto ended = kept.run(asking)) {
+        return *ended;
+    }
     if (*watch) {
         options.demo = demo->count() > 0;
+        options.velmoran = alsoVelmoran;
         return velmoran::runWatch(options, argc, argv);
     }
     std::cerr << "velmoranctl: A command is missing.\n\n" << app.help();

@@ -1,0 +1,222 @@
+#include "ctl/HistoryLines.h"
+
+#include "core/text/CellText.h"
+#include "core/text/DurationFormat.h"
+#include "core/text/Localizer.h"
+#include "core/text/MomentText.h"
+#include "core/text/PlainLine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fmt/format.h>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace velmoran {
+
+namespace {
+
+/// The longest name that a line shows; a longer one is nothing to be read.
+constexpr std::size_t nameColumns = 120;
+
+bool isOpen(const UsageSession& session, const LineContext& context) {
+    return !session.end && !session.outcome && context.isKept;
+}
+
+std::optional<Timestamp> endOf(const UsageSession& session, const LineContext& context) {
+    return session.end                ? session.end
+           : isOpen(session, context) ? std::optional(context.now)
+                                      : std::nullopt;
+}
+
+/// Nothing where the end isn't known, or where the file has numbers that no use has.
+std::optional<Seconds> lengthOf(const UsageSession& session, const LineContext& context) {
+    const auto end = endOf(session, context);
+    const auto length = end ? std::max(0.0, *end - session.start) : 0;
+    constexpr Seconds longest = 1e12;
+    return end && length < longest ? std::optional(length) : std::nullopt;
+}
+
+std::string word(Device device) {
+    switch (device) {
+    case Device::camera:
+        return words().text("camera");
+    case Device::microphone:
+        return words().text("mic");
+    case Device::speaker:
+        break;
+    }
+    return words().text("speaker");
+}
+
+std::string label(const UsageSession& session) {
+    if (session.outcome == SessionOutcome::stoppedByUser) {
+        return words().text("Stopped");
+    }
+    if (!session.warningLevel) {
+        return {};
+    }
+    return session.warningLevel == WarningLevel::quiet ? words().text("Trusted")
+                                                       : words().text("Warned");
+}
+
+std::string lengthText(const UsageSession& session, const LineContext& context) {
+    if (isOpen(session, context)) {
+        return words().text("Still on");
+    }
+    const auto length = lengthOf(session, context);
+    return length ? DurationFormat::text(*length) : words().text("End not known");
+}
+
+/// In the language of the words, which stays the same.
+struct Widths {
+    std::size_t device = 0;
+    std::size_t length = 0;
+    std::size_t label = 0;
+
+    Widths() {
+        for (const auto each : allDevices) {
+            device = std::max(device, columnsOf(word(each)));
+        }
+        constexpr Seconds long_ = 99 * 3600.0 + 59 * 60;
+        for (const auto& text : {DurationFormat::text(long_), words().text("Still on"),
+                                 words().text("End not known")}) {
+            length = std::max(length, columnsOf(text));
+        }
+        for (const auto& text :
+             {words().text("Stopped"), words().text("Trusted"), words().text("Warned")}) {
+            label = std::max(label, columnsOf(text));
+        }
+    }
+};
+
+/// The name stands last, since it may be long, or written from right to left.
+std::string tableLine(const UsageSession& session, const LineContext& context) {
+    static const Widths widths;
+    constexpr std::size_t timeColumns = 19;
+    return padded(wallTime(session.start), timeColumns) + "  " +
+           paddedBefore(lengthText(session, context), widths.length) + "  " +
+           padded(word(session.device), widths.device) + "  " +
+           padded(label(session), widths.label) + "  " + cutLine(session.app.name, nameColumns) +
+           "\n";
+}
+
+/// A text as JSON has it. Most need no more than quotes, and there are many of them.
+std::string quoted(const std::string& text) {
+    const auto isPlain = [](char byte) {
+        return byte >= ' ' && byte < 0x7F && byte != '"' && byte != '\\';
+    };
+    return std::ranges::all_of(text, isPlain) ? '"' + text + '"' : encode(text);
+}
+
+std::string quoted(std::string_view text) {
+    return quoted(std::string(text));
+}
+
+std::string quoted(Timestamp time) {
+    const auto text = isoTime(time, Precision::milliseconds);
+    return text.empty() ? "null" : '"' + text + '"';
+}
+
+/// The members of an object, of which absent ones are left out.
+class Members {
+public:
+    void add(std::string_view name, const std::string& json) {
+        text_ += fmt::format("{}\"{}\":{}", text_.empty() ? "" : ",", name, json);
+    }
+    template <class T>
+    void addText(std::string_view name, const std::optional<T>& value) {
+        if (value) {
+            add(name, quoted(*value));
+        }
+    }
+    std::string object() const { return "{" + text_ + "}"; }
+
+private:
+    std::string text_;
+};
+
+std::string appObject(const AppIdentity& app) {
+    Members members;
+    members.add("id", quoted(app.id));
+    members.add("name", quoted(app.name));
+    members.addText("bundleID", app.bundleID);
+    members.addText("path", app.path);
+    members.addText("teamID", app.teamID);
+    return members.object();
+}
+
+std::string jsonLine(const UsageSession& session, const LineContext& context) {
+    Members line;
+    line.add("id", quoted(session.id.text()));
+    line.add("device", quoted(rawValue(session.device)));
+    line.add("app", appObject(session.app));
+    line.add("start", quoted(session.start));
+    line.addText("end", session.end);
+    if (const auto length = lengthOf(session, context)) {
+        line.add("seconds", fmt::format("{:.3f}", *length));
+    }
+    line.add("open", isOpen(session, context) ? "true" : "false");
+    if (session.outcome) {
+        line.add("outcome", quoted(rawValue(*session.outcome)));
+    }
+    if (session.warningLevel) {
+        line.add("warningLevel", quoted(rawValue(*session.warningLevel)));
+    }
+    line.add("seenFromStart", session.observedFromStart ? "true" : "false");
+    std::string connections;
+    for (const auto& connection : session.connections) {
+        Members peer;
+        peer.add("address", quoted(connection.address));
+        peer.add("port", std::to_string(connection.port));
+        peer.add("transport", quoted(connection.transport));
+        peer.addText("firstSeen", connection.firstSeen);
+        connections += (connections.empty() ? "" : ",") + peer.object();
+    }
+    line.add("connections", "[" + connections + "]");
+    return plainJson(line.object()) + "\n";
+}
+
+std::string csvLine(const UsageSession& session, const LineContext& context) {
+    const auto length = lengthOf(session, context);
+    const std::vector<std::string> cells = {
+        isoTime(session.start),
+        session.end ? isoTime(*session.end) : std::string(),
+        length ? fmt::format("{:.3f}", *length) : std::string(),
+        std::string(rawValue(session.device)),
+        csvCell(session.app.name),
+        csvCell(session.app.id),
+        csvCell(session.app.path.value_or("")),
+        session.outcome            ? std::string(rawValue(*session.outcome))
+        : isOpen(session, context) ? "open"
+                                   : "",
+        session.warningLevel ? std::string(rawValue(*session.warningLevel)) : std::string(),
+        session.observedFromStart ? "true" : "false"};
+    return fmt::format("{}\r\n", fmt::join(cells, ","));
+}
+
+} // namespace
+
+std::string headOfLines(LineForm form) {
+    if (form != LineForm::csv) {
+        return {};
+    }
+    // The mark by which spreadsheets know UTF-8; without it some take names for another encoding.
+    return "\xEF\xBB\xBF"
+           "start,end,seconds,device,appName,appID,appPath,outcome,warningLevel,seenFromStart\r\n";
+}
+
+std::string lineOf(const UsageSession& session, const LineContext& context, LineForm form) {
+    switch (form) {
+    case LineForm::json:
+        return jsonLine(session, context);
+    case LineForm::csv:
+        return csvLine(session, context);
+    case LineForm::table:
+        break;
+    }
+    return tableLine(session, context);
+}
+
+} // namespace velmoran
