@@ -4,6 +4,7 @@
 #include "app/screens/HistoryScreen.h"
 #include "app/screens/OnboardingView.h"
 #include "app/screens/PanelView.h"
+#include "app/screens/ScreenText.h"
 #include "app/screens/SettingsView.h"
 #include "core/text/Localizer.h"
 
@@ -14,10 +15,6 @@ namespace velmoran {
 namespace {
 
 constexpr QSize historySize(720, 460);
-
-QString qt(const std::string& text) {
-    return QString::fromStdString(text);
-}
 
 } // namespace
 
