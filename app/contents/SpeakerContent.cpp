@@ -24,7 +24,7 @@ std::string placeOf(const std::optional<OutputRoute>& route) {
     return route->name;
 }
 
-std::string stateOf(const std::optional<OutputRoute>& route) {
+std::string speakerState(const std::optional<OutputRoute>& route) {
     if (route && route->isMuted) {
         return words().text("Muted");
     }
@@ -52,7 +52,7 @@ SpeakerContent SpeakerContent::of(const std::optional<OutputRoute>& route,
         .symbol = route && route->isMuted ? "speaker.slash.fill" : "speaker.wave.2.fill",
         .isInUse = !sessions.empty(),
         .line = placeOf(route),
-        .state = stateOf(route),
+        .state = speakerState(route),
     };
     if (!sessions.empty()) {
         content.line += " · " + whoHasSound(sessions);

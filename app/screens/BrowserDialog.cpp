@@ -20,7 +20,7 @@ namespace {
 
 constexpr int textWidth = 340;
 constexpr int symbolSize = 40;
-constexpr int margin = 20;
+constexpr int questionMargin = 20;
 constexpr int spacing = 8;
 constexpr int buttonPadding = 40; ///< at least what a style puts around a title
 constexpr int mostMessageLines = 4;
@@ -66,8 +66,8 @@ QDialog* makeWindow(const BrowserQuestion& question) {
     const CardColors colors(dialog->palette());
 
     auto* row = new QHBoxLayout(dialog);
-    row->setContentsMargins(margin, margin, margin, margin);
-    row->setSpacing(margin * 3 / 4);
+    row->setContentsMargins(questionMargin, questionMargin, questionMargin, questionMargin);
+    row->setSpacing(questionMargin * 3 / 4);
     row->setSizeConstraint(QLayout::SetFixedSize);
     auto* symbol = new QLabel(dialog);
     symbol->setPixmap(symbolPixmap(QStringLiteral("exclamationmark.circle"), colors.warning,
@@ -85,7 +85,7 @@ QDialog* makeWindow(const BrowserQuestion& question) {
     column->addSpacing(2);
     column->addWidget(new CardText(inOneLine(question.text()), dialog->font(), colors.text,
                                    textWidth, mostTextLines, dialog));
-    column->addSpacing(margin / 2);
+    column->addSpacing(questionMargin / 2);
     addButton(*dialog, *column, question.closeButton(), closing);
     if (question.keepOffered) {
         addButton(*dialog, *column, question.keepButton(), keeping);

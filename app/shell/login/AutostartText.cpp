@@ -51,7 +51,7 @@ std::string unescaped(std::string_view value) {
 
 /// As one argument of a command: in quotes, with what means something there after a backslash, and
 /// with the mark of a field doubled.
-std::string quoted(std::string_view argument) {
+std::string quotedArgument(std::string_view argument) {
     std::string result = "\"";
     for (const char c : argument) {
         if (c == '"' || c == '`' || c == '$' || c == '\\') {
@@ -117,7 +117,7 @@ bool names(std::string_view list, std::string_view desktop) {
 
 std::string autostartText(const std::string& program, const std::string& arguments) {
     return std::string(group) +
-           "\nType=Application\nName=Velmoran\nExec=" + escaped(quoted(program) + ' ' + arguments) +
+           "\nType=Application\nName=Velmoran\nExec=" + escaped(quotedArgument(program) + ' ' + arguments) +
            "\nTryExec=" + escaped(program) +
            "\nIcon=org.velmoran.Velmoran\nTerminal=false\nStartupNotify=false\n"
            "X-GNOME-Autostart-enabled=true\n";
