@@ -87,8 +87,8 @@ double milliseconds(const std::function<void()>& work) {
 
 struct Figure {
     std::string name;
-    std::vector<double> ours;
-    std::vector<double> theirs;
+    std::vector<double> ours = {};
+    std::vector<double> theirs = {};
 };
 
 std::string middleAndWorst(std::vector<double> times) {

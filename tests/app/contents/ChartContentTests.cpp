@@ -18,10 +18,10 @@ using testing::sessionOf;
 using testing::shared;
 using ::testing::SizeIs;
 
-const Timestamp now = midnight + 10 * hour;
+const Timestamp chartNow = midnight + 10 * hour;
 
 ChartContent chart(const SessionList& sessions, ChartSpan span = ChartSpan::week) {
-    return ChartContent::of(sessions, span, now, Localizer());
+    return ChartContent::of(sessions, span, chartNow, Localizer());
 }
 
 std::vector<std::string> textsOf(const std::vector<ChartContent::AxisLabel>& labels) {
@@ -72,14 +72,14 @@ TEST(ChartContent, NamesEachDayOfAWeekAndFewOfMore) {
 }
 
 TEST(ChartContent, CountsCameraAndMicrophoneButNotTheSpeaker) {
-    const auto content = chart({shared(sessionOf("Call", Device::camera, now - 600, now)),
-                                shared(sessionOf("Call", Device::microphone, now - 300, now)),
-                                shared(sessionOf("Song", Device::speaker, now - 3000, now))});
+    const auto content = chart({shared(sessionOf("Call", Device::camera, chartNow - 600, chartNow)),
+                                shared(sessionOf("Call", Device::microphone, chartNow - 300, chartNow)),
+                                shared(sessionOf("Song", Device::speaker, chartNow - 3000, chartNow))});
     EXPECT_FALSE(content.isEmpty());
     EXPECT_EQ(content.days.back().camera, 600);
     EXPECT_EQ(content.days.back().microphone, 300);
     EXPECT_EQ(content.scale.ticks, (std::vector<Seconds>{0, 120, 240, 360, 480, 600}));
-    EXPECT_TRUE(chart({shared(sessionOf("Song", Device::speaker, now - 3000, now))}).isEmpty());
+    EXPECT_TRUE(chart({shared(sessionOf("Song", Device::speaker, chartNow - 3000, chartNow))}).isEmpty());
 }
 
 TEST(ChartContent, TakesTheDayWhoseNoonIsNearest) {
@@ -118,14 +118,14 @@ TEST(ChartContent, HasTheDaysOfAChangeOfClocks) {
 }
 
 TEST(ChartContent, SaysInItsTableWhatItDraws) {
-    const auto content = chart({shared(sessionOf("Call", Device::camera, now - 600, now))});
+    const auto content = chart({shared(sessionOf("Call", Device::camera, chartNow - 600, chartNow))});
     EXPECT_EQ(content.tableRow(6, Localizer()), (ChartContent::TableRow{"Today", "10 min", "0 s"}));
     EXPECT_EQ(content.tableRow(4, Localizer()),
               (ChartContent::TableRow{"Monday, Mar 2", "0 s", "0 s"}));
 }
 
 TEST(DayNoteContent, SaysHowLongEachDeviceWasUsed) {
-    const auto note = DayNoteContent::of(dayWith(0), now, Localizer());
+    const auto note = DayNoteContent::of(dayWith(0), chartNow, Localizer());
     EXPECT_EQ(note.title, "Yesterday");
     EXPECT_EQ(note.camera, "1 min");
     EXPECT_EQ(note.microphone, "1 h 01 min");
@@ -134,15 +134,15 @@ TEST(DayNoteContent, SaysHowLongEachDeviceWasUsed) {
 }
 
 TEST(DayNoteContent, ShowsFourAppsAndCountsTheRest) {
-    const auto four = DayNoteContent::of(dayWith(4), now, Localizer());
+    const auto four = DayNoteContent::of(dayWith(4), chartNow, Localizer());
     EXPECT_THAT(four.apps, SizeIs(4));
     EXPECT_EQ(four.apps[3].app.name, "App3");
     EXPECT_EQ(four.apps[3].time, "9 min");
     EXPECT_EQ(four.more, "");
-    const auto five = DayNoteContent::of(dayWith(5), now, Localizer());
+    const auto five = DayNoteContent::of(dayWith(5), chartNow, Localizer());
     EXPECT_THAT(five.apps, SizeIs(4));
     EXPECT_EQ(five.more, "and 1 more");
-    EXPECT_EQ(DayNoteContent::of(dayWith(12), now, Localizer()).more, "and 8 more");
+    EXPECT_EQ(DayNoteContent::of(dayWith(12), chartNow, Localizer()).more, "and 8 more");
 }
 
 TEST(ChartScale, HasStepsThatPeopleCountIn) {

@@ -19,10 +19,10 @@ using testing::shared;
 using ::testing::SizeIs;
 
 /// Wednesday, a quarter past ten.
-const Timestamp now = midnight + 10.25 * hour;
+const Timestamp historyNow = midnight + 10.25 * hour;
 
 HistoryContent contentOf(const SessionList& sessions, const HistoryFilter& filter) {
-    return HistoryContent::of(sessions, filter, now, Localizer());
+    return HistoryContent::of(sessions, filter, historyNow, Localizer());
 }
 
 std::vector<std::string> titlesOf(const HistoryContent& content) {
@@ -33,7 +33,7 @@ std::vector<std::string> titlesOf(const HistoryContent& content) {
     return titles;
 }
 
-ActivityRow rowOf(UsageSession session) {
+ActivityRow historyRowOf(UsageSession session) {
     return Activity::rows({shared(std::move(session))}).at(0);
 }
 
@@ -46,10 +46,10 @@ TEST(HistoryRange, NamesItselfInWords) {
 
 TEST(HistoryRange, BeginsAtAMidnightAndEndsNow) {
     const Localizer utc;
-    EXPECT_EQ(intervalOf(HistoryRange::today, now, utc), (Interval{midnight, now}));
-    EXPECT_EQ(intervalOf(HistoryRange::week, now, utc), (Interval{midnight - 6 * day, now}));
-    EXPECT_EQ(intervalOf(HistoryRange::month, now, utc), (Interval{midnight - 29 * day, now}));
-    EXPECT_EQ(intervalOf(HistoryRange::all, now, utc), std::nullopt);
+    EXPECT_EQ(intervalOf(HistoryRange::today, historyNow, utc), (Interval{midnight, historyNow}));
+    EXPECT_EQ(intervalOf(HistoryRange::week, historyNow, utc), (Interval{midnight - 6 * day, historyNow}));
+    EXPECT_EQ(intervalOf(HistoryRange::month, historyNow, utc), (Interval{midnight - 29 * day, historyNow}));
+    EXPECT_EQ(intervalOf(HistoryRange::all, historyNow, utc), std::nullopt);
 }
 
 TEST(HistoryRange, CountsDaysAsLongAsTheyReallyAre) {
@@ -68,7 +68,7 @@ TEST(HistoryContent, HasTodaysUsesThatBeganBeforeMidnightAndAreStillOn) {
     ASSERT_THAT(content.rows, SizeIs(1));
     EXPECT_EQ(content.rows[0].app().name, "Night");
     EXPECT_THAT(titlesOf(content), ElementsAre("Yesterday"));
-    EXPECT_EQ(rowText(content.rows[0], now),
+    EXPECT_EQ(rowText(content.rows[0], historyNow),
               (HistoryRowText{.time = words().shortTime(midnight - 600),
                               .app = "Night",
                               .devices = "camera",
@@ -78,7 +78,7 @@ TEST(HistoryContent, HasTodaysUsesThatBeganBeforeMidnightAndAreStillOn) {
 TEST(HistoryContent, FindsTheUseOfAnAppThatEndedInThePeriodThoughItBeganBefore) {
     const auto before = midnight - 6 * day - hour;
     const SessionList sessions = {
-        shared(sessionOf("Other", Device::camera, now - 60, now - 30)),
+        shared(sessionOf("Other", Device::camera, historyNow - 60, historyNow - 30)),
         shared(sessionOf("Long", Device::camera, before, before + 2 * hour)),
         shared(sessionOf("Long", Device::camera, before - day, before)),
     };
@@ -88,7 +88,7 @@ TEST(HistoryContent, FindsTheUseOfAnAppThatEndedInThePeriodThoughItBeganBefore) 
 }
 
 TEST(HistoryContent, IsEmptyWhereNothingMatches) {
-    const auto content = contentOf({shared(sessionOf("App", Device::camera, now - 60, now - 30))},
+    const auto content = contentOf({shared(sessionOf("App", Device::camera, historyNow - 60, historyNow - 30))},
                                    {.device = Device::speaker});
     EXPECT_THAT(content.rows, IsEmpty());
     EXPECT_THAT(content.sections, IsEmpty());
@@ -97,7 +97,7 @@ TEST(HistoryContent, IsEmptyWhereNothingMatches) {
 TEST(HistoryContent, PutsRowsUnderTheDayOnWhichTheyBegan) {
     const auto content = contentOf(
         {
-            shared(sessionOf("A", Device::camera, midnight + 9 * hour, now)),
+            shared(sessionOf("A", Device::camera, midnight + 9 * hour, historyNow)),
             shared(sessionOf("B", Device::camera, midnight, midnight + 5)),
             shared(sessionOf("C", Device::camera, midnight - 1, midnight + 5)),
             shared(sessionOf("D", Device::camera, midnight - 40 * day, midnight - 39 * day)),
@@ -126,32 +126,32 @@ TEST(HistoryContent, KeepsTheLongDayOfAChangeOfClocksWhole) {
 }
 
 TEST(HistoryContent, NamesDevicesAsAList) {
-    auto microphone = sessionOf("Call", Device::microphone, now - 300, now - 60);
-    auto camera = sessionOf("Call", Device::camera, now - 298, now - 70);
+    auto microphone = sessionOf("Call", Device::microphone, historyNow - 300, historyNow - 60);
+    auto camera = sessionOf("Call", Device::camera, historyNow - 298, historyNow - 70);
     const auto rows = Activity::rows({shared(camera), shared(microphone)});
     ASSERT_THAT(rows, SizeIs(1));
-    EXPECT_EQ(rowText(rows[0], now).devices, "camera and mic");
-    EXPECT_EQ(rowText(rowOf(sessionOf("App", Device::speaker, now)), now).devices, "speaker");
-    EXPECT_EQ(rowText(rows[0], now).trailing, "4 min");
+    EXPECT_EQ(rowText(rows[0], historyNow).devices, "camera and mic");
+    EXPECT_EQ(rowText(historyRowOf(sessionOf("App", Device::speaker, historyNow)), historyNow).devices, "speaker");
+    EXPECT_EQ(rowText(rows[0], historyNow).trailing, "4 min");
 }
 
 TEST(HistoryContent, SaysThatAnEndIsNotKnown) {
-    auto session = sessionOf("App", Device::camera, now - 300);
+    auto session = sessionOf("App", Device::camera, historyNow - 300);
     session.outcome = SessionOutcome::endUnknown;
-    EXPECT_EQ(rowText(rowOf(session), now).trailing, "End not known");
+    EXPECT_EQ(rowText(historyRowOf(session), historyNow).trailing, "End not known");
 }
 
 TEST(HistoryContent, SaysOfAStoppedRowThatItWasStoppedRatherThanTrusted) {
-    auto session = sessionOf("App", Device::camera, now - 300, now);
-    EXPECT_EQ(rowText(rowOf(session), now).label, "");
+    auto session = sessionOf("App", Device::camera, historyNow - 300, historyNow);
+    EXPECT_EQ(rowText(historyRowOf(session), historyNow).label, "");
     session.warningLevel = WarningLevel::quiet;
-    EXPECT_EQ(rowText(rowOf(session), now).label, "Trusted");
+    EXPECT_EQ(rowText(historyRowOf(session), historyNow).label, "Trusted");
     session.outcome = SessionOutcome::stoppedByUser;
-    EXPECT_EQ(rowText(rowOf(session), now).label, "Stopped");
+    EXPECT_EQ(rowText(historyRowOf(session), historyNow).label, "Stopped");
     session.outcome = SessionOutcome::endedNormally;
     for (const auto level : {WarningLevel::standard, WarningLevel::strong}) {
         session.warningLevel = level;
-        EXPECT_EQ(rowText(rowOf(session), now).label, "Warned");
+        EXPECT_EQ(rowText(historyRowOf(session), historyNow).label, "Warned");
     }
 }
 
@@ -162,11 +162,11 @@ TEST(HistoryContent, ReadsARowAloudWithoutWhatItDoesNotSay) {
 }
 
 TEST(HistoryContent, OffersEachAppOnceInTheOrderOfItsLastUse) {
-    auto renamed = sessionOf("A", Device::camera, now - 3 * day, now - 2 * day);
+    auto renamed = sessionOf("A", Device::camera, historyNow - 3 * day, historyNow - 2 * day);
     renamed.app.name = "Former name";
     EXPECT_THAT(
-        appChoices({shared(sessionOf("A", Device::camera, now - 60)),
-                    shared(sessionOf("B", Device::speaker, now - day, now)), shared(renamed)}),
+        appChoices({shared(sessionOf("A", Device::camera, historyNow - 60)),
+                    shared(sessionOf("B", Device::speaker, historyNow - day, historyNow)), shared(renamed)}),
         ElementsAre(AppChoiceEntry{"org.example.A", "A"}, AppChoiceEntry{"org.example.B", "B"}));
     EXPECT_THAT(appChoices({}), IsEmpty());
 }

@@ -16,11 +16,11 @@ using testing::midnight;
 using testing::sessionOf;
 using testing::shared;
 
-const Timestamp now = midnight + 10 * hour;
+const Timestamp totalsNow = midnight + 10 * hour;
 
 TotalsContent totals(const SessionList& sessions, std::optional<Device> device,
                      HistoryRange range) {
-    return TotalsContent::of(sessions, device, range, now, Localizer());
+    return TotalsContent::of(sessions, device, range, totalsNow, Localizer());
 }
 
 TEST(TotalsContent, NamesTheDeviceThatIsCounted) {
@@ -32,8 +32,8 @@ TEST(TotalsContent, NamesTheDeviceThatIsCounted) {
 
 TEST(TotalsContent, HasNothingForTheCameraOnAnEmptyDay) {
     const SessionList sessions = {
-        shared(sessionOf("Call", Device::microphone, now - hour, now - 60)),
-        shared(sessionOf("Call", Device::camera, now - day, now - day + 60)),
+        shared(sessionOf("Call", Device::microphone, totalsNow - hour, totalsNow - 60)),
+        shared(sessionOf("Call", Device::camera, totalsNow - day, totalsNow - day + 60)),
     };
     EXPECT_THAT(totals(sessions, Device::camera, HistoryRange::today).apps, IsEmpty());
     EXPECT_THAT(totals(sessions, Device::camera, HistoryRange::week).apps,
@@ -42,7 +42,7 @@ TEST(TotalsContent, HasNothingForTheCameraOnAnEmptyDay) {
 
 TEST(TotalsContent, CountsOnlyWhatLiesInThePeriodTheLongestFirst) {
     const SessionList sessions = {
-        shared(sessionOf("Open", Device::camera, now - 60)),
+        shared(sessionOf("Open", Device::camera, totalsNow - 60)),
         shared(sessionOf("Long", Device::speaker, midnight - hour, midnight + 2 * hour)),
         shared(sessionOf("Old", Device::camera, midnight - 7 * day, midnight - 6 * day)),
     };

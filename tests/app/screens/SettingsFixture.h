@@ -2,6 +2,7 @@
 // knows its controls by.
 #pragma once
 
+#include "app/contents/Sessions.h"
 #include "app/controls/Choices.h"
 #include "app/controls/Labels.h"
 #include "app/model/ModelFixture.h"
@@ -18,13 +19,6 @@
 #include <vector>
 
 namespace velmoran::testing {
-
-inline AppIdentity appNamed(const std::string& name) {
-    AppIdentity app;
-    app.id = "org.example." + name;
-    app.name = name;
-    return app;
-}
 
 struct TestLoginItem final : LoginItem {
     bool isOn() const override { return on; }

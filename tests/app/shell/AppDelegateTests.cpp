@@ -11,7 +11,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-SystemSnapshot recordedBy(const std::string& name) {
+SystemSnapshot microphoneUsedBy(const std::string& name) {
     return testing::ModelFixture::microphone({testing::appRef(name)});
 }
 
@@ -65,7 +65,7 @@ TEST_F(Delegate, StartsTheModelOnlyOnceTheStatusItemIsThere) {
     EXPECT_TRUE(machine.snapshots().isStarted());
     ASSERT_TRUE(delegate.statusItem());
     delegate.model().receive({});
-    delegate.model().receive(recordedBy("Zoom"));
+    delegate.model().receive(microphoneUsedBy("Zoom"));
     time.runPosted();
     EXPECT_THAT(delegate.model().notices.items(), SizeIs(1));
     EXPECT_TRUE(delegate.statusItem()->noticePanel().panel().isVisible());
@@ -74,7 +74,7 @@ TEST_F(Delegate, StartsTheModelOnlyOnceTheStatusItemIsThere) {
 TEST_F(Delegate, StopsOnlyTheMonitorAtTheEnd) {
     delegate.didFinishLaunching({.isLogin = true});
     delegate.model().receive({});
-    delegate.model().receive(recordedBy("Zoom"));
+    delegate.model().receive(microphoneUsedBy("Zoom"));
     time.runPosted();
     EXPECT_FALSE(machine.snapshots().isStopped());
     delegate.model().stopMonitor();
@@ -194,7 +194,7 @@ TEST_F(Delegate, ClosingAllWindowsLeavesTheProgramRunning) {
     EXPECT_EQ(quits, 0);
     QObject::disconnect(end);
     delegate.model().receive({});
-    delegate.model().receive(recordedBy("Zoom"));
+    delegate.model().receive(microphoneUsedBy("Zoom"));
     time.runPosted();
     EXPECT_THAT(delegate.model().notices.items(), SizeIs(1));
 }

@@ -10,7 +10,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Kind = HistoryProblem::Kind;
+using ProblemKind = HistoryProblem::Kind;
 
 void catchUpWholly(HistoryStore& store) {
     for (int times = 0; times < 1000 && store.isBehind(); ++times) {
@@ -31,7 +31,7 @@ TEST(HistoryBacklog, IsWrittenWhenTheLockHasGone) {
         store.saveSession(sessionNumber(2, 200));
         ASSERT_TRUE(store.failure());
         EXPECT_TRUE(store.failure()->isLock);
-        EXPECT_EQ(store.failure()->problem.kind, Kind::notWritten);
+        EXPECT_EQ(store.failure()->problem.kind, ProblemKind::notWritten);
         EXPECT_EQ(store.failure()->problem.reason, "database is locked");
         EXPECT_TRUE(store.isBehind());
         EXPECT_FALSE(store.catchUp());
@@ -303,14 +303,14 @@ TEST(HistoryBacklog, IsWrittenToAFileThatWasLockedAtTheStart) {
     store.onReplaced([&] { ++replaced; });
     ASSERT_TRUE(store.failure());
     EXPECT_TRUE(store.failure()->isLock);
-    EXPECT_EQ(store.failure()->problem.kind, Kind::notWritten);
+    EXPECT_EQ(store.failure()->problem.kind, ProblemKind::notWritten);
     store.closeOpenRecords();
     store.prune({50});
     store.saveSession(sessionNumber(2, 200));
     EXPECT_FALSE(store.catchUp());
     EXPECT_TRUE(store.isBehind());
     ASSERT_TRUE(store.failure());
-    EXPECT_EQ(store.failure()->problem.kind, Kind::notWritten);
+    EXPECT_EQ(store.failure()->problem.kind, ProblemKind::notWritten);
     EXPECT_THAT(store.sessions(), ElementsAre(sessionNumber(2, 200)));
 
     holder.reset();

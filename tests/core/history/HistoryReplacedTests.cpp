@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Kind = HistoryProblem::Kind;
+using ProblemKind = HistoryProblem::Kind;
 
 class HistoryReplaced : public ::testing::Test {
 protected:
@@ -115,7 +115,7 @@ TEST_F(HistoryReplaced, WaitsWhereNoHistoryCanBe) {
     EXPECT_EQ(file_.bytes(), foreign);
     EXPECT_EQ(replaced_, 0);
     ASSERT_TRUE(store_.failure());
-    EXPECT_EQ(store_.failure()->problem.kind, Kind::notOpened);
+    EXPECT_EQ(store_.failure()->problem.kind, ProblemKind::notOpened);
     EXPECT_THAT(store_.failure()->problem.reason, ::testing::HasSubstr("not a database"));
     EXPECT_TRUE(store_.isBehind());
     // What was told since is shown, and nothing of it fails.
