@@ -57,15 +57,11 @@ NoticeView::NoticeView(const NoticeItem& item, const AppPicture& picture, const 
     : QWidget(parent),
       colors_(palette()),
       picture_(pictureOf(item, picture, palette(), colors_, devicePixelRatioF())) {
+    QAccessible::installFactory(&accessibleCard); // once, however often it is called
     setObjectName(QStringLiteral("notice"));
     // One line, so that nobody can write a second sentence into a name.
     const auto title = qt(item.title).simplified();
     setAccessibleName(title);
-    static const bool isKnown = [] {
-        QAccessible::installFactory(&accessibleCard);
-        return true;
-    }();
-    Q_UNUSED(isKnown)
     const int left = picture_.isNull() ? margin : margin + pictureSize + pictureGap;
     const int textWidth = cardWidth - left - closeMargin - CardCloseButton::side - lineGap;
 
