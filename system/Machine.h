@@ -288,8 +288,8 @@ public:
     /// Whether the session or the system stands on that app, so that it is never closed. Main
     /// thread.
     virtual bool isProtected(const AppIdentity& app) = 0;
-    /// Which part of the system an app is, if it uses sound for reasons of the system's own; nothing
-    /// for all other apps. By its path alone. Main thread.
+    /// Which part of the system an app is, if it uses sound for reasons of the system's own;
+    /// nothing for all other apps. By its path alone. Main thread.
     virtual std::optional<SystemProcess> systemProcess(const AppIdentity& app) = 0;
     /// Those reasons.
     std::optional<SystemProcess::Role> roleOf(const AppIdentity& app) {

@@ -12,13 +12,19 @@ namespace velmoran {
 
 /// What a screen can have done that lies beyond its own window.
 struct ScreenActions {
-    std::function<void()> showHistory = [] {};
-    std::function<void()> showSettings = [] {};
-    std::function<void(const ActivityRow&)> showDetails = [](const ActivityRow&) {};
-    std::function<void()> quit = [] {};
-    std::function<void()> relaunch = [] {};
+    std::function<void()> showHistory = [] {
+    };
+    std::function<void()> showSettings = [] {
+    };
+    std::function<void(const ActivityRow&)> showDetails = [](const ActivityRow&) {
+    };
+    std::function<void()> quit = [] {
+    };
+    std::function<void()> relaunch = [] {
+    };
     /// In the user's browser.
-    std::function<void(const std::string& address)> openWebPage = [](const std::string&) {};
+    std::function<void(const std::string& address)> openWebPage = [](const std::string&) {
+    };
 };
 
 struct ScreenContext {

@@ -116,9 +116,8 @@ bool names(std::string_view list, std::string_view desktop) {
 } // namespace
 
 std::string autostartText(const std::string& program, const std::string& arguments) {
-    return std::string(group) +
-           "\nType=Application\nName=Velmoran\nExec=" + escaped(quotedArgument(program) + ' ' + arguments) +
-           "\nTryExec=" + escaped(program) +
+    return std::string(group) + "\nType=Application\nName=Velmoran\nExec=" +
+           escaped(quotedArgument(program) + ' ' + arguments) + "\nTryExec=" + escaped(program) +
            "\nIcon=org.velmoran.Velmoran\nTerminal=false\nStartupNotify=false\n"
            "X-GNOME-Autostart-enabled=true\n";
 }

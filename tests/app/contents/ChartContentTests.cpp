@@ -72,14 +72,16 @@ TEST(ChartContent, NamesEachDayOfAWeekAndFewOfMore) {
 }
 
 TEST(ChartContent, CountsCameraAndMicrophoneButNotTheSpeaker) {
-    const auto content = chart({shared(sessionOf("Call", Device::camera, chartNow - 600, chartNow)),
-                                shared(sessionOf("Call", Device::microphone, chartNow - 300, chartNow)),
-                                shared(sessionOf("Song", Device::speaker, chartNow - 3000, chartNow))});
+    const auto content =
+        chart({shared(sessionOf("Call", Device::camera, chartNow - 600, chartNow)),
+               shared(sessionOf("Call", Device::microphone, chartNow - 300, chartNow)),
+               shared(sessionOf("Song", Device::speaker, chartNow - 3000, chartNow))});
     EXPECT_FALSE(content.isEmpty());
     EXPECT_EQ(content.days.back().camera, 600);
     EXPECT_EQ(content.days.back().microphone, 300);
     EXPECT_EQ(content.scale.ticks, (std::vector<Seconds>{0, 120, 240, 360, 480, 600}));
-    EXPECT_TRUE(chart({shared(sessionOf("Song", Device::speaker, chartNow - 3000, chartNow))}).isEmpty());
+    EXPECT_TRUE(
+        chart({shared(sessionOf("Song", Device::speaker, chartNow - 3000, chartNow))}).isEmpty());
 }
 
 TEST(ChartContent, TakesTheDayWhoseNoonIsNearest) {
@@ -118,7 +120,8 @@ TEST(ChartContent, HasTheDaysOfAChangeOfClocks) {
 }
 
 TEST(ChartContent, SaysInItsTableWhatItDraws) {
-    const auto content = chart({shared(sessionOf("Call", Device::camera, chartNow - 600, chartNow))});
+    const auto content =
+        chart({shared(sessionOf("Call", Device::camera, chartNow - 600, chartNow))});
     EXPECT_EQ(content.tableRow(6, Localizer()), (ChartContent::TableRow{"Today", "10 min", "0 s"}));
     EXPECT_EQ(content.tableRow(4, Localizer()),
               (ChartContent::TableRow{"Monday, Mar 2", "0 s", "0 s"}));

@@ -47,8 +47,10 @@ TEST(HistoryRange, NamesItselfInWords) {
 TEST(HistoryRange, BeginsAtAMidnightAndEndsNow) {
     const Localizer utc;
     EXPECT_EQ(intervalOf(HistoryRange::today, historyNow, utc), (Interval{midnight, historyNow}));
-    EXPECT_EQ(intervalOf(HistoryRange::week, historyNow, utc), (Interval{midnight - 6 * day, historyNow}));
-    EXPECT_EQ(intervalOf(HistoryRange::month, historyNow, utc), (Interval{midnight - 29 * day, historyNow}));
+    EXPECT_EQ(intervalOf(HistoryRange::week, historyNow, utc),
+              (Interval{midnight - 6 * day, historyNow}));
+    EXPECT_EQ(intervalOf(HistoryRange::month, historyNow, utc),
+              (Interval{midnight - 29 * day, historyNow}));
     EXPECT_EQ(intervalOf(HistoryRange::all, historyNow, utc), std::nullopt);
 }
 
@@ -88,8 +90,9 @@ TEST(HistoryContent, FindsTheUseOfAnAppThatEndedInThePeriodThoughItBeganBefore) 
 }
 
 TEST(HistoryContent, IsEmptyWhereNothingMatches) {
-    const auto content = contentOf({shared(sessionOf("App", Device::camera, historyNow - 60, historyNow - 30))},
-                                   {.device = Device::speaker});
+    const auto content =
+        contentOf({shared(sessionOf("App", Device::camera, historyNow - 60, historyNow - 30))},
+                  {.device = Device::speaker});
     EXPECT_THAT(content.rows, IsEmpty());
     EXPECT_THAT(content.sections, IsEmpty());
 }
@@ -131,7 +134,9 @@ TEST(HistoryContent, NamesDevicesAsAList) {
     const auto rows = Activity::rows({shared(camera), shared(microphone)});
     ASSERT_THAT(rows, SizeIs(1));
     EXPECT_EQ(rowText(rows[0], historyNow).devices, "camera and mic");
-    EXPECT_EQ(rowText(historyRowOf(sessionOf("App", Device::speaker, historyNow)), historyNow).devices, "speaker");
+    EXPECT_EQ(
+        rowText(historyRowOf(sessionOf("App", Device::speaker, historyNow)), historyNow).devices,
+        "speaker");
     EXPECT_EQ(rowText(rows[0], historyNow).trailing, "4 min");
 }
 
@@ -166,7 +171,8 @@ TEST(HistoryContent, OffersEachAppOnceInTheOrderOfItsLastUse) {
     renamed.app.name = "Former name";
     EXPECT_THAT(
         appChoices({shared(sessionOf("A", Device::camera, historyNow - 60)),
-                    shared(sessionOf("B", Device::speaker, historyNow - day, historyNow)), shared(renamed)}),
+                    shared(sessionOf("B", Device::speaker, historyNow - day, historyNow)),
+                    shared(renamed)}),
         ElementsAre(AppChoiceEntry{"org.example.A", "A"}, AppChoiceEntry{"org.example.B", "B"}));
     EXPECT_THAT(appChoices({}), IsEmpty());
 }
