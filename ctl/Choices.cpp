@@ -2,6 +2,7 @@
 
 #include "app/bus/AppChoice.h"
 #include "app/bus/TrustChoice.h"
+#include "app/contents/UseWords.h"
 #include "app/model/SettingChoices.h"
 #include "core/text/CellText.h"
 #include "core/text/Localizer.h"
@@ -104,12 +105,6 @@ std::string kindText(TrustKind kind) {
         break;
     }
     return words().text("trusted, always warn");
-}
-
-std::string deviceWord(Device device) {
-    return device == Device::camera       ? words().text("camera")
-           : device == Device::microphone ? words().text("mic")
-                                          : words().text("speaker");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "ctl/HistoryLines.h"
 
+#include "app/contents/UseWords.h"
 #include "core/text/CellText.h"
 #include "core/text/DurationFormat.h"
 #include "core/text/Localizer.h"
@@ -38,29 +39,6 @@ std::optional<Seconds> lengthOf(const UsageSession& session, const LineContext& 
     return end && length < longest ? std::optional(length) : std::nullopt;
 }
 
-std::string word(Device device) {
-    switch (device) {
-    case Device::camera:
-        return words().text("camera");
-    case Device::microphone:
-        return words().text("mic");
-    case Device::speaker:
-        break;
-    }
-    return words().text("speaker");
-}
-
-std::string label(const UsageSession& session) {
-    if (session.outcome == SessionOutcome::stoppedByUser) {
-        return words().text("Stopped");
-    }
-    if (!session.warningLevel) {
-        return {};
-    }
-    return session.warningLevel == WarningLevel::quiet ? words().text("Trusted")
-                                                       : words().text("Warned");
-}
-
 std::string lengthText(const UsageSession& session, const LineContext& context) {
     if (isOpen(session, context)) {
         return words().text("Still on");
@@ -77,7 +55,7 @@ struct Widths {
 
     Widths() {
         for (const auto each : allDevices) {
-            device = std::max(device, columnsOf(word(each)));
+            device = std::max(device, columnsOf(deviceWord(each)));
         }
         constexpr Seconds long_ = 99 * 3600.0 + 59 * 60;
         for (const auto& text : {DurationFormat::text(long_), words().text("Still on"),
@@ -97,8 +75,8 @@ std::string tableLine(const UsageSession& session, const LineContext& context) {
     constexpr std::size_t timeColumns = 19;
     return padded(wallTime(session.start), timeColumns) + "  " +
            paddedBefore(lengthText(session, context), widths.length) + "  " +
-           padded(word(session.device), widths.device) + "  " +
-           padded(label(session), widths.label) + "  " + cutLine(session.app.name, nameColumns) +
+           padded(deviceWord(session.device), widths.device) + "  " +
+           padded(toldWord(session.outcome, session.warningLevel), widths.label) + "  " + cutLine(session.app.name, nameColumns) +
            "\n";
 }
 

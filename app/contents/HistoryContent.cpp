@@ -1,5 +1,6 @@
 #include "app/contents/HistoryContent.h"
 
+#include "app/contents/UseWords.h"
 #include "core/text/DurationFormat.h"
 
 #include <string_view>
@@ -31,29 +32,6 @@ std::vector<HistorySection> sectionsOf(const std::vector<ActivityRow>& rows, Tim
         ++sections.back().count;
     }
     return sections;
-}
-
-std::string deviceWord(Device device) {
-    switch (device) {
-    case Device::camera:
-        return words().text("camera");
-    case Device::microphone:
-        return words().text("mic");
-    case Device::speaker:
-        break;
-    }
-    return words().text("speaker");
-}
-
-std::string rowLabel(const ActivityRow& row) {
-    if (row.outcome == SessionOutcome::stoppedByUser) {
-        return words().text("Stopped");
-    }
-    if (!row.warningLevel) {
-        return {};
-    }
-    return *row.warningLevel == WarningLevel::quiet ? words().text("Trusted")
-                                                    : words().text("Warned");
 }
 
 std::string rowTrailing(const ActivityRow& row, Timestamp now) {
@@ -98,7 +76,7 @@ HistoryRowText rowText(const ActivityRow& row, Timestamp now) {
     return {.time = words().shortTime(row.start()),
             .app = row.app().name,
             .devices = words().list(devices),
-            .label = rowLabel(row),
+            .label = toldWord(row.outcome, row.warningLevel),
             .trailing = rowTrailing(row, now)};
 }
 

@@ -4,6 +4,7 @@
 
 #include <QCloseEvent>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QScreen>
 #include <QShortcut>
 #include <QStyle>
@@ -40,6 +41,7 @@ ContentWindow::ContentWindow() : area_(new QScrollArea(this)) {
     area_->setWidgetResizable(true);
     area_->setFocusPolicy(Qt::NoFocus);
     area_->viewport()->installEventFilter(this);
+    setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
     auto* closing = new QShortcut(QKeySequence(QKeySequence::Close), this);
     connect(closing, &QShortcut::activated, this, &QWidget::close);
     setAttribute(Qt::WA_QuitOnClose, false);
