@@ -77,8 +77,8 @@ protected:
 
     QString program = QStringLiteral(VELMORAN_FETCH);
 
-    static constexpr UpdateCheck::Result failed{Kind::failed};
-    static constexpr UpdateCheck::Result upToDate{Kind::upToDate};
+    static inline const UpdateCheck::Result failed{Kind::failed};
+    static inline const UpdateCheck::Result upToDate{Kind::upToDate};
     static UpdateCheck::Result newer(const std::string& version) { return {Kind::newer, version}; }
 };
 
