@@ -28,6 +28,8 @@ constexpr double lineWidth = 2;
 constexpr double edgeWidth = 1;
 constexpr double pointArea = 45;
 constexpr double labelGap = 8;
+constexpr int emptyAlignment =
+    static_cast<int>(Qt::AlignCenter) | static_cast<int>(Qt::TextWordWrap);
 
 QString tickText(Seconds tick) {
     return QString::fromStdString(DurationFormat::text(tick));
@@ -244,11 +246,15 @@ void ChartPlot::paintEvent(QPaintEvent*) {
     painter.restore();
     paintSelection(painter);
     if (content_.isEmpty()) {
+        const auto words = QString::fromStdString(
+            velmoran::words().text("No camera or microphone use in this time."));
+        const QRectF room(plot.x, plot.y, plot.width, plot.height);
         painter.setFont(velmoran::font(TextStyle::body, font()));
+        // No line runs through the words.
+        painter.fillRect(painter.boundingRect(room, emptyAlignment, words).adjusted(-8, -4, 8, 4),
+                         colors.window);
         painter.setPen(colors.secondary);
-        painter.drawText(
-            QRectF(plot.x, plot.y, plot.width, plot.height), Qt::AlignCenter | Qt::TextWordWrap,
-            QString::fromStdString(words().text("No camera or microphone use in this time.")));
+        painter.drawText(room, emptyAlignment, words);
     }
     if (hasFocus() && focusIsByKeyboard_) {
         painter.setBrush(Qt::NoBrush);
