@@ -44,10 +44,10 @@ UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateChe
     texts->addWidget(
         new LineLabel(qt(UpdateContent::versionText(running)), TextStyle::body, Ink::text, row));
     status_ =
-        new TextLabel(qt(UpdateContent::statusText({})), TextStyle::body, Ink::secondary, row);
+        new TextLabel(qt(UpdateContent::statusText({})), TextStyle::caption, Ink::secondary, row);
     status_->setObjectName(QStringLiteral("updateStatus"));
     texts->addWidget(status_);
-    advice_ = new TextLabel(qt(UpdateContent::advice()), TextStyle::body, Ink::secondary, row);
+    advice_ = new TextLabel(qt(UpdateContent::advice()), TextStyle::caption, Ink::secondary, row);
     advice_->setObjectName(QStringLiteral("updateAdvice"));
     advice_->hide();
     texts->addWidget(advice_);
@@ -56,11 +56,13 @@ UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateChe
     auto* buttons = new QVBoxLayout;
     buttons->setSpacing(SettingsMeasures::betweenParts);
     check_ = new FaceButton(qt(words().text("Check for updates")), FaceButton::Face::plain, row);
+    check_->setSmall(true);
     check_->setEnabled(update_.has_value());
     connect(check_, &FaceButton::clicked, this, [this] { check(); });
     buttons->addWidget(check_);
     download_ =
         new FaceButton(qt(words().text("Open download page")), FaceButton::Face::plain, row);
+    download_->setSmall(true);
     download_->hide();
     connect(download_, &FaceButton::clicked, this, std::move(openDownloads));
     buttons->addWidget(download_);
