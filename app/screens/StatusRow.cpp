@@ -3,10 +3,15 @@
 #include "app/screens/PanelMeasures.h"
 #include "app/screens/ScreenText.h"
 
-#include <QHBoxLayout>
 #include <utility>
 
 namespace velmoran {
+
+namespace {
+
+constexpr int belowButton = 4; ///< room for its focus ring
+
+} // namespace
 
 StatusRow::StatusRow(Ink tint, AppPicture picture, Actions actions, QWidget* parent)
     : QWidget(parent),
@@ -18,6 +23,7 @@ StatusRow::StatusRow(Ink tint, AppPicture picture, Actions actions, QWidget* par
       note_(new TextLabel({}, TextStyle::caption, Ink::secondary, this)),
       state_(new LineLabel({}, TextStyle::body, Ink::secondary, this, false)),
       unmute_(new FaceButton(qt(StatusContent::unmute()), FaceButton::Face::plain, this)),
+      noteLayout_(new QHBoxLayout),
       useLayout_(new QVBoxLayout),
       uses_(*useLayout_) {
     unmute_->setSmall(true);
@@ -34,15 +40,14 @@ StatusRow::StatusRow(Ink tint, AppPicture picture, Actions actions, QWidget* par
     heading->addWidget(title_, 1);
     heading->addWidget(state_);
     heading->addWidget(unmute_);
-    auto* note = new QHBoxLayout;
-    note->setContentsMargins(UseLine::inset, 0, 0, 0);
-    note->addWidget(note_);
+    noteLayout_->setContentsMargins(UseLine::inset, 0, 0, 0);
+    noteLayout_->addWidget(note_);
     useLayout_->setSpacing(0);
 
     auto* text = new QVBoxLayout;
     text->setSpacing(2);
     text->addLayout(heading);
-    text->addLayout(note);
+    text->addLayout(noteLayout_);
     text->addLayout(useLayout_);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
@@ -72,6 +77,8 @@ bool StatusRow::present(const StatusContent& content) {
     const bool isOther = !shown_ || shown_->mutedByVelmoran != content.mutedByVelmoran;
     if (isOther) {
         unmute_->setVisible(content.mutedByVelmoran);
+        noteLayout_->setContentsMargins(UseLine::inset, content.mutedByVelmoran ? belowButton : 0,
+                                        0, 0);
     }
     const bool areOther = uses_.update(
         content.uses, [](const StatusContent::Use& use) { return use.session; },

@@ -7,6 +7,7 @@
 #include "app/screens/KeyedLines.h"
 #include "app/screens/UseLine.h"
 
+#include <QBoxLayout>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -35,6 +36,7 @@ private:
     TextLabel* note_;
     LineLabel* state_;
     FaceButton* unmute_;
+    QHBoxLayout* noteLayout_;
     QVBoxLayout* useLayout_;
     KeyedLines<UseLine> uses_;
     std::optional<StatusContent> shown_;
