@@ -22,6 +22,7 @@ constexpr int textWidth = 340;
 constexpr int symbolSize = 40;
 constexpr int questionMargin = 20;
 constexpr int spacing = 8;
+constexpr int buttonHeight = 32;  ///< as in the other windows
 constexpr int buttonPadding = 40; ///< at least what a style puts around a title
 constexpr int mostMessageLines = 4;
 constexpr int mostTextLines = 14;
@@ -44,6 +45,7 @@ QPushButton* addButton(QDialog& dialog, QVBoxLayout& column, const std::string& 
         QFontMetrics(button->font()).elidedText(whole, Qt::ElideMiddle, textWidth - buttonPadding);
     // An ampersand would be taken for the mark of a key.
     button->setText(QString(shown).replace(QLatin1Char('&'), QStringLiteral("&&")));
+    button->setMinimumHeight(buttonHeight);
     button->setAccessibleName(whole);
     if (shown != whole) {
         button->setToolTip(whole);
