@@ -12,7 +12,7 @@ namespace velmoran {
 namespace {
 
 constexpr int emptySymbol = 32;
-constexpr int widestSentence = 320;
+constexpr int widestSentence = 360;
 constexpr int chevronSize = 12;
 constexpr int headingGap = 4;
 
