@@ -17,6 +17,12 @@ const Timestamp midnight = moment - 14 * hour - 32 * minute;
 constexpr int days = 30;
 constexpr int emptyDay = 10; ///< a Sunday
 
+struct PictureApp {
+    std::string_view name;
+    std::string_view shortID;
+    bool hasPicture = true;
+};
+
 constexpr std::array<PictureApp, 22> apps = {{
     {"Harbour", "harbour"},
     {"Parley", "parley"},
@@ -153,6 +159,14 @@ void seldom(Diary& diary) {
 }
 
 } // namespace
+
+std::vector<std::string_view> installed() {
+    std::vector<std::string_view> ids;
+    for (const auto& each : apps) {
+        ids.push_back(each.shortID);
+    }
+    return ids;
+}
 
 const AppRef& app(std::string_view shortID) {
     static const auto all = [] {

@@ -7,18 +7,15 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velmoran::pictures {
 
 /// A Wednesday in May 2026, 14:32 in Berlin: when the pictures are taken.
 inline constexpr Timestamp moment{800973120};
 
-struct PictureApp {
-    std::string_view name;
-    std::string_view shortID; ///< after "org.example."
-    bool hasPicture = true;
-};
-
+/// Each app's name after "org.example.".
+std::vector<std::string_view> installed();
 const AppRef& app(std::string_view shortID);
 AppIdentity identity(std::string_view shortID);
 /// As a picture's colour and form: the place of the app among all; nothing for one without.

@@ -3,6 +3,7 @@
 // usage: window-pictures FOLDER light|dark en|de SCALE
 #include "Month.h"
 #include "PictureLook.h"
+#include "app/controls/Groups.h"
 #include "app/model/AppModel.h"
 #include "app/model/MemorySettings.h"
 #include "app/screens/BrowserDialog.h"
@@ -20,6 +21,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
+#include <QMouseEvent>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <cstdio>
@@ -56,6 +58,9 @@ struct Stage {
         machine.script.connections[*app(call).path] = {{"2001:db8:64::8a", 443, "TCP"},
                                                        {"198.51.100.24", 443, "TCP"},
                                                        {"203.0.113.70", 3478, "UDP"}};
+        for (const auto each : installed()) {
+            machine.script.teamIDs[*app(each).path] = "system";
+        }
         fill(*store);
         reading.output = OutputDeviceInfo{.objectID = 1,
                                           .name = "Headphones",
@@ -63,6 +68,7 @@ struct Stage {
                                           .volume = 0.45F,
                                           .isMuted = false};
         model.start();
+        model.settings.monitorSpeakerUse.set(true);
         for (const auto* each : {"pigeon", "dictation", "memos", "tuner"}) {
             model.setTrusted(true, identity(each), {Device::microphone});
         }
@@ -109,6 +115,7 @@ public:
     }
     /// Also in the size that it wants, as its window would have it.
     void show(QWidget& window, const char* name) const {
+        clickOn(window);
         window.show();
         settle();
         window.resize(window.sizeHint());
@@ -116,6 +123,12 @@ public:
     }
 
 private:
+    /// A person with a mouse, to whom no focus is shown.
+    static void clickOn(QWidget& window) {
+        QMouseEvent press(QEvent::MouseButtonPress, {}, {}, Qt::LeftButton, Qt::LeftButton,
+                          Qt::NoModifier);
+        QApplication::sendEvent(&window, &press);
+    }
     static void settle() {
         for (int round = 0; round < 3; ++round) {
             QApplication::sendPostedEvents();
@@ -171,10 +184,8 @@ void drawDetails(const Camera& camera) {
     stage.beginCall();
     EventDetailsView details(stage.context(), stage.model.sessions(Device::camera).front().id);
     camera.show(details, "details-closed");
-    for (auto* each : details.findChildren<QAbstractButton*>()) {
-        if (each->isCheckable() && !each->isChecked() && each->isVisible()) {
-            each->click();
-        }
+    for (auto* each : details.findChildren<Disclosure*>()) {
+        each->setOpen(true);
     }
     camera.show(details, "details");
     part<QAbstractButton>(details, "trust").click();
@@ -205,7 +216,7 @@ void drawHistory(const Camera& camera) {
     part<QWidget>(history, "span").findChildren<QAbstractButton*>().at(1)->click();
     auto& plot = history.chart().plot();
     camera.take(history, "chart-unselected");
-    plot.select(plot.content().days.size() - 14);
+    plot.select(plot.content().days.size() - 7);
     camera.take(history, "chart");
     part<QWidget>(history, "span").findChildren<QAbstractButton*>().at(0)->click();
     plot.select(plot.content().days.size() - 1);
