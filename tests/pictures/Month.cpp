@@ -68,7 +68,9 @@ public:
         session.end = start + length;
         session.outcome = SessionOutcome::endedNormally;
         session.warningLevel = shortID.empty() ? WarningLevel::strong : WarningLevel::standard;
-        if (shortID == "pigeon" || shortID == "dictation" || device == Device::speaker) {
+        if (device == Device::speaker) {
+            session.warningLevel.reset(); // nobody is warned of sound
+        } else if (shortID == "pigeon" || shortID == "dictation") {
             session.warningLevel = WarningLevel::quiet;
         }
         session.observedFromStart = true;

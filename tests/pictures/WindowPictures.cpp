@@ -34,7 +34,9 @@ namespace {
 using namespace velmoran;
 using namespace velmoran::pictures;
 
+constexpr Seconds listening = 20 * 60;
 constexpr Seconds callLength = 12 * 60 + 8;
+constexpr Seconds dictating = 3 * 60;
 
 struct OpensAtLogin final : LoginItem {
     bool isOn() const override { return true; }
@@ -43,7 +45,7 @@ struct OpensAtLogin final : LoginItem {
 
 /// A running model with the month behind it, watching since before the call.
 struct Stage {
-    ScriptedTime time{moment - callLength - 60};
+    ScriptedTime time{moment - callLength - listening - 60};
     ScriptedMachine machine;
     MemorySettings settings;
     std::shared_ptr<HistoryStore> store = std::make_shared<HistoryStore>(std::nullopt);
@@ -81,18 +83,24 @@ struct Stage {
         model.receive(reading);
         time.runPosted();
     }
-    /// Camera and microphone, with the sound of two apps.
+    /// Music, then a call, and dictation besides.
     void beginCall() {
+        reading.speakerOn = true;
+        reading.speakerApps = {app("music")};
+        deliver();
+        time.advanceBy(listening);
         reading.cameraOn = true;
         reading.cameraDevices = {"Integrated Camera"};
         reading.cameraApps = {app(call)};
         reading.microphoneOn = true;
-        reading.microphoneApps = {app(call), app("dictation")};
-        reading.speakerOn = true;
-        reading.speakerApps = {app(call), app("music")};
+        reading.microphoneApps = {app(call)};
+        reading.speakerApps = {app("music"), app(call)};
         deliver();
         model.sampleConnections();
-        time.advanceBy(callLength);
+        time.advanceBy(callLength - dictating);
+        reading.microphoneApps.push_back(app("dictation"));
+        deliver();
+        time.advanceBy(dictating);
     }
 
     ScreenContext context() {
