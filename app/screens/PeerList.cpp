@@ -7,6 +7,7 @@
 
 #include <QEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <algorithm>
 #include <cstddef>
@@ -41,7 +42,9 @@ public:
         if (isCurrent) {
             painter->fillRect(option.rect, colors.hover);
         }
-        const auto place = option.rect.adjusted(0, peerPadding, -peerGap, -peerPadding);
+        const auto* list = qobject_cast<const QListView*>(option.widget);
+        const int beforeBar = list && list->verticalScrollBar()->isVisible() ? peerGap : 0;
+        const auto place = option.rect.adjusted(0, peerPadding, -beforeBar, -peerPadding);
         const auto captionFont = font(TextStyle::captionTabular, option.font);
         const QFontMetrics caption(captionFont);
         const auto time = index.data(firstSeenRole).toString();
