@@ -90,7 +90,7 @@ QString TotalsView::time(int index) const {
 }
 
 AppCells::Place TotalsView::placeIn(const QRect& frame, int index) const {
-    const QFontMetrics metrics(velmoran::font(TextStyle::tabular, font()));
+    const QFontMetrics metrics(velmoran::font(TextStyle::captionTabular, font()));
     const int taken = metrics.horizontalAdvance(time(index)) + timeGap;
     return {.frame = frame.adjusted(inset, 0, -inset - taken, 0), .pictureSide = side};
 }
@@ -102,7 +102,7 @@ void TotalsView::paint(QPainter& painter, int index, const Look& look) const {
                   .text = colors.text,
                   .secondary = colors.secondary,
                   .palette = palette()});
-    painter.setFont(velmoran::font(TextStyle::tabular, font()));
+    painter.setFont(velmoran::font(TextStyle::captionTabular, font()));
     painter.setPen(colors.secondary);
     painter.drawText(look.frame.adjusted(inset, 0, -inset, 0), Qt::AlignRight | Qt::AlignVCenter,
                      time(index));
