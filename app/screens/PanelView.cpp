@@ -22,6 +22,7 @@ PanelView::PanelView(ScreenContext context, QWidget* parent)
       context_(std::move(context)),
       speaker_(new SpeakerRow(this)),
       stop_(new FaceButton(qt(PanelContent::stop()), FaceButton::Face::stop, this)),
+      stopFocus_(*stop_, *this),
       warningLayout_(new QVBoxLayout) {
     setObjectName(QStringLiteral("panel"));
     setAccessibleName(qt(PanelContent::title()));
@@ -144,7 +145,7 @@ void PanelView::present() {
     bool isOther = camera_->present(content.camera);
     isOther |= microphone_->present(content.microphone);
     speaker_->present(content.speaker);
-    stop_->setEnabled(content.canStop);
+    stopFocus_.setEnabled(content.canStop);
     isOther |= recent_->present(content.recent);
     presentWarnings(content.warnings);
     if (isOther) {

@@ -6,6 +6,7 @@
 
 #include "app/contents/PanelContent.h"
 #include "app/controls/Buttons.h"
+#include "app/controls/KeptFocus.h"
 #include "app/screens/RecentActivityView.h"
 #include "app/screens/ScreenContext.h"
 #include "app/screens/SpeakerRow.h"
@@ -43,6 +44,7 @@ private:
     StatusRow* microphone_;
     SpeakerRow* speaker_;
     FaceButton* stop_;
+    KeptFocus stopFocus_;
     RecentActivityView* recent_;
     QVBoxLayout* warningLayout_;
     std::vector<LinkButton*> links_;

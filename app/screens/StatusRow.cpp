@@ -24,6 +24,7 @@ StatusRow::StatusRow(Ink tint, AppPicture picture, Actions actions, QWidget* par
       state_(new LineLabel({}, TextStyle::body, Ink::secondary, this, false)),
       unmute_(new FaceButton(qt(StatusContent::unmute()), FaceButton::Face::plain, this)),
       noteLayout_(new QHBoxLayout),
+      unmuteFocus_(*unmute_, *this),
       useLayout_(new QVBoxLayout),
       uses_(*useLayout_) {
     unmute_->setSmall(true);
@@ -76,7 +77,7 @@ bool StatusRow::present(const StatusContent& content) {
     }
     const bool isOther = !shown_ || shown_->mutedByVelmoran != content.mutedByVelmoran;
     if (isOther) {
-        unmute_->setVisible(content.mutedByVelmoran);
+        unmuteFocus_.setVisible(content.mutedByVelmoran);
         noteLayout_->setContentsMargins(UseLine::inset, content.mutedByVelmoran ? belowButton : 0,
                                         0, 0);
     }
@@ -94,8 +95,8 @@ bool StatusRow::present(const StatusContent& content) {
     return isOther || areOther;
 }
 
-std::vector<QWidget*> StatusRow::focusOrder() const {
-    std::vector<QWidget*> order = {unmute_};
+std::vector<QWidget*> StatusRow::focusOrder() {
+    std::vector<QWidget*> order = {this, unmute_};
     const auto uses = uses_.widgets();
     order.insert(order.end(), uses.begin(), uses.end());
     return order;

@@ -4,6 +4,7 @@
 
 #include "app/contents/StatusContent.h"
 #include "app/controls/Buttons.h"
+#include "app/controls/KeptFocus.h"
 #include "app/screens/KeyedLines.h"
 #include "app/screens/UseLine.h"
 
@@ -24,8 +25,8 @@ public:
     StatusRow(Ink tint, AppPicture picture, Actions actions, QWidget* parent);
     /// True if the keyboard's way through it is another one now.
     bool present(const StatusContent& content);
-    /// What takes the keyboard, in its order.
-    std::vector<QWidget*> focusOrder() const;
+    /// What takes the keyboard, in its order; first itself, which keeps it for a button that goes.
+    std::vector<QWidget*> focusOrder();
 
 private:
     Ink tint_;
@@ -37,6 +38,7 @@ private:
     LineLabel* state_;
     FaceButton* unmute_;
     QHBoxLayout* noteLayout_;
+    KeptFocus unmuteFocus_;
     QVBoxLayout* useLayout_;
     KeyedLines<UseLine> uses_;
     std::optional<StatusContent> shown_;

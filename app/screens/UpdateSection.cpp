@@ -58,6 +58,7 @@ UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateChe
     check_ = new FaceButton(qt(words().text("Check for updates")), FaceButton::Face::plain, row);
     check_->setSmall(true);
     check_->setEnabled(update_.has_value());
+    checkFocus_.emplace(*check_, *this);
     connect(check_, &FaceButton::clicked, this, [this] { check(); });
     buttons->addWidget(check_);
     download_ =
@@ -72,9 +73,7 @@ UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateChe
 }
 
 void UpdateSection::check() {
-    const bool hadFocus = check_->hasFocus();
-    check_->setEnabled(false);
-    next_ = hadFocus ? window()->focusWidget() : nullptr;
+    checkFocus_->setEnabled(false);
     update_->check([this](const auto& result) { present(result); });
 }
 
@@ -84,11 +83,7 @@ void UpdateSection::present(const UpdateCheck::Result& result) {
     const bool isNewer = outcome == UpdateContent::Outcome::newer;
     advice_->setVisible(isNewer);
     download_->setVisible(isNewer);
-    check_->setEnabled(true);
-    // Back to the button, unless the person has gone on meanwhile.
-    if (next_ && next_ == window()->focusWidget()) {
-        check_->setFocus();
-    }
+    checkFocus_->setEnabled(true);
 }
 
 } // namespace velmoran

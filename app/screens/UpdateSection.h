@@ -3,9 +3,9 @@
 #pragma once
 
 #include "app/contents/UpdateContent.h"
+#include "app/controls/KeptFocus.h"
 #include "app/web/UpdateCheck.h"
 
-#include <QPointer>
 #include <QWidget>
 #include <functional>
 #include <optional>
@@ -13,7 +13,6 @@
 
 namespace velmoran {
 
-class FaceButton;
 class TextLabel;
 
 class UpdateSection final : public QWidget {
@@ -30,8 +29,8 @@ private:
     TextLabel* status_;
     TextLabel* advice_;
     FaceButton* check_;
+    std::optional<KeptFocus> checkFocus_;
     FaceButton* download_;
-    QPointer<QWidget> next_; ///< to which the keyboard went from the button that was disabled
 };
 
 } // namespace velmoran

@@ -1,6 +1,7 @@
 #include "app/screens/PanelView.h"
 
 #include "ScreenFixture.h"
+#include "app/controls/ControlInput.h"
 #include "core/text/Localizer.h"
 
 #include <QKeyEvent>
@@ -222,6 +223,65 @@ TEST_F(PanelViewTest, StopsAndCantBePressedTwice) {
     time.advanceBy(10);
     EXPECT_EQ(stops, 1);
     EXPECT_TRUE(stop->isEnabled());
+}
+
+TEST_F(PanelViewTest, ASecondPressOnTheKeyThatStopsDoesNothing) {
+    launchWatching();
+    receive(camera({appRef("zoom")}));
+    machine.script.closeSeconds["org.example.zoom"] = 2;
+    open();
+    QWidget* const stop = part("stop");
+    for (const int key : {Qt::Key_Return, Qt::Key_Space}) {
+        ASSERT_EQ(panel->focusWidget(), stop);
+        testing::press(*panel->focusWidget(), key);
+        ASSERT_TRUE(*model->isStopping);
+        settle();
+        testing::press(*panel->focusWidget(), key);
+        settle();
+        EXPECT_THAT(detailsShown, SizeIs(0));
+        EXPECT_EQ(historyShown + settingsShown + quits, 0);
+        time.advanceBy(10);
+        ASSERT_FALSE(*model->isStopping);
+        EXPECT_EQ(panel->focusWidget(), stop) << "it is given back";
+        receive({});
+        receive(camera({appRef("zoom")}));
+    }
+}
+
+TEST_F(PanelViewTest, AFocusThatHasGoneOnStaysWhereItIsAfterAStop) {
+    launchWatching();
+    receive(camera({appRef("zoom")}));
+    machine.script.closeSeconds["org.example.zoom"] = 2;
+    open();
+    testing::press(*part("stop"), Qt::Key_Return);
+    ASSERT_TRUE(*model->isStopping);
+    part("history")->setFocus();
+    time.advanceBy(10);
+    ASSERT_FALSE(*model->isStopping);
+    EXPECT_EQ(panel->focusWidget(), part("history"));
+}
+
+TEST_F(PanelViewTest, ASecondPressOnTheKeyThatUnmutesDoesNothing) {
+    launchWatching();
+    model->stopEverything();
+    time.advanceBy(5);
+    receive(cameraAndMicrophone(appRef("zoom")));
+    open();
+    for (const int key : {Qt::Key_Return, Qt::Key_Space}) {
+        model->settings.microphoneMuted.set(true);
+        settle();
+        auto* unmute = button("Unmute microphone");
+        ASSERT_NE(unmute, nullptr);
+        unmute->setFocus();
+        testing::press(*unmute, key);
+        ASSERT_FALSE(*model->settings.microphoneMuted);
+        settle();
+        testing::press(*panel->focusWidget(), key);
+        settle();
+        EXPECT_THAT(detailsShown, SizeIs(0));
+        EXPECT_FALSE(*model->isStopping);
+        EXPECT_EQ(panel->focusWidget(), part("microphone"));
+    }
 }
 
 TEST_F(PanelViewTest, OffersToUnmuteAfterAStopAlsoWhileNothingIsOn) {

@@ -1,3 +1,4 @@
+#include "app/controls/ControlInput.h"
 #include "app/screens/SettingsFixture.h"
 #include "app/screens/UpdateSection.h"
 #include "app/web/TestServer.h"
@@ -77,6 +78,26 @@ TEST_F(UpdateSectionTest, SaysThatItIsTheNewest) {
     checkAndWait();
     EXPECT_TRUE(says(*section, "You have the newest version."));
     EXPECT_FALSE(button(*section, "Open download page"));
+}
+
+TEST_F(UpdateSectionTest, ASecondPressOnItsKeyDoesNothing) {
+    const TestServer server(file(R"({"version":"1.10"})"));
+    show(server.address());
+    checkAndWait();
+    ASSERT_TRUE(button(*section, "Open download page")); // Qt would go on to it
+    for (const int key : {Qt::Key_Return, Qt::Key_Space}) {
+        check().setFocus();
+        testing::press(*section->focusWidget(), key);
+        ASSERT_FALSE(check().isEnabled());
+        testing::press(*section->focusWidget(), key);
+        EXPECT_EQ(openings, 0);
+        EXPECT_TRUE(support::waitUntil([&] {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+            return check().isEnabled();
+        }));
+        EXPECT_EQ(section->focusWidget(), &check()) << "it is given back";
+    }
+    EXPECT_EQ(server.requests().size(), 3U);
 }
 
 TEST_F(UpdateSectionTest, ForgetsWhatItFoundWhenItFails) {
