@@ -12,7 +12,7 @@ namespace velmoran {
 
 namespace {
 
-constexpr int trustSymbol = 20;
+constexpr int trustSymbol = 22; ///< at which the bars of its crossing are 28 and 30 points long
 constexpr int trustButton = 32;
 
 } // namespace
