@@ -102,6 +102,7 @@ void TextLabel::setPlain(const QString& text) {
     if (harmless != QLabel::text()) {
         setText(harmless);
         updateGeometry();
+        refreshToolTip();
     }
 }
 
@@ -114,6 +115,7 @@ void TextLabel::setMostLines(int lines) {
     mostLines_ = lines;
     updateGeometry();
     update();
+    refreshToolTip();
 }
 
 QSize TextLabel::sizeHint() const {
@@ -147,6 +149,10 @@ bool TextLabel::event(QEvent* event) {
 
 void TextLabel::resizeEvent(QResizeEvent* event) {
     QLabel::resizeEvent(event);
+    refreshToolTip();
+}
+
+void TextLabel::refreshToolTip() {
     if (mostLines_ > 0) {
         setToolTip(LaidOutText(*this, style_, width(), mostLines_).isCut ? plainToolTip(text())
                                                                          : QString());
@@ -183,6 +189,7 @@ void LineLabel::setPlain(const QString& text) {
     setAccessibleName(text_);
     updateGeometry();
     update();
+    refreshToolTip();
 }
 
 void LineLabel::setInk(Ink ink) {
@@ -235,6 +242,10 @@ bool LineLabel::event(QEvent* event) {
 }
 
 void LineLabel::resizeEvent(QResizeEvent*) {
+    refreshToolTip();
+}
+
+void LineLabel::refreshToolTip() {
     setToolTip(cut(width()) == text_ ? QString() : plainToolTip(text_));
 }
 

@@ -40,6 +40,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void refreshToolTip();
+
     TextStyle style_;
     Ink ink_;
     int mostLines_ = 0;
@@ -68,6 +70,7 @@ private:
     QFont ownFont() const;
     double widthOf(const QString& text) const;
     QString cut(int width) const;
+    void refreshToolTip();
 
     QString text_;
     TextStyle style_;

@@ -54,9 +54,24 @@ TEST_F(LabelsTest, ALineIsCutAndTellsTheWhole) {
     EXPECT_EQ(line.toolTip(), name);
     EXPECT_EQ(nameOf(line), name.toStdString());
     line.setPlain(QStringLiteral("m"));
-    window.resize(210, 60);
-    QApplication::processEvents();
     EXPECT_TRUE(line.toolTip().isEmpty());
+    const QString other(300, QLatin1Char('n'));
+    line.setPlain(other);
+    EXPECT_EQ(line.toolTip(), other);
+}
+
+TEST_F(LabelsTest, ATextThatIsCutTellsTheWholeOfWhatItShowsNow) {
+    const QString name(300, QLatin1Char('m'));
+    auto& text = add(new TextLabel(name, TextStyle::body, Ink::text, &window));
+    text.setMostLines(1);
+    text.setFixedSize(180, 40);
+    showWindow(window);
+    EXPECT_EQ(text.toolTip(), name);
+    text.setPlain(QStringLiteral("m"));
+    EXPECT_TRUE(text.toolTip().isEmpty());
+    const QString other(300, QLatin1Char('n'));
+    text.setPlain(other);
+    EXPECT_EQ(text.toolTip(), other);
 }
 
 TEST_F(LabelsTest, AToolTipIsPlainTextToo) {
