@@ -104,8 +104,18 @@ void EventDetailsView::refresh() {
     row_ = context_.model.rowContaining(rowID_);
     process_ = row_ ? context_.model.systemProcess(row_->app()) : std::nullopt;
     present();
-    if (!isVisible()) {
+    if (isVisible()) {
+        tickWhileOpen();
+    } else {
         layOutNow(*this);
+    }
+}
+
+void EventDetailsView::tickWhileOpen() {
+    if (!row_ || !row_->isOpen) {
+        tick_.reset();
+    } else if (!tick_) {
+        tick_ = context_.scheduler.every(detailsTick, [this] { present(); });
     }
 }
 
@@ -180,11 +190,6 @@ void EventDetailsView::presentTechnical(const std::vector<std::string>& lines) {
 void EventDetailsView::showEvent(QShowEvent* event) {
     refresh();
     layOutNow(*this); // so that its first picture has the right size
-    tick_ = context_.scheduler.every(detailsTick, [this] {
-        if (row_ && row_->isOpen) {
-            present();
-        }
-    });
     QWidget::showEvent(event);
 }
 

@@ -34,6 +34,7 @@ private:
     QWidget* makeHeader();
     void refresh();
     void present();
+    void tickWhileOpen();
     void presentFields(const std::vector<DetailsContent::Field>& fields);
     void presentTechnical(const std::vector<std::string>& lines);
 
@@ -57,7 +58,7 @@ private:
     Disclosure* technical_ = nullptr;
     QVBoxLayout* technicalLines_ = nullptr;
     std::vector<Subscription> watching_;
-    Subscription tick_;
+    Subscription tick_; ///< while it is shown and its row isn't over
 };
 
 } // namespace velmoran

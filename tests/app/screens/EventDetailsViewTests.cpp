@@ -344,6 +344,20 @@ TEST_F(EventDetailsTest, CostsNothingWhileItIsHidden) {
     EXPECT_THAT(names(), Contains("5 s"));
 }
 
+TEST_F(EventDetailsTest, CostsNothingOnceItsRowHasEnded) {
+    launchWatching();
+    callOf("zoom");
+    openNewest();
+    time.advanceBy(3);
+    receive({});
+    const auto due = time.nextDue();
+    EXPECT_THAT(names(), Contains("3 s"));
+    view->hide();
+    EXPECT_EQ(time.nextDue(), due) << "it had no timer any more";
+    view->show();
+    EXPECT_EQ(time.nextDue(), due);
+}
+
 TEST_F(EventDetailsTest, ClosingTheWindowWithdrawsTheQuestion) {
     launchWatching();
     callOf("zoom");
