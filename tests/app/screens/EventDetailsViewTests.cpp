@@ -378,17 +378,34 @@ TEST_F(EventDetailsTest, ClosingTheWindowWithdrawsTheQuestion) {
 
 TEST_F(EventDetailsTest, NoNameCanWidenItOrWriteALine) {
     launchWatching();
-    const auto widthFor = [this](const std::string& name) {
+    const auto widthFor = [this](const std::string& name, const std::string& shown) {
+        time.advanceBy(1); // or it would be no newer than the last one
         receive(camera({{.name = name, .bundleID = "org." + name, .path = "/" + name}}));
         openNewest();
         press("Technical details");
+        EXPECT_EQ(view->findChild<QWidget*>(QStringLiteral("appName"))
+                      ->findChild<LineLabel*>()
+                      ->text()
+                      .toStdString(),
+                  shown);
         EXPECT_LT(view->height(), 700);
         return view->width();
     };
-    const auto usual = widthFor("zoom");
-    for (const auto& name : {std::string(), std::string(10000, 'm'), std::string("<b>bold</b>"),
-                             std::string("two\nlines"), std::string("bad \xFF\xFE bytes")}) {
-        EXPECT_EQ(widthFor(name), usual);
+    const auto usual = widthFor("zoom", "zoom");
+    const std::string replaced = "\xEF\xBF\xBD";
+    const std::string rightToLeft = "\xD7\x96\xD7\x95\xD7\x9D";
+    const std::string turned = "\xE2\x80\xAE";
+    const std::pair<std::string, std::string> bad[] = {
+        {"", ""},
+        {std::string(10000, 'm'), std::string(10000, 'm')},
+        {"<b>bold</b>", "<b>bold</b>"},
+        {"two\nlines", "two lines"},
+        {"bad \xFF\xFE bytes", "bad " + replaced + replaced + " bytes"},
+        {rightToLeft, rightToLeft},
+        {turned + "evil", "evil"},
+    };
+    for (const auto& [name, shown] : bad) {
+        EXPECT_EQ(widthFor(name, shown), usual);
     }
 }
 
