@@ -51,7 +51,9 @@ PanelView::PanelView(ScreenContext context, QWidget* parent)
                      [this] { context_.model.stopEverything(); });
     layOut();
     watch();
-    refresh();
+    // Its recent lines wait until it is shown: their place is as high without them.
+    present();
+    layOutNow(*this);
 }
 
 void PanelView::layOut() {

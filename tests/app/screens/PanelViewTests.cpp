@@ -119,6 +119,18 @@ TEST_F(PanelViewTest, IsAsHighAsItHasToBeWhenItIsAskedForBeforeItIsShown) {
     EXPECT_EQ(panel->size(), hint);
 }
 
+TEST_F(PanelViewTest, ListsRecentLinesFirstWhenItIsShown) {
+    launchWatching();
+    receive(cameraAndMicrophone(appRef("zoom")));
+    panel = std::make_unique<PanelView>(context());
+    const auto hint = panel->sizeHint();
+    EXPECT_EQ(part("recent")->findChildren<QAbstractButton*>().size(), 0);
+    panel->show();
+    EXPECT_EQ(part("recent")->findChildren<QAbstractButton*>().size(), 1);
+    settle();
+    EXPECT_EQ(panel->size(), hint);
+}
+
 TEST_F(PanelViewTest, APressOnAUseShowsItsDetails) {
     launchWatching();
     receive(cameraAndMicrophone(appRef("zoom")));
