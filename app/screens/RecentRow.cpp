@@ -16,7 +16,7 @@ constexpr int deviceSymbol = 12;
 constexpr int deviceGap = 3;
 constexpr int columnGap = 10;
 constexpr int recentInset = 8;
-constexpr int recentHeight = 28;
+constexpr int recentRoom = 2; ///< above and below the name
 
 } // namespace
 
@@ -60,7 +60,7 @@ RecentRow::RecentRow(const AppPicture& picture, const AppIdentity& app, QWidget*
     duration_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
 
     auto* line = new QHBoxLayout(this);
-    line->setContentsMargins(recentInset, 0, recentInset, 0);
+    line->setContentsMargins(recentInset, recentRoom, recentInset, recentRoom);
     line->setSpacing(columnGap);
     line->addWidget(image_);
     line->addWidget(name_, 1);
@@ -68,7 +68,6 @@ RecentRow::RecentRow(const AppPicture& picture, const AppIdentity& app, QWidget*
     line->addWidget(stopColumn_);
     line->addWidget(time_);
     line->addWidget(duration_);
-    setFixedHeight(std::max(recentHeight, name_->sizeHint().height() + 4));
 }
 
 void RecentRow::showDevices(const std::vector<Device>& devices) {

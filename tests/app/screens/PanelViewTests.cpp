@@ -131,6 +131,27 @@ TEST_F(PanelViewTest, ListsRecentLinesFirstWhenItIsShown) {
     EXPECT_EQ(panel->size(), hint);
 }
 
+TEST_F(PanelViewTest, RecentLinesFollowTheDesktopsFont) {
+    launchWatching();
+    receive(camera({appRef("zoom")}));
+    open();
+    const auto* row = part("recent")->findChild<QAbstractButton*>();
+    ASSERT_NE(row, nullptr);
+    EXPECT_EQ(row->height(), 28);
+    const auto usual = QApplication::font();
+    auto larger = usual;
+    larger.setPointSizeF(3 * usual.pointSizeF());
+    QApplication::setFont(larger);
+    settle();
+    settle(); // the list follows its lines
+    EXPECT_EQ(row->height(), row->findChild<LineLabel*>()->sizeHint().height() + 4);
+    EXPECT_GT(row->height(), 40);
+    QApplication::setFont(usual);
+    settle();
+    settle();
+    EXPECT_EQ(row->height(), 28);
+}
+
 TEST_F(PanelViewTest, APressOnAUseShowsItsDetails) {
     launchWatching();
     receive(cameraAndMicrophone(appRef("zoom")));
