@@ -90,6 +90,7 @@ public:
     void setSymbol(const QString& symbol);
     void setInk(Ink ink);
     QString symbol() const { return symbol_; }
+    Ink ink() const { return ink_; }
     QSize sizeHint() const override;
 
 protected:

@@ -152,6 +152,41 @@ TEST_F(PanelViewTest, RecentLinesFollowTheDesktopsFont) {
     EXPECT_EQ(row->height(), 28);
 }
 
+TEST_F(PanelViewTest, ItsSymbolsHaveTheColourOfTheirDeviceOnlyWhileItIsInUse) {
+    launchWatching();
+    model->settings.monitorSpeakerUse.set(true);
+    open();
+    const auto symbol = [this](const char* row) {
+        const auto* label = part(row)->findChild<SymbolLabel*>();
+        return std::pair(label->symbol().toStdString(), label->ink());
+    };
+    using Shown = std::pair<std::string, Ink>;
+    const auto expect = [&](const Shown& camera, const Shown& microphone, const Shown& speaker) {
+        EXPECT_EQ(symbol("camera"), camera);
+        EXPECT_EQ(symbol("microphone"), microphone);
+        EXPECT_EQ(symbol("speaker"), speaker);
+    };
+    expect({"video.fill", Ink::secondary}, {"mic.fill", Ink::secondary},
+           {"speaker.wave.2.fill", Ink::secondary});
+    auto on = cameraAndMicrophone(appRef("zoom"));
+    on.speakerOn = true;
+    on.speakerApps = {appRef("zoom")};
+    receive(on);
+    expect({"video.fill", Ink::camera}, {"mic.fill", Ink::microphone},
+           {"speaker.wave.2.fill", Ink::text});
+    model->settings.microphoneMuted.set(true);
+    on.output.emplace();
+    on.output->isMuted = true;
+    receive(on);
+    expect({"video.fill", Ink::camera}, {"mic.slash.fill", Ink::microphone},
+           {"speaker.slash.fill", Ink::text});
+    SystemSnapshot off;
+    off.output = on.output;
+    receive(off);
+    expect({"video.fill", Ink::secondary}, {"mic.slash.fill", Ink::secondary},
+           {"speaker.slash.fill", Ink::secondary});
+}
+
 TEST_F(PanelViewTest, APressOnAUseShowsItsDetails) {
     launchWatching();
     receive(cameraAndMicrophone(appRef("zoom")));
