@@ -1,6 +1,8 @@
 #include "app/shell/ProgramOptions.h"
 
 #include <QCommandLineParser>
+#include <algorithm>
+#include <string_view>
 
 namespace velmoran {
 
@@ -17,6 +19,12 @@ QCommandLineOption hidden(const QString& name, const QString& value = {}) {
     QCommandLineOption option(name, QString(), value);
     option.setFlags(QCommandLineOption::HiddenFromHelp);
     return option;
+}
+
+/// Of an option that says what one start shows, or which session of the desktop it belongs to: what
+/// runs again is neither shown that nor brought back.
+bool isForOneStart(std::string_view option) {
+    return option == "show" || option == "showWindow" || option == "session";
 }
 
 } // namespace
@@ -91,14 +99,14 @@ std::vector<std::string> argumentsToRunAgain(const std::vector<std::string>& arg
     std::vector<std::string> kept;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const auto& each = arguments[i];
-        if (i == 0) {
+        if (i == 0 || !each.starts_with('-')) {
             kept.push_back(each);
             continue;
         }
         const auto name = each.substr(std::min(each.size(), each.find_first_not_of('-')));
-        if (name == "show" || name == "showWindow") {
-            ++i; // what to show comes after it
-        } else if (!name.starts_with("show=") && !name.starts_with("showWindow=") &&
+        if (isForOneStart(name)) {
+            ++i; // its value comes after it
+        } else if (!isForOneStart(name.substr(0, name.find('='))) &&
                    each != ProgramOptions::loginStart && each != ProgramOptions::nothingWasOn) {
             kept.push_back(each);
         }

@@ -52,6 +52,12 @@ TEST(ProgramOptions, TellWhatThereIs) {
     EXPECT_EQ(help.find("showWindow"), std::string::npos);
 }
 
+TEST(ProgramOptions, RunAgainWithoutTheSessionThatWasBroughtBack) {
+    EXPECT_THAT(argumentsToRunAgain(
+                    {"velmoran", "-session", "10f_1", "--device-folder", "session", "-session=2"}),
+                ElementsAre("velmoran", "--device-folder", "session"));
+}
+
 TEST(ProgramOptions, RunAgainWithoutWhatWasToBeShownAtOnce) {
     EXPECT_THAT(argumentsToRunAgain({"velmoran", "--login-start", "--device-folder", "/dev",
                                      "--show", "history", "-showWindow", "settings", "--show=main",
