@@ -64,8 +64,10 @@ ProgramOptions ProgramOptions::from(const QStringList& arguments) {
         return refuse(parser.errorText() + tells);
     }
     options.help = parser.helpText();
-    if (parser.isSet(help) || parser.isSet(version)) {
-        options.task = parser.isSet(help) ? Task::help : Task::version;
+    // Qt gives itself a second help, for its own options.
+    const bool wantsHelp = parser.isSet(help) || parser.isSet(QStringLiteral("help-all"));
+    if (wantsHelp || parser.isSet(version)) {
+        options.task = wantsHelp ? Task::help : Task::version;
         return options;
     }
     const auto files = parser.positionalArguments();

@@ -45,6 +45,7 @@ TEST(ProgramOptions, KnowALoginAndAStartInAnothersPlace) {
 
 TEST(ProgramOptions, TellWhatThereIs) {
     EXPECT_EQ(options({"-h"}).task, ProgramOptions::Task::help);
+    EXPECT_EQ(options({"--help-all"}).task, ProgramOptions::Task::help);
     EXPECT_EQ(options({"--version"}).task, ProgramOptions::Task::version);
     const auto help = options({"--help"}).help.toStdString();
     EXPECT_NE(help.find("--show <WINDOW>"), std::string::npos) << help;
