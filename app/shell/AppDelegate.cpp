@@ -109,9 +109,11 @@ void AppDelegate::showFirstWindow(const Launch& launch) {
         reopen(*launch.show);
     }
     auto wanted = launch.showWindow;
-    if (const auto written = around_.settings.texts("showWindow");
-        !wanted && written && written->size() == 1) {
-        wanted = written->front();
+    if (!wanted && !launch.isUnasked) {
+        if (const auto written = around_.settings.texts("showWindow");
+            written && written->size() == 1) {
+            wanted = written->front();
+        }
     }
     if (wanted && canBeAskedFor(*wanted)) {
         screens_.show(*wanted);

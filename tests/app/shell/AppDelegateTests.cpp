@@ -119,6 +119,12 @@ TEST_F(Delegate, AStartThatNobodyAskedForShowsNone) {
     EXPECT_THAT(openWindows(), IsEmpty());
 }
 
+TEST_F(Delegate, TheSettingShowWindowIsNoWishForAStartThatNobodyAskedFor) {
+    settings.setTexts("showWindow", {"history"});
+    delegate.didFinishLaunching({.isUnasked = true});
+    EXPECT_THAT(openWindows(), IsEmpty());
+}
+
 TEST_F(Delegate, TheSettingShowWindowOpensASecondWindow) {
     settings.setTexts("showWindow", {"history"});
     delegate.didFinishLaunching({});
