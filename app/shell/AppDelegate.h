@@ -86,8 +86,8 @@ private:
     AppPicture picture_;
     Outside outside_;
     AppModel model_;
+    std::unique_ptr<FloatingStopButton> floatingStop_; ///< the status item's cards ask where it is
     std::unique_ptr<StatusItemController> statusItem_;
-    std::unique_ptr<FloatingStopButton> floatingStop_;
     std::unique_ptr<ScreenChanges> screenChanges_;
     StopShortcut stopShortcut_;
     Subscription shortcutChoice_;
