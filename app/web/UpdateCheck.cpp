@@ -28,16 +28,23 @@ UpdateCheck::Result resultOf(const QByteArray& file, const std::string& running)
     return {Kind::upToDate};
 }
 
-/// Its end is heard of by nobody.
+/// Its end is heard of by nobody, and waited for by nobody: even a program that is killed can hang
+/// on in the system.
 void end(std::unique_ptr<QProcess> process) {
-    process->disconnect();
-    if (process->state() != QProcess::NotRunning) {
-        process->kill();
-        // By force, so this is a matter of moments.
-        process->waitForFinished();
+    auto* last = process.release();
+    last->disconnect();
+    if (last->state() == QProcess::NotRunning) {
+        // The signal that brought this may be its own.
+        last->deleteLater();
+        return;
     }
-    // The signal that brought this may be its own.
-    process.release()->deleteLater();
+    last->setParent(QCoreApplication::instance());
+    QObject::connect(last, &QProcess::stateChanged, last, [last](QProcess::ProcessState state) {
+        if (state == QProcess::NotRunning) {
+            last->deleteLater();
+        }
+    });
+    last->kill();
 }
 
 } // namespace
