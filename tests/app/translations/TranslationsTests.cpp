@@ -164,6 +164,30 @@ TEST(Translations, AnOverlayRewordsOnlyWhatNamesTheMacOrAPlaceOnIt) {
     EXPECT_EQ(keys("linux_en"), keys("linux_de"));
 }
 
+TEST(Translations, NoGermanTextAddressesItsReader) {
+    // Here the word stands for what the sentence before it speaks of.
+    const std::set<std::string_view> ofOthers{
+        "A small button appears on screen while the camera or microphone is on. One click stops "
+        "them, like the button in the panel. Drag it where you want it.",
+        "Both do what “Stop camera and microphone” in the panel does: they mute the microphone and "
+        "close the apps that are using the camera or microphone. Unsaved work in those apps may be "
+        "lost.",
+        "The sound settings. They listen to show how loud the microphone is.",
+        "macOS didn't allow this change. You can set it in System Settings > General > Login "
+        "Items.",
+    };
+    const std::regex possessive("\\b(Ihr(e[mnrs]?)?|Ihnen)\\b");
+    const std::regex formal("\\bSie\\b");
+    for (const char* name : {"de", "linux_de"}) {
+        for (const auto& entry : table(name).entries) {
+            const std::string text(entry.text);
+            EXPECT_FALSE(std::regex_search(text, possessive)) << name << ": " << text;
+            EXPECT_TRUE(!std::regex_search(text, formal) || ofOthers.contains(entry.key))
+                << name << ": " << text;
+        }
+    }
+}
+
 TEST(Translations, TheUnknownAppIsKnownByItsNameInEveryLanguage) {
     std::vector<std::string> names{"Unknown app"};
     for (const auto& each : catalogueTables()) {
