@@ -25,8 +25,8 @@ std::string TrustEntry::consequence() const {
                                   "will only show a notice again the next time it uses %@ under "
                                   "its own name.",
                                   {app.name, process->explanation, used})
-                   : words().text("%@ keeps working. Velmoran will show a notice again the next "
-                                  "time it uses %@.",
+                   : words().text("%1$@ keeps working. Velmoran will show a notice again the next "
+                                  "time it uses %2$@.",
                                   {app.name, used});
 }
 
