@@ -145,7 +145,8 @@ TEST_F(Ctl, WatchTellsInJsonWhatAReplayTells) {
     auto watch = ctl({"watch", "--json", "--demo", path});
     ASSERT_EQ(watch.wait(), 0) << watch.errors();
     EXPECT_EQ(withoutTimes(watch.output()), withoutTimes(replay.output()));
-    for (const auto* printed : {"\"asked\"", "\"outputMute\"", "in the menu of Velmoran's icon"}) {
+    for (const auto* printed :
+         {"\"asked\"", "\"outputMute\"", "in the Microphone row of the panel"}) {
         EXPECT_NE(watch.output().find(printed), std::string::npos) << printed;
     }
 }
@@ -174,7 +175,8 @@ TEST_F(Ctl, WatchSaysInWordsHowAStopOfARecordingEnded) {
     ASSERT_EQ(printed.size(), 4U) << child.output();
     EXPECT_NE(printed[0].find("Unbekannte App"), std::string::npos) << printed[0];
     EXPECT_NE(printed[2].find("Mikrofon stummgeschaltet."), std::string::npos) << printed[2];
-    EXPECT_NE(printed[3].find("im Menü des Velmoran-Symbols"), std::string::npos) << printed[3];
+    EXPECT_NE(printed[3].find("im Fenster am Symbol in der Zeile „Mikrofon“"), std::string::npos)
+        << printed[3];
 }
 
 TEST_F(Ctl, SaysWhatIsWrongWithARecording) {
