@@ -11,15 +11,23 @@
 
 namespace velmoran {
 
+std::string localeOf(const std::string& system, const std::optional<std::string>& chosen) {
+    // Of the system that has none, nobody knows the region either.
+    if (system == "C") {
+        return chosen.value_or("en_US");
+    }
+    const auto language = system.substr(0, system.find('_'));
+    if (!chosen || *chosen == language) {
+        return system;
+    }
+    // "zh_Hans_CN": the script is its language's own.
+    const auto region = system.rfind('_');
+    return region == std::string::npos ? *chosen : *chosen + system.substr(region);
+}
+
 void setSystemWords(KeyValueStore& settings, Platform platform) {
-    std::string locale = QLocale::system().name().toStdString();
-    if (locale == "C") {
-        locale = "en_US";
-    }
     const SettingsStore chosen(settings);
-    if (const auto& language = *chosen.language; language && !locale.starts_with(*language)) {
-        locale = *language;
-    }
+    const auto locale = localeOf(QLocale::system().name().toStdString(), *chosen.language);
     setWords(Localizer(locale, QTimeZone::systemTimeZoneId().toStdString(),
                        catalogues(locale, platform)));
 }

@@ -5,7 +5,7 @@
 #include "core/text/ZoneSource.h"
 
 #include <QByteArray>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace velmoran {
 namespace {
@@ -25,6 +25,25 @@ TEST_F(SystemWords, AreInTheLanguageThatWasChosen) {
     settings.setTexts("AppleLanguages", {"en"});
     setSystemWords(settings, Platform::linux);
     EXPECT_EQ(words().text("Stop"), "Stop");
+}
+
+TEST_F(SystemWords, AChosenLanguageLeavesTheRegion) {
+    EXPECT_EQ(localeOf("de_DE", "en"), "en_DE");
+    EXPECT_EQ(localeOf("en_GB", "de"), "de_GB");
+    EXPECT_EQ(localeOf("zh_Hans_CN", "en"), "en_CN");
+    EXPECT_EQ(localeOf("de_AT", "de"), "de_AT");
+    EXPECT_EQ(localeOf("de_AT", std::nullopt), "de_AT");
+    EXPECT_EQ(localeOf("den_CA", "de"), "de_CA");
+    EXPECT_EQ(localeOf("de", "en"), "en");
+    EXPECT_EQ(localeOf("C", "de"), "de");
+    EXPECT_EQ(localeOf("C", std::nullopt), "en_US");
+}
+
+TEST_F(SystemWords, EnglishInGermanyTellsTheTimeAsGermanyDoes) {
+    const Localizer inGermany(localeOf("de_DE", "en"), "Europe/Berlin", {});
+    EXPECT_EQ(inGermany.shortTime({794165400}), "18:30");
+    const Localizer inTheStates(localeOf("en_US", "en"), "Europe/Berlin", {});
+    EXPECT_THAT(inTheStates.shortTime({794165400}), ::testing::EndsWith("PM"));
 }
 
 TEST_F(SystemWords, AreThoseOfThePlatform) {
