@@ -120,6 +120,11 @@ void AppDelegate::showFirstWindow(const Launch& launch) {
     }
 }
 
+bool AppDelegate::isLookedAt() const {
+    const auto* panel = statusItem_ ? statusItem_->panel() : nullptr;
+    return screens_.windows().isAnyOpen() || (panel && panel->isVisible());
+}
+
 void AppDelegate::reopen(std::string_view window) {
     if (statusItem_ && window != nothing) {
         screens_.show(canBeAskedFor(window) ? window : WindowID::main);

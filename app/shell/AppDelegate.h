@@ -54,6 +54,9 @@ public:
     /// What a second start wishes that is there for nobody to see.
     static constexpr std::string_view nothing = "nothing";
 
+    /// Somebody has a window of the program open, or the panel.
+    bool isLookedAt() const;
+
     AppModel& model() { return model_; }
     Screens& screens() { return screens_; }
     /// Null before the launch.

@@ -1,6 +1,6 @@
 // Lets the program end, to be started anew, in a moment in which nobody misses it: nothing is on,
-// no card and no window is showing, no stop is under way and nothing waits to be written to the
-// history. Owned by `main`; main thread.
+// no card, no panel and no window is showing, no stop is under way and nothing waits to be written
+// to the history. Owned by `main`; main thread.
 #pragma once
 
 #include "app/model/AppModel.h"
@@ -12,7 +12,7 @@ namespace velmoran {
 
 class RestartWhenIdle {
 public:
-    /// The model outlives this. `isLookedAt` says whether a window is open.
+    /// The model outlives this. `isLookedAt` says whether a window or the panel is open.
     RestartWhenIdle(AppModel& model, std::function<bool()> isLookedAt, std::function<void()> quit)
         : model_(model),
           isLookedAt_(std::move(isLookedAt)),
@@ -20,7 +20,7 @@ public:
 
     /// From now on as soon as it can be, unless a tray that needs no bus is there.
     void wish();
-    /// A window has been closed.
+    /// A window or the panel has been closed.
     void lookAgain() {
         if (!watching_.empty()) {
             tryNow();

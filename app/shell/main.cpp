@@ -121,13 +121,17 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
         delegate.model().receive({});
     }
     RestartWhenIdle restart(
-        delegate.model(), [&delegate] { return delegate.screens().windows().isAnyOpen(); },
+        delegate.model(), [&delegate] { return delegate.isLookedAt(); },
         [&app, &next] {
             next = Next::againUnnoticed;
             app.quit();
         });
     delegate.screens().windows().onClosed = [&restart] {
         restart.lookAgain();
+    };
+    delegate.statusItem()->onPanelClosed = [&loop, &restart] {
+        // Later, since what closes it may be about to open a window.
+        loop.post([&restart] { restart.lookAgain(); });
     };
     BusService::Options service;
     // Once: nobody watches meanwhile, and a bus can hang as often as somebody wants it to.

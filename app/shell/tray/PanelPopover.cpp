@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QHideEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -156,6 +157,13 @@ void PanelPopover::closeEvent(QCloseEvent* event) {
     qApp->removeEventFilter(this);
     event->accept();
     dropContent();
+}
+
+void PanelPopover::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    if (onHidden) {
+        onHidden();
+    }
 }
 
 void PanelPopover::keyPressEvent(QKeyEvent* event) {

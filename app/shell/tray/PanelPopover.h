@@ -27,6 +27,9 @@ public:
     /// Where it belongs on the screens as they are now, if it is there.
     void layOut();
 
+    /// Called when it is no longer visible.
+    std::function<void()> onHidden;
+
     /// Above or below the anchor where there is more room, as much of that size as fits into the
     /// visible part of the screen; at its top right where there is no anchor.
     static QRect placeOf(const QRect& visible, const std::optional<QRect>& anchor,
@@ -38,6 +41,7 @@ protected:
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;

@@ -152,6 +152,11 @@ void StatusItemController::togglePanel() {
             const auto known = place();
             return known || !click_ ? known : std::optional(QRect(*click_, QSize(1, 1)));
         });
+        panel_->onHidden = [this] {
+            if (onPanelClosed) {
+                onPanelClosed();
+            }
+        };
     }
     if (auto content = actions_.makePanel([this] { panel_->close(); })) {
         panel_->open(std::move(content));

@@ -47,6 +47,9 @@ public:
     /// whoever watches begins before.
     void awaitTray();
 
+    /// Called whenever the panel has gone.
+    std::function<void()> onPanelClosed;
+
     NoticePanelController& noticePanel() { return noticePanel_; }
     /// Null before it was shown once.
     PanelPopover* panel() const { return panel_.get(); }
