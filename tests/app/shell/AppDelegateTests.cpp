@@ -212,6 +212,35 @@ TEST_F(Delegate, TheMenuOpensWindowsAndStops) {
     choose("Settings");
     choose("Show Velmoran");
     EXPECT_THAT(openWindows(), ElementsAre("main", "history", "settings"));
+
+    delegate.model().receive({});
+    delegate.model().receive(microphoneUsedBy("Zoom"));
+    time.runPosted();
+    EXPECT_FALSE(*delegate.model().isStopping);
+    choose("Stop camera and microphone");
+    time.runPosted();
+    time.advanceBy(1);
+    EXPECT_TRUE(*delegate.model().settings.microphoneMuted);
+}
+
+TEST_F(Delegate, IsLookedAtWhileAWindowOrThePanelIsOpen) {
+    EXPECT_FALSE(delegate.isLookedAt());
+    delegate.didFinishLaunching({.isLogin = true});
+    EXPECT_FALSE(delegate.isLookedAt());
+    std::vector<bool> afterThePanel;
+    delegate.statusItem()->onPanelClosed = [&] {
+        afterThePanel.push_back(delegate.isLookedAt());
+    };
+    delegate.statusItem()->togglePanel();
+    EXPECT_TRUE(delegate.isLookedAt());
+    EXPECT_THAT(afterThePanel, IsEmpty());
+    delegate.statusItem()->togglePanel();
+    EXPECT_FALSE(delegate.isLookedAt());
+    EXPECT_THAT(afterThePanel, ElementsAre(false));
+    delegate.screens().show(WindowID::history);
+    EXPECT_TRUE(delegate.isLookedAt());
+    delegate.screens().close(WindowID::history);
+    EXPECT_FALSE(delegate.isLookedAt());
 }
 
 TEST_F(Delegate, TheModelOpensAndClosesWindowsByTheirIDs) {
