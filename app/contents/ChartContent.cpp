@@ -36,7 +36,7 @@ ChartContent ChartContent::of(const SessionList& sessions, ChartSpan span, Times
         return content;
     }
     const auto last = content.days.back().day;
-    content.end = calendar.addingDays(last, 1).value_or(last + 86400);
+    content.end = startOfDayAfter(last, 1, calendar).value_or(last + 86400);
     const auto step = static_cast<std::size_t>(daysBetweenLabels(span));
     for (std::size_t index = 0; index < content.days.size(); index += step) {
         const auto day = content.days[index].day;

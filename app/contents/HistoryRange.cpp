@@ -1,5 +1,7 @@
 #include "app/contents/HistoryRange.h"
 
+#include "core/history/DayUsage.h"
+
 namespace velmoran {
 
 std::string labelOf(HistoryRange range) {
@@ -20,9 +22,9 @@ std::optional<Interval> intervalOf(HistoryRange range, Timestamp now, const Loca
     if (range == HistoryRange::all) {
         return std::nullopt;
     }
-    const auto today = calendar.startOfDay(now).value_or(now);
     const int earlierDays = range == HistoryRange::today ? 0 : range == HistoryRange::week ? 6 : 29;
-    return Interval{.start = calendar.addingDays(today, -earlierDays).value_or(today), .end = now};
+    const auto start = startOfDayAfter(now, -earlierDays, calendar);
+    return Interval{.start = start ? *start : calendar.startOfDay(now).value_or(now), .end = now};
 }
 
 } // namespace velmoran

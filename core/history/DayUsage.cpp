@@ -12,13 +12,8 @@ namespace {
 /// The calendar day that begins that many days after `today` did, from its first moment to that of
 /// the next one.
 std::optional<Interval> calendarDay(Timestamp today, int offset, const Localizer& calendar) {
-    const auto startAfter = [&calendar](Timestamp day, int days) {
-        // Where clocks change at midnight, the same time on another day needn't be its beginning.
-        const auto moved = calendar.addingDays(day, days);
-        return moved ? calendar.startOfDay(*moved) : std::nullopt;
-    };
-    const auto day = startAfter(today, offset);
-    const auto next = day ? startAfter(*day, 1) : std::nullopt;
+    const auto day = startOfDayAfter(today, offset, calendar);
+    const auto next = day ? startOfDayAfter(*day, 1, calendar) : std::nullopt;
     return next ? std::optional(Interval{*day, *next}) : std::nullopt;
 }
 
@@ -60,6 +55,13 @@ Seconds total(const SessionList& sessions, Device device, const Interval& interv
 }
 
 } // namespace
+
+std::optional<Timestamp> startOfDayAfter(Timestamp time, int days, const Localizer& calendar) {
+    // Where clocks change at midnight, the same time on another day needn't be its beginning.
+    const auto start = calendar.startOfDay(time);
+    const auto moved = start ? calendar.addingDays(*start, days) : std::nullopt;
+    return moved ? calendar.startOfDay(*moved) : std::nullopt;
+}
 
 std::vector<DayUsage> DayUsage::days(const SessionList& sessions, int count, Timestamp now,
                                      const Localizer& calendar) {

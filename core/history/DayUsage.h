@@ -4,9 +4,14 @@
 #include "core/history/Activity.h"
 #include "core/text/Localizer.h"
 
+#include <optional>
 #include <vector>
 
 namespace velmoran {
+
+/// The first moment of the calendar day that many days after that of `time`, or before it; nothing
+/// if the calendar gives none.
+std::optional<Timestamp> startOfDayAfter(Timestamp time, int days, const Localizer& calendar);
 
 struct DayUsage {
     Timestamp day = {};             ///< the first moment of the calendar day

@@ -62,6 +62,15 @@ TEST(HistoryRange, CountsDaysAsLongAsTheyReallyAre) {
     EXPECT_EQ(interval, (Interval{monday - 6 * day + hour, monday + 9 * hour}));
 }
 
+TEST(HistoryRange, BeginsWithADayAlsoWhereClocksChangeAtMidnight) {
+    // Santiago's clocks go forward on 6 September 2026 at 00:00: that day begins at 01:00.
+    const Localizer santiago("es_CL", "America/Santiago", {});
+    const auto sunday = midnight + 186 * day + 4 * hour;
+    EXPECT_EQ(intervalOf(HistoryRange::week, sunday + 6 * day + 8 * hour, santiago)->start, sunday);
+    // The days before it begin at 00:00 all the same.
+    EXPECT_EQ(intervalOf(HistoryRange::week, sunday + hour, santiago)->start, sunday - 6 * day);
+}
+
 TEST(HistoryContent, HasTodaysUsesThatBeganBeforeMidnightAndAreStillOn) {
     const auto content =
         contentOf({shared(sessionOf("Night", Device::camera, midnight - 600)),
