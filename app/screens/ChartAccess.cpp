@@ -42,9 +42,8 @@ public:
     void setText(QAccessible::Text, const QString&) override {}
 
     QString text(QAccessible::Text kind) const override {
-        if (isValid() && kind == QAccessible::Description && column_ > 0) {
-            return QString::fromStdString(line_ < 0 ? words().text("Device")
-                                                    : words().text("Minutes"));
+        if (isValid() && kind == QAccessible::Description && line_ < 0 && column_ > 0) {
+            return QString::fromStdString(words().text("Device"));
         }
         if (!isValid() || kind != QAccessible::Name) {
             return {};
