@@ -6,6 +6,7 @@
 #include "core/text/Localizer.h"
 
 #include <QHBoxLayout>
+#include <QShowEvent>
 #include <QVBoxLayout>
 
 namespace velmoran {
@@ -54,8 +55,11 @@ void HistoryChartView::refresh() {
                                        context_.model.clock().now(), words()));
 }
 
-void HistoryChartView::showEvent(QShowEvent*) {
-    plot_->drawIn();
+void HistoryChartView::showEvent(QShowEvent* event) {
+    // Back from the task bar it is as it was.
+    if (!event->spontaneous()) {
+        plot_->drawIn();
+    }
 }
 
 } // namespace velmoran
