@@ -116,6 +116,7 @@ QWidget* HistoryScreen::makeFilterBar(QWidget* parent) {
     appPicker_->setMaximumWidth(110);
     appPicker_->view()->setMinimumWidth(220);
     appPicker_->view()->setTextElideMode(Qt::ElideRight);
+    appPicker_->view()->installEventFilter(this);
     connect(appPicker_, &QComboBox::activated, this, [this](int index) {
         auto filter = filter_;
         filter.appID = index == 0 ? std::nullopt
@@ -232,6 +233,18 @@ void HistoryScreen::hideEvent(QHideEvent*) {
     listIsStale_ = true;
 }
 
+bool HistoryScreen::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Hide && choicesWait_) {
+        // Once what was chosen in the menu is known, which is told by its place there.
+        context_.scheduler.post([self = QPointer(this)] {
+            if (self && self->isVisible() && self->choicesWait_) {
+                self->refreshChoices();
+            }
+        });
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
 void HistoryScreen::moveOn() {
     now_ = context_.model.clock().now();
     if (pages_->currentIndex() == 0) {
@@ -285,6 +298,10 @@ void HistoryScreen::refreshTotals() {
 }
 
 void HistoryScreen::refreshChoices() {
+    choicesWait_ = appPicker_->view()->isVisible();
+    if (choicesWait_) {
+        return; // nothing moves under the pointer
+    }
     auto choices = appChoices(sessions_);
     const auto isChosen = [this](const AppChoiceEntry& each) {
         return each.id == filter_.appID;

@@ -34,6 +34,7 @@ public:
 protected:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QWidget* makeHeader();
@@ -61,6 +62,7 @@ private:
     bool listIsStale_ = true;
     bool chartIsStale_ = true;
     bool isRefreshPosted_ = false;
+    bool choicesWait_ = false;         ///< for the open menu to close
     std::vector<AppChoiceEntry> apps_; ///< what the menu offers, after "All apps"
 
     SymbolButton* chartButton_ = nullptr;
