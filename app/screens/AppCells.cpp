@@ -1,11 +1,11 @@
 #include "app/screens/AppCells.h"
 
 #include "app/controls/Groups.h"
-#include "app/controls/Labels.h"
 #include "app/look/AppTile.h"
 #include "app/look/CardText.h"
 #include "app/look/ScreenColors.h"
 #include "app/look/Symbols.h"
+#include "app/screens/SystemProcessNote.h"
 
 #include <QFontMetrics>
 #include <QPainter>
@@ -20,7 +20,8 @@ constexpr std::size_t mostKnown = 512;
 constexpr int mostCharacters = 300; // to cut a longer text takes long
 
 std::string keyOf(const AppIdentity& app) {
-    return app.id + (app.unidentified ? "\n" : "");
+    // Not by its id alone: whether it is a part of the system is a matter of its path.
+    return app.id + (app.unidentified ? "\n!\n" : "\n\n") + app.path.value_or("");
 }
 
 } // namespace
@@ -31,6 +32,18 @@ QString lineText(const std::string& text) {
         line.chop(1);
     }
     return line;
+}
+
+bool changesCells(const QEvent& event) {
+    switch (event.type()) {
+    case QEvent::PaletteChange:
+    case QEvent::StyleChange:
+    case QEvent::FontChange:
+    case QEvent::ThemeChange:
+        return true;
+    default:
+        return false;
+    }
 }
 
 const AppCells::Known& AppCells::known(const AppIdentity& app) {
@@ -84,6 +97,14 @@ QString AppCells::cutName(const Place& place, const AppIdentity& app, const QFon
                                                                                     : QString();
 }
 
+QString AppCells::help(const Place& place, const AppIdentity& app, const QFont& font, QPoint at) {
+    const auto process = isOnInfo(infoFrame(place, app, font), at)
+                             ? context_.model.systemProcess(app)
+                             : std::nullopt;
+    return process ? QString::fromStdString(SystemProcessContent::of(app.name, *process).help)
+                   : cutName(place, app, font);
+}
+
 void AppCells::paint(QPainter& painter, const Place& place, const AppIdentity& app,
                      const Style& style) {
     const auto scale = painter.device()->devicePixelRatioF();
@@ -114,8 +135,7 @@ void AppCells::explain(const AppIdentity& app, QWidget* in, const QRect& at) {
         anchor_->show();
     }
     anchor_->setGeometry(at);
-    showNote(anchor_, new TextLabel(QString::fromStdString(process->explanation), TextStyle::body,
-                                    Ink::text, nullptr));
+    showNote(anchor_, new SystemProcessNote(SystemProcessContent::of(app.name, *process)));
 }
 
 } // namespace velmoran

@@ -6,6 +6,7 @@
 #include "app/screens/ScreenContext.h"
 
 #include <QColor>
+#include <QEvent>
 #include <QFont>
 #include <QPalette>
 #include <QPixmap>
@@ -20,6 +21,9 @@ namespace velmoran {
 /// Somebody's text as it may stand in one line: without characters that do anything, and no longer
 /// than any line can be.
 QString lineText(const std::string& text);
+
+/// Whether what was drawn may look otherwise after that change of a widget.
+bool changesCells(const QEvent& event);
 
 class AppCells {
 public:
@@ -48,6 +52,12 @@ public:
     QString cutName(const Place& place, const AppIdentity& app, const QFont& font);
     /// Says at that place of a widget what the app does for the system, if it is a part of it.
     void explain(const AppIdentity& app, QWidget* in, const QRect& at);
+    /// The tip at that place of the cell; empty for none.
+    QString help(const Place& place, const AppIdentity& app, const QFont& font, QPoint at);
+    /// Whether a click there is one on the symbol `info`.
+    static bool isOnInfo(const QRect& info, QPoint at) {
+        return !info.isEmpty() && info.adjusted(-4, -4, 4, 4).contains(at);
+    }
     /// What was drawn may look otherwise: another palette, scale or icon theme.
     void forget() { known_.clear(); }
 

@@ -74,8 +74,10 @@ void HistoryRows::changeEvent(QEvent* event) {
     if (event->type() == QEvent::FontChange) {
         measure();
     }
-    cells_.forget();
-    list_->refresh();
+    if (changesCells(*event)) {
+        cells_.forget();
+        list_->refresh();
+    }
 }
 
 std::size_t HistoryRows::sectionOf(int index) const {
@@ -218,7 +220,7 @@ QString HistoryRows::help(int index, const QRect& frame, QPoint place) const {
     }
     const auto columns = columnsOf(index, frame);
     return columns.app.contains(place)
-               ? cells_.cutName({.frame = columns.app}, row(index).app(), body_)
+               ? cells_.help({.frame = columns.app}, row(index).app(), body_, place)
                : QString();
 }
 
@@ -227,7 +229,7 @@ void HistoryRows::press(int index, const QRect& frame, std::optional<QPoint> pla
     const auto pressed = row(index);
     const auto info =
         cells_.infoFrame({.frame = columnsOf(index, frame).app}, pressed.app(), body_);
-    if (place && info.adjusted(-4, -4, 4, 4).contains(*place)) {
+    if (place && AppCells::isOnInfo(info, *place)) {
         cells_.explain(pressed.app(), list_->viewport(), info);
         return;
     }

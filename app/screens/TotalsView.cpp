@@ -115,7 +115,7 @@ QString TotalsView::name(int index) const {
 QString TotalsView::help(int index, const QRect& frame, QPoint place) const {
     const auto cell = placeIn(frame, index);
     return cell.frame.contains(place)
-               ? cells_.cutName(cell, at(index).app, velmoran::font(TextStyle::body, font()))
+               ? cells_.help(cell, at(index).app, velmoran::font(TextStyle::body, font()), place)
                : QString();
 }
 
@@ -123,7 +123,7 @@ void TotalsView::press(int index, const QRect& frame, std::optional<QPoint> plac
     const auto app = at(index).app;
     const auto info =
         cells_.infoFrame(placeIn(frame, index), app, velmoran::font(TextStyle::body, font()));
-    if (!info.isEmpty() && (!place || info.adjusted(-4, -4, 4, 4).contains(*place))) {
+    if (!info.isEmpty() && (!place || AppCells::isOnInfo(info, *place))) {
         cells_.explain(app, list_->viewport(), info);
     }
 }
