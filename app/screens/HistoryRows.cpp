@@ -36,6 +36,12 @@ void drawPart(QPainter& painter, const QRect& frame, const std::string& text,
                      shown);
 }
 
+bool hasSameLines(const HistoryContent& one, const HistoryContent& other) {
+    return std::ranges::equal(one.rows, other.rows, {}, &ActivityRow::id, &ActivityRow::id) &&
+           std::ranges::equal(one.sections, other.sections, {}, &HistorySection::first,
+                              &HistorySection::first);
+}
+
 } // namespace
 
 HistoryRows::HistoryRows(const ScreenContext& context, QWidget* parent)
@@ -101,12 +107,7 @@ const ActivityRow& HistoryRows::row(int index) const {
 }
 
 std::optional<Uuid> HistoryRows::idAt(std::optional<int> index) const {
-    if (!index) {
-        return std::nullopt;
-    }
-    // A heading stands for its first row.
-    const int at = list_->isHeading(*index) ? *index + 1 : *index;
-    return row(at).id();
+    return index ? std::optional(row(*index).id()) : std::nullopt;
 }
 
 std::optional<int> HistoryRows::indexOf(const Uuid& id) const {
@@ -124,6 +125,11 @@ std::optional<int> HistoryRows::indexOf(const Uuid& id) const {
 }
 
 void HistoryRows::setContent(HistoryContent content) {
+    if (hasSameLines(content, content_)) {
+        content_ = std::move(content);
+        list_->refresh();
+        return;
+    }
     const auto current = idAt(list_->current());
     const auto top = idAt(list_->top());
     content_ = std::move(content);

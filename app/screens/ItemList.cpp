@@ -42,14 +42,28 @@ void ItemList::setItems(int count, std::vector<int> headings, std::optional<int>
     current_ = current;
     hovered_.reset();
     pressed_.reset();
-    const int most = std::max(0, contentHeight() - viewport()->height());
-    verticalScrollBar()->setRange(0, most);
+    scrollTo(top, offset);
+    if (QAccessible::isActive()) {
+        QAccessibleEvent event(this, QAccessible::ObjectReorder);
+        QAccessible::updateAccessibility(&event);
+    }
+    if (hasFocus()) {
+        tellFocus(); // what had it has gone
+    }
+}
+
+void ItemList::scrollTo(std::optional<int> top, int offset) {
+    verticalScrollBar()->setSingleStep(lineHeight_);
+    verticalScrollBar()->setRange(0, std::max(0, contentHeight() - viewport()->height()));
     if (top && *top < count_) {
         verticalScrollBar()->setValue(topOf(*top) + offset);
     }
     viewport()->update();
-    if (QAccessible::isActive()) {
-        QAccessibleEvent event(this, QAccessible::ObjectReorder);
+}
+
+void ItemList::tellFocus() {
+    if (QAccessible::isActive() && current_) {
+        QAccessibleEvent event(accessibleItem(*current_), QAccessible::Focus);
         QAccessible::updateAccessibility(&event);
     }
 }
@@ -59,8 +73,10 @@ void ItemList::refresh() {
 }
 
 void ItemList::setLineHeight(int height) {
+    const auto top = this->top();
+    const int offset = top ? verticalScrollBar()->value() - topOf(*top) : 0;
     lineHeight_ = height;
-    setItems(count_, std::move(headings_), current_, top());
+    scrollTo(top, offset);
 }
 
 bool ItemList::isHeading(int index) const {
@@ -96,7 +112,7 @@ int ItemList::lineAt(int y) const {
 
 std::optional<int> ItemList::top() const {
     const int value = verticalScrollBar()->value();
-    return count_ == 0 || value == 0 ? std::nullopt : std::optional(lineAt(value));
+    return count_ == 0 || value == 0 ? std::nullopt : nearestLine(lineAt(value), 1);
 }
 
 QRect ItemList::frameOf(int index) const {
@@ -141,10 +157,7 @@ void ItemList::move(std::optional<int> to) {
         bar->setValue(bottom - viewport()->height());
     }
     viewport()->update();
-    if (QAccessible::isActive()) {
-        QAccessibleEvent event(accessibleItem(*to), QAccessible::Focus);
-        QAccessible::updateAccessibility(&event);
-    }
+    tellFocus();
 }
 
 void ItemList::press(int index, std::optional<QPoint> place) {

@@ -44,8 +44,8 @@ public:
     bool isHeading(int index) const;
     std::optional<int> current() const { return current_; }
     void setCurrent(std::optional<int> index);
-    /// The topmost line that is seen; nothing at the list's very beginning, which stays the
-    /// beginning whatever comes.
+    /// The topmost line that is seen and no heading; nothing at the list's very beginning, which
+    /// stays the beginning whatever comes.
     std::optional<int> top() const;
     /// In the viewport's coordinates.
     QRect frameOf(int index) const;
@@ -85,6 +85,9 @@ private:
     int lineAt(int y) const;
     std::optional<int> nearestLine(int index, int direction) const;
     void move(std::optional<int> to);
+    /// That line gets so much above the upper edge.
+    void scrollTo(std::optional<int> top, int offset);
+    void tellFocus();
     void forgetAccessibleItems();
     void hover(std::optional<int> index);
 

@@ -8,7 +8,9 @@
 #include <QFontMetrics>
 #include <QPainter>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace velmoran {
 
@@ -68,8 +70,16 @@ TotalsView::TotalsView(const ScreenContext& context, QWidget* parent)
 
 void TotalsView::setSessions(const SessionList& sessions, std::optional<Device> device,
                              Timestamp now) {
-    content_ = TotalsContent::of(sessions, device, range_, now, words());
+    const auto before =
+        std::exchange(content_, TotalsContent::of(sessions, device, range_, now, words()));
     device_->setPlain(QString::fromStdString(content_.device));
+    const auto isSameApp = [](const AppTime& one, const AppTime& other) {
+        return one.app.id == other.app.id;
+    };
+    if (std::ranges::equal(before.apps, content_.apps, isSameApp)) {
+        list_->refresh();
+        return;
+    }
     const auto current = list_->current();
     const int count = static_cast<int>(content_.apps.size());
     list_->setItems(count, {}, current && *current < count ? current : std::nullopt, list_->top());
@@ -79,9 +89,11 @@ void TotalsView::setSessions(const SessionList& sessions, std::optional<Device> 
 
 void TotalsView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    cells_.forget();
-    if (list_) {
-        list_->refresh();
+    if (changesCells(*event)) {
+        cells_.forget();
+        if (list_) {
+            list_->refresh();
+        }
     }
 }
 
