@@ -97,6 +97,7 @@ void ChartPlot::drawIn() {
         drawn_ = 1;
         update();
     } else {
+        drawn_ = 0; // the animation tells of its first step only
         drawing_.start();
     }
 }
