@@ -62,7 +62,7 @@ private:
 /// A question with two answers, in front of its window. "Cancel", Escape and closing do nothing.
 /// Not a loop of its own: it returns at once, and `confirmed` is called later or never. What
 /// destroys is in red and asks for a press of its own, as Enter cancels it; otherwise Enter
-/// confirms. Goes with its window. Null `confirmed` is not allowed.
+/// confirms. Ends without an answer when `over` goes or is hidden. Null `confirmed` is not allowed.
 struct Question {
     QString title;
     QString message;

@@ -66,6 +66,35 @@ protected:
     }
 };
 
+/// Ends a question without an answer when what it is about goes or is hidden, which may be long
+/// before the window does: the action is that one's, and would find it no more.
+class EndWithAsker final : public QObject {
+public:
+    EndWithAsker(QWidget* asker, QDialog* dialog) : QObject(dialog), dialog_(dialog) {
+        asker->installEventFilter(this);
+        connect(asker, &QObject::destroyed, this, [this] { end(); });
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        // A window that the desktop has put away keeps its question.
+        if (event->type() == QEvent::Hide && !event->spontaneous()) {
+            end();
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    void end() {
+        QObject::disconnect(dialog_, &QDialog::accepted, nullptr, nullptr);
+        if (dialog_->isVisible()) {
+            dialog_->reject();
+        }
+    }
+
+    QDialog* dialog_;
+};
+
 /// Below the control, or above it where there is no room, and inside the screen.
 QPoint placeOfNote(const QWidget& at, const QSize& size) {
     const QRect control(at.mapToGlobal(QPoint(0, 0)), at.size());
@@ -125,6 +154,9 @@ QDialog* ask(QWidget* over, const Question& question, std::function<void()> conf
         const auto action = run;
         action();
     });
+    if (over) {
+        new EndWithAsker(over, dialog);
+    }
     (question.isDestructive ? cancel : confirm)->setFocus();
     dialog->open();
     return dialog;

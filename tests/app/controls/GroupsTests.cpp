@@ -179,6 +179,32 @@ TEST_F(QuestionTest, GoesWithItsWindow) {
     EXPECT_EQ(answers, 0);
 }
 
+TEST_F(QuestionTest, EndsUnansweredWithWhatItIsAbout) {
+    for (const bool isHidden : {true, false}) {
+        QPointer<QWidget> part = new QWidget(&window);
+        part->show();
+        dialog = ask(part,
+                     {.title = QStringLiteral("Delete?"),
+                      .message = {},
+                      .confirm = QStringLiteral("Delete")},
+                     [this] { ++answers; });
+        QApplication::processEvents();
+        ASSERT_TRUE(dialog->isVisible());
+        if (isHidden) {
+            part->hide();
+        } else {
+            delete part;
+        }
+        EXPECT_FALSE(dialog->isVisible());
+        // As a screen reader could, before it is deleted.
+        button("Delete").click();
+        settle();
+        EXPECT_FALSE(dialog);
+        EXPECT_EQ(answers, 0) << isHidden;
+        delete part;
+    }
+}
+
 TEST_F(QuestionTest, MayTakeItsWindowAwayByItsAnswer) {
     auto* other = new QWidget;
     showWindow(*other);
