@@ -56,6 +56,23 @@ struct HistoryChartTest : HistoryFixture {
     }
 };
 
+TEST_F(HistoryChartTest, SaysWhatTheChartButtonDoes) {
+    keep(past("Call", Device::camera, 600));
+    open();
+    auto* flip = part<SymbolButton>("chartButton");
+    EXPECT_EQ(flip->symbol(), "chart.xyaxis.line");
+    EXPECT_EQ(nameOf(access(flip)), "Show the chart");
+    EXPECT_EQ(flip->toolTip(), "Show camera and microphone time as a chart");
+    flip->click();
+    EXPECT_TRUE(part("historyChart")->isVisible());
+    EXPECT_EQ(flip->symbol(), "list.bullet");
+    EXPECT_EQ(nameOf(access(flip)), "Back to the list");
+    EXPECT_EQ(flip->toolTip(), "Back to the list");
+    flip->click();
+    EXPECT_FALSE(part("historyChart")->isVisible());
+    EXPECT_TRUE(part("historyRows")->isVisible());
+}
+
 TEST_F(HistoryChartTest, CountsWhatTheListHides) {
     keep(past("Call", Device::camera, 600));
     keep(past("Old", Device::camera, 20 * day));

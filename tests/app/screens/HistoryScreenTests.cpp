@@ -1,6 +1,7 @@
 #include "app/screens/HistoryFixture.h"
 #include "core/text/Localizer.h"
 
+#include <QAbstractItemView>
 #include <QScrollBar>
 
 namespace velmoran {
@@ -236,6 +237,64 @@ TEST_F(HistoryScreenTest, KeepsTheChosenRowAndThePlaceWhenARowComes) {
     EXPECT_EQ(list.frameOf(*list.current()), frame);
 }
 
+TEST_F(HistoryScreenTest, KeepsThePlaceUnderAHeadingWhenARowComes) {
+    for (int index = 0; index < 60; ++index) {
+        keep(past("App" + std::to_string(index), Device::camera, 600 + index * 2 * hour));
+    }
+    launchWatching();
+    open();
+    auto& list = screen->rows().list();
+    const auto heading = [&] {
+        const auto& section = screen->rows().content().sections[1];
+        return list.frameOf(static_cast<int>(section.first) + 1);
+    };
+    list.verticalScrollBar()->setValue(heading().top() + 10);
+    ASSERT_EQ(heading().top(), -10);
+    turnOn("Newcomer");
+    time.advanceBy(HistoryScreen::tick);
+    settle();
+    ASSERT_THAT(rows()[1], HasSubstr("Newcomer"));
+    EXPECT_EQ(heading().top(), -10);
+}
+
+TEST_F(HistoryScreenTest, FillsTheMenuOfAppsWhenItIsClosed) {
+    keep(past("Call", Device::camera, 600));
+    launchWatching();
+    open();
+    auto* apps = part<QComboBox>("appFilter");
+    apps->showPopup();
+    ASSERT_TRUE(apps->view()->isVisible());
+    receive(camera({testing::appRef("Also")}));
+    time.runPosted();
+    ASSERT_TRUE(apps->view()->isVisible());
+    ASSERT_EQ(apps->count(), 2);
+    apps->hidePopup();
+    choose("appFilter", 1);
+    settle();
+    EXPECT_EQ(apps->count(), 3);
+    EXPECT_EQ(apps->currentText(), "Call");
+    EXPECT_EQ(screen->filter().appID, testing::appNamed("Call").id);
+}
+
+TEST_F(HistoryScreenTest, KeepsItsAccessibleRowsWhileNoneComesOrGoes) {
+    keep(past("Call", Device::camera, 600));
+    keep(past("Memo", Device::microphone, 2 * hour));
+    launchWatching();
+    open();
+    const auto id = [&] {
+        return QAccessible::uniqueId(access(&screen->rows().list())->child(1));
+    };
+    const auto before = id();
+    time.advanceBy(HistoryScreen::tick);
+    settle();
+    EXPECT_NE(QAccessible::accessibleInterface(before), nullptr);
+    EXPECT_EQ(id(), before);
+    turnOn("Newcomer");
+    time.advanceBy(HistoryScreen::tick);
+    settle();
+    EXPECT_EQ(QAccessible::accessibleInterface(before), nullptr);
+}
+
 TEST_F(HistoryScreenTest, ShowsNamesAsTheyAreAndUnharmed) {
     const std::vector<std::string> names = {"",
                                             std::string(10000, 'x'),
@@ -301,22 +360,6 @@ TEST_F(HistoryScreenTest, HasAnEmptyListOfReportsAndNoChartThere) {
     button(part("tabs"), "Activity")->click();
     EXPECT_TRUE(part("chartButton")->isVisible());
     EXPECT_FALSE(part("awayReports")->isVisible());
-}
-
-TEST_F(HistoryScreenTest, SaysWhatTheChartButtonDoes) {
-    open();
-    auto* flip = part<SymbolButton>("chartButton");
-    EXPECT_EQ(flip->symbol(), "chart.xyaxis.line");
-    EXPECT_EQ(nameOf(access(flip)), "Show the chart");
-    EXPECT_EQ(flip->toolTip(), "Show camera and microphone time as a chart");
-    flip->click();
-    EXPECT_TRUE(part("historyChart")->isVisible());
-    EXPECT_EQ(flip->symbol(), "list.bullet");
-    EXPECT_EQ(nameOf(access(flip)), "Back to the list");
-    EXPECT_EQ(flip->toolTip(), "Back to the list");
-    flip->click();
-    EXPECT_FALSE(part("historyChart")->isVisible());
-    EXPECT_TRUE(part("historyRows")->isVisible() || saysNothingHere());
 }
 
 } // namespace
