@@ -257,6 +257,33 @@ TEST_F(HistoryScreenTest, KeepsThePlaceUnderAHeadingWhenARowComes) {
     EXPECT_EQ(heading().top(), -10);
 }
 
+TEST_F(HistoryScreenTest, ExplainsAPartOfTheSystemByItsPathNotByItsName) {
+    machine.script.platform = Platform::linux;
+    machine.script.signingIDs["/usr/bin/pipewire"] = "linux.pipewire";
+    for (const auto* path : {"/home/someone/pipewire", "/usr/bin/pipewire"}) {
+        auto use = past("Mixer", Device::microphone, 600);
+        use.app.path = path;
+        keep(use);
+        time.advanceBy(60);
+    }
+    open();
+    auto& list = screen->rows().list();
+    const auto explained = [&](int row) {
+        const auto frame = list.frameOf(row);
+        for (int x = 0; x < frame.width(); ++x) {
+            const QPoint place(x, frame.center().y());
+            if (list.source().help(row, frame, place) == "Explains what this part of macOS does") {
+                click(list.viewport(), place);
+                const auto notes = list.findChildren<QWidget*>("systemProcessNote");
+                return notes.isEmpty() ? "no note" : nameOf(access(notes.first()));
+            }
+        }
+        return std::string();
+    };
+    EXPECT_EQ(explained(2), "");
+    EXPECT_EQ(explained(1), "Mixer is part of macOS");
+}
+
 TEST_F(HistoryScreenTest, FillsTheMenuOfAppsWhenItIsClosed) {
     keep(past("Call", Device::camera, 600));
     launchWatching();
