@@ -59,7 +59,7 @@ std::string trustError(const std::string& text, const std::vector<AppIdentity>& 
     return unknown + " " +
            (trusted.empty()
                 ? words().text("No app is.")
-                : words().text("These are: %@.", {words().list(namesWithIDs(trusted))}));
+                : words().text("Trusted are: %@.", {words().list(namesWithIDs(trusted))}));
 }
 
 std::string trustError(const AppIdentity& app, Device device) {

@@ -50,7 +50,7 @@ TEST(TrustChoice, PassesOverRulesThatNoLookupFinds) {
 TEST(TrustChoice, SaysWhyNoneIsChosen) {
     const auto trusted = trustedApps(list());
     EXPECT_EQ(trustError("Fox", {}, trusted),
-              "“Fox” isn't trusted. These are: Zoom (org.example.Zoom) and Surf "
+              "“Fox” isn't trusted. Trusted are: Zoom (org.example.Zoom) and Surf "
               "(org.example.Surf).");
     EXPECT_EQ(trustError("Fox", {}, {}), "“Fox” isn't trusted. No app is.");
     EXPECT_EQ(trustError(identity("Surf"), Device::microphone),
