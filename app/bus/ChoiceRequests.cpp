@@ -44,6 +44,16 @@ void ChoiceRequests::answer(sd_bus_message* call, const std::string& text) {
     send_(reply);
 }
 
+void ChoiceRequests::confirm(sd_bus_message* call, const std::string& sentence) {
+    if (*model_.settings.notSaved) {
+        send_(bus::replyTo(call, bus::outcome::incomplete, sentence,
+                           words().text("The settings couldn't be saved. What is chosen here holds "
+                                        "until Velmoran quits.")));
+    } else {
+        send_(bus::replyTo(call, bus::outcome::done, sentence));
+    }
+}
+
 void ChoiceRequests::refuse(sd_bus_message* call, const char* error, const std::string& why) {
     send_(bus::refusalOf(call, error, why));
 }
@@ -83,7 +93,7 @@ void ChoiceRequests::changeSetting(sd_bus_message* call) {
             SettingChoices::carryOut(model_, name);
             changed_({.setting = ChangedSetting{name, value}, .sentence = sentence});
         }
-        send_(bus::replyTo(call, bus::outcome::done, sentence));
+        confirm(call, sentence);
     }
 }
 
@@ -111,7 +121,7 @@ void ChoiceRequests::distrust(sd_bus_message* call) {
         }
         changed_(
             {.distrust = LostTrust{taken->app.id, taken->devices}, .sentence = taken->sentence()});
-        send_(bus::replyTo(call, bus::outcome::done, taken->sentence()));
+        confirm(call, taken->sentence());
     }
 }
 

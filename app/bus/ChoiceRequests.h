@@ -29,6 +29,8 @@ public:
 private:
     bool mayChange(sd_bus_message* call);
     void answer(sd_bus_message* call, const std::string& text);
+    /// What is asked for is so, and saved if that can be.
+    void confirm(sd_bus_message* call, const std::string& sentence);
     void refuse(sd_bus_message* call, const char* error, const std::string& why);
 
     AppModel& model_;

@@ -150,6 +150,28 @@ TEST_F(ChoiceRequestsTest, LetsNobodyChangeAsOftenAsHeLikes) {
         << last.output();
 }
 
+TEST_F(ChoiceRequestsTest, SaysThatAChangeCouldNotBeSaved) {
+    folder_.write("obstacle", "no folder");
+    QtSettingsFile file(QString::fromStdString(folder_.path("obstacle/Velmoran.conf")));
+    model = std::make_unique<AppModel>(ModelSurroundings{machine, loop, loop, file, [this] {
+                                                             return store;
+                                                         }});
+    model->start();
+    offer();
+    model->setTrusted(true, identity("Zoom"), {Device::camera});
+    const std::string notSaved =
+        "The settings couldn't be saved. What is chosen here holds until Velmoran quits.\n";
+    EXPECT_EQ(said({"settings", "set", "warningSoundOn", "false"}, 3),
+              "warningSoundOn is now false.\n" + notSaved);
+    EXPECT_FALSE(*model->settings.warningSoundOn);
+    EXPECT_EQ(said({"trust", "remove", "Zoom"}, 3),
+              "Zoom is no longer trusted with the camera.\n" + notSaved);
+    std::filesystem::remove(folder_.path("obstacle"));
+    EXPECT_EQ(said({"settings", "set", "warningSoundOn", "true"}), "warningSoundOn is now true.\n");
+    service.reset();
+    model.reset();
+}
+
 TEST_F(ChoiceRequestsTest, ListsTrustAndTakesItBack) {
     launch();
     EXPECT_EQ(said({"trust"}), "No app is trusted, and none always warned of.\n");
