@@ -41,6 +41,13 @@ void Screens::show(std::string_view id) {
     if (!context_) {
         return;
     }
+    // What has been set or begun in these two stays, as long as they are open.
+    if (id == WindowID::history || id == WindowID::settings) {
+        const auto* open = windows_.window(id);
+        if (open && open->isVisible() && windows_.bringToFront(id)) {
+            return;
+        }
+    }
     if (id == WindowID::main) {
         windows_.show(id, QStringLiteral("Velmoran"), false, std::nullopt,
                       std::make_unique<PanelView>(*context_));

@@ -1,3 +1,4 @@
+#include "app/screens/Screens.h"
 #include "app/screens/SettingsFixture.h"
 #include "app/screens/SettingsView.h"
 
@@ -5,6 +6,7 @@
 #include "support/TemporaryDirectory.h"
 
 #include <QFile>
+#include <QPointer>
 #include <QScrollArea>
 #include <QWheelEvent>
 #include <gmock/gmock.h>
@@ -325,6 +327,26 @@ TEST_F(SettingsViewTest, ChoosesNothingByTheWheel) {
     QApplication::sendEvent(&box, &turn);
     EXPECT_EQ(box.currentText(), "90 days");
     EXPECT_EQ(*model->settings.retentionDays, 90);
+}
+
+TEST_F(SettingsViewTest, AnOpenWindowThatIsAskedForAgainKeepsWhatStandsInIt) {
+    launch();
+    Screens screens;
+    screens.begin(context(), loginItem);
+    for (const auto id : {WindowID::settings, WindowID::history}) {
+        screens.show(id);
+        const auto* window = screens.windows().window(id);
+        ASSERT_TRUE(window);
+        const QPointer<QWidget> first = window->content();
+        ASSERT_TRUE(first);
+        screens.show(id);
+        EXPECT_EQ(window->content(), first.data()) << id;
+        screens.close(id);
+        screens.show(id);
+        EXPECT_TRUE(window->isVisible());
+        EXPECT_NE(window->content(), first.data()) << id << " was closed";
+    }
+    screens.end();
 }
 
 TEST_F(SettingsViewTest, GoesBeforeTheModelAndLeavesNothingBehind) {
