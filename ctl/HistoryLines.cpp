@@ -76,8 +76,8 @@ std::string tableLine(const UsageSession& session, const LineContext& context) {
     return padded(wallTime(session.start), timeColumns) + "  " +
            paddedBefore(lengthText(session, context), widths.length) + "  " +
            padded(deviceWord(session.device), widths.device) + "  " +
-           padded(toldWord(session.outcome, session.warningLevel), widths.label) + "  " + cutLine(session.app.name, nameColumns) +
-           "\n";
+           padded(toldWord(session.outcome, session.warningLevel), widths.label) + "  " +
+           cutLine(session.app.name, nameColumns) + "\n";
 }
 
 /// A text as JSON has it. Most need no more than quotes, and there are many of them.
