@@ -9,6 +9,8 @@ namespace velmoran {
 namespace {
 
 constexpr unsigned mostAttempts = 4;
+// While the server is busy it hasn't been heard out, which is a matter of moments.
+constexpr unsigned mostAttemptsBesideServer = 12;
 
 } // namespace
 
@@ -80,7 +82,7 @@ void ClientIdentity::opened(ClientKey client) {
         auto& served = servedBy(entry.connectedPid);
         served.opened(client);
         if (served.user(client).app.unidentified && served.waitsForServer() &&
-            ++entry.attempts < mostAttempts) {
+            ++entry.attempts < mostAttemptsBesideServer) {
             return;
         }
     } else if (entry.connectedPid > 0) {

@@ -197,7 +197,7 @@ TEST_F(ServedClientsOf, APulseClientThatMayHaveHungUpTakesNobodysName) {
     table.connect(21, pulseSocket);
     isServed(1, 21);
     table.hangUp(its);
-    for (int look = 0; look < 10; ++look) {
+    for (int look = 0; look < 12; ++look) {
         EXPECT_TRUE(isUnknown(name(1))) << "the server is held up";
     }
     EXPECT_FALSE(identity.isUndecided(1));
