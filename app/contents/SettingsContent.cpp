@@ -59,16 +59,14 @@ std::vector<Toggle> watching() {
          words().text("Stops sound suddenly playing out loud.")},
         {&SettingsStore::monitorSpeakerUse, words().text("Monitor speaker use"),
          words().text("Saves which apps play sound, and for how long. When off, nothing new is "
-                      "saved for the speaker; entries already in History stay there."),
-         true},
+                      "saved for the speaker; entries already in History stay there.")},
         {&SettingsStore::hideSystemSounds, words().text("Hide system sounds"),
          words().text("Sounds that macOS plays itself, such as alerts, are saved but left out of "
                       "the lists. Camera and microphone use is never hidden.")},
         {&SettingsStore::ignoreSystemListening, words().text("Ignore macOS's own listening"),
          words().text("Parts of macOS turn the microphone on by themselves, such as for “Hey Siri” "
                       "and dictation. When on, they are not shown and cause no notice. Apps are "
-                      "never ignored."),
-         true},
+                      "never ignored.")},
     };
 }
 

@@ -14,8 +14,6 @@ struct Toggle {
     SettingsStore::Field<bool> SettingsStore::*field = nullptr;
     std::string title;
     std::string note;
-    /// What counts as a use depends on it, so the model has to look again.
-    bool decidesWhatCounts = false;
 
     bool operator==(const Toggle&) const = default;
 };

@@ -164,4 +164,12 @@ void carryOut(AppModel& model, std::string_view name) {
     }
 }
 
+void carryOut(AppModel& model, FieldOf<bool> field) {
+    for (const auto& choice : choices()) {
+        if (choice.field == decltype(choice.field)(field)) {
+            carryOut(model, choice.name);
+        }
+    }
+}
+
 } // namespace velmoran::SettingChoices

@@ -38,6 +38,7 @@ void set(SettingsStore& settings, std::string_view name, std::string_view value)
 /// What a change of that field means beyond the field, as for whoever has just set it: the sessions
 /// are looked at anew, or what is too old now is deleted.
 void carryOut(AppModel& model, std::string_view name);
+void carryOut(AppModel& model, SettingsStore::Field<bool> SettingsStore::*field);
 
 } // namespace SettingChoices
 

@@ -3,6 +3,7 @@
 #include "app/controls/Choices.h"
 #include "app/controls/Groups.h"
 #include "app/controls/Labels.h"
+#include "app/model/SettingChoices.h"
 #include "app/screens/ScreenText.h"
 #include "app/screens/SettingsMeasures.h"
 #include "app/screens/TrustListSection.h"
@@ -119,14 +120,10 @@ Switch* SettingsView::addToggle(FormSection& section, const SettingsContent::Tog
     auto* button = new Switch(qt(toggle.title), &section);
     auto& field = model_.settings.*toggle.field;
     button->setChecked(*field);
-    QObject::connect(button, &Switch::clicked, this,
-                     [this, &field, looksAgain = toggle.decidesWhatCounts](bool on) {
-                         field.set(on);
-                         if (looksAgain) {
-                             model_.syncSessions();
-                             model_.onChange();
-                         }
-                     });
+    QObject::connect(button, &Switch::clicked, this, [this, which = toggle.field](bool on) {
+        (model_.settings.*which).set(on);
+        SettingChoices::carryOut(model_, which);
+    });
     watching_.push_back(field.subscribe([button](bool on) { button->setChecked(on); }));
     section.add(new FormRow(qt(toggle.title), qt(toggle.note), button, &section));
     return button;
@@ -277,7 +274,7 @@ void SettingsView::addHistory() {
     auto* picker = pickerOf(content, section);
     offer(picker, content, [this](int days) {
         model_.settings.retentionDays.set(days);
-        model_.pruneHistory();
+        SettingChoices::carryOut(model_, "retentionDays");
     });
     section->add(new FormRow(qt(content.title), {}, picker, section));
     const auto follow = [picker](int days) {

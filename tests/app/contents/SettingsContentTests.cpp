@@ -86,11 +86,6 @@ TEST(SettingsContent, LooksAgainAfterWhatDecidesOnUses) {
     EXPECT_THAT(titles(toggles),
                 ElementsAre("Mute speakers when headphones disconnect", "Monitor speaker use",
                             "Hide system sounds", "Ignore macOS's own listening"));
-    std::vector<bool> looks;
-    for (const auto& toggle : toggles) {
-        looks.push_back(toggle.decidesWhatCounts);
-    }
-    EXPECT_THAT(looks, ElementsAre(false, true, false, true));
 }
 
 TEST(SettingsContent, OffersThreePeriodsAndSaysAnother) {

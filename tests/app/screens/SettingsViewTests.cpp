@@ -92,6 +92,23 @@ TEST_F(SettingsViewTest, BindsEachSwitchToItsFieldBothWays) {
     }
 }
 
+TEST_F(SettingsViewTest, HasTheModelLookAgainWhereItDecidesWhatCounts) {
+    show();
+    int changes = 0;
+    const auto watch = model->onChange.subscribe([&] { ++changes; });
+    const std::pair<const char*, int> expected[] = {
+        {"Mute speakers when headphones disconnect", 0},
+        {"Monitor speaker use", 1},
+        {"Hide system sounds", 0},
+        {"Ignore macOS's own listening", 1},
+    };
+    for (const auto& [name, times] : expected) {
+        changes = 0;
+        press(name);
+        EXPECT_EQ(changes, times) << name;
+    }
+}
+
 // MARK: - Login and language
 
 TEST_F(SettingsViewTest, RegistersTheLoginItem) {
