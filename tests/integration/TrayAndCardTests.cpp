@@ -218,6 +218,20 @@ TEST_F(Desktop, ASecondStartLetsTheFirstShowItself) {
     EXPECT_EQ(display_->dockedIcons().size(), 1U);
 }
 
+TEST_F(Desktop, RunsOnWhenItsLastWindowIsClosed) {
+    startTray("top");
+    auto& program = session_.start("velmoran", {VELMORAN});
+    ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; })) << session_.logs();
+    ASSERT_TRUE(cardComes()) << session_.logs();
+    const auto window = std::to_string(cards().front());
+    ASSERT_TRUE(session_.run({"xdotool", "windowactivate", "--sync", window}).succeeded());
+    ASSERT_TRUE(session_.run({"xdotool", "key", "ctrl+w"}).succeeded());
+    EXPECT_TRUE(waitUntil([&] { return cards().empty(); })) << session_.logs();
+    EXPECT_EQ(session_.run({VELMORAN, "--show", "history"}).status, 0) << "it answers";
+    EXPECT_TRUE(cardComes()) << session_.logs();
+    EXPECT_TRUE(program.running());
+}
+
 TEST_F(Desktop, WithoutATrayItSaysSoAndShowsCardsAtTheTopRight) {
     startVelmoran();
     ASSERT_TRUE(cardComes()) << session_.logs();
