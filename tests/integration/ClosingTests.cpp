@@ -219,7 +219,7 @@ protected:
         session.startDisplay();
         display = session.environment().at("DISPLAY");
         setenv("DISPLAY", display.c_str(), 1); // NOLINT: for the clients; no threads yet
-        windowed.emplace(processes, display);
+        windowed.emplace(processes, display, support::patience);
         windowCloser.emplace(*windowed, time);
     }
     void closeWindowed(const std::string& id) {

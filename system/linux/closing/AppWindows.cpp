@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdlib>
 #include <future>
 #include <map>
@@ -18,7 +17,6 @@ namespace velmoran {
 
 namespace {
 
-constexpr std::chrono::milliseconds longestAnswer{500};
 constexpr std::uint32_t mostWindows = 4096;
 
 struct Free {
@@ -165,7 +163,8 @@ void send(xcb_connection_t* connection, std::uint32_t receiver, std::uint32_t ma
 } // namespace
 
 std::unique_ptr<AppWindows> AppWindows::of(const std::vector<pid_t>& processes,
-                                           const std::string& display) {
+                                           const std::string& display,
+                                           std::chrono::milliseconds patience) {
     if (display.empty() || processes.empty()) {
         return nullptr;
     }
@@ -176,7 +175,7 @@ std::unique_ptr<AppWindows> AppWindows::of(const std::vector<pid_t>& processes,
     std::thread([promise, processes, display] {
         promise->set_value(std::unique_ptr<AppWindows>(new AppWindows(processes, display)));
     }).detach();
-    if (answer.wait_for(longestAnswer) != std::future_status::ready) {
+    if (answer.wait_for(patience) != std::future_status::ready) {
         return nullptr;
     }
     auto windows = answer.get();

@@ -3,6 +3,7 @@
 // that nothing of the program's own windows is touched. Made and used on one thread.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -16,12 +17,16 @@ namespace velmoran {
 
 class AppWindows {
 public:
+    /// How long an answering server may take at most, on a machine that does much else too.
+    static constexpr std::chrono::milliseconds patience{500};
+
     /// The top-level windows of these processes that can be asked to close, on the server of that
     /// DISPLAY. Whose a window is, the server says by the connection that made it; only where the
     /// server can't, it is taken from what the window claims, and then it must claim this machine
-    /// too. Nothing if there are none, or the server doesn't answer within half a second.
-    static std::unique_ptr<AppWindows> of(const std::vector<pid_t>& processes,
-                                          const std::string& display);
+    /// too. Nothing if there are none, or the server doesn't answer within `patience`.
+    static std::unique_ptr<AppWindows>
+    of(const std::vector<pid_t>& processes, const std::string& display,
+       std::chrono::milliseconds patience = AppWindows::patience);
     ~AppWindows();
     AppWindows(const AppWindows&) = delete;
     AppWindows& operator=(const AppWindows&) = delete;

@@ -43,9 +43,11 @@ private:
 
 } // namespace
 
-LinuxRunningApps::LinuxRunningApps(const ProcessFinder& processes, std::string display)
+LinuxRunningApps::LinuxRunningApps(const ProcessFinder& processes, std::string display,
+                                   std::chrono::milliseconds patience)
     : processes_(processes),
-      display_(std::move(display)) {}
+      display_(std::move(display)),
+      patience_(patience) {}
 
 RunningApp LinuxRunningApps::find(const AppIdentity& app) {
     const auto termination = std::make_shared<AppTermination>(processes_, newest_, app);
@@ -53,7 +55,7 @@ RunningApp LinuxRunningApps::find(const AppIdentity& app) {
     if (termination->hasNobody()) {
         return found;
     }
-    if (auto windows = AppWindows::of(termination->pids(), display_)) {
+    if (auto windows = AppWindows::of(termination->pids(), display_, patience_)) {
         found.applications.push_back(std::make_unique<Windowed>(termination, std::move(windows)));
     }
     found.processes.push_back(std::make_unique<Processes>(termination));

@@ -8,16 +8,20 @@
 
 #include "system/AppCloser.h"
 #include "system/linux/apps/ProcessFinder.h"
+#include "system/linux/closing/AppWindows.h"
 #include "system/linux/kernel/NewestProcess.h"
 
+#include <chrono>
 #include <string>
 
 namespace velmoran {
 
 class LinuxRunningApps final : public RunningApps {
 public:
-    /// The processes outlive it and what it finds. `display` as in DISPLAY; empty for none.
-    LinuxRunningApps(const ProcessFinder& processes, std::string display);
+    /// The processes outlive it and what it finds. `display` as in DISPLAY; empty for none. An app
+    /// counts as one without windows if the display doesn't answer within `patience`.
+    LinuxRunningApps(const ProcessFinder& processes, std::string display,
+                     std::chrono::milliseconds patience = AppWindows::patience);
 
     /// Never this program itself, nor those that started it, nor process 1.
     RunningApp find(const AppIdentity& app) override;
@@ -25,6 +29,7 @@ public:
 private:
     const ProcessFinder& processes_;
     const std::string display_;
+    const std::chrono::milliseconds patience_;
     const NewestProcess newest_;
 };
 

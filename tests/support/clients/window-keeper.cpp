@@ -8,6 +8,7 @@
 //   turn    as close, and at SIGUSR1 becomes PROGRAM, which sleeps
 // LOG-FILE gets a line "ready PROCESS-ID" once the window manager has the window, "asked" for each
 // request to close, and "signalled" for SIGTERM, by which it ends.
+#include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -66,6 +67,20 @@ std::uint32_t openWindow(xcb_connection_t* server, const std::string& way, std::
     return window;
 }
 
+/// Whether the window manager has it in its list, which is the last that it does for a new window.
+bool isListed(xcb_connection_t* server, std::uint32_t root, std::uint32_t list,
+              std::uint32_t window) {
+    auto* reply = xcb_get_property_reply(
+        server, xcb_get_property(server, 0, root, list, XCB_ATOM_WINDOW, 0, 1024), nullptr);
+    bool isThere = false;
+    if (reply) {
+        const auto* first = static_cast<const std::uint32_t*>(xcb_get_property_value(reply));
+        isThere = std::find(first, first + reply->value_len, window) != first + reply->value_len;
+    }
+    std::free(reply);
+    return isThere;
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
@@ -89,10 +104,13 @@ int main(int count, char** arguments) {
     if (xcb_connection_has_error(server) != 0) {
         return 4;
     }
+    const auto root = xcb_setup_roots_iterator(xcb_get_setup(server)).data->root;
+    const std::uint32_t changes = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_change_window_attributes(server, root, XCB_CW_EVENT_MASK, &changes);
+    const auto list = atom(server, "_NET_CLIENT_LIST");
     const auto process = static_cast<std::uint32_t>(
         way == "claim" && count > 3 ? std::atoi(arguments[3]) : getpid());
     const auto window = openWindow(server, way, process);
-    const auto state = atom(server, "WM_STATE");
     const auto remove = atom(server, "WM_DELETE_WINDOW");
     bool isReady = false;
     while (xcb_connection_has_error(server) == 0) {
@@ -107,8 +125,7 @@ int main(int count, char** arguments) {
             continue;
         }
         const auto kind = event->response_type & 0x7f;
-        if (kind == XCB_PROPERTY_NOTIFY && !isReady &&
-            reinterpret_cast<xcb_property_notify_event_t*>(event)->atom == state) {
+        if (kind == XCB_PROPERTY_NOTIFY && !isReady && isListed(server, root, list, window)) {
             isReady = true;
             note("ready " + std::to_string(getpid()) + "\n");
         } else if (kind == XCB_CLIENT_MESSAGE &&
