@@ -74,7 +74,7 @@ void ClientIdentity::pictureCompleted() {
 
 void ClientIdentity::opened(ClientKey client) {
     const auto found = entries_.find(client);
-    if (found == entries_.end() || found->second.isOpened) {
+    if (found == entries_.end() || (found->second.isOpened && !mayBeToldLater(client))) {
         return;
     }
     auto& entry = found->second;
@@ -141,6 +141,15 @@ bool ClientIdentity::isServed(ClientKey client) const {
 bool ClientIdentity::isUndecided(ClientKey client) const {
     const auto found = entries_.find(client);
     return found != entries_.end() && !found->second.isOpened && found->second.attempts > 0;
+}
+
+bool ClientIdentity::mayBeToldLater(ClientKey client) const {
+    const auto found = entries_.find(client);
+    if (found == entries_.end() || !found->second.isServed || !found->second.isOpened) {
+        return false;
+    }
+    const auto& served = served_.at(found->second.connectedPid);
+    return served.user(client).app.unidentified && served.waitsForServer();
 }
 
 bool ClientIdentity::isNative(const SocketPair& pair) const {

@@ -57,6 +57,9 @@ public:
     /// Whether `opened` couldn't tell, and is to be called again in a moment: who comes or goes may
     /// be in the way. The last time it is an app that can't be named.
     bool isUndecided(ClientKey client) const;
+    /// Whether one that couldn't be told by then may be told after all, by calling `opened` now and
+    /// then, a moment apart: the server has to be heard out, and was busy all the time.
+    bool mayBeToldLater(ClientKey client) const;
     /// Also for a client that was never announced: an app that can't be named. A name stays from
     /// `opened` on; one that can't be told then may be found out later.
     Who who(ClientKey client) const;

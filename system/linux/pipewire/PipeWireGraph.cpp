@@ -67,6 +67,7 @@ PipeWireGraph::~PipeWireGraph() {
         pauses_.clear();
         nextAttempt_.reset();
         secondLook_.reset();
+        laterLook_.reset();
         counted_.stop();
         heldProcesses_.waitFor({});
         socket_.stop();
@@ -107,6 +108,7 @@ void PipeWireGraph::disconnect() {
     pauses_.clear();
     receivers_.clear();
     secondLook_.reset();
+    laterLook_.reset();
     networkClients_.clear();
     counted_.clear();
     isStale_ = true;
@@ -290,20 +292,27 @@ std::uint32_t PipeWireGraph::objectID(GraphSerial serial) {
 
 /// Who can't be told is looked at again, but not at each change.
 void PipeWireGraph::openedAgain(GraphSerial client) {
+    const bool mayBeToldLater = identity_.mayBeToldLater(client);
     const bool wasUndecided = identity_.isUndecided(client);
-    if (wasUndecided && secondLook_) {
+    if ((wasUndecided && secondLook_) || (mayBeToldLater && laterLook_)) {
         return;
     }
     identity_.opened(client);
     if (identity_.isUndecided(client)) {
-        secondLook_ = loop_.after(times_.respite, [this] {
-            secondLook_.reset();
-            isStale_ = true;
-            publish();
-        });
-    } else if (wasUndecided) {
+        secondLook_ = lookAgainAfter(times_.respite, secondLook_);
+    } else if (identity_.mayBeToldLater(client)) {
+        laterLook_ = lookAgainAfter(times_.longRespite, laterLook_);
+    } else if (wasUndecided || mayBeToldLater) {
         markRelayByName(client);
     }
+}
+
+Subscription PipeWireGraph::lookAgainAfter(Seconds delay, Subscription& handle) {
+    return loop_.after(delay, [this, &handle] {
+        handle.reset();
+        isStale_ = true;
+        publish();
+    });
 }
 
 ClientIdentity::Who PipeWireGraph::whoIs(const GraphUses::User& user) {

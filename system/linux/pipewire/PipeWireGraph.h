@@ -47,6 +47,8 @@ struct PipeWireTimes {
     /// Between two connections that lose sight before they have seen everything, and
     /// between two attempts to tell who a client is.
     Seconds respite = 0.02;
+    /// Between two later attempts, while the server has things to tell but has been too busy to.
+    Seconds longRespite = 1.0;
     /// How long any other client's stream may pause in the midst of its use. The end of one that
     /// pauses for longer is told so much later; that of a stream that goes is told at once.
     Seconds pause = 0.04;
@@ -129,6 +131,8 @@ private:
     GraphPicture livePicture();
     std::uint32_t objectID(GraphSerial serial);
     void openedAgain(GraphSerial client);
+    /// `handle` is where the answer is kept.
+    Subscription lookAgainAfter(Seconds delay, Subscription& handle);
     ClientIdentity::Who whoIs(const GraphUses::User& user);
     void pin(const GraphPicture& before);
 
@@ -153,6 +157,7 @@ private:
     unsigned uneventful_ = 0; ///< checks that were left out
     Subscription nextAttempt_;
     Subscription secondLook_;     ///< at whom it couldn't be told yet
+    Subscription laterLook_;      ///< at whom it couldn't be told for as long as one waits
     bool isStale_ = false;        ///< beside the model: names, or what is held
     bool isFirstPicture_ = false; ///< of this connection
     bool wasConnected_ = false;

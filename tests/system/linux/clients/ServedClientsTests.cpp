@@ -192,6 +192,23 @@ TEST_F(ServedClientsOf, APulseClientIsKnownOnceTheServerHasHeardOfAllThatHungUp)
     EXPECT_FALSE(identity.isUndecided(1));
 }
 
+TEST_F(ServedClientsOf, APulseClientIsKnownLaterIfTheServerWasBusyForLong) {
+    const auto fleeting = table.connect(20, pulseSocket);
+    table.connect(21, pulseSocket);
+    isServed(1, 21);
+    table.hangUp(fleeting);
+    for (int look = 0; look < 20; ++look) {
+        EXPECT_TRUE(isUnknown(name(1)));
+    }
+    EXPECT_FALSE(identity.isUndecided(1)) << "it is told of as somebody who can't be named";
+    EXPECT_TRUE(identity.mayBeToldLater(1));
+    table.isServerAsleep = true;
+    EXPECT_TRUE(isUnknown(name(1)));
+    EXPECT_TRUE(isUnknown(name(1)));
+    EXPECT_EQ(name(1), "/bin/21");
+    EXPECT_FALSE(identity.mayBeToldLater(1));
+}
+
 TEST_F(ServedClientsOf, APulseClientThatMayHaveHungUpTakesNobodysName) {
     const auto its = table.connect(30, pulseSocket);
     table.connect(21, pulseSocket);
