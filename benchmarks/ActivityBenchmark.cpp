@@ -86,7 +86,7 @@ template <class Work>
 void measure(benchmark::State& state, std::size_t expected, Work work) {
     history();
     for (auto _ : state) {
-        const auto result = work();
+        auto result = work();
         if (result.size() != expected) {
             state.SkipWithError(fmt::format("{} instead of {}", result.size(), expected).c_str());
         }
