@@ -39,6 +39,17 @@ icu::Locale localeOf(const std::string& name) {
     return known ? locale : icu::Locale::getUS();
 }
 
+/// Hour and minute. Of a language in a region where it isn't at home, as German in the United
+/// States, nobody has written down a short form: its own then, with the clock of that region.
+icu::DateFormat* shortTimes(const icu::Locale& locale, UErrorCode& status) {
+    UErrorCode opened = U_ZERO_ERROR;
+    const icu::ResourceBundle data(nullptr, locale, opened);
+    const bool isAtHome = *locale.getCountry() == 0 || U_FAILURE(opened) != 0 ||
+                          *data.getLocale(ULOC_ACTUAL_LOCALE, opened).getCountry() != 0;
+    return isAtHome ? icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, locale)
+                    : icu::DateFormat::createInstanceForSkeleton("jmm", locale, status);
+}
+
 /// Null for a name that isn't known.
 std::unique_ptr<icu::TimeZone> zoneNamed(const std::string& name) {
     std::unique_ptr<icu::TimeZone> zone(
@@ -127,9 +138,7 @@ struct InZone {
     InZone(const icu::Locale& locale, std::string zoneName)
         : name(std::move(zoneName)),
           zone([named = name](UErrorCode&) { return zoneOf(named).release(); }),
-          times([this, locale](UErrorCode&) {
-              return here(icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, locale));
-          }),
+          times([this, locale](UErrorCode& status) { return here(shortTimes(locale, status)); }),
           days([this, locale](UErrorCode& status) {
               return here(icu::DateFormat::createInstanceForSkeleton("EEEEdMMM", locale, status));
           }),

@@ -6,9 +6,14 @@
 
 #include <QByteArray>
 #include <gmock/gmock.h>
+#include <map>
 
 namespace velmoran {
 namespace {
+
+using ::testing::AllOf;
+using ::testing::EndsWith;
+using ::testing::StartsWith;
 
 struct SystemWords : ::testing::Test {
     MemorySettings settings;
@@ -27,23 +32,62 @@ TEST_F(SystemWords, AreInTheLanguageThatWasChosen) {
     EXPECT_EQ(words().text("Stop"), "Stop");
 }
 
-TEST_F(SystemWords, AChosenLanguageLeavesTheRegion) {
-    EXPECT_EQ(localeOf("de_DE", "en"), "en_DE");
-    EXPECT_EQ(localeOf("en_GB", "de"), "de_GB");
-    EXPECT_EQ(localeOf("zh_Hans_CN", "en"), "en_CN");
-    EXPECT_EQ(localeOf("de_AT", "de"), "de_AT");
-    EXPECT_EQ(localeOf("de_AT", std::nullopt), "de_AT");
-    EXPECT_EQ(localeOf("den_CA", "de"), "de_CA");
-    EXPECT_EQ(localeOf("de", "en"), "en");
-    EXPECT_EQ(localeOf("C", "de"), "de");
-    EXPECT_EQ(localeOf("C", std::nullopt), "en_US");
-}
+/// Variables of the environment as long as they live, and none of the others that say a language.
+class Environment {
+public:
+    explicit Environment(const std::map<QByteArray, QByteArray>& wanted) {
+        for (const char* name :
+             {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LC_NUMERIC", "LC_TIME", "LANG"}) {
+            before_[name] = qgetenv(name);
+            const auto found = wanted.find(name);
+            found == wanted.end() ? qunsetenv(name) : qputenv(name, found->second);
+        }
+    }
+    ~Environment() {
+        for (const auto& [name, value] : before_) {
+            value.isNull() ? qunsetenv(name) : qputenv(name, value);
+        }
+    }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
 
-TEST_F(SystemWords, EnglishInGermanyTellsTheTimeAsGermanyDoes) {
-    const Localizer inGermany(localeOf("de_DE", "en"), "Europe/Berlin", {});
-    EXPECT_EQ(inGermany.shortTime({794165400}), "18:30");
-    const Localizer inTheStates(localeOf("en_US", "en"), "Europe/Berlin", {});
-    EXPECT_THAT(inTheStates.shortTime({794165400}), ::testing::EndsWith("PM"));
+private:
+    std::map<QByteArray, QByteArray> before_;
+};
+
+constexpr Timestamp eveningInBerlin{794165400};
+
+TEST_F(SystemWords, FollowTheLanguageAndTheirTimesTheDesktopsTimes) {
+    const auto zone = qgetenv("TZ");
+    qputenv("TZ", "Europe/Berlin");
+    const auto shown = [&] {
+        setSystemWords(settings, Platform::linux);
+        return words().text("Stop") + " " + words().shortTime(eveningInBerlin) + " " +
+               words().shortWeekday(eveningInBerlin);
+    };
+    {
+        const Environment english({{"LANG", "en_US.UTF-8"}, {"LC_TIME", "de_DE.UTF-8"}});
+        EXPECT_EQ(shown(), "Stop 18:30 Mon");
+    }
+    {
+        const Environment german({{"LANG", "de_DE.UTF-8"}, {"LC_TIME", "en_US.UTF-8"}});
+        EXPECT_THAT(shown(), AllOf(StartsWith("Stoppen 6:30"), EndsWith("PM Mo")));
+    }
+    {
+        const Environment numbers({{"LANG", "en_GB.UTF-8"}, {"LC_NUMERIC", "de_DE.UTF-8"}});
+        EXPECT_EQ(shown(), "Stop 18:30 Mon");
+    }
+    {
+        const Environment all(
+            {{"LANG", "en_US.UTF-8"}, {"LC_TIME", "en_US.UTF-8"}, {"LC_ALL", "de_AT.UTF-8"}});
+        EXPECT_EQ(shown(), "Stoppen 18:30 Mo");
+    }
+    {
+        settings.setTexts("AppleLanguages", {"de"});
+        const Environment chosen({{"LANG", "en_US.UTF-8"}, {"LC_TIME", "en_GB.UTF-8"}});
+        EXPECT_EQ(shown(), "Stoppen 18:30 Mo");
+    }
+    zone.isNull() ? qunsetenv("TZ") : qputenv("TZ", zone);
 }
 
 TEST_F(SystemWords, AreThoseOfThePlatform) {

@@ -88,6 +88,18 @@ TEST(Localizer, WritesShortTimesWithoutTheDate) {
     EXPECT_EQ(german().shortTime(wednesday + 12 * hour), "22:30");
 }
 
+TEST(Localizer, TellsTheTimeByTheClockOfARegionWhereItsLanguageIsNotAtHome) {
+    const auto evening = wednesday + 12 * hour;
+    const auto abroad = Localizer("de_US", "UTC", {}).shortTime(evening);
+    EXPECT_TRUE(abroad.starts_with("9:30") && abroad.ends_with("PM")) << abroad;
+    EXPECT_EQ(Localizer("en_FR", "UTC", {}).shortTime(evening), "21:30");
+    EXPECT_EQ(Localizer("de_GB", "UTC", {}).shortTime(evening), "21:30");
+    // Where there is such a form, it is that.
+    EXPECT_EQ(Localizer("en_DE", "UTC", {}).shortTime(evening), "21:30");
+    EXPECT_EQ(Localizer("de_AT", "UTC", {}).shortTime(evening), "21:30");
+    EXPECT_EQ(Localizer("de", "UTC", {}).shortTime(evening), "21:30");
+}
+
 TEST(Localizer, TitlesTodayAndYesterdayByTheCalendarOfItsZone) {
     const Localizer english;
     EXPECT_EQ(english.dayTitle(wednesday, wednesday), "Today");
