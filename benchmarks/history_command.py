@@ -87,6 +87,7 @@ def main():
                     ("… --json", (VELMORANCTL, "history", "--json")),
                     ("… --app 'App 7' --since 2026-12-01",
                      (VELMORANCTL, "history", "--app", "App 7", "--since", "2026-12-01")),
+                    ("sqlite3 -json", ("sqlite3", "-readonly", "-json", path, query)),
                     ("sqlite3 -csv", ("sqlite3", "-readonly", "-csv", path, query)),
                     ("sqlite3 -csv, local times", ("sqlite3", "-readonly", "-csv", path, wall))]
         store(home, count // 10)

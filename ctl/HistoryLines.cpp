@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace velmoran {
@@ -81,79 +82,112 @@ std::string tableLine(const UsageSession& session, const LineContext& context) {
 }
 
 /// A text as JSON has it. Most need no more than quotes, and there are many of them.
-std::string quoted(const std::string& text) {
+void addQuoted(std::string& to, std::string_view text) {
     const auto isPlain = [](char byte) {
         return byte >= ' ' && byte < 0x7F && byte != '"' && byte != '\\';
     };
-    return std::ranges::all_of(text, isPlain) ? '"' + text + '"' : encode(text);
+    if (std::ranges::all_of(text, isPlain)) {
+        to.append(1, '"').append(text).append(1, '"');
+    } else {
+        to += encode(std::string(text));
+    }
 }
 
-std::string quoted(std::string_view text) {
-    return quoted(std::string(text));
-}
-
-std::string quoted(Timestamp time) {
+void addQuoted(std::string& to, Timestamp time) {
     const auto text = isoTime(time, Precision::milliseconds);
-    return text.empty() ? "null" : '"' + text + '"';
+    if (text.empty()) {
+        to += "null";
+    } else {
+        to.append(1, '"').append(text).append(1, '"');
+    }
 }
 
-/// The members of an object, of which absent ones are left out.
-class Members {
+/// Writes an object at the end of a text, a member after the other; absent ones are left out. Each
+/// piece goes there at once, since a history has a million of them.
+class Object {
 public:
-    void add(std::string_view name, const std::string& json) {
-        text_ += fmt::format("{}\"{}\":{}", text_.empty() ? "" : ",", name, json);
+    explicit Object(std::string& to) : to_(to) { to_ += '{'; }
+    ~Object() { to_ += '}'; }
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+
+    /// What is written to the text next is that member's.
+    void begin(std::string_view name) {
+        to_.append(isFirst_ ? "\"" : ",\"").append(name).append("\":");
+        isFirst_ = false;
+    }
+    void add(std::string_view name, std::string_view json) {
+        begin(name);
+        to_ += json;
+    }
+    template <class T>
+    void addText(std::string_view name, const T& value) {
+        begin(name);
+        addQuoted(to_, value);
     }
     template <class T>
     void addText(std::string_view name, const std::optional<T>& value) {
         if (value) {
-            add(name, quoted(*value));
+            addText(name, *value);
         }
     }
-    std::string object() const { return "{" + text_ + "}"; }
 
 private:
-    std::string text_;
+    std::string& to_;
+    bool isFirst_ = true;
 };
 
-std::string appObject(const AppIdentity& app) {
-    Members members;
-    members.add("id", quoted(app.id));
-    members.add("name", quoted(app.name));
-    members.addText("bundleID", app.bundleID);
-    members.addText("path", app.path);
-    members.addText("teamID", app.teamID);
-    return members.object();
+void addApp(std::string& to, const AppIdentity& app) {
+    Object object(to);
+    object.addText("id", app.id);
+    object.addText("name", app.name);
+    object.addText("bundleID", app.bundleID);
+    object.addText("path", app.path);
+    object.addText("teamID", app.teamID);
 }
 
-std::string jsonLine(const UsageSession& session, const LineContext& context) {
-    Members line;
-    line.add("id", quoted(session.id.text()));
-    line.add("device", quoted(rawValue(session.device)));
-    line.add("app", appObject(session.app));
-    line.add("start", quoted(session.start));
+void addConnections(std::string& to, const std::vector<ConnectionRecord>& connections) {
+    to += '[';
+    for (const auto& connection : connections) {
+        to += &connection == connections.data() ? "" : ",";
+        Object peer(to);
+        peer.addText("address", connection.address);
+        peer.add("port", std::to_string(connection.port));
+        peer.addText("transport", connection.transport);
+        peer.addText("firstSeen", connection.firstSeen);
+    }
+    to += ']';
+}
+
+void addSession(std::string& to, const UsageSession& session, const LineContext& context) {
+    Object line(to);
+    line.addText("id", session.id.text());
+    line.addText("device", rawValue(session.device));
+    line.begin("app");
+    addApp(to, session.app);
+    line.addText("start", session.start);
     line.addText("end", session.end);
     if (const auto length = lengthOf(session, context)) {
         line.add("seconds", fmt::format("{:.3f}", *length));
     }
     line.add("open", isOpen(session, context) ? "true" : "false");
     if (session.outcome) {
-        line.add("outcome", quoted(rawValue(*session.outcome)));
+        line.addText("outcome", rawValue(*session.outcome));
     }
     if (session.warningLevel) {
-        line.add("warningLevel", quoted(rawValue(*session.warningLevel)));
+        line.addText("warningLevel", rawValue(*session.warningLevel));
     }
     line.add("seenFromStart", session.observedFromStart ? "true" : "false");
-    std::string connections;
-    for (const auto& connection : session.connections) {
-        Members peer;
-        peer.add("address", quoted(connection.address));
-        peer.add("port", std::to_string(connection.port));
-        peer.add("transport", quoted(connection.transport));
-        peer.addText("firstSeen", connection.firstSeen);
-        connections += (connections.empty() ? "" : ",") + peer.object();
-    }
-    line.add("connections", "[" + connections + "]");
-    return plainJson(line.object()) + "\n";
+    line.begin("connections");
+    addConnections(to, session.connections);
+}
+
+std::string jsonLine(const UsageSession& session, const LineContext& context) {
+    std::string line;
+    constexpr std::size_t most = 512; // of nearly all
+    line.reserve(most);
+    addSession(line, session, context);
+    return plainJson(std::move(line)) + "\n";
 }
 
 std::string csvLine(const UsageSession& session, const LineContext& context) {

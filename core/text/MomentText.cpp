@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
-#include <fmt/format.h>
 
 namespace velmoran {
 
@@ -244,12 +243,30 @@ std::optional<Shown> shownAt(Timestamp time) {
     return Shown{std::chrono::sys_days(std::chrono::days(days)), wall - days * day, offset};
 }
 
+/// With zeros before it. Histories have a million of these, and formats are read anew each time.
+void addNumber(std::string& text, std::int64_t number, std::size_t digits) {
+    const auto begin = text.size();
+    text.append(digits, '0');
+    for (auto at = text.size(); number > 0 && at > begin; number /= 10) {
+        text[--at] = static_cast<char>('0' + number % 10);
+    }
+}
+
 std::string written(const Shown& shown, char between) {
+    std::string text;
+    text.reserve(std::string_view("2026-11-22T10:00:00.000+01:00").size());
+    const auto add = [&text](std::int64_t number, std::size_t digits, char after) {
+        addNumber(text, number, digits);
+        text += after;
+    };
     const auto seconds = shown.milliseconds / 1000;
-    return fmt::format("{:04}-{:02}-{:02}{}{:02}:{:02}:{:02}", static_cast<int>(shown.date.year()),
-                       static_cast<unsigned>(shown.date.month()),
-                       static_cast<unsigned>(shown.date.day()), between, seconds / 3600,
-                       seconds / 60 % 60, seconds % 60);
+    add(static_cast<int>(shown.date.year()), 4, '-');
+    add(static_cast<unsigned>(shown.date.month()), 2, '-');
+    add(static_cast<unsigned>(shown.date.day()), 2, between);
+    add(seconds / 3600, 2, ':');
+    add(seconds / 60 % 60, 2, ':');
+    addNumber(text, seconds % 60, 2);
+    return text;
 }
 
 } // namespace
@@ -282,12 +299,16 @@ std::string isoTime(Timestamp time, Precision precision) {
     }
     auto text = written(*shown, 'T');
     if (precision == Precision::milliseconds) {
-        text += fmt::format(".{:03}", shown->milliseconds % 1000);
+        text += '.';
+        addNumber(text, shown->milliseconds % 1000, 3);
     }
     // Before there were zones clocks differed by seconds, which this form can't tell.
     const auto minutes = static_cast<int>(std::floor(std::abs(shown->offset) / 60));
-    return text +
-           fmt::format("{}{:02}:{:02}", shown->offset < 0 ? '-' : '+', minutes / 60, minutes % 60);
+    text += shown->offset < 0 ? '-' : '+';
+    addNumber(text, minutes / 60, 2);
+    text += ':';
+    addNumber(text, minutes % 60, 2);
+    return text;
 }
 
 std::string wallTime(Timestamp time) {

@@ -1,5 +1,6 @@
 #include "core/text/PlainLine.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <fmt/format.h>
 #include <unicode/utf8.h>
@@ -39,13 +40,21 @@ std::string replaced(const std::string& text, Instead instead) {
 
 constexpr const char* replacementText = "\xEF\xBF\xBD"; // of what is malformed
 
+/// Nearly all that is printed, and it is quicker to see than to take apart.
+bool isPlainAscii(const std::string& text) {
+    return std::ranges::all_of(text, [](char byte) { return byte >= ' ' && byte < 0x7F; });
+}
+
 } // namespace
 
 std::string plainLine(const std::string& text) {
     return replaced(text, [](UChar32 character) { return character < 0 ? replacementText : " "; });
 }
 
-std::string plainJson(const std::string& json) {
+std::string plainJson(std::string json) {
+    if (isPlainAscii(json)) {
+        return json;
+    }
     return replaced(json, [](UChar32 character) {
         return character < 0 ? std::string(replacementText)
                              : fmt::format("\\u{:04x}", static_cast<std::uint32_t>(character));

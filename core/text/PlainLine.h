@@ -12,6 +12,6 @@ std::string plainLine(const std::string& text);
 
 /// JSON text on one line in which each such character is written as an escape, so that it means the
 /// same to whoever reads JSON and nothing to a terminal.
-std::string plainJson(const std::string& json);
+std::string plainJson(std::string json);
 
 } // namespace velmoran
