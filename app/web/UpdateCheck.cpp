@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <cmath>
 #include <utility>
+#include <vector>
 
 namespace velmoran {
 
@@ -28,8 +29,15 @@ UpdateCheck::Result resultOf(const QByteArray& file, const std::string& running)
     return {Kind::upToDate};
 }
 
-/// Its end is heard of by nobody, and waited for by nobody: even a program that is killed can hang
-/// on in the system.
+/// Processes that were killed and haven't gone yet. Nobody waits for them: even a program that is
+/// killed can hang on in the system, and whoever destroys a process of Qt's waits half a minute for
+/// it. So what is left here when this program ends stays as it is.
+std::vector<QProcess*>& dying() {
+    static auto* processes = new std::vector<QProcess*>;
+    return *processes;
+}
+
+/// Its end is heard of by nobody else.
 void end(std::unique_ptr<QProcess> process) {
     auto* last = process.release();
     last->disconnect();
@@ -38,9 +46,10 @@ void end(std::unique_ptr<QProcess> process) {
         last->deleteLater();
         return;
     }
-    last->setParent(QCoreApplication::instance());
+    dying().push_back(last);
     QObject::connect(last, &QProcess::stateChanged, last, [last](QProcess::ProcessState state) {
         if (state == QProcess::NotRunning) {
+            std::erase(dying(), last);
             last->deleteLater();
         }
     });
