@@ -30,6 +30,10 @@ std::string statusText(std::optional<Outcome> outcome, const std::string& found)
     return words().text("The website couldn't be reached. Try again later.");
 }
 
+std::string whyNot() {
+    return words().text("This Velmoran was built without a website that it could ask.");
+}
+
 std::string advice() {
     return words().text("Download the new version and replace the old app with it.");
 }

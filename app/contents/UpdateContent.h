@@ -14,6 +14,8 @@ std::string versionText(const std::string& running);
 /// Nothing while nobody has looked. `found` is what the server said, which may be anything: it is
 /// cut to what a version needs.
 std::string statusText(std::optional<Outcome> outcome, const std::string& found = {});
+/// Why this build can't look.
+std::string whyNot();
 /// Where there is a newer one, what to do.
 std::string advice();
 

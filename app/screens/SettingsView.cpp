@@ -337,6 +337,9 @@ void SettingsView::addAbout() {
                                  send, section));
     }
 
+    if (!web_) {
+        return; // the version stands just above, and there would be nothing beside it
+    }
     auto* last = new QWidget(column_->parentWidget());
     auto* line = new QHBoxLayout(last);
     line->setContentsMargins({});
@@ -351,12 +354,10 @@ void SettingsView::addAbout() {
         QObject::connect(button, &LinkButton::clicked, this, opener(page));
         line->addWidget(button);
     };
-    if (web_) {
-        link(web_->host(), [web = *web_](const auto& in) { return web.productPage(in); });
-        link(words().text("Imprint"), [web = *web_](const auto& in) { return web.imprint(in); });
-        link(words().text("Privacy policy"),
-             [web = *web_](const auto& in) { return web.privacyPolicy(in); });
-    }
+    link(web_->host(), [web = *web_](const auto& in) { return web.productPage(in); });
+    link(words().text("Imprint"), [web = *web_](const auto& in) { return web.imprint(in); });
+    link(words().text("Privacy policy"),
+         [web = *web_](const auto& in) { return web.privacyPolicy(in); });
     line->addStretch();
     column_->addWidget(last);
 }

@@ -57,7 +57,11 @@ UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateChe
     buttons->setSpacing(SettingsMeasures::betweenParts);
     check_ = new FaceButton(qt(words().text("Check for updates")), FaceButton::Face::plain, row);
     check_->setSmall(true);
-    check_->setEnabled(update_.has_value());
+    if (!update_) {
+        check_->setEnabled(false);
+        check_->setToolTip(qt(UpdateContent::whyNot()));
+        check_->setAccessibleDescription(qt(UpdateContent::whyNot()));
+    }
     checkFocus_.emplace(*check_, *this);
     connect(check_, &FaceButton::clicked, this, [this] { check(); });
     buttons->addWidget(check_);
