@@ -73,16 +73,20 @@ void EventDetailsView::layOut() {
     auto* column = new QVBoxLayout(details_);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(betweenDetails);
-    for (QWidget* each : {makeHeader(), systemProcess_, fields_,
-                          static_cast<QWidget*>(connections_), static_cast<QWidget*>(technical_)}) {
+    auto* header = makeHeader();
+    header->setFixedWidth(detailsWidth + TrustControls::besideSymbol());
+    column->addWidget(header);
+    for (QWidget* each : {systemProcess_, fields_, static_cast<QWidget*>(connections_),
+                          static_cast<QWidget*>(technical_)}) {
         each->setFixedWidth(detailsWidth);
-        column->addWidget(each);
+        column->addWidget(each, 0, Qt::AlignLeft);
     }
     vanished_->setFixedWidth(detailsWidth);
     auto* all = new QVBoxLayout(this);
     all->setSizeConstraint(QLayout::SetFixedSize);
-    all->setContentsMargins(detailsMargin, detailsMargin, detailsMargin, detailsMargin);
-    all->addWidget(vanished_);
+    all->setContentsMargins(detailsMargin, detailsMargin,
+                            detailsMargin - TrustControls::besideSymbol(), detailsMargin);
+    all->addWidget(vanished_, 0, Qt::AlignLeft);
     all->addWidget(details_);
 }
 

@@ -17,6 +17,11 @@ constexpr int trustButton = 32;
 
 } // namespace
 
+int TrustControls::besideSymbol() {
+    constexpr int ofTheSymbol = 1; // of its own square
+    return (trustButton - trustSymbol) / 2 + ofTheSymbol;
+}
+
 TrustControls::TrustControls(AppModel& model, QWidget* parent)
     : QWidget(parent),
       model_(model),

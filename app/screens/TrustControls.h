@@ -22,6 +22,9 @@ public:
     TrustControls& operator=(const TrustControls&) = delete;
 
     void present(const TrustChoice& choice);
+    /// Of the last button, to the right of what is drawn in it. Where symbols end as lines do, it
+    /// reaches that far into the margin.
+    static int besideSymbol();
     /// What the person is being asked about.
     std::optional<Change> pending() const { return pending_; }
 

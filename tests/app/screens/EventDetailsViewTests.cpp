@@ -3,8 +3,10 @@
 #include "ScreenFixture.h"
 #include "core/text/Localizer.h"
 
+#include <QImage>
 #include <QKeyEvent>
 #include <QListView>
+#include <cstdlib>
 #include <gmock/gmock.h>
 
 namespace velmoran {
@@ -374,6 +376,29 @@ TEST_F(EventDetailsTest, ClosingTheWindowWithdrawsTheQuestion) {
     view.reset();
     settle();
     EXPECT_FALSE(left);
+}
+
+TEST_F(EventDetailsTest, ItsSymbolsEndWhereItsLinesDo) {
+    launchWatching();
+    callOf("zoom");
+    openNewest();
+    const auto picture = view->grab().toImage();
+    const auto ground = picture.pixelColor(picture.width() - 1, 0);
+    const auto isInked = [&](int x) {
+        const auto top = part<QWidget>("trustControls")->height() + 20;
+        for (int y = 20; y < top; ++y) {
+            if (std::abs(picture.pixelColor(x, y).lightness() - ground.lightness()) > 40) {
+                return true;
+            }
+        }
+        return false;
+    };
+    int end = picture.width() - 1;
+    while (end > 0 && !isInked(end)) {
+        --end;
+    }
+    EXPECT_NEAR(end, view->width() - 20, 2);
+    EXPECT_EQ(view->width(), 420);
 }
 
 TEST_F(EventDetailsTest, NoNameCanWidenItOrWriteALine) {
