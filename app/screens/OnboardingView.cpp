@@ -17,9 +17,11 @@ namespace {
 constexpr QSize onboardingSize(460, 400);
 constexpr int edge = 20;
 constexpr int pageSides = 40;
-constexpr int largeSymbol = 48;
-constexpr int underSymbol = 12;
-constexpr int aboveSymbol = 16;
+constexpr int largeSymbol = 64;
+constexpr int underSymbol = 20;
+constexpr int underTitle = 8;
+constexpr int aboveSwitch = 16;
+constexpr int aboveSymbol = 40; ///< the same on all pages, and less where a text needs the room
 constexpr int betweenButtons = 8;
 
 /// The program's icon as it stands in the tray while nothing is on, larger.
@@ -70,12 +72,16 @@ OnboardingView::OnboardingView(ScreenContext context, LoginItem& loginItem,
 
     auto* page = new QVBoxLayout;
     page->setContentsMargins(pageSides, 0, pageSides, 0);
-    page->setSpacing(underSymbol);
-    page->addSpacing(aboveSymbol);
+    page->setSpacing(0);
+    page->addSpacerItem(
+        new QSpacerItem(0, aboveSymbol, QSizePolicy::Minimum, QSizePolicy::Maximum));
     page->addWidget(symbol_, 0, Qt::AlignHCenter);
     page->addWidget(icon_, 0, Qt::AlignHCenter);
+    page->addSpacing(underSymbol);
     page->addWidget(title_);
+    page->addSpacing(underTitle);
     page->addWidget(text_);
+    page->addSpacing(aboveSwitch);
     page->addWidget(openAtLogin_);
     page->addStretch();
 
@@ -120,6 +126,9 @@ void OnboardingView::showStep() {
     icon_->setVisible(isLast);
     title_->setPlain(qt(page.title));
     text_->setPlain(qt(page.text));
+    // A sentence or two stand under their title; what has paragraphs is read from their beginnings.
+    text_->setAlignment(page.text.find('\n') == std::string::npos ? Qt::AlignHCenter
+                                                                  : Qt::AlignLeft);
     openAtLogin_->setVisible(isLast);
     stepText_->setPlain(qt(OnboardingPages::stepText(step_, pages_.size())));
     const auto next = qt(isLast ? words().text("Done") : words().text("Continue"));

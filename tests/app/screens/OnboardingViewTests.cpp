@@ -2,7 +2,9 @@
 
 #include "app/screens/SettingsFixture.h"
 
+#include <QLabel>
 #include <gmock/gmock.h>
+#include <set>
 
 namespace velmoran {
 namespace {
@@ -46,6 +48,26 @@ TEST_F(OnboardingViewTest, IsAsLargeAsItShouldBe) {
     EXPECT_EQ(window->sizeHint(), QSize(460, 400));
     EXPECT_LE(window->minimumSizeHint().width(), 460);
     EXPECT_LE(window->minimumSizeHint().height(), 400);
+}
+
+TEST_F(OnboardingViewTest, KeepsEachPageInItsWindowWithTheSymbolInOnePlace) {
+    open();
+    std::set<int> tops;
+    for (std::size_t page = 0; page <= OnboardingPages::pages().size(); ++page) {
+        QApplication::processEvents();
+        const auto* text = window->findChild<QLabel*>(QStringLiteral("onboardingText"));
+        const auto* title = window->findChild<QLabel*>(QStringLiteral("onboardingTitle"));
+        tops.insert(title->y());
+        EXPECT_EQ(window->size(), QSize(460, 400)) << page;
+        EXPECT_LE(window->minimumSizeHint().height(), 400) << page;
+        EXPECT_GE(text->height(), text->heightForWidth(text->width())) << page;
+        const bool hasParagraphs = text->text().contains(QLatin1Char('\n'));
+        EXPECT_EQ(text->alignment().testFlag(Qt::AlignHCenter), !hasParagraphs) << page;
+        if (page < OnboardingPages::pages().size()) {
+            click("Continue");
+        }
+    }
+    EXPECT_EQ(tops.size(), 1U) << "nothing jumps from page to page";
 }
 
 TEST_F(OnboardingViewTest, GoesThroughItsPages) {
