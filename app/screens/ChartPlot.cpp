@@ -47,6 +47,7 @@ ChartPlot::ChartPlot(const ScreenContext& context, QWidget* parent)
     setAccessibleName(QString::fromStdString(words().text("Camera and microphone time per day")));
     setFocusPolicy(Qt::StrongFocus);
     note_->setGraphicsEffect(noteOpacity_);
+    note_->installEventFilter(this);
     note_->hide();
     drawing_.setDuration(drawingMilliseconds);
     drawing_.setEasingCurve(QEasingCurve::OutCubic);
@@ -272,6 +273,13 @@ void ChartPlot::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     layOut();
     update();
+}
+
+bool ChartPlot::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == note_ && event->type() == QEvent::Resize) {
+        placeNote();
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void ChartPlot::hideEvent(QHideEvent*) {

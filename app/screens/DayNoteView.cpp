@@ -66,11 +66,24 @@ void DayNoteView::present(const DayNoteContent& content) {
                                       Ink::secondary, content_),
                         line, 1, 1, 2);
     }
+    fit();
+    content_->installEventFilter(this);
+    content_->show();
+    show();
+}
+
+void DayNoteView::fit() {
     const auto wanted = content_->sizeHint();
     content_->resize(std::clamp(wanted.width(), 150, mostWidth), wanted.height());
     resize(content_->size());
-    content_->show();
-    show();
+}
+
+bool DayNoteView::eventFilter(QObject* watched, QEvent* event) {
+    // The desktop's letters have become larger.
+    if (watched == content_ && event->type() == QEvent::LayoutRequest) {
+        fit();
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void DayNoteView::paintEvent(QPaintEvent*) {

@@ -18,9 +18,12 @@ public:
     static constexpr int mostWidth = 240;
 
 protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    /// As large as its content wants to be.
+    void fit();
     void addDevice(QWidget* into, int line, bool isCamera, const std::string& time);
 
     AppPicture picture_;

@@ -96,6 +96,9 @@ void NoticePanel::giveKeyboardBack() {
 }
 
 bool NoticePanel::event(QEvent* event) {
+    if (event->type() == QEvent::FontChange) {
+        lettersChanged();
+    }
     if (event->type() == QEvent::WindowDeactivate && hasKeyboard_) {
         // Somebody else has it already.
         hasKeyboard_ = false;

@@ -33,6 +33,9 @@ public:
     std::function<void(NoticeView&)> announce = [](NoticeView& card) {
         card.announce();
     };
+    /// Told when its letters have become others: cards are measured when they are made.
+    std::function<void()> lettersChanged = [] {
+    };
     /// Loads what drawing takes, fonts above all, so that the first card comes at once.
     void warmUp();
 

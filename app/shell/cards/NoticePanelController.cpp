@@ -30,6 +30,10 @@ NoticePanelController::NoticePanelController(NoticeCenter& notices,
       anchor_(std::move(anchor)),
       picture_(std::move(picture)) {
     changes_ = notices_.onChange.subscribe([this] { update(); });
+    // Later, when all has them.
+    panel_.lettersChanged = [this] {
+        QTimer::singleShot(0, &panel_, [this] { redraw(); });
+    };
     // After the start, which it would only hold up.
     QTimer::singleShot(warmUpDelay, &panel_, [this] { panel_.warmUp(); });
 }

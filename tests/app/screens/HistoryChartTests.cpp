@@ -46,6 +46,19 @@ struct HistoryChartTest : HistoryFixture {
     QPointF placeOf(std::size_t index) const {
         return {plot().places().xOf(index), plot().places().plot().y + 20};
     }
+    /// Something in the chart has about that yellow.
+    bool showsTheCamerasLine() const {
+        const auto picture = plot().grab().toImage();
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                const auto color = picture.pixelColor(x, y);
+                if (color.red() > 200 && color.green() > 160 && color.blue() < 120) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
     DayNoteView* note() const { return part<DayNoteView>("dayNote"); }
     /// Lets Qt's own animations run.
     static bool becomes(const std::function<bool()>& condition) {
@@ -158,6 +171,47 @@ TEST_F(HistoryChartTest, DrawsItselfInUnlessLessMotionIsWanted) {
     const LessMotion wish;
     button(part("span"), "Week")->click();
     EXPECT_EQ(plot().drawn(), 1);
+}
+
+TEST_F(HistoryChartTest, BeginsWithNothingDrawnEachTimeItIsShown) {
+    keep(past("Call", Device::camera, 600));
+    open();
+    auto* flip = part<QAbstractButton>("chartButton");
+    for (const char* time : {"first", "second"}) {
+        flip->click();
+        // Before anything has moved, and so in the first picture that anybody sees.
+        EXPECT_EQ(plot().drawn(), 0) << time;
+        EXPECT_FALSE(showsTheCamerasLine()) << time;
+        ASSERT_TRUE(becomes([&] { return plot().drawn() == 1; })) << time;
+        EXPECT_TRUE(showsTheCamerasLine()) << time;
+        flip->click();
+        EXPECT_FALSE(part("historyChart")->isVisible());
+    }
+    flip->click();
+    ASSERT_LT(plot().drawn(), 1);
+    flip->click();
+    EXPECT_EQ(plot().drawn(), 1) << "nothing moves that isn't seen";
+}
+
+TEST_F(HistoryChartTest, IsLaidOutAnewForLargerLetters) {
+    keep(past("Call", Device::camera, 600));
+    openChart();
+    press(&plot(), Qt::Key_End);
+    const auto before = plot().places().plot();
+    const auto noteBefore = note()->geometry();
+    const auto font = QApplication::font();
+    auto larger = font;
+    larger.setPointSizeF(1.5 * font.pointSizeF());
+    QApplication::setFont(larger);
+    EXPECT_TRUE(becomes([&] {
+        const auto now = plot().places().plot();
+        return now.x > before.x && now.y + now.height < before.y + before.height;
+    })) << "the labels beside it and below it have become larger";
+    EXPECT_TRUE(becomes([&] { return note()->height() > noteBefore.height(); }));
+    EXPECT_TRUE(plot().rect().contains(note()->geometry()));
+    QApplication::setFont(font);
+    EXPECT_TRUE(becomes([&] { return plot().places().plot().x == before.x; }));
+    EXPECT_TRUE(becomes([&] { return note()->geometry() == noteBefore; }));
 }
 
 TEST_F(HistoryChartTest, IsATableForAScreenReader) {

@@ -223,6 +223,22 @@ TEST_F(StatusItem, AClickLeavesTheCardsWhereTheyAre) {
     EXPECT_TRUE(cards().isVisible());
 }
 
+TEST_F(StatusItem, CardsGrowWithTheDesktopsLetters) {
+    receive(recordedBy("Zoom"));
+    settle();
+    ASSERT_TRUE(cards().isVisible());
+    const auto before = cards().height();
+    const auto font = QApplication::font();
+    auto larger = font;
+    larger.setPointSizeF(2 * font.pointSizeF());
+    QApplication::setFont(larger);
+    settle();
+    EXPECT_GT(cards().height(), before);
+    QApplication::setFont(font);
+    settle();
+    EXPECT_EQ(cards().height(), before);
+}
+
 TEST_F(StatusItem, ThePanelFollowsItsContent) {
     item->togglePanel();
     settle();
