@@ -21,6 +21,7 @@ constexpr int trough = 2;
 constexpr int segmentHeight = 24;
 constexpr int segmentPadding = 12;
 constexpr int symbolSegment = 36;
+constexpr int leastSegment = 28;
 constexpr int segmentSymbol = 16;
 constexpr double troughRadius = 8;
 constexpr double segmentRadius = 6;
@@ -49,6 +50,10 @@ public:
         return {static_cast<int>(std::ceil(metrics.horizontalAdvance(plainText()))) +
                     2 * segmentPadding,
                 std::max(segmentHeight, static_cast<int>(std::ceil(metrics.height())) + 6)};
+    }
+    /// Narrower it would be neither read nor hit.
+    QSize minimumSizeHint() const override {
+        return {std::min(leastSegment, sizeHint().width()), sizeHint().height()};
     }
 
 protected:

@@ -94,7 +94,9 @@ QRect ContentWindow::frame() const {
 }
 
 QSize ContentWindow::around() const {
-    const auto known = frame().size() - size();
+    const auto margins =
+        isVisible() && windowHandle() ? windowHandle()->frameMargins() : QMargins();
+    const QSize known(margins.left() + margins.right(), margins.top() + margins.bottom());
     return known.height() > 0 ? known : aroundUntilKnown;
 }
 
@@ -108,11 +110,18 @@ void ContentWindow::put(const QPoint& place) {
 }
 
 void ContentWindow::fit(const QRect& visible) {
+    const bool isOtherScale = std::exchange(scale_, devicePixelRatioF()) != devicePixelRatioF();
+    if (isOtherScale) {
+        // The desktop would go on with the limits as they were, in dots.
+        setMinimumSize(0, 0);
+        setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    }
+    const auto last = isOtherScale && !sizeBefore_.isEmpty() ? sizeBefore_ : size();
     const auto wanted = fitting(visible, wantedSize(), around());
     if (isResizable_) {
         setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
         setMinimumSize(wanted);
-        resize(fitting(visible, size().expandedTo(wanted), around()));
+        resize(fitting(visible, last.expandedTo(wanted), around()));
     } else {
         // What is cut on one side is scrolled, and the bar takes of the other.
         auto room = wanted;
@@ -122,13 +131,24 @@ void ContentWindow::fit(const QRect& visible) {
         }
         setFixedSize(room);
     }
+    // After a change of scale the window has as many dots as before, which are other points, and
+    // the widget may not have heard of it.
+    if (isVisible() && windowHandle() && windowHandle()->size() != size()) {
+        windowHandle()->resize(size());
+    }
+}
+
+/// Nothing while it is as large as a screen, or where there is none.
+QRect ContentWindow::screenToFit() const {
+    return windowState().testAnyFlags(Qt::WindowMaximized | Qt::WindowFullScreen)
+               ? QRect()
+               : screenOf(frame(), visibleScreens());
 }
 
 void ContentWindow::fitInPlace() {
     const auto before = frame();
-    const auto screen = screenOf(before, visibleScreens());
-    if (screen.isEmpty() ||
-        windowState().testAnyFlags(Qt::WindowMaximized | Qt::WindowFullScreen)) {
+    const auto screen = screenToFit();
+    if (screen.isEmpty()) {
         return;
     }
     fit(screen);
@@ -149,6 +169,8 @@ void ContentWindow::centre(const QRect& visible) {
 void ContentWindow::bringToFront() {
     setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
+    connect(windowHandle(), &QWindow::screenChanged, this, &ContentWindow::noteScreen,
+            Qt::UniqueConnection);
     raise();
     activateWindow();
 }
@@ -156,6 +178,16 @@ void ContentWindow::bringToFront() {
 void ContentWindow::release() {
     setContent(nullptr);
     destroy();
+}
+
+/// Somebody has moved it to another one, by hand: where it stands is his business.
+void ContentWindow::noteScreen() {
+    QTimer::singleShot(0, this, [this] {
+        const auto screen = screenToFit();
+        if (isVisible() && scale_ != devicePixelRatioF() && !screen.isEmpty()) {
+            fit(screen);
+        }
+    });
 }
 
 void ContentWindow::adapt() {
@@ -173,6 +205,14 @@ bool ContentWindow::event(QEvent* event) {
         QTimer::singleShot(0, this, [this] { adapt(); });
     }
     return QWidget::event(event);
+}
+
+void ContentWindow::resizeEvent(QResizeEvent* event) {
+    // On a screen of another scale a window comes with as many dots, which are other points.
+    if (scale_ == devicePixelRatioF()) {
+        sizeBefore_ = size();
+    }
+    QWidget::resizeEvent(event);
 }
 
 void ContentWindow::closeEvent(QCloseEvent* event) {

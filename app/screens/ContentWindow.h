@@ -44,6 +44,7 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -51,13 +52,17 @@ private:
     QSize wantedSize() const;
     QSize around() const;
     void put(const QPoint& place);
+    QRect screenToFit() const;
+    void noteScreen();
     void adapt();
 
     QScrollArea* area_;
     QPointer<QWidget> content_;
     bool isResizable_ = false;
     std::optional<QSize> size_;
-    QPoint place_; ///< of the frame, when it was last put somewhere or closed
+    double scale_ = 0; ///< in dots for a point, of the screen that it was fitted for
+    QSize sizeBefore_; ///< on a screen of that scale
+    QPoint place_;     ///< of the frame, when it was last put somewhere or closed
 };
 
 /// What bars leave of each screen, that of the main one first.

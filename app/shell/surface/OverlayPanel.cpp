@@ -1,6 +1,9 @@
 #include "app/shell/surface/OverlayPanel.h"
 
+#include "app/shell/surface/WindowGeometry.h"
 #include "app/shell/surface/X11Window.h"
+
+#include <utility>
 
 namespace velmoran {
 
@@ -16,7 +19,11 @@ OverlayPanel::OverlayPanel(const QString& name) {
 
 void OverlayPanel::present(const QRect& frame, const QRegion& shape, bool cut) {
     // In one step: it would else be seen growing to the wrong side, and then moving.
-    setGeometry(frame);
+    setWindowGeometry(*this, frame);
+    // The same points are other dots.
+    if (std::exchange(scale_, devicePixelRatioF()) != devicePixelRatioF()) {
+        clearMask();
+    }
     if (cut) {
         setMask(shape);
     } else {

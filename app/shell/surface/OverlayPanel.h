@@ -15,6 +15,9 @@ protected:
     /// Shows itself there, in front of all else. `shape` is what its content covers of it: beside
     /// that nothing is clicked, and with `cut` nothing is drawn.
     void present(const QRect& frame, const QRegion& shape, bool cut);
+
+private:
+    double scale_ = 0; ///< in dots for a point, when it was presented last
 };
 
 } // namespace velmoran

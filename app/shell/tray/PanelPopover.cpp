@@ -1,6 +1,7 @@
 #include "app/shell/tray/PanelPopover.h"
 
 #include "app/shell/cards/NoticePlacing.h"
+#include "app/shell/surface/WindowGeometry.h"
 #include "app/shell/surface/X11Window.h"
 
 #include <QApplication>
@@ -103,12 +104,12 @@ void PanelPopover::layOut() {
                             .expandedTo(content_->minimumSize())
                             .boundedTo(content_->maximumSize()) +
                         QSize(2 * line, 2 * line);
-    setGeometry(placeOf(screen ? screen->availableGeometry() : QRect(), anchor, wanted));
+    setWindowGeometry(*this,
+                      placeOf(screen ? screen->availableGeometry() : QRect(), anchor, wanted));
     cornersAreCut_ = !hasCompositor();
+    clearMask(); // also where the same points are other dots now
     if (cornersAreCut_) {
         setMask(roundedRegion(rect(), cornerRadius));
-    } else {
-        clearMask();
     }
     update();
 }
