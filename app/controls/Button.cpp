@@ -75,7 +75,22 @@ void Button::setPlain(const QString& text) {
     if (line != plainText()) {
         setText(QString(line).replace(QLatin1Char('&'), QLatin1String("&&")));
         updateGeometry();
+        refreshToolTip();
     }
+}
+
+void Button::refreshToolTip() {
+    const auto whole = plainText();
+    const auto wanted = cut() == whole ? QString() : plainToolTip(whole);
+    if (wanted != ownToolTip_ && toolTip() == ownToolTip_) {
+        setToolTip(wanted);
+        ownToolTip_ = wanted;
+    }
+}
+
+void Button::resizeEvent(QResizeEvent* event) {
+    QAbstractButton::resizeEvent(event);
+    refreshToolTip();
 }
 
 QString Button::plainText() const {
@@ -106,6 +121,7 @@ bool Button::event(QEvent* event) {
     case QEvent::FontChange:
     case QEvent::StyleChange:
         updateGeometry();
+        refreshToolTip();
         break;
     case QEvent::ShortcutOverride:
         // Ours before the window's default button.

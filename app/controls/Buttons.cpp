@@ -35,8 +35,8 @@ double widthIn(const QFont& font, const QString& text) {
     return QFontMetricsF(font).horizontalAdvance(text.left(1000));
 }
 
-QString cutTo(double width, const QFont& font, const QString& text) {
-    return QFontMetricsF(font).elidedText(text.left(1000), Qt::ElideRight, width + 0.5);
+QString cutTo(double width, const QFont& font, const QString& text, Qt::TextElideMode mode) {
+    return QFontMetricsF(font).elidedText(text.left(1000), mode, width + 0.5);
 }
 
 } // namespace
@@ -73,13 +73,7 @@ QSize LinkButton::minimumSizeHint() const {
 }
 
 QString LinkButton::cut() const {
-    return cutTo(width(), velmoran::font(style_, font()), plainText());
-}
-
-void LinkButton::resizeEvent(QResizeEvent*) {
-    if (const auto whole = plainText(); cut() != whole) {
-        setToolTip(plainToolTip(whole));
-    }
+    return cutTo(width(), velmoran::font(style_, font()), plainText(), Qt::ElideRight);
 }
 
 void LinkButton::paintEvent(QPaintEvent*) {
@@ -162,6 +156,7 @@ FaceButton::FaceButton(const QString& text, Face face, QWidget* parent)
 void FaceButton::setSmall(bool small) {
     isSmall_ = small;
     updateGeometry();
+    refreshToolTip();
 }
 
 QFont FaceButton::ownFont() const {
@@ -182,13 +177,8 @@ QSize FaceButton::minimumSizeHint() const {
 }
 
 QString FaceButton::cut() const {
-    return cutTo(width() - 2.0 * padding() + 8, ownFont(), plainText());
-}
-
-void FaceButton::resizeEvent(QResizeEvent*) {
-    if (const auto whole = plainText(); cut() != whole) {
-        setToolTip(plainToolTip(whole));
-    }
+    // What it does may stand at either end.
+    return cutTo(width() - 2.0 * padding() + 8, ownFont(), plainText(), Qt::ElideMiddle);
 }
 
 void FaceButton::paintEvent(QPaintEvent*) {

@@ -33,11 +33,17 @@ protected:
     virtual QRectF focusFrame() const { return rect(); }
     virtual double focusRadius() const { return 8; }
     bool isHovered() const { return isHovered_; }
+    /// What is seen of the text in the room that there is; the whole is the tool tip where that is
+    /// less, unless the caller has set one.
+    virtual QString cut() const { return plainText(); }
+    void refreshToolTip();
+    void resizeEvent(QResizeEvent* event) override;
     /// Under the mouse or pressed: the wash of that, otherwise nothing.
     void paintWash(QPainter& painter, const QRectF& frame, double radius) const;
 
 private:
     bool isHovered_ = false;
+    QString ownToolTip_; ///< the last one that wasn't the caller's
 };
 
 /// Text alone, in the text colour, underlined under the mouse. What destroys is red.
@@ -53,11 +59,10 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
+    QString cut() const override;
     double focusRadius() const override { return 4; }
 
 private:
-    QString cut() const;
     TextStyle style_;
     Ink ink_ = Ink::text;
 };
@@ -103,12 +108,11 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
+    QString cut() const override;
 
 private:
     QFont ownFont() const;
     int padding() const { return isSmall_ ? 10 : 16; }
-    QString cut() const;
     Face face_;
     bool isSmall_ = false;
 };

@@ -84,9 +84,13 @@ protected:
         painter.setFont(
             velmoran::font(isChecked() ? TextStyle::headline : TextStyle::body, font()));
         painter.setPen(ink);
-        painter.drawText(
-            QRectF(rect()), static_cast<int>(Qt::AlignCenter) | Qt::TextSingleLine,
-            QFontMetricsF(painter.font()).elidedText(plainText(), Qt::ElideRight, width() - 8));
+        painter.drawText(QRectF(rect()), static_cast<int>(Qt::AlignCenter) | Qt::TextSingleLine,
+                         cut());
+    }
+    QString cut() const override {
+        const auto own =
+            velmoran::font(isChecked() ? TextStyle::headline : TextStyle::body, font());
+        return QFontMetricsF(own).elidedText(plainText(), Qt::ElideRight, width() - 8);
     }
 
 private:

@@ -221,5 +221,42 @@ TEST_F(ButtonsTest, ALongTitleIsCutAndToldInTheToolTip) {
     EXPECT_EQ(nameOf(face), name.toStdString());
 }
 
+TEST_F(ButtonsTest, AToolTipComesAndGoesWithWhatIsCut) {
+    const QString name(60, QLatin1Char('m'));
+    auto& face = addFace(QStringLiteral("Stop"));
+    auto& link = add(new LinkButton(QStringLiteral("History"), &window));
+    window.resize(200, 100);
+    showWindow(window);
+    for (auto* each : std::initializer_list<Button*>{&face, &link}) {
+        each->setFixedWidth(120);
+        EXPECT_EQ(each->toolTip(), QString());
+        each->setPlain(name);
+        EXPECT_EQ(each->toolTip(), name) << "without a resize";
+        each->setPlain(QStringLiteral("Short"));
+        EXPECT_EQ(each->toolTip(), QString()) << "nothing is cut any more";
+        auto larger = each->font();
+        larger.setPointSizeF(larger.pointSizeF() * 6);
+        each->setFont(larger);
+        EXPECT_EQ(each->toolTip(), QStringLiteral("Short"));
+        each->setFont({});
+        EXPECT_EQ(each->toolTip(), QString());
+        each->setToolTip(QStringLiteral("Help"));
+        each->setPlain(name);
+        EXPECT_EQ(each->toolTip(), QStringLiteral("Help")) << "what the caller says comes first";
+    }
+}
+
+TEST_F(ButtonsTest, AFaceKeepsBothEndsOfWhatItDoes) {
+    auto& face =
+        addFace(QStringLiteral("Keep ") + QString(60, QLatin1Char('m')) + QStringLiteral(" open"));
+    auto& other =
+        addFace(QStringLiteral("Keep ") + QString(60, QLatin1Char('m')) + QStringLiteral(" shut"));
+    for (auto* each : {&face, &other}) {
+        each->setFixedWidth(200);
+    }
+    showWindow(window);
+    EXPECT_NE(face.grab().toImage(), other.grab().toImage());
+}
+
 } // namespace
 } // namespace velmoran
