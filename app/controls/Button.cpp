@@ -52,9 +52,10 @@ private:
 };
 
 bool isOfKeyboard(Qt::FocusReason reason) {
+    // A window that gets the keyboard shows where: another one may have had the ring meanwhile.
     return !LastInput::get().wasMouse() &&
            (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
-            reason == Qt::ShortcutFocusReason);
+            reason == Qt::ShortcutFocusReason || reason == Qt::ActiveWindowFocusReason);
 }
 
 } // namespace
@@ -143,12 +144,25 @@ void Button::focusInEvent(QFocusEvent* event) {
     }
 }
 
+bool Button::focusNextPrevChild(bool next) {
+    const bool isDone = QAbstractButton::focusNextPrevChild(next);
+    if (hasFocus()) { // alone in its window, it hears of no change
+        FocusRing::show(*this, focusFrame(), focusRadius());
+    }
+    return isDone;
+}
+
 void Button::focusOutEvent(QFocusEvent* event) {
     QAbstractButton::focusOutEvent(event);
     // Another window for a while changes nothing here.
     if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason) {
         FocusRing::hide(*this);
     }
+}
+
+void Button::mousePressEvent(QMouseEvent* event) {
+    FocusRing::hide(*this);
+    QAbstractButton::mousePressEvent(event);
 }
 
 void Button::keyPressEvent(QKeyEvent* event) {

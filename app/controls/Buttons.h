@@ -26,9 +26,11 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
     /// What the ring goes around, and its corners.
     virtual QRectF focusFrame() const { return rect(); }
     virtual double focusRadius() const { return 8; }

@@ -326,8 +326,10 @@ void ChartPlot::keyPressEvent(QKeyEvent* event) {
 }
 
 void ChartPlot::focusInEvent(QFocusEvent* event) {
-    focusIsByKeyboard_ =
-        event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    if (event->reason() != Qt::ActiveWindowFocusReason) { // otherwise as it was
+        focusIsByKeyboard_ =
+            event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    }
     update();
 }
 

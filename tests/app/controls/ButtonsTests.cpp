@@ -258,5 +258,23 @@ TEST_F(ButtonsTest, AFaceKeepsBothEndsOfWhatItDoes) {
     EXPECT_NE(face.grab().toImage(), other.grab().toImage());
 }
 
+TEST_F(ButtonsTest, TheFocusIsSeenAgainAfterAnotherWindow) {
+    auto& link = add(new LinkButton(QStringLiteral("History"), &window));
+    showWindow(window);
+    link.setFocus(Qt::TabFocusReason);
+    ASSERT_TRUE(link.showsFocus());
+    {
+        QWidget other;
+        auto* inside = new LinkButton(QStringLiteral("Inside"), &other);
+        showWindow(other);
+        inside->setFocus(Qt::TabFocusReason);
+        ASSERT_TRUE(inside->showsFocus());
+    }
+    window.activateWindow();
+    QApplication::processEvents();
+    EXPECT_TRUE(link.hasFocus());
+    EXPECT_TRUE(link.showsFocus());
+}
+
 } // namespace
 } // namespace velmoran
