@@ -6,6 +6,7 @@
 #include <QAccessible>
 #include <QEvent>
 #include <QHBoxLayout>
+#include <algorithm>
 
 namespace velmoran {
 
@@ -122,17 +123,29 @@ void FormSection::add(QWidget* line) {
     lines_->addWidget(line);
 }
 
-void FormSection::addPlain(QWidget* line) {
-    lines_->addWidget(line);
-}
-
-void FormSection::clear() {
+void FormSection::setLines(const std::vector<Line>& lines) {
     while (auto* item = lines_->takeAt(0)) {
-        if (auto* line = item->widget()) {
-            line->hide();
-            line->deleteLater(); // it may be the one whose press brought this about
-        }
+        auto* widget = item->widget();
         delete item;
+        if (dynamic_cast<Hairline*>(widget)) {
+            delete widget;
+        } else if (std::ranges::find(lines, widget, &Line::widget) == lines.end()) {
+            widget->hide();
+        }
+    }
+    QWidget* last = this;
+    for (const auto& line : lines) {
+        if (line.hasHairline && lines_->count() > 0) {
+            lines_->addWidget(new Hairline(this));
+        }
+        lines_->addWidget(line.widget);
+        line.widget->show();
+        for (auto* each : line.widget->findChildren<QWidget*>()) {
+            if (each->focusPolicy() & Qt::TabFocus) {
+                setTabOrder(last, each);
+                last = each;
+            }
+        }
     }
 }
 

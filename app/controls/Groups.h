@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QVBoxLayout>
 #include <functional>
+#include <vector>
 
 namespace velmoran {
 
@@ -50,10 +51,15 @@ class FormSection final : public QWidget {
 public:
     FormSection(const QString& heading, QWidget* parent);
     void add(QWidget* line);
-    /// Without its line, for a note or a heading inside.
-    void addPlain(QWidget* line);
-    /// Takes and deletes all lines; the heading stays.
-    void clear();
+
+    struct Line {
+        QWidget* widget;
+        bool hasHairline = true; ///< above it, where it isn't the first
+    };
+    /// What stands in it from now on, in this order, which is that of the Tab key too. Lines that
+    /// were there before stay as they are; those that no longer are get hidden, and may be deleted.
+    /// The heading stays.
+    void setLines(const std::vector<Line>& lines);
 
 private:
     QVBoxLayout* lines_;

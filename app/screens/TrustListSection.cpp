@@ -1,100 +1,140 @@
 #include "app/screens/TrustListSection.h"
 
-#include "app/controls/Choices.h"
-#include "app/controls/Groups.h"
 #include "app/controls/Labels.h"
-#include "app/look/CardText.h"
-#include "app/screens/AppNameView.h"
 #include "app/screens/ScreenText.h"
 #include "app/screens/SettingsMeasures.h"
 
-#include <QHBoxLayout>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace velmoran {
+
+namespace {
+
+bool isIn(const std::vector<TrustRow*>& rows, const TrustRow* row) {
+    return std::ranges::find(rows, row) != rows.end();
+}
+
+/// The next one after `from` that the Tab key reaches outside the rows that go.
+QWidget* nextStop(QWidget* from, const std::vector<TrustRow*>& gone) {
+    const auto goes = [&](const QWidget* widget) {
+        return std::ranges::any_of(gone, [&](auto* row) { return row->isAncestorOf(widget); });
+    };
+    for (auto* each = from->nextInFocusChain(); each != from; each = each->nextInFocusChain()) {
+        if (each->focusPolicy() & Qt::TabFocus && each->isEnabled() && each->isVisible() &&
+            !goes(each)) {
+            return each;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
 
 TrustListSection::TrustListSection(ScreenContext context, TrustKind kind, QWidget* parent)
     : QWidget(parent),
       context_(std::move(context)),
       kind_(kind),
       section_(new FormSection(qt(TrustEntries::heading(kind)), this)),
-      shown_(TrustEntries::of(context_.model, kind)) {
+      shown_(TrustEntries::of(context_.model, kind)),
+      emptyNote_(SettingsMeasures::inset(new TextLabel(qt(TrustEntries::emptyNote(kind)),
+                                                       TextStyle::body, Ink::secondary, section_),
+                                         SettingsMeasures::rowMargin, SettingsMeasures::rowMargin)),
+      showsProcesses_(new Switch({}, section_)),
+      processes_(
+          new FormRow({}, qt(TrustEntries::systemProcessesNote()), showsProcesses_, section_)),
+      processesHeading_(
+          SettingsMeasures::inset(new TextLabel(qt(TrustEntries::systemProcessesHeading()),
+                                                TextStyle::headline, Ink::text, section_),
+                                  SettingsMeasures::betweenThings, SettingsMeasures::rowMargin)) {
     setObjectName(kind == TrustKind::trusted ? QStringLiteral("trustedApps")
                                              : QStringLiteral("alwaysWarningApps"));
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins({});
     column->addWidget(section_);
-    build();
+    for (QWidget* each : {emptyNote_, static_cast<QWidget*>(processes_), processesHeading_}) {
+        each->hide();
+    }
+    connect(showsProcesses_, &Switch::clicked, this, [this] { arrange(); });
+    arrange();
     watching_ = context_.model.trust.subscribe([this](const auto&) { refresh(); });
 }
 
 void TrustListSection::refresh() {
     if (auto entries = TrustEntries::of(context_.model, kind_); entries != shown_) {
         shown_ = std::move(entries);
-        build();
+        arrange();
     }
 }
 
-void TrustListSection::build() {
-    section_->clear();
+void TrustListSection::arrange() {
+    std::vector<TrustRow*> rows;
+    std::vector<FormSection::Line> lines;
+    const auto addRows = [&](const std::vector<TrustEntry>& entries) {
+        for (const auto& entry : entries) {
+            rows.push_back(rowOf(entry));
+            lines.push_back({.widget = rows.back()});
+        }
+    };
     if (shown_.apps.empty()) {
-        auto* note = new TextLabel(qt(TrustEntries::emptyNote(kind_)), TextStyle::body,
-                                   Ink::secondary, section_);
-        section_->add(SettingsMeasures::inset(note, SettingsMeasures::rowMargin,
-                                              SettingsMeasures::rowMargin));
+        lines.push_back({.widget = emptyNote_});
     }
-    for (const auto& entry : shown_.apps) {
-        section_->add(makeRow(entry));
+    addRows(shown_.apps);
+    if (!shown_.systemProcesses.empty()) {
+        processes_->setTitle(qt(shown_.systemProcessesTitle()));
+        lines.push_back({.widget = processes_});
+        if (showsProcesses_->isChecked()) {
+            lines.push_back({.widget = processesHeading_, .hasHairline = false});
+            addRows(shown_.systemProcesses);
+        }
     }
-    if (shown_.systemProcesses.empty()) {
-        return;
+    auto* heir = heirAmong(rows);
+    const auto* loser = dynamic_cast<Button*>(window()->focusWidget());
+    if (heir) { // before Qt looks for somebody by itself as the row goes
+        heir->setFocus(loser && loser->showsFocus() ? Qt::TabFocusReason : Qt::OtherFocusReason);
     }
-    const auto title = qt(shown_.systemProcessesTitle());
-    auto* shows = new Switch(title, section_);
-    shows->setChecked(showsSystemProcesses_);
-    connect(shows, &Switch::clicked, this, [this](bool on) {
-        showsSystemProcesses_ = on;
-        build();
-    });
-    section_->add(new FormRow(title, qt(TrustEntries::systemProcessesNote()), shows, section_));
-    if (!showsSystemProcesses_) {
-        return;
-    }
-    auto* heading = new TextLabel(qt(TrustEntries::systemProcessesHeading()), TextStyle::headline,
-                                  Ink::text, section_);
-    section_->addPlain(SettingsMeasures::inset(heading, SettingsMeasures::betweenThings,
-                                               SettingsMeasures::rowMargin));
-    for (const auto& entry : shown_.systemProcesses) {
-        section_->add(makeRow(entry));
+    const auto before = std::exchange(rows_, std::move(rows));
+    section_->setLines(lines);
+    for (auto* row : before) {
+        if (!isIn(rows_, row)) {
+            row->deleteLater();
+        }
     }
 }
 
-QWidget* TrustListSection::makeRow(const TrustEntry& entry) {
-    auto* row = new QWidget(section_);
-    auto* line = new QHBoxLayout(row);
-    line->setContentsMargins(0, SettingsMeasures::rowMargin, 0, SettingsMeasures::rowMargin);
-    line->setSpacing(SettingsMeasures::betweenParts);
-    line->addWidget(new AppImage(context_.picture, entry.app, SettingsMeasures::imagePoints, row));
-    auto* column = new QVBoxLayout;
-    column->setSpacing(SettingsMeasures::betweenLines);
-    if (entry.process) {
-        auto* name = new AppNameView(row, TextStyle::body);
-        name->present(entry.app, SystemProcessContent::of(entry.app.name, *entry.process));
-        column->addWidget(name);
-    } else {
-        column->addWidget(new LineLabel(qt(entry.app.name), TextStyle::body, Ink::text, row));
-    }
-    column->addWidget(
-        new LineLabel(qt(entry.deviceWords()), TextStyle::caption, Ink::secondary, row));
-    line->addLayout(column, 1);
-    auto* button = new FaceButton(qt(TrustEntries::action(kind_)), FaceButton::Face::plain, row);
-    button->setSmall(true);
-    button->setAccessibleDescription(qt(TrustEntries::actionHelp(kind_, entry.app)));
-    button->setToolTip(plainToolTip(harmlessText(qt(TrustEntries::actionHelp(kind_, entry.app)))));
-    connect(button, &FaceButton::clicked, this, [this, entry] { act(entry); });
-    line->addWidget(button);
+TrustRow* TrustListSection::rowOf(const TrustEntry& entry) {
+    const auto isOfThatApp = [&](TrustRow* row) {
+        return row->entry().app.id == entry.app.id;
+    };
+    const auto found = std::ranges::find_if(rows_, isOfThatApp);
+    auto* row = found != rows_.end()
+                    ? *found
+                    : new TrustRow(
+                          context_.picture, kind_, [this](const auto& of) { act(of); }, section_);
+    row->present(entry);
     return row;
+}
+
+QWidget* TrustListSection::heirAmong(const std::vector<TrustRow*>& left) const {
+    auto* focused = window()->focusWidget();
+    const auto loser = std::ranges::find_if(
+        rows_, [&](const auto* row) { return focused && row->isAncestorOf(focused); });
+    if (loser == rows_.end() || isIn(left, *loser)) {
+        return nullptr;
+    }
+    const auto stays = [&](const auto* row) {
+        return isIn(left, row);
+    };
+    if (const auto next = std::find_if(loser, rows_.end(), stays); next != rows_.end()) {
+        return &(*next)->button();
+    }
+    if (const auto last = std::find_if(std::make_reverse_iterator(loser), rows_.rend(), stays);
+        last != rows_.rend()) {
+        return &(*last)->button();
+    }
+    return shown_.systemProcesses.empty() ? nextStop(focused, rows_) : showsProcesses_;
 }
 
 void TrustListSection::act(const TrustEntry& entry) {

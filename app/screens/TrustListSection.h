@@ -1,15 +1,18 @@
-// One of the two lists of the settings: the apps that are trusted, or those that always warn. Makes
-// its rows anew when the rules change. Owned by the settings; main thread.
+// One of the two lists of the settings: the apps that are trusted, or those that always warn. When
+// the rules change, the rows of apps that stay remain what they are, and the keyboard where it is.
+// Owned by the settings; main thread.
 #pragma once
 
 #include "app/contents/TrustEntries.h"
+#include "app/controls/Choices.h"
+#include "app/controls/Groups.h"
 #include "app/screens/ScreenContext.h"
+#include "app/screens/TrustRow.h"
 
 #include <QWidget>
+#include <vector>
 
 namespace velmoran {
-
-class FormSection;
 
 class TrustListSection final : public QWidget {
 public:
@@ -17,15 +20,21 @@ public:
 
 private:
     void refresh();
-    void build();
-    QWidget* makeRow(const TrustEntry& entry);
+    void arrange();
+    TrustRow* rowOf(const TrustEntry& entry);
+    /// Who gets the keyboard from a row that isn't among those that are left; null if none has it.
+    QWidget* heirAmong(const std::vector<TrustRow*>& left) const;
     void act(const TrustEntry& entry);
 
     ScreenContext context_;
     TrustKind kind_;
     FormSection* section_;
     TrustEntries shown_;
-    bool showsSystemProcesses_ = false;
+    std::vector<TrustRow*> rows_; ///< in their order
+    QWidget* emptyNote_;
+    Switch* showsProcesses_;
+    FormRow* processes_;
+    QWidget* processesHeading_;
     Subscription watching_;
 };
 

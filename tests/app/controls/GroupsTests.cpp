@@ -80,19 +80,23 @@ TEST(FormSection, PutsHairlinesBetweenItsLines) {
     const auto line = [&] {
         return new FormRow(QStringLiteral("Title"), {}, new Switch({}, &section), &section);
     };
-    section.add(line());
-    section.add(line());
-    section.addPlain(
-        new TextLabel(QStringLiteral("Note"), TextStyle::caption, Ink::secondary, &section));
-    section.add(line());
+    auto* first = line();
+    auto* last = line();
+    auto* note =
+        new TextLabel(QStringLiteral("Note"), TextStyle::caption, Ink::secondary, &section);
+    section.setLines({{first}, {line()}, {note, false}, {last}});
     EXPECT_EQ(section.findChildren<Hairline*>().size(), 2);
     EXPECT_EQ(roleOf(section), QAccessible::Grouping);
     EXPECT_EQ(nameOf(section), "History");
-    section.clear();
-    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_TRUE(section.findChildren<FormRow*>().isEmpty());
+    section.setLines({{last}, {first}});
+    EXPECT_EQ(section.findChildren<Hairline*>().size(), 1);
+    EXPECT_TRUE(note->isHidden());
+    section.show();
+    QApplication::processEvents();
+    EXPECT_LT(last->y(), first->y());
+    section.setLines({});
     EXPECT_TRUE(section.findChildren<Hairline*>().isEmpty());
-    EXPECT_EQ(section.findChildren<TextLabel*>().size(), 1); // the heading
+    EXPECT_TRUE(first->isHidden());
     section.add(line());
     EXPECT_TRUE(section.findChildren<Hairline*>().isEmpty());
 }

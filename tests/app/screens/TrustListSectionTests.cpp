@@ -1,12 +1,14 @@
 #include "app/screens/SettingsFixture.h"
 #include "app/screens/TrustListSection.h"
 
+#include <QKeyEvent>
 #include <QPointer>
 #include <gmock/gmock.h>
 
 namespace velmoran {
 namespace {
 
+using ::testing::ElementsAre;
 using ::velmoran::testing::appNamed;
 using ::velmoran::testing::button;
 using ::velmoran::testing::says;
@@ -165,6 +167,135 @@ TEST_F(TrustListSectionTest, KeepsTheRowsWhileARuleOfAnotherListChanges) {
     model->setAlwaysWarn(true, siri, {Device::microphone});
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(button(trusted(), "Distrust"), before.data());
+}
+
+// MARK: - The keyboard's place
+
+struct TrustListFocus : TrustListSectionTest {
+    void SetUp() override {
+        for (const auto* name : {"Alpha", "Beta", "Gamma"}) {
+            model->setTrusted(true, appNamed(name), {Device::camera});
+        }
+    }
+    QAbstractButton* distrust(const std::string& name) const {
+        for (auto* each : velmoran::testing::allOf<QAbstractButton>(trusted())) {
+            if (each->isVisible() &&
+                each->accessibleDescription().toStdString() == "Distrust " + name) {
+                return each;
+            }
+        }
+        throw std::runtime_error("no row of " + name);
+    }
+    /// Who the window's keyboard is at.
+    std::string focused() const {
+        const auto* widget = view->window()->focusWidget();
+        return widget ? widget->accessibleDescription().toStdString() : "nobody";
+    }
+    void remove(const std::string& name) const {
+        model->setTrusted(false, appNamed(name), {Device::camera});
+        QApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    /// The rows by the Tab key, from where the keyboard is, until it leaves the list.
+    std::vector<std::string> walked() const {
+        std::vector<std::string> result{focused()};
+        while (trusted().isAncestorOf(press(Qt::Key_Tab))) {
+            result.push_back(focused());
+        }
+        return result;
+    }
+    QWidget* press(int key) const {
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+        QApplication::sendEvent(view->window()->focusWidget(), &event);
+        return view->window()->focusWidget();
+    }
+};
+
+TEST_F(TrustListFocus, StaysAtItsRowWhileOthersComeAndGo) {
+    show();
+    auto* beta = distrust("Beta");
+    beta->setFocus();
+    model->setTrusted(true, appNamed("Aardvark"), {Device::camera});
+    remove("Alpha");
+    remove("Gamma");
+    model->setTrusted(true, appNamed("Beta"), {Device::microphone});
+    QApplication::processEvents();
+    EXPECT_TRUE(says(trusted(), "camera, microphone"));
+    EXPECT_EQ(distrust("Beta"), beta);
+    EXPECT_EQ(view->window()->focusWidget(), beta);
+    EXPECT_THAT(walked(), ElementsAre("Distrust Beta"));
+}
+
+TEST_F(TrustListFocus, GoesThroughTheRowsInTheirOrderHoweverLateTheyCome) {
+    show();
+    model->setTrusted(true, appNamed("Aardvark"), {Device::camera});
+    model->setTrusted(true, appNamed("Between"), {Device::camera});
+    model->setTrusted(true, siri, {Device::microphone});
+    QApplication::processEvents();
+    button(trusted(), "Show macOS system processes (1)")->click();
+    model->setTrusted(true, appNamed("Zeta"), {Device::camera});
+    QApplication::processEvents();
+    distrust("Aardvark")->setFocus();
+    EXPECT_THAT(walked(), ElementsAre("Distrust Aardvark", "Distrust Alpha", "Distrust Beta",
+                                      "Distrust Between", "Distrust Gamma", "Distrust Zeta",
+                                      "Click a name to see what it is.", "", "Distrust Siri"));
+}
+
+TEST_F(TrustListFocus, GoesToTheNextRowThenToTheOneBefore) {
+    show();
+    distrust("Beta")->setFocus();
+    remove("Beta");
+    EXPECT_EQ(focused(), "Distrust Gamma");
+    remove("Gamma");
+    EXPECT_EQ(focused(), "Distrust Alpha");
+}
+
+TEST_F(TrustListFocus, GoesFromTheLastRowToWhatTheListStillHas) {
+    model->setTrusted(true, siri, {Device::microphone});
+    show();
+    distrust("Beta")->setFocus();
+    remove("Alpha");
+    remove("Beta");
+    remove("Gamma");
+    EXPECT_EQ(view->window()->focusWidget(), button(trusted(), "Show macOS system processes (1)"));
+}
+
+TEST_F(TrustListFocus, GoesFromTheLastOfAllToTheNextControl) {
+    model->setAlwaysWarn(true, meet, {Device::camera});
+    show();
+    distrust("Alpha")->setFocus();
+    for (const auto* name : {"Alpha", "Beta", "Gamma"}) {
+        remove(name);
+    }
+    EXPECT_EQ(view->window()->focusWidget(), button(warning(), "Remove"));
+}
+
+TEST_F(TrustListFocus, IsSeenAgainWhenTheQuestionHasTakenTheRow) {
+    show();
+    view->activateWindow();
+    QApplication::processEvents();
+    distrust("Alpha")->setFocus(Qt::TabFocusReason);
+    press(Qt::Key_Space);
+    QKeyEvent up(QEvent::KeyRelease, Qt::Key_Space, Qt::NoModifier);
+    QApplication::sendEvent(distrust("Alpha"), &up);
+    QApplication::processEvents();
+    ASSERT_TRUE(question());
+    auto* confirm = dynamic_cast<Button*>(button(*question(), "Distrust"));
+    confirm->setFocus(Qt::TabFocusReason);
+    ASSERT_TRUE(confirm->showsFocus());
+    answer("Distrust");
+    view->activateWindow();
+    QApplication::processEvents();
+    EXPECT_EQ(focused(), "Distrust Beta");
+    EXPECT_TRUE(dynamic_cast<Button*>(distrust("Beta"))->showsFocus());
+}
+
+TEST_F(TrustListFocus, IsLeftAloneWhereItIsElsewhere) {
+    show();
+    auto* sound = &toggle("Warning sound");
+    sound->setFocus();
+    remove("Alpha");
+    EXPECT_EQ(view->window()->focusWidget(), sound);
 }
 
 } // namespace
