@@ -38,7 +38,9 @@ public:
         setAttribute(Qt::WA_TranslucentBackground, cornersAreRound());
         setAttribute(Qt::WA_QuitOnClose, false);
         setObjectName(QStringLiteral("note"));
+        // Read out as it gets the keyboard, since nothing in it does.
         setAccessibleName(content->accessibleName());
+        setAccessibleDescription(content->accessibleDescription());
         auto* column = new QVBoxLayout(this);
         column->setContentsMargins(notePadding, notePadding, notePadding, notePadding);
         column->setSizeConstraint(QLayout::SetFixedSize);

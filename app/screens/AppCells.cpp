@@ -97,12 +97,14 @@ QString AppCells::cutName(const Place& place, const AppIdentity& app, const QFon
                                                                                     : QString();
 }
 
-QString AppCells::help(const Place& place, const AppIdentity& app, const QFont& font, QPoint at) {
-    const auto process = isOnInfo(infoFrame(place, app, font), at)
-                             ? context_.model.systemProcess(app)
-                             : std::nullopt;
+QString AppCells::infoName(const AppIdentity& app) {
+    const auto process = context_.model.systemProcess(app);
     return process ? QString::fromStdString(SystemProcessContent::of(app.name, *process).help)
-                   : cutName(place, app, font);
+                   : QString();
+}
+
+QString AppCells::help(const Place& place, const AppIdentity& app, const QFont& font, QPoint at) {
+    return isOnInfo(infoFrame(place, app, font), at) ? infoName(app) : cutName(place, app, font);
 }
 
 void AppCells::paint(QPainter& painter, const Place& place, const AppIdentity& app,

@@ -54,6 +54,8 @@ public:
     void explain(const AppIdentity& app, QWidget* in, const QRect& at);
     /// The tip at that place of the cell; empty for none.
     QString help(const Place& place, const AppIdentity& app, const QFont& font, QPoint at);
+    /// What a screen reader calls the symbol `infoFrame` says the place of; empty without one.
+    QString infoName(const AppIdentity& app);
     /// Whether a click there is one on the symbol `info`.
     static bool isOnInfo(const QRect& info, QPoint at) {
         return !info.isEmpty() && info.adjusted(-4, -4, 4, 4).contains(at);

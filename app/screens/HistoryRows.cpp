@@ -230,11 +230,18 @@ QString HistoryRows::help(int index, const QRect& frame, QPoint place) const {
                : QString();
 }
 
+QRect HistoryRows::part(int index, const QRect& frame) const {
+    return cells_.infoFrame({.frame = columnsOf(index, frame).app}, row(index).app(), body_);
+}
+
+QString HistoryRows::partName(int index) const {
+    return cells_.infoName(row(index).app());
+}
+
 void HistoryRows::press(int index, const QRect& frame, std::optional<QPoint> place) {
     // A copy: what it opens may change the list.
     const auto pressed = row(index);
-    const auto info =
-        cells_.infoFrame({.frame = columnsOf(index, frame).app}, pressed.app(), body_);
+    const auto info = part(index, frame);
     if (place && AppCells::isOnInfo(info, *place)) {
         cells_.explain(pressed.app(), list_->viewport(), info);
         return;

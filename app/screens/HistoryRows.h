@@ -35,6 +35,8 @@ private:
     void paint(QPainter& painter, int index, const Look& look) const override;
     QString name(int index) const override;
     QString help(int index, const QRect& frame, QPoint place) const override;
+    QRect part(int index, const QRect& frame) const override;
+    QString partName(int index) const override;
     void press(int index, const QRect& frame, std::optional<QPoint> place) override;
 
     void measure();

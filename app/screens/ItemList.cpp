@@ -40,6 +40,7 @@ void ItemList::setItems(int count, std::vector<int> headings, std::optional<int>
     count_ = count;
     headings_ = std::move(headings);
     current_ = current;
+    isOnPart_ = isOnPart_ && current_ && !partOf(*current_).isEmpty();
     hovered_.reset();
     pressed_.reset();
     scrollTo(top, offset);
@@ -63,7 +64,8 @@ void ItemList::scrollTo(std::optional<int> top, int offset) {
 
 void ItemList::tellFocus() {
     if (QAccessible::isActive() && current_) {
-        QAccessibleEvent event(accessibleItem(*current_), QAccessible::Focus);
+        QAccessibleEvent event(isOnPart_ ? accessiblePart(*current_) : accessibleItem(*current_),
+                               QAccessible::Focus);
         QAccessible::updateAccessibility(&event);
     }
 }
@@ -139,6 +141,7 @@ std::optional<int> ItemList::nearestLine(int index, int direction) const {
 
 void ItemList::setCurrent(std::optional<int> index) {
     current_ = index;
+    isOnPart_ = false;
     viewport()->update();
 }
 
@@ -147,6 +150,7 @@ void ItemList::move(std::optional<int> to) {
         return;
     }
     current_ = to;
+    isOnPart_ = false;
     // The heading of the first line of a day is seen with it.
     const int from = *to > 0 && isHeading(*to - 1) ? *to - 1 : *to;
     auto* bar = verticalScrollBar();
@@ -166,6 +170,32 @@ void ItemList::press(int index, std::optional<QPoint> place) {
     }
 }
 
+QRect ItemList::partOf(int index) const {
+    const bool isLine = index >= 0 && index < count_ && !isHeading(index);
+    return isLine ? source_.part(index, frameOf(index)) : QRect();
+}
+
+void ItemList::pressPart(int index) {
+    if (const auto part = partOf(index); !part.isEmpty()) {
+        press(index, part.center());
+    }
+}
+
+bool ItemList::step(bool toPart) {
+    if (toPart == isOnPart_ || !current_ || (toPart && partOf(*current_).isEmpty())) {
+        return false;
+    }
+    isOnPart_ = toPart;
+    focusIsByKeyboard_ = true;
+    viewport()->update();
+    tellFocus();
+    return true;
+}
+
+bool ItemList::focusNextPrevChild(bool next) {
+    return step(next) || QAbstractScrollArea::focusNextPrevChild(next);
+}
+
 QAccessibleInterface* ItemList::accessibleItem(int index) {
     if (index < 0 || index >= count_) {
         return nullptr;
@@ -179,9 +209,24 @@ QAccessibleInterface* ItemList::accessibleItem(int index) {
     return item;
 }
 
+QAccessibleInterface* ItemList::accessiblePart(int index) {
+    if (partOf(index).isEmpty()) {
+        return nullptr;
+    }
+    const auto found = accessibleParts_.find(index);
+    if (found != accessibleParts_.end()) {
+        return QAccessible::accessibleInterface(found->second);
+    }
+    auto* part = makeAccessiblePart(*this, index);
+    accessibleParts_[index] = QAccessible::registerAccessibleInterface(part);
+    return part;
+}
+
 void ItemList::forgetAccessibleItems() {
-    for (const auto& [index, id] : std::exchange(accessibleItems_, {})) {
-        QAccessible::deleteAccessibleInterface(id);
+    for (auto* made : {&accessibleParts_, &accessibleItems_}) {
+        for (const auto& [index, id] : std::exchange(*made, {})) {
+            QAccessible::deleteAccessibleInterface(id);
+        }
     }
 }
 
@@ -223,7 +268,6 @@ void ItemList::paintEvent(QPaintEvent* event) {
     if (count_ == 0) {
         return;
     }
-    const ScreenColors colors(palette());
     const int from = lineAt(std::max(0, verticalScrollBar()->value() + event->rect().top()));
     for (int index = from; index < count_; ++index) {
         const auto frame = frameOf(index);
@@ -231,15 +275,23 @@ void ItemList::paintEvent(QPaintEvent* event) {
             break;
         }
         const bool isCurrent = current_ == index && hasFocus();
+        // A line whose part has the keyboard is no more than the place of that.
         source_.paint(painter, index,
-                      {.frame = frame, .isCurrent = isCurrent, .isHovered = hovered_ == index});
+                      {.frame = frame,
+                       .isCurrent = isCurrent && !isOnPart_,
+                       .isHovered = hovered_ == index || (isCurrent && isOnPart_)});
         if (isCurrent && focusIsByKeyboard_) {
-            painter.setRenderHint(QPainter::Antialiasing);
-            painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(colors.highlight, 2));
-            painter.drawRoundedRect(QRectF(frame).adjusted(9, 1, -9, -1), 6, 6);
+            paintFocus(painter, isOnPart_ ? partOf(index).adjusted(-3, -3, 3, 3)
+                                          : frame.adjusted(9, 1, -9, -1));
         }
     }
+}
+
+void ItemList::paintFocus(QPainter& painter, const QRect& frame) const {
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(ScreenColors(palette()).highlight, 2));
+    painter.drawRoundedRect(QRectF(frame), 6, 6);
 }
 
 void ItemList::resizeEvent(QResizeEvent*) {
@@ -270,9 +322,17 @@ void ItemList::keyPressEvent(QKeyEvent* event) {
         return move(nearestLine(0, 1));
     case Qt::Key_End:
         return move(nearestLine(count_ - 1, -1));
+    case Qt::Key_Right:
+    case Qt::Key_Left:
+        step(event->key() == Qt::Key_Right);
+        return;
     case Qt::Key_Return:
     case Qt::Key_Enter:
     case Qt::Key_Space:
+        if (current_ && isOnPart_) {
+            pressPart(*current_);
+            return;
+        }
         if (current_) {
             press(*current_);
             return;
@@ -300,13 +360,19 @@ void ItemList::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void ItemList::focusInEvent(QFocusEvent* event) {
+    viewport()->update();
+    if (event->reason() == Qt::ActiveWindowFocusReason || event->reason() == Qt::PopupFocusReason) {
+        return; // as it was before the other window
+    }
     focusIsByKeyboard_ = event->reason() == Qt::TabFocusReason ||
                          event->reason() == Qt::BacktabFocusReason ||
                          event->reason() == Qt::ShortcutFocusReason;
     if (focusIsByKeyboard_) {
         move(current_ ? current_ : nearestLine(top().value_or(0), 1));
     }
-    viewport()->update();
+    if (event->reason() == Qt::BacktabFocusReason) {
+        step(true); // its last place comes first
+    }
 }
 
 void ItemList::focusOutEvent(QFocusEvent*) {

@@ -1,6 +1,7 @@
 // A list of any length that costs what is seen of it: lines of one height, with headings between
-// them. Draws and names its lines through its source. Walked with the arrow keys; a screen reader
-// meets each line with its name and role. Owned by its parent.
+// them. Draws and names its lines through its source. Walked with the arrow keys, to what can be
+// pressed within a line with the one to the right or Tab; a screen reader meets each line with its
+// name and role. Owned by its parent.
 #pragma once
 
 #include <QAbstractScrollArea>
@@ -26,7 +27,12 @@ public:
     virtual QString name(int index) const = 0;
     /// The tip at that place of the line; empty for none.
     virtual QString help(int index, const QRect& frame, QPoint place) const = 0;
-    /// The line was clicked there, or pressed without a place.
+    /// What of a line can be pressed apart from the line itself; empty for nothing.
+    virtual QRect part(int /*index*/, const QRect& /*frame*/) const { return {}; }
+    /// For a screen reader.
+    virtual QString partName(int /*index*/) const { return {}; }
+    /// The line was clicked there, or pressed without a place. What presses its part does so in the
+    /// part's middle.
     virtual void press(int index, const QRect& frame, std::optional<QPoint> place) = 0;
 };
 
@@ -51,6 +57,11 @@ public:
     QRect frameOf(int index) const;
     std::optional<int> indexAt(QPoint place) const;
     void press(int index, std::optional<QPoint> place = {});
+    /// Where the part of a line stands, in the viewport's coordinates; empty without one.
+    QRect partOf(int index) const;
+    void pressPart(int index);
+    /// The keyboard is at the part of the chosen line.
+    bool isOnPart() const { return isOnPart_; }
     const ItemSource& source() const { return source_; }
     /// The names of all that is seen have changed, without a line that came or went.
     void refresh();
@@ -60,10 +71,13 @@ public:
 
     /// The accessible object of a line, made when it is asked for.
     QAccessibleInterface* accessibleItem(int index);
+    /// That of its part; null without one.
+    QAccessibleInterface* accessiblePart(int index);
 
     QSize sizeHint() const override;
 
 protected:
+    bool focusNextPrevChild(bool next) override;
     bool viewportEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -87,6 +101,9 @@ private:
     void move(std::optional<int> to);
     /// That line gets so much above the upper edge.
     void scrollTo(std::optional<int> top, int offset);
+    /// Whether there was such a step to make.
+    bool step(bool toPart);
+    void paintFocus(QPainter& painter, const QRect& frame) const;
     void tellFocus();
     void forgetAccessibleItems();
     void hover(std::optional<int> index);
@@ -99,7 +116,9 @@ private:
     std::optional<int> hovered_;
     std::optional<int> pressed_;
     bool focusIsByKeyboard_ = false;
+    bool isOnPart_ = false;
     std::map<int, QAccessible::Id> accessibleItems_;
+    std::map<int, QAccessible::Id> accessibleParts_;
 };
 
 } // namespace velmoran

@@ -12,5 +12,7 @@ class ItemList;
 void installItemListAccess();
 /// The object of a line. The caller registers it.
 QAccessibleInterface* makeAccessibleItem(ItemList& list, int index);
+/// That of what can be pressed within it, a button. The caller registers it.
+QAccessibleInterface* makeAccessiblePart(ItemList& list, int index);
 
 } // namespace velmoran

@@ -249,6 +249,12 @@ void SettingsView::showQuickStopNote(QWidget* at) {
         auto* label = new TextLabel(qt(text), style, Ink::text, note);
         label->setFixedWidth(SettingsMeasures::noteWidth);
         column->addWidget(label);
+        const auto described = note->accessibleDescription();
+        if (style == TextStyle::headline) {
+            note->setAccessibleName(label->text());
+        } else {
+            note->setAccessibleDescription((described + ' ' + label->text()).trimmed());
+        }
     };
     add(words().text("Two faster ways to stop"), TextStyle::headline);
     add(words().text("A button that floats on screen while the camera or microphone is on, and a "

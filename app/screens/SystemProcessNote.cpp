@@ -17,6 +17,7 @@ SystemProcessNote::SystemProcessNote(const SystemProcessContent& content, QWidge
     : QWidget(parent) {
     setObjectName(QStringLiteral("systemProcessNote"));
     setAccessibleName(qt(content.heading));
+    setAccessibleDescription(qt(content.explanation) + ' ' + qt(content.assurance));
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(8);

@@ -131,10 +131,18 @@ QString TotalsView::help(int index, const QRect& frame, QPoint place) const {
                : QString();
 }
 
+QRect TotalsView::part(int index, const QRect& frame) const {
+    return cells_.infoFrame(placeIn(frame, index), at(index).app,
+                            velmoran::font(TextStyle::body, font()));
+}
+
+QString TotalsView::partName(int index) const {
+    return cells_.infoName(at(index).app);
+}
+
 void TotalsView::press(int index, const QRect& frame, std::optional<QPoint> place) {
     const auto app = at(index).app;
-    const auto info =
-        cells_.infoFrame(placeIn(frame, index), app, velmoran::font(TextStyle::body, font()));
+    const auto info = part(index, frame);
     if (!info.isEmpty() && (!place || AppCells::isOnInfo(info, *place))) {
         cells_.explain(app, list_->viewport(), info);
     }

@@ -284,6 +284,58 @@ TEST_F(HistoryScreenTest, ExplainsAPartOfTheSystemByItsPathNotByItsName) {
     EXPECT_EQ(explained(1), "Mixer is part of macOS");
 }
 
+TEST_F(HistoryScreenTest, ExplainsAPartOfTheSystemByTheKeyboard) {
+    settings.setBoolean("ignoreSystemListening", false);
+    machine.script.signingIDs["/System/corespeechd"] = "com.apple.corespeechd";
+    auto use = past("Listener", Device::microphone, 600);
+    use.app.path = "/System/corespeechd";
+    keep(use);
+    time.advanceBy(60);
+    keep(past("Call", Device::camera, 600));
+    open();
+    screen->activateWindow();
+    QApplication::processEvents();
+    for (auto* list : {&screen->rows().list(), dynamic_cast<ItemList*>(part("totalsRows"))}) {
+        list->setFocus(Qt::TabFocusReason);
+        press(list, Qt::Key_Home);
+        ASSERT_THAT(nameOf(access(list)->focusChild()), HasSubstr("Call"));
+        press(list, Qt::Key_Right);
+        EXPECT_FALSE(list->isOnPart()) << "there is nothing to explain";
+        press(list, Qt::Key_Down);
+        auto* row = access(list)->focusChild();
+        ASSERT_THAT(nameOf(row), HasSubstr("Listener"));
+        EXPECT_EQ(row->childCount(), 1);
+        press(list, Qt::Key_Right);
+        auto* info = access(list)->focusChild();
+        EXPECT_EQ(info, row->child(0));
+        EXPECT_EQ(nameOf(info), "Explains what this part of macOS does");
+        EXPECT_EQ(info->role(), QAccessible::Button);
+        EXPECT_TRUE(info->state().focused);
+        EXPECT_FALSE(row->state().focused);
+        press(list, Qt::Key_Left);
+        EXPECT_EQ(access(list)->focusChild(), row);
+        press(list, Qt::Key_Tab);
+        EXPECT_TRUE(list->isOnPart());
+        for (const bool byKey : {true, false}) {
+            if (byKey) {
+                press(list, Qt::Key_Return);
+            } else {
+                info->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+            }
+            auto* note = QApplication::activePopupWidget();
+            ASSERT_TRUE(note);
+            EXPECT_EQ(note->window()->focusWidget(), note) << "so that it is read out";
+            EXPECT_EQ(nameOf(access(note)), "Listener is part of macOS");
+            EXPECT_THAT(access(note)->text(QAccessible::Description).toStdString(),
+                        AllOf(HasSubstr("Listens for"), HasSubstr("Velmoran checked")));
+            press(note, Qt::Key_Escape);
+            EXPECT_FALSE(QApplication::activePopupWidget());
+            EXPECT_TRUE(list->isOnPart()) << "back where it was asked for";
+        }
+        EXPECT_THAT(details, IsEmpty());
+    }
+}
+
 TEST_F(HistoryScreenTest, FillsTheMenuOfAppsWhenItIsClosed) {
     keep(past("Call", Device::camera, 600));
     launchWatching();
