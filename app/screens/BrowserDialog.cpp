@@ -1,14 +1,11 @@
 #include "app/screens/BrowserDialog.h"
 
-#include "app/look/CardColors.h"
+#include "app/controls/Buttons.h"
+#include "app/controls/Labels.h"
 #include "app/look/CardText.h"
-#include "app/look/Symbols.h"
 
-#include <QFontMetrics>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPointer>
-#include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <chrono>
@@ -19,11 +16,11 @@ namespace velmoran {
 namespace {
 
 constexpr int textWidth = 340;
-constexpr int symbolSize = 40;
+constexpr int symbolPoints = 32;
 constexpr int questionMargin = 20;
+constexpr int aroundSymbol = 12;
 constexpr int spacing = 8;
-constexpr int buttonHeight = 32;  ///< as in the other windows
-constexpr int buttonPadding = 40; ///< at least what a style puts around a title
+constexpr int aboveButtons = 12; ///< beside the spacing
 constexpr int mostMessageLines = 4;
 constexpr int mostTextLines = 14;
 
@@ -38,20 +35,21 @@ QString inOneLine(const std::string& text) {
     return harmlessText(QString::fromStdString(text)).simplified();
 }
 
-QPushButton* addButton(QDialog& dialog, QVBoxLayout& column, const std::string& title, int result) {
-    const auto whole = inOneLine(title);
-    auto* button = new QPushButton(&dialog);
-    const auto shown =
-        QFontMetrics(button->font()).elidedText(whole, Qt::ElideMiddle, textWidth - buttonPadding);
-    // An ampersand would be taken for the mark of a key.
-    button->setText(QString(shown).replace(QLatin1Char('&'), QStringLiteral("&&")));
-    button->setMinimumHeight(buttonHeight);
-    button->setAccessibleName(whole);
-    if (shown != whole) {
-        button->setToolTip(whole);
-    }
+TextLabel* addText(QDialog& dialog, QVBoxLayout& column, const std::string& text, TextStyle style,
+                   int mostLines) {
+    auto* label = new TextLabel(inOneLine(text), style, Ink::text, &dialog);
+    label->setMostLines(mostLines);
+    label->setFixedWidth(textWidth);
+    column.addWidget(label);
+    return label;
+}
+
+FaceButton* addButton(QDialog& dialog, QVBoxLayout& column, const std::string& title,
+                      FaceButton::Face face, int result) {
+    auto* button = new FaceButton(inOneLine(title), face, &dialog);
+    button->setFixedWidth(textWidth);
     column.addWidget(button);
-    QObject::connect(button, &QPushButton::clicked, &dialog,
+    QObject::connect(button, &QAbstractButton::clicked, &dialog,
                      [&dialog, result] { dialog.done(result); });
     return button;
 }
@@ -65,35 +63,29 @@ QDialog* makeWindow(const BrowserQuestion& question) {
     dialog->setAttribute(Qt::WA_QuitOnClose, false);
     dialog->setAccessibleName(inOneLine(question.message()));
     dialog->setAccessibleDescription(inOneLine(question.text()));
-    const CardColors colors(dialog->palette());
 
     auto* row = new QHBoxLayout(dialog);
     row->setContentsMargins(questionMargin, questionMargin, questionMargin, questionMargin);
-    row->setSpacing(questionMargin * 3 / 4);
+    row->setSpacing(aroundSymbol);
     row->setSizeConstraint(QLayout::SetFixedSize);
-    auto* symbol = new QLabel(dialog);
-    symbol->setPixmap(symbolPixmap(QStringLiteral("exclamationmark.circle"), colors.warning,
-                                   symbolSize, dialog->devicePixelRatioF()));
-    row->addWidget(symbol, 0, Qt::AlignTop);
+    row->addWidget(new SymbolLabel(QStringLiteral("exclamationmark.circle"), symbolPoints,
+                                   Ink::warning, dialog),
+                   0, Qt::AlignTop);
     auto* column = new QVBoxLayout;
     column->setSpacing(spacing);
     row->addLayout(column);
 
-    QFont bold = dialog->font();
-    bold.setWeight(QFont::DemiBold);
-    bold.setPointSizeF(bold.pointSizeF() * 1.15);
-    column->addWidget(new CardText(inOneLine(question.message()), bold, colors.text, textWidth,
-                                   mostMessageLines, dialog));
-    column->addSpacing(2);
-    column->addWidget(new CardText(inOneLine(question.text()), dialog->font(), colors.text,
-                                   textWidth, mostTextLines, dialog));
-    column->addSpacing(questionMargin / 2);
-    addButton(*dialog, *column, question.closeButton(), closing);
+    addText(*dialog, *column, question.message(), TextStyle::headline, mostMessageLines);
+    addText(*dialog, *column, question.text(), TextStyle::body, mostTextLines);
+    column->addSpacing(aboveButtons);
+    // Below each other, since a name may be long. What can't be brought back is in red.
+    addButton(*dialog, *column, question.closeButton(), FaceButton::Face::destructive, closing);
     if (question.keepOffered) {
-        addButton(*dialog, *column, question.keepButton(), keeping);
+        addButton(*dialog, *column, question.keepButton(), FaceButton::Face::plain, keeping);
     }
-    auto* cancel = addButton(*dialog, *column, question.cancelButton(), QDialog::Rejected);
-    cancel->setDefault(true);
+    auto* cancel = addButton(*dialog, *column, question.cancelButton(), FaceButton::Face::plain,
+                             QDialog::Rejected);
+    cancel->setIsDefault();
     cancel->setFocus();
     return dialog;
 }

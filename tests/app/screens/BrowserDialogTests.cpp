@@ -2,12 +2,12 @@
 #include "app/screens/BrowserDialog.h"
 #include "app/shell/AppDelegate.h"
 
+#include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPointer>
-#include <QPushButton>
 #include <gmock/gmock.h>
 
 namespace velmoran {
@@ -30,8 +30,8 @@ struct BrowserDialogTest : ::testing::Test {
         }
     }
 
-    std::vector<QPushButton*> buttons() const {
-        const auto found = dialog.window()->findChildren<QPushButton*>();
+    std::vector<QAbstractButton*> buttons() const {
+        const auto found = dialog.window()->findChildren<QAbstractButton*>();
         return {found.begin(), found.end()};
     }
 
@@ -228,7 +228,7 @@ struct BrowserInUse : testing::ModelFixture {
     void click(std::size_t button) {
         delegate.browserDialog()
             .window()
-            ->findChildren<QPushButton*>()
+            ->findChildren<QAbstractButton*>()
             .at(static_cast<qsizetype>(button))
             ->click();
     }
