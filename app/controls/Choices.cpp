@@ -22,6 +22,12 @@ constexpr int rowMargin = 6;
 constexpr int noteGap = 2;
 constexpr int controlGap = 16;
 
+/// A button with words of its own needs no other name.
+bool saysItself(const QWidget& control) {
+    const auto* button = qobject_cast<const QAbstractButton*>(&control);
+    return button && !button->text().isEmpty();
+}
+
 class Picker final : public QComboBox {
 public:
     using QComboBox::QComboBox;
@@ -106,7 +112,7 @@ FormRow::FormRow(const QString& title, const QString& note, QWidget* control, QW
       title_(new TextLabel(title, TextStyle::body, Ink::text, this)),
       note_(new TextLabel(note, TextStyle::caption, Ink::secondary, this)),
       control_(control),
-      namesControl_(control && control->accessibleName().isEmpty()),
+      namesControl_(control && control->accessibleName().isEmpty() && !saysItself(*control)),
       describesControl_(control && control->accessibleDescription() == control->accessibleName()) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, rowMargin, 0, rowMargin);

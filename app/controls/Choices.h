@@ -62,8 +62,8 @@ private:
 };
 
 /// A line of a form: title at the left, under it a note in secondary, the control at the right.
-/// A click on the title of a line with a switch switches it. A control without an accessible name
-/// gets the title, and one without a description the note.
+/// A click on the title of a line with a switch switches it. A control without a text and an
+/// accessible name gets the title, and one without a description the note.
 class FormRow final : public QWidget {
     Q_OBJECT
 

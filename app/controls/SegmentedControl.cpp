@@ -133,7 +133,7 @@ void SegmentedControl::choose(int index) {
     if (index == current_) {
         return;
     }
-    current_ = index;
+    setCurrent(index);
     if (onChoose) {
         onChoose(index);
     }

@@ -45,6 +45,9 @@ public:
         if (isValid() && kind == QAccessible::Description && line_ < 0 && column_ > 0) {
             return QString::fromStdString(words().text("Device"));
         }
+        if (isSelected() && column_ == 0 && kind == QAccessible::Description) {
+            return plot_->note().accessibleDescription();
+        }
         if (!isValid() || kind != QAccessible::Name) {
             return {};
         }
@@ -121,11 +124,14 @@ public:
         }
     }
 
-    // The heads of the columns, then the cells line by line.
-    int childCount() const override { return (rowCount() + 1) * columns; }
+    // The heads of the columns, then the cells line by line, then the note while it is there.
+    int childCount() const override { return cellCount() + (plot().note().isVisible() ? 1 : 0); }
     QAccessibleInterface* child(int index) const override {
         if (index < 0 || index >= childCount()) {
             return nullptr;
+        }
+        if (index == cellCount()) {
+            return QAccessible::queryAccessibleInterface(&plot().note());
         }
         const auto found = cells_.find(index);
         if (found != cells_.end()) {
@@ -137,6 +143,9 @@ public:
     }
     int indexOfChild(const QAccessibleInterface* child) const override {
         const auto* cell = dynamic_cast<const ChartCell*>(child);
+        if (child && child->object() == &plot().note()) {
+            return cellCount();
+        }
         return cell ? (cell->rowIndex() + 1) * columns + cell->columnIndex() : -1;
     }
     QAccessibleInterface* childAt(int, int) const override { return nullptr; }
@@ -201,6 +210,7 @@ public:
 
 private:
     ChartPlot& plot() const { return *static_cast<ChartPlot*>(object()); }
+    int cellCount() const { return (rowCount() + 1) * columns; }
 
     mutable std::map<int, QAccessible::Id> cells_;
 };

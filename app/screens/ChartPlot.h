@@ -29,6 +29,8 @@ public:
     /// The index of the chosen day.
     std::optional<std::size_t> selected() const;
     void select(std::optional<std::size_t> day);
+    /// What is said of the chosen day; hidden without one.
+    DayNoteView& note() const { return *note_; }
     /// The part of the drawing that is shown, from 0 to 1.
     double drawn() const { return drawn_; }
 

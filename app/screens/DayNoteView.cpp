@@ -66,6 +66,15 @@ void DayNoteView::present(const DayNoteContent& content) {
                                       Ink::secondary, content_),
                         line, 1, 1, 2);
     }
+    setAccessibleName(QString::fromStdString(content.title));
+    QStringList apps;
+    for (const auto& app : content.apps) {
+        apps.push_back(lineText(app.app.name) + ' ' + QString::fromStdString(app.time));
+    }
+    if (!content.more.empty()) {
+        apps.push_back(QString::fromStdString(content.more));
+    }
+    setAccessibleDescription(apps.join(QStringLiteral(", ")));
     fit();
     content_->installEventFilter(this);
     content_->show();

@@ -12,7 +12,7 @@ namespace velmoran {
 class DayNoteView final : public QWidget {
 public:
     DayNoteView(const AppPicture& picture, QWidget* parent);
-    /// It has the size that it needs afterwards.
+    /// It has the size that it needs afterwards. Its accessible description is what the apps used.
     void present(const DayNoteContent& content);
 
     static constexpr int mostWidth = 240;

@@ -27,6 +27,8 @@ UpdateSection::UpdateSection(const std::string& running, std::optional<UpdateChe
                              std::function<void()> openDownloads, QWidget* parent)
     : QWidget(parent) {
     setObjectName(QStringLiteral("updates"));
+    setAccessibleName(
+        qt(words().text("Check for updates"))); // it may keep the focus for the button
     if (facts) {
         update_.emplace(std::move(*facts));
     }

@@ -2,6 +2,7 @@
 
 #include "app/shell/surface/X11Window.h"
 
+#include <QAbstractButton>
 #include <cstddef>
 #include <map>
 
@@ -40,9 +41,14 @@ NoticeStackView::NoticeStackView(const std::vector<NoticeItem>& items, const App
     }
 
     int y = padding;
+    QWidget* last = this;
     for (const auto& [index, view] : chosen) {
         view->move(padding, y);
-        view->raise(); // the order in which they are read aloud
+        view->raise(); // the order in which they are read aloud, and walked
+        for (auto* button : view->findChildren<QAbstractButton*>()) {
+            setTabOrder(last, button);
+            last = button;
+        }
         y += view->height() + spacing;
         views_.push_back(view);
     }
