@@ -12,6 +12,8 @@ ConnectionsSection::ConnectionsSection(int width, QWidget* parent) : QWidget(par
         new LineLabel(qt(ConnectionsContent::heading()), TextStyle::headline, Ink::text, this);
     sentence_ = new TextLabel({}, TextStyle::body, Ink::secondary, this);
     auto* folded = new QWidget(this);
+    // Before what it folds, as the Tab key goes.
+    list_ = new Disclosure(qt(ConnectionsContent::heading()), folded, this);
     explanation_ = new TextLabel({}, TextStyle::caption, Ink::secondary, folded);
     peers_ = new PeerList(folded);
     peers_->setAccessibleName(qt(ConnectionsContent::heading()));
@@ -20,7 +22,6 @@ ConnectionsSection::ConnectionsSection(int width, QWidget* parent) : QWidget(par
     inside->setSpacing(8);
     inside->addWidget(explanation_);
     inside->addWidget(peers_);
-    list_ = new Disclosure(qt(ConnectionsContent::heading()), folded, this);
     for (QWidget* each : {static_cast<QWidget*>(heading_), static_cast<QWidget*>(sentence_),
                           static_cast<QWidget*>(list_)}) {
         each->setFixedWidth(width);

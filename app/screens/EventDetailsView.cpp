@@ -46,6 +46,7 @@ EventDetailsView::EventDetailsView(ScreenContext context, Uuid rowID, QWidget* p
 }
 
 void EventDetailsView::layOut() {
+    auto* header = makeHeader(); // first, as the Tab key goes
     systemProcess_ = new QWidget(details_);
     systemLabel_ = new LineLabel({}, TextStyle::headline, Ink::text, systemProcess_);
     systemExplanation_ = new TextLabel({}, TextStyle::body, Ink::text, systemProcess_);
@@ -73,7 +74,6 @@ void EventDetailsView::layOut() {
     auto* column = new QVBoxLayout(details_);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(betweenDetails);
-    auto* header = makeHeader();
     header->setFixedWidth(detailsWidth + TrustControls::besideSymbol());
     column->addWidget(header);
     for (QWidget* each : {systemProcess_, fields_, static_cast<QWidget*>(connections_),
