@@ -10,6 +10,7 @@ namespace {
 
 using testing::day;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using testing::HistoryFixture;
 using testing::hour;
 using testing::sessionOf;
@@ -89,8 +90,17 @@ TEST_F(HistoryChartTest, SaysWhatTheChartButtonDoes) {
 TEST_F(HistoryChartTest, CountsWhatTheListHides) {
     keep(past("Call", Device::camera, 600));
     keep(past("Old", Device::camera, 20 * day));
-    openChart();
+    keep(pastListening(1200));
+    launch();
+    model->settings.ignoreSystemListening.set(true);
+    open();
+    EXPECT_THAT(rows(), ElementsAre("Today", HasSubstr("Call, camera")));
+    EXPECT_EQ(part<QComboBox>("appFilter")->findText("Siri"), -1);
+    EXPECT_THAT(namesIn(part("totalsRows")), ElementsAre("Call, 1 min"));
+    part<QAbstractButton>("chartButton")->click();
+    QApplication::processEvents();
     EXPECT_EQ(plot().content().days.back().camera, 60);
+    EXPECT_EQ(plot().content().days.back().microphone, 60);
     button(part("span"), "Month")->click();
     EXPECT_THAT(plot().content().days, SizeIs(30));
     EXPECT_EQ(plot().content().days[9].camera, 60);

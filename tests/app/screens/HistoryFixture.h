@@ -30,6 +30,13 @@ struct HistoryFixture : ModelFixture {
     UsageSession past(const std::string& app, Device device, Seconds ago) {
         return sessionOf(app, device, time.now() - ago, time.now() - ago + 60);
     }
+    /// The system's own listening.
+    UsageSession pastListening(Seconds ago) {
+        auto use = past("Siri", Device::microphone, ago);
+        use.app.path = "/siri";
+        machine.script.signingIDs["/siri"] = "com.apple.corespeechd";
+        return use;
+    }
     void keep(const UsageSession& session) { store->saveSession(session); }
 
     void open() {
