@@ -64,6 +64,26 @@ TEST_F(HistoryScreenTest, IsNarrowedByDeviceAppAndDays) {
     EXPECT_THAT(rows(), ElementsAre("Today", at(2 * hour) + ", Call, mic, 1 min"));
 }
 
+TEST_F(HistoryScreenTest, LeavesOutWhatTheSettingsHideForAsLongAsTheyDo) {
+    keep(past("Call", Device::camera, 600));
+    keep(pastListening(2 * hour));
+    launch();
+    model->settings.ignoreSystemListening.set(true);
+    open();
+    auto* apps = part<QComboBox>("appFilter");
+    EXPECT_THAT(rows(), ElementsAre("Today", at(600) + ", Call, camera, 1 min"));
+    EXPECT_EQ(apps->count(), 2);
+    EXPECT_EQ(apps->findText("Siri"), -1);
+    EXPECT_THAT(namesIn(part("totalsRows")), ElementsAre("Call, 1 min"));
+    model->settings.ignoreSystemListening.set(false);
+    settle();
+    EXPECT_THAT(rows(), ElementsAre("Today", at(600) + ", Call, camera, 1 min",
+                                    at(2 * hour) + ", Siri, mic, 1 min"));
+    EXPECT_EQ(apps->count(), 3);
+    EXPECT_EQ(apps->findText("Siri"), 2);
+    EXPECT_THAT(namesIn(part("totalsRows")), ElementsAre("Call, 1 min", "Siri, 1 min"));
+}
+
 TEST_F(HistoryScreenTest, KeepsTheFiguresOfTheSideWhereFiltersMatchNothing) {
     keep(past("Call", Device::camera, 600));
     keep(past("Memo", Device::microphone, day));
