@@ -65,7 +65,6 @@ TotalsView::TotalsView(const ScreenContext& context, QWidget* parent)
     head->addWidget(nothing_);
     layout->addLayout(head);
     layout->addWidget(list_, 1);
-    nothing_->hide();
 }
 
 void TotalsView::setSessions(const SessionList& sessions, std::optional<Device> device,
@@ -73,8 +72,9 @@ void TotalsView::setSessions(const SessionList& sessions, std::optional<Device> 
     const auto before =
         std::exchange(content_, TotalsContent::of(sessions, device, range_, now, words()));
     device_->setPlain(QString::fromStdString(content_.device));
-    nothing_->setVisible(content_.apps.empty());
-    list_->setFocusPolicy(content_.apps.empty() ? Qt::NoFocus : Qt::StrongFocus);
+    const int count = static_cast<int>(content_.apps.size());
+    nothing_->setVisible(count == 0);
+    list_->setFocusPolicy(count == 0 ? Qt::NoFocus : Qt::StrongFocus);
     const auto isSameApp = [](const AppTime& one, const AppTime& other) {
         return one.app.id == other.app.id;
     };
@@ -83,7 +83,6 @@ void TotalsView::setSessions(const SessionList& sessions, std::optional<Device> 
         return;
     }
     const auto current = list_->current();
-    const int count = static_cast<int>(content_.apps.size());
     list_->setItems(count, {}, current && *current < count ? current : std::nullopt, list_->top());
 }
 

@@ -3,6 +3,7 @@
 
 #include <QAbstractItemView>
 #include <QScrollBar>
+#include <algorithm>
 
 namespace velmoran {
 namespace {
@@ -109,6 +110,25 @@ TEST_F(HistoryScreenTest, SaysThatThereWasNoUseInThePeriodOfTheSide) {
     EXPECT_TRUE(isSaid);
     // The list has a period of its own.
     EXPECT_THAT(rows(), SizeIs(2));
+}
+
+TEST_F(HistoryScreenTest, SaysAtOnceThatThereWasNoUseWhereThereIsNoHistory) {
+    launchWatching();
+    open();
+    const auto isSaid = [&] {
+        return std::ranges::any_of(all<QLabel>(part("totals")), [](const QLabel* label) {
+            return label->isVisible() && label->text() == "No use in this period.";
+        });
+    };
+    auto* list = part("totalsRows");
+    EXPECT_TRUE(isSaid());
+    EXPECT_EQ(list->focusPolicy(), Qt::NoFocus);
+    turnOn("Call");
+    time.advanceBy(HistoryScreen::tick);
+    settle();
+    EXPECT_THAT(namesIn(list), SizeIs(1));
+    EXPECT_FALSE(isSaid());
+    EXPECT_EQ(list->focusPolicy(), Qt::StrongFocus);
 }
 
 TEST_F(HistoryScreenTest, OpensTheDetailsOfARowByClickEnterAndPress) {
