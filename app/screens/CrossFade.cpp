@@ -10,12 +10,16 @@ namespace velmoran {
 
 namespace {
 
-/// A picture over its parent that goes by itself.
+/// A picture of a widget, above it, that goes by itself. It stands beside the widget, since a stack
+/// raises its next page above all its children.
 class FadingPicture final : public QWidget {
 public:
-    FadingPicture(QWidget* over, int milliseconds) : QWidget(over), picture_(over->grab()) {
+    FadingPicture(QWidget* over, int milliseconds)
+        : QWidget(over->parentWidget()),
+          picture_(over->grab()) {
+        setObjectName(QStringLiteral("fadingPicture"));
         setAttribute(Qt::WA_TransparentForMouseEvents);
-        setGeometry(over->rect());
+        setGeometry(over->geometry());
         fading_.setDuration(milliseconds);
         fading_.setEasingCurve(QEasingCurve::InOutQuad);
         fading_.setStartValue(1.0);

@@ -5,7 +5,8 @@
 
 namespace velmoran {
 
-/// Called before the change. Nothing fades where less motion is wanted or the widget isn't seen.
+/// Called before the change, for a widget that stands in another. Nothing fades where less motion
+/// is wanted or the widget isn't seen.
 void fadeOut(QWidget* over, int milliseconds);
 
 } // namespace velmoran

@@ -87,6 +87,22 @@ TEST_F(HistoryChartTest, SaysWhatTheChartButtonDoes) {
     EXPECT_TRUE(part("historyRows")->isVisible());
 }
 
+TEST_F(HistoryChartTest, FadesInUnderAPictureOfTheListThatGoes) {
+    open();
+    for (const auto* shown : {"historyChart", "historyRows"}) {
+        part<QAbstractButton>("chartButton")->click();
+        const auto* picture = part("fadingPicture");
+        ASSERT_NE(picture, nullptr);
+        EXPECT_EQ(picture->parentWidget()->children().last(), picture) << "above all others";
+        auto* page = part(shown);
+        ASSERT_FALSE(picture->isAncestorOf(page));
+        EXPECT_TRUE(picture->parentWidget()->isAncestorOf(page));
+        EXPECT_TRUE(picture->geometry().contains(
+            QRect(page->mapTo(picture->parentWidget(), QPoint(0, 0)), page->size())));
+        EXPECT_TRUE(becomes([&] { return !part("fadingPicture"); }));
+    }
+}
+
 TEST_F(HistoryChartTest, CountsWhatTheListHides) {
     keep(past("Call", Device::camera, 600));
     keep(past("Old", Device::camera, 20 * day));
