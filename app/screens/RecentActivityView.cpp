@@ -3,6 +3,7 @@
 #include "app/screens/PanelMeasures.h"
 #include "app/screens/ScreenText.h"
 
+#include <QFocusEvent>
 #include <QVBoxLayout>
 #include <utility>
 
@@ -74,10 +75,20 @@ bool RecentActivityView::present(const std::vector<RecentLine>& lines) {
             auto* row = new RecentRow(picture_, line.app, list_->widget());
             QObject::connect(row, &QAbstractButton::clicked, this,
                              [this, id = line.row] { showDetails_(id); });
+            row->installEventFilter(this);
             row->show();
             return row;
         },
         [&](RecentRow& row, const RecentLine& line) { row.present(line, columns); });
+}
+
+bool RecentActivityView::eventFilter(QObject* watched, QEvent* event) {
+    // A line must not go away from under the mouse that presses it.
+    if (event->type() == QEvent::FocusIn &&
+        static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason) {
+        list_->ensureWidgetVisible(static_cast<QWidget*>(watched));
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 } // namespace velmoran

@@ -26,6 +26,9 @@ public:
 
     static constexpr int listHeight = 124;
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     AppPicture picture_;
     std::function<void(const Uuid&)> showDetails_;

@@ -5,6 +5,8 @@
 #include "core/text/Localizer.h"
 
 #include <QKeyEvent>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <gmock/gmock.h>
 
 namespace velmoran {
@@ -415,6 +417,32 @@ TEST_F(PanelViewTest, IsWalkedByKeyboardFromTopToBottom) {
     EXPECT_THAT(walked, ElementsAre("zoom · 0 s", "zoom · 0 s", "Stop camera and microphone",
                                     "zoom · Camera · Microphone · Now · 0 s", "History", "Settings",
                                     "Quit"));
+}
+
+TEST_F(PanelViewTest, TheLineThatTheKeyboardComesToIsInSight) {
+    launchWatching();
+    for (int use = 0; use < 20; ++use) {
+        receive(camera({appRef("app" + std::to_string(use))}));
+        time.advanceBy(10);
+        receive({});
+    }
+    open();
+    panel->activateWindow();
+    auto* history = part("history");
+    history->setFocus();
+    testing::press(*history, Qt::Key_Backtab, Qt::ShiftModifier);
+    settle();
+    const auto* line = panel->focusWidget();
+    auto* list = part("recent")->findChild<QScrollArea*>();
+    ASSERT_TRUE(list->isAncestorOf(line));
+    const auto* viewport = list->viewport();
+    EXPECT_TRUE(viewport->rect().contains(QRect(line->mapTo(viewport, QPoint(0, 0)), line->size())))
+        << "the last one";
+    // Under the mouse that presses it a line stays where it is.
+    const int place = list->verticalScrollBar()->value();
+    EXPECT_GT(place, 0);
+    part("recent")->findChild<QAbstractButton*>()->setFocus(Qt::MouseFocusReason);
+    EXPECT_EQ(list->verticalScrollBar()->value(), place);
 }
 
 TEST_F(PanelViewTest, AUseThatStaysKeepsTheFocusAndIsNotReadOutEachSecond) {
