@@ -2,6 +2,7 @@
 
 #include "app/contents/DeviceNames.h"
 #include "core/text/Localizer.h"
+#include "core/text/PlainLine.h"
 
 #include <cmath>
 
@@ -21,7 +22,7 @@ std::string placeOf(const std::optional<OutputRoute>& route) {
     case OutputRoute::Kind::other:
         break;
     }
-    return route->name;
+    return plainLine(route->name);
 }
 
 std::string speakerState(const std::optional<OutputRoute>& route) {
@@ -36,7 +37,7 @@ std::string whoHasSound(const std::vector<UsageSession>& sessions) {
     std::vector<std::string> names;
     names.reserve(sessions.size());
     for (const auto& session : sessions) {
-        names.push_back(session.app.name);
+        names.push_back(plainLine(session.app.name));
     }
     const auto list = words().list(names);
     return sessions.size() == 1 ? words().text("%@ has sound open", {list})

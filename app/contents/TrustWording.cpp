@@ -1,6 +1,7 @@
 #include "app/contents/TrustWording.h"
 
 #include "core/text/Localizer.h"
+#include "core/text/PlainLine.h"
 #include "core/warnings/DeviceWording.h"
 
 namespace velmoran::TrustWording {
@@ -36,7 +37,7 @@ std::string confirm(TrustChange change) {
 }
 
 std::string message(TrustChange change, const TrustChoice& choice, const std::string& devices) {
-    const auto& app = choice.app.name;
+    const auto app = plainLine(choice.app.name);
     switch (change) {
     case TrustChange::trust:
         return choice.allWarning
@@ -96,14 +97,14 @@ Switch warnSwitch(const TrustChoice& choice) {
     if (choice.allWarning) {
         return {
             .help = words().text("Always tells you when %1$@ uses %2$@. Click to turn this off.",
-                                 {choice.app.name, devices}),
+                                 {plainLine(choice.app.name), devices}),
             .label = words().text("Always warns. Click to turn off."),
         };
     }
     return {
         .help = words().text("Click to be told every time %1$@ uses %2$@, whether it is trusted or "
                              "not.",
-                             {choice.app.name, devices}),
+                             {plainLine(choice.app.name), devices}),
         .label = words().text("Does not always warn. Click to turn on."),
     };
 }
@@ -111,7 +112,7 @@ Switch warnSwitch(const TrustChoice& choice) {
 Confirmation confirmation(TrustChange change, const TrustChoice& choice) {
     const auto devices = DeviceWording::the(choice.devices);
     return {
-        .title = title(change, choice.app.name, devices),
+        .title = title(change, plainLine(choice.app.name), devices),
         .message = message(change, choice, devices),
         .confirm = confirm(change),
     };

@@ -44,6 +44,13 @@ TEST(SpeakerContent, SaysWhoHasSoundOpen) {
               "Built-in speakers · Spotify, Firefox, and Zoom have sound open");
 }
 
+TEST(SpeakerContent, NoNameWritesALineOfItsOwn) {
+    auto desk = routeOf(OutputRoute::Kind::other);
+    desk.name = "De\nsk";
+    EXPECT_EQ(SpeakerContent::of(desk, {soundOf("Spo\ntify")}).line,
+              "De sk · Spo tify has sound open");
+}
+
 TEST(SpeakerContent, SaysHowLoudItIsWhereThatIsKnown) {
     const auto state = [](const std::optional<OutputRoute>& routeOf) {
         return SpeakerContent::of(routeOf, {}).state;

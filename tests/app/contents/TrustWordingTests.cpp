@@ -118,6 +118,21 @@ TEST(TrustWording, NamesNoMenuBarOnLinux) {
                     "Only Velmoran's icon changes.");
 }
 
+TEST(TrustWording, NoNameWritesALineOfItsOwn) {
+    for (const bool trusted : {false, true}) {
+        for (const bool warns : {false, true}) {
+            auto choice = trustChoice(trusted, warns);
+            choice.app.name = "Zo\nom";
+            EXPECT_NE(TrustWording::warnSwitch(choice).help.find("Zo om"), std::string::npos);
+            for (const auto change : {choice.ofTrustSwitch(), choice.ofWarnSwitch()}) {
+                const auto asked = TrustWording::confirmation(change, choice);
+                EXPECT_NE(asked.title.find("Zo om"), std::string::npos) << asked.title;
+                EXPECT_NE(asked.message.find("Zo om"), std::string::npos) << asked.message;
+            }
+        }
+    }
+}
+
 /// Whatever the questions promise is what the policy does afterwards.
 TEST(TrustWording, PromisesWhatThePolicyWillDo) {
     const auto row = rowOf({sessionOf(trustedZoom(), Device::camera, trustStart)});
