@@ -9,10 +9,18 @@
 
 namespace velmoran::DurationFormat {
 
+namespace {
+
+constexpr Seconds longest = 0x1.fffffffffffffp62; ///< that fits 64 bits
+
+} // namespace
+
 std::string text(Seconds seconds) {
-    const auto s = static_cast<std::int64_t>(std::floor(seconds));
+    // What is no number isn't greater than 0 either.
+    const auto whole = std::min(std::max(0.0, std::floor(seconds)), longest);
+    const auto s = static_cast<std::int64_t>(whole);
     if (s <= 59) {
-        return words().text("%lld s", {std::to_string(std::max<std::int64_t>(s, 0))});
+        return words().text("%lld s", {std::to_string(s)});
     }
     if (s <= 3599) {
         return words().text("%lld min", {std::to_string(s / 60)});

@@ -4,6 +4,7 @@
 #include "core/warnings/HistoryWording.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 #include <rapidcheck/gtest.h>
 
 namespace velmoran {
@@ -57,6 +58,9 @@ TEST(DeviceWording, TranslatesEachTextAsAUnit) {
     setWords(Localizer());
 }
 
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
 struct Length {
     double seconds;
     const char* text;
@@ -76,7 +80,12 @@ INSTANTIATE_TEST_SUITE_P(
                     Length{3600.9, "1 h"}, Length{3659.9, "1 h"}, Length{3660, "1 h 01 min"},
                     Length{3900, "1 h 05 min"}, Length{7199, "1 h 59 min"},
                     Length{9000, "2 h 30 min"}, Length{43200, "12 h"}, Length{90000, "25 h"},
-                    Length{-1e15, "0 s"}, Length{3.6e15, "1000000000000 h"}));
+                    Length{-1e15, "0 s"}, Length{3.6e15, "1000000000000 h"}, Length{-1e300, "0 s"},
+                    Length{-infinity, "0 s"}, Length{notANumber, "0 s"},
+                    Length{9223372036854774784.0, "2562047788015215 h 13 min"},
+                    Length{9223372036854775808.0, "2562047788015215 h 13 min"},
+                    Length{1e300, "2562047788015215 h 13 min"},
+                    Length{infinity, "2562047788015215 h 13 min"}));
 
 TEST(DurationFormat, LooksEachFormUpAsAWhole) {
     setWords(Localizer("de_DE", "UTC",
