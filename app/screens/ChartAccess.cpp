@@ -42,8 +42,9 @@ public:
     void setText(QAccessible::Text, const QString&) override {}
 
     QString text(QAccessible::Text kind) const override {
-        if (isValid() && kind == QAccessible::Description && line_ < 0 && column_ > 0) {
-            return QString::fromStdString(words().text("Device"));
+        if (isValid() && kind == QAccessible::Description && column_ > 0) {
+            return QString::fromStdString(line_ < 0 ? words().text("Device")
+                                                    : words().text("Minutes"));
         }
         if (isSelected() && column_ == 0 && kind == QAccessible::Description) {
             return plot_->note().accessibleDescription();

@@ -265,8 +265,10 @@ TEST_F(HistoryChartTest, IsATableForAScreenReader) {
     EXPECT_EQ(cell->role(), QAccessible::Cell);
     EXPECT_EQ(cell->parent(), chart);
     EXPECT_EQ(chart->child(chart->indexOfChild(cell)), cell);
-    // A time says itself what it counts.
-    EXPECT_EQ(cell->text(QAccessible::Description), "");
+    // What the axis counts, but no day does.
+    EXPECT_EQ(cell->text(QAccessible::Description), "Minutes");
+    EXPECT_EQ(table->cellAt(6, 2)->text(QAccessible::Description), "Minutes");
+    EXPECT_EQ(table->cellAt(6, 0)->text(QAccessible::Description), "");
     auto* place = cell->tableCellInterface();
     ASSERT_NE(place, nullptr);
     EXPECT_EQ(place->rowIndex(), 6);
