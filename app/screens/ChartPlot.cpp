@@ -31,6 +31,10 @@ constexpr double labelGap = 8;
 constexpr int emptyAlignment =
     static_cast<int>(Qt::AlignCenter) | static_cast<int>(Qt::TextWordWrap);
 
+QString emptyText() {
+    return QString::fromStdString(words().text("No camera or microphone use in this time."));
+}
+
 QString tickText(Seconds tick) {
     return QString::fromStdString(DurationFormat::text(tick));
 }
@@ -72,6 +76,7 @@ ChartPlot::ChartPlot(const ScreenContext& context, QWidget* parent)
 
 void ChartPlot::setContent(ChartContent content) {
     content_ = std::move(content);
+    setAccessibleDescription(content_.isEmpty() ? emptyText() : QString());
     layOut();
     if (selected_ && !content_.indexOf(*selected_)) {
         select(std::nullopt);
@@ -248,8 +253,7 @@ void ChartPlot::paintEvent(QPaintEvent*) {
     painter.restore();
     paintSelection(painter);
     if (content_.isEmpty()) {
-        const auto words = QString::fromStdString(
-            velmoran::words().text("No camera or microphone use in this time."));
+        const auto words = emptyText();
         const QRectF room(plot.x, plot.y, plot.width, plot.height);
         painter.setFont(velmoran::font(TextStyle::body, font()));
         // No line runs through the words.

@@ -284,6 +284,16 @@ TEST_F(HistoryChartTest, IsATableForAScreenReader) {
     EXPECT_EQ(plot().selected(), std::nullopt);
 }
 
+TEST_F(HistoryChartTest, TellsAScreenReaderWhereThereWasNoUse) {
+    keep(past("Call", Device::camera, 600));
+    openChart();
+    EXPECT_EQ(access(&plot())->text(QAccessible::Description), "");
+    model->deleteHistory();
+    settle();
+    EXPECT_EQ(access(&plot())->text(QAccessible::Description),
+              "No camera or microphone use in this time.");
+}
+
 TEST_F(HistoryChartTest, FollowsAHistoryThatIsDeletedWhileItIsOpen) {
     keep(past("Call", Device::camera, 600));
     openChart();
