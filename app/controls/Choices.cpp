@@ -6,6 +6,7 @@
 #include "app/look/ScreenColors.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QVariantAnimation>
@@ -34,6 +35,29 @@ public:
 
 protected:
     void wheelEvent(QWheelEvent* event) override { event->ignore(); }
+    /// What would take another entry unseen shows them all instead.
+    void keyPressEvent(QKeyEvent* event) override {
+        if (takesAnEntry(*event)) {
+            showPopup();
+        } else {
+            QComboBox::keyPressEvent(event);
+        }
+    }
+
+private:
+    static bool takesAnEntry(const QKeyEvent& event) {
+        switch (event.key()) {
+        case Qt::Key_Up:
+        case Qt::Key_Down:
+        case Qt::Key_PageUp:
+        case Qt::Key_PageDown:
+        case Qt::Key_Home:
+        case Qt::Key_End:
+            return true;
+        default:
+            return !event.text().isEmpty() && event.text().front().isPrint();
+        }
+    }
 };
 
 } // namespace

@@ -84,7 +84,8 @@ private:
     bool describesControl_;
 };
 
-/// A desktop's own drop-down list with an accessible name. The wheel scrolls what it stands in.
+/// A desktop's own drop-down list with an accessible name. The wheel scrolls what it stands in, and
+/// keys choose only in the open list: the arrows, Home, End and letters open it.
 QComboBox* makePicker(const QString& accessibleName, const QList<QString>& entries,
                       QWidget* parent);
 

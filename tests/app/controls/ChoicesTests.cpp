@@ -2,6 +2,7 @@
 #include "app/controls/ControlInput.h"
 #include "app/look/ScreenColors.h"
 
+#include <QAbstractItemView>
 #include <QVBoxLayout>
 #include <gmock/gmock.h>
 
@@ -204,8 +205,45 @@ TEST(Picker, HasItsNameAndPlainEntriesAndLeavesTheWheelAlone) {
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(picker, &wheel);
     EXPECT_EQ(picker->currentIndex(), 0);
-    press(*picker, Qt::Key_Down);
-    EXPECT_EQ(picker->currentIndex(), 1);
+}
+
+TEST(Picker, KeysOpenItAndChooseNothingBefore) {
+    QWidget window;
+    auto* picker = makePicker(QStringLiteral("Keep history for"),
+                              {QStringLiteral("30 days"), QStringLiteral("90 days"),
+                               QStringLiteral("1 year"), QStringLiteral("Always")},
+                              &window);
+    picker->setCurrentIndex(1);
+    int choices = 0;
+    QObject::connect(picker, &QComboBox::activated, picker, [&] { ++choices; });
+    showWindow(window);
+    for (const auto key : {Qt::Key_Up, Qt::Key_Down, Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_Home,
+                           Qt::Key_End, Qt::Key_A, Qt::Key_3, Qt::Key_Space}) {
+        QKeyEvent down(QEvent::KeyPress, key, {},
+                       key < Qt::Key_Escape ? QString(QChar(static_cast<char16_t>(key)))
+                                            : QString());
+        QApplication::sendEvent(picker, &down);
+        EXPECT_EQ(picker->currentIndex(), 1) << key;
+        EXPECT_TRUE(picker->view()->isVisible()) << key;
+        picker->hidePopup();
+        ASSERT_FALSE(picker->view()->isVisible());
+    }
+    EXPECT_EQ(choices, 0);
+    press(*picker, Qt::Key_Up);
+    press(*picker->view(), Qt::Key_Up);
+    press(*picker->view(), Qt::Key_Return);
+    EXPECT_EQ(picker->currentIndex(), 0);
+    EXPECT_EQ(choices, 1);
+}
+
+TEST(Picker, LeavesOtherKeysToOthers) {
+    QWidget window;
+    auto* picker = makePicker(QStringLiteral("Language"), {QStringLiteral("English")}, &window);
+    showWindow(window);
+    for (const auto key : {Qt::Key_Escape, Qt::Key_Return, Qt::Key_F5}) {
+        press(*picker, key);
+        EXPECT_FALSE(picker->view()->isVisible()) << key;
+    }
 }
 
 } // namespace

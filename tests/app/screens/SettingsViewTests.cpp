@@ -5,7 +5,9 @@
 #include "app/qtbase/QtSettingsFile.h"
 #include "support/TemporaryDirectory.h"
 
+#include <QAbstractItemView>
 #include <QFile>
+#include <QKeyEvent>
 #include <QPointer>
 #include <QScrollArea>
 #include <QWheelEvent>
@@ -347,6 +349,24 @@ TEST_F(SettingsViewTest, ChoosesNothingByTheWheel) {
     QApplication::sendEvent(&box, &turn);
     EXPECT_EQ(box.currentText(), "90 days");
     EXPECT_EQ(*model->settings.retentionDays, 90);
+}
+
+TEST_F(SettingsViewTest, DeletesNothingByAKeyOnTheClosedPeriod) {
+    settings.setInteger("retentionDays", 365);
+    launch();
+    store->saveSession(oldSession(time.now(), 100));
+    model->pruneHistory();
+    ASSERT_THAT(*model->historySessions, SizeIs(1));
+    show();
+    auto& box = picker("Keep history for");
+    box.setFocus();
+    QKeyEvent up(QEvent::KeyPress, Qt::Key_Up, Qt::NoModifier);
+    QApplication::sendEvent(&box, &up);
+    EXPECT_EQ(box.currentText(), "1 year");
+    EXPECT_EQ(*model->settings.retentionDays, 365);
+    EXPECT_THAT(*model->historySessions, SizeIs(1));
+    EXPECT_TRUE(box.view()->isVisible());
+    box.hidePopup();
 }
 
 TEST_F(SettingsViewTest, AnOpenWindowThatIsAskedForAgainKeepsWhatStandsInIt) {
