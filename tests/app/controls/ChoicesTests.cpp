@@ -156,6 +156,20 @@ TEST_F(FormRowTest, GivesItsControlItsWords) {
     EXPECT_EQ(nameOf(*named), "Own name");
 }
 
+TEST_F(FormRowTest, AButtonKeepsTheNameThatItsTextGives) {
+    auto* restart = new FaceButton(QStringLiteral("Restart now"), FaceButton::Face::plain, &window);
+    auto* remove = new LinkButton(QStringLiteral("Delete all history…"), &window);
+    FormRow first(QStringLiteral("Velmoran changes its language when it starts again."), {},
+                  restart, &window);
+    const FormRow second(QStringLiteral("Stored only on this Mac."), QStringLiteral("Note"), remove,
+                         &window);
+    EXPECT_EQ(nameOf(*restart), "Restart now");
+    EXPECT_EQ(nameOf(*remove), "Delete all history…");
+    EXPECT_EQ(remove->accessibleDescription(), QStringLiteral("Note"));
+    first.setTitle(QStringLiteral("Another title"));
+    EXPECT_EQ(nameOf(*restart), "Restart now");
+}
+
 TEST_F(FormRowTest, AClickOnItsTitleSwitches) {
     click(*row, label(0).geometry().center());
     EXPECT_TRUE(control->isChecked());

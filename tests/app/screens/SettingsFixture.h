@@ -8,6 +8,7 @@
 #include "app/model/ModelFixture.h"
 #include "app/screens/SettingsView.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
@@ -48,11 +49,11 @@ std::vector<T*> allOf(const QWidget& in) {
     return result;
 }
 
-/// A button by its text or its accessible name, if it can be seen in its window.
+/// A button by what a screen reader calls it, if it can be seen in its window.
 inline QAbstractButton* button(const QWidget& in, const std::string& name) {
     for (auto* each : allOf<QAbstractButton>(in)) {
-        const auto text = each->text().isEmpty() ? each->accessibleName() : each->text();
-        if (text.toStdString() == name && each->isVisibleTo(&in)) {
+        const auto* spoken = QAccessible::queryAccessibleInterface(each);
+        if (each->isVisibleTo(&in) && spoken->text(QAccessible::Name).toStdString() == name) {
             return each;
         }
     }
