@@ -154,6 +154,19 @@ TEST(OnboardingPages, TheWaysToReactStandOnLinesOfTheirOwn) {
     }
 }
 
+TEST(OnboardingPages, InGermanTheClickOnTheCircleStopsNothing) {
+    const std::string rest =
+        "Ein Klick auf den Kreis zeigt jederzeit, was an ist; von dort lässt sich auch alles auf "
+        "einmal stoppen. Beim Stoppen werden die Apps beendet, die Kamera oder Mikrofon verwenden; "
+        "was in ihnen nicht gesichert ist, geht möglicherweise verloren.";
+    {
+        const InWords in("de_DE", Platform::macOS);
+        EXPECT_EQ(OnboardingPages::last().text, "Oben in der Menüleiste. " + rest);
+    }
+    const InWords in("de_DE", Platform::linux);
+    EXPECT_EQ(OnboardingPages::last().text, "Bei den Symbolen im Infobereich. " + rest);
+}
+
 TEST(OnboardingPages, CountTheirSteps) {
     EXPECT_EQ(OnboardingPages::stepText(0, 4), "Step 1 of 5");
     EXPECT_EQ(OnboardingPages::stepText(4, 4), "Step 5 of 5");
