@@ -158,7 +158,7 @@ TEST(OnboardingPages, InGermanTheClickOnTheCircleStopsNothing) {
     const std::string rest =
         "Ein Klick auf den Kreis zeigt jederzeit, was an ist; von dort lässt sich auch alles auf "
         "einmal stoppen. Beim Stoppen werden die Apps beendet, die Kamera oder Mikrofon verwenden; "
-        "was in ihnen nicht gesichert ist, geht möglicherweise verloren.";
+        "was in ihnen nicht gespeichert ist, geht möglicherweise verloren.";
     {
         const InWords in("de_DE", Platform::macOS);
         EXPECT_EQ(OnboardingPages::last().text, "Oben in der Menüleiste. " + rest);

@@ -188,6 +188,16 @@ TEST(Translations, NoGermanTextAddressesItsReader) {
     }
 }
 
+TEST(Translations, WhatIsKeptIsGespeichertInGerman) {
+    const std::regex other("\\b([Gg]e)?[Ss]icher(n|t|te|ten)\\b");
+    for (const char* name : {"de", "linux_de"}) {
+        for (const auto& entry : table(name).entries) {
+            const std::string text(entry.text);
+            EXPECT_FALSE(std::regex_search(text, other)) << name << ": " << text;
+        }
+    }
+}
+
 TEST(Translations, TheUnknownAppIsKnownByItsNameInEveryLanguage) {
     std::vector<std::string> names{"Unknown app"};
     for (const auto& each : catalogueTables()) {
