@@ -236,6 +236,45 @@ TEST(Translations, ThePlatformChangesOnlyItsOwnNames) {
               "Siri gehört zum System und wurde deshalb nicht von Velmoran beendet.");
 }
 
+TEST(Translations, GermanControlsSayWhatTheyDo) {
+    const auto on = [](Platform platform) {
+        return Localizer("de_DE", "UTC", catalogues("de_DE", platform));
+    };
+    const auto german = on(Platform::macOS);
+    const std::vector<std::string> zoom{"Zoom", german.text("the camera")};
+    const std::string listening = "Ignore macOS's own listening";
+    EXPECT_EQ(german.text(listening), "Eigenes Zuhören von macOS ignorieren");
+    EXPECT_EQ(on(Platform::linux).text(listening),
+              "Eigenes Zuhören der Arbeitsumgebung ignorieren");
+    EXPECT_EQ(german.text("Stay until closed"), "Bis zum Schließen zeigen");
+    EXPECT_EQ(german.text("Click to be told every time %1$@ uses %2$@, whether it is trusted or "
+                          "not.",
+                          zoom),
+              "Ein Klick, und es wird jedes Mal gemeldet, wenn Zoom die Kamera verwendet, ob "
+              "vertraut oder nicht.");
+    EXPECT_EQ(
+        german.text("Not trusted for %1$@. Click to trust %1$@.", {german.text("the camera")}),
+        "Nicht vertraut für die Kamera. Ein Klick schenkt Vertrauen für die Kamera.");
+    EXPECT_EQ(german.text("Not trusted. Click to trust."),
+              "Nicht vertraut. Ein Klick schenkt Vertrauen.");
+}
+
+TEST(Translations, GermanSentencesSayWhenAThingHappens) {
+    const Localizer german("de_DE", "UTC", catalogues("de_DE", Platform::macOS));
+    EXPECT_EQ(german.text("No sound server can be reached. Until one can, only programs that open "
+                          "a device directly are seen."),
+              "Es ist kein Soundserver zu erreichen. Bis dahin werden nur Programme gesehen, die "
+              "ein Gerät unmittelbar öffnen.");
+    EXPECT_EQ(german.text("Opens a form on our website. Your version is filled in, and nothing is "
+                          "sent until you send the form."),
+              "Öffnet ein Formular auf unserer Website. Die Version ist schon eingetragen; "
+              "gesendet wird erst, wenn das Formular abgeschickt wird.");
+    EXPECT_EQ(german.text("A report appears here when something happened while the screen was "
+                          "locked."),
+              "Hier erscheint ein Bericht, wenn etwas geschehen ist, während der Bildschirm "
+              "gesperrt war.");
+}
+
 TEST(Translations, AGermanCardReadsAsAWhole) {
     const Localizer german("de_DE", "UTC", catalogues("de_DE", Platform::linux));
     EXPECT_EQ(german.text("%@ turned on %@", {"Zoom", german.text("the camera and microphone")}),
