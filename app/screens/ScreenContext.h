@@ -20,8 +20,8 @@ struct ScreenActions {
     };
     std::function<void()> quit = [] {
     };
-    std::function<void()> relaunch = [] {
-    };
+    /// Ends this one and starts another. Empty where that can't be done.
+    std::function<void()> relaunch = {};
     /// In the user's browser.
     std::function<void(const std::string& address)> openWebPage = [](const std::string&) {
     };

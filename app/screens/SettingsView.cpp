@@ -161,9 +161,12 @@ void SettingsView::addStart() {
     language_ = pickerOf(languages, section);
     offer(language_, languages,
           [this](const std::string& code) { model_.settings.language.set(code); });
-    auto* restart =
-        new FaceButton(qt(words().text("Restart now")), FaceButton::Face::plain, section);
-    QObject::connect(restart, &FaceButton::clicked, this, [this] { context_.actions.relaunch(); });
+    FaceButton* restart = nullptr;
+    if (context_.actions.relaunch) {
+        restart = new FaceButton(qt(words().text("Restart now")), FaceButton::Face::plain, section);
+        QObject::connect(restart, &FaceButton::clicked, this,
+                         [this] { context_.actions.relaunch(); });
+    }
     restart_ = new FormRow(qt(words().text("Velmoran changes its language when it starts again.")),
                            {}, restart, section);
     restart_->setObjectName(QStringLiteral("restart"));

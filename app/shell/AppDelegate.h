@@ -24,8 +24,8 @@ public:
     struct Outside {
         std::function<void()> quit = [] {
         };
-        std::function<void()> relaunch = [] {
-        }; ///< ends this one and starts another
+        /// Ends this one and starts another. Without it nobody is offered that.
+        std::function<void()> relaunch = {};
         /// The machine that is played gives the shortcut to nobody; without it the real one is
         /// asked.
         std::function<bool()> refusesShortcut = {};

@@ -171,6 +171,17 @@ TEST_F(SettingsViewTest, OffersARestartWhileAnotherLanguageIsChosen) {
     EXPECT_FALSE(velmoran::testing::button(*view, "Restart now"));
 }
 
+TEST_F(SettingsViewTest, OffersNoRestartWhereNobodyCanStartItAnew) {
+    launch();
+    auto unable = context();
+    unable.actions.relaunch = nullptr;
+    view = std::make_unique<SettingsView>(unable, loginItem);
+    view->show();
+    choose("Language", "Deutsch");
+    EXPECT_TRUE(says(*view, "Velmoran changes its language when it starts again."));
+    EXPECT_FALSE(velmoran::testing::button(*view, "Restart now"));
+}
+
 TEST_F(SettingsViewTest, FollowsALanguageThatIsChosenElsewhere) {
     show();
     model->settings.language.set("de");

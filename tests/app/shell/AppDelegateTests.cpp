@@ -1,6 +1,7 @@
 #include "app/model/ModelFixture.h"
 #include "app/shell/AppDelegate.h"
 
+#include <QAbstractButton>
 #include <QCoreApplication>
 #include <gmock/gmock.h>
 
@@ -262,6 +263,31 @@ TEST_F(Delegate, TheDetailsHaveTheAppsNameAsTheirTitle) {
     delegate.screens().showDetails(row);
     EXPECT_THAT(openWindows(), ElementsAre("details"));
     EXPECT_EQ(title("details"), "Zoom Meetings");
+}
+
+TEST_F(Delegate, OffersARestartOnlyWhereItCanBeHad) {
+    settings.setTexts("AppleLanguages", {"de"}); // the words of tests are English
+    for (const bool can : {false, true}) {
+        AppDelegate::Outside outside;
+        if (can) {
+            outside.relaunch = [] {
+            };
+        }
+        AppDelegate other({machine, time, time, settings,
+                           [this] {
+                               return store;
+                           }},
+                          AppPicture(), outside);
+        machine.restart();
+        other.didFinishLaunching({.show = "settings"});
+        const auto* row = other.screens()
+                              .windows()
+                              .window("settings")
+                              ->findChild<QWidget*>(QStringLiteral("restart"));
+        ASSERT_TRUE(row);
+        EXPECT_TRUE(row->isVisible());
+        EXPECT_EQ(row->findChild<QAbstractButton*>() != nullptr, can);
+    }
 }
 
 TEST_F(Delegate, EndsWithWindowsOpen) {
