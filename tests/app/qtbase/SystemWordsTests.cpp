@@ -1,6 +1,7 @@
 #include "app/qtbase/SystemWords.h"
 
 #include "app/model/MemorySettings.h"
+#include "app/model/SettingsStore.h"
 #include "core/text/Localizer.h"
 #include "core/text/ZoneSource.h"
 
@@ -30,6 +31,19 @@ TEST_F(SystemWords, AreInTheLanguageThatWasChosen) {
     settings.setTexts("AppleLanguages", {"en"});
     setSystemWords(settings, Platform::linux);
     EXPECT_EQ(words().text("Stop"), "Stop");
+}
+
+TEST_F(SystemWords, AreInTheSystemsLanguageAgainOnceNoneIsChosen) {
+    setSystemWords(settings, Platform::linux);
+    const auto systems = words().text("Stop");
+    for (const char* language : {"de", "en"}) { // one of them isn't the system's
+        SettingsStore(settings).language.set(language);
+        setSystemWords(settings, Platform::linux);
+        EXPECT_EQ(words().text("Stop"), language == std::string("de") ? "Stoppen" : "Stop");
+        SettingsStore(settings).language.set(std::nullopt);
+        setSystemWords(settings, Platform::linux);
+        EXPECT_EQ(words().text("Stop"), systems);
+    }
 }
 
 /// Variables of the environment as long as they live, and none of the others that say a language.
