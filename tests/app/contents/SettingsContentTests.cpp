@@ -23,6 +23,14 @@ struct InWords {
     ~InWords() { setWords(Localizer()); }
 };
 
+std::vector<std::string> notes(const std::vector<SettingsContent::Toggle>& toggles) {
+    std::vector<std::string> result;
+    for (const auto& toggle : toggles) {
+        result.push_back(toggle.note);
+    }
+    return result;
+}
+
 std::vector<std::string> titles(const std::vector<SettingsContent::Toggle>& toggles) {
     std::vector<std::string> result;
     for (const auto& toggle : toggles) {
@@ -65,10 +73,15 @@ TEST(SettingsContent, HasTheQuickStopInItsOrder) {
     EXPECT_THAT(titles(SettingsContent::quickStop(false)),
                 ElementsAre("Floating stop button", "Ask before closing a browser",
                             "Keyboard shortcut ⌃⌥⌘."));
-    const auto shortcut = SettingsContent::quickStop(false).back();
-    EXPECT_EQ(shortcut.field, &SettingsStore::stopShortcutOn);
-    EXPECT_EQ(shortcut.note, "Press Control, Option, Command and the . key to stop the camera and "
-                             "microphone from any app.");
+    EXPECT_THAT(
+        notes(SettingsContent::quickStop(false)),
+        ElementsAre("A small button appears on screen while the camera or microphone is on. One "
+                    "click stops them, like the button in the panel. Drag it where you want it.",
+                    "Stopping a web browser closes all its tabs. When on, Velmoran asks first, so "
+                    "you don't lose work by mistake.",
+                    "Press Control, Option, Command and the . key to stop the camera and "
+                    "microphone from any app."));
+    EXPECT_EQ(SettingsContent::quickStop(false).back().field, &SettingsStore::stopShortcutOn);
     EXPECT_EQ(SettingsContent::quickStop(true).back().note,
               "macOS didn't give Velmoran this shortcut. Another app may be using it.");
 }
@@ -81,11 +94,27 @@ TEST(SettingsContent, NamesTheKeysThatAKeyboardHas) {
                              "microphone from any app.");
 }
 
-TEST(SettingsContent, LooksAgainAfterWhatDecidesOnUses) {
+TEST(SettingsContent, SaysWhatIsWatchedAndWhatCounts) {
     const auto toggles = SettingsContent::watching();
     EXPECT_THAT(titles(toggles),
                 ElementsAre("Mute speakers when headphones disconnect", "Monitor speaker use",
                             "Hide system sounds", "Ignore macOS's own listening"));
+    EXPECT_THAT(
+        notes(toggles),
+        ElementsAre("Stops sound suddenly playing out loud.",
+                    "Saves which apps play sound, and for how long. When off, nothing new is saved "
+                    "for the speaker; entries already in History stay there.",
+                    "Sounds that macOS plays itself, such as alerts, are saved but left out of the "
+                    "lists. Camera and microphone use is never hidden.",
+                    "Parts of macOS turn the microphone on by themselves, such as for “Hey Siri” "
+                    "and dictation. When on, they are not shown and cause no notice. Apps are "
+                    "never ignored."));
+}
+
+TEST(SettingsContent, TheSoundIsForStrongWarnings) {
+    EXPECT_EQ(SettingsContent::warningSound(),
+              (SettingsContent::Toggle{&SettingsStore::warningSoundOn, "Warning sound",
+                                       "Plays only for strong warnings."}));
 }
 
 TEST(SettingsContent, OffersThreePeriodsAndSaysAnother) {
@@ -101,6 +130,8 @@ TEST(SettingsContent, OffersThreePeriodsAndSaysAnother) {
 
 TEST(SettingsContent, StandardNoticesHideOrStay) {
     const auto picker = SettingsContent::standardNotices();
+    EXPECT_EQ(picker.title, "Standard notices");
+    EXPECT_EQ(picker.note, "Strong warnings always stay until you act.");
     ASSERT_EQ(picker.entries.size(), 2U);
     EXPECT_EQ(picker.entries[0].label, "Hide after 8 s");
     EXPECT_FALSE(picker.entries[0].value);
@@ -129,15 +160,38 @@ TEST(UpdateContent, LetsNoVersionFillTheWindow) {
 TEST(OnboardingPages, SayWhatTheProgramDoesInOrder) {
     std::vector<std::string> symbols;
     std::vector<std::string> heads;
+    std::vector<std::string> texts;
     for (const auto& page : OnboardingPages::pages()) {
         symbols.push_back(page.symbol);
         heads.push_back(page.title);
+        texts.push_back(page.text);
     }
     EXPECT_THAT(symbols,
                 ElementsAre("video.fill", "hand.raised.fill", "eye.slash.fill", "lock.fill"));
     EXPECT_THAT(heads, ElementsAre("Know who's using your camera", "Quick warning. Full control.",
                                    "It never records you", "Everything stays on this Mac"));
+    EXPECT_THAT(
+        texts,
+        ElementsAre("Velmoran watches your camera, microphone and speaker. It tells you which app "
+                    "turned them on, and for how long.",
+                    "Velmoran tells you as soon as an app uses the camera or microphone. By then "
+                    "the app already has access (only macOS can block it beforehand, in System "
+                    "Settings), so you have two ways to react:\n\nIn the notice: trust the app, "
+                    "or stop it directly.\nIn an emergency: the yellow button “Stop camera and "
+                    "microphone” ends all active use immediately.",
+                    "Velmoran notes that a device was used, by which app and when. It never "
+                    "records sound, video, your screen or what you type.",
+                    "There is no account and nothing is uploaded. You can delete the history at "
+                    "any time."));
+}
+
+TEST(OnboardingPages, TheLastSaysWhereVelmoranIs) {
     EXPECT_EQ(OnboardingPages::last().title, "Velmoran lives here");
+    EXPECT_EQ(OnboardingPages::last().text,
+              "Up in the menu bar. Click the circle any time to see what's on, or to stop "
+              "everything at once. Stopping closes the apps that are using the camera or "
+              "microphone, so unsaved work in them may be lost.");
+    EXPECT_EQ(OnboardingPages::openAtLogin(), "Open Velmoran when I log in");
 }
 
 TEST(OnboardingPages, TheWaysToReactStandOnLinesOfTheirOwn) {

@@ -104,5 +104,10 @@ TEST_F(TrustEntriesTest, NameWhatTheButtonDoes) {
     EXPECT_EQ(TrustEntries::actionHelp(TrustKind::alwaysWarn, app("Meet")), "Remove Meet");
 }
 
+TEST_F(TrustEntriesTest, SayHowAPartOfTheSystemIsExplained) {
+    EXPECT_EQ(TrustEntries::systemProcessesHeading(), "macOS system processes");
+    EXPECT_EQ(TrustEntries::systemProcessesNote(), "Click a name to see what it is.");
+}
+
 } // namespace
 } // namespace velmoran

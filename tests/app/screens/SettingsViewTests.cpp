@@ -235,9 +235,17 @@ TEST_F(SettingsViewTest, ExplainsTheQuickStopOnRequest) {
     EXPECT_FALSE(says(*view, "Two faster ways to stop"));
     press("About quick stop");
     const auto shown = QApplication::topLevelWidgets();
-    EXPECT_TRUE(std::any_of(shown.begin(), shown.end(), [](const QWidget* each) {
-        return each->isVisible() && says(*each, "Two faster ways to stop");
-    }));
+    for (const char* text :
+         {"Two faster ways to stop",
+          "A button that floats on screen while the camera or microphone is on, and a keyboard "
+          "shortcut.",
+          "Both do what “Stop camera and microphone” in the panel does: they mute the microphone "
+          "and close the apps that are using the camera or microphone. Unsaved work in those apps "
+          "may be lost."}) {
+        EXPECT_TRUE(std::any_of(shown.begin(), shown.end(), [&](const QWidget* each) {
+            return each->isVisible() && says(*each, text);
+        })) << text;
+    }
 }
 
 TEST_F(SettingsViewTest, SaysThatTheShortcutIsRefused) {
@@ -342,6 +350,9 @@ TEST_F(SettingsViewTest, DeletesTheHistoryAfterAQuestion) {
 TEST_F(SettingsViewTest, OpensThePagesOfTheWebServer) {
     QCoreApplication::setApplicationVersion(QStringLiteral("1.9"));
     show();
+    EXPECT_TRUE(says(*view, "Tell us what you think"));
+    EXPECT_TRUE(says(*view, "Opens a form on our website. Your version is filled in, and nothing "
+                            "is sent until you send the form."));
     press("Send feedback…");
     press("velmoran.example");
     press("Imprint");
