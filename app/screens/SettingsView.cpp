@@ -92,7 +92,7 @@ SettingsView::SettingsView(ScreenContext context, LoginItem& loginItem, QWidget*
     addQuickStop();
     addWatching();
     for (const auto kind : {TrustKind::trusted, TrustKind::alwaysWarn}) {
-        column_->addWidget(new TrustListSection(context_, kind, form));
+        column_->addWidget(new TrustListSection(context_, kind, showsSystemProcesses_, form));
     }
     addHistory();
     addUpdates();

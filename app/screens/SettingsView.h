@@ -7,6 +7,7 @@
 #include "app/model/LoginItem.h"
 #include "app/screens/ScreenContext.h"
 #include "app/web/WebAddresses.h"
+#include "core/base/Observable.h"
 
 #include <QWidget>
 #include <optional>
@@ -53,6 +54,7 @@ private:
     AppModel& model_;
     LoginItem& loginItem_;
     std::optional<WebAddresses> web_;
+    Observable<bool> showsSystemProcesses_{false}; ///< in both lists of trust
     QVBoxLayout* column_ = nullptr;
     Switch* openAtLogin_ = nullptr;
     QWidget* loginItemFailed_ = nullptr;

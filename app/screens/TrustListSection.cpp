@@ -33,18 +33,20 @@ QWidget* nextStop(QWidget* from, const std::vector<TrustRow*>& gone) {
 
 } // namespace
 
-TrustListSection::TrustListSection(ScreenContext context, TrustKind kind, QWidget* parent)
+TrustListSection::TrustListSection(ScreenContext context, TrustKind kind,
+                                   Observable<bool>& showsProcesses, QWidget* parent)
     : QWidget(parent),
       context_(std::move(context)),
       kind_(kind),
+      showsProcesses_(showsProcesses),
       section_(new FormSection(qt(TrustEntries::heading(kind)), this)),
       shown_(TrustEntries::of(context_.model, kind)),
       emptyNote_(SettingsMeasures::inset(new TextLabel(qt(TrustEntries::emptyNote(kind)),
                                                        TextStyle::body, Ink::secondary, section_),
                                          SettingsMeasures::rowMargin, SettingsMeasures::rowMargin)),
-      showsProcesses_(new Switch({}, section_)),
+      processesSwitch_(new Switch({}, section_)),
       processes_(
-          new FormRow({}, qt(TrustEntries::systemProcessesNote()), showsProcesses_, section_)),
+          new FormRow({}, qt(TrustEntries::systemProcessesNote()), processesSwitch_, section_)),
       processesHeading_(
           SettingsMeasures::inset(new TextLabel(qt(TrustEntries::systemProcessesHeading()),
                                                 TextStyle::headline, Ink::text, section_),
@@ -57,7 +59,12 @@ TrustListSection::TrustListSection(ScreenContext context, TrustKind kind, QWidge
     for (QWidget* each : {emptyNote_, static_cast<QWidget*>(processes_), processesHeading_}) {
         each->hide();
     }
-    connect(showsProcesses_, &Switch::clicked, this, [this] { arrange(); });
+    processesSwitch_->setChecked(*showsProcesses);
+    connect(processesSwitch_, &Switch::clicked, this, [this](bool on) { showsProcesses_.set(on); });
+    choice_ = showsProcesses_.subscribe([this](bool on) {
+        processesSwitch_->setChecked(on);
+        arrange();
+    });
     arrange();
     watching_ = context_.model.trust.subscribe([this](const auto&) { refresh(); });
 }
@@ -85,7 +92,7 @@ void TrustListSection::arrange() {
     if (!shown_.systemProcesses.empty()) {
         processes_->setTitle(qt(shown_.systemProcessesTitle()));
         lines.push_back({.widget = processes_});
-        if (showsProcesses_->isChecked()) {
+        if (*showsProcesses_) {
             lines.push_back({.widget = processesHeading_, .hasHairline = false});
             addRows(shown_.systemProcesses);
         }
@@ -134,7 +141,7 @@ QWidget* TrustListSection::heirAmong(const std::vector<TrustRow*>& left) const {
         last != rows_.rend()) {
         return &(*last)->button();
     }
-    return shown_.systemProcesses.empty() ? nextStop(focused, rows_) : showsProcesses_;
+    return shown_.systemProcesses.empty() ? nextStop(focused, rows_) : processesSwitch_;
 }
 
 void TrustListSection::act(const TrustEntry& entry) {

@@ -8,6 +8,7 @@
 #include "app/controls/Groups.h"
 #include "app/screens/ScreenContext.h"
 #include "app/screens/TrustRow.h"
+#include "core/base/Observable.h"
 
 #include <QWidget>
 #include <vector>
@@ -16,7 +17,9 @@ namespace velmoran {
 
 class TrustListSection final : public QWidget {
 public:
-    TrustListSection(ScreenContext context, TrustKind kind, QWidget* parent);
+    /// Whether the parts of the system are shown is one choice for both lists.
+    TrustListSection(ScreenContext context, TrustKind kind, Observable<bool>& showsProcesses,
+                     QWidget* parent);
 
 private:
     void refresh();
@@ -28,14 +31,16 @@ private:
 
     ScreenContext context_;
     TrustKind kind_;
+    Observable<bool>& showsProcesses_;
     FormSection* section_;
     TrustEntries shown_;
     std::vector<TrustRow*> rows_; ///< in their order
     QWidget* emptyNote_;
-    Switch* showsProcesses_;
+    Switch* processesSwitch_;
     FormRow* processes_;
     QWidget* processesHeading_;
     Subscription watching_;
+    Subscription choice_;
 };
 
 } // namespace velmoran

@@ -135,14 +135,34 @@ TEST_F(TrustListSectionTest, WithPartsOfTheSystemAloneShowsTheNoteAndTheSwitch) 
     EXPECT_FALSE(button(trusted(), "Show macOS system processes (1)"));
 }
 
-TEST_F(TrustListSectionTest, ShowsPartsOfTheSystemInTheListsApart) {
+TEST_F(TrustListSectionTest, ShowsPartsOfTheSystemInBothListsAtOnce) {
     model->setTrusted(true, siri, {Device::microphone});
     model->setAlwaysWarn(true, siri, {Device::microphone});
     show();
+    const auto press = [](const QWidget& list) {
+        button(list, "Show macOS system processes (1)")->click();
+        QApplication::processEvents();
+    };
+    const auto isShown = [](const QWidget& list) {
+        EXPECT_EQ(button(list, "Show macOS system processes (1)")->isChecked(), says(list, "Siri"));
+        return says(list, "Siri");
+    };
+    press(trusted());
+    EXPECT_TRUE(isShown(trusted()));
+    EXPECT_TRUE(isShown(warning()));
+    press(warning());
+    EXPECT_FALSE(isShown(trusted()));
+    EXPECT_FALSE(isShown(warning()));
+}
+
+TEST_F(TrustListSectionTest, ShowsPartsOfTheSystemAlsoWhereTheyComeLater) {
+    model->setTrusted(true, siri, {Device::microphone});
+    show();
     button(trusted(), "Show macOS system processes (1)")->click();
+    model->setAlwaysWarn(true, siri, {Device::microphone});
     QApplication::processEvents();
-    EXPECT_TRUE(says(trusted(), "Siri"));
-    EXPECT_FALSE(says(warning(), "Siri"));
+    EXPECT_TRUE(button(warning(), "Show macOS system processes (1)")->isChecked());
+    EXPECT_TRUE(says(warning(), "Siri"));
 }
 
 TEST_F(TrustListSectionTest, ShowsAnyNameAsPlainText) {
