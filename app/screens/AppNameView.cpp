@@ -5,6 +5,7 @@
 #include "app/screens/SystemProcessNote.h"
 
 #include <QHBoxLayout>
+#include <QMouseEvent>
 
 namespace velmoran {
 
@@ -45,6 +46,7 @@ void AppNameView::present(const AppIdentity& app,
         note_->close(); // it would explain something else
     }
     info_->setVisible(process.has_value());
+    name_->setCursor(process ? Qt::PointingHandCursor : Qt::ArrowCursor);
     if (process) {
         info_->setWords(qt(process->help), qt(process->help));
     }
@@ -52,6 +54,22 @@ void AppNameView::present(const AppIdentity& app,
 
 bool AppNameView::showsNote() const {
     return note_ && note_->isVisible();
+}
+
+void AppNameView::mousePressEvent(QMouseEvent* event) {
+    event->setAccepted(isOnName(*event));
+}
+
+void AppNameView::mouseReleaseEvent(QMouseEvent* event) {
+    event->setAccepted(isOnName(*event));
+    if (event->isAccepted()) {
+        toggleNote();
+    }
+}
+
+bool AppNameView::isOnName(const QMouseEvent& event) const {
+    return process_ && event.button() == Qt::LeftButton &&
+           name_->geometry().contains(event.position().toPoint());
 }
 
 void AppNameView::toggleNote() {

@@ -1,4 +1,5 @@
-// An app's name, and for a part of the operating system a button that explains it. Main thread.
+// An app's name, and for a part of the operating system a button that explains it, as a click on
+// the name does. Main thread.
 #pragma once
 
 #include "app/contents/DetailsContent.h"
@@ -16,7 +17,12 @@ public:
     void present(const AppIdentity& app, const std::optional<SystemProcessContent>& process);
     bool showsNote() const;
 
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
 private:
+    bool isOnName(const QMouseEvent& event) const;
     void toggleNote();
 
     LineLabel* name_;

@@ -1,3 +1,4 @@
+#include "app/controls/ControlInput.h"
 #include "app/screens/SettingsFixture.h"
 #include "app/screens/TrustListSection.h"
 
@@ -163,6 +164,23 @@ TEST_F(TrustListSectionTest, ShowsPartsOfTheSystemAlsoWhereTheyComeLater) {
     QApplication::processEvents();
     EXPECT_TRUE(button(warning(), "Show macOS system processes (1)")->isChecked());
     EXPECT_TRUE(says(warning(), "Siri"));
+}
+
+TEST_F(TrustListSectionTest, AClickOnANameExplainsAPartOfTheSystem) {
+    model->setTrusted(true, meet, {Device::camera});
+    model->setTrusted(true, siri, {Device::microphone});
+    show();
+    button(trusted(), "Show macOS system processes (1)")->click();
+    QApplication::processEvents();
+    int explained = 0;
+    for (const auto* view : velmoran::testing::allOf<AppNameView>(trusted())) {
+        auto* name = velmoran::testing::allOf<LineLabel>(*view).at(0);
+        const bool isPart = name->text() == QStringLiteral("Siri");
+        velmoran::testing::click(*name);
+        EXPECT_EQ(view->showsNote(), isPart) << name->text().toStdString();
+        explained += isPart;
+    }
+    EXPECT_EQ(explained, 1);
 }
 
 TEST_F(TrustListSectionTest, ShowsAnyNameAsPlainText) {
