@@ -209,8 +209,9 @@ void SettingsView::addQuickStop() {
     auto* line = new QHBoxLayout(heading);
     line->setContentsMargins({});
     line->setSpacing(SettingsMeasures::betweenParts / 2);
-    line->addWidget(new LineLabel(qt(words().text("Quick stop for camera and microphone")),
-                                  TextStyle::headline, Ink::text, heading, false));
+    auto* title = new LineLabel(qt(words().text("Quick stop for camera and microphone")),
+                                TextStyle::headline, Ink::text, heading, false);
+    line->addWidget(title);
     auto* about = new SymbolButton(QStringLiteral("info.circle"), SettingsMeasures::infoPoints,
                                    SettingsMeasures::infoSide, heading);
     const auto label = qt(words().text("About quick stop"));
@@ -226,6 +227,7 @@ void SettingsView::addQuickStop() {
     column_->addLayout(group);
     group->addWidget(heading);
     auto* section = new FormSection({}, column_->parentWidget());
+    section->setAccessibleName(title->text());
     group->addWidget(section);
     FormRow* shortcut = nullptr;
     for (const auto& toggle : SettingsContent::quickStop(*model_.stopShortcutUnavailable)) {

@@ -248,6 +248,29 @@ TEST_F(SettingsViewTest, ExplainsTheQuickStopOnRequest) {
     }
 }
 
+TEST_F(SettingsViewTest, TheQuickStopHasItsNamesForAScreenReader) {
+    show();
+    const auto nameOf = [](QWidget& widget) {
+        return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Name);
+    };
+    auto* section = toggle("Floating stop button").parentWidget();
+    while (section && !dynamic_cast<FormSection*>(section)) {
+        section = section->parentWidget();
+    }
+    ASSERT_TRUE(section);
+    EXPECT_EQ(nameOf(*section), QStringLiteral("Quick stop for camera and microphone"));
+    press("About quick stop");
+    QWidget* note = nullptr;
+    for (auto* each : QApplication::allWidgets()) {
+        if (each->objectName() == QStringLiteral("quickStopNote") && each->isVisible()) {
+            note = each;
+        }
+    }
+    ASSERT_TRUE(note);
+    EXPECT_EQ(nameOf(*note), QStringLiteral("Two faster ways to stop"));
+    EXPECT_EQ(nameOf(*note->window()), QStringLiteral("Two faster ways to stop"));
+}
+
 TEST_F(SettingsViewTest, SaysThatTheShortcutIsRefused) {
     show();
     const std::string refused =
