@@ -151,9 +151,10 @@ TEST_F(UpdateCheckTest, AsksPlainlyAndOnce) {
     ASSERT_EQ(server.requests().size(), 2U) << "each time anew";
     for (const auto& request : server.requests()) {
         EXPECT_TRUE(request.startsWith("GET /velmoran/version.json HTTP/1.1\r\n"));
-        EXPECT_FALSE(request.contains("Cookie"));
-        EXPECT_FALSE(request.contains("If-"));
-        EXPECT_TRUE(request.contains("User-Agent: Velmoran\r\n"));
+        const auto fields = request.toLower(); // Qt 6.8 writes their names so
+        EXPECT_FALSE(fields.contains("\r\ncookie"));
+        EXPECT_FALSE(fields.contains("\r\nif-"));
+        EXPECT_TRUE(fields.contains("\r\nuser-agent: velmoran\r\n"));
         EXPECT_FALSE(request.contains("1.9")) << "the server needn't know";
     }
 }
