@@ -69,7 +69,7 @@ class Hand:
         history = self.show("history")
         subprocess.run(["xdotool", "windowactivate", "--sync", history], check=True)
         place = self.list_of(history)
-        subprocess.run(["xdotool", "mousemove", *place, "click", "1", "key", "Return"], check=True)
+        subprocess.run(["xdotool", "mousemove", *place, "click", "1"], check=True)
         self.close(self.mapped("details"), "details")
         self.close(history, "history")
         settings = self.show("settings")
