@@ -77,7 +77,9 @@ context.modules = [
 std::string loadModule(Scene& scene, std::vector<std::string> moduleAndArguments) {
     moduleAndArguments.insert(moduleAndArguments.begin(), {"pactl", "load-module"});
     const auto loaded = scene.session().run(moduleAndArguments, within(5s));
-    if (!scene.session().run({"pactl", "info"}, 3s).succeeded()) {
+    // With more patience one hears that the server gave up.
+    if (loaded.errors.find("Timeout") != std::string::npos ||
+        !scene.session().run({"pactl", "info"}, 3s).succeeded()) {
         throw NotTried("the sound server hangs when it is told to load " + moduleAndArguments[2]);
     }
     if (!loaded.succeeded()) {
