@@ -96,12 +96,13 @@ private:
 
 Verdict heirOfASpokenConnection(Scene& scene) {
     scene.startSound();
-    const Speaker first(::getpid(), pulseSocket(scene));
+    // Both stay to the end of the process: libpulse isn't told that one's connection is closed.
+    static const Speaker first(::getpid(), pulseSocket(scene));
     auto handed = std::make_unique<OpenConnection>(first.connection());
     const auto& heir = startHeir(scene, "heir");
     handed.reset();
     ::close(first.connection());
-    Speaker second(heir.pid(), pulseSocket(scene));
+    static Speaker second(heir.pid(), pulseSocket(scene));
     scene.startWatch();
     second.record();
     const auto isTold = [&] {
