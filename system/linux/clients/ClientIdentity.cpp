@@ -81,7 +81,7 @@ void ClientIdentity::opened(ClientKey client) {
     if (entry.isServed) {
         auto& served = servedBy(entry.connectedPid);
         served.opened(client);
-        if (served.user(client).app.unidentified && served.waitsForServer() &&
+        if (served.user(client).app.unidentified && served.waitsForServer(client) &&
             ++entry.attempts < mostAttemptsBesideServer) {
             return;
         }
@@ -149,7 +149,7 @@ bool ClientIdentity::mayBeToldLater(ClientKey client) const {
         return false;
     }
     const auto& served = served_.at(found->second.connectedPid);
-    return served.user(client).app.unidentified && served.waitsForServer();
+    return served.user(client).app.unidentified && served.waitsForServer(client);
 }
 
 bool ClientIdentity::isNative(const SocketPair& pair) const {

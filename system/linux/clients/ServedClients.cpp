@@ -48,7 +48,9 @@ void ServedClients::described(ClientKey client, pid_t claimedPid, bool saysPulse
         return;
     }
     entry.isSettled = entry.isSettled || isBorneOut(entry);
-    if (std::ranges::any_of(clients_, [](const auto& each) { return !each.second.isKnown; })) {
+    if (std::ranges::any_of(clients_, [](const auto& each) {
+            return !each.second.isKnown || (each.second.isOpened && !each.second.isNamed);
+        })) {
         resolve(connections_());
     }
 }
@@ -62,21 +64,23 @@ void ServedClients::pictureCompleted() {
 void ServedClients::opened(ClientKey client) {
     auto& entry = clients_.at(client);
     if (std::exchange(entry.isOpened, true)) {
-        if (entry.isKnown) {
+        if (entry.isNamed) {
             return;
         }
+        entry.wait.look();
         for (auto& [end, hangup] : hangups_) {
-            hangup.looks += hangup.isHeard ? 1 : 0;
+            hangup.look();
         }
     }
+    entry.wait.isHeard = entry.wait.isHeard || facts_.isAsleep(server_);
     const auto live = connections_();
     if (!entry.isSettled) {
         resolve(live);
     }
-    if (!entry.isKnown) {
+    name(entry);
+    if (!entry.isNamed) {
         return;
     }
-    entry.isNamed = true;
     entry.isSettled = entry.isSettled || isCertain(entry);
     // One that has hung up already stays whose it was.
     if (const auto its = common(entry.ends, live); !its.empty()) {
@@ -94,7 +98,7 @@ void ServedClients::left(ClientKey client) {
         departed_.push_back({.ends = its.ends, .isNew = true});
     }
     if (std::ranges::any_of(clients_, [](const auto& each) {
-            return each.second.isOpened && !each.second.isKnown;
+            return each.second.isOpened && !each.second.isNamed;
         })) {
         resolve(connections_());
     }
@@ -109,13 +113,35 @@ bool ServedClients::isCertain(const Client& client) {
     return client.isKnown && !client.isBelieved && client.ends.size() == 1;
 }
 
-/// Whether the kernel says what it says itself, so that it can't be one whose connection is closed
-/// already.
-bool ServedClients::isBorneOut(const Client& client) const {
+bool ServedClients::saysWhatTheKernelSays(const Client& client) const {
     const auto claim = client.claimedPid;
-    return isCertain(client) && client.isDescribed && claim > 0 &&
-           (claim == client.user.pid || facts_.innerPid(client.user.pid) == claim ||
+    return client.isDescribed && claim > 0 &&
+           (claim == client.holder.pid || facts_.innerPid(client.holder.pid) == claim ||
             !common(client.ends, facts_.socketsOf(claim)).empty());
+}
+
+/// So that it can't be one whose connection is closed already.
+bool ServedClients::isBorneOut(const Client& client) const {
+    return isCertain(client) && saysWhatTheKernelSays(client);
+}
+
+/// Whether there is no other reading than that the connection which is left for it is its own. Its
+/// own may be closed already, as long as the server hasn't had the time to say that it has left,
+/// and what may be the server's own may have none: the one that is left is then that of a client
+/// which is still to come.
+bool ServedClients::isVouchedFor(const Client& client) const {
+    if (client.ends.empty()) {
+        return client.isSettled;
+    }
+    return !isOfTheServer(client) &&
+           (saysWhatTheKernelSays(client) || client.wait.looks >= enoughLooks);
+}
+
+void ServedClients::name(Client& client) const {
+    if (client.isKnown && !client.isNamed && isVouchedFor(client)) {
+        client.user = client.holder;
+        client.isNamed = client.isOpened;
+    }
 }
 
 /// Who leaves hangs up, which leaves the others one candidate less. A connection that is closed
@@ -215,7 +241,7 @@ bool ServedClients::settleModules() {
         const bool hasNone = its == all.end() || (readingsOf(others) && !readingsOf(withIt));
         if (hasNone && !module.isNamed) {
             module.ends.clear();
-            module.user = {naming_.identify(server_), server_};
+            module.holder = {naming_.identify(server_), server_};
             module.isKnown = module.isSettled = true;
         }
         isAnyOpen = isAnyOpen || !module.isSettled;
@@ -230,7 +256,7 @@ void ServedClients::resolve(const Ends& live) {
         tellApart(openCandidates(true));
     }
     for (auto& [key, client] : clients_) {
-        client.isNamed = client.isNamed || (client.isKnown && client.isOpened);
+        name(client);
         client.isSettled =
             client.isSettled || (client.isNamed && isCertain(client)) || isBorneOut(client);
     }
@@ -251,7 +277,7 @@ void ServedClients::know(Client& client, const Ends& ends, const ConnectionHolde
         client.ends = ends;
         client.isKnown = true;
         if (!client.isNamed) {
-            client.user = std::move(*sole);
+            client.holder = std::move(*sole);
         }
     }
 }

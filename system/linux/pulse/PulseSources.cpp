@@ -15,6 +15,10 @@ namespace velmoran {
 
 namespace {
 
+// Between two attempts to tell who a client is, and later, while the server is too busy to say all.
+constexpr Seconds respite = 0.02;
+constexpr Seconds longRespite = 1.0;
+
 std::optional<std::uint32_t> indexFrom(std::uint32_t index) {
     return index == PA_INVALID_INDEX ? std::nullopt : std::optional(index);
 }
@@ -290,21 +294,41 @@ std::uint32_t PulseSources::deviceIDOf(bool isSource, std::uint32_t index) {
     return id->second;
 }
 
-void PulseSources::update(const PulseModel& model) {
+void PulseSources::update(PulseModel model) {
+    latest_ = std::move(model);
     std::vector<AudioProcess> processes;
     std::map<std::uint32_t, std::uint32_t> objectIDs;
-    for (const auto& [client, use] : model.uses()) {
-        const auto known = objectIDs_.find(client);
-        const auto id = known != objectIDs_.end() ? known->second : ++lastObjectID_;
-        objectIDs[client] = id;
+    const auto tell = [&](std::uint32_t client, AudioProcess process, AppRef app) {
+        objectIDs[client] = process.objectID;
+        naming_.pin(process.objectID, std::move(app));
+        processes.push_back(std::move(process));
+    };
+    auto before = std::exchange(undecided_, {});
+    bool isToldLater = false;
+    for (const auto& [client, use] : latest_.uses()) {
         identity_.opened(client);
-        const auto who = identity_.who(client);
-        naming_.pin(id, who.app);
-        processes.push_back({.objectID = id,
+        auto who = identity_.who(client);
+        const auto known = objectIDs_.find(client);
+        AudioProcess process{.objectID = known != objectIDs_.end() ? known->second : 0,
                              .pid = who.pid,
                              .bundleID = std::nullopt,
                              .isRunningInput = use.microphone,
-                             .isRunningOutput = use.speaker});
+                             .isRunningOutput = use.speaker};
+        if (const auto waited = before.extract(client)) {
+            process.objectID = waited.mapped().process.objectID;
+        } else if (process.objectID == 0) {
+            process.objectID = ++lastObjectID_;
+        }
+        isToldLater = isToldLater || identity_.mayBeToldLater(client);
+        if (identity_.isUndecided(client)) {
+            undecided_[client] = {std::move(process), std::move(who.app)};
+        } else {
+            tell(client, std::move(process), std::move(who.app));
+        }
+    }
+    // Who has gone before that was known has been there all the same.
+    for (auto& [client, gone] : before) {
+        tell(client, std::move(gone.process), std::move(gone.app));
     }
     for (const auto& [client, id] : objectIDs_) {
         if (!objectIDs.contains(client)) {
@@ -312,6 +336,10 @@ void PulseSources::update(const PulseModel& model) {
         }
     }
     objectIDs_ = std::move(objectIDs);
+    const bool isSoon = !undecided_.empty() || !before.empty();
+    nextLook_ = isSoon || isToldLater
+                    ? queue_.every(isSoon ? respite : longRespite, [this] { update(latest_); })
+                    : Subscription();
 
     std::vector<AudioDeviceInfo> devices;
     const auto add = [&](bool isSource, std::uint32_t index, const PulseModel::Device& device) {
@@ -319,12 +347,12 @@ void PulseSources::update(const PulseModel& model) {
                            device.name.empty() ? words().text("Unknown device") : device.name,
                            isSource, !isSource, device.isRunning});
     };
-    for (const auto& [index, source] : model.sources) {
+    for (const auto& [index, source] : latest_.sources) {
         if (!source.monitorOfSink) {
             add(true, index, source);
         }
     }
-    for (const auto& [index, sink] : model.sinks) {
+    for (const auto& [index, sink] : latest_.sinks) {
         add(false, index, sink);
     }
     if (processes != processes_ || devices != devices_) {

@@ -43,6 +43,10 @@ public:
     void onSightTaken(std::function<void()> callback) { onSightTaken_ = std::move(callback); }
 
 private:
+    struct Undecided {
+        AudioProcess process;
+        AppRef app; ///< an app that can't be named
+    };
     using Hop = std::function<void(PulseSources&)>;
 
     void connected() override;
@@ -66,7 +70,7 @@ private:
     template <typename Info>
     PulseModel::Stream streamFrom(const Info& info, std::uint32_t device);
 
-    void update(const PulseModel& model);
+    void update(PulseModel model);
     void forget();
     void setConnected(bool connected);
     std::optional<pid_t> findServer();
@@ -93,6 +97,10 @@ private:
     std::string socket_;
     std::function<void()> onChange_;
     std::function<void()> onSightTaken_;
+    PulseModel latest_;
+    /// Clients that can't be told apart yet, by the server's index.
+    std::map<std::uint32_t, Undecided> undecided_;
+    Subscription nextLook_;                            ///< at those, and at who may be told later
     std::map<std::uint32_t, std::uint32_t> objectIDs_; ///< of clients, by the server's index
     std::uint32_t lastObjectID_ = firstObjectID;
     std::map<std::pair<bool, std::uint32_t>, std::uint32_t> deviceIDs_; ///< by "is a source", index

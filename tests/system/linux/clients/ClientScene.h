@@ -132,6 +132,14 @@ struct ClientWorld {
         identity.opened(client);
         return identity.who(client).app.id();
     }
+    /// As the reader looks again while the server has nothing more to say.
+    std::string laterName(ClientKey client) {
+        table.isServerAsleep = true;
+        for (int look = 0; look < 3; ++look) {
+            identity.opened(client);
+        }
+        return identity.who(client).app.id();
+    }
     static bool isUnknown(const std::string& id) { return id.starts_with("unidentified:"); }
 
     ScriptedSockets table;
