@@ -10,6 +10,7 @@
 #include "core/records/SystemSnapshot.h"
 #include "core/sessions/SystemProcess.h"
 #include "core/stopping/PanicController.h"
+#include "system/AwayReadings.h"
 
 #include <cstdint>
 #include <functional>
@@ -283,6 +284,8 @@ public:
     virtual Microphones& microphones() = 0;
     virtual Connections& connections() = 0;
     virtual Sight& sight() = 0;
+    virtual AwayReadings& away() = 0;
+    virtual ScreenLock& screenLock() = 0;
     /// Ends apps, politely and then by force. The scheduler is the main thread's and outlives it.
     virtual std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) = 0;
     /// Whether the session or the system stands on that app, so that it is never closed. Main

@@ -42,6 +42,8 @@ public:
     Microphones& microphones() override { return microphones_; }
     Connections& connections() override { return connections_; }
     Sight& sight() override { return sight_; }
+    AwayReadings& away() override { return away_; }
+    ScreenLock& screenLock() override { return screenLock_; }
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
     std::optional<SystemProcess> systemProcess(const AppIdentity& app) override;
@@ -70,6 +72,8 @@ private:
     PulseMicrophones microphones_;
     LinuxConnections connections_;
     SoundSight sight_;
+    AwayReadings away_;
+    ScreenLock screenLock_;
     Subscription pulseSight_;
     std::unique_ptr<LinuxReadings> readings_; ///< its cameras and cards live on the loop's thread
     std::unique_ptr<SystemMonitor> monitor_;

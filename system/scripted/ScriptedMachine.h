@@ -6,6 +6,7 @@
 #include "system/Machine.h"
 #include "system/MicrophoneMute.h"
 #include "system/scripted/MachineScript.h"
+#include "system/scripted/ScriptedAway.h"
 
 #include <functional>
 #include <utility>
@@ -52,6 +53,8 @@ public:
     Microphones& microphones() override { return *this; }
     Connections& connections() override { return *this; }
     Sight& sight() override { return *this; }
+    ScriptedAwayReadings& away() override { return away_; }
+    ScriptedScreenLock& screenLock() override { return screenLock_; }
     std::unique_ptr<AppClosing> makeCloser(Scheduler& scheduler) override;
     bool isProtected(const AppIdentity& app) override;
     std::optional<SystemProcess> systemProcess(const AppIdentity& app) override;
@@ -112,6 +115,8 @@ private:
     std::shared_ptr<std::function<void()>> arrived_; ///< while somebody wants to hear of it
     Event<> unmuted_;
     Event<> sightTaken_;
+    ScriptedAwayReadings away_;
+    ScriptedScreenLock screenLock_;
     bool soundServerHangs_ = false;
     std::vector<std::pair<bool, Answer>> waiting_; ///< wishes that the server hasn't taken yet
 };

@@ -74,6 +74,8 @@ public:
     Microphones& microphones() override { return paper_.microphones(); }
     Connections& connections() override { return paper_.connections(); }
     Sight& sight() override { return paper_.sight(); }
+    AwayReadings& away() override { return paper_.away(); }
+    ScreenLock& screenLock() override { return paper_.screenLock(); }
     std::unique_ptr<AppClosing> makeCloser(Scheduler&) override {
         return std::make_unique<RealClosing>(display_, patience_);
     }
