@@ -39,19 +39,55 @@ void HistoryKeeper::save(const UsageSession& session) {
 
 void HistoryKeeper::prune() {
     if (store_) {
-        store_->prune(words().daysBefore(seams_.clock.now(), *seams_.settings.retentionDays));
+        const auto before = words().daysBefore(seams_.clock.now(), *seams_.settings.retentionDays);
+        std::erase_if(waitingReports_, [&](const WaitingReport& each) {
+            return each.second && each.second->start < before;
+        });
+        store_->prune(before);
         heedStore();
     }
 }
 
 void HistoryKeeper::deleteAllBut(const std::vector<UsageSession>& kept) {
     if (store_) {
+        waitingReports_.clear();
         store_->deleteAll();
         for (const auto& session : kept) {
             store_->saveSession(session);
         }
         heedStore();
     }
+}
+
+ListedReports::List HistoryKeeper::reports(const std::optional<Uuid>& current) {
+    static const auto none = std::make_shared<const std::vector<std::string>>();
+    return listed_.update(store_ ? store_->awayPayloads() : none, current);
+}
+
+void HistoryKeeper::write(const Uuid& id, const AwayReport* report) {
+    if (!store_) {
+        return;
+    }
+    std::erase_if(waitingReports_, [&](const WaitingReport& each) { return each.first == id; });
+    if (!tryWrite(id, report)) {
+        if (waitingReports_.size() == mostWaitingReports) {
+            waitingReports_.erase(waitingReports_.begin());
+        }
+        waitingReports_.emplace_back(id, report ? std::optional(*report) : std::nullopt);
+    }
+    heedStore();
+}
+
+bool HistoryKeeper::tryWrite(const Uuid& id, const AwayReport* report) {
+    return report ? store_->saveAwayReport(id, report->start, report->end, *report)
+                  : store_->deleteAwayReport(id);
+}
+
+/// True if one less waits now.
+bool HistoryKeeper::writeWaitingReports() {
+    return std::erase_if(waitingReports_, [this](const WaitingReport& each) {
+               return tryWrite(each.first, each.second ? &*each.second : nullptr);
+           }) > 0;
 }
 
 void HistoryKeeper::heedStore() {
@@ -61,7 +97,7 @@ void HistoryKeeper::heedStore() {
     } else if (!failure->isLock || waited_ >= lockGrace) {
         seams_.problem.set(failure->problem);
     }
-    if (!store_->isBehind()) {
+    if (!isBehind()) {
         retry_.reset();
         delay_ = shortestDelay;
         waited_ = 0;
@@ -73,7 +109,8 @@ void HistoryKeeper::heedStore() {
 void HistoryKeeper::catchUp() {
     retry_.reset();
     waited_ += delay_;
-    if (store_->catchUp()) {
+    const bool caughtUp = store_->catchUp();
+    if (writeWaitingReports() || caughtUp) {
         delay_ = shortestDelay;
         waited_ = 0;
     } else {

@@ -3,14 +3,18 @@
 // thread.
 #pragma once
 
+#include "app/model/ListedReports.h"
 #include "app/model/SettingsStore.h"
+#include "core/away/AwayReport.h"
 #include "core/base/MainThread.h"
 #include "core/base/Observable.h"
 #include "core/history/HistoryStore.h"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace velmoran {
@@ -38,15 +42,19 @@ public:
     /// There is a history, though its file may be locked still.
     bool isOpen() const { return store_ != nullptr; }
     /// Something waits to be written, and would be lost with the process.
-    bool isBehind() const { return store_ && store_->isBehind(); }
+    bool isBehind() const { return store_ && (store_->isBehind() || !waitingReports_.empty()); }
 
-    // Without a history these do nothing, and the list is empty.
+    // Without a history these do nothing, and the lists are empty.
     void save(const UsageSession& session);
+    void save(const AwayReport& report) { write(report.id, &report); }
+    void removeReport(const Uuid& id) { write(id, nullptr); }
     /// Deletes what is older than the setting allows.
     void prune();
     /// Deletes everything but these, as soon as it can be.
     void deleteAllBut(const std::vector<UsageSession>& kept);
     HistoryView list() const { return store_ ? store_->history() : HistoryView(); }
+    /// Those that are listed while that one is being written, newest start first; never null.
+    ListedReports::List reports(const std::optional<Uuid>& current);
 
     static constexpr Seconds pruneInterval = 21600.0;
     /// What waits is tried again after the first of these, then after twice as long each time, up
@@ -55,14 +63,23 @@ public:
     static constexpr Seconds longestDelay = 1.0;
     /// How long another program may lock the file before that counts as a failure.
     static constexpr Seconds lockGrace = 0.25;
+    /// So many reports wait at most; the oldest goes first.
+    static constexpr std::size_t mostWaitingReports = 20;
 
 private:
+    using WaitingReport = std::pair<Uuid, std::optional<AwayReport>>; ///< nothing: to be deleted
+
+    void write(const Uuid& id, const AwayReport* report);
+    bool tryWrite(const Uuid& id, const AwayReport* report);
+    bool writeWaitingReports();
     void heedStore();
     void catchUp();
 
     Seams seams_;
     Reports reports_;
     std::shared_ptr<HistoryStore> store_;
+    ListedReports listed_;
+    std::vector<WaitingReport> waitingReports_;
     Seconds delay_ = shortestDelay;
     Seconds waited_ = 0; ///< for what waits, since something was written
     Subscription pruneTimer_;

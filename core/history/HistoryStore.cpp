@@ -94,20 +94,23 @@ std::size_t HistoryStore::sessionCount() {
 
 // MARK: - Away reports
 
-void HistoryStore::saveAwayPayload(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
+bool HistoryStore::saveAwayPayload(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
                                    const std::string& payload) {
     const auto key = id.text();
-    inTransaction([&] {
+    const bool saved = inTransaction([&] {
         StatementRun put(open_->putReport);
         put.bind(1, key).bind(2, start).bind(3, end).bindBlob(4, payload).step();
     });
     payloads_ = nullptr;
+    return saved;
 }
 
-void HistoryStore::deleteAwayReport(const Uuid& id) {
+bool HistoryStore::deleteAwayReport(const Uuid& id) {
     const auto key = id.text();
-    inTransaction([&] { StatementRun(open_->deleteReport).bind(1, key).step(); });
+    const bool deleted =
+        inTransaction([&] { StatementRun(open_->deleteReport).bind(1, key).step(); });
     payloads_ = nullptr;
+    return deleted;
 }
 
 std::shared_ptr<const std::vector<std::string>> HistoryStore::awayPayloads() {

@@ -37,8 +37,8 @@ struct OpenHistory;
 /// deletion survives it, whenever that is done. Many sessions that wait go out in several writes. A
 /// save that has returned, with `isBehind` false, outlives a kill of the process. (A session whose
 /// start is no number isn't kept. A deletion that a statement of its own keeps from happening, as
-/// by a trigger in the file, is dropped, and so is a single away report that couldn't be saved or
-/// deleted at once.)
+/// by a trigger in the file, is dropped. A single away report that couldn't be saved or deleted at
+/// once is the caller's to bring again.)
 ///
 /// The file may be written by another process meanwhile; what it wrote shows at the next read. If
 /// the file is deleted, moved away or replaced, the next write finds that out and goes to the file
@@ -102,16 +102,17 @@ public:
 
     /// Inserts the report, or overwrites the end and the payload of the one with this id; the
     /// stored start stays. `Report` is anything with to_json. Nothing is stored if that throws.
+    /// False if it couldn't be written now, and may be later.
     template <class Report>
-    void saveAwayReport(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
+    bool saveAwayReport(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
                         const Report& report) {
         std::string payload;
         try {
             payload = encode(report);
         } catch (const std::exception&) {
-            return;
+            return true;
         }
-        saveAwayPayload(id, start, end, payload);
+        return saveAwayPayload(id, start, end, payload);
     }
 
     /// All reports that can be read as a `Report` (anything with from_json), newest stored start
@@ -129,10 +130,11 @@ public:
         return reports;
     }
 
-    void deleteAwayReport(const Uuid& id);
+    /// False if it couldn't be done now, and may be later.
+    bool deleteAwayReport(const Uuid& id);
 
     /// `saveAwayReport` with the report as JSON text already.
-    void saveAwayPayload(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
+    bool saveAwayPayload(const Uuid& id, Timestamp start, std::optional<Timestamp> end,
                          const std::string& payload);
 
     /// The texts behind `awayReports`, never null. The same pointer as last time means that nothing
