@@ -86,6 +86,18 @@ AppModel::AppModel(ModelSurroundings surroundings)
                         openSessions.set(engine_.open());
                         refreshHistory();
                     }}),
+      away_({.machine = around_.machine,
+             .clock = clock_,
+             .scheduler = around_.scheduler,
+             .settings = settings,
+             .history = history_,
+             .windows = around_.windows ? *around_.windows : noWindows_,
+             .isOn = awayWatchOn},
+            {.changed = [this] { onChange(); },
+             .ended =
+                 [this] {
+                     refreshHistory();
+                 }}),
       mainThread_(around_.scheduler) {}
 
 void AppModel::start() {
@@ -93,7 +105,7 @@ void AppModel::start() {
     noticeChanges_ = notices.onChange.subscribe([this] { onChange(); });
     history_.open();
     refreshHistory();
-    // To come, in this place: looking whether the screen is locked.
+    away_.start();
     mute_.start();
     sightGuard_.start();
     connectionTimer_ = around_.scheduler.every(connectionInterval, [this] { sampleConnections(); });
@@ -211,9 +223,7 @@ UsageSession AppModel::warned(const UsageSession& session) {
     const auto updated =
         engine_.update(session.id, [&](UsageSession& open) { open.warningLevel = level; });
     UsageSession result = updated.value_or(session);
-
-    // To come, in this place: the note of a running away watch.
-
+    away_.noteUse(result.device, result.app);
     // A card that has gone no longer collects sessions.
     std::set<Uuid> shown;
     for (const auto& item : notices.items()) {
@@ -300,7 +310,7 @@ void AppModel::deleteHistory() {
 
 void AppModel::refreshHistory() {
     historySessions.set(history_.list());
-    // To come, in this place: which reports of the away watch are listed.
+    awayReports.set(history_.reports(away_.currentReport()));
 }
 
 } // namespace velmoran

@@ -3,6 +3,7 @@
 // goes through it. One per program, made by whoever is the program's shell; main thread only.
 #pragma once
 
+#include "app/model/AwayDriving.h"
 #include "app/model/ConnectionSampler.h"
 #include "app/model/HistoryKeeper.h"
 #include "app/model/MuteKeeper.h"
@@ -14,6 +15,7 @@
 #include "app/model/UseReading.h"
 #include "app/model/Windows.h"
 #include "app/notices/NoticeCenter.h"
+#include "core/away/AwayReport.h"
 #include "core/base/ForwardClock.h"
 #include "core/base/MainThread.h"
 #include "core/base/Observable.h"
@@ -71,7 +73,10 @@ public:
     /// Why the history isn't being saved; nothing while it is.
     Observable<std::optional<HistoryProblem>> historyProblem;
     Observable<TrustList> trust;
-    Observable<bool> awayWatchOn;             ///< an away watch is running
+    Observable<bool> awayWatchOn; ///< an away watch is running
+    /// Reports to list, newest start first; never null.
+    Observable<std::shared_ptr<const std::vector<AwayReport>>> awayReports{
+        std::make_shared<const std::vector<AwayReport>>()};
     Observable<bool> isStopping;              ///< a stop is under way
     Observable<bool> stopShortcutUnavailable; ///< the system refused the stop shortcut
     /// When something last took the view of the sound system away, in this run.
@@ -186,6 +191,7 @@ private:
     MuteKeeper mute_;
     StopFlow stopFlow_;
     ConnectionSampler sampler_;
+    AwayDriving away_;
     Subscription noticeChanges_;
     Subscription connectionTimer_;
     Subscription followUp_;

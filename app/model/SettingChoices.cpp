@@ -35,6 +35,8 @@ const std::vector<Choice>& choices() {
         {"floatingStopButton", &SettingsStore::floatingStopButton, either},
         {"stopShortcutOn", &SettingsStore::stopShortcutOn, either},
         {"confirmClosingBrowser", &SettingsStore::confirmClosingBrowser, either},
+        {"ignoreOwnReturn", &SettingsStore::ignoreOwnReturn, either},
+        {"awayWatchOnLock", &SettingsStore::awayWatchOnLock, either},
         {"language", &SettingsStore::language, {"en", "de", ofSystem}},
     };
     return all;

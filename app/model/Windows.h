@@ -6,6 +6,8 @@
 
 namespace velmoran {
 
+struct AwayReport;
+
 namespace WindowID {
 
 inline constexpr std::string_view main = "main";
@@ -24,6 +26,8 @@ public:
     /// Brings the window to the front, made or not; without one of that id nothing happens. What
     /// shows one thing of many, as the details do, is brought to the front only if it is open.
     virtual void show(std::string_view) {}
+    /// The window "away-report" with that report, in place of an earlier one if it is open.
+    virtual void showAwayReport(const AwayReport&) {}
     /// Nothing if it isn't open.
     virtual void close(std::string_view) {}
 };

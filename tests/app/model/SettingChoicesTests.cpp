@@ -23,9 +23,8 @@ TEST(SettingChoices, AreWhatAPersonMayChoose) {
         }
         EXPECT_FALSE(SettingChoices::refusal(name));
     }
-    for (const auto* name :
-         {"microphoneMuted", "onboardingDone", "trustRulesData", "trustRules", "floatingStopPlace",
-          "ignoreOwnReturn", "awayWatchOnLock", "AppleLanguages", "", "nothing"}) {
+    for (const auto* name : {"microphoneMuted", "onboardingDone", "trustRulesData", "trustRules",
+                             "floatingStopPlace", "AppleLanguages", "", "nothing"}) {
         EXPECT_TRUE(SettingChoices::refusal(name)) << name;
         EXPECT_TRUE(SettingChoices::refusal(name, "true")) << name;
         SettingChoices::set(settings, name, "true");
@@ -43,7 +42,8 @@ TEST(SettingChoices, AreAllThereWithTheirTypes) {
               R"({"retentionDays":90,"warningSoundOn":true,"standardNoticesStay":false,)"
               R"("speakerAutoMute":true,"monitorSpeakerUse":false,"hideSystemSounds":true,)"
               R"("ignoreSystemListening":true,"floatingStopButton":false,"stopShortcutOn":false,)"
-              R"("confirmClosingBrowser":true,"language":"system"})");
+              R"("confirmClosingBrowser":true,"ignoreOwnReturn":true,"awayWatchOnLock":false,)"
+              R"("language":"system"})");
 }
 
 TEST(SettingChoices, ShowANumberThatAFileHolds) {
