@@ -91,8 +91,7 @@ int main(int argc, char** argv) {
     replay->footer("Time in a recording is virtual: hours take milliseconds, and every run gives\n"
                    "the same lines.\n\n"
                    "Exit status: 0 at the end of the recording, 1 if the output can't be written,\n"
-                   "2 for a line that can't be read, 3 for a card or button that isn't on screen,\n"
-                   "4 for what this version can't do yet.");
+                   "2 for a line that can't be read, 3 for a card or button that isn't on screen.");
     std::string file;
     replay->add_option("FILE", file, "The recording; - is standard input")
         ->required()

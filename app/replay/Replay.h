@@ -48,7 +48,7 @@ private:
 
 /// Plays a whole recording. What is wrong goes to `errors` as "NAME:LINE: what is wrong". Gives the
 /// exit status: 0 at the end, 2 for a line that can't be read, 3 for a card or button that isn't
-/// there, 4 for what isn't built.
+/// there.
 int runReplay(std::istream& input, const std::string& name, const Replay::Sink& sink,
               std::ostream& errors, const Translations& translations = {});
 

@@ -1,6 +1,7 @@
 // What a line of a recording says. Plain values, made by the reader; any thread.
 #pragma once
 
+#include "core/away/AwaySignal.h"
 #include "core/base/Json.h"
 #include "core/base/Timestamp.h"
 #include "core/records/Device.h"
@@ -24,7 +25,7 @@ struct ReplayBeginning {
     Json settings = Json::object();    ///< checked values by the names of the settings' fields
     std::optional<TrustList> trust;    ///< stored before the start
     std::vector<UsageSession> history; ///< in the store before the start
-    std::vector<Json> reports;         ///< of away watches, checked for their form only
+    std::vector<Json> reports;         ///< checked; in the store before the start, as they are
     bool historyFails = false;         ///< the history file can't be opened
     MachineScript machine;
 };
@@ -69,14 +70,18 @@ struct Show {
     Json argument; ///< checked; null for a word that has none
 };
 struct Wait {};
-/// An action of the format that needs a part of the program which doesn't exist yet.
-struct NotBuilt {
-    std::string action;
+/// As the screen's lock tells it.
+struct Lock {
+    bool locked = true; ///< else unlocked
+};
+/// As the sensors of an away watch tell it.
+struct Signal {
+    AwaySignal signal;
 };
 
 using Doing =
     std::variant<Launch, Leave, Snapshot, Setting, ChangeMachine, Press, Decide, StopEverything,
-                 Stop, UnmuteMicrophone, DeleteHistory, Show, Wait, NotBuilt>;
+                 Stop, UnmuteMicrophone, DeleteHistory, Show, Wait, Lock, Signal>;
 
 } // namespace replay
 

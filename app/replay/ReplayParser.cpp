@@ -2,6 +2,7 @@
 
 #include "app/replay/RecordKeys.h"
 #include "app/telling/SettingFields.h"
+#include "core/away/AwayReport.h"
 #include "core/text/Localizer.h"
 #include "system/scripted/StrictJson.h"
 
@@ -80,11 +81,7 @@ Record record(const Json& json, const std::string& what) {
     }
 }
 
-const std::set<std::string_view> awayKinds = {
-    "keyboardUsed",   "mouseUsed",    "lidOpened",       "lidClosed",   "lidMoved",
-    "powerConnected", "powerRemoved", "devicePluggedIn", "wentToSleep", "wokeUp"};
-
-/// A report of an away watch. Nothing reads it yet, so only its form is checked.
+/// A report of an away watch, which the program reads less strictly.
 void checkReport(const Json& json) {
     const std::string what = "begin.reports";
     strict::onlyKeys(json, what, {"id", "start", "end", "events", "slept", "ownReturn"});
@@ -110,7 +107,7 @@ void checkReport(const Json& json) {
             strict::onlyKeys(event, what + "." + list, {"id", "kind", "time", "detail"});
             id(event);
             const auto kind = strict::text(strict::member(event, what, "kind"), what + ".kind");
-            if (!awayKinds.contains(kind) && kind != "cameraUsed" && kind != "microphoneUsed") {
+            if (!caseNamed<AwayEventKind>(kind)) {
                 throw DecodingError("unknown name \"" + kind + "\" in \"" + what + "\"");
             }
             strict::number(strict::member(event, what, "time"), what + ".time");
@@ -170,6 +167,7 @@ ReplayBeginning beginning(const Json& json) {
     with("reports", [&](const Json& value, Text what) {
         for (const auto& each : strict::array(value, what)) {
             checkReport(each);
+            record<AwayReport>(each, what);
             result.reports.push_back(each);
         }
     });
@@ -237,24 +235,29 @@ Doing stop(const Json& value, const std::string& name) {
 
 Doing signal(const Json& value, const std::string& name) {
     const auto kind = strict::text(strict::member(value, name, "kind"), name + ".kind");
-    if (!awayKinds.contains(kind)) {
+    const auto known = caseNamed<AwaySignal::Kind>(kind);
+    if (!known) {
         throw DecodingError("unknown signal \"" + kind + "\"");
     }
-    if (kind == "lidMoved") {
+    replay::Signal result;
+    result.signal.kind = *known;
+    if (known == AwaySignal::Kind::lidMoved) {
         strict::onlyKeys(value, name, {"kind", "from", "to"});
-        for (const auto* key : {"from", "to"}) {
-            strict::integer(strict::member(value, name, key), name + "." + key, INT32_MIN,
-                            INT32_MAX);
-        }
-    } else if (kind == "devicePluggedIn") {
+        const auto angle = [&](const char* key) {
+            return static_cast<int>(strict::integer(strict::member(value, name, key),
+                                                    name + "." + key, INT32_MIN, INT32_MAX));
+        };
+        result.signal.from = angle("from");
+        result.signal.to = angle("to");
+    } else if (known == AwaySignal::Kind::devicePluggedIn) {
         strict::onlyKeys(value, name, {"kind", "name"});
         if (value.contains("name") && !value["name"].is_null()) {
-            strict::text(value["name"], name + ".name");
+            result.signal.name = strict::text(value["name"], name + ".name");
         }
     } else {
         strict::onlyKeys(value, name, {"kind"});
     }
-    return replay::NotBuilt{name};
+    return result;
 }
 
 Doing show(const Json& value, const std::string& name) {
@@ -310,8 +313,8 @@ const std::map<std::string, Reader, std::less<>>& readers() {
         {"setTrusted", decide},
         {"setAlwaysWarn", decide},
         {"unmuteMicrophone", plain(replay::UnmuteMicrophone{})},
-        {"lock", plain(replay::NotBuilt{"lock"})},
-        {"unlock", plain(replay::NotBuilt{"unlock"})},
+        {"lock", plain(replay::Lock{.locked = true})},
+        {"unlock", plain(replay::Lock{.locked = false})},
         {"signal", signal},
         {"deleteHistory", plain(replay::DeleteHistory{})},
         {"show", show},

@@ -2,6 +2,7 @@
 
 #include "app/model/SettingChoices.h"
 #include "app/telling/SettingFields.h"
+#include "core/away/AwayReport.h"
 #include "core/text/Localizer.h"
 
 #include <algorithm>
@@ -36,7 +37,10 @@ std::optional<AppIdentity> appThatWasSeen(const AppModel& model, const std::stri
 
 /// Of the windows that a model opens.
 std::string titleOf(std::string_view window) {
-    return window == WindowID::history ? words().text("History") : std::string(window);
+    if (window == WindowID::history) {
+        return words().text("History");
+    }
+    return window == WindowID::awayReport ? words().text("Away watch") : std::string(window);
 }
 
 struct Performer {
@@ -104,9 +108,16 @@ struct Performer {
 
     void operator()(const replay::DeleteHistory&) const { model.deleteHistory(); }
 
-    void operator()(const replay::NotBuilt& action) const {
-        throw ReplayStop(ReplayStop::notBuilt,
-                         "\"" + action.action + "\" isn't available in this version");
+    void operator()(const replay::Lock& action) const {
+        if (action.locked) {
+            stage.machine.screenLock().lock();
+        } else {
+            stage.machine.screenLock().unlock();
+        }
+    }
+
+    void operator()(const replay::Signal& action) const {
+        stage.machine.away().announce(action.signal);
     }
 
     void operator()(const replay::Wait&) const {}
@@ -134,6 +145,10 @@ ReplayStage::ReplayStage(const ReplayBeginning& beginning, Wording wording)
         history_ = std::make_shared<HistoryStore>(std::nullopt);
         for (const auto& session : beginning.history) {
             history_->saveSession(session);
+        }
+        for (const auto& payload : beginning.reports) {
+            const auto report = payload.get<AwayReport>();
+            history_->saveAwayPayload(report.id, report.start, report.end, payload.dump());
         }
     }
 }
@@ -177,6 +192,14 @@ ModelSurroundings ReplayStage::surroundings(const Clock& clock, Scheduler& sched
 void ReplayStage::PaperWindows::show(std::string_view id) {
     if (open.emplace(id).second && recorder) {
         recorder->windowOpened(id, titleOf(id));
+    }
+}
+
+// Another report each time, so that each is told of.
+void ReplayStage::PaperWindows::showAwayReport(const AwayReport&) {
+    open.emplace(WindowID::awayReport);
+    if (recorder) {
+        recorder->windowOpened(WindowID::awayReport, titleOf(WindowID::awayReport));
     }
 }
 

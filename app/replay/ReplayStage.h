@@ -25,9 +25,8 @@ public:
     ReplayStop(int status, const std::string& what) : std::runtime_error(what), status_(status) {}
     int status() const { return status_; } ///< the exit status that the format gives it
 
-    static constexpr int wrong = 2;    ///< the line asks for what can't be
-    static constexpr int absent = 3;   ///< no such card or button
-    static constexpr int notBuilt = 4; ///< needs a part of the program that doesn't exist yet
+    static constexpr int wrong = 2;  ///< the line asks for what can't be
+    static constexpr int absent = 3; ///< no such card or button
 
 private:
     int status_;
@@ -69,6 +68,7 @@ private:
     class PaperWindows final : public Windows {
     public:
         void show(std::string_view id) override;
+        void showAwayReport(const AwayReport& report) override;
         void close(std::string_view id) override;
 
         ModelRecorder* recorder = nullptr;

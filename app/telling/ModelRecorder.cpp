@@ -28,6 +28,9 @@ ModelRecorder::ModelRecorder(AppModel& model, std::function<Seconds()> at, Repla
             writer_.write(at_(), "sightTaken");
         }
     }));
+    subscriptions_.push_back(model_.awayWatchOn.subscribe([this](bool on) {
+        writer_.write(at_(), "watch", {{"on", on}});
+    }));
     subscriptions_.push_back(model_.isStopping.subscribe([this](bool stopping) {
         writer_.write(at_(), "stopping", {{"value", stopping}});
     }));

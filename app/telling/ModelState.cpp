@@ -69,7 +69,8 @@ std::optional<Json> stateOf(const AppModel& model, const std::string& word, cons
         return arrayOf(Activity::rows(model.visibleSessions()), row);
     }
     if (word == "reports") {
-        return Json::array(); // to come with the away watch
+        return arrayOf(**model.awayReports,
+                       [&](const AwayReport& each) { return writer.report(each); });
     }
     if (word == "days") {
         return days(model, argument.get<int>());

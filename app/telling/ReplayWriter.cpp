@@ -30,6 +30,19 @@ Json ReplayWriter::session(const UsageSession& session) {
     return json;
 }
 
+Json ReplayWriter::report(const AwayReport& report) {
+    Json json = report;
+    json["id"] = reports_.name(report.id);
+    const auto rename = [&](const char* key, const std::vector<AwayEvent>& events) {
+        for (std::size_t i = 0; i < events.size(); ++i) {
+            json[key][i]["id"] = happenings_.name(events[i].id);
+        }
+    };
+    rename("events", report.events);
+    rename("ownReturn", report.ownReturn);
+    return json;
+}
+
 Json ReplayWriter::row(const ActivityRow& row) {
     Json json = Json::object();
     json["id"] = sessions_.name(row.id());

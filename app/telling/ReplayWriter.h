@@ -1,8 +1,9 @@
 // Writes what a model tells as JSON Lines, one object a line, with the random identifiers replaced
-// by "s1", "r1", "n1" and so on in the order in which each first appears. One thread.
+// by "s1", "r1", "e1", "n1" and so on in the order in which each first appears. One thread.
 #pragma once
 
 #include "app/notices/NoticeItem.h"
+#include "core/away/AwayReport.h"
 #include "core/base/Json.h"
 #include "core/base/Timestamp.h"
 #include "core/base/Uuid.h"
@@ -30,6 +31,7 @@ public:
     /// The records in the form in which they stand in the output.
     Json session(const UsageSession& session);
     Json notice(const NoticeItem& item);
+    Json report(const AwayReport& report);
     /// With its sessions by their short names.
     Json row(const ActivityRow& row);
     std::string sessionID(const Uuid& id) { return sessions_.name(id); }
@@ -56,6 +58,8 @@ private:
     std::function<void(const std::string&)> sink_;
     Names sessions_{'s'};
     Names notices_{'n'};
+    Names reports_{'r'};
+    Names happenings_{'e'}; ///< in reports
 };
 
 } // namespace velmoran

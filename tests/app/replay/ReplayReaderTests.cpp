@@ -96,14 +96,67 @@ TEST(ReplayParser, ReadsStopsAndTheEndOfTheMute) {
     EXPECT_NO_THROW(actionOf<replay::UnmuteMicrophone>(R"({"at": 0, "unmuteMicrophone": true})"));
 }
 
-TEST(ReplayParser, ReadsWhatIsPlannedAndSaysSo) {
-    for (const auto* line : {R"({"at": 0, "lock": true})", R"({"at": 0, "unlock": true})",
-                             R"({"at": 0, "signal": {"kind": "keyboardUsed"}})",
-                             R"({"at": 0, "signal": {"kind": "lidMoved", "from": 12, "to": 47}})",
-                             R"({"at": 0, "signal": {"kind": "devicePluggedIn", "name": "Stick"}})",
-                             R"({"at": 0, "signal": {"kind": "devicePluggedIn"}})"}) {
-        EXPECT_NO_THROW(actionOf<replay::NotBuilt>(line)) << line;
+TEST(ReplayParser, ReadsTheScreensLock) {
+    EXPECT_TRUE(actionOf<replay::Lock>(R"({"at": 0, "lock": true})").locked);
+    EXPECT_FALSE(actionOf<replay::Lock>(R"({"at": 0, "unlock": true})").locked);
+}
+
+TEST(ReplayParser, ReadsSignals) {
+    const auto read = [](const std::string& signal) {
+        return actionOf<replay::Signal>(R"({"at": 0, "signal": )" + signal + "}").signal;
+    };
+    using Kind = AwaySignal::Kind;
+    for (const auto name : caseNames(Kind())) {
+        if (name != "lidMoved") {
+            AwaySignal expected;
+            expected.kind = *caseNamed<Kind>(name);
+            EXPECT_EQ(read(R"({"kind": ")" + std::string(name) + "\"}"), expected) << name;
+        }
     }
+    EXPECT_EQ(read(R"({"kind": "lidMoved", "from": 12, "to": 47})"),
+              (AwaySignal{.kind = Kind::lidMoved, .from = 12, .to = 47, .name = {}}));
+    EXPECT_EQ(read(R"({"kind": "devicePluggedIn", "name": "Stick"})"),
+              (AwaySignal{.kind = Kind::devicePluggedIn, .from = 0, .to = 0, .name = "Stick"}));
+    EXPECT_EQ(read(R"({"kind": "devicePluggedIn", "name": null})").name, std::nullopt);
+}
+
+TEST(ReplayParser, RefusesSignalsThatMeanNothing) {
+    for (const auto* signal :
+         {R"("lidOpened")", R"({})", R"({"kind": 5})", R"({"kind": "cameraUsed"})",
+          R"({"kind": "lidMoved"})", R"({"kind": "lidMoved", "from": 12})",
+          R"({"kind": "lidMoved", "from": 12.5, "to": 47})",
+          R"({"kind": "lidMoved", "from": 12, "to": 4294967296})",
+          R"({"kind": "lidMoved", "from": 12, "to": 47, "name": "x"})",
+          R"({"kind": "devicePluggedIn", "name": 5})",
+          R"({"kind": "keyboardUsed", "name": "x"})"}) {
+        EXPECT_THROW(parseReplayLine(R"({"at": 0, "signal": )" + std::string(signal) + "}"),
+                     DecodingError)
+            << signal;
+    }
+}
+
+TEST(ReplayParser, RefusesReportsThatCannotBeOne) {
+    const std::string id = R"("id": "0F8FAD5B-D9CB-469F-A165-70867728950E")";
+    const auto read = [](const std::string& report) {
+        return parseReplayLine(R"({"begin": {"reports": [{)" + report + "}]}}");
+    };
+    EXPECT_NO_THROW(read(id + R"(, "start": 1, "events": [])"));
+    EXPECT_NO_THROW(read(id + R"(, "start": 1, "end": null, "events": [{)" + id +
+                         R"(, "kind": "wentToSleep", "time": 2}])"));
+    for (const auto* rest :
+         {R"(, "start": 1)", R"(, "events": [])", R"(, "start": "now", "events": [])",
+          R"(, "start": 1, "events": [{"id": "x", "kind": "lidOpened", "time": 1}])",
+          R"(, "start": 1, "events": [], "slept": null)",
+          R"(, "start": 1, "events": [], "awake": true)",
+          R"(, "start": 1, "events": [], "ownReturn": null)"}) {
+        EXPECT_THROW(read(id + rest), DecodingError) << rest;
+    }
+    EXPECT_THROW(read(id + R"(, "start": 1, "events": [{)" + id +
+                      R"(, "kind": "windowOpened", "time": 2}])"),
+                 DecodingError);
+    EXPECT_THROW(read(id + R"(, "start": 1, "events": [{)" + id +
+                      R"(, "kind": "lidOpened", "time": 2, "detail": 5}])"),
+                 DecodingError);
 }
 
 TEST(ReplayParser, RefusesWhatItCannotRead) {
