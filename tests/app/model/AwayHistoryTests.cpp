@@ -21,10 +21,7 @@ struct AwayHistoryTest : AwayFixture {};
 TEST_F(AwayHistoryTest, ListsTheRunningReportThoughNothingHasHappened) {
     launchWatching();
     lock();
-    receive(camera({}));
-    receive({}); // brings the lists up to date
-    time.advanceBy(3);
-    receive(microphone({appRef("Zoom")}));
+    receive(microphone({appRef("Zoom")})); // brings the lists up to date
     ASSERT_THAT(listed(), SizeIs(1));
     EXPECT_EQ(listed()[0].end, std::nullopt);
     unlock();
@@ -164,6 +161,22 @@ TEST_F(AwayHistoryFile, WritesNoReportThatWasDeletedMeanwhile) {
     time.advanceBy(10);
     EXPECT_THAT(inFile(), IsEmpty());
     EXPECT_THAT(listed(), IsEmpty());
+}
+
+TEST_F(AwayHistoryFile, KeepsNoMoreThanTheNewestReportsWaiting) {
+    launchWatching();
+    auto holder = lockFile();
+    constexpr std::size_t watches = HistoryKeeper::mostWaitingReports + 5;
+    for (std::size_t watch = 1; watch <= watches; ++watch) {
+        lockAt(100.0 * watch);
+        signal(Signal::lidClosed);
+        unlock();
+    }
+    holder.reset();
+    time.advanceBy(HistoryKeeper::longestDelay);
+    EXPECT_THAT(shown.reports, SizeIs(watches));
+    ASSERT_THAT(inFile(), SizeIs(HistoryKeeper::mostWaitingReports));
+    EXPECT_EQ(inFile().front(), shown.reports.back());
 }
 
 TEST_F(AwayHistoryFile, LeavesAReportAloneThatItCannotRead) {

@@ -282,5 +282,17 @@ TEST(Translations, AGermanCardReadsAsAWhole) {
     EXPECT_EQ(german.text("%lld h %@ min", {"2", "05"}), "2 Std. 05 Min.");
 }
 
+TEST(Translations, OnLinuxAComputerWakesUp) {
+    const auto text = [](const char* locale, Platform platform, const char* key) {
+        return Localizer(locale, "UTC", catalogues(locale, platform)).text(key, {"12", "47"});
+    };
+    EXPECT_EQ(text("en_US", Platform::linux, "Mac went to sleep"), "Computer went to sleep");
+    EXPECT_EQ(text("en_US", Platform::linux, "Mac woke up"), "Computer woke up");
+    EXPECT_EQ(text("de_DE", Platform::linux, "Mac woke up"), "Computer ist aufgewacht");
+    EXPECT_EQ(text("de_DE", Platform::macOS, "Mac woke up"), "Mac ist aufgewacht");
+    EXPECT_EQ(text("de_DE", Platform::linux, "Lid moved from %lld° to %lld°"),
+              "Deckel von 12° auf 47° bewegt");
+}
+
 } // namespace
 } // namespace velmoran
