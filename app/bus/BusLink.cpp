@@ -5,8 +5,6 @@
 #include <QTimer>
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <fmt/format.h>
 #include <malloc.h>
 #include <poll.h>
 #include <time.h>
@@ -20,11 +18,6 @@ namespace {
 constexpr int messagesPerTurn = 8;
 /// Messages that wait for the bus to take them, and above which no further one is answered.
 constexpr std::uint64_t tooManyUnsent = 64;
-
-std::string variable(const char* name) {
-    const char* value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
-    return value ? value : "";
-}
 
 std::uint64_t monotonicMicroseconds() {
     timespec now{};
@@ -40,25 +33,6 @@ void returnLargeMemory() {
 }
 
 } // namespace
-
-std::string sessionBusAddress() {
-    if (auto given = variable("DBUS_SESSION_BUS_ADDRESS"); !given.empty()) {
-        return given;
-    }
-    const auto folder = variable("XDG_RUNTIME_DIR");
-    if (folder.empty()) {
-        return {};
-    }
-    std::string address = "unix:path=";
-    for (const char c : folder) {
-        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-                           (c >= '0' && c <= '9') ||
-                           std::string("-_/.\\*").find(c) != std::string::npos;
-        address +=
-            plain ? std::string(1, c) : fmt::format("%{:02x}", static_cast<unsigned char>(c));
-    }
-    return address + "/bus";
-}
 
 /// What wakes the link up.
 class BusLink::Turns {

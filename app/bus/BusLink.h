@@ -4,26 +4,14 @@
 // it; main thread, with Qt's event loop.
 #pragma once
 
+#include "system/bus/BusAddress.h"
+#include "system/bus/BusHandles.h"
+
 #include <functional>
 #include <memory>
 #include <string>
-#include <systemd/sd-bus.h>
 
 namespace velmoran {
-
-/// Counted references of the bus library.
-struct BusDeleter {
-    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-    void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
-};
-using BusHandle = std::unique_ptr<sd_bus, BusDeleter>;
-using BusMessage = std::unique_ptr<sd_bus_message, BusDeleter>;
-using BusSlot = std::unique_ptr<sd_bus_slot, BusDeleter>;
-
-/// Where the user's session bus is: what the environment says, or the socket in the user's runtime
-/// folder. Empty if there is neither.
-std::string sessionBusAddress();
 
 class BusLink {
 public:

@@ -1,15 +1,13 @@
 #include "app/bus/BusSearch.h"
 
+#include "system/bus/BusAddress.h"
+
 #include <QObject>
 #include <QSocketNotifier>
-#include <algorithm>
 #include <array>
-#include <charconv>
 #include <filesystem>
 #include <map>
-#include <ranges>
 #include <set>
-#include <string_view>
 #include <sys/inotify.h>
 #include <unistd.h>
 #include <utility>
@@ -21,42 +19,7 @@ namespace {
 /// After a socket has come: its server begins to listen a moment later.
 constexpr std::array<Seconds, 3> soon = {0.05, 0.5, 3.0};
 
-std::string unescaped(std::string_view text) {
-    std::string plain;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        unsigned int byte = 0;
-        const char* digits = text.data() + i + 1;
-        if (text[i] == '%' && i + 2 < text.size() &&
-            std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
-            plain += static_cast<char>(byte);
-            i += 2;
-        } else {
-            plain += text[i];
-        }
-    }
-    return plain;
-}
-
 } // namespace
-
-std::vector<std::string> socketPaths(const std::string& address) {
-    constexpr std::string_view transport = "unix:";
-    constexpr std::string_view key = "path=/";
-    std::vector<std::string> paths;
-    for (const auto part : std::views::split(address, ';')) {
-        const std::string_view server(part.begin(), part.end());
-        if (!server.starts_with(transport)) {
-            continue;
-        }
-        for (const auto piece : std::views::split(server.substr(transport.size()), ',')) {
-            const std::string_view pair(piece.begin(), piece.end());
-            if (pair.starts_with(key)) {
-                paths.push_back(unescaped(pair.substr(key.size() - 1)));
-            }
-        }
-    }
-    return paths;
-}
 
 /// The folders of the sockets, watched as far as they are there.
 class BusSearch::Folders {

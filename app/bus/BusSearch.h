@@ -9,12 +9,8 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace velmoran {
-
-/// The paths of the sockets that a D-Bus address names; an address without any has none.
-std::vector<std::string> socketPaths(const std::string& address);
 
 class BusSearch {
 public:
