@@ -17,6 +17,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     pkg_check_modules(Canberra REQUIRED IMPORTED_TARGET libcanberra)
     pkg_check_modules(Xcb REQUIRED IMPORTED_TARGET xcb xcb-shape)
     pkg_check_modules(XcbRes REQUIRED IMPORTED_TARGET xcb xcb-res)
+    pkg_check_modules(XcbInput REQUIRED IMPORTED_TARGET xcb xcb-xinput)
 endif()
 
 if(VELMORAN_TESTS)

@@ -1,15 +1,11 @@
-// What udev tells of cameras, with devices that umockdev plays. It must be loaded before the
-// program, so each case runs itself again under its wrapper.
-#include "support/ChildProcess.h"
+// What udev tells of cameras, with devices that umockdev plays.
+#include "integration/UnderUmockdev.h"
 #include "support/Waiting.h"
 #include "system/linux/nodes/VideoDevices.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -18,33 +14,8 @@
 namespace velmoran {
 namespace {
 
+using support::underUmockdev;
 using support::waitUntil;
-
-// Runs `body` where umockdev is loaded.
-void underUmockdev(const std::function<void(UMockdevTestbed*)>& body) {
-    constexpr const char* marker = "VELMORAN_TEST_UNDER_UMOCKDEV";
-    if (std::getenv(marker)) { // NOLINT(concurrency-mt-unsafe)
-        UMockdevTestbed* testbed = umockdev_testbed_new();
-        body(testbed);
-        g_object_unref(testbed);
-        return;
-    }
-    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    support::ChildProcess::Options options;
-    options.inheritsTerminal = true;
-    for (char** variable = environ; *variable; ++variable) {
-        const std::string text = *variable;
-        options.environment[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
-    }
-    options.environment[marker] = "1";
-    // The sanitizer's library wants to be the first that is loaded, which the wrapper's is now.
-    options.environment["ASAN_OPTIONS"] += ":verify_asan_link_order=0";
-    support::ChildProcess again(
-        {"umockdev-wrapper", std::filesystem::read_symlink("/proc/self/exe").string(),
-         std::string("--gtest_filter=") + test->test_suite_name() + '.' + test->name()},
-        options);
-    EXPECT_EQ(again.wait(), 0);
-}
 
 std::string add(UMockdevTestbed* testbed, const char* subsystem, const std::string& name,
                 const std::string& parent, const std::string& cameraName, const char* abilities) {
