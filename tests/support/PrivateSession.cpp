@@ -70,6 +70,8 @@ PrivateSession::PrivateSession() {
         {"XDG_RUNTIME_DIR", runtimeFolder()},
         {"TMPDIR", folder_ / "tmp"},
         {"NO_AT_BRIDGE", "1"},
+        // Never the machine's own, also while there is none in the session.
+        {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (runtimeFolder() / "system-bus").string()},
     };
     for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME",
                              "XDG_CACHE_HOME", "XDG_RUNTIME_DIR", "TMPDIR"}) {
@@ -99,8 +101,9 @@ PrivateSession::~PrivateSession() {
 }
 
 void PrivateSession::enter() const {
-    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS",
-                             "PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR", "PULSE_SERVER"}) {
+    for (const char* name :
+         {"DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "XDG_SESSION_ID",
+          "PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR", "PULSE_SERVER"}) {
         unsetenv(name); // NOLINT(concurrency-mt-unsafe)
     }
     for (const auto& [name, value] : environment_) {
@@ -111,6 +114,7 @@ void PrivateSession::enter() const {
 void PrivateSession::writeConfiguration() {
     const std::filesystem::path config = environment_["XDG_CONFIG_HOME"];
     writeFile(folder_ / "bus.conf", files::bus(runtimeFolder() / "bus"));
+    writeFile(folder_ / "system-bus.conf", files::bus(runtimeFolder() / "system-bus"));
     // Of a person who has been introduced: no window comes by itself at a login.
     writeFile(config / "Velmoran/Velmoran.conf", "[General]\nonboardingDone=true\n");
     writeFile(config / "pipewire/pipewire.conf.d/10-speaker.conf", files::speaker());
@@ -123,6 +127,12 @@ void PrivateSession::startBus() {
     start("bus", {"dbus-daemon", "--config-file=" + file("bus.conf").string(), "--nofork"});
     await([&] { return socketAnswers(runtimeFolder() / "bus"); }, "the bus");
     environment_["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + (runtimeFolder() / "bus").string();
+}
+
+void PrivateSession::startSystemBus() {
+    start("system bus",
+          {"dbus-daemon", "--config-file=" + file("system-bus.conf").string(), "--nofork"});
+    await([&] { return socketAnswers(runtimeFolder() / "system-bus"); }, "the system bus");
 }
 
 void PrivateSession::startPipeWire() {

@@ -54,6 +54,8 @@ public:
     // Each returns when the server can be used, or throws std::runtime_error with its log, or
     // NotInstalled. What isn't in the PATH is looked for among the unpacked packages.
     void startBus();
+    /// A bus in the place of the machine's, as "system bus", with nobody on it.
+    void startSystemBus();
     void startPipeWire();
     void startWirePlumber();
     void startPulse();
