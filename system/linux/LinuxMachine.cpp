@@ -4,6 +4,7 @@
 #include "system/AppCloser.h"
 #include "system/BootAlarm.h"
 #include "system/ProtectedPrograms.h"
+#include "system/bus/BusAddress.h"
 #include "system/linux/LinuxReadings.h"
 #include "system/linux/closing/AppTermination.h"
 #include "system/linux/closing/LinuxRunningApps.h"
@@ -21,15 +22,15 @@ struct NoSounds final : Sounds {
     void playWarning() override {}
 };
 
-std::string displayName() {
-    const char* value = std::getenv("DISPLAY"); // NOLINT: read once, before there are threads
+std::string variable(const char* name) {
+    const char* value = std::getenv(name); // NOLINT: read once, before there are threads
     return value ? value : "";
 }
 
 /// In the folder that goes with the user's last session; empty without one.
 std::string lastLookPath() {
-    const char* folder = std::getenv("XDG_RUNTIME_DIR"); // NOLINT: as above
-    return folder && *folder != '\0' ? std::string(folder) + "/velmoran-last-look" : "";
+    const auto folder = variable("XDG_RUNTIME_DIR");
+    return folder.empty() ? folder : folder + "/velmoran-last-look";
 }
 
 GapWatch::Moment present() {
@@ -61,7 +62,7 @@ LinuxMachine::LinuxMachine(MachineOptions options)
       signatures_(LinuxPlaces::ofThisUser()),
       names_(LinuxPlaces::ofThisUser()),
       processes_(names_),
-      display_(displayName()),
+      display_(variable("DISPLAY")),
       lastLook_(lastLookPath()),
       gaps_(SystemMonitor::pollInterval, {.now = present,
                                           .before = lastLook_.before(),
@@ -72,6 +73,11 @@ LinuxMachine::LinuxMachine(MachineOptions options)
       outputs_(pulse_, loop_),
       microphones_(pulse_),
       connections_([this](const AppIdentity& app) { return processes_.find(app); }),
+      systemBus_(loop_, systemBusAddress()),
+      sessionBus_(loop_, sessionBusAddress()),
+      away_(loop_, systemBus_),
+      screenLock_(loop_, systemBus_, sessionBus_,
+                  {.sessionId = variable("XDG_SESSION_ID"), .display = display_, .loggedInto = ""}),
       readings_(std::make_unique<LinuxReadings>(
           LinuxReadings::Seams{loop_, names_, peers_, pulse_,
                                [this](const std::string& name) { outputs_.preferDefault(name); },

@@ -10,6 +10,9 @@
 #include "system/linux/apps/LinuxAppNames.h"
 #include "system/linux/apps/LinuxCodeSignatures.h"
 #include "system/linux/apps/ProcessFinder.h"
+#include "system/linux/away/LinuxAwayReadings.h"
+#include "system/linux/away/LinuxScreenLock.h"
+#include "system/linux/bus/BusKeeper.h"
 #include "system/linux/clients/PeerSockets.h"
 #include "system/linux/kernel/EventLoop.h"
 #include "system/linux/kernel/TimeStampFile.h"
@@ -72,8 +75,10 @@ private:
     PulseMicrophones microphones_;
     LinuxConnections connections_;
     SoundSight sight_;
-    AwayReadings away_;
-    ScreenLock screenLock_;
+    BusKeeper systemBus_;  ///< connected from when somebody wants something of it
+    BusKeeper sessionBus_; ///< likewise
+    LinuxAwayReadings away_;
+    LinuxScreenLock screenLock_;
     Subscription pulseSight_;
     std::unique_ptr<LinuxReadings> readings_; ///< its cameras and cards live on the loop's thread
     std::unique_ptr<SystemMonitor> monitor_;
