@@ -30,7 +30,7 @@ def enter_session(*options):
     subprocess.run([ROOT / "scripts/install-packages", "build", "run", "server", "test-build", "test",
                     "benchmark"], check=True)
     build("velmoran", "velmoranctl", "private-session", "window-watch", "frame-watch", "hold-node",
-          "silence-watch", "stop-press")
+          "silence-watch", "stop-press", "away-watch")
     os.execv(SESSION, [str(SESSION), *options, "--", "env", "VELMORAN_BENCHMARK=inside",
                        f"PRESET={BUILD.name}", sys.executable, *sys.argv])
 
