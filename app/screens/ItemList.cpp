@@ -1,6 +1,7 @@
 #include "app/screens/ItemList.h"
 
 #include "app/controls/Accessibility.h"
+#include "app/look/CardText.h"
 #include "app/look/ScreenColors.h"
 #include "app/screens/ItemListAccess.h"
 
@@ -34,11 +35,19 @@ ItemList::~ItemList() {
 
 void ItemList::setItems(int count, std::vector<int> headings, std::optional<int> current,
                         std::optional<int> top) {
+    take({count, std::move(headings), lineHeight()}, current, top);
+}
+
+void ItemList::setItems(const std::vector<int>& heights, std::vector<int> headings,
+                        std::optional<int> current, std::optional<int> top) {
+    take({heights, std::move(headings), lineHeight()}, current, top);
+}
+
+void ItemList::take(LinePlaces places, std::optional<int> current, std::optional<int> top) {
     const auto shownTop = this->top();
-    const int offset = shownTop ? verticalScrollBar()->value() - topOf(*shownTop) : 0;
+    const int offset = shownTop ? verticalScrollBar()->value() - places_.topOf(*shownTop) : 0;
     forgetAccessibleItems();
-    count_ = count;
-    headings_ = std::move(headings);
+    places_ = std::move(places);
     current_ = current;
     isOnPart_ = isOnPart_ && current_ && !partOf(*current_).isEmpty();
     hovered_.reset();
@@ -54,10 +63,10 @@ void ItemList::setItems(int count, std::vector<int> headings, std::optional<int>
 }
 
 void ItemList::scrollTo(std::optional<int> top, int offset) {
-    verticalScrollBar()->setSingleStep(lineHeight_);
-    verticalScrollBar()->setRange(0, std::max(0, contentHeight() - viewport()->height()));
-    if (top && *top < count_) {
-        verticalScrollBar()->setValue(topOf(*top) + offset);
+    verticalScrollBar()->setSingleStep(lineHeight());
+    verticalScrollBar()->setRange(0, std::max(0, places_.height() - viewport()->height()));
+    if (top && *top < count()) {
+        verticalScrollBar()->setValue(places_.topOf(*top) + offset);
     }
     viewport()->update();
 }
@@ -76,67 +85,28 @@ void ItemList::refresh() {
 
 void ItemList::setLineHeight(int height) {
     const auto top = this->top();
-    const int offset = top ? verticalScrollBar()->value() - topOf(*top) : 0;
-    lineHeight_ = height;
+    const int offset = top ? verticalScrollBar()->value() - places_.topOf(*top) : 0;
+    places_.setLineHeight(height);
     scrollTo(top, offset);
-}
-
-bool ItemList::isHeading(int index) const {
-    return std::binary_search(headings_.begin(), headings_.end(), index);
-}
-
-int ItemList::headingsBefore(int index) const {
-    return static_cast<int>(std::lower_bound(headings_.begin(), headings_.end(), index) -
-                            headings_.begin());
-}
-
-int ItemList::topOf(int index) const {
-    return index * lineHeight_ + headingsBefore(index) * (headingHeight - lineHeight_);
-}
-
-int ItemList::contentHeight() const {
-    return topOf(count_);
-}
-
-int ItemList::lineAt(int y) const {
-    int low = 0;
-    int high = count_ - 1;
-    while (low < high) {
-        const int middle = low + (high - low + 1) / 2;
-        if (topOf(middle) <= y) {
-            low = middle;
-        } else {
-            high = middle - 1;
-        }
-    }
-    return low;
 }
 
 std::optional<int> ItemList::top() const {
     const int value = verticalScrollBar()->value();
-    return count_ == 0 || value == 0 ? std::nullopt : nearestLine(lineAt(value), 1);
+    return count() == 0 || value == 0 ? std::nullopt
+                                      : places_.nearestLine(places_.lineAt(value), 1);
 }
 
 QRect ItemList::frameOf(int index) const {
-    return {0, topOf(index) - verticalScrollBar()->value(), viewport()->width(),
-            isHeading(index) ? headingHeight : lineHeight_};
+    return {0, places_.topOf(index) - verticalScrollBar()->value(), viewport()->width(),
+            places_.topOf(index + 1) - places_.topOf(index)};
 }
 
 std::optional<int> ItemList::indexAt(QPoint place) const {
     const int y = place.y() + verticalScrollBar()->value();
-    if (count_ == 0 || y < 0 || y >= contentHeight() || !viewport()->rect().contains(place)) {
+    if (count() == 0 || y < 0 || y >= places_.height() || !viewport()->rect().contains(place)) {
         return std::nullopt;
     }
-    return lineAt(y);
-}
-
-std::optional<int> ItemList::nearestLine(int index, int direction) const {
-    for (int at = index; at >= 0 && at < count_; at += direction) {
-        if (!isHeading(at)) {
-            return at;
-        }
-    }
-    return std::nullopt;
+    return places_.lineAt(y);
 }
 
 void ItemList::setCurrent(std::optional<int> index) {
@@ -152,11 +122,14 @@ void ItemList::move(std::optional<int> to) {
     current_ = to;
     isOnPart_ = false;
     // The heading of the first line of a day is seen with it.
-    const int from = *to > 0 && isHeading(*to - 1) ? *to - 1 : *to;
+    int from = *to;
+    while (from > 0 && isHeading(from - 1)) {
+        --from;
+    }
     auto* bar = verticalScrollBar();
-    const int bottom = topOf(*to) + lineHeight_;
-    if (topOf(from) < bar->value()) {
-        bar->setValue(topOf(from));
+    const int bottom = places_.topOf(*to + 1);
+    if (places_.topOf(from) < bar->value()) {
+        bar->setValue(places_.topOf(from));
     } else if (bottom > bar->value() + viewport()->height()) {
         bar->setValue(bottom - viewport()->height());
     }
@@ -165,13 +138,13 @@ void ItemList::move(std::optional<int> to) {
 }
 
 void ItemList::press(int index, std::optional<QPoint> place) {
-    if (index >= 0 && index < count_ && !isHeading(index)) {
+    if (index >= 0 && index < count() && !isHeading(index) && source_.isPressable()) {
         source_.press(index, frameOf(index), place);
     }
 }
 
 QRect ItemList::partOf(int index) const {
-    const bool isLine = index >= 0 && index < count_ && !isHeading(index);
+    const bool isLine = index >= 0 && index < count() && !isHeading(index);
     return isLine ? source_.part(index, frameOf(index)) : QRect();
 }
 
@@ -197,7 +170,7 @@ bool ItemList::focusNextPrevChild(bool next) {
 }
 
 QAccessibleInterface* ItemList::accessibleItem(int index) {
-    if (index < 0 || index >= count_) {
+    if (index < 0 || index >= count()) {
         return nullptr;
     }
     const auto found = accessibleItems_.find(index);
@@ -231,7 +204,7 @@ void ItemList::forgetAccessibleItems() {
 }
 
 QSize ItemList::sizeHint() const {
-    return {240, std::min(contentHeight(), 400)};
+    return {240, std::min(places_.height(), 400)};
 }
 
 void ItemList::hover(std::optional<int> index) {
@@ -265,11 +238,12 @@ bool ItemList::viewportEvent(QEvent* event) {
 
 void ItemList::paintEvent(QPaintEvent* event) {
     QPainter painter(viewport());
-    if (count_ == 0) {
+    if (count() == 0) {
         return;
     }
-    const int from = lineAt(std::max(0, verticalScrollBar()->value() + event->rect().top()));
-    for (int index = from; index < count_; ++index) {
+    const int from =
+        places_.lineAt(std::max(0, verticalScrollBar()->value() + event->rect().top()));
+    for (int index = from; index < count(); ++index) {
         const auto frame = frameOf(index);
         if (frame.top() > event->rect().bottom()) {
             break;
@@ -294,10 +268,13 @@ void ItemList::paintFocus(QPainter& painter, const QRect& frame) const {
     painter.drawRoundedRect(QRectF(frame), 6, 6);
 }
 
-void ItemList::resizeEvent(QResizeEvent*) {
+void ItemList::resizeEvent(QResizeEvent* event) {
+    if (event->size().width() != event->oldSize().width()) {
+        source_.widthChanged();
+    }
     verticalScrollBar()->setPageStep(viewport()->height());
-    verticalScrollBar()->setSingleStep(lineHeight_);
-    verticalScrollBar()->setRange(0, std::max(0, contentHeight() - viewport()->height()));
+    verticalScrollBar()->setSingleStep(lineHeight());
+    verticalScrollBar()->setRange(0, std::max(0, places_.height() - viewport()->height()));
 }
 
 void ItemList::scrollContentsBy(int, int) {
@@ -308,20 +285,20 @@ void ItemList::scrollContentsBy(int, int) {
 void ItemList::keyPressEvent(QKeyEvent* event) {
     focusIsByKeyboard_ = true;
     const int at = current_.value_or(-1);
-    const int page = std::max(1, viewport()->height() / lineHeight_ - 1);
+    const int page = std::max(1, viewport()->height() / lineHeight() - 1);
     switch (event->key()) {
     case Qt::Key_Down:
-        return move(nearestLine(at + 1, 1));
+        return move(places_.nearestLine(at + 1, 1));
     case Qt::Key_Up:
-        return move(nearestLine(current_ ? at - 1 : count_ - 1, -1));
+        return move(places_.nearestLine(current_ ? at - 1 : count() - 1, -1));
     case Qt::Key_PageDown:
-        return move(nearestLine(std::min(at + page, count_ - 1), -1));
+        return move(places_.nearestLine(std::min(at + page, count() - 1), -1));
     case Qt::Key_PageUp:
-        return move(nearestLine(std::max(at - page, 0), 1));
+        return move(places_.nearestLine(std::max(at - page, 0), 1));
     case Qt::Key_Home:
-        return move(nearestLine(0, 1));
+        return move(places_.nearestLine(0, 1));
     case Qt::Key_End:
-        return move(nearestLine(count_ - 1, -1));
+        return move(places_.nearestLine(count() - 1, -1));
     case Qt::Key_Right:
     case Qt::Key_Left:
         step(event->key() == Qt::Key_Right);
@@ -333,7 +310,7 @@ void ItemList::keyPressEvent(QKeyEvent* event) {
             pressPart(*current_);
             return;
         }
-        if (current_) {
+        if (current_ && source_.isPressable()) {
             press(*current_);
             return;
         }
@@ -368,7 +345,7 @@ void ItemList::focusInEvent(QFocusEvent* event) {
                          event->reason() == Qt::BacktabFocusReason ||
                          event->reason() == Qt::ShortcutFocusReason;
     if (focusIsByKeyboard_) {
-        move(current_ ? current_ : nearestLine(top().value_or(0), 1));
+        move(current_ ? current_ : places_.nearestLine(top().value_or(0), 1));
     }
     if (event->reason() == Qt::BacktabFocusReason) {
         step(true); // its last place comes first

@@ -1,8 +1,10 @@
 // A list of any length that costs what is seen of it: lines of one height, with headings between
-// them. Draws and names its lines through its source. Walked with the arrow keys, to what can be
-// pressed within a line with the one to the right or Tab; a screen reader meets each line with its
-// name and role. Owned by its parent.
+// them, or each of its own height. Draws and names its lines through its source. Walked with the
+// arrow keys, to what can be pressed within a line with the one to the right or Tab; a screen
+// reader meets each line with its name and role. Owned by its parent.
 #pragma once
+
+#include "app/screens/LinePlaces.h"
 
 #include <QAbstractScrollArea>
 #include <QAccessible>
@@ -34,6 +36,10 @@ public:
     /// The line was clicked there, or pressed without a place. What presses its part does so in the
     /// part's middle.
     virtual void press(int index, const QRect& frame, std::optional<QPoint> place) = 0;
+    /// Whether lines are there to be pressed, or only to be read.
+    virtual bool isPressable() const { return true; }
+    /// The list has another width. What goes by it may be set anew.
+    virtual void widthChanged() {}
 };
 
 class ItemList final : public QAbstractScrollArea {
@@ -46,8 +52,11 @@ public:
     /// now; nothing for one that has gone.
     void setItems(int count, std::vector<int> headings, std::optional<int> current = {},
                   std::optional<int> top = {});
-    int count() const { return count_; }
-    bool isHeading(int index) const;
+    /// The same for lines of these heights, headings too.
+    void setItems(const std::vector<int>& heights, std::vector<int> headings,
+                  std::optional<int> current = {}, std::optional<int> top = {});
+    int count() const { return places_.count(); }
+    bool isHeading(int index) const { return places_.isHeading(index); }
     std::optional<int> current() const { return current_; }
     void setCurrent(std::optional<int> index);
     /// The topmost line that is seen and no heading; nothing at the list's very beginning, which
@@ -66,7 +75,7 @@ public:
     /// The names of all that is seen have changed, without a line that came or went.
     void refresh();
 
-    int lineHeight() const { return lineHeight_; }
+    int lineHeight() const { return places_.lineHeight(); }
     void setLineHeight(int height);
 
     /// The accessible object of a line, made when it is asked for.
@@ -90,14 +99,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    static constexpr int headingHeight = 36;
-
-    int topOf(int index) const;
-    int headingsBefore(int index) const;
-    int contentHeight() const;
-    /// The line that a height within the contents belongs to, held to what there is.
-    int lineAt(int y) const;
-    std::optional<int> nearestLine(int index, int direction) const;
+    void take(LinePlaces places, std::optional<int> current, std::optional<int> top);
     void move(std::optional<int> to);
     /// That line gets so much above the upper edge.
     void scrollTo(std::optional<int> top, int offset);
@@ -109,9 +111,7 @@ private:
     void hover(std::optional<int> index);
 
     ItemSource& source_;
-    int count_ = 0;
-    int lineHeight_ = 28;
-    std::vector<int> headings_;
+    LinePlaces places_;
     std::optional<int> current_;
     std::optional<int> hovered_;
     std::optional<int> pressed_;

@@ -38,7 +38,8 @@ public:
         return state;
     }
     void* interface_cast(QAccessible::InterfaceType type) override {
-        return type == QAccessible::ActionInterface && isValid() && !isHeading()
+        return type == QAccessible::ActionInterface && isValid() && !isHeading() &&
+                       list_->source().isPressable()
                    ? static_cast<QAccessibleActionInterface*>(this)
                    : nullptr;
     }
