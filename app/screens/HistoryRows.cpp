@@ -2,6 +2,7 @@
 
 #include "app/look/ScreenColors.h"
 #include "app/look/TextStyle.h"
+#include "app/screens/TimeColumn.h"
 #include "core/text/DurationFormat.h"
 #include "core/text/Localizer.h"
 
@@ -60,12 +61,7 @@ HistoryRows::HistoryRows(const ScreenContext& context, QWidget* parent)
 void HistoryRows::measure() {
     body_ = velmoran::font(TextStyle::body, font());
     digits_ = velmoran::font(TextStyle::tabular, font());
-    // Some hours are written wider than others.
-    std::vector<std::string> times;
-    for (int quarter = 0; quarter < 96; ++quarter) {
-        times.push_back(words().shortTime({quarter * 900.0 + 44 * 60}));
-    }
-    timeWidth_ = std::max(48, widest(digits_, times));
+    timeWidth_ = timeColumnWidth(digits_);
     devicesWidth_ = widest(body_, {words().list({words().text("camera"), words().text("mic")}),
                                    words().text("speaker")});
     labelWidth_ =
