@@ -33,7 +33,8 @@ HistoryScreen::HistoryScreen(const ScreenContext& context, QWidget* parent)
     pages_->addWidget(makeActivity());
     chart_ = new HistoryChartView(context_, pages_);
     pages_->addWidget(chart_);
-    pages_->addWidget(new AwayReportsView(context_, pages_));
+    away_ = new AwayReportsView(context_, pages_);
+    pages_->addWidget(away_);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -252,6 +253,9 @@ void HistoryScreen::moveOn() {
         refreshTotals();
     } else {
         listIsStale_ = true;
+    }
+    if (pages_->currentIndex() == 2) {
+        away_->refresh(); // what was today may be yesterday
     }
 }
 

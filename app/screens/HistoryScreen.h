@@ -25,6 +25,7 @@ public:
     HistoryRows& rows() { return *rows_; }
     TotalsView& totals() { return *totals_; }
     HistoryChartView& chart() { return *chart_; }
+    AwayReportsView& away() { return *away_; }
 
     QSize sizeHint() const override { return {720, 460}; }
 
@@ -71,6 +72,7 @@ private:
     QComboBox* appPicker_ = nullptr;
     HistoryRows* rows_ = nullptr;
     TotalsView* totals_ = nullptr;
+    AwayReportsView* away_ = nullptr;
     HistoryChartView* chart_ = nullptr;
     TextLabel* footer_ = nullptr;
 

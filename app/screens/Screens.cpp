@@ -1,5 +1,6 @@
 #include "app/screens/Screens.h"
 
+#include "app/screens/AwayReportView.h"
 #include "app/screens/EventDetailsView.h"
 #include "app/screens/HistoryScreen.h"
 #include "app/screens/OnboardingView.h"
@@ -65,6 +66,23 @@ void Screens::show(std::string_view id) {
     } else {
         windows_.bringToFront(id);
     }
+}
+
+void Screens::showAwayReport(const AwayReport& report) {
+    if (!context_) {
+        return;
+    }
+    const auto done = [this] {
+        windows_.close(WindowID::awayReport);
+    };
+    windows_.show(WindowID::awayReport, qt(words().text("Away watch")), false, std::nullopt,
+                  std::make_unique<AwayReportView>(
+                      report,
+                      [this, done] {
+                          done();
+                          show(WindowID::history);
+                      },
+                      done));
 }
 
 void Screens::showDetails(const ActivityRow& row) {

@@ -24,6 +24,7 @@ public:
 
     void show(std::string_view id) override;
     void close(std::string_view id) override { windows_.close(id); }
+    void showAwayReport(const AwayReport& report) override;
     void showDetails(const ActivityRow& row);
     /// The content of the panel under the status item, which goes by `leave` before it opens a
     /// window. Null before `begin`.

@@ -133,6 +133,10 @@ TEST_F(AccessibleTreeTest, OfTheHistorysAwayReports) {
     expectAll(history(Page::away), {"No Away watch reports yet"});
 }
 
+TEST_F(AccessibleTreeTest, OfAnAwayReport) {
+    expectAll(awayReport(), {"Away watch", "While you were away", "Open in History", "Done"});
+}
+
 TEST_F(AccessibleTreeTest, OfAHistoryThatIsEmpty) {
     tell({});
     delegate->model().deleteHistory();

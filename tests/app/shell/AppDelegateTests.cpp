@@ -2,6 +2,7 @@
 #include "app/shell/AppDelegate.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QCoreApplication>
 #include <gmock/gmock.h>
 
@@ -35,7 +36,7 @@ struct Delegate : Introduced {
     std::vector<std::string> openWindows() {
         std::vector<std::string> open;
         for (const auto id : {WindowID::main, WindowID::onboarding, WindowID::history,
-                              WindowID::settings, WindowID::details}) {
+                              WindowID::settings, WindowID::details, WindowID::awayReport}) {
             const auto* window = delegate.screens().windows().window(id);
             if (window && window->isVisible()) {
                 open.emplace_back(id);
@@ -251,6 +252,38 @@ TEST_F(Delegate, TheModelOpensAndClosesWindowsByTheirIDs) {
     byID.show(WindowID::details);
     byID.show(WindowID::awayReport);
     EXPECT_THAT(openWindows(), IsEmpty());
+}
+
+TEST_F(Delegate, AReportOpensInAWindowThatLeadsToTheHistory) {
+    AwayReport report;
+    report.end = Timestamp{200};
+    report.events.emplace_back();
+    Screens notBegun;
+    notBegun.showAwayReport(report);
+    EXPECT_FALSE(notBegun.windows().isAnyOpen());
+    Windows& windows = delegate.screens();
+    delegate.didFinishLaunching({.isLogin = true});
+    windows.showAwayReport(report);
+    EXPECT_THAT(openWindows(), ElementsAre("away-report"));
+    EXPECT_EQ(title("away-report"), "Away watch");
+    const auto press = [this](const char* name) {
+        auto* window = delegate.screens().windows().window(WindowID::awayReport);
+        for (auto* each : window->findChildren<QAbstractButton*>()) {
+            if (QAccessible::queryAccessibleInterface(each)->text(QAccessible::Name) ==
+                QLatin1String(name)) {
+                each->click();
+                return;
+            }
+        }
+        FAIL() << "no button " << name;
+    };
+    press("Done");
+    EXPECT_THAT(openWindows(), IsEmpty());
+    windows.showAwayReport(report);
+    windows.show(WindowID::awayReport);
+    EXPECT_THAT(openWindows(), ElementsAre("away-report"));
+    press("Open in History");
+    EXPECT_THAT(openWindows(), ElementsAre("history"));
 }
 
 TEST_F(Delegate, TheDetailsHaveTheAppsNameAsTheirTitle) {

@@ -137,6 +137,10 @@ TEST_F(KeyboardWalkTest, ThroughTheHistorysAwayReports) {
     EXPECT_THAT(walked(history(Page::away)), ElementsAre("Away watch", "Change in Settings"));
 }
 
+TEST_F(KeyboardWalkTest, ThroughAnAwayReport) {
+    EXPECT_THAT(walked(awayReport()), ElementsAre("Away watch", "Open in History", "Done"));
+}
+
 TEST_F(KeyboardWalkTest, ThroughTheSettings) {
     auto names = walked(settingsWindow());
     EXPECT_EQ(names.front(), "Open at login");

@@ -1,6 +1,7 @@
 // The running program with all of its windows, over a history with whatever they can show.
 #pragma once
 
+#include "app/contents/Reports.h"
 #include "app/contents/Sessions.h"
 #include "app/model/ModelFixture.h"
 #include "app/screens/EventDetailsView.h"
@@ -144,6 +145,15 @@ struct WindowScene : ModelFixture {
         }
         settle();
         return window;
+    }
+    QWidget& awayReport() {
+        const auto at = midnight + 10 * hour;
+        auto report = reportOf({eventAt(at + 60, AwayEventKind::mouseUsed),
+                                eventAt(at + 90, AwayEventKind::devicePluggedIn, "Stick")},
+                               {eventAt(at + 1795)});
+        report.slept = true;
+        delegate->screens().showAwayReport(report);
+        return opened(WindowID::awayReport);
     }
     enum class Page { activity, chart, away };
     QWidget& history(Page page) {
