@@ -70,6 +70,33 @@ std::vector<Toggle> watching() {
     };
 }
 
+Toggle awayWatch(bool readsLid, const AwayGaps& gaps) {
+    auto note =
+        readsLid
+            ? words().text("Notes if anyone touches this Mac while the screen is locked. Moving "
+                           "the lid is noticed. Moving the whole Mac isn't: Velmoran can't read "
+                           "its motion sensor.")
+            : words().text("Notes if anyone touches this Mac while the screen is locked. Movement "
+                           "isn't watched on this Mac: Velmoran can't read its motion sensor.");
+    if (gaps.noInput) {
+        note += " " + words().text("Keyboard and mouse aren't noticed: this desktop doesn't tell "
+                                   "that they are used.");
+    }
+    if (gaps.noLock) {
+        note += " " + words().text("Nothing announces here that the screen is locked, so the "
+                                   "watch can't begin.");
+    }
+    return {&SettingsStore::awayWatchOnLock, words().text("Away watch"), note};
+}
+
+Toggle ownReturn() {
+    return {&SettingsStore::ignoreOwnReturn,
+            words().text("Ignore the last 10 seconds before unlocking"),
+            words().text("Leaving this on is recommended. Opening the lid and typing your password "
+                         "would otherwise show up in every report. When off, everything counts, "
+                         "and a report appears each time you unlock with the keyboard.")};
+}
+
 Picker<int> retention(int days) {
     Picker<int> picker{.title = words().text("Keep history for"),
                        .note = "",

@@ -2,6 +2,7 @@
 // Values in the language of the process-wide words. Main thread, as the model that they are for.
 #pragma once
 
+#include "app/model/AwayOutlook.h"
 #include "app/model/SettingsStore.h"
 
 #include <string>
@@ -49,6 +50,9 @@ Toggle warningSound();
 Picker<bool> standardNotices();
 std::vector<Toggle> quickStop(bool shortcutUnavailable);
 std::vector<Toggle> watching();
+/// The away watch, with a note on what it can't notice here; and what of it isn't counted.
+Toggle awayWatch(bool readsLid, const AwayGaps& gaps);
+Toggle ownReturn();
 Picker<int> retention(int days);
 
 } // namespace velmoran::SettingsContent

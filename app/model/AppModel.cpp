@@ -12,6 +12,8 @@ namespace velmoran {
 AppModel::AppModel(ModelSurroundings surroundings)
     : settings(surroundings.settings),
       notices(surroundings.scheduler),
+      awayOutlook(surroundings.machine.away(), surroundings.machine.screenLock(), settings,
+                  surroundings.scheduler),
       around_(std::move(surroundings)),
       clock_(around_.clock),
       engine_(unknownGrace),
@@ -103,6 +105,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
 void AppModel::start() {
     loadTrust();
     noticeChanges_ = notices.onChange.subscribe([this] { onChange(); });
+    awayOutlook.start();
     history_.open();
     refreshHistory();
     away_.start();

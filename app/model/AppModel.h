@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/model/AwayDriving.h"
+#include "app/model/AwayOutlook.h"
 #include "app/model/ConnectionSampler.h"
 #include "app/model/HistoryKeeper.h"
 #include "app/model/MuteKeeper.h"
@@ -84,6 +85,7 @@ public:
 
     SettingsStore settings;
     NoticeCenter notices;
+    AwayOutlook awayOutlook;
 
     /// The state has changed in a way that the status item has to look at.
     Event<> onChange;

@@ -277,6 +277,18 @@ void SettingsView::addWatching() {
     for (const auto& toggle : SettingsContent::watching()) {
         addToggle(*section, toggle);
     }
+    auto& outlook = model_.awayOutlook;
+    outlook.look();
+    const auto awayWatch = [&outlook] {
+        return SettingsContent::awayWatch(outlook.readsLid(), *outlook.gaps);
+    };
+    auto* row = dynamic_cast<FormRow*>(addToggle(*section, awayWatch())->parentWidget());
+    watching_.push_back(outlook.gaps.subscribe(
+        [row, awayWatch](const auto&) { row->setNote(qt(awayWatch().note)); }));
+    auto* ownReturn = addToggle(*section, SettingsContent::ownReturn());
+    ownReturn->setEnabled(*model_.settings.awayWatchOnLock);
+    watching_.push_back(model_.settings.awayWatchOnLock.subscribe(
+        [ownReturn](bool on) { ownReturn->setEnabled(on); }));
 }
 
 void SettingsView::addHistory() {

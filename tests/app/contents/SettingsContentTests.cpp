@@ -117,6 +117,33 @@ TEST(SettingsContent, TheSoundIsForStrongWarnings) {
                                        "Plays only for strong warnings."}));
 }
 
+TEST(SettingsContent, SaysOfTheAwayWatchWhatItCannotNotice) {
+    const std::string beginning = "Notes if anyone touches this Mac while the screen is locked. ";
+    const std::string lid = beginning + "Moving the lid is noticed. Moving the whole Mac isn't: "
+                                        "Velmoran can't read its motion sensor.";
+    const std::string noLid = beginning + "Movement isn't watched on this Mac: Velmoran can't read "
+                                          "its motion sensor.";
+    EXPECT_EQ(SettingsContent::awayWatch(true, {}).title, "Away watch");
+    EXPECT_EQ(SettingsContent::awayWatch(true, {}).field, &SettingsStore::awayWatchOnLock);
+    EXPECT_EQ(SettingsContent::awayWatch(true, {}).note, lid);
+    EXPECT_EQ(SettingsContent::awayWatch(false, {}).note, noLid);
+    const std::string noInput =
+        " Keyboard and mouse aren't noticed: this desktop doesn't tell that they are used.";
+    const std::string noLock =
+        " Nothing announces here that the screen is locked, so the watch can't begin.";
+    EXPECT_EQ(SettingsContent::awayWatch(false, {.noLock = true, .noInput = false}).note,
+              noLid + noLock);
+    EXPECT_EQ(SettingsContent::awayWatch(true, {.noLock = true, .noInput = true}).note,
+              lid + noInput + noLock);
+    EXPECT_EQ(SettingsContent::ownReturn().field, &SettingsStore::ignoreOwnReturn);
+    EXPECT_EQ(SettingsContent::ownReturn().title, "Ignore the last 10 seconds before unlocking");
+    EXPECT_EQ(
+        SettingsContent::ownReturn().note,
+        "Leaving this on is recommended. Opening the lid and typing your password would "
+        "otherwise show up in every report. When off, everything counts, and a report appears "
+        "each time you unlock with the keyboard.");
+}
+
 TEST(SettingsContent, OffersThreePeriodsAndSaysAnother) {
     const auto usual = SettingsContent::retention(90);
     ASSERT_EQ(usual.entries.size(), 3U);

@@ -37,6 +37,7 @@ struct SettingsViewTest : SettingsFixture {
     }
 };
 
+constexpr const char* ownReturn = "Ignore the last 10 seconds before unlocking";
 constexpr const char* refusal = "macOS didn't allow this change. You can set it in System Settings "
                                 "> General > Login Items.";
 
@@ -64,6 +65,8 @@ TEST_F(SettingsViewTest, HasItsSectionsInTheirOrder) {
                              "Monitor speaker use",
                              "Hide system sounds",
                              "Ignore macOS's own listening",
+                             "Away watch",
+                             ownReturn,
                              "Trusted apps",
                              "Always warn",
                              "Keep history for",
@@ -95,9 +98,34 @@ TEST_F(SettingsViewTest, HasItsSectionsInTheirOrder) {
     }
 }
 
-TEST_F(SettingsViewTest, LeavesTheAwayWatchOut) {
+TEST_F(SettingsViewTest, OffersTheOwnReturnOnlyBesideTheAwayWatch) {
     show();
-    EXPECT_FALSE(velmoran::testing::button(*view, "Away watch"));
+    ASSERT_FALSE(*model->settings.awayWatchOnLock);
+    EXPECT_FALSE(toggle(ownReturn).isEnabled());
+    EXPECT_TRUE(toggle(ownReturn).isChecked()) << "it keeps its value";
+    press("Away watch");
+    EXPECT_TRUE(*model->settings.awayWatchOnLock);
+    EXPECT_TRUE(toggle(ownReturn).isEnabled());
+    press(ownReturn);
+    EXPECT_FALSE(*model->settings.ignoreOwnReturn);
+    press("Away watch");
+    EXPECT_FALSE(toggle(ownReturn).isEnabled());
+    EXPECT_FALSE(toggle(ownReturn).isChecked());
+    EXPECT_FALSE(*model->settings.ignoreOwnReturn);
+}
+
+TEST_F(SettingsViewTest, SaysWhatTheAwayWatchCannotNoticeHere) {
+    show();
+    const auto note = [this](const AwayGaps& gaps) {
+        return says(*view, SettingsContent::awayWatch(false, gaps).note);
+    };
+    EXPECT_TRUE(note({}));
+    model->awayOutlook.gaps.set({.noLock = false, .noInput = true});
+    EXPECT_TRUE(note({.noLock = false, .noInput = true}));
+    model->awayOutlook.gaps.set({.noLock = true, .noInput = false});
+    EXPECT_TRUE(note({.noLock = true, .noInput = false}));
+    model->awayOutlook.gaps.set({});
+    EXPECT_TRUE(note({}));
 }
 
 TEST_F(SettingsViewTest, BindsEachSwitchToItsFieldBothWays) {
@@ -111,6 +139,7 @@ TEST_F(SettingsViewTest, BindsEachSwitchToItsFieldBothWays) {
         {"Monitor speaker use", &SettingsStore::monitorSpeakerUse},
         {"Hide system sounds", &SettingsStore::hideSystemSounds},
         {"Ignore macOS's own listening", &SettingsStore::ignoreSystemListening},
+        {"Away watch", &SettingsStore::awayWatchOnLock},
     };
     for (const auto& [name, field] : switches) {
         auto& setting = model->settings.*field;
@@ -132,6 +161,8 @@ TEST_F(SettingsViewTest, HasTheModelLookAgainWhereItDecidesWhatCounts) {
         {"Monitor speaker use", 1},
         {"Hide system sounds", 0},
         {"Ignore macOS's own listening", 1},
+        {"Away watch", 0},
+        {ownReturn, 0},
     };
     for (const auto& [name, times] : expected) {
         changes = 0;
