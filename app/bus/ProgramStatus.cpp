@@ -36,6 +36,11 @@ ProgramStatus statusOf(const AppModel& model) {
         status.notWatching =
             ProgramStatus::Gap{.from = unixTime(gap->from), .to = unixTime(gap->to)};
     }
+    status.awayWatchOn = *model.awayWatchOn;
+    if (*model.settings.awayWatchOnLock) {
+        status.awayWatchCantBegin = model.awayOutlook.gaps->noLock;
+        status.awayWatchMissesInput = model.awayOutlook.gaps->noInput;
+    }
     return status;
 }
 

@@ -64,6 +64,10 @@ struct ProgramStatus {
     std::optional<std::int64_t> sightTaken = {};
     std::vector<Device> unwatched = {};  ///< whose uses can't be seen now: not known to be off
     std::optional<Gap> notWatching = {}; ///< the last time in which nothing was seen, if known
+    bool awayWatchOn = false;            ///< an away watch is running
+    // Of an away watch that is wanted:
+    bool awayWatchCantBegin = false;   ///< nothing announces that the screen is locked
+    bool awayWatchMissesInput = false; ///< it can't tell that keyboard and mouse are used
 
     bool operator==(const ProgramStatus&) const = default;
 };
@@ -94,6 +98,9 @@ void visitFields(MaybeConst<ProgramStatus> auto& status, auto visit) {
     visit("sightTaken", status.sightTaken);
     visit("unwatched", status.unwatched, OnlyIfAny());
     visit("notWatching", status.notWatching);
+    visit("awayWatchOn", status.awayWatchOn, OnlyIfTrue());
+    visit("awayWatchCantBegin", status.awayWatchCantBegin, OnlyIfTrue());
+    visit("awayWatchMissesInput", status.awayWatchMissesInput, OnlyIfTrue());
 }
 
 } // namespace velmoran

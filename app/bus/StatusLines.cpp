@@ -70,6 +70,17 @@ std::vector<std::string> statusLines(const ProgramStatus& status, Timestamp now)
                           moment(ProgramStatus::timestampOf(gap->to), now),
                           DurationFormat::text(static_cast<double>(gap->to - gap->from))}));
     }
+    if (status.awayWatchOn) {
+        lines.push_back(words().text("Away watch is on"));
+    }
+    if (status.awayWatchCantBegin) {
+        lines.push_back(
+            words().text("Away watch can't begin: nothing announces that the screen is locked"));
+    }
+    if (status.awayWatchMissesInput) {
+        lines.push_back(words().text(
+            "Away watch doesn't notice keyboard and mouse: the desktop doesn't tell of them"));
+    }
     return lines;
 }
 

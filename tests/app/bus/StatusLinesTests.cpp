@@ -150,5 +150,22 @@ TEST(ProgramStatus, IsNotReadFromAnythingElse) {
     }
 }
 
+TEST_F(StatusLines, SayWhetherAnAwayWatchIsOnAndWhatItMisses) {
+    ProgramStatus status;
+    status.awayWatchOn = true;
+    EXPECT_EQ(statusLines(status, now),
+              (Lines{"Camera and microphone are off", "Away watch is on"}));
+    EXPECT_EQ(decode<ProgramStatus>(encode(status)), status);
+    status = {};
+    status.awayWatchCantBegin = status.awayWatchMissesInput = true;
+    EXPECT_EQ(
+        statusLines(status, now),
+        (Lines{"Camera and microphone are off",
+               "Away watch can't begin: nothing announces that the screen is locked",
+               "Away watch doesn't notice keyboard and mouse: the desktop doesn't tell of them"}));
+    EXPECT_EQ(decode<ProgramStatus>(encode(status)), status);
+    EXPECT_EQ(encode(ProgramStatus()).find("away"), std::string::npos);
+}
+
 } // namespace
 } // namespace velmoran
