@@ -1,15 +1,11 @@
 #include "ctl/History.h"
 
-#include "app/qtbase/UserHistory.h"
-#include "core/history/HistoryReader.h"
 #include "core/text/Localizer.h"
 #include "core/text/MomentText.h"
 #include "core/text/ZoneSource.h"
 #include "ctl/Asking.h"
 #include "ctl/KeptHistory.h"
 
-#include <exception>
-#include <filesystem>
 #include <optional>
 #include <unordered_map>
 
@@ -90,16 +86,7 @@ int printHistory(const HistoryOptions& options, const AskOptions& asking) {
             words().text("“%@” is before “%@”.", {options.until, options.since}),
             AskEnd::wrongRequest);
     }
-    const auto path = userHistoryPath();
-    Output output;
-    try {
-        std::error_code none;
-        if (!std::filesystem::exists(path, none) && !none) {
-            return asking::complain(
-                words().text("There is no history yet: %@ isn't there.", {path.string()}),
-                AskEnd::unreadable);
-        }
-        HistoryReader reader(path);
+    return printKept([&](HistoryReader& reader, Output& output) {
         const LineContext context{now, historyIsKept(asking)};
         bool isAny = false;
         output.collect(headOfLines(options.form));
@@ -113,14 +100,7 @@ int printHistory(const HistoryOptions& options, const AskOptions& asking) {
         if (!isAny && options.form == LineForm::table) {
             output.collect(words().text("No use matches these filters.") + "\n");
         }
-    } catch (const std::exception& error) {
-        output.flush();
-        return asking::complain(words().text("The history can't be read: %@", {error.what()}),
-                                AskEnd::unreadable);
-    }
-    output.flush();
-    // Who reads the first lines of many has what he wanted, and no use for a sentence.
-    return output.readerHasGone() ? AskEnd::unsaid : asking::finish(output, AskEnd::done);
+    });
 }
 
 } // namespace velmoran

@@ -1,6 +1,7 @@
 #include "ctl/KeptCommands.h"
 
 #include "ctl/Choices.h"
+#include "ctl/Reports.h"
 
 namespace velmoran {
 
@@ -24,6 +25,7 @@ bool complainOfEmpty(const CLI::App& command) {
 
 KeptCommands::KeptCommands(CLI::App& app) {
     addHistory(app);
+    addReports(app);
     addTrust(app);
     addSettings(app);
     for (auto* command : {trust_, settings_}) {
@@ -72,6 +74,31 @@ void KeptCommands::addHistory(CLI::App& app) {
         "Reads the history's file and changes nothing; Velmoran may run or not.\n\n"
         "Exit status: 0, 1 if there is no history or it can't be read, 2 for what can't be\n"
         "understood, 4 if the output can't be written or its reader has gone.");
+}
+
+void KeptCommands::addReports(CLI::App& app) {
+    reports_ = app.add_subcommand("reports", "Print what happened while the screen was locked");
+    reports_->add_flag("--json", json_, "Print JSON Lines for other programs");
+    reports_->footer(
+        "The newest report stands last, and the one that is being written as far as it is. There "
+        "is a\n"
+        "report for each time in which the screen was locked, the setting awayWatchOnLock was on "
+        "and\n"
+        "something happened.\n\n"
+        "With --json one object a line: \"id\", \"start\", \"end\" (left out while the watch "
+        "is on),\n"
+        "\"slept\" (the computer slept meanwhile, and nothing was noticed then), \"events\" and\n"
+        "\"ownReturn\", which is what was probably you, coming back: arrays of {\"id\", "
+        "\"kind\", \"time\",\n"
+        "\"detail\", \"title\"}. \"kind\" is keyboardUsed, mouseUsed, lidOpened, lidClosed, "
+        "lidMoved,\n"
+        "powerConnected, powerRemoved, devicePluggedIn, wokeUp, cameraUsed or microphoneUsed;\n"
+        "\"detail\" is the name of a device or app, or the lid's degrees before and after. Times "
+        "have\n"
+        "their zone: 2026-11-22T10:00:00.000+01:00.\n\n"
+        "Reads the history's file and changes nothing; Velmoran may run or not.\n\n"
+        "Exit status: 0, 1 if there is no history or it can't be read, 4 if the output can't be\n"
+        "written or its reader has gone.");
 }
 
 void KeptCommands::addTrust(CLI::App& app) {
@@ -131,6 +158,9 @@ std::optional<int> KeptCommands::run(const AskOptions& asking) {
         }
         historyOptions_.form = json_ ? LineForm::json : csv_ ? LineForm::csv : LineForm::table;
         return printHistory(historyOptions_, asking);
+    }
+    if (*reports_) {
+        return printReports(json_, asking);
     }
     if (*trust_) {
         if (*trustRemove_) {

@@ -1,4 +1,5 @@
-// The commands about what Velmoran keeps: its history, the apps that are trusted, the settings. One
+// The commands about what Velmoran keeps: its history, the reports of
+// the away watch, the apps that are trusted, the settings. One
 // per process; made by `main` before it parses, and run after.
 #pragma once
 
@@ -17,18 +18,21 @@ public:
     explicit KeptCommands(CLI::App& app);
 
     /// In the order of the help.
-    std::vector<CLI::App*> all() const { return {history_, trust_, settings_}; }
+    std::vector<CLI::App*> all() const { return {history_, reports_, trust_, settings_}; }
     /// The exit status of the one that was given; nothing if none of them was.
     std::optional<int> run(const AskOptions& asking);
 
 private:
     void addHistory(CLI::App& app);
+    void addReports(CLI::App& app);
     void addTrust(CLI::App& app);
     void addSettings(CLI::App& app);
 
     CLI::App* history_ = nullptr;
     HistoryOptions historyOptions_;
     bool csv_ = false;
+
+    CLI::App* reports_ = nullptr;
 
     CLI::App* trust_ = nullptr;
     CLI::App* trustRemove_ = nullptr;

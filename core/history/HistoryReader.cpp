@@ -12,6 +12,7 @@
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace velmoran {
 
@@ -26,6 +27,11 @@ constexpr const char* nextSessions = R"(
 SELECT rowid, start, id, deviceRaw, appID, appName, bundleID, appPath, teamID, start, end,
        outcomeRaw, levelRaw, connectionsData, observedFromStart
 FROM SessionRecord
+WHERE (start, rowid) > (?1, ?2) AND typeof(start) IN ('real', 'integer')
+ORDER BY start, rowid LIMIT ?3
+)";
+constexpr const char* nextReports = R"(
+SELECT rowid, start, payload FROM AwayReportRecord
 WHERE (start, rowid) > (?1, ?2) AND typeof(start) IN ('real', 'integer')
 ORDER BY start, rowid LIMIT ?3
 )";
@@ -69,7 +75,6 @@ void HistoryReader::open() {
         StoredFile::refuse(file_, std::generic_category().message(ENOENT));
     }
     if (found.state == StoredFile::State::empty) {
-        isAtEnd_ = true;
         return;
     }
     // The library would make a log and its index for a file without them. Where they are, it needs
@@ -86,56 +91,76 @@ void HistoryReader::open() {
         lockPatienceMilliseconds);
     if (StoredFile::checkTables(*sqlite_, file_, found.state)) {
         sqlite_.reset();
-        isAtEnd_ = true;
     }
 }
 
-std::vector<UsageSession> HistoryReader::readBatch() {
+HistoryReader::Place::Place()
+    : start(-std::numeric_limits<double>::infinity()),
+      row(std::numeric_limits<std::int64_t>::min()) {}
+
+bool HistoryReader::readSome(const char* query, int most, Place& place,
+                             const std::function<void(sqlite3_stmt*)>& take) {
     if (isUnlogged_ && logIsThere()) {
         open(); // somebody has begun to write
     }
-    std::vector<UsageSession> sessions;
     if (!sqlite_) {
-        return sessions;
+        return false;
     }
     sqlite3_stmt* made = nullptr;
-    sqlite_->check(sqlite3_prepare_v2(sqlite_->getHandle(), nextSessions, -1, &made, nullptr));
+    sqlite_->check(sqlite3_prepare_v2(sqlite_->getHandle(), query, -1, &made, nullptr));
     const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(made, sqlite3_finalize);
-    if (wholeStart_) {
-        sqlite3_bind_int64(made, 1, *wholeStart_); // not all of them fit the other form
+    if (place.wholeStart) {
+        sqlite3_bind_int64(made, 1, *place.wholeStart); // not all of them fit the other form
     } else {
-        sqlite3_bind_double(made, 1, lastStart_);
+        sqlite3_bind_double(made, 1, place.start);
     }
-    sqlite3_bind_int64(made, 2, lastRow_);
-    sqlite3_bind_int(made, 3, batch);
+    sqlite3_bind_int64(made, 2, place.row);
+    sqlite3_bind_int(made, 3, most);
     int count = 0;
     int result = sqlite3_step(made);
     for (; result == SQLITE_ROW; result = sqlite3_step(made)) {
         ++count;
-        lastRow_ = sqlite3_column_int64(made, 0);
-        lastStart_ = sqlite3_column_double(made, 1);
-        wholeStart_ = sqlite3_column_type(made, 1) == SQLITE_INTEGER
-                          ? std::optional<std::int64_t>(sqlite3_column_int64(made, 1))
-                          : std::nullopt;
-        if (auto session = sessionFrom(recordAt(made, 2))) {
-            sessions.push_back(*std::move(session));
-        }
+        place.row = sqlite3_column_int64(made, 0);
+        place.start = sqlite3_column_double(made, 1);
+        place.wholeStart = sqlite3_column_type(made, 1) == SQLITE_INTEGER
+                               ? std::optional<std::int64_t>(sqlite3_column_int64(made, 1))
+                               : std::nullopt;
+        take(made);
     }
     if (result != SQLITE_DONE) {
         sqlite_->check(result);
     }
-    isAtEnd_ = count < batch;
-    return sessions;
+    return count == most;
 }
 
 void HistoryReader::each(const std::function<bool(const UsageSession&)>& visit) {
-    lastStart_ = -std::numeric_limits<double>::infinity();
-    wholeStart_ = std::nullopt;
-    lastRow_ = std::numeric_limits<std::int64_t>::min();
-    isAtEnd_ = sqlite_ == nullptr;
-    while (!isAtEnd_) {
-        for (const auto& session : readBatch()) {
+    Place place;
+    for (bool isMore = true; isMore;) {
+        std::vector<UsageSession> sessions;
+        isMore = readSome(nextSessions, batch, place, [&](sqlite3_stmt* row) {
+            if (auto session = sessionFrom(recordAt(row, 2))) {
+                sessions.push_back(*std::move(session));
+            }
+        });
+        for (const auto& session : sessions) {
             if (!visit(session)) {
+                return;
+            }
+        }
+    }
+}
+
+void HistoryReader::eachAwayReport(const std::function<bool(const std::string&)>& visit) {
+    Place place;
+    for (bool isMore = true; isMore;) {
+        std::vector<std::string> payloads;
+        isMore = readSome(nextReports, reportBatch, place, [&](sqlite3_stmt* row) {
+            const auto* bytes = static_cast<const char*>(sqlite3_column_blob(row, 2));
+            payloads.emplace_back(bytes ? bytes : "",
+                                  static_cast<std::size_t>(sqlite3_column_bytes(row, 2)));
+        });
+        for (const auto& payload : payloads) {
+            if (!visit(payload)) {
                 return;
             }
         }

@@ -10,7 +10,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <vector>
+#include <string>
+
+struct sqlite3_stmt;
 
 namespace velmoran {
 
@@ -29,21 +31,31 @@ public:
     /// does.
     void each(const std::function<bool(const UsageSession&)>& visit);
 
+    /// The same for the away reports, as the JSON texts that stand there.
+    void eachAwayReport(const std::function<bool(const std::string& payload)>& visit);
+
     /// So many are read at a time.
     static constexpr int batch = 1000;
+    static constexpr int reportBatch = 20; ///< of reports, which may be long
 
 private:
+    /// Of the row that was read last, by which the next ones are found.
+    struct Place {
+        Place();
+        double start;
+        std::optional<std::int64_t> wholeStart; ///< the same where it is stored as a whole number
+        std::int64_t row;
+    };
+
     void open();
     bool logIsThere() const;
-    std::vector<UsageSession> readBatch();
+    /// Hands over at most so many rows behind that place; whether there may be more.
+    bool readSome(const char* query, int most, Place& place,
+                  const std::function<void(sqlite3_stmt*)>& take);
 
     std::filesystem::path file_;
     std::unique_ptr<SQLite::Database> sqlite_; ///< null for a file without any table
     bool isUnlogged_ = false;                  ///< opened as if nobody could write meanwhile
-    double lastStart_ = 0;                     ///< of the row that was read last
-    std::optional<std::int64_t> wholeStart_;   ///< the same where it is stored as a whole number
-    std::int64_t lastRow_ = 0;
-    bool isAtEnd_ = false;
 };
 
 } // namespace velmoran

@@ -2,7 +2,9 @@
 #include "BusFixture.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace velmoran {
@@ -19,6 +21,42 @@ TEST_F(Command, StatusSaysWhatIsOn) {
     model->receive(reading({app("Zoom")}));
     EXPECT_THAT(ctl({"status"}, 0).output(), HasSubstr("Zoom is using the camera (since "));
     EXPECT_EQ(ctl({"status", "--json"}, 0).output(), encode(statusOf(*model)) + "\n");
+}
+
+TEST_F(Command, ReportsShowTheOneThatIsBeingWrittenWhileAWatchIsOn) {
+    launch();
+    const auto file = folder_.path(".local/share/Velmoran/History.store");
+    HistoryStore store{std::filesystem::path(file)};
+    AwayReport report;
+    report.id = Uuid::random();
+    report.events.emplace_back();
+    store.saveAwayReport(report.id, report.start, report.end, report);
+    EXPECT_EQ(ctl({"reports"}, 0).output(), "No Away watch reports yet\n");
+    model->awayWatchOn.set(true);
+    EXPECT_EQ(ctl({"reports"}, 0).output(), "No Away watch reports yet\n")
+        << "a watch of somebody who keeps another history";
+    const int held = ::open((file + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(::flock(held, LOCK_EX | LOCK_NB), 0);
+    EXPECT_EQ(ctl({"reports"}, 0).output(), "Away watch was on from 2001-01-01 00:00:00 to now.\n"
+                                            "  2001-01-01 00:00:00  Keyboard used\n"
+                                            "  The camera and microphone were not used.\n");
+    model->awayWatchOn.set(false);
+    EXPECT_EQ(ctl({"reports"}, 0).output(), "No Away watch reports yet\n")
+        << "what a killed program has left";
+    ::close(held);
+}
+
+TEST_F(Command, StatusSaysWhatAnAwayWatchWouldMiss) {
+    launch();
+    model->awayOutlook.gaps.set({.noLock = true, .noInput = true});
+    EXPECT_EQ(ctl({"status"}, 0).output(), "Camera and microphone are off\n")
+        << "nobody wants a watch";
+    model->settings.awayWatchOnLock.set(true);
+    model->awayOutlook.gaps.set({.noLock = true, .noInput = true});
+    EXPECT_THAT(ctl({"status"}, 0).output(), HasSubstr("\nAway watch can't begin: "));
+    EXPECT_THAT(ctl({"status"}, 0).output(), HasSubstr("\nAway watch doesn't notice keyboard"));
+    EXPECT_THAT(ctl({"status", "--json"}, 0).output(),
+                HasSubstr(R"("awayWatchCantBegin":true,"awayWatchMissesInput":true)"));
 }
 
 TEST_F(Command, StopStopsAndSaysWhatHappened) {

@@ -242,5 +242,45 @@ TEST_F(HistoryReaderTest, ReadsFromAFolderOfAnyName) {
     EXPECT_EQ(all(reader).size(), 1U);
 }
 
+TEST_F(HistoryReaderTest, GivesAwayReportsAsTheyStandTheOldestFirst) {
+    std::vector<std::string> expected;
+    {
+        HistoryStore store(path());
+        // More than are read at a time, some of one start.
+        for (int index = 0; index < 2 * HistoryReader::reportBatch + 1; ++index) {
+            const auto payload = "{\"number\":" + std::to_string(index) + "}";
+            store.saveAwayPayload(idNumber(index + 1), {100.0 + index / 3}, {}, payload);
+            expected.push_back(payload);
+        }
+        store.saveAwayPayload(idNumber(999), {1e6}, {}, "no JSON");
+        expected.emplace_back("no JSON");
+    }
+    const auto before = files();
+    HistoryReader reader(path());
+    std::vector<std::string> found;
+    reader.eachAwayReport([&](const std::string& payload) {
+        found.push_back(payload);
+        return true;
+    });
+    EXPECT_EQ(found, expected);
+    found.clear();
+    reader.eachAwayReport([&](const std::string& payload) {
+        found.push_back(payload);
+        return found.size() < 3;
+    });
+    EXPECT_EQ(found.size(), 3U) << "the visitor wanted no more";
+    EXPECT_TRUE(all(reader).empty());
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(HistoryReaderTest, ReadsTheAwayReportThatAnOpenStoreHasJustSaved) {
+    HistoryStore open(path());
+    HistoryReader reader(path());
+    open.saveAwayPayload(idNumber(1), {100}, {}, "{}");
+    int found = 0;
+    reader.eachAwayReport([&](const std::string&) { return ++found > 0; });
+    EXPECT_EQ(found, 1);
+}
+
 } // namespace
 } // namespace velmoran
