@@ -212,7 +212,42 @@ std::optional<int> pictureOf(const AppIdentity& app) {
     return std::nullopt;
 }
 
+std::vector<AwayReport> reports() {
+    using Kind = AwayEventKind;
+    const auto event = [](double hours, Kind kind, std::optional<std::string> detail = {}) {
+        return AwayEvent{.id = Uuid::random(),
+                         .kind = kind,
+                         .time = midnight + hours * hour,
+                         .detail = std::move(detail)};
+    };
+    AwayReport lunch;
+    lunch.id = Uuid::random();
+    lunch.start = midnight + 12.08 * hour;
+    lunch.end = midnight + 13.02 * hour;
+    lunch.events = {event(12.29, Kind::mouseUsed),
+                    event(12.3, Kind::keyboardUsed),
+                    event(12.32, Kind::devicePluggedIn, "Kestrel Flash Drive"),
+                    event(12.34, Kind::lidMoved, "104 62"),
+                    event(12.52, Kind::powerRemoved),
+                    event(12.54, Kind::powerConnected)};
+    lunch.ownReturn = {event(13.018, Kind::lidOpened), event(13.0195, Kind::keyboardUsed)};
+
+    AwayReport night;
+    night.id = Uuid::random();
+    night.start = midnight - 5.4 * hour;
+    night.end = midnight + 8.7 * hour;
+    night.slept = true;
+    night.events = {event(-5.1, Kind::lidClosed), event(7.6, Kind::wokeUp),
+                    event(7.61, Kind::mouseUsed),
+                    event(7.63, Kind::cameraUsed, std::string(app("parley").name)),
+                    event(7.64, Kind::microphoneUsed, std::string(app("parley").name))};
+    return {lunch, night};
+}
+
 void fill(HistoryStore& store) {
+    for (const auto& report : reports()) {
+        store.saveAwayReport(report.id, report.start, report.end, report);
+    }
     Diary diary(store);
     for (int ago = days - 1; ago >= 1; --ago) {
         const auto date = midnight - ago * day;

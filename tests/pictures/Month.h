@@ -2,6 +2,7 @@
 // that a picture changes only where the program does.
 #pragma once
 
+#include "core/away/AwayReport.h"
 #include "core/history/HistoryStore.h"
 #include "core/records/SystemSnapshot.h"
 
@@ -23,6 +24,9 @@ std::optional<int> pictureOf(const AppIdentity& app);
 
 /// Who is called while the pictures are taken.
 inline constexpr std::string_view call = "harbour";
+
+/// What happened while its owner was away, the newest first.
+std::vector<AwayReport> reports();
 
 void fill(HistoryStore& store);
 

@@ -6,6 +6,7 @@
 #include "app/controls/Groups.h"
 #include "app/model/AppModel.h"
 #include "app/model/MemorySettings.h"
+#include "app/screens/AwayReportView.h"
 #include "app/screens/BrowserDialog.h"
 #include "app/screens/EventDetailsView.h"
 #include "app/screens/HistoryScreen.h"
@@ -233,15 +234,34 @@ void drawHistory(const Camera& camera) {
     camera.take(history, "chart-quarter");
     part<QWidget>(history, "tabs").findChildren<QAbstractButton*>().at(1)->click();
     camera.take(history, "away");
-    part<QWidget>(history, "tabs").findChildren<QAbstractButton*>().at(0)->click();
     stage.model.deleteHistory();
     stage.reading = {};
     stage.deliver();
     stage.model.deleteHistory();
     stage.time.runPosted();
+    camera.take(history, "away-empty");
+    part<QWidget>(history, "tabs").findChildren<QAbstractButton*>().at(0)->click();
     camera.take(history, "chart-empty");
     part<QAbstractButton>(history, "chartButton").click();
     camera.take(history, "history-empty");
+}
+
+void drawAwayReports(const Camera& camera) {
+    const auto nothing = [] {
+    };
+    const auto all = reports();
+    AwayReportView report(all.front(), nothing, nothing);
+    camera.show(report, "away-report");
+    auto many = all.front();
+    for (int times = 0; times < 4; ++times) {
+        many.events.insert(many.events.end(), all.front().events.begin(), all.front().events.end());
+    }
+    AwayReportView longReport(many, nothing, nothing);
+    camera.show(longReport, "away-report-long");
+    auto quiet = all.front();
+    quiet.events.clear();
+    AwayReportView empty(quiet, nothing, nothing);
+    camera.show(empty, "away-report-empty");
 }
 
 void drawSettings(const Camera& camera) {
@@ -306,6 +326,7 @@ int main(int argc, char** argv) {
         drawPanels(camera);
         drawDetails(camera);
         drawHistory(camera);
+        drawAwayReports(camera);
         drawSettings(camera);
         drawIntroduction(camera);
         drawBrowserQuestion(camera);
