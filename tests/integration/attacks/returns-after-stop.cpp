@@ -11,20 +11,28 @@ Verdict returnsAfterStop(Scene& scene) {
     if (!scene.tellsStart("spy", within(1s))) {
         return fell("the recorder wasn't told");
     }
-    const auto stopped = scene.ctl({"stop"}, within(30s));
-    if (!stopped.status) {
-        return fell("the stop didn't come to its end");
+    const auto isOn = [&] {
+        const auto status = scene.ctl({"status"}).output;
+        return status.find("is using the microphone") != std::string::npos ||
+               status.find("The microphone is in use") != std::string::npos;
+    };
+    // On a busy machine it may be back only after the stop has looked: then that is another use,
+    // which the next stop ends.
+    const int stops = scene.isSlow() ? 1 : 5;
+    support::Finished stopped;
+    for (int number = 0; number < stops; ++number) {
+        stopped = scene.ctl({"stop"}, within(30s));
+        if (!stopped.status) {
+            return fell("the stop didn't come to its end");
+        }
+        if (stopped.status != 0) {
+            return held("said: " + stopped.output);
+        }
+        if (!waitUntil(isOn, within(5s))) {
+            return fell("that it is back wasn't said");
+        }
     }
-    const auto status = scene.ctl({"status"}).output;
-    const bool isOn = status.find("is using the microphone") != std::string::npos ||
-                      status.find("The microphone is in use") != std::string::npos;
-    if (stopped.status == 0 && isOn) {
-        return fell("said to be stopped while the microphone is in use: " + stopped.output);
-    }
-    if (stopped.status == 0) {
-        return fell("said to be stopped, though it is always started again: " + stopped.output);
-    }
-    return held("said: " + stopped.output);
+    return fell("said to be stopped, though it is always started again: " + stopped.output);
 }
 
 } // namespace velmoran::attacks
