@@ -75,7 +75,8 @@ std::unique_ptr<LidAngle> IioLidAngle::open(const std::string& folder) {
     }
     std::unique_ptr<IioLidAngle> sensor(
         new IioLidAngle(std::make_shared<Reader>(std::move(*files))));
-    if (!sensor->reader_->take(longestFirst)) {
+    sensor->first_ = sensor->reader_->take(longestFirst);
+    if (!sensor->first_) {
         return nullptr;
     }
     return sensor;
@@ -92,7 +93,9 @@ IioLidAngle::~IioLidAngle() {
 }
 
 std::optional<int> IioLidAngle::read() {
-    return reader_->take(longestNext);
+    // Whoever has opened it asks at once, and a slow sensor has no other by then.
+    const auto first = std::exchange(first_, std::nullopt);
+    return first ? first : reader_->take(longestNext);
 }
 
 } // namespace velmoran

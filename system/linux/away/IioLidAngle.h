@@ -17,8 +17,8 @@ public:
     static std::unique_ptr<LidAngle> open(const std::string& folder = "/sys/bus/iio/devices");
 
     ~IioLidAngle() override;
-    /// Of this moment from a quick sensor, of the last call from a slow one; nothing as long as
-    /// that isn't there.
+    /// First the angle with which it was opened. Then of this moment from a quick sensor, of the
+    /// last call from a slow one; nothing as long as that isn't there.
     std::optional<int> read() override;
 
 private:
@@ -26,6 +26,7 @@ private:
     explicit IioLidAngle(std::shared_ptr<Reader> reader);
 
     std::shared_ptr<Reader> reader_;
+    std::optional<int> first_; ///< until it was read
 };
 
 } // namespace velmoran

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace velmoran {
@@ -122,10 +123,32 @@ TEST_F(LidAngleOfIio, IsNothingWhereTheSensorGivesNone) {
     EXPECT_TRUE(support::waitUntil([&] { return angle->read() == 50; }));
 }
 
+TEST_F(LidAngleOfIio, IsReadFirstAsItWasOpenedHoweverSlowTheSensorIs) {
+    addHinge("40");
+    const auto path = folder_.path("iio:device0/in_angl0_raw");
+    std::filesystem::remove(path);
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    // It answers once, and would let the next reading wait.
+    std::thread sensor([&] {
+        const int pipe = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        EXPECT_EQ(::write(pipe, "40\n", 3), 3);
+        ::close(pipe);
+    });
+    const auto angle = IioLidAngle::open(folder_.path());
+    sensor.join();
+    ASSERT_NE(angle, nullptr);
+    EXPECT_EQ(angle->read(), 40);
+    EXPECT_EQ(angle->read(), std::nullopt);
+    const int both = ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_GE(both, 0); // so that this reading ends
+    ::close(both);
+}
+
 TEST_F(LidAngleOfIio, KeepsNobodyWaitingForASlowSensor) {
     addHinge("40");
     const auto angle = IioLidAngle::open(folder_.path());
     ASSERT_NE(angle, nullptr);
+    EXPECT_EQ(angle->read(), 40);
     // Whoever opens a pipe to read waits until somebody writes.
     const auto path = folder_.path("iio:device0/in_angl0_raw");
     std::filesystem::remove(path);
