@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace velmoran {
 namespace {
@@ -119,21 +120,43 @@ TEST_F(ScreenLockTest, OfAScreenThatIsLockedAlreadyIsNone) {
     EXPECT_TRUE(awaitTold({"lock", "unlock"}));
 }
 
-TEST_F(ScreenLockTest, IsHeardFromEitherScreenSaver) {
-    services_.startSaver(gnomeSaver, gnomePath);
-    services_.startSaver(desktopSaver, "/ScreenSaver");
+TEST_F(ScreenLockTest, IsHeardFromAnyScreenSaver) {
+    const std::vector<std::pair<const char*, const char*>> savers = {
+        {gnomeSaver, gnomePath},
+        {desktopSaver, "/ScreenSaver"},
+        {"org.cinnamon.ScreenSaver", "/org/cinnamon/ScreenSaver"},
+        {"org.mate.ScreenSaver", "/ScreenSaver"},
+        {"org.xfce.ScreenSaver", "/"}};
+    for (const auto& [name, path] : savers) {
+        services_.startSaver(name, path);
+    }
     observe();
-    for (const auto& [name, path] :
-         {std::pair(gnomeSaver, gnomePath), std::pair(desktopSaver, "/ScreenSaver")}) {
+    for (const auto& [name, path] : savers) {
         ASSERT_TRUE(waitUntil([&, saver = name] {
             return session_.child(saver)->output().find("GetActive") != std::string::npos;
-        }));
+        })) << name;
         told_.clear();
         services_.setActive(name, path, true);
         EXPECT_TRUE(awaitTold({"lock"})) << name;
         services_.setActive(name, path, false);
         EXPECT_TRUE(awaitTold({"lock", "unlock"})) << name;
     }
+}
+
+// Whoever obeys logind's word may have none for it when somebody comes back.
+TEST_F(ScreenLockTest, ThatWasAskedForEndsWithTheDesktopsSaver) {
+    services_.startLogind();
+    const auto own = services_.addSession("7");
+    constexpr const char* xfce = "org.xfce.ScreenSaver";
+    services_.startSaver(xfce, "/org/xfce/ScreenSaver");
+    observe();
+    ASSERT_TRUE(waitUntil(
+        [&] { return session_.child(xfce)->output().find("GetActive") != std::string::npos; }));
+    services_.lock(own);
+    services_.setActive(xfce, "/org/xfce/ScreenSaver", true);
+    ASSERT_TRUE(awaitTold({"lock"}));
+    services_.setActive(xfce, "/org/xfce/ScreenSaver", false);
+    EXPECT_TRUE(awaitTold({"lock", "unlock"}));
 }
 
 TEST_F(ScreenLockTest, EndsWithTheSaverThatSaidSo) {

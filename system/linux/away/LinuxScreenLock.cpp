@@ -24,19 +24,32 @@ struct Saver {
     SaverLock::Place place;
 };
 
+Saver ofDesktop(LockState::Voice voice, const std::string& desktop) {
+    const auto name = "org." + desktop + ".ScreenSaver";
+    return {voice,
+            {.name = name,
+             .interface = name,
+             .paths = {"/org/" + desktop + "/ScreenSaver", "/ScreenSaver", "/"}}};
+}
+
 const std::vector<Saver>& savers() {
+    using Voice = LockState::Voice;
     static const char* const gnome = "org.gnome.ScreenSaver";
     static const std::vector<Saver> known = {
-        {LockState::Voice::desktopSaver,
+        {Voice::desktopSaver,
          {.name = "org.freedesktop.ScreenSaver",
           .interface = "org.freedesktop.ScreenSaver",
           .paths = {"/org/freedesktop/ScreenSaver", "/ScreenSaver"}}},
-        {LockState::Voice::gnomeSaver,
+        {Voice::gnomeSaver,
          {.name = gnome, .interface = gnome, .paths = {"/org/gnome/ScreenSaver"}}},
-        {LockState::Voice::gnomeShell,
+        {Voice::gnomeShell,
          {.name = "org.gnome.Shell.ScreenShield",
           .interface = gnome,
-          .paths = {"/org/gnome/ScreenSaver"}}}};
+          .paths = {"/org/gnome/ScreenSaver"}}},
+        // As GNOME's but for the name; some have it at another path.
+        ofDesktop(Voice::cinnamonSaver, "cinnamon"),
+        ofDesktop(Voice::mateSaver, "mate"),
+        ofDesktop(Voice::xfceSaver, "xfce")};
     return known;
 }
 

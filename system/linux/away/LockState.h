@@ -14,7 +14,10 @@ public:
         hint,    ///< the locker's word to logind
         desktopSaver,
         gnomeSaver,
-        gnomeShell ///< for which, in newer GNOME, the saver speaks that comes and goes
+        gnomeShell, ///< for which, in newer GNOME, the saver speaks that comes and goes
+        cinnamonSaver,
+        mateSaver,
+        xfceSaver
     };
 
     /// Announces it.

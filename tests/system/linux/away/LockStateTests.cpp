@@ -31,7 +31,8 @@ TEST_F(LockStateTest, IsLockedFromTheFirstWordToTheLast) {
 
 TEST_F(LockStateTest, AnyVoiceAloneIsEnough) {
     for (const auto voice :
-         {Voice::request, Voice::hint, Voice::desktopSaver, Voice::gnomeSaver, Voice::gnomeShell}) {
+         {Voice::request, Voice::hint, Voice::desktopSaver, Voice::gnomeSaver, Voice::gnomeShell,
+          Voice::cinnamonSaver, Voice::mateSaver, Voice::xfceSaver}) {
         state_.say(voice, true);
         EXPECT_TRUE(state_.isLocked());
         state_.say(voice, false);
