@@ -111,8 +111,10 @@ struct InputWatch::Listening {
 InputWatch::Places InputWatch::Places::ofThisSession() {
     Places places;
     places.display = inEnvironment("DISPLAY");
+    // What the user's service manager starts may have an earlier session's WAYLAND_DISPLAY.
+    const auto type = inEnvironment("XDG_SESSION_TYPE");
     places.isWayland =
-        !inEnvironment("WAYLAND_DISPLAY").empty() || inEnvironment("XDG_SESSION_TYPE") == "wayland";
+        type == "wayland" || (type != "x11" && !inEnvironment("WAYLAND_DISPLAY").empty());
     if (auto seat = inEnvironment("XDG_SEAT"); !seat.empty()) {
         places.seat = std::move(seat);
     }

@@ -30,6 +30,13 @@ TEST(InputPlaces, AreThoseOfTheSession) {
     EXPECT_TRUE(placesWith({{"DISPLAY", ":3"}, {"WAYLAND_DISPLAY", "wayland-0"}}).isWayland);
     EXPECT_TRUE(placesWith({{"DISPLAY", ":3"}, {"XDG_SESSION_TYPE", "wayland"}}).isWayland);
     EXPECT_FALSE(placesWith({{"WAYLAND_DISPLAY", ""}}).isWayland);
+    EXPECT_TRUE(
+        placesWith({{"WAYLAND_DISPLAY", "wayland-1"}, {"XDG_SESSION_TYPE", "tty"}}).isWayland);
+    EXPECT_FALSE(
+        placesWith(
+            {{"DISPLAY", ":3"}, {"WAYLAND_DISPLAY", "wayland-0"}, {"XDG_SESSION_TYPE", "x11"}})
+            .isWayland)
+        << "left by an earlier session";
     EXPECT_EQ(placesWith({{"XDG_SEAT", "seat1"}}).seat, "seat1");
 }
 
