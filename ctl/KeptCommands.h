@@ -1,6 +1,5 @@
-// The commands about what Velmoran keeps: its history, the reports of
-// the away watch, the apps that are trusted, the settings. One
-// per process; made by `main` before it parses, and run after.
+// The commands about what Velmoran keeps: its history, the reports of the away watch, the apps that
+// are trusted, the settings. One per process; made by `main` before it parses, and run after.
 #pragma once
 
 #include "ctl/Ask.h"

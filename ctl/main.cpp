@@ -132,9 +132,9 @@ int main(int argc, char** argv) {
         "\"notWatching\": {\"from\", \"to\"} is the last time in which nothing was seen.\n"
         "\"awayWatchOn\" is there while an away watch is on; \"awayWatchCantBegin\" where one is "
         "wanted\n"
-        "and nothing announces that the screen is locked, \"awayWatchMissesInput\" where it can't "
-        "tell\n"
-        "that keyboard and mouse are used.\n\n"
+        "and nothing has announced yet that the screen is locked, \"awayWatchMissesInput\" where "
+        "it\n"
+        "can't tell that keyboard and mouse are used.\n\n"
         "Exit status: 0, 1 if Velmoran isn't running or doesn't answer, or 4 if the output\n"
         "can't be written.");
     std::string alsoVelmoran;

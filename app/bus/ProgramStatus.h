@@ -66,7 +66,7 @@ struct ProgramStatus {
     std::optional<Gap> notWatching = {}; ///< the last time in which nothing was seen, if known
     bool awayWatchOn = false;            ///< an away watch is running
     // Of an away watch that is wanted:
-    bool awayWatchCantBegin = false;   ///< nothing announces that the screen is locked
+    bool awayWatchCantBegin = false;   ///< nothing has announced a lock, or says that it would
     bool awayWatchMissesInput = false; ///< it can't tell that keyboard and mouse are used
 
     bool operator==(const ProgramStatus&) const = default;

@@ -75,7 +75,8 @@ std::vector<std::string> statusLines(const ProgramStatus& status, Timestamp now)
     }
     if (status.awayWatchCantBegin) {
         lines.push_back(
-            words().text("Away watch can't begin: nothing announces that the screen is locked"));
+            words().text("Away watch can't begin until something announces that the screen is "
+                         "locked; nothing has yet"));
     }
     if (status.awayWatchMissesInput) {
         lines.push_back(words().text(

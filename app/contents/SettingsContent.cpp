@@ -83,8 +83,8 @@ Toggle awayWatch(bool readsLid, const AwayGaps& gaps) {
                                    "that they are used.");
     }
     if (gaps.noLock) {
-        note += " " + words().text("Nothing announces here that the screen is locked, so the "
-                                   "watch can't begin.");
+        note += " " + words().text("Nothing has announced here yet that the screen is locked. "
+                                   "Until something does, the watch can't begin.");
     }
     return {&SettingsStore::awayWatchOnLock, words().text("Away watch"), note};
 }

@@ -14,7 +14,7 @@ namespace velmoran {
 
 /// Where a watch would be silent without anything being wrong.
 struct AwayGaps {
-    bool noLock = false;  ///< nothing announces a lock, so no watch begins
+    bool noLock = false;  ///< nothing that is known announces a lock
     bool noInput = false; ///< the use of keyboard and mouse can't be told
 
     bool operator==(const AwayGaps&) const = default;

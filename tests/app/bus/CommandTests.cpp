@@ -53,7 +53,7 @@ TEST_F(Command, StatusSaysWhatAnAwayWatchWouldMiss) {
         << "nobody wants a watch";
     model->settings.awayWatchOnLock.set(true);
     model->awayOutlook.gaps.set({.noLock = true, .noInput = true});
-    EXPECT_THAT(ctl({"status"}, 0).output(), HasSubstr("\nAway watch can't begin: "));
+    EXPECT_THAT(ctl({"status"}, 0).output(), HasSubstr("\nAway watch can't begin until "));
     EXPECT_THAT(ctl({"status"}, 0).output(), HasSubstr("\nAway watch doesn't notice keyboard"));
     EXPECT_THAT(ctl({"status", "--json"}, 0).output(),
                 HasSubstr(R"("awayWatchCantBegin":true,"awayWatchMissesInput":true)"));

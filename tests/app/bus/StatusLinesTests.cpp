@@ -161,7 +161,8 @@ TEST_F(StatusLines, SayWhetherAnAwayWatchIsOnAndWhatItMisses) {
     EXPECT_EQ(
         statusLines(status, now),
         (Lines{"Camera and microphone are off",
-               "Away watch can't begin: nothing announces that the screen is locked",
+               "Away watch can't begin until something announces that the screen is locked; "
+               "nothing has yet",
                "Away watch doesn't notice keyboard and mouse: the desktop doesn't tell of them"}));
     EXPECT_EQ(decode<ProgramStatus>(encode(status)), status);
     EXPECT_EQ(encode(ProgramStatus()).find("away"), std::string::npos);

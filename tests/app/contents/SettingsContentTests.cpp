@@ -130,7 +130,8 @@ TEST(SettingsContent, SaysOfTheAwayWatchWhatItCannotNotice) {
     const std::string noInput =
         " Keyboard and mouse aren't noticed: this desktop doesn't tell that they are used.";
     const std::string noLock =
-        " Nothing announces here that the screen is locked, so the watch can't begin.";
+        " Nothing has announced here yet that the screen is locked. Until something does, the "
+        "watch can't begin.";
     EXPECT_EQ(SettingsContent::awayWatch(false, {.noLock = true, .noInput = false}).note,
               noLid + noLock);
     EXPECT_EQ(SettingsContent::awayWatch(true, {.noLock = true, .noInput = true}).note,
