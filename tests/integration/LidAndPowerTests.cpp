@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -193,6 +194,35 @@ TEST_F(LidAndPowerTest, TellOfASleepThatHasBegunAlready) {
     ASSERT_TRUE(awaitTold({Told::wentToSleep}));
     services_.prepareForSleep(false);
     EXPECT_TRUE(awaitTold({Told::wentToSleep, Told::wokeUp}));
+}
+
+TEST_F(LidAndPowerTest, TellOfASleepOfWhichLogindDoesNot) {
+    std::atomic<Seconds> asleep = 100;
+    LidAndPower readings(loop_, bus_, folders_, 0, [&] { return asleep.load(); });
+    services_.startLogind();
+    const auto heard = readings.listen([this](const AwaySignal& signal) {
+        const std::lock_guard guard(mutex_);
+        told_.push_back(signal.kind);
+    });
+    ASSERT_EQ(readings.isLidClosed(), false);
+    asleep = 3700;
+    ASSERT_EQ(readings.isLidClosed(), false);
+    const std::vector<Told> once = {Told::wentToSleep, Told::wokeUp};
+    ASSERT_TRUE(awaitTold(once));
+    asleep = 3700.5; // no sleep is that short
+    ASSERT_EQ(readings.isLidClosed(), false);
+    // One that it has told of isn't told a second time.
+    services_.prepareForSleep(true);
+    ASSERT_TRUE(awaitTold({Told::wentToSleep, Told::wokeUp, Told::wentToSleep}));
+    asleep = 5000;
+    ASSERT_EQ(readings.isLidClosed(), false);
+    services_.prepareForSleep(false);
+    ASSERT_TRUE(awaitTold({Told::wentToSleep, Told::wokeUp, Told::wentToSleep, Told::wokeUp}));
+    asleep = 6000;
+    services_.stop(MockedServices::logind);
+    (void)readings.isLidClosed();
+    EXPECT_TRUE(awaitTold({Told::wentToSleep, Told::wokeUp, Told::wentToSleep, Told::wokeUp,
+                           Told::wentToSleep, Told::wokeUp}));
 }
 
 TEST_F(LidAndPowerTest, AreTheKernelsWithoutServices) {

@@ -1,5 +1,6 @@
 #include "system/linux/away/LidAndPower.h"
 
+#include "system/BootAlarm.h"
 #include "system/linux/away/LidSwitch.h"
 #include "system/linux/away/LogindNames.h"
 #include "system/linux/away/PowerSupplies.h"
@@ -18,6 +19,14 @@ namespace {
 
 constexpr const char* powerName = "org.freedesktop.UPower"; ///< of its interface too
 constexpr const char* powerPath = "/org/freedesktop/UPower";
+/// What the two clocks differ by for other reasons.
+constexpr Seconds leastSleep = 1;
+
+/// One clock goes on while the machine sleeps, the other one doesn't.
+Seconds timeAsleepByClocks() {
+    const std::chrono::duration<double> awake = std::chrono::steady_clock::now().time_since_epoch();
+    return BootAlarm::now() - awake.count();
+}
 
 } // namespace
 
@@ -29,7 +38,11 @@ public:
     using Time = std::chrono::steady_clock;
     using Duration = std::chrono::duration<double>;
 
-    Live(BusKeeper& bus, bool hasSwitch, Duration fresh) : hasSwitch_(hasSwitch), fresh_(fresh) {
+    Live(BusKeeper& bus, bool hasSwitch, Duration fresh, const std::function<Seconds()>& timeAsleep)
+        : hasSwitch_(hasSwitch),
+          fresh_(fresh),
+          timeAsleep_(timeAsleep),
+          asleepBefore_(timeAsleep()) {
         busEnd_ = bus.follow({.up = [this](BusLine& line) { follow(line); },
                               .down =
                                   [this] {
@@ -60,6 +73,15 @@ public:
             changed_.wait_for(lock, Duration(patience), [&] { return answered_ >= question; });
         }
         return lid_ ? lid_ : powersLid_;
+    }
+
+    /// Main thread. The lock may come from the sleep itself, too late for logind's word on it.
+    void heedClocks(EventLoop& loop) {
+        if (const auto asleep = timeAsleep_(); asleep - asleepBefore_ >= leastSleep) {
+            asleepBefore_ = asleep;
+            doubtLid();
+            loop.post([this] { noteSleep(); });
+        }
     }
 
     /// Main thread.
@@ -124,6 +146,8 @@ private:
         if (line_ == nullptr || logind_.empty()) {
             const std::lock_guard lock(mutex_);
             answered_ = std::max(answered_, question);
+            lidAnswered_ = Time::now();
+            isLidDoubtful_ = false;
             changed_.notify_all();
             return;
         }
@@ -207,9 +231,20 @@ private:
     void tellSleep() {
         if (const auto announced = announced_; announced && isAsleep_ != toldAsleep_) {
             toldAsleep_ = isAsleep_;
+            sleepIsTold_ |= isAsleep_;
             (*announced)(
                 {.kind = isAsleep_ ? AwaySignal::Kind::wentToSleep : AwaySignal::Kind::wokeUp,
                  .name = std::nullopt});
+        }
+    }
+
+    /// The machine is awake again.
+    void noteSleep() {
+        const auto announced = announced_;
+        if (!std::exchange(sleepIsTold_, false) && announced) {
+            for (const auto kind : {AwaySignal::Kind::wentToSleep, AwaySignal::Kind::wokeUp}) {
+                (*announced)({.kind = kind, .name = std::nullopt});
+            }
         }
     }
 
@@ -218,9 +253,12 @@ private:
     bool hasLid_ = false;     ///< by UPower
     bool isAsleep_ = false;
     bool toldAsleep_ = false;
+    bool sleepIsTold_ = false; ///< that which the clocks will show next
     std::shared_ptr<Announced> announced_;
     const bool hasSwitch_;
     const Duration fresh_;
+    const std::function<Seconds()> timeAsleep_;
+    Seconds asleepBefore_; ///< main thread
 
     std::mutex mutex_; ///< of what stands next
     std::condition_variable changed_;
@@ -244,11 +282,13 @@ private:
     Subscription busEnd_;
 };
 
-LidAndPower::LidAndPower(EventLoop& loop, BusKeeper& systemBus, Folders folders, Seconds fresh)
+LidAndPower::LidAndPower(EventLoop& loop, BusKeeper& systemBus, Folders folders, Seconds fresh,
+                         std::function<Seconds()> timeAsleep)
     : loop_(loop),
       bus_(systemBus),
       folders_(std::move(folders)),
-      fresh_(fresh) {}
+      fresh_(fresh),
+      timeAsleep_(timeAsleep ? std::move(timeAsleep) : timeAsleepByClocks) {}
 
 LidAndPower::~LidAndPower() = default;
 
@@ -259,8 +299,9 @@ std::shared_ptr<LidAndPower::Live> LidAndPower::live() {
             loop.runAndWait([ended] { delete ended; });
         };
         const bool hasSwitch = hasLidSwitch(folders_.inputs);
-        loop_.runAndWait(
-            [&] { live = std::shared_ptr<Live>(new Live(bus_, hasSwitch, fresh_), end); });
+        loop_.runAndWait([&] {
+            live = std::shared_ptr<Live>(new Live(bus_, hasSwitch, fresh_, timeAsleep_), end);
+        });
         live_ = live;
         kept_ = live;
         live->awaitFirst();
@@ -269,7 +310,9 @@ std::shared_ptr<LidAndPower::Live> LidAndPower::live() {
 }
 
 std::optional<bool> LidAndPower::isLidClosed() {
-    return live()->isLidClosed(loop_);
+    const auto present = live();
+    present->heedClocks(loop_);
+    return present->isLidClosed(loop_);
 }
 
 std::optional<bool> LidAndPower::isOnACPower() {

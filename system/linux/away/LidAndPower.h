@@ -32,8 +32,10 @@ public:
         std::string inputs = "/sys/class/input";
     };
 
-    /// The first two outlive this.
-    LidAndPower(EventLoop& loop, BusKeeper& systemBus, Folders folders, Seconds fresh = freshness);
+    /// The first two outlive this. `timeAsleep` gives how long the machine has been asleep since it
+    /// was started; by the kernel's clocks if it is empty.
+    LidAndPower(EventLoop& loop, BusKeeper& systemBus, Folders folders, Seconds fresh = freshness,
+                std::function<Seconds()> timeAsleep = {});
     ~LidAndPower();
     LidAndPower(const LidAndPower&) = delete;
     LidAndPower& operator=(const LidAndPower&) = delete;
@@ -42,7 +44,8 @@ public:
     /// never do, if the machine has a lid.
     std::optional<bool> isLidClosed();
     std::optional<bool> isOnACPower();
-    /// Of sleep and waking up, until the handle goes.
+    /// Of sleep and waking up, until the handle goes. A sleep of which logind hasn't told is
+    /// noticed at the next question for the lid.
     [[nodiscard]] Subscription listen(std::function<void(const AwaySignal&)> announced);
 
 private:
@@ -55,6 +58,7 @@ private:
     BusKeeper& bus_;
     Folders folders_;
     std::chrono::duration<double> fresh_;
+    std::function<Seconds()> timeAsleep_;
     std::optional<bool> onMains_;                                       ///< by the kernel
     std::optional<std::chrono::steady_clock::time_point> onMainsSince_; ///< when it was read
     std::shared_ptr<Live> kept_; ///< for whoever asks before somebody listens
