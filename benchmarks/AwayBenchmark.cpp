@@ -183,6 +183,7 @@ void eventUntilItIsRead(benchmark::State& state) {
 BENCHMARK(eventUntilItIsRead)
     ->Arg(0)
     ->Arg(1000)
+    ->Arg(10000)
     ->Iterations(200)
     ->UseManualTime()
     ->Unit(benchmark::kMicrosecond);
@@ -232,6 +233,7 @@ void bareUpsertUntilItIsRead(benchmark::State& state) {
 BENCHMARK(bareUpsertUntilItIsRead)
     ->Arg(0)
     ->Arg(1000)
+    ->Arg(10000)
     ->Iterations(200)
     ->UseManualTime()
     ->Unit(benchmark::kMicrosecond);

@@ -79,7 +79,7 @@ void HistoryKeeper::write(const Uuid& id, const AwayReport* report) {
 }
 
 bool HistoryKeeper::tryWrite(const Uuid& id, const AwayReport* report) {
-    return report ? store_->saveAwayReport(id, report->start, report->end, *report)
+    return report ? store_->saveAwayPayload(id, report->start, report->end, text_.of(*report))
                   : store_->deleteAwayReport(id);
 }
 

@@ -6,6 +6,7 @@
 #include "app/model/ListedReports.h"
 #include "app/model/SettingsStore.h"
 #include "core/away/AwayReport.h"
+#include "core/away/AwayReportText.h"
 #include "core/base/MainThread.h"
 #include "core/base/Observable.h"
 #include "core/history/HistoryStore.h"
@@ -79,6 +80,7 @@ private:
     Reports reports_;
     std::shared_ptr<HistoryStore> store_;
     ListedReports listed_;
+    AwayReportText text_;
     std::vector<WaitingReport> waitingReports_;
     Seconds delay_ = shortestDelay;
     Seconds waited_ = 0; ///< for what waits, since something was written
