@@ -23,7 +23,11 @@ AppModel::AppModel(ModelSurroundings surroundings)
                 .settings = settings,
                 .problem = historyProblem,
                 .open = around_.openHistory},
-               {.replaced = [this] { onHistoryReplaced(); },
+               {.replaced =
+                    [this] {
+                        away_.storeAgain();
+                        onHistoryReplaced();
+                    },
                 .changed =
                     [this] {
                         refreshHistory();

@@ -52,6 +52,15 @@ void AwayDriving::start() {
                                                 mainThread_.later([this] { unlock(); }));
 }
 
+void AwayDriving::storeAgain() {
+    // Not in this call, in the middle of something that is written.
+    mainThread_.post([this] {
+        if (watch_.current) {
+            seams_.history.save(*watch_.current);
+        }
+    });
+}
+
 std::optional<Uuid> AwayDriving::currentReport() const {
     return watch_.current ? std::optional(watch_.current->id) : std::nullopt;
 }

@@ -42,6 +42,8 @@ public:
     void start();
     /// An app has turned on that device, and that is being told.
     void noteUse(Device device, const AppIdentity& app);
+    /// The history has another file: soon the report that is being written stands there too.
+    void storeAgain();
     /// Of the report that is being written.
     std::optional<Uuid> currentReport() const;
 

@@ -179,6 +179,25 @@ TEST_F(AwayHistoryFile, KeepsNoMoreThanTheNewestReportsWaiting) {
     EXPECT_EQ(inFile().front(), shown.reports.back());
 }
 
+TEST_F(AwayHistoryFile, StoresTheRunningReportAgainWhereTheFileHasGone) {
+    launchWatching();
+    lock();
+    signal(Signal::lidClosed);
+    std::filesystem::remove(path);
+    model->pruneHistory(); // finds out, and opens another one
+    time.runPosted();
+    ASSERT_THAT(inFile(), SizeIs(1));
+    EXPECT_THAT(titlesOf(inFile()[0].events), ElementsAre("Lid closed"));
+    EXPECT_EQ(inFile()[0].start, beginning);
+
+    signal(Signal::powerRemoved);
+    unlock();
+    std::filesystem::remove(path);
+    model->pruneHistory();
+    time.runPosted();
+    EXPECT_THAT(inFile(), IsEmpty()) << "nothing is going on any more";
+}
+
 TEST_F(AwayHistoryFile, LeavesAReportAloneThatItCannotRead) {
     store->saveAwayPayload(Uuid::random(), beginning, beginning, "{\"of\": \"a newer version\"}");
     launchWatching();
