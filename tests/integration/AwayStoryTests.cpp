@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -51,6 +52,8 @@ protected:
     }
 
     void start() {
+        // That of a killed one may still stand.
+        ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().empty(); }));
         session_.start("velmoran", {VELMORAN, "--login-start"});
         ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; }))
             << session_.logs();
@@ -141,6 +144,22 @@ TEST_F(AwayStory, IsToldInAWindowAfterUnlocking) {
     // What the hand did last may have been its owner's, who was coming back.
     EXPECT_THAT(stored(), ElementsAre(AwayEventKind::powerRemoved, AwayEventKind::microphoneUsed,
                                       AwayEventKind::powerConnected));
+    EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
+}
+
+TEST_F(AwayStory, ThatAKillHasCutShortIsKeptAndNotListed) {
+    start();
+    lock();
+    services_.setOnBattery(true);
+    ASSERT_TRUE(stands(AwayEventKind::powerRemoved)) << session_.logs();
+    session_.child("velmoran")->signal(SIGKILL);
+    EXPECT_EQ(session_.child("velmoran")->wait(), -SIGKILL);
+    EXPECT_THAT(stored(), ElementsAre(AwayEventKind::powerRemoved));
+    EXPECT_THAT(ask("reports"), Not(HasSubstr("Power")));
+
+    start();
+    EXPECT_THAT(ask("reports"), Not(HasSubstr("Power")));
+    EXPECT_THAT(stored(), ElementsAre(AwayEventKind::powerRemoved));
     EXPECT_EQ(session_.child("velmoran")->stop(), 0) << session_.logs();
 }
 
