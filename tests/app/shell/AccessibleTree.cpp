@@ -2,6 +2,7 @@
 
 #include "app/controls/Buttons.h"
 #include "app/controls/Labels.h"
+#include "app/screens/ItemList.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -57,6 +58,14 @@ QString textShownBy(const QWidget& widget) {
         return button->plainText();
     }
     return {};
+}
+
+/// What stands in a list of Qt's own, or in one of ours that says so, leads nowhere.
+bool isOnlyRead(const QAccessibleInterface& item) {
+    const auto* around = item.parent()->object();
+    const auto* list = dynamic_cast<const ItemList*>(around);
+    return qobject_cast<const QAbstractItemView*>(around) ||
+           (list && !list->source().isPressable());
 }
 
 } // namespace
@@ -135,8 +144,7 @@ void AccessibleTree::judge(QAccessibleInterface* item, const QString& path) {
 void AccessibleTree::judgeState(QAccessibleInterface* item, const QString& path) {
     const auto state = item->state();
     const auto role = item->role();
-    // What stands in a list of Qt's own is read, and leads nowhere.
-    if (isControl(role) && !qobject_cast<QAbstractItemView*>(item->parent()->object())) {
+    if (isControl(role) && !isOnlyRead(*item)) {
         auto* action = item->actionInterface();
         if (!action || (!state.disabled && action->actionNames().isEmpty())) {
             fault(path, QStringLiteral("can't be pressed"));
