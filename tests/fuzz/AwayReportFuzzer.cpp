@@ -1,6 +1,8 @@
 // Any bytes as an away report in the history file: reading them gives a report or a DecodingError,
-// and what was read once is read the same after it has been stored again.
+// what was read once is read the same after it has been stored again, and its text is the same one
+// if it is stored after each of its events.
 #include "core/away/AwayReport.h"
+#include "core/away/AwayReportText.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -24,8 +26,14 @@ void tryReport(const AwayReport& report) {
     insist(std::ranges::none_of(report.events, [](const AwayEvent& event) {
         return event.kind == AwayEventKind::wentToSleep;
     }));
+    auto running = report;
+    running.end = {};
+    running.events.clear();
+    AwayReportText text;
     for (const auto& event : report.events) {
         insist(!event.title().empty());
+        running.events.push_back(event);
+        insist(text.of(running) == encode(running));
     }
     for (const auto& event : report.ownReturn) {
         insist(!event.title().empty());
