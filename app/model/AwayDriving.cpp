@@ -61,10 +61,6 @@ void AwayDriving::storeAgain() {
     });
 }
 
-std::optional<Uuid> AwayDriving::currentReport() const {
-    return watch_.current ? std::optional(watch_.current->id) : std::nullopt;
-}
-
 void AwayDriving::lock() {
     screenLocked_ = true;
     if (watch_.isWatching()) {

@@ -44,8 +44,8 @@ public:
     void noteUse(Device device, const AppIdentity& app);
     /// The history has another file: soon the report that is being written stands there too.
     void storeAgain();
-    /// Of the report that is being written.
-    std::optional<Uuid> currentReport() const;
+    /// The report that is being written; null if none is.
+    const AwayReport* currentReport() const { return watch_.current ? &*watch_.current : nullptr; }
 
 private:
     void lock();

@@ -59,9 +59,10 @@ void HistoryKeeper::deleteAllBut(const std::vector<UsageSession>& kept) {
     }
 }
 
-ListedReports::List HistoryKeeper::reports(const std::optional<Uuid>& current) {
+ListedReports::List HistoryKeeper::reports(const AwayReport* current) {
     static const auto none = std::make_shared<const std::vector<std::string>>();
-    return listed_.update(store_ ? store_->awayPayloads() : none, current);
+    return listed_.update(store_ ? store_->awayPayloads() : none, current,
+                          current ? text_.of(*current) : std::string());
 }
 
 void HistoryKeeper::write(const Uuid& id, const AwayReport* report) {

@@ -54,8 +54,9 @@ public:
     /// Deletes everything but these, as soon as it can be.
     void deleteAllBut(const std::vector<UsageSession>& kept);
     HistoryView list() const { return store_ ? store_->history() : HistoryView(); }
-    /// Those that are listed while that one is being written, newest start first; never null.
-    ListedReports::List reports(const std::optional<Uuid>& current);
+    /// Those that are listed while that one is being written, if it isn't null, newest start first;
+    /// never null.
+    ListedReports::List reports(const AwayReport* current);
 
     static constexpr Seconds pruneInterval = 21600.0;
     /// What waits is tried again after the first of these, then after twice as long each time, up

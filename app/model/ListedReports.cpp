@@ -14,22 +14,30 @@ std::optional<AwayReport> readReport(const std::string& payload) {
     }
 }
 
-bool isListed(const AwayReport& report, const std::optional<Uuid>& current) {
-    return report.id == current || (report.end && !report.isEmpty());
+bool isListed(const AwayReport& report, const AwayReport* current) {
+    return (current && report.id == current->id) || (report.end && !report.isEmpty());
 }
 
 } // namespace
 
-ListedReports::List ListedReports::update(Payloads payloads, const std::optional<Uuid>& current) {
-    if (payloads == payloads_ && current == current_) {
+ListedReports::List ListedReports::update(Payloads payloads, const AwayReport* current,
+                                          std::string_view currentText) {
+    const auto id = current ? std::optional(current->id) : std::nullopt;
+    if (payloads == payloads_ && id == current_) {
         return list_;
     }
     std::vector<AwayReport> reports;
     std::unordered_map<std::string_view, std::size_t> read;
     for (const auto& payload : *payloads) {
         const auto known = read_.find(payload);
-        auto report =
-            known == read_.end() ? readReport(payload) : std::optional((*list_)[known->second]);
+        std::optional<AwayReport> report;
+        if (known != read_.end()) {
+            report = (*list_)[known->second];
+        } else if (current && payload == currentText) {
+            report = *current;
+        } else {
+            report = readReport(payload);
+        }
         if (report && isListed(*report, current)) {
             read.emplace(payload, reports.size());
             reports.push_back(std::move(*report));
@@ -40,7 +48,7 @@ ListedReports::List ListedReports::update(Payloads payloads, const std::optional
     }
     read_ = std::move(read);
     payloads_ = std::move(payloads);
-    current_ = current;
+    current_ = id;
     return list_;
 }
 
