@@ -277,6 +277,7 @@ void AwayReportLines::setEntries(std::vector<Entry> entries) {
     entries_ = std::move(entries);
     makeLines();
     list_->setItems(heights(list_->viewport()->width()), headings_, indexOf(current), indexOf(top));
+    chooseBar();
     updateGeometry();
 }
 

@@ -85,6 +85,19 @@ TEST_F(AwayReportsViewTest, FollowsARunningReportAndKeepsItsPlace) {
     EXPECT_THAT(namesIn(&lines()), SizeIs(static_cast<std::size_t>(lines().count())));
 }
 
+TEST_F(AwayReportsViewTest, HasABarWhileItsReportsNeedOne) {
+    launch();
+    openTab();
+    const auto hasBarFor = [this](int events) {
+        list({report(time.now() - 60, events)});
+        settle();
+        return lines().verticalScrollBar()->isVisible();
+    };
+    EXPECT_FALSE(hasBarFor(1));
+    EXPECT_TRUE(hasBarFor(500));
+    EXPECT_FALSE(hasBarFor(2));
+}
+
 TEST_F(AwayReportsViewTest, LooksOnlyWhileItIsShown) {
     launch();
     open();
