@@ -35,6 +35,7 @@ public:
         }
         state.offscreen = !frame().intersects(list_->viewport()->rect());
         state.invisible = !list_->isVisible();
+        state.readOnly = !isHeading() && !list_->source().isPressable();
         return state;
     }
     void* interface_cast(QAccessible::InterfaceType type) override {

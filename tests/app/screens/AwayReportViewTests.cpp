@@ -72,6 +72,7 @@ TEST_F(AwayReportViewTest, IsReadFromTopToBottom) {
     EXPECT_EQ(list->child(0)->role(), QAccessible::Heading);
     EXPECT_EQ(list->child(2)->role(), QAccessible::ListItem);
     EXPECT_EQ(list->child(2)->actionInterface(), nullptr) << "there is nothing to press";
+    EXPECT_TRUE(list->child(2)->state().readOnly);
 }
 
 TEST_F(AwayReportViewTest, IsAsHighAsItsReportWithoutScrolling) {

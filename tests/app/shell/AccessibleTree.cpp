@@ -2,7 +2,6 @@
 
 #include "app/controls/Buttons.h"
 #include "app/controls/Labels.h"
-#include "app/screens/ItemList.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -58,14 +57,6 @@ QString textShownBy(const QWidget& widget) {
         return button->plainText();
     }
     return {};
-}
-
-/// What stands in a list of Qt's own, or in one of ours that says so, leads nowhere.
-bool isOnlyRead(const QAccessibleInterface& item) {
-    const auto* around = item.parent()->object();
-    const auto* list = dynamic_cast<const ItemList*>(around);
-    return qobject_cast<const QAbstractItemView*>(around) ||
-           (list && !list->source().isPressable());
 }
 
 } // namespace
@@ -144,7 +135,10 @@ void AccessibleTree::judge(QAccessibleInterface* item, const QString& path) {
 void AccessibleTree::judgeState(QAccessibleInterface* item, const QString& path) {
     const auto state = item->state();
     const auto role = item->role();
-    if (isControl(role) && !isOnlyRead(*item)) {
+    // What stands in a list of Qt's own is read, and leads nowhere. Ours says where that is so.
+    const bool isOnlyRead = (role == QAccessible::ListItem && state.readOnly) ||
+                            qobject_cast<QAbstractItemView*>(item->parent()->object());
+    if (isControl(role) && !isOnlyRead) {
         auto* action = item->actionInterface();
         if (!action || (!state.disabled && action->actionNames().isEmpty())) {
             fault(path, QStringLiteral("can't be pressed"));
