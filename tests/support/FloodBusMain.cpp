@@ -4,6 +4,7 @@
 //   BYTES: the length of the one argument, none with "-"
 //   many: each call comes from a connection of its own
 //   deaf: no answer is read but the last, which another connection gets
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
@@ -51,6 +52,28 @@ void send(sd_bus* bus, const char* method, const std::string* argument) {
     sd_bus_message_unref(made);
 }
 
+/// Asked again for a minute while the bus refuses to pass on so much.
+void awaitAnswer(sd_bus* bus) {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::minutes(1);
+    while (true) {
+        auto* question = message(bus, "Status", nullptr);
+        sd_bus_message* reply = nullptr;
+        sd_bus_error error = SD_BUS_ERROR_NULL;
+        const bool isAnswered = sd_bus_call(bus, question, 60000000, &error, &reply) >= 0;
+        const bool isRefused = sd_bus_error_has_name(&error, SD_BUS_ERROR_LIMITS_EXCEEDED) != 0;
+        if (!isAnswered && (!isRefused || Clock::now() > end)) {
+            fail(error.message != nullptr ? error.message : "no answer");
+        }
+        sd_bus_error_free(&error);
+        sd_bus_message_unref(reply);
+        sd_bus_message_unref(question);
+        if (isAnswered) {
+            return;
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -77,14 +100,8 @@ int main(int argc, char** argv) {
     }
     // The bus and the program keep the order.
     sd_bus* last = how == "deaf" ? connect() : bus;
-    auto* question = message(last, "Status", nullptr);
-    sd_bus_message* reply = nullptr;
-    if (sd_bus_call(last, question, 60000000, nullptr, &reply) < 0) {
-        fail("no answer");
-    }
+    awaitAnswer(last);
     std::cout << "answered\n";
-    sd_bus_message_unref(reply);
-    sd_bus_message_unref(question);
     if (last != bus) {
         sd_bus_close_unref(last);
     }
