@@ -59,7 +59,7 @@ void awaitAnswer(sd_bus* bus) {
     while (true) {
         auto* question = message(bus, "Status", nullptr);
         sd_bus_message* reply = nullptr;
-        sd_bus_error error = SD_BUS_ERROR_NULL;
+        sd_bus_error error{};
         const bool isAnswered = sd_bus_call(bus, question, 60000000, &error, &reply) >= 0;
         const bool isRefused = sd_bus_error_has_name(&error, SD_BUS_ERROR_LIMITS_EXCEEDED) != 0;
         if (!isAnswered && (!isRefused || Clock::now() > end)) {
