@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <string>
 #include <utility>
@@ -219,9 +220,15 @@ TEST_F(ScreenLockTest, IsHeardAgainWhenLogindIsBack) {
     observe();
     services_.lock(own);
     ASSERT_TRUE(awaitTold({"lock"}));
-    services_.stop(MockedServices::logind);
-    services_.startLogind();
-    own = services_.addSession("7");
+    {
+        // The real one knows its sessions when it is back.
+        std::promise<void> knowsSessions;
+        loop_.post([ready = knowsSessions.get_future().share()] { ready.wait(); });
+        services_.stop(MockedServices::logind);
+        services_.startLogind();
+        own = services_.addSession("7");
+        knowsSessions.set_value();
+    }
     ASSERT_TRUE(awaitAsked("Session.LockedHint", 1)) << session_.logs();
     EXPECT_EQ(told(), Words{"lock"}) << "nobody has unlocked it";
     services_.unlock(own);
