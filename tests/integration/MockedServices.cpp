@@ -1,5 +1,7 @@
 #include "integration/MockedServices.h"
 
+#include <algorithm>
+#include <array>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -92,6 +94,15 @@ void MockedServices::startSaver(const std::string& name, const std::string& path
 
 void MockedServices::stop(const std::string& service) {
     session_.stop(service);
+    // Until the bus has seen it go, whoever comes next would seem to be there already.
+    const bool isGone = waitUntil([&] {
+        return std::ranges::all_of(std::array{Where::system, Where::session}, [&](auto where) {
+            return sd_bus_get_name_creds(bus(where), service.c_str(), 0, nullptr) < 0;
+        });
+    });
+    if (!isGone) {
+        throw std::runtime_error(service + " is still on the bus\n" + session_.logs());
+    }
 }
 
 // MARK: - What they do

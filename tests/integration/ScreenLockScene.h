@@ -52,7 +52,7 @@ protected:
     }
     /// Another logind is heard of after all that the one before it, and others, have said.
     void awaitEndOfWords() {
-        session_.stop(support::MockedServices::logind);
+        services_.stop(support::MockedServices::logind);
         services_.startLogind();
         ASSERT_TRUE(awaitAsked("ListSessions", 1)) << session_.logs();
     }

@@ -239,7 +239,7 @@ TEST_F(ScreenLockTest, IsHeardAgainWhenTheBusIsBack) {
     services_.startLogind();
     auto own = services_.addSession("7");
     observe();
-    session_.stop(MockedServices::logind);
+    services_.stop(MockedServices::logind);
     session_.stop("system bus");
     session_.startSystemBus();
     services_.reconnect();
