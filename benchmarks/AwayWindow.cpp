@@ -2,15 +2,14 @@
 // down. Beside it, in the same run, Qt's own list with the same rows, ready-made and all of one
 // height.
 #include "app/screens/AwayReportView.h"
+#include "benchmarks/Frames.h"
 
 #include <QApplication>
 #include <QListView>
 #include <QScrollBar>
 #include <QStringListModel>
 #include <algorithm>
-#include <chrono>
 #include <fmt/format.h>
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -48,30 +47,6 @@ AwayReport reportOfMany() {
     return report;
 }
 
-double milliseconds(const std::function<void()>& work) {
-    const auto from = std::chrono::steady_clock::now();
-    work();
-    const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - from;
-    return taken.count();
-}
-
-class FirstFrame final : public QObject {
-public:
-    explicit FirstFrame(QAbstractScrollArea& list) { list.viewport()->installEventFilter(this); }
-    bool eventFilter(QObject*, QEvent* event) override {
-        isDone_ = isDone_ || event->type() == QEvent::Paint;
-        return false;
-    }
-    void wait() const {
-        while (!isDone_) {
-            QApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        }
-    }
-
-private:
-    bool isDone_ = false;
-};
-
 struct Times {
     std::vector<double> opening;
     std::vector<double> page;
@@ -86,7 +61,7 @@ struct Times {
 };
 
 void open(QWidget& window, QAbstractScrollArea& list) {
-    const FirstFrame frame(list);
+    const Painted frame(list.viewport());
     window.show();
     frame.wait();
 }

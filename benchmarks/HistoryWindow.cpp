@@ -5,16 +5,15 @@
 #include "app/model/MemorySettings.h"
 #include "app/qtbase/QtEventLoop.h"
 #include "app/screens/HistoryScreen.h"
+#include "benchmarks/Frames.h"
 #include "system/scripted/ScriptedMachine.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QTemporaryDir>
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fmt/format.h>
-#include <functional>
 #include <sqlite3.h>
 #include <stdexcept>
 #include <string>
@@ -78,13 +77,6 @@ void fill(const std::string& file, Timestamp now) {
         sessions, first));
 }
 
-double milliseconds(const std::function<void()>& work) {
-    const auto from = std::chrono::steady_clock::now();
-    work();
-    const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - from;
-    return taken.count();
-}
-
 struct Figure {
     std::string name;
     std::vector<double> ours = {};
@@ -95,23 +87,6 @@ std::string middleAndWorst(std::vector<double> times) {
     std::sort(times.begin(), times.end());
     return fmt::format("{:8.1f} {:8.1f}", times[times.size() / 2], times.back());
 }
-
-class Painted final : public QObject {
-public:
-    explicit Painted(QWidget* widget) { widget->installEventFilter(this); }
-    bool eventFilter(QObject*, QEvent* event) override {
-        isDone_ = isDone_ || event->type() == QEvent::Paint;
-        return false;
-    }
-    void wait() const {
-        while (!isDone_) {
-            QApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        }
-    }
-
-private:
-    bool isDone_ = false;
-};
 
 /// The person's choice, up to the frame that shows it.
 double chosen(HistoryScreen& screen, const char* picker, int index) {
