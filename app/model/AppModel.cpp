@@ -11,7 +11,7 @@ namespace velmoran {
 
 AppModel::AppModel(ModelSurroundings surroundings)
     : settings(surroundings.settings),
-      notices(surroundings.scheduler),
+      notices(surroundings.scheduler, surroundings.clock),
       awayOutlook(surroundings.machine.away(), surroundings.machine.screenLock(), settings,
                   surroundings.scheduler),
       around_(std::move(surroundings)),

@@ -5,11 +5,19 @@
 
 namespace velmoran {
 
-NoticeCenter::NoticeCenter(Scheduler& scheduler) : scheduler_(scheduler) {}
+NoticeCenter::NoticeCenter(Scheduler& scheduler, const Clock& clock)
+    : scheduler_(scheduler),
+      clock_(clock) {}
 
 void NoticeCenter::show(NoticeItem item) {
     const Uuid id = item.id;
     const auto hideAfter = item.autoHideAfter;
+    // A card that is replaced still tells what happened then.
+    const auto [standing, isNew] =
+        standing_.try_emplace(id, Standing{.since = item.since.value_or(clock_.now())});
+    if (isNew) {
+        standing->second.ageing = scheduler_.afterAwakeOrAsleep(ageing, [this, id] { age(id); });
+    }
     const auto place = std::ranges::find(items_, id, &NoticeItem::id);
     if (place != items_.end()) {
         *place = std::move(item);
@@ -26,9 +34,23 @@ void NoticeCenter::show(NoticeItem item) {
     onChange();
 }
 
+void NoticeCenter::age(const Uuid& id) {
+    if (const auto found = standing_.find(id); found != standing_.end()) {
+        found->second.isAged = true;
+        onAged();
+    }
+}
+
+std::optional<Timestamp> NoticeCenter::agedSince(const Uuid& id) const {
+    const auto found = standing_.find(id);
+    return found != standing_.end() && found->second.isAged ? std::optional(found->second.since)
+                                                            : std::nullopt;
+}
+
 void NoticeCenter::dismiss(const Uuid& id) {
     // The task may be the caller, so it has to live until we are done.
     const auto task = hideTasks_.extract(id);
+    standing_.erase(id);
     if (const auto gone = item(id)) {
         std::erase_if(items_, [&](const NoticeItem& each) { return each.id == gone->id; });
         onDismissed(*gone);

@@ -6,6 +6,7 @@
 #include "core/base/Observable.h"
 #include "core/base/Scheduler.h"
 
+#include <concepts>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -14,7 +15,11 @@ namespace velmoran {
 
 class NoticeCenter {
 public:
-    explicit NoticeCenter(Scheduler& scheduler);
+    NoticeCenter(Scheduler& scheduler, const Clock& clock);
+    /// Of a time that is both.
+    template <class Time>
+        requires std::derived_from<Time, Scheduler> && std::derived_from<Time, Clock>
+    explicit NoticeCenter(Time& time) : NoticeCenter(time, time) {}
 
     /// Oldest first.
     const std::vector<NoticeItem>& items() const { return items_; }
@@ -37,11 +42,26 @@ public:
     Event<const NoticeItem&> onShown;     ///< a card came or was replaced
     Event<const NoticeItem&> onDismissed; ///< a card went, by whatever road
     Event<> onChange;                     ///< after either
+    /// A card has stood for so long that "Just now" is no longer true.
+    Event<> onAged;
+    /// When it happened what the card says, once that is so; nothing before.
+    std::optional<Timestamp> agedSince(const Uuid& id) const;
+    static constexpr Seconds ageing = 60.0;
 
 private:
+    struct Standing {
+        Timestamp since;
+        bool isAged = false;
+        Subscription ageing = {};
+    };
+
+    void age(const Uuid& id);
+
     Scheduler& scheduler_;
+    const Clock& clock_;
     std::vector<NoticeItem> items_;
     std::unordered_map<Uuid, Subscription> hideTasks_;
+    std::unordered_map<Uuid, Standing> standing_;
 };
 
 } // namespace velmoran

@@ -29,6 +29,7 @@ struct NoticeItem {
     std::string title;
     std::optional<std::string> message;
     std::string timeText;
+    std::optional<Timestamp> since; ///< when it happened; absent: when the card came
     std::vector<NoticeButton> buttons;
     std::optional<Seconds> autoHideAfter; ///< absent: stays until closed
     std::function<void()> onClose;        ///< run when the user closes the card; may be empty

@@ -41,6 +41,7 @@ NoticeItem noticeItem(const WarningNotice& notice, const TrustList& trust, bool 
     item.message = notice.message();
     item.timeText =
         notice.duringAwayWatch ? words().shortTime(notice.start) : words().text("Just now");
+    item.since = notice.start;
     item.buttons.push_back(button(words().text("Stop"), strong, std::move(actions.stop)));
     if (strong) {
         item.buttons.push_back(

@@ -135,6 +135,34 @@ TEST_F(NoticeCenterTest, WaitsWithAStrongWarningWhileAStrongCardIsShown) {
     EXPECT_FALSE(center.strongWarningWaiting());
 }
 
+TEST_F(NoticeCenterTest, SaysAfterAMinuteWhenItWas) {
+    int aged = 0;
+    const auto ageing = center.onAged.subscribe([&] { ++aged; });
+    const auto came = time.now();
+    auto plain = item("A");
+    auto dated = item("B");
+    dated.since = came - 5;
+    center.show(plain);
+    center.show(dated);
+    time.advanceTo(59.9);
+    plain.title = "A, and more";
+    center.show(plain);
+    EXPECT_EQ(center.agedSince(plain.id), std::nullopt);
+    hooks.clear();
+    time.advanceTo(60);
+    EXPECT_EQ(center.agedSince(plain.id), came) << "it tells of then, whatever else it says now";
+    EXPECT_EQ(center.agedSince(dated.id), came - 5);
+    EXPECT_EQ(aged, 2);
+    EXPECT_TRUE(hooks.empty()) << "the cards are what they were";
+    center.dismiss(plain.id);
+    EXPECT_EQ(center.agedSince(plain.id), std::nullopt);
+    center.show(plain);
+    EXPECT_EQ(center.agedSince(plain.id), std::nullopt) << "it has come anew";
+    center.dismiss(plain.id);
+    time.advanceBy(100);
+    EXPECT_EQ(aged, 2);
+}
+
 TEST(NoticeCenter, CountsTheTimeAsleepOfACardThatGoesByItself) {
     struct AwakeAndAsleep final : Scheduler {
         ScriptedTime awake;
@@ -150,7 +178,7 @@ TEST(NoticeCenter, CountsTheTimeAsleepOfACardThatGoesByItself) {
             return awake.every(interval, std::move(action));
         }
     } time;
-    NoticeCenter center(time);
+    NoticeCenter center(time, time.awake);
     NoticeItem item;
     item.id = Uuid::random();
     item.autoHideAfter = 8;
