@@ -49,8 +49,9 @@ std::string timeOfDay(Timestamp time) {
 class Teller {
 public:
     Teller(AppModel& model, QtEventLoop& loop, bool json)
-        // The first lines come before the event loop runs, when an exit would be lost.
-        : output_([this, &loop] {
+        : unmuting_(model.unmutingBy()),
+          // The first lines come before the event loop runs, when an exit would be lost.
+          output_([this, &loop] {
               loop.post([status = output_.end()] { QCoreApplication::exit(status); });
           }),
           writer_([this](const std::string& line) { output_.write(line); }) {
@@ -80,7 +81,7 @@ public:
     void stopped(const std::optional<StopResult>& result) {
         if (lines_ && result) {
             lines_->say(result->headline());
-            if (const auto detail = result->detail()) {
+            if (const auto detail = result->detail(unmuting_)) {
                 lines_->say(*detail);
             }
         }
@@ -101,6 +102,7 @@ public:
     ModelRecorder* recorder() { return recorder_ ? &*recorder_ : nullptr; }
 
 private:
+    UnmutingBy unmuting_;
     Output output_;
     ReplayWriter writer_;
     std::optional<ModelRecorder> recorder_;

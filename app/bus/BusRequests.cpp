@@ -96,7 +96,9 @@ void BusRequests::stopEnded(const std::optional<StopResult>& result) {
                            remark));
         return;
     }
-    auto detail = result->detail().value_or("");
+    const auto way = model_.unmutingBy() == UnmutingBy::panel ? UnmutingBy::panelOrTerminal
+                                                              : model_.unmutingBy();
+    auto detail = result->detail(way).value_or("");
     if (!remark.empty()) {
         detail += (detail.empty() ? "" : " ") + remark;
     }

@@ -65,7 +65,8 @@ AppModel::AppModel(ModelSurroundings surroundings)
                  .mute = mute_,
                  .windows = around_.windows ? *around_.windows : noWindows_,
                  .ask = around_.askAboutBrowsers,
-                 .isStopping = isStopping},
+                 .isStopping = isStopping,
+                 .unmuting = unmutingBy()},
                 {.closed = [this](const AppIdentity& app, bool gone) { onAppClosed(app, gone); },
                  .stopped =
                      [this](const std::vector<UsageSession>& sessions) {

@@ -129,6 +129,10 @@ public:
     void raiseQuestion() const { stopFlow_.raiseQuestion(); }
     /// Ends the mute that a stop has left behind, and what keeps it up.
     void unmuteMicrophone() { mute_.unmute(); }
+    /// Where its cards say that this can be done.
+    UnmutingBy unmutingBy() const {
+        return around_.windows ? UnmutingBy::panel : UnmutingBy::terminal;
+    }
     /// Keeps up the mute of another program that shares the settings, if there is one: for when
     /// that program has gone.
     void adoptMute() { mute_.adopt(); }

@@ -205,7 +205,8 @@ void StopFlow::showResult(const ResultCard& shown) {
     };
     actions.tryAgain =
         mainThread_.whileAlive([this, id = shown.id, retry] { stopInsteadOf(id, retry); });
-    seams_.notices.show(stopResultItem(shown.result, shown.id, std::move(actions)));
+    seams_.notices.show(
+        stopResultItem(shown.result, shown.id, std::move(actions), seams_.unmuting));
 }
 
 } // namespace velmoran

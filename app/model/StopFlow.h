@@ -29,6 +29,7 @@ public:
         Windows& windows;
         AskAboutBrowsers ask;
         Observable<bool>& isStopping; ///< set while apps are closed
+        UnmutingBy unmuting;          ///< where the cards stand
     };
     struct Reports {
         std::function<void(const AppIdentity&, bool gone)> closed; ///< or not, after a try

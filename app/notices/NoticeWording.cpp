@@ -56,11 +56,12 @@ NoticeItem noticeItem(const WarningNotice& notice, const TrustList& trust, bool 
     return item;
 }
 
-NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultActions actions) {
+NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultActions actions,
+                          UnmutingBy unmuting) {
     const bool all = result.everythingStopped();
     auto item =
         symbolItem(id, all ? "checkmark.circle" : "exclamationmark.circle", result.headline());
-    item.message = result.detail();
+    item.message = result.detail(unmuting);
     if (!result.notClosed.empty() || !result.stillInUse.empty()) {
         item.buttons.push_back(button(words().text("Details"), false, std::move(actions.details)));
         item.buttons.push_back(

@@ -32,8 +32,10 @@ struct StopResultActions {
     std::function<void()> tryAgain; ///< "Try again"
 };
 
-/// The buttons are there only if an app refused to close or a device is still in use.
-NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultActions actions);
+/// The buttons are there only if an app refused to close or a device is still in use. `unmuting` is
+/// what there is where the card stands.
+NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultActions actions,
+                          UnmutingBy unmuting = UnmutingBy::panel);
 
 /// The speakers were muted since headphones came off. `player`: the app that is playing, if one is.
 NoticeItem speakersMutedItem(const Uuid& id, const std::optional<std::string>& player,

@@ -24,6 +24,21 @@ std::string names(const std::vector<AppIdentity>& apps) {
     return words().list(list);
 }
 
+std::string untilUnmuted(UnmutingBy way) {
+    switch (way) {
+    case UnmutingBy::panel:
+        return words().text("The microphone stays muted until you unmute it in the Microphone row "
+                            "of the panel.");
+    case UnmutingBy::terminal:
+        return words().text(
+            "The microphone stays muted until you unmute it with “velmoranctl unmute”.");
+    case UnmutingBy::panelOrTerminal:
+        return words().text("The microphone stays muted until you unmute it in the Microphone row "
+                            "of the panel, or with “velmoranctl unmute”.");
+    }
+    return {};
+}
+
 } // namespace
 
 bool StopResult::everythingStopped() const {
@@ -51,7 +66,7 @@ std::string StopResult::headline() const {
     return joined(parts);
 }
 
-std::optional<std::string> StopResult::detail() const {
+std::optional<std::string> StopResult::detail(UnmutingBy way) const {
     std::vector<std::string> parts;
     if (microphoneMuted == false) {
         parts.push_back(words().text("The microphone couldn't be muted. Turn the input volume "
@@ -76,8 +91,7 @@ std::optional<std::string> StopResult::detail() const {
                                                  : words().text("The microphone is still in use."));
     }
     if (parts.empty() && microphoneMuted == true) {
-        parts.push_back(words().text("The microphone stays muted until you unmute it in the "
-                                     "Microphone row of the panel."));
+        parts.push_back(untilUnmuted(way));
     }
     if (microphoneMuted == true && !unmutableMicrophones.empty()) {
         parts.push_back(

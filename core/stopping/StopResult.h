@@ -20,6 +20,9 @@ struct MuteOutcome {
     bool operator==(const MuteOutcome&) const = default;
 };
 
+/// Where whoever reads it can undo a mute.
+enum class UnmutingBy { panel, terminal, panelOrTerminal };
+
 struct StopResult {
     std::optional<bool> microphoneMuted; ///< absent when no mute was attempted
     std::vector<std::string> unmutableMicrophones;
@@ -34,7 +37,7 @@ struct StopResult {
     /// One or two sentences, in the language of the process-wide words.
     std::string headline() const;
     /// What else has to be said; nothing if all is well and nothing was muted.
-    std::optional<std::string> detail() const;
+    std::optional<std::string> detail(UnmutingBy way = UnmutingBy::panel) const;
 
     bool operator==(const StopResult&) const = default;
 };

@@ -51,8 +51,8 @@ protected:
         ASSERT_TRUE(stopEnds()) << report();
         const auto* result = card("Microphone muted. " + shown(name) + " was closed.");
         ASSERT_NE(result, nullptr) << report();
-        EXPECT_EQ(result->message, "The microphone stays muted until you unmute it in the "
-                                   "Microphone row of the panel.");
+        EXPECT_EQ(result->message, "The microphone stays muted until you unmute it with "
+                                   "“velmoranctl unmute”.");
         EXPECT_TRUE(isMuted());
         EXPECT_EQ(runningOf(pathOf(name)), 0U);
         EXPECT_TRUE(becomes([&] { return model_->openSessions->empty(); })) << report();

@@ -66,7 +66,7 @@ TEST_F(Command, StopStopsAndSaysWhatHappened) {
     model->receive(reading({app("Zoom"), app("Meet")}));
     EXPECT_EQ(ctl({"stop"}, 0).output(),
               "Microphone muted. Meet and Zoom were closed.\nThe microphone stays muted until you "
-              "unmute it in the Microphone row of the panel.\n");
+              "unmute it with “velmoranctl unmute”.\n");
     EXPECT_EQ(ctl({"unmute"}, 0).output(), "The microphone is no longer muted.\n");
 }
 
