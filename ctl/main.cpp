@@ -112,9 +112,11 @@ int main(int argc, char** argv) {
     auto* stoppedOption = stop->add_option("APP", stopped, "The app to stop")->type_name("");
 
     auto* unmute = app.add_subcommand("unmute", "Unmute the microphones that a stop has muted");
-    unmute->footer("Exit status: 0 when they are unmuted, 1 if Velmoran isn't running or doesn't\n"
-                   "answer, 3 if a microphone couldn't be unmuted or the sound server didn't\n"
-                   "answer, 4 if they are unmuted and that couldn't be written.");
+    unmute->footer(
+        "What was muted before the stop stays muted.\n\n"
+        "Exit status: 0 when they are unmuted or Velmoran has muted none, 1 if Velmoran\n"
+        "isn't running or doesn't answer, 3 if a microphone couldn't be unmuted or the\n"
+        "sound server didn't answer, 4 if they are unmuted and that couldn't be written.");
 
     auto* status = app.add_subcommand("status", "Print what is on, since when, and who uses it");
     status->footer(

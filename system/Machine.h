@@ -7,6 +7,7 @@
 #include "core/base/Scheduler.h"
 #include "core/base/Subscription.h"
 #include "core/records/AppIdentity.h"
+#include "core/records/MicrophonePlace.h"
 #include "core/records/SystemSnapshot.h"
 #include "core/sessions/SystemProcess.h"
 #include "core/stopping/PanicController.h"
@@ -213,6 +214,8 @@ struct MuteAnswer : MuteOutcome {
     /// False if the sound server is away or was silent for too long: then nobody knows which
     /// microphones there are, or what becomes of them.
     bool serverAnswered = true;
+    /// Of an unmute: no microphone was muted by this program, so there was nothing to take back.
+    bool hadNothing = false;
 
     bool operator==(const MuteAnswer&) const = default;
 };
@@ -223,12 +226,23 @@ public:
     using Answer = std::function<void(const MuteAnswer&)>;
 
     virtual ~Microphones() = default;
-    /// Mutes or unmutes every device with input, by its switch, else by its volume. Doesn't block;
-    /// calls take effect in their order. `done` is called once, in the call or later and then on
+    /// Mutes every device with input, by its switch, else by its volume, or unmutes those that this
+    /// program has muted; which had been muted before stays so. Doesn't block; calls take effect in
+    /// their order. `done` is called once, in the call or later and then on
     /// any thread, within two seconds whatever the sound server does. A server that is silent or
     /// away until then gets the last call's wish when it speaks again; if a device then is as
     /// wanted after all, `late`, which may be empty, is called once on any thread. Main thread.
     virtual void setMuted(bool muted, Answer done, Answer late) = 0;
+    /// What an earlier run, or another program that shares the settings, has muted and not unmuted
+    /// counts as muted by this one, too. Nothing: that was lost, and all microphones count as such
+    /// until they are unmuted, as they do before the first call. `stands`: the mute goes on. Main
+    /// thread.
+    virtual void recall(const std::optional<MutedPlaces>& muted, bool stands) = 0;
+    /// `changed` is called on any thread with what is to be recalled by the next run, whenever it
+    /// has become something else, for as long as the handle is kept; of a mute after its answer.
+    /// Main thread.
+    [[nodiscard]] virtual Subscription
+    onMutedHere(std::function<void(const std::optional<MutedPlaces>&)> changed) = 0;
     /// `arrived` is called on any thread whenever a device with input has appeared, for as long as
     /// the handle is kept; not for those that are there already. Main thread.
     [[nodiscard]] virtual Subscription onArrival(std::function<void()> arrived) = 0;

@@ -123,6 +123,12 @@ void BusRequests::unmuteEnded(const MuteAnswer& result) {
     if (!call) {
         return;
     }
+    if (result.hadNothing) {
+        send_(bus::replyTo(call.get(), bus::outcome::done,
+                           words().text("No microphone was muted by Velmoran, so there was nothing "
+                                        "to unmute.")));
+        return;
+    }
     if (!result.serverAnswered && result.mutedCount == 0) {
         send_(bus::replyTo(call.get(), bus::outcome::incomplete,
                            words().text("The microphone couldn't be unmuted yet."),

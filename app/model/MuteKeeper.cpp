@@ -12,6 +12,9 @@ MuteKeeper::MuteKeeper(Seams seams, Report report)
       mainThread_(seams.scheduler) {}
 
 void MuteKeeper::start() {
+    mutedHere_ = seams_.microphones.onMutedHere(mainThread_.later(
+        [this](const auto& places) { seams_.settings.mutedByVelmoran.set(places); }));
+    recall();
     keepUp(true);
     arrivals_ = seams_.microphones.onArrival(mainThread_.later([this] { noteArrival(); }));
     unmuting_ = seams_.microphones.onUnmuted(mainThread_.later([this] { noteUnmute(); }));
@@ -131,11 +134,31 @@ void MuteKeeper::keepUp(bool reported) {
         return;
     }
     if (reported) {
-        setAll(true);
+        setAll(true, true);
     } else {
         repeat();
     }
     repeating_ = seams_.scheduler.every(interval, [this] { keepMuted(); });
+}
+
+/// Where a mute stands and nobody knows of what, all are to be unmuted in the end. Without one,
+/// what was to be unmuted and was away, or whose server was, is given back.
+void MuteKeeper::recall() {
+    const auto& before = *seams_.settings.mutedByVelmoran;
+    const bool stands = *seams_.settings.microphoneMuted;
+    seams_.microphones.recall(stands ? before : before.value_or(MutedPlaces()), stands);
+    if (!stands && before && !before->empty()) {
+        seams_.microphones.setMuted(false, [](const MuteAnswer&) {}, {});
+    }
+}
+
+/// What another program has muted under the same mute is to be unmuted with it. As long as it
+/// stands the list only grows.
+void MuteKeeper::learnFromOthers() {
+    const auto written = seams_.settings.writtenMutedByVelmoran();
+    if (written && written != *seams_.settings.mutedByVelmoran) {
+        seams_.microphones.recall(written, true);
+    }
 }
 
 /// Two programs may keep the same mute up, as the desktop's and a watch in a terminal: an unmute in
@@ -144,6 +167,7 @@ void MuteKeeper::keepMuted() {
     if (seams_.settings.muteElsewhere() == false) {
         unmute();
     } else {
+        learnFromOthers();
         repeat();
     }
 }
@@ -155,25 +179,33 @@ void MuteKeeper::repeat() {
 void MuteKeeper::adopt() {
     if (seams_.settings.muteElsewhere() == true) {
         seams_.settings.microphoneMuted.set(true);
+        seams_.microphones.recall(seams_.settings.writtenMutedByVelmoran(), true);
         keepUp(true);
     }
 }
 
 void MuteKeeper::unmute() {
     ++undone_;
+    const bool stood = *seams_.settings.microphoneMuted;
     seams_.settings.microphoneMuted.set(false);
     unmutes_.clear();
     if (const auto card = std::exchange(warning_, std::nullopt)) {
         seams_.notices.dismiss(*card);
     }
     repeating_.reset();
-    setAll(false);
+    setAll(false, stood);
 }
 
-void MuteKeeper::setAll(bool muted) {
-    seams_.microphones.setMuted(
-        muted, mainThread_.later([this, muted](const auto& answer) { report_(muted, answer); }),
-        {}); // what comes late is what the setting says already
+/// What comes late is what the setting says already.
+void MuteKeeper::setAll(bool muted, bool stood) {
+    seams_.microphones.setMuted(muted, mainThread_.later([this, muted, stood](const auto& answer) {
+        if (stood && answer.hadNothing) {
+            // Whoever has pressed "Unmute" would wait for it to be heard.
+            seams_.notices.show(nothingUnmutedItem(Uuid::random()));
+        }
+        report_(muted, answer);
+    }),
+                                {});
 }
 
 } // namespace velmoran

@@ -1,6 +1,6 @@
 // The mute of all microphones: carries it out for a stop, keeps it up until the user undoes it,
-// over restarts too, makes up for what the sound server answers late or never, and tells of others
-// who keep undoing it. Owned by the model; main thread.
+// over restarts too, remembers which of them it has muted, makes up for what the sound server
+// answers late or never, and tells of others who keep undoing it. Owned by the model; main thread.
 #pragma once
 
 #include "app/model/SettingsStore.h"
@@ -73,7 +73,9 @@ private:
     void keepUp(bool reported);
     void keepMuted();
     void repeat();
-    void setAll(bool muted);
+    void setAll(bool muted, bool stood);
+    void recall();
+    void learnFromOthers();
     Microphones::Answer inEffect();
 
     Seams seams_;
@@ -90,6 +92,7 @@ private:
     Subscription repeating_;
     Subscription arrivals_;
     Subscription unmuting_;
+    Subscription mutedHere_;
     MainThread mainThread_;
 };
 

@@ -121,7 +121,7 @@ std::optional<std::string> refusal(const std::string& name) {
     if (find(name)) {
         return std::nullopt;
     }
-    if (name == "microphoneMuted") {
+    if (name == "microphoneMuted" || name == "mutedByVelmoran") {
         return words().text("A stop mutes the microphone, and “velmoranctl unmute” unmutes it.");
     }
     if (name == "trustRulesData" || name == "trustRules") {

@@ -1,5 +1,7 @@
 #include "app/model/SettingsStore.h"
 
+#include "core/base/Json.h"
+
 #include <array>
 #include <cmath>
 #include <limits>
@@ -10,6 +12,7 @@ namespace velmoran {
 namespace {
 
 constexpr const char* muteKey = "microphoneMuted";
+constexpr const char* mutedPlacesKey = "mutedByVelmoran";
 constexpr std::array<const char*, 2> languages = {"en", "de"};
 
 std::optional<Point> readPlace(const KeyValueStore& store, const char* key) {
@@ -19,6 +22,15 @@ std::optional<Point> readPlace(const KeyValueStore& store, const char* key) {
         return std::nullopt;
     }
     return Point{(*numbers)[0], (*numbers)[1]};
+}
+
+std::optional<MutedPlaces> readPlaces(const KeyValueStore& store, const char* key) {
+    const auto written = store.bytes(key);
+    try {
+        return written ? std::optional(decode<MutedPlaces>(*written)) : std::nullopt;
+    } catch (const DecodingError&) {
+        return std::nullopt;
+    }
 }
 
 std::optional<std::string> readLanguage(const KeyValueStore& store, const char* key) {
@@ -62,6 +74,11 @@ SettingsStore::SettingsStore(KeyValueStore& store) : store_(store) {
     bind(ignoreOwnReturn, "ignoreOwnReturn", true);
     bind(awayWatchOnLock, "awayWatchOnLock", false);
     bind(microphoneMuted, muteKey, false);
+    bind<MutedPlaces>(mutedByVelmoran, mutedPlacesKey, readPlaces(store_, mutedPlacesKey),
+                      [](KeyValueStore& to, const char* key, const MutedPlaces& places) {
+                          to.setBytes(key, encode(places));
+                      });
+    mutedByVelmoran.alwaysWritten_ = false;
     bind(onboardingDone, "onboardingDone", false);
     bind<std::string>(trustRulesData, "trustRules", store_.bytes("trustRules"),
                       [](KeyValueStore& to, const char* key, const std::string& data) {
@@ -79,6 +96,10 @@ std::optional<bool> SettingsStore::muteElsewhere() {
     noteWritten();
     const auto written = store_.boolean(muteKey);
     return written == *microphoneMuted ? std::nullopt : written;
+}
+
+std::optional<MutedPlaces> SettingsStore::writtenMutedByVelmoran() const {
+    return readPlaces(store_, mutedPlacesKey);
 }
 
 void SettingsStore::bind(Field<bool>& field, const char* key, bool byDefault) {

@@ -5,6 +5,7 @@
 
 #include "app/model/KeyValueStore.h"
 #include "core/base/Observable.h"
+#include "core/records/MicrophonePlace.h"
 
 #include <optional>
 #include <string>
@@ -62,6 +63,8 @@ public:
     Field<bool> ignoreOwnReturn;
     Field<bool> awayWatchOnLock;
     Field<bool> microphoneMuted; ///< the mute is in force
+    /// What is to be unmuted, the mute in force or not; nothing where that isn't known.
+    Field<std::optional<MutedPlaces>> mutedByVelmoran;
     Field<bool> onboardingDone;
     Field<std::optional<std::string>> trustRulesData; ///< the JSON of the trust list, byte for byte
     Field<std::optional<std::string>> language; ///< "en" or "de"; takes effect at the next start
@@ -72,6 +75,9 @@ public:
     /// What another program that shares these settings has written of the mute, where that differs
     /// from what is set here; nothing where it doesn't. Looks at them.
     std::optional<bool> muteElsewhere();
+    /// What stands written of what is to be unmuted, as of that look; nothing where it can't be
+    /// read.
+    std::optional<MutedPlaces> writtenMutedByVelmoran() const;
 
 private:
     /// After each write to the store.

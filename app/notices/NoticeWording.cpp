@@ -103,6 +103,13 @@ NoticeItem sightTakenItem(const Uuid& id, SightTakenActions actions) {
     return item;
 }
 
+NoticeItem nothingUnmutedItem(const Uuid& id) {
+    auto item = symbolItem(id, "microphone", words().text("Nothing was unmuted"));
+    item.message = words().text("The microphone was muted already before the stop, and stays so.");
+    item.autoHideAfter = standardNoticeStay;
+    return item;
+}
+
 NoticeItem keepsUnmutingItem(const Uuid& id, std::function<void()> unmute) {
     auto item =
         symbolItem(id, "microphone", words().text("Another program keeps unmuting the microphone"));

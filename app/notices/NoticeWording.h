@@ -52,6 +52,9 @@ struct SightTakenActions {
 /// Something keeps taking the view of the sound system away.
 NoticeItem sightTakenItem(const Uuid& id, SightTakenActions actions);
 
+/// The user unmutes, but what is muted was so before.
+NoticeItem nothingUnmutedItem(const Uuid& id);
+
 /// Somebody else keeps undoing the mute that stands.
 NoticeItem keepsUnmutingItem(const Uuid& id, std::function<void()> unmute);
 

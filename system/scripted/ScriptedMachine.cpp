@@ -115,7 +115,11 @@ void ScriptedMachine::restart() {
 
 void ScriptedMachine::setMuted(bool muted, Answer done, Answer late) {
     if (!soundServerHangs_) {
-        done({mute_->setMuted(muted)});
+        if (!muted && mutedByOthersAlone) {
+            done(MuteAnswer{{}, true, true});
+        } else {
+            done({mute_->setMuted(muted)});
+        }
         return;
     }
     waiting_.emplace_back(muted, std::move(late));

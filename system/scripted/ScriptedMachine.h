@@ -78,6 +78,8 @@ public:
     static constexpr Seconds closePatience = 3.5;
 
     MachineScript script;
+    /// Nothing that is muted was muted by this program, as an unmute then says.
+    bool mutedByOthersAlone = false;
     /// The default output, as the last reading had it.
     std::optional<OutputDeviceInfo> currentOutput;
 
@@ -95,6 +97,12 @@ private:
     bool setMuted(bool muted, std::uint32_t objectID) override;
     void playWarning() override;
     void setMuted(bool muted, Answer done, Answer late) override;
+    // A recording doesn't say who has muted what, so all is this program's to unmute.
+    void recall(const std::optional<MutedPlaces>&, bool) override {}
+    [[nodiscard]] Subscription
+    onMutedHere(std::function<void(const std::optional<MutedPlaces>&)>) override {
+        return {};
+    }
     [[nodiscard]] Subscription onArrival(std::function<void()> arrived) override;
     [[nodiscard]] Subscription onUnmuted(std::function<void()> unmuted) override {
         return unmuted_.subscribe(std::move(unmuted));

@@ -40,13 +40,7 @@ protected:
     void startMuted() {
         session_.addMicrophone("mic", "Mic");
         start(scheduler_);
-        int count = -1;
-        const auto mutes = model_->onMicrophonesMuted.subscribe(
-            [&](bool, const MuteOutcome& outcome) { count = outcome.mutedCount; });
-        ASSERT_TRUE(becomes([&] {
-            model_->unmuteMicrophone();
-            return count == 1;
-        })) << report();
+        awaitMicrophones();
         stop();
         ASSERT_NE(card(muted), nullptr) << report();
         ASSERT_TRUE(scheduler_.beat);

@@ -14,6 +14,7 @@
 #include <future>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <ostream>
 
 namespace velmoran {
@@ -30,6 +31,7 @@ void PrintTo(Server server, std::ostream* stream) {
 }
 
 const MuteAnswer notAnswered{{}, false};
+const MuteAnswer nothingToUnmute{{}, true, true};
 
 class PulseMicrophonesTest : public ::testing::TestWithParam<Server> {
 protected:
@@ -131,13 +133,27 @@ protected:
         pulse_ = std::make_unique<PulseContext>(address());
         microphones_ = std::make_unique<PulseMicrophones>(*pulse_);
         arrival_ = microphones_->onArrival([this] { ++arrivals_; });
+        telling_ = microphones_->onMutedHere([this](const auto& places) {
+            const std::lock_guard lock(toldMutex_);
+            told_ = places;
+        });
     }
     /// The same, once `count` microphones can be muted; they are unmuted then.
     void connectTo(int count) {
         connect();
-        ASSERT_TRUE(waitUntil([&] { return set(false).outcome.mutedCount == count; }))
+        ASSERT_TRUE(waitUntil([&] { return set(true).outcome.mutedCount == count; }))
             << session_.logs();
-        arrivals_ = 0;
+        ASSERT_EQ(set(false).outcome.mutedCount, count);
+        arrivals_ = lateMutes_ = 0;
+    }
+    /// The names, as far as that is known.
+    std::vector<std::string> mutedHere() {
+        const std::lock_guard lock(toldMutex_);
+        std::vector<std::string> names;
+        for (const auto& place : told_.value_or(MutedPlaces())) {
+            names.push_back(place.name);
+        }
+        return names;
     }
     std::future<Answer> begin(bool muted) {
         auto promise = std::make_shared<std::promise<Answer>>();
@@ -167,6 +183,9 @@ protected:
     std::unique_ptr<support::GraphWatcher> graph_; ///< where the server has one
     std::unique_ptr<PulseContext> pulse_;
     std::unique_ptr<PulseMicrophones> microphones_;
+    std::mutex toldMutex_;
+    std::optional<MutedPlaces> told_; ///< what the next run is to recall
+    Subscription telling_;
     Subscription arrival_;
     std::atomic<int> arrivals_ = 0;
     std::atomic<int> lateMutes_ = 0;
@@ -336,7 +355,7 @@ TEST_P(PulseMicrophonesTest, SayNothingOfALateMuteThatWasUndone) {
     session_.child("pulse")->signal(SIGCONT);
     ASSERT_EQ(unmute.wait_for(support::patience), std::future_status::ready);
     EXPECT_TRUE(becomes(false, "mic"));
-    EXPECT_EQ(set(false).outcome.mutedCount, 1);
+    EXPECT_EQ(set(false).outcome, nothingToUnmute);
     EXPECT_EQ(lateMutes_, 0);
 }
 
@@ -416,6 +435,76 @@ TEST_P(PulseMicrophonesTest, StayAsTheUserHadMutedThemHimself) {
     const Recorder recorder(session_, "headset");
     EXPECT_TRUE(recorder.hearsSilence());
     EXPECT_TRUE(becomes(true, "headset"));
+}
+
+TEST_P(PulseMicrophonesTest, AreUnmutedOnlyWhereTheyWereMutedHere) {
+    startServer();
+    addMicrophone("mic");
+    addMicrophone("headset");
+    readGraph();
+    run({"pactl", "set-source-mute", "headset", "1"});
+    ASSERT_TRUE(becomes(true, "headset"));
+    connect();
+    microphones_->recall(MutedPlaces(), false);
+    ASSERT_TRUE(waitUntil([&] { return set(true).outcome.mutedCount == 2; }));
+    EXPECT_TRUE(becomes(true, "mic"));
+    EXPECT_TRUE(waitUntil([&] { return mutedHere() == std::vector<std::string>{"mic"}; }));
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{1, {}}}));
+    EXPECT_TRUE(becomes(false, "mic"));
+    EXPECT_TRUE(waitUntil([&] { return mutedHere().empty(); }));
+    EXPECT_EQ(set(false).outcome, nothingToUnmute);
+    const Recorder recorder(session_, "headset");
+    EXPECT_TRUE(recorder.hearsSilence());
+    EXPECT_TRUE(becomes(true, "headset")) << "the user's own mute";
+}
+
+TEST_P(PulseMicrophonesTest, AreUnmutedAsAnEarlierRunHadMutedThem) {
+    startServer();
+    addMicrophone("mic");
+    addMicrophone("headset");
+    readGraph();
+    for (const auto* name : {"mic", "headset"}) {
+        run({"pactl", "set-source-mute", name, "1"});
+        ASSERT_TRUE(becomes(true, name));
+    }
+    connect();
+    microphones_->recall(std::nullopt, true);
+    ASSERT_TRUE(waitUntil([&] { return set(true).outcome.mutedCount == 2; }));
+    EXPECT_EQ(told_, std::nullopt) << "nobody knows which";
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{2, {}}}));
+    EXPECT_TRUE(becomes(false, "mic"));
+    EXPECT_TRUE(becomes(false, "headset"));
+    EXPECT_EQ(set(true).outcome, (MuteAnswer{{2, {}}}));
+    EXPECT_TRUE(becomes(true, "headset"));
+    microphones_.reset();
+    ASSERT_EQ(mutedHere(), (std::vector<std::string>{"headset", "mic"}));
+    auto places = told_.value();
+    std::erase_if(places, [](const MicrophonePlace& place) { return place.name == "headset"; });
+
+    microphones_ = std::make_unique<PulseMicrophones>(*pulse_);
+    microphones_->recall(places, true);
+    ASSERT_TRUE(waitUntil([&] { return set(true).outcome.mutedCount == 2; }));
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{1, {}}}));
+    EXPECT_TRUE(becomes(false, "mic"));
+    EXPECT_TRUE(becomes(true, "headset"));
+}
+
+TEST_P(PulseMicrophonesTest, AreTheirsWhoUnmuteThemUnderTheMute) {
+    startServer();
+    addMicrophone("mic");
+    readGraph();
+    run({"pactl", "set-source-mute", "mic", "1"});
+    ASSERT_TRUE(becomes(true, "mic"));
+    connect();
+    microphones_->recall(MutedPlaces(), false);
+    ASSERT_TRUE(waitUntil([&] { return set(true).outcome.mutedCount == 1; }));
+    std::atomic<int> unmutes = 0;
+    const auto unmuting = microphones_->onUnmuted([&] { ++unmutes; });
+    run({"pactl", "set-source-mute", "mic", "0"});
+    EXPECT_TRUE(waitUntil([&] { return unmutes == 1; }));
+    EXPECT_TRUE(becomes(true, "mic"));
+    EXPECT_EQ(set(false).outcome, (MuteAnswer{{1, {}}})) << "nobody wants the old mute any more";
+    EXPECT_TRUE(becomes(false, "mic"));
 }
 
 TEST_P(PulseMicrophonesTest, AnswerInTimeWhenTheServerDiesAndTellWhenItIsBack) {

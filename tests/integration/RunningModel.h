@@ -54,6 +54,17 @@ protected:
         ASSERT_TRUE(becomes([&] { return model_->snapshot->output.has_value(); })) << report();
     }
 
+    /// Until the sound server has told of its microphones. None is muted here yet.
+    void awaitMicrophones() {
+        bool answered = false;
+        const auto answers = model_->onMicrophonesMuted.subscribe(
+            [&](bool, const MuteAnswer& answer) { answered = answer.serverAnswered; });
+        ASSERT_TRUE(becomes([&] {
+            model_->unmuteMicrophone();
+            return answered;
+        })) << report();
+    }
+
     void quit() {
         model_->stopMonitor();
         model_.reset();

@@ -67,13 +67,7 @@ protected:
 TEST_F(SoundRoad, MutesWithOnePressUntilTheUserUnmutes) {
     session_.addMicrophone("mic", "Mic");
     startWithoutRepeats();
-    int count = -1;
-    const auto mutes = model_->onMicrophonesMuted.subscribe(
-        [&](bool, const MuteOutcome& outcome) { count = outcome.mutedCount; });
-    ASSERT_TRUE(becomes([&] {
-        model_->unmuteMicrophone();
-        return count == 1;
-    })) << report();
+    awaitMicrophones();
     model_->stopEverything();
     ASSERT_TRUE(becomes([&] { return !*model_->isStopping; }));
     EXPECT_TRUE(becomes([&] { return isMuted("source", "mic"); })) << report();

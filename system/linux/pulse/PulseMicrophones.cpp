@@ -12,12 +12,6 @@ namespace velmoran {
 
 namespace {
 
-// A device obeys within some milliseconds; what others set later is theirs.
-constexpr std::chrono::milliseconds insistence{500};
-constexpr int mostRepeats = 3;
-// One that is plugged in may get its stored mute only some moments later.
-constexpr std::chrono::milliseconds restoration{1000};
-
 // libpulse gives a question up after 30 seconds; the server may still do what it was told.
 bool hasTimedOut(pa_context* context, bool success) {
     return !success && pa_context_errno(context) == PA_ERR_TIMEOUT;
@@ -62,6 +56,14 @@ void PulseMicrophones::setMuted(bool muted, Answer done, Answer late) {
         if (context && !isListing_) {
             begin(call);
         }
+    });
+}
+
+void PulseMicrophones::recall(const std::optional<MutedPlaces>& muted, bool stands) {
+    pulse_.use([&](pa_context*) {
+        isMuteWanted_ = stands;
+        mutedHere_.recall(muted);
+        tellOfMutedHere();
     });
 }
 
@@ -116,7 +118,7 @@ void PulseMicrophones::serverGone() {
 void PulseMicrophones::changed(unsigned, unsigned type, std::uint32_t index) {
     if (type == PA_SUBSCRIPTION_EVENT_REMOVE) {
         sources_.erase(index);
-        wishes_.erase(index);
+        wishes_.forget(index);
         hold_.forget(index);
         return;
     }
@@ -152,42 +154,30 @@ void PulseMicrophones::store(const pa_source_info& info) {
     const bool wasMuted = known.isMuted;
     known = std::move(source);
     if (isMuteWanted_ && !known.isMuted) {
+        if (wasMuted && !hasArrived) {
+            mutedHere_.add(known.place()); // whoever had muted it before wants it no longer
+        }
         // One that is new has to be noted as muted here before it is.
-        if (!hasArrived || mutedHere_.contains({known.serverName, known.port})) {
+        if (!hasArrived || mutedHere_.contains(known.place())) {
             hold_.unmuted(info.index);
         }
         if (wasMuted) {
             unmutes_();
         }
-    } else if (!isMuteWanted_ && known.isMuted) {
-        insist(info.index);
+    } else if (!isMuteWanted_ && known.isMuted && wishes_.mayRepeat(info.index)) {
+        // PipeWire leaves out a write that it takes for needless by what it last heard of the
+        // device: an unmute so gets lost when the mute before it has not come through yet.
+        writeMute(info.index, false);
     }
     if (!hasArrived) {
         return;
     }
     hasArrived_ = true;
-    if (!isMuteWanted_ && mutedHere_.contains({known.serverName, known.port})) {
+    if (!isMuteWanted_ && mutedHere_.contains(known.place())) {
         auto& call = calls_.emplace_back(*this, false);
         call.only = info.index;
         begin(call);
     }
-}
-
-// PipeWire leaves out a write that it takes for needless by what it last heard of the device: an
-// unmute so gets lost when the mute before it has not come through yet. When that shows, it is
-// repeated.
-void PulseMicrophones::insist(std::uint32_t index) {
-    const auto found = wishes_.find(index);
-    if (found == wishes_.end()) {
-        return;
-    }
-    auto& wish = found->second;
-    if (wish.repeats == mostRepeats || std::chrono::steady_clock::now() > wish.end) {
-        wishes_.erase(found);
-        return;
-    }
-    ++wish.repeats;
-    writeMute(index, false);
 }
 
 void PulseMicrophones::writeMute(std::uint32_t index, bool muted) {
@@ -200,13 +190,16 @@ void PulseMicrophones::tellArrivals() {
     }
 }
 
+void PulseMicrophones::tellOfMutedHere() {
+    if (mutedHere_.hasNews()) {
+        mutedHereChanges_(mutedHere_.places());
+    }
+}
+
 // MARK: - The calls
 
 bool PulseMicrophones::isMuted(std::uint32_t index, const Source& source) const {
-    const auto wish = wishes_.find(index);
-    return wish != wishes_.end() && std::chrono::steady_clock::now() <= wish->second.end
-               ? wish->second.muted // the mirror may not have it yet
-               : source.isMuted;
+    return wishes_.wanted(index).value_or(source.isMuted);
 }
 
 void PulseMicrophones::beginWaiting() {
@@ -230,21 +223,29 @@ void PulseMicrophones::begin(Call& call) {
         }
     }
     for (const auto& [index, source] : sources_) {
-        if (call.only && *call.only != index) {
+        if (!isConcerned(call, index, source)) {
+            if (!call.only) {
+                wishes_.forget(index); // that of the mute before isn't to be taken for this one
+            }
             continue;
         }
         auto& write = call.writes.emplace_back(call, index, source);
         if (call.muted && !isMuted(index, source)) {
-            write.isFirstMute = mutedHere_.insert(write.place).second;
+            write.isFirstMute = mutedHere_.add(write.place);
         }
-        wishes_[index] = {.muted = call.muted,
-                          .end = std::chrono::steady_clock::now() +
-                                 (call.only ? restoration : insistence),
-                          .repeats = 0};
+        wishes_.set(index, call.muted,
+                    call.only ? SourceWishes::restoration : SourceWishes::insistence);
         sent(write, pa_context_set_source_mute_by_index(context(), index, call.muted ? 1 : 0,
                                                         writeAnswered, &write));
     }
     proceed(call);
+}
+
+/// What the user had muted before stays as it is.
+bool PulseMicrophones::isConcerned(const Call& call, std::uint32_t index,
+                                   const Source& source) const {
+    return call.only ? *call.only == index
+                     : call.muted || call.takesAny || mutedHere_.contains(source.place());
 }
 
 void PulseMicrophones::sent(Write& write, pa_operation* operation) {
@@ -269,12 +270,7 @@ void PulseMicrophones::writeAnswered(pa_context* context, int success, void* dat
     if (*write.success && !call.muted && !self.isMuteWanted_) {
         self.mutedHere_.erase(write.place);
     }
-    // The device obeys from now on, however long the server has slept.
-    if (const auto wish = self.wishes_.find(write.index);
-        wish != self.wishes_.end() && wish->second.muted == call.muted) {
-        wish->second.end =
-            std::max(wish->second.end, std::chrono::steady_clock::now() + insistence);
-    }
+    self.wishes_.taken(write.index, call.muted);
     self.proceed(call);
 }
 
@@ -331,12 +327,16 @@ void PulseMicrophones::finish(Call& call) {
             mutedHere_.erase(write.place);
         }
     }
+    if (call.takesAny && !call.only && reached.unmutable.empty() && !sources_.empty()) {
+        mutedHere_.allUnmuted();
+    }
     const bool isLate = !call.done;
     const auto tell = std::move(isLate ? call.late : call.done);
     drop(call);
     if (tell && (!isLate || reached.mutedCount > 0)) {
-        tell({reached});
+        tell(reached);
     }
+    tellOfMutedHere();
 }
 
 void PulseMicrophones::overdue(Call& call) {
@@ -349,7 +349,9 @@ void PulseMicrophones::overdue(Call& call) {
 void PulseMicrophones::answer(Call& call) {
     call.alarm.reset();
     if (const auto done = std::exchange(call.done, nullptr)) {
-        done({outcome(call), false});
+        auto reached = outcome(call);
+        reached.serverAnswered = false;
+        done(reached);
     }
 }
 
@@ -360,8 +362,9 @@ bool PulseMicrophones::isLast(const Call& call) const {
     return last != calls_.rend() && &*last == &call;
 }
 
-MuteOutcome PulseMicrophones::outcome(const Call& call) const {
-    MuteOutcome outcome;
+MuteAnswer PulseMicrophones::outcome(const Call& call) const {
+    MuteAnswer outcome;
+    outcome.hadNothing = call.hasNothing;
     for (const auto& write : call.writes) {
         if (write.success == true) {
             ++outcome.mutedCount;

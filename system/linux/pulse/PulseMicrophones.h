@@ -5,19 +5,18 @@
 
 #include "core/base/SharedEvent.h"
 #include "system/Machine.h"
+#include "system/linux/pulse/MutedHere.h"
 #include "system/linux/pulse/PulseContext.h"
 #include "system/linux/pulse/SilenceHold.h"
 #include "system/linux/pulse/SourceVolumes.h"
+#include "system/linux/pulse/SourceWishes.h"
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <list>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
-#include <utility>
 
 #include <pulse/volume.h>
 
@@ -28,8 +27,8 @@ namespace velmoran {
 /// between. The last call waits for a server that sleeps or is away: when it is back and has a
 /// source, the wish is carried out. Session managers keep the mute of a device that is unplugged
 /// and give it back with it: a source that was muted here is unmuted when it comes back after an
-/// unmute, but not one that was muted before. When this object goes, answers that are still due are
-/// not given any more.
+/// unmute, but not one that was muted before: that isn't unmuted at all. When this object goes,
+/// answers that are still due are not given any more.
 class PulseMicrophones final : public Microphones, private PulseContext::Listener {
 public:
     /// After that long, devices that the server hasn't answered for count as not muted.
@@ -39,6 +38,11 @@ public:
     ~PulseMicrophones() override;
 
     void setMuted(bool muted, Answer done, Answer late) override;
+    void recall(const std::optional<MutedPlaces>& muted, bool stands) override;
+    Subscription
+    onMutedHere(std::function<void(const std::optional<MutedPlaces>&)> changed) override {
+        return mutedHereChanges_.subscribe(std::move(changed));
+    }
     /// A source that changes to another port (a headset in the jack) counts as one that appeared.
     Subscription onArrival(std::function<void()> arrived) override {
         return arrivals_.subscribe(std::move(arrived));
@@ -54,14 +58,8 @@ private:
         std::string port; ///< the active one; empty without
         pa_cvolume volume{};
         bool isMuted = false; ///< by its switch
-    };
-    /// The server's name of a source, and a port of it: mutes are kept for each port.
-    using Place = std::pair<std::string, std::string>;
-    /// What the last call wanted of a source.
-    struct Wish {
-        bool muted = false;
-        std::chrono::steady_clock::time_point end; ///< from then on others may change it
-        int repeats = 0;
+
+        MicrophonePlace place() const { return {serverName, port}; }
     };
     struct Call;
     /// What a call wants of one source.
@@ -70,23 +68,29 @@ private:
             : call(owner),
               index(sourceIndex),
               name(source.name),
-              place(source.serverName, source.port) {}
+              place(source.place()) {}
 
         Call& call;
         std::uint32_t index; ///< the server's
         std::string name;
-        Place place;
+        MicrophonePlace place;
         bool isFirstMute = false; ///< it wasn't muted before
         bool byVolume = false;
         std::optional<bool> success;
         pa_operation* operation = nullptr;
     };
     struct Call {
-        Call(PulseMicrophones& owner, bool wanted) : microphones(owner), muted(wanted) {}
+        Call(PulseMicrophones& owner, bool wanted)
+            : microphones(owner),
+              muted(wanted),
+              takesAny(!wanted && owner.mutedHere_.mayBeAny()),
+              hasNothing(!wanted && owner.mutedHere_.isEmpty()) {}
 
         PulseMicrophones& microphones;
         bool muted;
-        Answer done; ///< empty once it was given
+        bool takesAny;   ///< of an unmute: not only what is known to be muted here
+        bool hasNothing; ///< of an unmute: nothing was
+        Answer done;     ///< empty once it was given
         Answer late;
         std::optional<std::uint32_t> only; ///< a source that has come back; else all
         bool begun = false;
@@ -102,9 +106,10 @@ private:
     void changed(unsigned facility, unsigned type, std::uint32_t index) override;
 
     void store(const pa_source_info& info);
-    void insist(std::uint32_t index);
     void writeMute(std::uint32_t index, bool muted);
     void tellArrivals();
+    void tellOfMutedHere();
+    bool isConcerned(const Call& call, std::uint32_t index, const Source& source) const;
     bool isMuted(std::uint32_t index, const Source& source) const;
     void beginWaiting();
     void begin(Call& call);
@@ -116,7 +121,7 @@ private:
     void answer(Call& call);
     void overdue(Call& call);
     bool isLast(const Call& call) const;
-    MuteOutcome outcome(const Call& call) const;
+    MuteAnswer outcome(const Call& call) const;
     void drop(Call& call);
     static void forgetWrites(Call& call);
     static void forget(Write& write);
@@ -124,14 +129,15 @@ private:
     PulseContext& pulse_;
     SharedEvent<> arrivals_;
     SharedEvent<> unmutes_;
+    SharedEvent<const std::optional<MutedPlaces>&> mutedHereChanges_;
     // The rest is used with the context's lock held.
     std::map<std::uint32_t, Source> sources_; ///< by the server's index
-    std::map<std::uint32_t, Wish> wishes_;    ///< by the server's index
+    SourceWishes wishes_;
     std::list<Call> calls_;
     bool isListing_ = false; ///< the first list of this connection is on its way
     bool hasArrived_ = false;
     bool isMuteWanted_ = false; ///< by the last call that all sources were told of
-    std::set<Place> mutedHere_; ///< and not unmuted here since, nor muted before
+    MutedHere mutedHere_;       ///< what was muted before isn't
     SourceVolumes volumes_;
     SilenceHold hold_{pulse_, [this](std::uint32_t index) {
                           writeMute(index, true);

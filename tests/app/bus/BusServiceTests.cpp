@@ -140,6 +140,16 @@ TEST_F(BusServiceTest, UnmutesAndSaysSo) {
         << "there is none";
 }
 
+TEST_F(BusServiceTest, SaysThatThereWasNothingToUnmute) {
+    launch();
+    machine.mutedByOthersAlone = true;
+    EXPECT_THAT(call("UnmuteMicrophone"),
+                ElementsAre("done",
+                            "No microphone was muted by Velmoran, so there was nothing to unmute.",
+                            ""));
+    EXPECT_TRUE(model->notices.items().empty());
+}
+
 TEST_F(BusServiceTest, SaysThatNoSoundServerHasTakenTheUnmute) {
     launch();
     call("StopEverything");

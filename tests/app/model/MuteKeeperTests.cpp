@@ -21,9 +21,18 @@ struct FakeMicrophones final : Microphones {
     std::vector<Call> calls;
     std::function<void()> arrived;
     Event<> unmuted;
+    std::vector<std::pair<std::optional<MutedPlaces>, bool>> recalled;
+    Event<const std::optional<MutedPlaces>&> mutedHere;
 
     void setMuted(bool muted, Answer done, Answer late) override {
         calls.push_back({muted, std::move(done), std::move(late)});
+    }
+    void recall(const std::optional<MutedPlaces>& places, bool stands) override {
+        recalled.emplace_back(places, stands);
+    }
+    Subscription
+    onMutedHere(std::function<void(const std::optional<MutedPlaces>&)> callback) override {
+        return mutedHere.subscribe(std::move(callback));
     }
     Subscription onArrival(std::function<void()> callback) override {
         arrived = std::move(callback);
@@ -39,6 +48,9 @@ MuteAnswer muted(int count) {
     answer.mutedCount = count;
     return answer;
 }
+
+const MutedPlaces headsetPlaces = {{.name = "usb-headset", .port = "analog-input"}};
+const MutedPlaces builtInPlaces = {{.name = "pci-mic", .port = ""}};
 
 MuteAnswer silence() {
     MuteAnswer answer;
@@ -268,6 +280,97 @@ TEST_F(MuteKeeperTest, TakesItsWarningAwayWithTheMute) {
     keeper->unmute();
     EXPECT_TRUE(notices.items().empty());
     othersUnmute();
+    EXPECT_TRUE(notices.items().empty());
+}
+
+using Recalled = std::vector<std::pair<std::optional<MutedPlaces>, bool>>;
+
+TEST_F(MuteKeeperTest, KeepsWhatIsMutedHereOverRestarts) {
+    keeper->start();
+    EXPECT_EQ(microphones.recalled, (Recalled{{MutedPlaces(), false}}));
+    EXPECT_TRUE(microphones.calls.empty()) << "there is nothing to take back";
+    mute();
+    answer(0, muted(1));
+    microphones.mutedHere(headsetPlaces);
+    time.runPosted();
+    SettingsStore next(stored);
+    EXPECT_EQ(*next.mutedByVelmoran, headsetPlaces);
+    microphones.recalled.clear();
+    MuteKeeper after({microphones, clock, time, next, notices}, [](bool, const MuteAnswer&) {});
+    after.start();
+    EXPECT_EQ(microphones.recalled, (Recalled{{headsetPlaces, true}}));
+}
+
+TEST_F(MuteKeeperTest, TakesAllForMutedHereWhereAMuteStandsAndNobodyKnowsOfWhat) {
+    settings.microphoneMuted.set(true);
+    keeper->start();
+    EXPECT_EQ(microphones.recalled, (Recalled{{std::nullopt, true}}));
+    stored.setBytes("mutedByVelmoran", "[{\"name\"");
+    SettingsStore unreadable(stored);
+    MuteKeeper after({microphones, clock, time, unreadable, notices},
+                     [](bool, const MuteAnswer&) {});
+    after.start();
+    EXPECT_EQ(microphones.recalled.back(), (Recalled::value_type{std::nullopt, true}));
+    unreadable.microphoneMuted.set(false);
+    MuteKeeper without({microphones, clock, time, unreadable, notices},
+                       [](bool, const MuteAnswer&) {});
+    without.start();
+    EXPECT_EQ(microphones.recalled.back(), (Recalled::value_type{MutedPlaces(), false}));
+}
+
+TEST_F(MuteKeeperTest, GivesBackAtTheStartWhatAnUnmuteCouldNotReach) {
+    settings.mutedByVelmoran.set(headsetPlaces);
+    keeper->start();
+    EXPECT_EQ(microphones.recalled, (Recalled{{headsetPlaces, false}}));
+    ASSERT_EQ(microphones.calls.size(), 1U);
+    EXPECT_FALSE(microphones.calls[0].muted);
+    answer(0, muted(0));
+    EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(MuteKeeperTest, UnmutesWithTheMuteWhatAnotherProgramHasMutedUnderIt) {
+    keeper->start();
+    mute();
+    answer(0, muted(1));
+    microphones.mutedHere(headsetPlaces);
+    time.runPosted();
+    kept(true);
+    microphones.recalled.clear();
+    time.advanceBy(MuteKeeper::interval);
+    EXPECT_TRUE(microphones.recalled.empty()) << "it is our own list";
+    SettingsStore other(stored);
+    other.mutedByVelmoran.set(builtInPlaces);
+    time.advanceBy(MuteKeeper::interval);
+    EXPECT_EQ(microphones.recalled, (Recalled{{builtInPlaces, true}}));
+}
+
+TEST_F(MuteKeeperTest, AdoptsAMuteWithWhatItHasMuted) {
+    keeper->start();
+    SettingsStore other(stored);
+    other.microphoneMuted.set(true);
+    other.mutedByVelmoran.set(builtInPlaces);
+    keeper->adopt();
+    EXPECT_EQ(microphones.recalled.back(), (Recalled::value_type{builtInPlaces, true}));
+    EXPECT_TRUE(microphones.calls.back().muted);
+}
+
+TEST_F(MuteKeeperTest, SaysThatWhatIsMutedWasSoBeforeToWhoeverUndoesAMute) {
+    mute();
+    answer(0, muted(1));
+    keeper->unmute();
+    auto nothing = muted(0);
+    nothing.hadNothing = true;
+    answer(1, nothing);
+    ASSERT_EQ(notices.items().size(), 1U);
+    EXPECT_EQ(notices.items()[0].title, "Nothing was unmuted");
+    notices.dismiss(notices.items()[0].id);
+    keeper->unmute();
+    answer(2, nothing);
+    EXPECT_TRUE(notices.items().empty()) << "no mute stood";
+    mute();
+    answer(3, muted(1));
+    keeper->unmute();
+    answer(4, muted(1));
     EXPECT_TRUE(notices.items().empty());
 }
 

@@ -24,6 +24,7 @@ TEST(SettingsStore, GivesAFreshUserTheDefaultsAndWritesNone) {
     EXPECT_TRUE(*settings.ignoreOwnReturn);
     EXPECT_FALSE(*settings.awayWatchOnLock);
     EXPECT_FALSE(*settings.microphoneMuted);
+    EXPECT_EQ(*settings.mutedByVelmoran, std::nullopt);
     EXPECT_FALSE(*settings.onboardingDone);
     EXPECT_EQ(*settings.trustRulesData, std::nullopt);
     EXPECT_EQ(*settings.language, std::nullopt);
@@ -113,6 +114,24 @@ TEST(SettingsStore, TakesTheDefaultForAWrongType) {
     EXPECT_EQ(*settings.trustRulesData, std::nullopt);
     EXPECT_EQ(*settings.language, std::nullopt);
     EXPECT_FALSE(*settings.monitorSpeakerUse);
+}
+
+TEST(SettingsStore, KeepsWhichMicrophonesAreMutedHere) {
+    MemorySettings memory;
+    const MutedPlaces places = {{.name = "a, \"b\"", .port = ""}, {.name = "c", .port = "d"}};
+    SettingsStore(memory).mutedByVelmoran.set(places);
+    EXPECT_EQ(*SettingsStore(memory).mutedByVelmoran, places);
+    SettingsStore(memory).mutedByVelmoran.set(MutedPlaces());
+    EXPECT_EQ(*SettingsStore(memory).mutedByVelmoran, MutedPlaces()) << "known to be none";
+    SettingsStore(memory).mutedByVelmoran.set(std::nullopt);
+    EXPECT_TRUE(memory.isEmpty());
+    for (const auto* unreadable :
+         {"", "[", "{}", "[{}]", R"([{"name":"a"}])", R"([{"name":1,"port":""}])", "null"}) {
+        memory.setBytes("mutedByVelmoran", unreadable);
+        EXPECT_EQ(*SettingsStore(memory).mutedByVelmoran, std::nullopt) << unreadable;
+    }
+    memory.setTexts("mutedByVelmoran", {"a", "b"});
+    EXPECT_EQ(*SettingsStore(memory).mutedByVelmoran, std::nullopt);
 }
 
 TEST(SettingsStore, TakesTheDefaultForDaysThatNoCalendarHas) {
