@@ -12,6 +12,10 @@ std::int64_t unixTime(Timestamp time) {
     return static_cast<std::int64_t>(std::floor(time.seconds + secondsFromUnixEpoch));
 }
 
+ProgramStatus::App appOf(const AppIdentity& app) {
+    return {.id = app.id, .name = app.name, .path = app.path};
+}
+
 } // namespace
 
 ProgramStatus statusOf(const AppModel& model) {
@@ -22,14 +26,16 @@ ProgramStatus statusOf(const AppModel& model) {
     status.stopping = *model.isStopping;
     status.historyProblem = *model.historyProblem;
     for (const auto& session : *model.openSessions) {
-        status.uses.push_back(
-            {.device = session.device,
-             .app = {.id = session.app.id, .name = session.app.name, .path = session.app.path},
-             .since = unixTime(session.start),
-             .seenFromStart = session.observedFromStart});
+        status.uses.push_back({.device = session.device,
+                               .app = appOf(session.app),
+                               .since = unixTime(session.start),
+                               .seenFromStart = session.observedFromStart});
     }
     if (const auto& taken = *model.sightTaken) {
         status.sightTaken = unixTime(*taken);
+    }
+    for (const auto& app : model.onlyListeners()) {
+        status.onlyListeners.push_back(appOf(app));
     }
     status.unwatched = model.snapshot->unwatched;
     if (const auto& gap = model.snapshot->lastGap) {

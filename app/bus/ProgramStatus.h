@@ -62,6 +62,9 @@ struct ProgramStatus {
     /// When something has taken Velmoran's view of the sound system away, the last time: whole
     /// seconds, as above.
     std::optional<std::int64_t> sightTaken = {};
+    /// Who makes the microphone be on, where that is the system's own listening alone, as for a
+    /// level meter, and no use.
+    std::vector<App> onlyListeners = {};
     std::vector<Device> unwatched = {};  ///< whose uses can't be seen now: not known to be off
     std::optional<Gap> notWatching = {}; ///< the last time in which nothing was seen, if known
     bool awayWatchOn = false;            ///< an away watch is running
@@ -96,6 +99,7 @@ void visitFields(MaybeConst<ProgramStatus> auto& status, auto visit) {
     visit("uses", status.uses);
     visit("historyProblem", status.historyProblem);
     visit("sightTaken", status.sightTaken);
+    visit("onlyListeners", status.onlyListeners, OnlyIfAny());
     visit("unwatched", status.unwatched, OnlyIfAny());
     visit("notWatching", status.notWatching);
     visit("awayWatchOn", status.awayWatchOn, OnlyIfTrue());

@@ -4,6 +4,7 @@
 #include "core/text/Localizer.h"
 #include "core/warnings/DeviceWording.h"
 #include "core/warnings/HistoryWording.h"
+#include "core/warnings/ListeningWording.h"
 #include "core/warnings/UnwatchedWording.h"
 
 #include <algorithm>
@@ -43,7 +44,12 @@ std::vector<std::string> statusLines(const ProgramStatus& status, Timestamp now)
         lines.push_back(words().text("The camera is in use"));
     }
     if (status.microphoneOn && !isListed(Device::microphone)) {
-        lines.push_back(words().text("The microphone is in use"));
+        std::vector<std::string> listeners;
+        for (const auto& app : status.onlyListeners) {
+            listeners.push_back(app.name);
+        }
+        lines.push_back(listeners.empty() ? words().text("The microphone is in use")
+                                          : ListeningWording::onlySystem(listeners));
     }
     if (!status.cameraOn && !status.microphoneOn && !isListed(Device::camera) &&
         !isListed(Device::microphone)) {

@@ -22,19 +22,6 @@ bool isWatched(const SystemSnapshot& snapshot, Device device) {
     return std::ranges::find(snapshot.unwatched, device) == snapshot.unwatched.end();
 }
 
-/// Then the icon says that a device is in use, and the row has no app to name.
-bool onlySystemListens(const AppModel& model) {
-    const auto& snapshot = *model.snapshot;
-    const auto listens = [&](const AppRef& ref) {
-        const auto app = model.seenApp(ref.id());
-        const auto process = app ? model.systemProcess(*app) : std::nullopt;
-        return process && process->role == SystemProcess::Role::listensForSystem;
-    };
-    return *model.settings.ignoreSystemListening && snapshot.microphoneOn &&
-           !snapshot.microphoneApps.empty() &&
-           std::ranges::all_of(snapshot.microphoneApps, listens);
-}
-
 std::vector<std::string> warningsOf(const AppModel& model, Timestamp now) {
     std::vector<std::string> sentences;
     if (const auto& problem = *model.historyProblem) {
@@ -76,7 +63,7 @@ PanelContent PanelContent::of(const AppModel& model, const std::vector<ActivityR
                                          .sessions = model.sessions(Device::microphone),
                                          .mutedByVelmoran = *model.settings.microphoneMuted,
                                          .isWatched = isWatched(snapshot, Device::microphone),
-                                         .onlySystemListens = onlySystemListens(model)},
+                                         .onlyListeners = model.onlyListeners()},
                                         now),
         .speaker =
             SpeakerContent::of(outputRoute(snapshot.output), model.sessions(Device::speaker)),

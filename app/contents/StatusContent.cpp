@@ -3,6 +3,7 @@
 #include "app/contents/DeviceNames.h"
 #include "core/text/DurationFormat.h"
 #include "core/text/Localizer.h"
+#include "core/warnings/ListeningWording.h"
 
 namespace velmoran {
 
@@ -20,9 +21,14 @@ std::string noteOf(const StatusContent::Input& input) {
     if (input.mutedByVelmoran) {
         return words().text("Muted by Velmoran after a stop");
     }
-    return input.sessions.empty() && input.onlySystemListens
-               ? words().text("Only the system itself is listening")
-               : std::string();
+    if (!input.sessions.empty() || input.onlyListeners.empty()) {
+        return {};
+    }
+    std::vector<std::string> names;
+    for (const auto& app : input.onlyListeners) {
+        names.push_back(app.name);
+    }
+    return ListeningWording::onlySystem(names);
 }
 
 } // namespace

@@ -27,9 +27,9 @@ struct StatusContent {
         std::vector<UsageSession> sessions = {}; ///< open ones, the earliest start first
         bool mutedByVelmoran = false;
         bool isWatched = true;
-        /// The device is on, but nobody has it except for the system's own listening, which the
-        /// user doesn't want to be told of.
-        bool onlySystemListens = false;
+        /// The device is on, but only these have it, for the system's own listening, which the user
+        /// doesn't want to be told of.
+        std::vector<AppIdentity> onlyListeners = {};
     };
 
     std::string title;

@@ -151,6 +151,9 @@ public:
     /// What a reading of this run has named under that id; nothing if none has.
     std::optional<AppIdentity> seenApp(const std::string& id) const { return reading_.seenApp(id); }
     StatusIconState statusIconState() const;
+    /// Who makes the microphone be on, where that is the system's own listening alone, as for a
+    /// level meter, and no use.
+    std::vector<AppIdentity> onlyListeners() const { return reading_.onlyListeners(*snapshot); }
     /// The time of all that is told and stored: it never runs back.
     const Clock& clock() const { return clock_; }
     /// The history as lists show it, newest first: without what the settings hide.

@@ -138,4 +138,19 @@ std::optional<AppIdentity> UseReading::seenApp(const std::string& id) const {
     return std::nullopt;
 }
 
+std::vector<AppIdentity> UseReading::onlyListeners(const SystemSnapshot& snapshot) const {
+    std::vector<AppIdentity> listeners;
+    if (!snapshot.microphoneOn || !*settings_.ignoreSystemListening) {
+        return listeners;
+    }
+    for (const auto& ref : snapshot.microphoneApps) {
+        const auto app = seenApp(ref.id());
+        if (!app || machine_.roleOf(*app) != SystemProcess::Role::listensForSystem) {
+            return {};
+        }
+        listeners.push_back(*app);
+    }
+    return listeners;
+}
+
 } // namespace velmoran

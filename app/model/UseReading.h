@@ -36,6 +36,10 @@ public:
     /// there was neither.
     std::optional<AppIdentity> seenApp(const std::string& id) const;
 
+    /// Who holds the microphone in that reading, which was read last, if it is for the system's own
+    /// listening alone and isn't told as a use; empty otherwise.
+    std::vector<AppIdentity> onlyListeners(const SystemSnapshot& snapshot) const;
+
     /// How long helpers may hold the microphone before they count themselves: in one spell, or one
     /// helper in several, since one that is switched on and off is none the less there.
     static constexpr Seconds ownerGrace = 1.0;

@@ -6,6 +6,7 @@
 #include "app/shell/tray/TrayInk.h"
 #include "core/text/Localizer.h"
 #include "core/warnings/HistoryWording.h"
+#include "core/warnings/ListeningWording.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -34,6 +35,10 @@ StatusItemController::StatusItemController(AppModel& model, AppPicture picture, 
     watching_.push_back(model_.onChange.subscribe([this] {
         refreshIcon();
         refreshMenu();
+        const auto listeners = model_.onlyListeners();
+        if (std::exchange(listeners_, listeners) != listeners) {
+            refreshToolTip();
+        }
     }));
 }
 
@@ -125,7 +130,16 @@ void StatusItemController::refreshToolTip() {
     if (const auto& problem = *model_.historyProblem) {
         text = qt(HistoryWording::sentence(*problem)) + '\n';
     }
-    text += qt(statusIconLabel(model_.statusIconState(), model_.snapshot->unwatched));
+    const auto state = model_.statusIconState();
+    auto label = statusIconLabel(state, model_.snapshot->unwatched);
+    if (state == StatusIconState::inUse && !listeners_.empty() && !model_.snapshot->cameraOn) {
+        std::vector<std::string> names;
+        for (const auto& app : listeners_) {
+            names.push_back(app.name);
+        }
+        label.replace(0, label.find('\n'), "Velmoran: " + ListeningWording::onlySystem(names));
+    }
+    text += qt(label);
     if (*model_.settings.microphoneMuted) {
         text += '\n' + qt(words().text("The microphone has been muted since a stop."));
     }

@@ -81,6 +81,7 @@ private:
     std::optional<QPoint> click_;           ///< the last one, if it can have been on the icon
     std::optional<StatusIconState> shown_;
     std::vector<Device> shownUnwatched_; ///< in the tool tip
+    std::vector<AppIdentity> listeners_; ///< likewise: the system's own
     NoticePanelController noticePanel_;
     std::unique_ptr<PanelPopover> panel_;
     std::vector<Subscription> watching_;

@@ -61,6 +61,16 @@ TEST_F(StatusLines, NeverDenyThatADeviceIsOn) {
     EXPECT_EQ(statusLines(status, now).back(), "The microphone is in use");
 }
 
+TEST_F(StatusLines, NameALevelMeterAsSuch) {
+    ProgramStatus status;
+    status.microphoneOn = true;
+    status.onlyListeners = {{.id = "m", .name = "Volume Control", .path = std::nullopt}};
+    EXPECT_EQ(statusLines(status, now), (Lines{"Only macOS itself is listening: Volume Control"}));
+    EXPECT_EQ(decode<ProgramStatus>(encode(status)), status);
+    status.uses = {use(Device::microphone, true, noon)};
+    EXPECT_EQ(statusLines(status, now).size(), 1U) << "there is somebody to name";
+}
+
 TEST_F(StatusLines, CountNoSpeakerAsCameraOrMicrophone) {
     ProgramStatus status;
     status.uses = {use(Device::speaker, true, noon)};

@@ -127,10 +127,10 @@ TEST_F(Panel, SaysThatOnlyTheSystemListensWhileTheIconTurns) {
     receive(microphone({appRef("siri")}));
     ASSERT_EQ(model->statusIconState(), StatusIconState::inUse);
     EXPECT_THAT(lines(), AllOf(Contains("Microphone: Not in use"),
-                               Contains("Only the system itself is listening")));
+                               Contains("Only macOS itself is listening: siri")));
     receive(microphone({appRef("siri"), appRef("zoom")}));
     EXPECT_THAT(lines(), AllOf(Contains("Microphone: In use"),
-                               Not(Contains("Only the system itself is listening"))));
+                               Not(Contains(HasSubstr("Only macOS itself")))));
     model->settings.ignoreSystemListening.set(false);
     receive(microphone({appRef("siri")}));
     EXPECT_THAT(lines(), AllOf(Contains("Microphone: In use"), Contains("siri · 0 s")));

@@ -93,8 +93,10 @@ TEST(StatusContent, NeverCallsADeviceOffThatIsNotWatched) {
 }
 
 TEST(StatusContent, SaysThatOnlyTheSystemListens) {
-    StatusContent::Input input{.device = Device::microphone, .onlySystemListens = true};
-    EXPECT_EQ(StatusContent::of(input, statusStart).note, "Only the system itself is listening");
+    StatusContent::Input input{.device = Device::microphone,
+                               .onlyListeners = {app("Siri"), app("Dictation")}};
+    EXPECT_EQ(StatusContent::of(input, statusStart).note,
+              "Only macOS itself is listening: Name of Siri and Name of Dictation");
     EXPECT_EQ(StatusContent::of(input, statusStart).state, "Not in use");
     input.sessions = {sessionOf(app("zoom"), Device::microphone, statusStart)};
     EXPECT_EQ(StatusContent::of(input, statusStart).note, "");

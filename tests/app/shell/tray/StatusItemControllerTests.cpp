@@ -123,6 +123,24 @@ TEST_F(StatusItem, SaysWhatIsOn) {
     EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
 }
 
+TEST_F(StatusItem, NamesALevelMeterAsSuch) {
+    const auto meter = testing::appRef("siri");
+    machine.script.signingIDs = {{meter.path.value(), "com.apple.corespeechd"}};
+    receive(recordedBy("siri"));
+    EXPECT_EQ(toolTip(), "Velmoran: Only macOS itself is listening: siri");
+    auto both = microphone({meter, testing::appRef("Zoom")});
+    receive(both);
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
+    both = microphone({meter});
+    both.unwatched = {Device::camera};
+    receive(both);
+    EXPECT_EQ(toolTip(), "Velmoran: Only macOS itself is listening: siri\n"
+                         "The camera isn't being watched: the system doesn't let Velmoran look at "
+                         "it.");
+    receive({});
+    EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
+}
+
 TEST_F(StatusItem, SaysWhatIsNotBeingWatched) {
     SystemSnapshot blind;
     blind.unwatched = {Device::camera};
