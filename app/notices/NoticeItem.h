@@ -26,6 +26,7 @@ struct NoticeItem {
     std::optional<AppIdentity> app;     ///< who that is, for whoever looks for the icon
     std::optional<std::string> symbol;  ///< name of a symbol, used when there is no app
     bool isStrong = false;              ///< the symbol takes the warning colour
+    bool isStopResult = false;          ///< says what came of a stop
     std::string title;
     std::optional<std::string> message;
     std::string timeText;

@@ -67,6 +67,7 @@ NoticeItem stopResultItem(const StopResult& result, const Uuid& id, StopResultAc
         item.buttons.push_back(
             button(words().text("Try again"), false, std::move(actions.tryAgain)));
     }
+    item.isStopResult = true;
     if (all) {
         item.autoHideAfter = standardNoticeStay;
     }

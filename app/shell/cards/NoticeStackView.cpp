@@ -3,6 +3,7 @@
 #include "app/shell/surface/X11Window.h"
 
 #include <QAbstractButton>
+#include <algorithm>
 #include <cstddef>
 #include <map>
 
@@ -13,27 +14,35 @@ NoticeStackView::NoticeStackView(const std::vector<NoticeItem>& items, const App
     : QWidget(parent) {
     std::map<std::size_t, NoticeView*> chosen; // in the order of the items
     int used = 2 * padding - spacing;
-    /// Whether there was room for all of them.
+    /// Whether there was room, as there always is for the first.
+    const auto add = [&](std::size_t index) {
+        auto* view = new NoticeView(items[index], picture, clicks, this);
+        const int more = spacing + view->height();
+        if (!chosen.empty() && used + more > room) {
+            delete view;
+            return false;
+        }
+        used += more;
+        chosen.emplace(index, view);
+        return true;
+    };
+    /// The newest first; whether there was room for all of them.
     const auto addFitting = [&](bool strong) {
         for (auto index = items.size(); index-- > 0;) {
-            if (items[index].isStrong != strong || chosen.contains(index)) {
-                continue;
-            }
-            auto* view = new NoticeView(items[index], picture, clicks, this);
-            const int more = spacing + view->height();
-            if (!chosen.empty() && used + more > room) {
-                delete view;
+            if (items[index].isStrong == strong && !chosen.contains(index) && !add(index)) {
                 return false;
             }
-            used += more;
-            chosen.emplace(index, view);
         }
         return true;
     };
     if (!items.empty()) {
-        auto* newest = new NoticeView(items.back(), picture, clicks, this);
-        used += spacing + newest->height();
-        chosen.emplace(items.size() - 1, newest);
+        add(items.size() - 1);
+    }
+    // What came of the last stop is waited for, whatever else there is.
+    const auto result =
+        std::ranges::find(items.rbegin(), items.rend(), true, &NoticeItem::isStopResult);
+    if (result != items.rend() && result != items.rbegin()) {
+        add(static_cast<std::size_t>(items.rend() - result) - 1);
     }
     // A lesser card doesn't take the room of a strong one, even where only the lesser one fits.
     if (addFitting(true)) {

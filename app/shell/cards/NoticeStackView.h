@@ -12,7 +12,8 @@ namespace velmoran {
 class NoticeStackView final : public QWidget {
 public:
     /// Has its final size at once. What would make it higher than `room` is left out: the oldest
-    /// first, and strong ones only when there is no other; never the newest.
+    /// first, and strong ones only when there is no other; the last stop's result only if the
+    /// newest card leaves it no room, and never the newest.
     NoticeStackView(const std::vector<NoticeItem>& items, const AppPicture& picture,
                     const NoticeView::Clicks& clicks, int room, QWidget* parent = nullptr);
 
