@@ -49,7 +49,7 @@ AppModel::AppModel(ModelSurroundings surroundings)
                    .notices = notices,
                    .lastTaken = sightTaken},
                   [this](const Uuid& card) {
-                      stopFlow_.stopInsteadOf(card, [this] { stopEverything(); });
+                      stopFlow_.stopInsteadOf({card}, [this] { stopEverything(); });
                   }),
       mute_({.microphones = around_.machine.microphones(),
              .clock = clock_,
@@ -255,8 +255,19 @@ UsageSession AppModel::warned(const UsageSession& session) {
 void AppModel::show(const WarningNotice& notice) {
     const Uuid id = notice.id;
     NoticeActions actions;
-    actions.stop = mainThread_.whileAlive(
-        [this, id, app = notice.app] { stopFlow_.stopInsteadOf(id, [this, app] { stop(app); }); });
+    actions.stop = mainThread_.whileAlive([this, id, app = notice.app] {
+        stopFlow_.stopInsteadOf({id}, [this, app] { stop(app); });
+    });
+    actions.stopTogether = mainThread_.whileAlive([this](const std::vector<Uuid>& cards) {
+        std::vector<AppIdentity> apps;
+        for (const auto& card : cards) {
+            const auto item = notices.item(card);
+            if (item && item->app && !item->app->isAmong(apps)) {
+                apps.push_back(*item->app);
+            }
+        }
+        stopFlow_.stopInsteadOf(cards, [this, apps] { stopFlow_.stop(apps); });
+    });
     actions.thisWasMe = mainThread_.whileAlive([this, id] { notices.dismiss(id); });
     actions.trustThisApp =
         mainThread_.whileAlive([this, id, app = notice.app, devices = notice.devices] {

@@ -120,7 +120,7 @@ public:
     /// comes to the front.
     void stopEverything() { stopFlow_.stopEverything(); }
     /// The same for one app, whose use of the microphone decides about the mute.
-    void stop(const AppIdentity& app) { stopFlow_.stop(app); }
+    void stop(const AppIdentity& app) { stopFlow_.stop({app}); }
     /// A stop, or the question before it, is under way: another one would be dropped.
     bool isBusyStopping() const { return stopFlow_.isBusy(); }
     /// The user is being asked about browsers.

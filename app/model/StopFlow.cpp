@@ -63,32 +63,31 @@ void StopFlow::stopEverythingAfter(const Asked& asked) {
         [this] { stopEverything(); });
 }
 
-void StopFlow::stop(const AppIdentity& app) {
+void StopFlow::stop(const std::vector<AppIdentity>& apps) {
     if (!mayStop()) {
         return;
     }
     std::vector<AppIdentity> browsers;
-    if (seams_.machine.isBrowser(app)) {
-        browsers.push_back(app);
-    }
-    askAbout(browsers, false, [this, app](BrowserAnswer answer) {
+    std::ranges::copy_if(apps, std::back_inserter(browsers),
+                         [this](const AppIdentity& app) { return seams_.machine.isBrowser(app); });
+    askAbout(browsers, false, [this, apps](BrowserAnswer answer) {
         if (answer != BrowserAnswer::close) {
             reports_.ended(std::nullopt);
             return;
         }
         Aim aim;
         for (const auto& session : seams_.engine.open()) {
-            if (!session.app.isSameApp(app)) {
+            if (!session.app.isAmong(apps)) {
                 aim.spared.insert(session.app.id);
             } else if (session.device != Device::speaker) {
                 aim.devices.insert(session.device);
             }
         }
         run(
-            [this, app](PanicController::Completion done) {
-                panic_.stop(app, seams_.engine.open(), std::move(done));
+            [this, apps](PanicController::Completion done) {
+                panic_.stop(apps, seams_.engine.open(), std::move(done));
             },
-            aim, [this, app] { stop(app); });
+            aim, [this, apps] { stop(apps); });
     });
 }
 
@@ -99,12 +98,15 @@ bool StopFlow::mayStop() const {
     return may;
 }
 
-void StopFlow::stopInsteadOf(const Uuid& card, const std::function<void()>& stopping) {
+void StopFlow::stopInsteadOf(const std::vector<Uuid>& cards,
+                             const std::function<void()>& stopping) {
     if (isAsking()) {
         raiseQuestion();
         return;
     }
-    seams_.notices.dismiss(card);
+    for (const auto& card : cards) {
+        seams_.notices.dismiss(card);
+    }
     stopping();
 }
 
@@ -204,7 +206,7 @@ void StopFlow::showResult(const ResultCard& shown) {
         stopEverything();
     };
     actions.tryAgain =
-        mainThread_.whileAlive([this, id = shown.id, retry] { stopInsteadOf(id, retry); });
+        mainThread_.whileAlive([this, id = shown.id, retry] { stopInsteadOf({id}, retry); });
     seams_.notices.show(
         stopResultItem(shown.result, shown.id, std::move(actions), seams_.unmuting));
 }

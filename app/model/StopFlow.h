@@ -45,10 +45,11 @@ public:
 
     /// Dropped while a stop is under way, or the question before one, which comes to the front.
     void stopEverything();
-    void stop(const AppIdentity& app);
-    /// What a button of a card does. The card stays for another press while the user has to answer
+    /// These as one.
+    void stop(const std::vector<AppIdentity>& apps);
+    /// What a button of these cards does. They stay for another press while the user has to answer
     /// a question first.
-    void stopInsteadOf(const Uuid& card, const std::function<void()>& stopping);
+    void stopInsteadOf(const std::vector<Uuid>& cards, const std::function<void()>& stopping);
 
     bool isBusy() const { return *seams_.isStopping || question_.stands(); }
     bool isAsking() const { return question_.stands(); }

@@ -18,6 +18,9 @@ struct NoticeButton {
     std::string title;
     bool prominent = false;       ///< drawn as the default action
     std::function<void()> action; ///< run on click
+    /// Run instead on a card that stands for several, whose ids these are, its own among them.
+    /// Empty: each of them does what it does alone.
+    std::function<void(const std::vector<Uuid>& cards)> actionTogether = {};
 };
 
 struct NoticeItem {
@@ -31,6 +34,9 @@ struct NoticeItem {
     std::optional<std::string> message;
     std::string timeText;
     std::optional<Timestamp> since; ///< when it happened; absent: when the card came
+    /// Other cards that this one stands for where those of an app are joined; the list of cards
+    /// itself has each alone.
+    std::vector<Uuid> older;
     std::vector<NoticeButton> buttons;
     std::optional<Seconds> autoHideAfter; ///< absent: stays until closed
     std::function<void()> onClose;        ///< run when the user closes the card; may be empty

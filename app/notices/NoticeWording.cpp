@@ -43,6 +43,7 @@ NoticeItem noticeItem(const WarningNotice& notice, const TrustList& trust, bool 
         notice.duringAwayWatch ? words().shortTime(notice.start) : words().text("Just now");
     item.since = notice.start;
     item.buttons.push_back(button(words().text("Stop"), strong, std::move(actions.stop)));
+    item.buttons.back().actionTogether = std::move(actions.stopTogether);
     if (strong) {
         item.buttons.push_back(
             button(words().text("This was me"), false, std::move(actions.thisWasMe)));

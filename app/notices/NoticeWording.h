@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velmoran {
 
@@ -17,6 +18,8 @@ struct NoticeActions {
     std::function<void()> stop;         ///< "Stop"
     std::function<void()> thisWasMe;    ///< "This was me"
     std::function<void()> trustThisApp; ///< "Trust this app"
+    /// "Stop" on a card that stands for several, whose ids these are.
+    std::function<void(const std::vector<Uuid>& cards)> stopTogether = {};
 };
 
 /// How long a card stays that isn't strong.

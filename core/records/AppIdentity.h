@@ -3,6 +3,7 @@
 
 #include "core/base/Fields.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,10 @@ struct AppIdentity {
     /// named and for another among those that can't.
     bool isSameApp(const AppIdentity& other) const {
         return id == other.id && unidentified == other.unidentified;
+    }
+    bool isAmong(const std::vector<AppIdentity>& apps) const {
+        return std::any_of(apps.begin(), apps.end(),
+                           [this](const AppIdentity& each) { return isSameApp(each); });
     }
 
     bool operator==(const AppIdentity&) const = default;

@@ -83,11 +83,11 @@ void PanicController::stopAll(const std::vector<UsageSession>& open, Completion 
     run(std::move(sessions), true, std::move(done));
 }
 
-void PanicController::stop(const AppIdentity& app, const std::vector<UsageSession>& open,
-                           Completion done) {
+void PanicController::stop(const std::vector<AppIdentity>& apps,
+                           const std::vector<UsageSession>& open, Completion done) {
     auto sessions = open;
     std::erase_if(sessions, [&](const auto& each) {
-        return each.device == Device::speaker || !each.app.isSameApp(app);
+        return each.device == Device::speaker || !each.app.isAmong(apps);
     });
     const bool onMicrophone = std::any_of(sessions.begin(), sessions.end(), [](const auto& each) {
         return each.device == Device::microphone;

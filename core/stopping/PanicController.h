@@ -40,8 +40,9 @@ public:
 
     /// Everything but the speaker's sessions, and the mute even when nothing is open.
     void stopAll(const std::vector<UsageSession>& open, Completion done);
-    /// One app; mutes only if it uses the microphone.
-    void stop(const AppIdentity& app, const std::vector<UsageSession>& open, Completion done);
+    /// These apps; mutes only if one of them uses the microphone.
+    void stop(const std::vector<AppIdentity>& apps, const std::vector<UsageSession>& open,
+              Completion done);
 
     /// On a Mac: this application itself, and what lies in the system's own folders.
     static bool isProtected(const AppIdentity& app, const std::optional<std::string>& ownBundleID);

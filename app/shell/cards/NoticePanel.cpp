@@ -46,6 +46,9 @@ void NoticePanel::setItems(const std::vector<NoticeItem>& items, const AppPictur
     std::map<Uuid, std::string> telling;
     for (const auto& item : items) {
         telling[item.id] = item.title + '\n' + item.message.value_or("");
+        for (const auto& older : item.older) {
+            telling[older] = told_[older]; // it may be the newest of its app again
+        }
     }
     const auto& newest = items.back().id;
     isNews_ = isNews_ || !told_.contains(newest) || told_[newest] != telling[newest];

@@ -26,10 +26,9 @@ QRect visibleAround(const std::optional<QRect>& anchor) {
 NoticePanelController::NoticePanelController(NoticeCenter& notices,
                                              std::function<std::optional<QRect>()> anchor,
                                              AppPicture picture)
-    : notices_(notices),
-      anchor_(std::move(anchor)),
-      picture_(std::move(picture)) {
-    changes_ = notices_.onChange.subscribe([this] { update(); });
+    : anchor_(std::move(anchor)),
+      picture_(std::move(picture)),
+      notices_(notices, [this] { update(); }) {
     // Later, when all has them.
     panel_.lettersChanged = [this] {
         QTimer::singleShot(0, &panel_, [this] { redraw(); });
@@ -51,7 +50,8 @@ void NoticePanelController::redraw() {
 }
 
 void NoticePanelController::update() {
-    if (notices_.items().empty()) {
+    shown_ = notices_.items();
+    if (shown_.empty()) {
         panel_.hide();
         return;
     }
@@ -71,7 +71,7 @@ void NoticePanelController::update() {
 QRect NoticePanelController::arrange(const QRect& visible, const std::optional<QRect>& anchor,
                                      int room) {
     panel_.setItems(
-        notices_.items(), picture_,
+        shown_, picture_,
         {.press = [this](const Uuid& item, const Uuid& button) { notices_.press(item, button); },
          .close =
              [this](const Uuid& item) {

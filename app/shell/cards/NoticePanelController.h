@@ -2,7 +2,7 @@
 // thread.
 #pragma once
 
-#include "app/notices/NoticeCenter.h"
+#include "app/notices/JoinedNotices.h"
 #include "app/shell/cards/NoticePanel.h"
 
 #include <QRect>
@@ -38,11 +38,11 @@ private:
     /// Takes up as many cards as that room holds; where they would stand, without the padding.
     QRect arrange(const QRect& visible, const std::optional<QRect>& anchor, int room);
 
-    NoticeCenter& notices_;
     std::function<std::optional<QRect>()> anchor_;
     AppPicture picture_;
+    std::vector<NoticeItem> shown_;
     NoticePanel panel_;
-    Subscription changes_;
+    JoinedNotices notices_;
 };
 
 } // namespace velmoran

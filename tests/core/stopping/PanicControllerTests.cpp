@@ -74,7 +74,7 @@ struct PanicControllerTest : ::testing::Test {
 
     StopResult stop(const AppIdentity& each, const std::vector<UsageSession>& open) {
         std::optional<StopResult> result;
-        panic.stop(each, open, [&](const StopResult& answer) { result = answer; });
+        panic.stop({each}, open, [&](const StopResult& answer) { result = answer; });
         closer.answerAll();
         EXPECT_TRUE(result);
         return result.value_or(StopResult{});

@@ -98,6 +98,28 @@ TEST_F(NoticeAccess, ACardThatSaysMoreIsSaidAgain) {
                                      "Zoom turned on the camera and microphone"));
 }
 
+TEST_F(NoticeAccess, EachCardOfOneAppIsSaidWhenItComesAndNotWhenItIsTheNewestAgain) {
+    const auto card = [this](const std::string& title) {
+        NoticeItem of;
+        of.id = Uuid::random();
+        of.app = AppIdentity::unknown();
+        of.title = title;
+        of.timeText = "Just now";
+        notices.show(of);
+        return of.id;
+    };
+    card("First");
+    const auto second = card("Second");
+    const auto third = card("Third");
+    EXPECT_THAT(names(), ElementsAre("First", "Second", "Third"));
+    alerts.clear();
+    notices.dismiss(third);
+    notices.dismiss(second);
+    EXPECT_THAT(names(), IsEmpty());
+    time.advanceBy(60);
+    EXPECT_THAT(names(), IsEmpty()) << "another time is no news";
+}
+
 TEST_F(NoticeAccess, TheKeyboardGoesToTheNewestAndPresses) {
     controller.takeKeyboard();
     EXPECT_FALSE(controller.panel().isVisible()) << "there is none";
