@@ -57,12 +57,19 @@ void NoticePanelController::update() {
     }
     const auto anchor = anchor_();
     const auto visible = visibleAround(anchor);
-    const auto blocked = obstacle ? obstacle() : QRect();
+    auto blocked = obstacle ? obstacle() : QRect();
     auto cards = arrange(visible, anchor, noticePanelRoom(visible, anchor));
+    const auto beside = openPanel ? openPanel() : QRect();
+    const int aside = noticeShiftBeside(visible, cards, beside);
+    cards.translate(aside, 0);
+    if (cards.intersects(beside)) {
+        blocked = beside;
+    }
     int by = noticeClearance(visible, cards, blocked);
     if (by == 0 && cards.intersects(blocked)) {
         // What it covers could be neither read nor closed, so fewer cards are better.
-        cards = arrange(visible, anchor, noticeRoomBeside(visible, anchor, blocked, padding));
+        cards = arrange(visible, anchor, noticeRoomBeside(visible, anchor, blocked, padding))
+                    .translated(aside, 0);
         by = noticeClearance(visible, cards, blocked);
     }
     panel_.showAt(cards.topLeft() + QPoint(-padding, by - padding));

@@ -32,6 +32,9 @@ public:
     /// What the cards don't stand on top of or below, in the screen's coordinates; an empty
     /// rectangle while there is nothing. May be unset. Asked for whenever cards are placed.
     std::function<QRect()> obstacle;
+    /// The same of the panel at the status item, beside which they stand while it is open: neither
+    /// hides the other.
+    std::function<QRect()> openPanel;
 
 private:
     void update();

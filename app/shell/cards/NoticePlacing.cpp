@@ -49,6 +49,18 @@ QPoint noticePanelPlace(const QRect& visible, const std::optional<QRect>& anchor
     return {x, y};
 }
 
+int noticeShiftBeside(const QRect& visible, const QRect& cards, const QRect& panel) {
+    if (!cards.intersects(panel)) {
+        return 0;
+    }
+    const int left = panel.x() - room - cards.width();
+    const int right = panel.x() + panel.width() + room;
+    if (left >= visible.x() + edge) {
+        return left - cards.x();
+    }
+    return right + cards.width() + edge <= visible.x() + visible.width() ? right - cards.x() : 0;
+}
+
 int noticeClearance(const QRect& visible, const QRect& cards, const QRect& obstacle) {
     if (!cards.intersects(obstacle)) {
         return 0;

@@ -23,6 +23,10 @@ QPoint noticePanelPlace(const QRect& visible, const std::optional<QRect>& anchor
 /// How high that panel can be there without leaving the visible part.
 int noticePanelRoom(const QRect& visible, const std::optional<QRect>& anchor);
 
+/// How far to the left (below 0) or right cards there have to move to stand beside a panel; 0 where
+/// they don't meet, or where there is no room on either side.
+int noticeShiftBeside(const QRect& visible, const QRect& cards, const QRect& panel);
+
 /// How far down (above 0) or up cards there have to move to stand clear of an obstacle: away from
 /// the nearer of the screen's two edges; 0 where they don't meet, or where there is no room.
 int noticeClearance(const QRect& visible, const QRect& cards, const QRect& obstacle);

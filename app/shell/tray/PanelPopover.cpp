@@ -167,6 +167,27 @@ void PanelPopover::hideEvent(QHideEvent* event) {
     }
 }
 
+void PanelPopover::noteMove() {
+    if (isVisible() && onMoved) {
+        onMoved();
+    }
+}
+
+void PanelPopover::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    noteMove();
+}
+
+void PanelPopover::moveEvent(QMoveEvent* event) {
+    QWidget::moveEvent(event);
+    noteMove();
+}
+
+void PanelPopover::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    noteMove();
+}
+
 void PanelPopover::keyPressEvent(QKeyEvent* event) {
     if (event->matches(QKeySequence::Cancel)) {
         close();

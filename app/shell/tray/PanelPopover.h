@@ -29,6 +29,8 @@ public:
 
     /// Called when it is no longer visible.
     std::function<void()> onHidden;
+    /// Called when it has come, or takes another place or size.
+    std::function<void()> onMoved;
 
     /// Above or below the anchor where there is more room, as much of that size as fits into the
     /// visible part of the screen; at its top right where there is no anchor.
@@ -42,12 +44,16 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
     void dropContent();
+    void noteMove();
 
     std::function<std::optional<QRect>()> anchor_;
     QScrollArea* area_;

@@ -30,6 +30,9 @@ StatusItemController::StatusItemController(AppModel& model, AppPicture picture, 
       actions_(std::move(actions)),
       noticePanel_(
           model.notices, [this] { return place(); }, std::move(picture)) {
+    noticePanel_.openPanel = [this] {
+        return panel_ && panel_->isVisible() ? panel_->geometry() : QRect();
+    };
     makeMenu();
     qApp->installEventFilter(this);
     watching_.push_back(model_.onChange.subscribe([this] {
@@ -166,7 +169,11 @@ void StatusItemController::togglePanel() {
             const auto known = place();
             return known || !click_ ? known : std::optional(QRect(*click_, QSize(1, 1)));
         });
+        panel_->onMoved = [this] {
+            noticePanel_.redraw();
+        };
         panel_->onHidden = [this] {
+            noticePanel_.redraw();
             if (onPanelClosed) {
                 onPanelClosed();
             }

@@ -391,6 +391,71 @@ TEST_F(NoticePanelTest, ALesserCardNeverTakesTheRoomOfAStrongOne) {
     EXPECT_THAT(read(10000), ElementsAre("old", "tall and strong", "middle", "strong", "newest"));
 }
 
+TEST_F(NoticePanelTest, ShowsTheCardsOfOneAppAsOne) {
+    int stops = 0;
+    for (int number = 1; number <= 40; ++number) {
+        auto card = cardOf(zoom());
+        card.buttons = {button("Stop", false, [this, &stops, id = card.id] {
+            ++stops;
+            notices.dismiss(id);
+        })};
+        notices.show(card);
+        notices.show(item("card " + std::to_string(number % 2)));
+        notices.dismiss(notices.items()[notices.items().size() - 1].id);
+    }
+    ASSERT_EQ(cards().size(), 1U);
+    EXPECT_THAT(spoken(cards().front()),
+                ElementsAre("Zoom turned on the camera", "Just now · 40 times", "Stop", "Close"));
+    buttonNamed(*cards().front(), "Stop")->click();
+    EXPECT_EQ(stops, 40);
+    EXPECT_FALSE(controller.panel().isVisible());
+}
+
+TEST_F(NoticePanelTest, SaysTheTimeOfACardThatHasStoodForAMinute) {
+    notices.show(cardOf(zoom()));
+    const auto hour = words().shortTime(time.now());
+    time.advanceBy(60);
+    EXPECT_THAT(spoken(cards().front()), ElementsAre("Zoom turned on the camera", hour, "Close"));
+}
+
+TEST_F(NoticePanelTest, ShowsWhatCameOfTheLastStopBehindAnyPile) {
+    auto result = item("Nothing could be stopped.");
+    result.isStopResult = true;
+    notices.show(item("before"));
+    notices.show(result);
+    for (int number = 1; number <= 40; ++number) {
+        auto strong = item("strong " + std::to_string(number));
+        strong.isStrong = true;
+        notices.show(strong);
+        EXPECT_EQ(titles().back(), strong.title);
+        EXPECT_THAT(titles(), ::testing::Contains("Nothing could be stopped.")) << number;
+    }
+    EXPECT_LT(cards().size(), 42U);
+}
+
+TEST_F(NoticePanelTest, NeitherHidesAnOpenPanelNorIsHiddenByIt) {
+    const auto visible = QGuiApplication::primaryScreen()->availableGeometry();
+    anchor = QRect(visible.right() - 60, visible.y(), 24, 24);
+    QRect open(visible.right() - 330, visible.y() + 26, 320, visible.height() - 30);
+    controller.openPanel = [&] {
+        return open;
+    };
+    constexpr int padding = NoticeStackView::padding;
+    for (int number = 1; number <= 40; ++number) {
+        notices.show(item("card " + std::to_string(number)));
+        const auto shown =
+            controller.panel().geometry().adjusted(padding, padding, -padding, -padding);
+        ASSERT_FALSE(shown.intersects(open)) << number;
+        ASSERT_TRUE(visible.contains(shown)) << number;
+        ASSERT_EQ(titles().back(), "card " + std::to_string(number));
+    }
+    const auto beside = controller.panel().pos();
+    open = QRect();
+    controller.redraw();
+    EXPECT_GT(controller.panel().x(), beside.x()) << "it is closed";
+    EXPECT_EQ(controller.panel().y(), beside.y());
+}
+
 TEST_F(NoticePanelTest, KeepsClearOfAnObstacleHoweverManyCardsThereAre) {
     const auto visible = QGuiApplication::primaryScreen()->availableGeometry();
     for (const int y : {12, visible.height() / 2, visible.height() - 76}) {

@@ -53,6 +53,22 @@ TEST(NoticePlacing, StandsBelowTheBarEvenIfTheItemEndsHigher) {
     EXPECT_EQ(noticePanelPlace({0, 40, 1280, 760}, QRect(1000, 4, 24, 24), panel).y(), 42);
 }
 
+TEST(NoticePlacing, StandsBesideAnOpenPanel) {
+    const QRect cards(900, 26, 344, 200);
+    EXPECT_EQ(noticeShiftBeside(underABar, cards, QRect()), 0);
+    EXPECT_EQ(noticeShiftBeside(underABar, cards, QRect(950, 226, 320, 400)), 0) << "below";
+    const QRect onTheRight(950, 26, 320, 400);
+    const auto left = cards.translated(noticeShiftBeside(underABar, cards, onTheRight), 0);
+    EXPECT_EQ(left.right() + 1 + 8, onTheRight.left());
+    const QRect onTheLeft(100, 26, 320, 400);
+    const QRect above(80, 26, 344, 200);
+    const auto right = above.translated(noticeShiftBeside(underABar, above, onTheLeft), 0);
+    EXPECT_EQ(right.left(), onTheLeft.right() + 1 + 8);
+    const QRect narrow(0, 24, 600, 776);
+    EXPECT_EQ(noticeShiftBeside(narrow, QRect(200, 26, 344, 200), QRect(240, 26, 320, 400)), 0)
+        << "there is no room on either side";
+}
+
 TEST(NoticePlacing, KnowsHowMuchRoomThereIs) {
     EXPECT_EQ(noticePanelRoom(underABar, QRect(1000, 0, 24, 24)), 774);
     EXPECT_EQ(noticePanelRoom({0, 0, 1280, 800}, QRect(1000, 4, 24, 32)), 762);
