@@ -2,7 +2,7 @@
 // line of text that people see something of.
 #include "core/text/VisibleText.h"
 #include "system/linux/away/DeviceName.h"
-#include "system/linux/away/MountTable.h"
+#include "system/linux/kernel/MountEntries.h"
 
 #include <cstddef>
 #include <cstdint>

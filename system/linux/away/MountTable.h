@@ -1,30 +1,15 @@
-// What is mounted in this process's world, as the kernel lists it in /proc/self/mountinfo.
+// What is mounted in this process's world, as the kernel lists it in /proc/self/mountinfo, and when
+// that changes.
 #pragma once
 
 #include "core/base/Subscription.h"
 #include "system/linux/kernel/EventLoop.h"
+#include "system/linux/kernel/MountEntries.h"
 
 #include <functional>
 #include <string>
-#include <string_view>
-#include <vector>
-
-#include <sys/types.h>
 
 namespace velmoran {
-
-/// One line of it (proc(5)).
-struct MountEntry {
-    dev_t device = 0; ///< of the file system; some have a number of no device (major 0)
-    std::string folder;
-    std::string type;   ///< "ext4"
-    std::string source; ///< "/dev/sdb1", or whatever the file system calls itself
-
-    bool operator==(const MountEntry&) const = default;
-};
-
-/// In the order of the table. A line that can't be read is left out.
-std::vector<MountEntry> readMountTable(std::string_view text);
 
 /// Lives on the loop's thread.
 class MountTable {

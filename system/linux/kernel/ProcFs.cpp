@@ -20,6 +20,8 @@ namespace {
 constexpr std::size_t smallEntry = 16UL * 1024;
 /// A command line or environment may be megabytes long; what names a program stands at its front.
 constexpr std::size_t longEntry = 128UL * 1024;
+/// A machine with thousands of containers has more mounts than fit there.
+constexpr std::size_t mountEntries = 2048UL * 1024;
 
 struct CloseDirectory {
     void operator()(DIR* directory) const { closedir(directory); }
@@ -201,6 +203,11 @@ bool ProcFs::hasOnlyEndedThreads(pid_t pid) const {
 bool ProcFs::sharesMounts(pid_t pid) const {
     const auto ours = readLinkText(root_ + "/self/ns/mnt");
     return ours == readLinkText(path(pid, "ns/mnt"));
+}
+
+std::vector<MountEntry> ProcFs::mounts(pid_t pid) const {
+    const auto table = pid == 0 ? root_ + "/self/mountinfo" : path(pid, "mountinfo");
+    return readMountTable(readFileUpTo(table, mountEntries).value_or(""));
 }
 
 std::optional<std::string> ProcFs::workingDirectory(pid_t pid) const {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "system/linux/kernel/Files.h"
+#include "system/linux/kernel/MountEntries.h"
 #include "system/linux/kernel/ProcEntries.h"
 
 #include <functional>
@@ -56,6 +57,8 @@ public:
     bool hasOnlyEndedThreads(pid_t pid) const;
     /// Whether it sees the same mounts as this program; false when that may not be read.
     bool sharesMounts(pid_t pid) const;
+    /// What is mounted where that process lives; 0 for this program itself.
+    std::vector<MountEntry> mounts(pid_t pid = 0) const;
 
     /// The folder it works in now, as its own namespace names it.
     std::optional<std::string> workingDirectory(pid_t pid) const;

@@ -36,18 +36,23 @@ TEST(VolumeName, IsItsLabelElseItsFolderElseItsDrive) {
     EXPECT_EQ(volumeName(volume, "/mnt"), std::nullopt);
 }
 
+MountEntry mounted(dev_t device, const std::string& type, const std::string& source) {
+    return {.device = device,
+            .root = "/",
+            .folder = "/mnt",
+            .type = type,
+            .source = source,
+            .options = ""};
+}
+
 TEST(DeviceOfAMount, IsTheFileSystemsOwn) {
-    EXPECT_EQ(deviceOf({.device = makedev(8, 17), .folder = "/mnt", .type = "vfat", .source = "x"}),
-              makedev(8, 17));
+    EXPECT_EQ(deviceOf(mounted(makedev(8, 17), "vfat", "x")), makedev(8, 17));
 }
 
 TEST(DeviceOfAMount, IsNoneForWhatComesOverANetworkOrFromNowhere) {
     for (const auto* source : {"server:/share", "//server/share", "tmpfs", "/dev/null",
                                "/dev/nowhere", "/home/anna/file", ""}) {
-        EXPECT_EQ(
-            deviceOf({.device = makedev(0, 50), .folder = "/mnt", .type = "x", .source = source}),
-            std::nullopt)
-            << source;
+        EXPECT_EQ(deviceOf(mounted(makedev(0, 50), "x", source)), std::nullopt) << source;
     }
 }
 
