@@ -1,27 +1,21 @@
 #include "system/linux/apps/LinuxAppNames.h"
 
-#include "core/records/AppIdentity.h"
 #include "core/sessions/SystemProcessLinux.h"
 #include "system/linux/apps/CgroupScope.h"
 #include "system/linux/apps/FlatpakSandbox.h"
+#include "system/linux/apps/RegisteredBrowsers.h"
 #include "system/linux/apps/ScriptArgument.h"
 #include "system/linux/apps/ScriptFile.h"
 
 #include <glib.h>
 
 #include <algorithm>
-#include <set>
 
 namespace velmoran {
 
 namespace {
 
 constexpr int mostAncestors = 8;
-
-/// An app that is called as the unknown one has no id but its path.
-std::optional<std::string> ownID(const std::string& id) {
-    return id == AppIdentity::unknownID ? std::nullopt : std::optional(id);
-}
 
 ProgramFile fileOf(pid_t pid, const std::string& path, ScanCache& cache) {
     const bool isRoots = cache.isProtected(path);
@@ -156,56 +150,13 @@ void LinuxAppNames::unpin(std::uint32_t objectID) {
 std::vector<std::string> LinuxAppNames::browsers() {
     const std::lock_guard lock(mutex_);
     entries_.refresh();
-    std::set<std::string> all;
-    for (const auto& found : entries_.all()) {
-        const auto& schemes = found.entry.schemes;
-        if (std::none_of(schemes.begin(), schemes.end(), [](const std::string& scheme) {
-                return scheme == "http" || scheme == "https";
-            })) {
-            continue;
-        }
-        if (found.isProtected) {
-            all.insert(found.entry.id);
-        }
-        // The same program may stand in further entries and be named by one of those.
-        for (const auto* other : entries_.byProgram(found.program)) {
-            all.insert(other->isTrusted ? ownID(other->entry.id).value_or(other->program)
-                                        : other->program);
-        }
-        if (found.entry.flatpak) {
-            for (const auto& flatpak : places_.flatpaks) {
-                all.insert(flatpak.path + "/app/" + *found.entry.flatpak);
-            }
-        }
-    }
-    return {all.begin(), all.end()};
+    return registeredBrowsers(entries_, places_);
 }
 
 std::optional<std::string> LinuxAppNames::iconName(const AppRef& app) {
     const std::lock_guard lock(mutex_);
     entries_.refresh();
-    if (app.bundleID) {
-        const auto* found = entries_.byID(*app.bundleID);
-        return found && found->isProtected ? found->entry.icon : std::nullopt;
-    }
-    if (!app.path) {
-        return std::nullopt;
-    }
-    const ProgramFile file{.path = *app.path, .isRoots = places_.protection.protects(*app.path)};
-    for (const auto* found : entries_.byProgram(*app.path)) {
-        if (found->entry.icon && shown_.ofEntry(*found, file) == app.name &&
-            shown_.isBelieved(*found, file.isRoots)) {
-            return found->entry.icon;
-        }
-    }
-    for (const auto& flatpak : places_.flatpaks) {
-        if (isBelow(*app.path, flatpak.path + "/app")) {
-            const auto* found =
-                shown_.believedOfFlatpak(std::string(fileName(*app.path)), file.isRoots);
-            return found ? found->entry.icon : std::nullopt;
-        }
-    }
-    return std::nullopt;
+    return shown_.iconOf(app);
 }
 
 std::optional<AppRef> LinuxAppNames::nameFlatpak(pid_t pid) {

@@ -50,6 +50,30 @@ std::string ShownNames::ofFlatpak(const std::string& id, const std::string& fold
     return isRoots ? name : shownName(name) + " (" + shownFolder(parentOf(parentOf(folder))) + ')';
 }
 
+std::optional<std::string> ShownNames::iconOf(const AppRef& app) {
+    if (app.bundleID) {
+        const auto* found = entries_.byID(*app.bundleID);
+        return found && found->isProtected ? found->entry.icon : std::nullopt;
+    }
+    if (!app.path) {
+        return std::nullopt;
+    }
+    const ProgramFile file{.path = *app.path, .isRoots = places_.protection.protects(*app.path)};
+    for (const auto* found : entries_.byProgram(*app.path)) {
+        if (found->entry.icon && ofEntry(*found, file) == app.name &&
+            isBelieved(*found, file.isRoots)) {
+            return found->entry.icon;
+        }
+    }
+    for (const auto& flatpak : places_.flatpaks) {
+        if (isBelow(*app.path, flatpak.path + "/app")) {
+            const auto* found = believedOfFlatpak(std::string(fileName(*app.path)), file.isRoots);
+            return found ? found->entry.icon : std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
 std::string ShownNames::withPlace(std::string_view name, const ProgramFile& file) const {
     if (liesInMemory(file.path)) {
         // All of it is the program's own word, slashes too: none of it is a folder.
@@ -64,8 +88,8 @@ std::string ShownNames::withPlace(std::string_view name, const ProgramFile& file
 
 std::string ShownNames::shownFolder(std::string_view folder) const {
     std::string shown(folder.empty() ? "/" : folder);
-    if (!home_.empty() && (folder == home_ || isBelow(folder, home_))) {
-        shown = '~' + shown.substr(home_.size());
+    if (!places_.home.empty() && (folder == places_.home || isBelow(folder, places_.home))) {
+        shown = '~' + shown.substr(places_.home.size());
     }
     return confinedText(shown, folderColumns);
 }

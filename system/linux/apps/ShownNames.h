@@ -6,10 +6,12 @@
 // calls it under the lock of the entries.
 #pragma once
 
+#include "core/records/SystemSnapshot.h"
 #include "system/linux/apps/DesktopEntries.h"
 #include "system/linux/apps/LinuxPlaces.h"
 #include "system/linux/apps/RootsNames.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,14 +21,14 @@ namespace velmoran {
 struct ProgramFile {
     std::string path; ///< its real one, or what `ProcFs::executable` gives
     bool isRoots = false;
-    bool isDeleted = false; ///< and known to be; says nothing of one of root's
+    bool isDeleted = false;               ///< and known to be; says nothing of one of root's
 };
 
 class ShownNames {
 public:
     /// The entries outlive it.
     ShownNames(const LinuxPlaces& places, const DesktopEntries& entries)
-        : home_(places.home),
+        : places_(places),
           entries_(entries),
           roots_(places, entries) {}
 
@@ -39,6 +41,9 @@ public:
     std::string ofFile(const ProgramFile& file) const;
     /// Of an entry that is believed.
     std::string ofEntry(const DesktopEntries::Found& found, const ProgramFile& file) const;
+    /// The picture of the entry that the app has its name from: a name of the icon theme or an
+    /// absolute path.
+    std::optional<std::string> iconOf(const AppRef& app);
     /// `folder` is "INSTALLATION/app/ID", of which the installation is shown.
     std::string ofFlatpak(const std::string& id, const std::string& folder, bool isRoots);
 
@@ -46,7 +51,7 @@ private:
     std::string withPlace(std::string_view name, const ProgramFile& file) const;
     std::string shownFolder(std::string_view folder) const;
 
-    std::string home_;
+    LinuxPlaces places_;
     const DesktopEntries& entries_;
     RootsNames roots_;
 };
