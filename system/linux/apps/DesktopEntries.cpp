@@ -2,6 +2,7 @@
 
 #include "system/TextParsing.h"
 #include "system/linux/apps/ScriptArgument.h"
+#include "system/linux/apps/WrapperScript.h"
 #include "system/linux/kernel/Files.h"
 
 #include <sys/stat.h>
@@ -40,26 +41,6 @@ bool isCommonFolderName(std::string_view name) {
         "srv tmp var etc kf5 kf6 qt5 qt6 store scripts applications";
     return name.empty() || isListed(name, common) ||
            name.find("-linux-gnu") != std::string_view::npos;
-}
-
-/// The absolute paths that the text of a wrapper script names.
-std::vector<std::string> pathsIn(std::string_view text) {
-    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                                         "0123456789/._+-";
-    std::vector<std::string> found;
-    for (auto at = text.find('/'); at != std::string_view::npos; at = text.find('/', at)) {
-        const auto end = std::min(text.find_first_not_of(letters, at), text.size());
-        auto path = text.substr(at, end - at);
-        while (path.ends_with('/') || path.ends_with('.')) {
-            path.remove_suffix(1);
-        }
-        const bool isWhole = at == 0 || letters.find(text[at - 1]) == std::string_view::npos;
-        if (isWhole && path.size() > 1) {
-            found.emplace_back(path);
-        }
-        at = end;
-    }
-    return found;
 }
 
 /// At least two deep: nothing directly below the root is one program's own.
@@ -233,21 +214,22 @@ void DesktopEntries::indexFolders() {
         if (const auto folder = ownFolder(found.program)) {
             add(*folder, found.program);
         }
-        // A wrapper in a shared folder that starts what lies in a folder of the same name.
-        const auto text = readFileUpTo(found.program, 16UL * 1024);
-        if (!text || !text->starts_with("#!")) {
-            continue;
-        }
+        // A wrapper that starts what bears its name, or lies in a folder of that name.
+        const auto text = readFileUpTo(found.program, longestWrapper);
         const auto own = fileName(found.program);
-        for (const auto& path : pathsIn(*text)) {
+        for (const auto& path : pathsInWrapper(text.value_or(""))) {
             const auto real = places_.protection.realPath(path);
             struct stat entry {};
-            if (!real || ::stat(real->c_str(), &entry) != 0) {
+            if (!real || *real == found.program || ::stat(real->c_str(), &entry) != 0) {
                 continue;
             }
-            const auto folder = S_ISDIR(entry.st_mode) ? ownFolder(*real + "/x") : ownFolder(*real);
+            const bool isFolder = S_ISDIR(entry.st_mode);
+            const auto folder = isFolder ? ownFolder(*real + "/x") : ownFolder(*real);
             if (folder && fileName(*folder) == own && !folder->starts_with("/etc/")) {
                 add(*folder, found.program);
+            }
+            if (!isFolder && fileName(*real) == own && readFileUpTo(*real, 4) == "\177ELF") {
+                add(*real, found.program);
             }
         }
     }
@@ -271,7 +253,7 @@ DesktopEntries::byProgram(const std::string& realPath) const {
 
 std::vector<const DesktopEntries::Found*>
 DesktopEntries::byFolderOf(const std::string& realPath) const {
-    for (auto folder = parentOf(realPath); !folder.empty(); folder = parentOf(folder)) {
+    for (std::string_view folder = realPath; !folder.empty(); folder = parentOf(folder)) {
         if (const auto found = programOfFolder_.find(std::string(folder));
             found != programOfFolder_.end()) {
             return found->second.empty() ? std::vector<const Found*>{} : byProgram(found->second);

@@ -48,10 +48,10 @@ public:
     /// order of the folders and of the ids.
     std::vector<const Found*> byProgram(const std::string& realPath) const;
     /// The entries of the one trusted program whose own folder a file lies in ("/usr/lib/firefox",
-    /// "/opt/app"), in the same order: for wrappers and helpers. Empty if several programs share
-    /// the folder.
+    /// "/opt/app"), or that is a script which runs the file, in the same order: for wrappers and
+    /// helpers. Empty if several programs share the folder.
     std::vector<const Found*> byFolderOf(const std::string& realPath) const;
-    /// The folders of which `byFolderOf` gives that program's entries.
+    /// The folders and files of which `byFolderOf` gives that program's entries.
     std::vector<std::string> foldersOf(const std::string& program) const;
     const Found* byFlatpak(std::string_view id) const;
     /// `app` is the snap's program, or empty for whichever comes first.
@@ -71,7 +71,7 @@ private:
     std::vector<Found> all_; ///< in order of fitting
     std::unordered_map<std::string, std::size_t> byID_;
     std::unordered_map<std::string, std::vector<std::size_t>> byProgram_;
-    /// Folder to its one program; empty if there are several.
+    /// Folder, or file that a wrapper runs, to its one program; empty if there are several.
     std::unordered_map<std::string, std::string> programOfFolder_;
     std::map<std::string, FolderStamp> stamps_;
     std::size_t readings_ = 0;

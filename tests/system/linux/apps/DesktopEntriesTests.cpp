@@ -208,6 +208,29 @@ TEST_F(DesktopEntriesTest, FindsTheFolderThatAWrapperNames) {
     EXPECT_THAT(ids(entries.byFolderOf(world.path("usr/lib/stranger/tool"))), IsEmpty());
 }
 
+TEST_F(DesktopEntriesTest, FindsWhatAWrapperRunsUnderItsOwnName) {
+    const auto browser = world.program("usr/lib/browser/browser");
+    const auto tool = world.program("usr/libexec/tool");
+    world.program("usr/libexec/viewer");
+    world.program("usr/bin/browser", "#!/bin/sh\nAPP=browser\nFOLDER=" + world.path("usr/lib") +
+                                         "/$APP\nexec $FOLDER/$APP \"$@\"\n");
+    world.program("usr/bin/tool",
+                  "#!/bin/sh\nX=" + world.path("usr/libexec") + "\n$X/viewer\nexec ${X}/tool\n");
+    world.entry("browser", "Name=Browser\nExec=browser %U\nIcon=browser");
+    world.entry("tool", "Name=Tool\nExec=tool");
+    const auto entries = read();
+    EXPECT_THAT(ids(entries.byFolderOf(browser)), ElementsAre("browser"));
+    EXPECT_THAT(ids(entries.byFolderOf(tool)), ElementsAre("tool"));
+    EXPECT_THAT(ids(entries.byFolderOf(world.path("usr/libexec/viewer"))), IsEmpty());
+}
+
+TEST_F(DesktopEntriesTest, LeavesWhatAnybodyMayReplaceToItself) {
+    world.program("home/u/app/app");
+    world.program("usr/bin/app", "#!/bin/sh\nexec " + world.path("home/u/app/app") + "\n");
+    world.entry("app", "Name=App\nExec=app");
+    EXPECT_THAT(ids(read().byFolderOf(world.path("home/u/app/app"))), IsEmpty());
+}
+
 TEST_F(DesktopEntriesTest, ReadsAgainOnlyWhenAFolderHasChanged) {
     world.program("usr/bin/cam");
     world.entry("a", "Name=A\nExec=cam");
