@@ -124,7 +124,7 @@ TEST_F(DesktopProgram, ShowsACardAndAnotherIconWhileARecorderRuns) {
     record();
     ASSERT_TRUE(waitUntil([&] { return cards().size() == 1; })) << session_.logs();
     EXPECT_TRUE(waitUntil([&] { return !icon().empty() && icon() != idle; }));
-    EXPECT_EQ(stored()[0].app.name, "pw-cat");
+    EXPECT_EQ(stored()[0].app.name, "pw-record");
 
     stopRecording();
     EXPECT_TRUE(waitUntil([&] { return icon() == idle; }))
@@ -321,7 +321,7 @@ TEST_F(Program, WatchesInATerminal) {
     auto& watch = session_.start("watch", {VELMORANCTL, "watch"});
     record();
     EXPECT_TRUE(waitUntil([&] {
-        return watch.output().find("  pw-cat turned on the microphone\n") != std::string::npos;
+        return watch.output().find("  pw-record turned on the microphone\n") != std::string::npos;
     })) << watch.output()
         << watch.errors();
     stopRecording();
@@ -332,7 +332,7 @@ TEST_F(Program, WatchesInATerminal) {
 TEST_F(Program, WatchWritesJsonForOtherPrograms) {
     auto& watch = session_.start("watch", {VELMORANCTL, "watch", "--json"});
     record();
-    for (const char* part : {"\"event\":\"notice\"", "\"pw-cat turned on the microphone\"",
+    for (const char* part : {"\"event\":\"notice\"", "\"pw-record turned on the microphone\"",
                              "\"event\":\"started\"", "\"state\":\"inUse\""}) {
         EXPECT_TRUE(waitUntil([&] { return watch.output().find(part) != std::string::npos; }))
             << part << "\n"

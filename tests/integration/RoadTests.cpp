@@ -64,13 +64,13 @@ protected:
 };
 
 TEST_F(Road, TellsOfANativeRecorder) {
-    checkUse({"pw-record", session_.file("native.wav")}, "pw-cat", Device::microphone,
-             "pw-cat turned on the microphone");
+    checkUse({"pw-record", session_.file("native.wav")}, "pw-record", Device::microphone,
+             "pw-record turned on the microphone");
 }
 
 TEST_F(Road, TellsOfAPulseRecorder) {
-    checkUse({"parecord", "--raw", session_.file("pulse.raw")}, "pacat", Device::microphone,
-             "pacat turned on the microphone");
+    checkUse({"parecord", "--raw", session_.file("pulse.raw")}, "parecord", Device::microphone,
+             "parecord turned on the microphone");
 }
 
 TEST_F(Road, TellsOfACameraOfTheSoundServer) {
@@ -164,7 +164,7 @@ TEST_F(Road, FindsAServerAgainThatCameBackAndTellsNothingTwice) {
     session_.startPulse();
     session_.addMicrophone();
     session_.start("after", {"parecord", "--raw", session_.file("after.raw")});
-    EXPECT_TRUE(becomes([&] { return card("pacat turned on the microphone") != nullptr; }))
+    EXPECT_TRUE(becomes([&] { return card("parecord turned on the microphone") != nullptr; }))
         << report();
     // The camera was on all along: one row, still open.
     int cameras = 0;

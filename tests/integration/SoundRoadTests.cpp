@@ -163,7 +163,7 @@ TEST_F(GuardedSpeakers, AreMutedWhenHeadphonesGoWhileAnAppPlays) {
         << soundServer();
     unplugHeadphones();
     ASSERT_NE(card(mutedTitle), nullptr) << soundServer();
-    EXPECT_EQ(card(mutedTitle)->message, "pacat would have played out loud.");
+    EXPECT_EQ(card(mutedTitle)->message, "paplay would have played out loud.");
     EXPECT_TRUE(becomes([&] { return isMuted("sink", "speakers"); })) << soundServer();
 
     ASSERT_EQ(card(mutedTitle)->buttons.size(), 1U);

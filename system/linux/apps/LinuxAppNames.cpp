@@ -6,6 +6,7 @@
 #include "system/linux/apps/RegisteredBrowsers.h"
 #include "system/linux/apps/ScriptArgument.h"
 #include "system/linux/apps/ScriptFile.h"
+#include "system/linux/apps/StartedLink.h"
 
 #include <glib.h>
 
@@ -22,6 +23,10 @@ ProgramFile fileOf(pid_t pid, const std::string& path, ScanCache& cache) {
     return {.path = path,
             .isRoots = isRoots,
             .isDeleted = !isRoots && cache.executableLink(pid) == path + std::string(deletedMark)};
+}
+
+std::string firstOf(const std::vector<std::string>& arguments) {
+    return arguments.empty() ? std::string() : arguments.front();
 }
 
 bool startsIgnoringCase(const std::string& text, const std::string& start) {
@@ -220,7 +225,14 @@ AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, S
             return named(found, {.path = found.program, .isRoots = true});
         }
     }
-    return named(fileOf(pid, executable, cache));
+    return nameFile(pid, executable, firstOf(cache.commandLine(pid)), cache);
+}
+
+AppRef LinuxAppNames::nameFile(pid_t pid, const std::string& file, const std::string& word,
+                               ScanCache& cache) {
+    auto program = fileOf(pid, file, cache);
+    program.link = program.isRoots ? startedLink(word, file, places_) : std::nullopt;
+    return named(program);
 }
 
 std::optional<AppRef> LinuxAppNames::nameProgram(pid_t pid, const std::string& program,
@@ -243,9 +255,13 @@ AppRef LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter, Scan
             script = scriptFile(pid, interpreter, proc_, cache);
         }
     }
-    const auto& file = script ? *script : interpreter;
-    const auto app = script ? nameProgram(pid, file, cache) : std::nullopt;
-    return app ? *app : named(fileOf(pid, file, cache));
+    const auto arguments = cache.commandLine(pid);
+    if (!script) {
+        return nameFile(pid, interpreter, firstOf(arguments), cache);
+    }
+    const auto app = nameProgram(pid, *script, cache);
+    const auto word = scriptArgument(interpreter, arguments);
+    return app ? *app : nameFile(pid, *script, word.value_or(""), cache);
 }
 
 std::optional<AppRef> LinuxAppNames::nameHelper(pid_t pid, const std::string& executable,

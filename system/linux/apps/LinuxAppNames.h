@@ -78,6 +78,8 @@ private:
     /// By an entry that starts exactly that file; nothing without one.
     std::optional<AppRef> nameProgram(pid_t pid, const std::string& program, ScanCache& cache);
     AppRef nameExecutable(pid_t pid, const std::string& executable, ScanCache& cache);
+    /// By the file, or root's link to it that the word means.
+    AppRef nameFile(pid_t pid, const std::string& file, const std::string& word, ScanCache& cache);
     AppRef named(const ProgramFile& file) const;
     AppRef named(const DesktopEntries::Found& found, const ProgramFile& file) const;
     const DesktopEntries::Found& chosen(const std::vector<const DesktopEntries::Found*>& entries,

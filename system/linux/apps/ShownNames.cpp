@@ -32,7 +32,7 @@ const DesktopEntries::Found* ShownNames::believedOfFlatpak(const std::string& id
 }
 
 std::string ShownNames::ofFile(const ProgramFile& file) const {
-    const std::string name(fileName(file.path));
+    const std::string name = file.link.value_or(std::string(fileName(file.path)));
     if (file.isRoots) {
         // A file may be called by a blank; nobody goes without a name for that.
         return showsAnything(name) ? name : file.path;

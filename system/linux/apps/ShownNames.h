@@ -22,6 +22,7 @@ struct ProgramFile {
     std::string path; ///< its real one, or what `ProcFs::executable` gives
     bool isRoots = false;
     bool isDeleted = false;               ///< and known to be; says nothing of one of root's
+    std::optional<std::string> link = {}; ///< root's link by which one of root's was started
 };
 
 class ShownNames {
