@@ -28,6 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     parseStatusUid(text);
     parseDescriptorFlags(text);
+    parseFuseConnection(text);
     if (const auto scope = parseCgroupScope(text); scope && scope->id.empty()) {
         std::abort();
     }

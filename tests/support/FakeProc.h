@@ -13,6 +13,10 @@ namespace velmoran {
 
 class FakeProc {
 public:
+    struct Open {
+        std::string link;
+        std::string info; ///< as "fdinfo" has it
+    };
     struct Process {
         std::string executable; ///< empty: may not be read
         std::vector<std::string> arguments = {};
@@ -23,6 +27,8 @@ public:
         std::string workingDirectory = "/";
         std::vector<std::string> environment = {};
         std::vector<std::string> maps = {}; ///< lines
+        std::string mountTable = {};        ///< as "mountinfo" has it
+        std::vector<Open> descriptors = {};
     };
 
     /// A line of a process that runs this file, if it lies where this program sees it.
@@ -36,6 +42,9 @@ public:
 
     ProcFs fs() const { return ProcFs(folder_.path()); }
     const TemporaryDirectory& folder() const { return folder_; }
+
+    /// What is mounted where this program lives, as "mountinfo" has it.
+    void mount(const std::string& table) { folder_.write("self/mountinfo", table); }
 
     /// Also in place of one that was there.
     void add(pid_t pid, const Process& process, std::uint64_t startTicks = 100) {
@@ -52,6 +61,12 @@ public:
                 maps += line + '\n';
             }
             folder_.write(at + "maps", maps);
+            folder_.write(at + "mountinfo", process.mountTable);
+            int number = 0;
+            for (const auto& [link, info] : process.descriptors) {
+                folder_.link(at + "fd/" + std::to_string(number), link);
+                folder_.write(at + "fdinfo/" + std::to_string(number++), info);
+            }
         }
         folder_.write(at + "stat", statLine(pid, process.parent, startTicks));
         folder_.write(at + "cmdline", zeroEnded(process.arguments));

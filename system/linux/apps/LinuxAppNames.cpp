@@ -3,6 +3,7 @@
 #include "core/sessions/SystemProcessLinux.h"
 #include "system/linux/apps/CgroupScope.h"
 #include "system/linux/apps/FlatpakSandbox.h"
+#include "system/linux/apps/MountedImage.h"
 #include "system/linux/apps/RegisteredBrowsers.h"
 #include "system/linux/apps/ScriptArgument.h"
 #include "system/linux/apps/ScriptFile.h"
@@ -210,6 +211,9 @@ AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, S
     if (liesInMemory(executable)) {
         return named(fileOf(pid, executable, cache));
     }
+    if (auto app = nameImage(pid, executable, cache)) {
+        return *app;
+    }
     if (isInterpreter(executable)) {
         return nameScript(pid, executable, cache);
     }
@@ -226,6 +230,16 @@ AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, S
         }
     }
     return nameFile(pid, executable, firstOf(cache.commandLine(pid)), cache);
+}
+
+std::optional<AppRef> LinuxAppNames::nameImage(pid_t pid, const std::string& file,
+                                               ScanCache& cache) {
+    const auto image = cache.isProtected(file) ? std::nullopt : mountedImage(proc_, pid, file);
+    if (!image) {
+        return std::nullopt;
+    }
+    const auto app = nameProgram(pid, *image, cache);
+    return app ? *app : named(fileOf(pid, *image, cache));
 }
 
 AppRef LinuxAppNames::nameFile(pid_t pid, const std::string& file, const std::string& word,
@@ -258,6 +272,9 @@ AppRef LinuxAppNames::nameScript(pid_t pid, const std::string& interpreter, Scan
     const auto arguments = cache.commandLine(pid);
     if (!script) {
         return nameFile(pid, interpreter, firstOf(arguments), cache);
+    }
+    if (auto app = nameImage(pid, *script, cache)) {
+        return *app;
     }
     const auto app = nameProgram(pid, *script, cache);
     const auto word = scriptArgument(interpreter, arguments);

@@ -1,6 +1,7 @@
 #include "system/linux/apps/MatchCriteria.h"
 
 #include "system/TextParsing.h"
+#include "system/linux/apps/MountedImage.h"
 #include "system/linux/kernel/Files.h"
 
 #include <algorithm>
@@ -50,15 +51,24 @@ MatchCriteria MatchCriteria::of(const std::string& id, const DesktopEntries& ent
         }
         auto wrapped = entries.foldersOf(file);
         criteria.folders.insert(criteria.folders.end(), wrapped.begin(), wrapped.end());
+        auto mounted = foldersOfImage(ProcFs(places.procRoot), file);
+        criteria.folders.insert(criteria.folders.end(), mounted.begin(), mounted.end());
     }
     return criteria;
 }
 
 bool MatchCriteria::fit(const std::string& executable) const {
-    return std::find(files.begin(), files.end(), executable) != files.end() ||
+    return isNamedAsOne(executable) ||
            std::any_of(folders.begin(), folders.end(),
-                       [&](const std::string& folder) { return isBelow(executable, folder); }) ||
+                       [&](const std::string& folder) {
+                           return executable == folder || isBelow(executable, folder);
+                       }) ||
            worksForItsParent(executable);
+}
+
+bool MatchCriteria::isNamedAsOne(std::string_view path) const {
+    return std::any_of(files.begin(), files.end(),
+                       [&](const std::string& file) { return fileName(file) == fileName(path); });
 }
 
 bool worksForItsParent(std::string_view executable) {

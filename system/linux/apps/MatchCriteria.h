@@ -25,9 +25,12 @@ struct MatchCriteria {
     static MatchCriteria of(const std::string& id, const DesktopEntries& entries,
                             const LinuxPlaces& places);
 
-    /// Whether a process that runs this file may be the app by the file alone. What runs an
-    /// interpreter is to be judged by its script.
+    /// Whether a process that runs this file, under whatever path it sees it, may be the app by
+    /// the file alone. What runs an interpreter is to be judged by its script.
     bool fit(const std::string& executable) const;
+    /// Whether a path ends as one of the files does. In mounts of its own a process knows the same
+    /// file by another path.
+    bool isNamedAsOne(std::string_view path) const;
 
     bool operator==(const MatchCriteria&) const = default;
 };

@@ -1,5 +1,6 @@
 #include "system/linux/apps/ProcessMatcher.h"
 
+#include "system/linux/apps/MountedImage.h"
 #include "system/linux/apps/ScriptArgument.h"
 
 #include <algorithm>
@@ -68,7 +69,10 @@ ProcessMatcher::Answer ProcessMatcher::matchFile(pid_t pid, const std::string& l
     }
     const auto verdict = known->second;
     if (verdict == Verdict::possible || (criteria_.mayBeFlatpak && isSandboxed(pid))) {
-        return nameOf(pid);
+        const auto answer = nameOf(pid);
+        // What serves an image's files to the app is the last that may end, and does so by itself:
+        // without it the app couldn't even save what it has to.
+        return answer == Answer::ofApp && servesFiles(proc_, pid) ? Answer::other : answer;
     }
     return verdict == Verdict::askScript ? matchScript(pid, link) : Answer::other;
 }
@@ -102,7 +106,8 @@ ProcessMatcher::Answer ProcessMatcher::matchScript(pid_t pid, const std::string&
                           : proc_.workingDirectory(pid).value_or("") + '/' + *script;
     const auto& number = cache_.number(path);
     const bool isIts = number && std::find(files_.begin(), files_.end(), *number) != files_.end();
-    return isIts ? nameOf(pid) : Answer::other;
+    const bool mayBeIts = !number && criteria_.isNamedAsOne(*script); // in mounts of its own
+    return isIts || mayBeIts || criteria_.fit(path) ? nameOf(pid) : Answer::other;
 }
 
 ProcessMatcher::Answer ProcessMatcher::nameOf(pid_t pid) {

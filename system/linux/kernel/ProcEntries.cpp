@@ -113,4 +113,14 @@ std::optional<unsigned> parseDescriptorFlags(std::string_view text) {
     return flags;
 }
 
+std::optional<unsigned> parseFuseConnection(std::string_view text) {
+    std::optional<unsigned> connection;
+    eachPiece(text, '\n', [&](std::string_view line) {
+        if (!connection && consumePrefix(line, "fuse_connection:\t")) {
+            connection = wholeNumber<unsigned>(line);
+        }
+    });
+    return connection;
+}
+
 } // namespace velmoran

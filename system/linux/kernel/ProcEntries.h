@@ -49,4 +49,9 @@ std::optional<std::uint64_t> socketInode(std::string_view linkText);
 /// /proc/PID/fdinfo/N: how the file was opened (open(2)), with O_CLOEXEC as it is now.
 std::optional<unsigned> parseDescriptorFlags(std::string_view text);
 
+/// /proc/PID/fdinfo/N of one of /dev/fuse: the number of the connection, which is the minor number
+/// of the file system that is served over it. Nothing where the kernel doesn't tell it, as older
+/// ones don't.
+std::optional<unsigned> parseFuseConnection(std::string_view text);
+
 } // namespace velmoran
