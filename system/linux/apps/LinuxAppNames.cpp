@@ -1,9 +1,11 @@
 #include "system/linux/apps/LinuxAppNames.h"
 
 #include "core/sessions/SystemProcessLinux.h"
+#include "core/text/Localizer.h"
 #include "system/linux/apps/CgroupScope.h"
 #include "system/linux/apps/FlatpakSandbox.h"
 #include "system/linux/apps/MountedImage.h"
+#include "system/linux/apps/OutsidePath.h"
 #include "system/linux/apps/RegisteredBrowsers.h"
 #include "system/linux/apps/ScriptArgument.h"
 #include "system/linux/apps/ScriptFile.h"
@@ -123,7 +125,7 @@ std::optional<AppRef> LinuxAppNames::nameProcess(pid_t pid, ScanCache& cache) {
     const auto executable = cache.executable(pid);
     if (!executable) {
         const auto thread = proc_.survivingThread(pid);
-        return thread ? nameProcess(*thread, cache) : std::nullopt;
+        return thread ? nameProcess(*thread, cache) : nameSandboxed(pid, cache);
     }
     auto app = nameSnap(pid, *executable);
     return app ? app : nameExecutable(pid, *executable, cache);
@@ -230,6 +232,19 @@ AppRef LinuxAppNames::nameExecutable(pid_t pid, const std::string& executable, S
         }
     }
     return nameFile(pid, executable, firstOf(cache.commandLine(pid)), cache);
+}
+
+std::optional<AppRef> LinuxAppNames::nameSandboxed(pid_t pid, ScanCache& cache) {
+    const auto inside = proc_.sharesMounts(pid) ? std::nullopt : cache.executableLink(pid);
+    const auto program =
+        inside ? outsidePath(proc_, pid, *inside, proc_.path(pid, "exe")) : std::nullopt;
+    // With other files around it, it needn't do what the system's own does.
+    if (!program || linuxSystemIdentifier(*program)) {
+        return std::nullopt;
+    }
+    auto app = nameExecutable(pid, *program, cache);
+    app.name = words().text("%@, in a sandbox", {app.name});
+    return app;
 }
 
 std::optional<AppRef> LinuxAppNames::nameImage(pid_t pid, const std::string& file,

@@ -78,6 +78,8 @@ private:
     /// By an entry that starts exactly that file; nothing without one.
     std::optional<AppRef> nameProgram(pid_t pid, const std::string& program, ScanCache& cache);
     AppRef nameExecutable(pid_t pid, const std::string& executable, ScanCache& cache);
+    /// One in mounts of its own, by its file as it is seen from here.
+    std::optional<AppRef> nameSandboxed(pid_t pid, ScanCache& cache);
     /// By the image in which the file lies; nothing for a file elsewhere.
     std::optional<AppRef> nameImage(pid_t pid, const std::string& file, ScanCache& cache);
     /// By the file, or root's link to it that the word means.

@@ -2,6 +2,7 @@
 
 #include "core/sessions/SystemProcessLinux.h"
 #include "system/TextParsing.h"
+#include "system/linux/apps/OutsidePath.h"
 #include "system/linux/apps/ScriptArgument.h"
 #include "system/linux/kernel/Files.h"
 #include "system/linux/kernel/ProcMaps.h"
@@ -113,14 +114,22 @@ std::optional<std::string> scriptFile(pid_t pid, const std::string& interpreter,
     if (!script) {
         return std::nullopt;
     }
-    const auto& known =
-        cache.script(interpreter, *script, [&] { return inspect(interpreter, *script, cache); });
     // It must be the same file for the process as for this program.
-    const bool isSame = known.real && fileNumber(proc.rootOf(pid) + *script) == known.number;
-    if (!isSame || (isLoader && !runsNothingElse(pid, *known.real, proc, cache))) {
+    const auto asSeen = [&](const std::string& path) {
+        const auto& known =
+            cache.script(interpreter, path, [&] { return inspect(interpreter, path, cache); });
+        const bool isSame = known.real && fileNumber(proc.rootOf(pid) + *script) == known.number;
+        return isSame ? known.real : std::nullopt;
+    };
+    auto file = asSeen(*script);
+    if (!file && !proc.sharesMounts(pid)) {
+        const auto outside = outsidePath(proc, pid, *script, proc.rootOf(pid) + *script);
+        file = outside ? asSeen(*outside) : std::nullopt;
+    }
+    if (file && isLoader && !runsNothingElse(pid, *file, proc, cache)) {
         return std::nullopt;
     }
-    return known.real;
+    return file;
 }
 
 } // namespace velmoran

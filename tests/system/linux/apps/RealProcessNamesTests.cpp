@@ -151,10 +151,12 @@ TEST_F(RealProcessNames, AProgramMountedOverAnother) {
     if (!isThere || !program.isRunning()) {
         GTEST_SKIP() << "may not make a mount namespace here";
     }
-    // The kernel itself words it so; still it isn't that program.
+    // The kernel itself words it so; still it isn't that program but the one that it really is.
     ASSERT_EQ(proc.executableClaim(program.pid()), victim);
     EXPECT_FALSE(proc.executable(program.pid()));
-    EXPECT_EQ(identify(program).bundleID, "unidentified:" + std::to_string(program.pid()));
+    EXPECT_EQ(identify(program),
+              (AppRef{.name = "thief (~/bin), in a sandbox", .bundleID = {}, .path = copy}));
+    EXPECT_FALSE(signatures.teamID(copy));
 }
 
 TEST_F(RealProcessNames, AProgramInMemoryAndOneThatIsDeleted) {
@@ -192,6 +194,7 @@ TEST_F(RealProcessNames, ASandboxAsFlatpakMakesItAndOneThatPretends) {
         "info", "[Application]\nname=org.example.App\n[Instance]\napp-path=" + home.path(deployed) +
                     "\nruntime-path=/usr\n");
     std::filesystem::permissions(home.path("flatpak"), std::filesystem::perms(0755));
+    std::filesystem::permissions(home.path("thief"), std::filesystem::perms(0777));
     places.flatpaks = {{.name = "test", .path = home.path("flatpak")}};
     places.protection = WriteProtection(home.path(), getuid());
     const auto sandboxed = [&](const std::string& app, const std::string& program) {
@@ -241,8 +244,9 @@ TEST_F(RealProcessNames, ASandboxAsFlatpakMakesItAndOneThatPretends) {
                                             .path = home.path("flatpak/app/org.example.App")}));
     EXPECT_EQ(LinuxCodeSignatures(places).teamID(home.path("flatpak/app/org.example.App")),
               "flatpak:test");
-    EXPECT_EQ(identify(forgedPid).bundleID, "unidentified:" + std::to_string(forgedPid));
-    EXPECT_EQ(identify(besidePid).bundleID, "unidentified:" + std::to_string(besidePid));
+    const AppRef known{.name = "player (~/thief/bin), in a sandbox", .bundleID = {}, .path = thief};
+    EXPECT_EQ(identify(forgedPid), known);
+    EXPECT_EQ(identify(besidePid), known);
 }
 
 TEST_F(RealProcessNames, AProcessThatForbidsBeingLookedAt) {
