@@ -1,7 +1,9 @@
-// The four pictures of the status item, drawn at any sharpness. Pure; main thread.
+// The four pictures of the status item, drawn at any sharpness. Pure but for the look whether their
+// files are installed; main thread.
 #pragma once
 
 #include "core/records/Device.h"
+#include "core/records/UsageSession.h"
 #include "core/warnings/StatusIconState.h"
 
 #include <QColor>
@@ -15,15 +17,28 @@ namespace velmoran {
 /// Side of the picture in points.
 inline constexpr int statusIconSize = 18;
 
-/// One picture, transparent where nothing is drawn. `ink` is the colour of the template pictures;
-/// the alert keeps its red. `pixelsPerPoint` is above 0.
-QImage statusIconImage(StatusIconState state, const QColor& ink, double pixelsPerPoint);
+/// What the template pictures are drawn with. Around them goes a line of the other colour, so that
+/// one of both shows up on whatever the picture lies.
+struct IconInk {
+    QColor ink;
+    QColor outline = {}; ///< invalid for none
+};
 
-/// The picture for the sizes that trays ask for.
-QIcon statusIcon(StatusIconState state, const QColor& ink);
+/// One picture, transparent where nothing is drawn. The alert keeps its red. `pixelsPerPoint` is
+/// above 0.
+QImage statusIconImage(StatusIconState state, const IconInk& ink, double pixelsPerPoint);
 
-/// What the picture says, for those who can't see it and as the tool tip: a line, and one for each
-/// device whose uses can't be seen.
-std::string statusIconLabel(StatusIconState state, const std::vector<Device>& unwatched = {});
+/// The picture for the sizes that trays ask for, and under the name of its installed file, which a
+/// tray that takes names draws in its own colours.
+QIcon statusIcon(StatusIconState state, const IconInk& ink);
+
+/// The name of its file among the installed pictures; symbolic but for the alert's.
+QString statusIconName(StatusIconState state);
+
+/// What the picture says, for those who can't see it and as the tool tip: a line, one for each app
+/// that is using something, and one for each device whose uses can't be seen. Apps' names are in it
+/// as plain text, also where a tray reads markup.
+std::string statusIconLabel(StatusIconState state, const std::vector<Device>& unwatched = {},
+                            const std::vector<UsageSession>& uses = {});
 
 } // namespace velmoran

@@ -1,5 +1,6 @@
 #include "app/shell/tray/TrayInk.h"
 
+#include "app/look/ScreenColors.h"
 #include "app/shell/surface/X11Window.h"
 
 #include <QGuiApplication>
@@ -12,6 +13,8 @@ namespace velmoran {
 namespace {
 
 constexpr QColor onDark(0xf2, 0xf2, 0xf2);
+/// Of a graphic that carries meaning, on its ground.
+constexpr double leastContrast = 3;
 
 /// As the desktops call themselves in XDG_CURRENT_DESKTOP.
 constexpr std::array<std::string_view, 4> withDarkBars = {"GNOME", "Unity", "Pantheon", "Budgie"};
@@ -33,9 +36,20 @@ QColor trayInk(std::optional<QColor> foreground, std::string_view desktop,
     return windowText;
 }
 
-QColor currentTrayInk() {
-    return trayInk(xembedTrayForeground(), qgetenv("XDG_CURRENT_DESKTOP").toStdString(),
-                   QGuiApplication::palette().color(QPalette::WindowText));
+IconInk outlined(const QColor& ink) {
+    const QColor opaque(ink.rgb());
+    const bool isLight = contrast(opaque, Qt::black) >= contrast(opaque, Qt::white);
+    const QColor outline = isLight ? Qt::black : Qt::white;
+    // The ground that is worst for both lies midway between them, by their ratio.
+    if (contrast(opaque, outline) >= leastContrast * leastContrast) {
+        return {.ink = opaque, .outline = outline};
+    }
+    return {.ink = isLight ? Qt::white : Qt::black, .outline = outline};
+}
+
+IconInk currentTrayInk() {
+    return outlined(trayInk(xembedTrayForeground(), qgetenv("XDG_CURRENT_DESKTOP").toStdString(),
+                            QGuiApplication::palette().color(QPalette::WindowText)));
 }
 
 } // namespace velmoran
