@@ -2,6 +2,7 @@
 
 #include "core/text/Localizer.h"
 #include "core/text/PlainLine.h"
+#include "core/warnings/ListeningWording.h"
 #include "core/warnings/UnwatchedWording.h"
 #include "core/warnings/UseWording.h"
 
@@ -135,21 +136,6 @@ private:
     QString name_;
 };
 
-std::string labelOf(StatusIconState state, bool seesAll) {
-    switch (state) {
-    case StatusIconState::idle:
-        return seesAll ? words().text("Velmoran: camera and microphone are off")
-                       : words().text("Velmoran: not everything is being watched");
-    case StatusIconState::inUse:
-        return words().text("Velmoran: camera or microphone in use");
-    case StatusIconState::alert:
-        return words().text("Velmoran: a warning is waiting");
-    case StatusIconState::awayWatch:
-        return words().text("Velmoran: Away watch is on");
-    }
-    return {};
-}
-
 /// Some trays read a tool tip as markup and others don't, so that signs of it can't be escaped.
 std::string withoutMarkup(const std::string& text) {
     return QString::fromStdString(plainLine(text))
@@ -157,6 +143,30 @@ std::string withoutMarkup(const std::string& text) {
         .replace(QLatin1Char('>'), QChar(0x203a))
         .replace(QLatin1Char('&'), QChar(0xff06))
         .toStdString();
+}
+
+std::string labelOf(StatusIconState state, bool seesAll,
+                    const std::vector<AppIdentity>& listeners) {
+    switch (state) {
+    case StatusIconState::idle:
+        return seesAll ? words().text("Velmoran: camera and microphone are off")
+                       : words().text("Velmoran: not everything is being watched");
+    case StatusIconState::inUse: {
+        if (listeners.empty()) {
+            return words().text("Velmoran: camera or microphone in use");
+        }
+        std::vector<std::string> names;
+        for (const auto& app : listeners) {
+            names.push_back(withoutMarkup(app.name));
+        }
+        return "Velmoran: " + ListeningWording::onlySystem(names);
+    }
+    case StatusIconState::alert:
+        return words().text("Velmoran: a warning is waiting");
+    case StatusIconState::awayWatch:
+        return words().text("Velmoran: Away watch is on");
+    }
+    return {};
 }
 
 } // namespace
@@ -205,8 +215,10 @@ QString statusIconName(StatusIconState state) {
 }
 
 std::string statusIconLabel(StatusIconState state, const std::vector<Device>& unwatched,
-                            const std::vector<UsageSession>& uses) {
-    auto label = labelOf(state, unwatched.empty());
+                            const std::vector<UsageSession>& uses,
+                            const std::vector<AppIdentity>& listeners) {
+    auto label = labelOf(state, unwatched.empty(),
+                         uses.empty() ? listeners : std::vector<AppIdentity>());
     for (const auto& use : UseWording::lines(uses)) {
         label += '\n' + withoutMarkup(use);
     }

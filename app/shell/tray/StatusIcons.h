@@ -36,9 +36,11 @@ QIcon statusIcon(StatusIconState state, const IconInk& ink);
 QString statusIconName(StatusIconState state);
 
 /// What the picture says, for those who can't see it and as the tool tip: a line, one for each app
-/// that is using something, and one for each device whose uses can't be seen. Apps' names are in it
-/// as plain text, also where a tray reads markup.
+/// that is using something, and one for each device whose uses can't be seen. `listeners` are the
+/// system's own that have the microphone on: they are named where nobody uses anything. Apps' names
+/// are in it as plain text, also where a tray reads markup.
 std::string statusIconLabel(StatusIconState state, const std::vector<Device>& unwatched = {},
-                            const std::vector<UsageSession>& uses = {});
+                            const std::vector<UsageSession>& uses = {},
+                            const std::vector<AppIdentity>& listeners = {});
 
 } // namespace velmoran

@@ -6,7 +6,6 @@
 #include "app/shell/tray/TrayInk.h"
 #include "core/text/Localizer.h"
 #include "core/warnings/HistoryWording.h"
-#include "core/warnings/ListeningWording.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -43,6 +42,7 @@ StatusItemController::StatusItemController(AppModel& model, AppPicture picture, 
             refreshToolTip();
         }
     }));
+    watching_.push_back(model_.openSessions.subscribe([this](const auto&) { refreshToolTip(); }));
 }
 
 void StatusItemController::awaitTray() {
@@ -133,20 +133,17 @@ void StatusItemController::refreshToolTip() {
     if (const auto& problem = *model_.historyProblem) {
         text = qt(HistoryWording::sentence(*problem)) + '\n';
     }
-    const auto state = model_.statusIconState();
-    auto label = statusIconLabel(state, model_.snapshot->unwatched);
-    if (state == StatusIconState::inUse && !listeners_.empty() && !model_.snapshot->cameraOn) {
-        std::vector<std::string> names;
-        for (const auto& app : listeners_) {
-            names.push_back(app.name);
-        }
-        label.replace(0, label.find('\n'), "Velmoran: " + ListeningWording::onlySystem(names));
-    }
-    text += qt(label);
+    // A camera that is on belongs to somebody, known or not.
+    const bool meterAlone = !model_.snapshot->cameraOn;
+    text += qt(statusIconLabel(model_.statusIconState(), model_.snapshot->unwatched,
+                               *model_.openSessions,
+                               meterAlone ? listeners_ : std::vector<AppIdentity>()));
     if (*model_.settings.microphoneMuted) {
         text += '\n' + qt(words().text("The microphone has been muted since a stop."));
     }
-    item_->setToolTip(text);
+    if (item_->toolTip() != text) {
+        item_->setToolTip(text);
+    }
 }
 
 bool StatusItemController::eventFilter(QObject* watched, QEvent* event) {

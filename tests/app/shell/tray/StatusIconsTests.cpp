@@ -286,6 +286,21 @@ TEST(StatusIcons, SayWhoUsesWhat) {
         "\u2039b\u203aA \uff06 B\u2039/b\u203a \u2039img\u203a is using the camera");
 }
 
+TEST(StatusIcons, NameTheLevelMeterThatListensAlone) {
+    const AppIdentity meter{
+        .id = "meter", .name = "Volume <b>Control", .bundleID = {}, .path = {}, .teamID = {}};
+    EXPECT_EQ(statusIconLabel(StatusIconState::inUse, {}, {}, {meter}),
+              "Velmoran: Only macOS itself is listening: Volume \u2039b\u203aControl");
+    UsageSession session;
+    session.device = Device::microphone;
+    session.app = {.id = "zoom", .name = "Zoom", .bundleID = {}, .path = {}, .teamID = {}};
+    EXPECT_EQ(statusIconLabel(StatusIconState::inUse, {}, {session}, {meter}),
+              "Velmoran: camera or microphone in use\nZoom is using the microphone")
+        << "somebody uses it";
+    EXPECT_EQ(statusIconLabel(StatusIconState::idle, {}, {}, {meter}),
+              "Velmoran: camera and microphone are off");
+}
+
 TEST(StatusIcons, SayWhatTheyShow) {
     EXPECT_EQ(statusIconLabel(StatusIconState::idle), "Velmoran: camera and microphone are off");
     EXPECT_EQ(statusIconLabel(StatusIconState::inUse), "Velmoran: camera or microphone in use");

@@ -102,7 +102,8 @@ TEST_F(StatusItem, SaysFirstThatTheHistoryIsNotSaved) {
                          "this Mac. (not a database)\n"
                          "Velmoran: camera and microphone are off");
     receive(recordedBy("Zoom"));
-    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use") << "that was saved";
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use\nZoom is using the microphone")
+        << "that was saved";
 }
 
 TEST_F(StatusItem, SaysThatAHistoryCouldNotBeOpenedBeforeThereWasAnIcon) {
@@ -118,7 +119,9 @@ TEST_F(StatusItem, SaysThatAHistoryCouldNotBeOpenedBeforeThereWasAnIcon) {
 TEST_F(StatusItem, SaysWhatIsOn) {
     EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
     receive(recordedBy("Zoom"));
-    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use\nZoom is using the microphone");
+    receive(recordedBy("Other"));
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use\nOther is using the microphone");
     receive({});
     EXPECT_EQ(toolTip(), "Velmoran: camera and microphone are off");
 }
@@ -169,9 +172,9 @@ TEST_F(StatusItem, WarnsWhileAStrongCardIsShown) {
     receive(unknown);
     time.advanceBy(2);
     ASSERT_THAT(model->notices.items(), SizeIs(1));
-    EXPECT_EQ(toolTip(), "Velmoran: a warning is waiting");
+    EXPECT_EQ(toolTip(), "Velmoran: a warning is waiting\nUnknown app is using the camera");
     model->notices.dismiss(model->notices.items().front().id);
-    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use\nUnknown app is using the camera");
 }
 
 TEST_F(StatusItem, TogglingThePanelTwiceClosesIt) {
@@ -372,7 +375,7 @@ TEST_F(StatusItem, ShowsCardsBeforeThereIsATray) {
     receive(recordedBy("Zoom"));
     EXPECT_TRUE(cards().isVisible());
     item->dock();
-    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use\nZoom is using the microphone");
 }
 
 TEST_F(StatusItem, ModelChangesAfterItsEndTellNobody) {
