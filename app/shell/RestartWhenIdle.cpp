@@ -1,11 +1,9 @@
 #include "app/shell/RestartWhenIdle.h"
 
-#include "app/shell/surface/X11Window.h"
-
 namespace velmoran {
 
 void RestartWhenIdle::wish() {
-    if (!watching_.empty() || hasXembedTray()) {
+    if (!watching_.empty()) {
         return;
     }
     watching_.push_back(model_.onChange.subscribe([this] { tryNow(); }));

@@ -18,8 +18,10 @@ public:
           isLookedAt_(std::move(isLookedAt)),
           quit_(std::move(quit)) {}
 
-    /// From now on as soon as it can be, unless a tray that needs no bus is there.
+    /// From now on as soon as it can be.
     void wish();
+    /// Not any more; nobody is to call that from where the model tells of a change.
+    void withdraw() { watching_.clear(); }
     /// A window or the panel has been closed.
     void lookAgain() {
         if (!watching_.empty()) {

@@ -15,10 +15,12 @@
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
 #include "app/shell/login/AutostartEntry.h"
+#include "app/shell/surface/X11Window.h"
 #include "system/MakeMachine.h"
 #include "system/MakeSounds.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QFile>
 #include <cstdio>
 #include <exception>
@@ -77,6 +79,23 @@ bool isLoginStart(const ProgramOptions& given) {
 
 std::string wishOf(const ProgramOptions& given) {
     return given.show ? *given.show : std::string(isLoginStart(given) ? AppDelegate::nothing : "");
+}
+
+/// A tray of the other kind gets the icon from a program that is started anew: nobody watches for
+/// about as long as that takes, so it isn't done as often as somebody might want it.
+void followTray(StatusItemController& item, RestartWhenIdle& restart, QtEventLoop& loop,
+                bool isStartedAnew) {
+    constexpr qint64 atMostEvery = 600'000;
+    QDeadlineTimer earliest(isStartedAnew ? atMostEvery : 0);
+    auto later = std::make_shared<Subscription>();
+    item.onStranded = [&restart, &loop, earliest, later] {
+        const auto wait = static_cast<double>(earliest.remainingTime()) / 1000;
+        *later = loop.after(wait, [&restart] { restart.wish(); });
+    };
+    item.onReached = [&restart, later] {
+        later->reset();
+        restart.withdraw();
+    };
 }
 
 End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given,
@@ -140,9 +159,13 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
                      "icon when Velmoran is started next\n";
     } else if (hasNoBusInQt) {
         service.onAnswer = [&restart] {
-            restart.wish();
+            // A tray of the old kind needs no bus.
+            if (!hasXembedTray()) {
+                restart.wish();
+            }
         };
     }
+    followTray(*delegate.statusItem(), restart, loop, given.isStartedAnew);
     const BusService bus(delegate.model(), loop, std::move(service));
     signals.start();
     const int status = QApplication::exec();

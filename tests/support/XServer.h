@@ -24,6 +24,8 @@ public:
     [[nodiscard]] bool hasTray() const;
     /// Windows of this class (the second text of WM_CLASS, any case) that can be seen.
     [[nodiscard]] std::vector<std::uint32_t> visibleWindows(const std::string& windowClass) const;
+    /// The tray's own window; 0 where there is none.
+    [[nodiscard]] std::uint32_t trayOwner() const;
     /// Windows that have put themselves into the tray.
     [[nodiscard]] std::vector<std::uint32_t> dockedIcons() const;
     /// What a window shows, as the server's raw pixels; empty if it can't be seen.
@@ -40,7 +42,6 @@ private:
     [[nodiscard]] std::uint32_t parentOf(std::uint32_t window) const;
     [[nodiscard]] std::vector<std::uint32_t> childrenOf(std::uint32_t window) const;
     [[nodiscard]] bool canBeSeen(std::uint32_t window) const;
-    [[nodiscard]] std::uint32_t trayOwner() const;
 
     xcb_connection_t* connection_ = nullptr;
     std::uint32_t root_ = 0;

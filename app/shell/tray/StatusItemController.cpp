@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QCursor>
+#include <QDBusConnection>
 #include <QEvent>
 #include <QScreen>
 #include <cstdio>
@@ -34,6 +35,13 @@ StatusItemController::StatusItemController(AppModel& model, AppPicture picture, 
     };
     makeMenu();
     qApp->installEventFilter(this);
+    stranded_.setSingleShot(true);
+    stranded_.setInterval(trayPatienceMilliseconds);
+    connect(&stranded_, &QTimer::timeout, this, [this] {
+        if (isStranded() && onStranded) {
+            onStranded();
+        }
+    });
     watching_.push_back(model_.onChange.subscribe([this] {
         refreshIcon();
         refreshMenu();
@@ -52,11 +60,40 @@ void StatusItemController::awaitTray() {
                        "of the screen\n",
                        stderr);
         }
-        // Made all the same where nobody hangs: it docks when a tray of the old kind comes.
-        if (outcome != TrayArrival::Outcome::silent) {
+        if (outcome == TrayArrival::Outcome::there) {
             dock();
         }
     });
+    arrival_->onChange = [this] {
+        shown_.reset(); // another tray may have another colour
+        refreshIcon();
+        const bool isAway = isStranded();
+        wasReached_ = wasReached_ || !isAway;
+        if (isAway && wasReached_) {
+            stranded_.start();
+        } else if (!isAway) {
+            stranded_.stop();
+            if (onReached) {
+                onReached();
+            }
+        }
+    };
+}
+
+/// The icon is in no tray while one of the other kind is there.
+bool StatusItemController::isStranded() const {
+    if (!item_ || !arrival_) {
+        return false;
+    }
+    return isNotifierItem() ? !arrival_->hasNotifierHost() && hasXembedTray()
+                            : arrival_->hasNotifierHost() && !hasXembedTray();
+}
+
+/// As Qt has chosen: for an item of the new kind it has a connection of that name to the bus.
+bool StatusItemController::isNotifierItem() {
+    return QDBusConnection(QStringLiteral("org.kde.StatusNotifierItem-%1-1")
+                               .arg(QCoreApplication::applicationPid()))
+        .isConnected();
 }
 
 void StatusItemController::makeMenu() {
@@ -111,6 +148,7 @@ void StatusItemController::dock() {
             });
     refreshIcon();
     item_->show();
+    wasReached_ = !isStranded();
 }
 
 void StatusItemController::refreshIcon() {

@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QPoint>
 #include <QSystemTrayIcon>
+#include <QTimer>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -49,6 +50,14 @@ public:
 
     /// Called whenever the panel has gone.
     std::function<void()> onPanelClosed;
+    /// Called when the icon is in no tray, since that has gone and one of the other kind has come:
+    /// Qt goes to that one only in a program that is started anew.
+    std::function<void()> onStranded;
+    /// Called when that is over.
+    std::function<void()> onReached;
+
+    /// How long a bar that is only started again may be away.
+    static constexpr int trayPatienceMilliseconds = 2000;
 
     NoticePanelController& noticePanel() { return noticePanel_; }
     /// Null before it was shown once.
@@ -70,6 +79,8 @@ private:
     void refreshToolTip();
     std::optional<QRect> place() const;
     void noteClick();
+    bool isStranded() const;
+    static bool isNotifierItem();
 
     AppModel& model_;
     Actions actions_;
@@ -86,6 +97,9 @@ private:
     std::unique_ptr<PanelPopover> panel_;
     std::vector<Subscription> watching_;
     std::unique_ptr<TrayArrival> arrival_;
+    QTimer stranded_;
+    /// It was in a tray once. Behind some watchers Qt finds none, and wouldn't anew either.
+    bool wasReached_ = false;
 };
 
 } // namespace velmoran

@@ -20,30 +20,38 @@ const QString path = QStringLiteral("/StatusNotifierWatcher");
 
 } // namespace
 
-TrayArrival::TrayArrival(std::function<void(Outcome)> arrived) : arrived_(std::move(arrived)) {
+TrayArrival::TrayArrival(std::function<void(Outcome)> arrived)
+    : arrived_(std::move(arrived)),
+      x11_([this] { look(); }) {
     if (hasXembedTray()) {
-        end(Outcome::there);
+        arrive();
+    }
+    listenToBus();
+    if (!arrived_) {
         return;
     }
-    auto bus = QDBusConnection::sessionBus();
-    if (bus.isConnected()) {
-        auto* watcher =
-            new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForRegistration, this);
-        connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &TrayArrival::ask);
-        bus.connect(service, path, service, QStringLiteral("StatusNotifierHostRegistered"), this,
-                    SLOT(ask()));
-        ask();
-    }
     QTimer::singleShot(patienceMilliseconds, this, [this] {
-        if (hasXembedTray()) {
-            end(Outcome::there);
-        } else if (unanswered_ == 0) {
-            end(Outcome::noneInTime);
-        } else if (arrived_) {
-            // An icon that is made now would ask the same, and wait for it.
-            arrived_(Outcome::silent);
+        if (arrived_) {
+            // An icon that is made while somebody doesn't answer would ask the same, and wait.
+            arrived_(unanswered_ == 0 ? Outcome::noneInTime : Outcome::silent);
         }
     });
+}
+
+void TrayArrival::listenToBus() {
+    auto bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        return;
+    }
+    auto* watcher =
+        new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &TrayArrival::ask);
+    connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this,
+            [this] { setNotifierHost(false); });
+    for (const char* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"}) {
+        bus.connect(service, path, service, QLatin1String(signal), this, SLOT(ask()));
+    }
+    ask();
 }
 
 void TrayArrival::ask() {
@@ -59,16 +67,27 @@ void TrayArrival::ask() {
                 const QDBusPendingReply<QDBusVariant> reply = *finished;
                 finished->deleteLater();
                 --unanswered_;
-                if (reply.isValid() && reply.value().variant().toBool()) {
-                    end(Outcome::there);
-                }
+                setNotifierHost(reply.isValid() && reply.value().variant().toBool());
             });
 }
 
-void TrayArrival::end(Outcome outcome) {
-    if (const auto arrived = std::exchange(arrived_, nullptr)) {
-        arrived(outcome);
+void TrayArrival::setNotifierHost(bool isThere) {
+    if (std::exchange(hasNotifierHost_, isThere) != isThere) {
+        look();
     }
+}
+
+void TrayArrival::look() {
+    if (arrived_ && (hasNotifierHost_ || hasXembedTray())) {
+        arrive();
+    } else if (!arrived_ && onChange) {
+        onChange();
+    }
+}
+
+void TrayArrival::arrive() {
+    const auto arrived = std::exchange(arrived_, nullptr);
+    arrived(Outcome::there);
 }
 
 } // namespace velmoran

@@ -40,6 +40,18 @@ TEST_F(RestartWhenIdleTest, ComesAtOnceWhereNothingIsOn) {
     EXPECT_EQ(quits, 1);
 }
 
+TEST_F(RestartWhenIdleTest, DoesNotComeWhenItIsNotWantedAnyMore) {
+    receive(camera({appRef("Zoom")}));
+    restart->wish();
+    restart->withdraw();
+    receive({});
+    time.advanceBy(60);
+    restart->lookAgain();
+    EXPECT_EQ(quits, 0);
+    restart->wish();
+    EXPECT_EQ(quits, 1);
+}
+
 TEST_F(RestartWhenIdleTest, ComesAfterTheUseAndItsCard) {
     receive(camera({appRef("Zoom")}));
     restart->wish();
