@@ -1,7 +1,5 @@
 #include "app/shell/cards/NoticePanel.h"
 
-#include "app/shell/surface/X11Window.h"
-
 #include <QKeyEvent>
 #include <QPixmap>
 #include <QWindow>
@@ -9,7 +7,7 @@
 
 namespace velmoran {
 
-NoticePanel::NoticePanel() : OverlayPanel(QStringLiteral("notices")) {
+NoticePanel::NoticePanel(Overlays& overlays) : OverlayPanel(QStringLiteral("notices"), overlays) {
     setWindowTitle(QStringLiteral("Velmoran"));
     winId();
     if (windowHandle()) {
@@ -59,7 +57,7 @@ void NoticePanel::setItems(const std::vector<NoticeItem>& items, const AppPictur
 }
 
 void NoticePanel::showAt(const QPoint& place) {
-    const bool cut = !hasCompositor();
+    const bool cut = !overlays().blends();
     stack_->setCornersAreCut(cut);
     present(QRect(place, wantedSize()), stack_->shape(), cut);
     if (std::exchange(isNews_, false)) {
@@ -71,18 +69,8 @@ void NoticePanel::takeKeyboard() {
     if (!isVisible() || !windowHandle() || !stack_->newest()) {
         return;
     }
-    if (!hasKeyboard_) {
-        hadKeyboard_ = x11Focus();
-        hasKeyboard_ = true;
-    }
-    // Of the window alone: for the widget it would be another window, made anew.
-    windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, false);
-    if (x11Connection()) {
-        // By no older time than that of a menu that the tray has shown in our place.
-        setX11Focus(static_cast<std::uint32_t>(internalWinId()));
-    } else {
-        windowHandle()->requestActivate();
-    }
+    hasKeyboard_ = true;
+    surface().takeKeyboard();
     stack_->newest()->takeFocus();
 }
 
@@ -91,11 +79,7 @@ void NoticePanel::giveKeyboardBack() {
         return;
     }
     hasKeyboard_ = false;
-    windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, true);
-    // Nobody has it when the window has just gone.
-    if (const auto now = x11Focus(); now == internalWinId() || now == 0) {
-        setX11Focus(hadKeyboard_);
-    }
+    surface().giveKeyboardBack();
 }
 
 bool NoticePanel::event(QEvent* event) {
@@ -105,7 +89,7 @@ bool NoticePanel::event(QEvent* event) {
     if (event->type() == QEvent::WindowDeactivate && hasKeyboard_) {
         // Somebody else has it already.
         hasKeyboard_ = false;
-        windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, true);
+        surface().noteKeyboardGone();
     }
     return OverlayPanel::event(event);
 }

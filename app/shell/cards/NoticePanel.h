@@ -5,7 +5,6 @@
 #include "app/shell/cards/NoticeStackView.h"
 #include "app/shell/surface/OverlayPanel.h"
 
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -15,7 +14,8 @@ namespace velmoran {
 
 class NoticePanel final : public OverlayPanel {
 public:
-    NoticePanel();
+    /// The overlays outlive it.
+    explicit NoticePanel(Overlays& overlays);
 
     /// Replaces the content by cards for these, as many as there is room for. Whether and where it
     /// is shown is left alone until `showAt`.
@@ -51,7 +51,6 @@ private:
     std::map<Uuid, std::string> told_; ///< what cards that are there have said
     bool isNews_ = false;
     bool hasKeyboard_ = false;
-    std::uint32_t hadKeyboard_ = 0; ///< the window that had it before, on X11
 };
 
 } // namespace velmoran

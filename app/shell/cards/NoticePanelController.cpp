@@ -2,8 +2,6 @@
 
 #include "app/shell/cards/NoticePlacing.h"
 
-#include <QGuiApplication>
-#include <QScreen>
 #include <QTimer>
 #include <chrono>
 #include <utility>
@@ -14,49 +12,58 @@ namespace {
 constexpr std::chrono::milliseconds warmUpDelay(400);
 constexpr int padding = NoticeStackView::padding;
 
-QRect visibleAround(const std::optional<QRect>& anchor) {
-    const QScreen* screen = anchor ? QGuiApplication::screenAt(anchor->center()) : nullptr;
-    if (!screen) {
-        screen = QGuiApplication::primaryScreen();
+QRect visibleAround(const std::optional<QRect>& anchor, const Overlays& overlays) {
+    if (anchor) {
+        return overlays.areaAt(anchor->center()).visible;
     }
-    return screen ? screen->availableGeometry() : QRect();
+    const auto areas = overlays.areas();
+    return areas.empty() ? QRect() : areas.front().visible;
 }
 } // namespace
 
 NoticePanelController::NoticePanelController(NoticeCenter& notices,
                                              std::function<std::optional<QRect>()> anchor,
-                                             AppPicture picture)
-    : anchor_(std::move(anchor)),
+                                             AppPicture picture, Overlays& overlays)
+    : overlays_(overlays),
+      anchor_(std::move(anchor)),
       picture_(std::move(picture)),
+      panel_(overlays),
       notices_(notices, [this] { update(); }) {
     // Later, when all has them.
     panel_.lettersChanged = [this] {
         QTimer::singleShot(0, &panel_, [this] { redraw(); });
+    };
+    panel_.onLost = [this] {
+        isLost_ = true;
+        onLost();
     };
     // After the start, which it would only hold up.
     QTimer::singleShot(warmUpDelay, &panel_, [this] { panel_.warmUp(); });
 }
 
 void NoticePanelController::raise() {
-    if (panel_.isVisible()) {
-        panel_.raise();
+    if (panel_.isPresented()) {
+        panel_.bringToFront();
     }
 }
 
 void NoticePanelController::redraw() {
-    if (panel_.isVisible()) {
+    if (panel_.isPresented()) {
         update();
     }
 }
 
 void NoticePanelController::update() {
+    if (isLost_) {
+        return;
+    }
     shown_ = notices_.items();
     if (shown_.empty()) {
-        panel_.hide();
+        panel_.takeAway();
         return;
     }
     const auto anchor = anchor_();
-    const auto visible = visibleAround(anchor);
+    const auto visible = visibleAround(anchor, overlays_);
     auto blocked = obstacle ? obstacle() : QRect();
     auto cards = arrange(visible, anchor, noticePanelRoom(visible, anchor));
     const auto beside = openPanel ? openPanel() : QRect();

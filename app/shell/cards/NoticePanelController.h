@@ -4,6 +4,7 @@
 
 #include "app/notices/JoinedNotices.h"
 #include "app/shell/cards/NoticePanel.h"
+#include "app/shell/cards/NoticeSurface.h"
 
 #include <QRect>
 #include <functional>
@@ -11,12 +12,12 @@
 
 namespace velmoran {
 
-class NoticePanelController {
+class NoticePanelController final : public NoticeSurface {
 public:
-    /// `anchor` answers with the status item's rectangle on the screen, or nothing. The center
-    /// outlives the controller.
+    /// `anchor` answers with the status item's rectangle on the screen, or nothing. The center and
+    /// the overlays outlive the controller.
     NoticePanelController(NoticeCenter& notices, std::function<std::optional<QRect>()> anchor,
-                          AppPicture picture);
+                          AppPicture picture, Overlays& overlays = placedOverlays());
 
     /// Brings the cards, if there are any, in front of everything.
     void raise();
@@ -26,7 +27,7 @@ public:
         panel_.takeKeyboard();
     }
     /// Draws the cards that are shown in the colours, and on the screens, of now.
-    void redraw();
+    void redraw() override;
     const NoticePanel& panel() const { return panel_; }
 
     /// What the cards don't stand on top of or below, in the screen's coordinates; an empty
@@ -41,9 +42,11 @@ private:
     /// Takes up as many cards as that room holds; where they would stand, without the padding.
     QRect arrange(const QRect& visible, const std::optional<QRect>& anchor, int room);
 
+    Overlays& overlays_;
     std::function<std::optional<QRect>()> anchor_;
     AppPicture picture_;
     std::vector<NoticeItem> shown_;
+    bool isLost_ = false; ///< from then on others show the notices
     NoticePanel panel_;
     JoinedNotices notices_;
 };

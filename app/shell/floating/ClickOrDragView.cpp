@@ -34,7 +34,9 @@ void ClickOrDragView::mouseMoveEvent(QMouseEvent* event) {
         return;
     }
     dragged_ = true;
-    window()->move(windowStart_ + offset);
+    if (onDrag) {
+        onDrag(windowStart_ + offset);
+    }
 }
 
 void ClickOrDragView::mouseReleaseEvent(QMouseEvent* event) {

@@ -15,6 +15,8 @@ public:
 
     std::function<void()> onClick;
     std::function<void()> onMoved;
+    /// Where the window belongs by the mouse that holds it.
+    std::function<void(const QPoint& place)> onDrag;
     std::function<void(bool inside)> onHover;
 
     /// A drag is under way: the mouse has been moved too far for a click and is still down.

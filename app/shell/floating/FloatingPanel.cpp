@@ -1,16 +1,18 @@
 #include "app/shell/floating/FloatingPanel.h"
 
-#include "app/shell/surface/X11Window.h"
-
 namespace velmoran {
 
-FloatingPanel::FloatingPanel()
-    : OverlayPanel(QStringLiteral("floatingStop")),
+FloatingPanel::FloatingPanel(Overlays& overlays)
+    : OverlayPanel(QStringLiteral("floatingStop"), overlays),
       mouse_(new ClickOrDragView(this)),
-      view_(new FloatingStopView(mouse_)) {}
+      view_(new FloatingStopView(mouse_)) {
+    mouse_->onDrag = [this](const QPoint& place) {
+        dragTo(place);
+    };
+}
 
 void FloatingPanel::showAt(const QRect& frame, FloatingStopView::Content content) {
-    content.cornersAreCut = !hasCompositor();
+    content.cornersAreCut = !overlays().blends();
     mouse_->setText(content.label);
     mouse_->setAccessibleName(content.label);
     setWindowTitle(content.label);

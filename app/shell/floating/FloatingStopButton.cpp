@@ -3,16 +3,15 @@
 #include "core/text/Localizer.h"
 
 #include <QEvent>
-#include <QGuiApplication>
-#include <QScreen>
 #include <utility>
 
 namespace velmoran {
 
 FloatingStopButton::FloatingStopButton(AppModel& model, Scheduler& scheduler,
-                                       std::function<void()> press)
+                                       std::function<void()> press, Overlays& overlays)
     : model_(model),
       scheduler_(scheduler),
+      overlays_(overlays),
       press_(std::move(press)) {
     const auto again = [this](const auto&) {
         refresh();
@@ -36,7 +35,7 @@ std::string FloatingStopButton::label(const SystemSnapshot& snapshot) {
 
 QRect FloatingStopButton::frame() const {
     constexpr int margin = FloatingStopView::margin;
-    return visible_ && panel_ ? panel_->geometry().adjusted(margin, margin, -margin, -margin)
+    return visible_ && panel_ ? panel_->frame().adjusted(margin, margin, -margin, -margin)
                               : QRect();
 }
 
@@ -53,7 +52,7 @@ void FloatingStopButton::refresh() {
     hovering_ = false;
     collapse_ = {};
     if (panel_) {
-        panel_->hide();
+        panel_->takeAway();
     }
 }
 
@@ -98,19 +97,19 @@ void FloatingStopButton::layOut() {
     content.expanded = expanded_;
     content.stopping = *model_.isStopping;
     const auto layout = floatingStopLayout(*model_.settings.floatingStopPlace,
-                                           panel_->view().fittingSize(content), screens());
+                                           panel_->view().fittingSize(content), overlays_.areas());
     content.iconAtRight = layout.growsLeft;
     panel_->showAt(layout.frame, content);
 }
 
 void FloatingStopButton::savePlace() {
-    model_.settings.floatingStopPlace.set(floatingStopPlace(panel_->geometry(), screens()));
+    model_.settings.floatingStopPlace.set(floatingStopPlace(panel_->frame(), overlays_.areas()));
     // Also where that is the place it had before: it may have been dragged over the edge.
     layOut();
 }
 
 void FloatingStopButton::makePanel() {
-    panel_ = std::make_unique<FloatingPanel>();
+    panel_ = std::make_unique<FloatingPanel>(overlays_);
     panel_->mouse().onClick = [this] {
         press_();
     };
@@ -119,6 +118,9 @@ void FloatingStopButton::makePanel() {
     };
     panel_->mouse().onHover = [this](bool inside) {
         hover(inside);
+    };
+    panel_->onLost = [this] {
+        onLost();
     };
     panel_->installEventFilter(this);
 }
@@ -129,16 +131,6 @@ bool FloatingStopButton::eventFilter(QObject* watched, QEvent* event) {
         layOut();
     }
     return QObject::eventFilter(watched, event);
-}
-
-std::vector<ScreenArea> FloatingStopButton::screens() {
-    std::vector<ScreenArea> result;
-    const auto* main = QGuiApplication::primaryScreen();
-    for (const auto* screen : QGuiApplication::screens()) {
-        result.insert(screen == main ? result.begin() : result.end(),
-                      {screen->geometry(), screen->availableGeometry()});
-    }
-    return result;
 }
 
 } // namespace velmoran

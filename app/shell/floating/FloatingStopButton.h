@@ -16,8 +16,9 @@ namespace velmoran {
 
 class FloatingStopButton final : public QObject {
 public:
-    /// Both outlive the button. `press` is what a click does.
-    FloatingStopButton(AppModel& model, Scheduler& scheduler, std::function<void()> press);
+    /// All outlive the button. `press` is what a click does.
+    FloatingStopButton(AppModel& model, Scheduler& scheduler, std::function<void()> press,
+                       Overlays& overlays = placedOverlays());
 
     bool visible() const { return visible_; }
     bool expanded() const { return expanded_; }
@@ -29,6 +30,10 @@ public:
     QRect frame() const;
     /// What the button says; empty while nothing is on.
     static std::string label(const SystemSnapshot& snapshot);
+
+    /// The desktop lets it stand nowhere any more.
+    std::function<void()> onLost = [] {
+    };
 
     static constexpr Seconds labelTime = 4.0;      ///< after it came
     static constexpr Seconds labelTimeAfter = 0.8; ///< after the mouse has left it
@@ -42,10 +47,10 @@ private:
     void hover(bool inside);
     void savePlace();
     void makePanel();
-    static std::vector<ScreenArea> screens();
 
     AppModel& model_;
     Scheduler& scheduler_;
+    Overlays& overlays_;
     std::function<void()> press_;
     std::unique_ptr<FloatingPanel> panel_;
     bool visible_ = false;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "app/model/SettingsStore.h"
+#include "app/shell/surface/Overlays.h"
 
 #include <QRect>
 #include <QSize>
@@ -13,13 +14,6 @@
 #include <vector>
 
 namespace velmoran {
-
-struct ScreenArea {
-    QRect frame;   ///< all of the screen
-    QRect visible; ///< what no bars take of it
-
-    bool operator==(const ScreenArea&) const = default;
-};
 
 inline constexpr int floatingStopInset = 32;
 

@@ -1,13 +1,8 @@
 #include "app/shell/surface/OverlayPanel.h"
 
-#include "app/shell/surface/WindowGeometry.h"
-#include "app/shell/surface/X11Window.h"
-
-#include <utility>
-
 namespace velmoran {
 
-OverlayPanel::OverlayPanel(const QString& name) {
+OverlayPanel::OverlayPanel(const QString& name, Overlays& overlays) : overlays_(overlays) {
     setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                    Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint |
                    Qt::BypassWindowManagerHint);
@@ -15,24 +10,32 @@ OverlayPanel::OverlayPanel(const QString& name) {
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_QuitOnClose, false);
     setObjectName(name);
+    surface_ = overlays_.surfaceOf(*this);
+    surface_->onLost = [this] {
+        isPresented_ = false;
+        onLost();
+    };
+    surface_->onDraws = [this](bool draws) {
+        setDraws(draws);
+    };
 }
 
 void OverlayPanel::present(const QRect& frame, const QRegion& shape, bool cut) {
-    // In one step: it would else be seen growing to the wrong side, and then moving.
-    setWindowGeometry(*this, frame);
-    // The same points are other dots.
-    if (std::exchange(scale_, devicePixelRatioF()) != devicePixelRatioF()) {
-        clearMask();
-    }
-    if (cut) {
-        setMask(shape);
-    } else {
-        clearMask();
-    }
-    show();
-    // Where there is nothing but shadow or nothing at all, the click belongs to what is below.
-    setInputShape(*this, shape);
-    raise();
+    frame_ = frame;
+    isPresented_ = true;
+    surface_->present(frame, shape, cut);
 }
+
+void OverlayPanel::takeAway() {
+    isPresented_ = false;
+    surface_->takeAway();
+}
+
+void OverlayPanel::dragTo(const QPoint& place) {
+    frame_.moveTopLeft(place);
+    surface_->dragTo(place);
+}
+
+void OverlayPanel::setDraws(bool) {}
 
 } // namespace velmoran

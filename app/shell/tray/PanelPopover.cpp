@@ -10,7 +10,6 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QScreen>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -26,7 +25,11 @@ constexpr qint64 clickMilliseconds = 400;
 
 /// Where the mouse can be held, every click is heard of and the keyboard comes without asking
 /// anybody. Elsewhere the desktop gives the keyboard, and a click elsewhere takes it away.
-Qt::WindowFlags kindOfWindow() {
+Qt::WindowFlags kindOfWindow(const Overlays& overlays) {
+    if (!overlays.placesWindows()) {
+        return Qt::Tool | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint |
+               Qt::BypassWindowManagerHint;
+    }
     return Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint |
            (knowsTheMouse() ? Qt::Popup : Qt::Tool | Qt::WindowStaysOnTopHint);
 }
@@ -40,14 +43,21 @@ bool isWithin(const QWidget* widget, const QWidget* ancestor) {
 
 } // namespace
 
-PanelPopover::PanelPopover(std::function<std::optional<QRect>()> anchor)
-    : QWidget(nullptr, kindOfWindow()),
+PanelPopover::PanelPopover(std::function<std::optional<QRect>()> anchor, Overlays& overlays)
+    : QWidget(nullptr, kindOfWindow(overlays)),
       anchor_(std::move(anchor)),
+      overlays_(overlays),
       area_(new QScrollArea(this)) {
     setObjectName(QStringLiteral("panelPopover"));
     setWindowTitle(QStringLiteral("Velmoran"));
     setAttribute(Qt::WA_QuitOnClose, false);
     setAttribute(Qt::WA_TranslucentBackground);
+    if (!overlays_.placesWindows()) {
+        surface_ = overlays_.surfaceOf(*this);
+        surface_->onLost = [this] {
+            close();
+        };
+    }
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(line, line, line, line);
     layout->setSizeConstraint(QLayout::SetNoConstraint);
@@ -70,10 +80,17 @@ void PanelPopover::open(std::unique_ptr<QWidget> content) {
     area_->setWidget(content.release());
     content_->setAutoFillBackground(false);
     content_->show();
+    if (surface_) {
+        // Before it comes itself, so that it stands above that.
+        elsewhere_ = overlays_.catchClicks([this] { close(); });
+        surface_->takeKeyboard();
+    }
     layOut();
-    show();
-    raise();
-    activateWindow();
+    if (!surface_) {
+        show();
+        raise();
+        activateWindow();
+    }
     qApp->installEventFilter(this);
 }
 
@@ -94,24 +111,40 @@ void PanelPopover::layOut() {
         return;
     }
     const auto anchor = anchor_();
-    const auto* screen = anchor ? QGuiApplication::screenAt(anchor->center()) : nullptr;
-    if (!screen) {
-        screen = QGuiApplication::primaryScreen();
-    }
+    const auto areas = overlays_.areas();
+    const auto visible = anchor          ? overlays_.areaAt(anchor->center()).visible
+                         : areas.empty() ? QRect()
+                                         : areas.front().visible;
     content_->ensurePolished();
     const auto wanted = content_->sizeHint()
                             .expandedTo(content_->minimumSizeHint())
                             .expandedTo(content_->minimumSize())
                             .boundedTo(content_->maximumSize()) +
                         QSize(2 * line, 2 * line);
-    setWindowGeometry(*this,
-                      placeOf(screen ? screen->availableGeometry() : QRect(), anchor, wanted));
-    cornersAreCut_ = !hasCompositor();
+    placeAt(placeOf(visible, anchor, wanted));
+    cornersAreCut_ = !overlays_.blends();
     clearMask(); // also where the same points are other dots now
     if (cornersAreCut_) {
         setMask(roundedRegion(rect(), cornerRadius));
     }
     update();
+}
+
+QRect PanelPopover::place() const {
+    if (!isVisible()) {
+        return {};
+    }
+    return surface_ ? place_ : geometry();
+}
+
+void PanelPopover::placeAt(const QRect& frame) {
+    if (surface_) {
+        place_ = frame;
+        surface_->present(frame, QRegion(QRect(QPoint(), frame.size())), false);
+        noteMove();
+    } else {
+        setWindowGeometry(*this, frame);
+    }
 }
 
 void PanelPopover::dropContent() {
@@ -157,6 +190,14 @@ bool PanelPopover::eventFilter(QObject* watched, QEvent* event) {
 void PanelPopover::closeEvent(QCloseEvent* event) {
     qApp->removeEventFilter(this);
     event->accept();
+    if (surface_) {
+        surface_->noteKeyboardGone();
+        surface_->takeAway();
+        // Later, since a click on it may have closed the panel.
+        if (auto* last = elsewhere_.release()) {
+            last->deleteLater();
+        }
+    }
     dropContent();
 }
 

@@ -3,6 +3,8 @@
 // main thread.
 #pragma once
 
+#include "app/shell/surface/Overlays.h"
+
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QRect>
@@ -17,7 +19,9 @@ namespace velmoran {
 class PanelPopover final : public QWidget {
 public:
     /// `anchor` is the status item's rectangle, or nothing, as often as it is asked.
-    explicit PanelPopover(std::function<std::optional<QRect>()> anchor);
+    /// The overlays outlive it.
+    explicit PanelPopover(std::function<std::optional<QRect>()> anchor,
+                          Overlays& overlays = placedOverlays());
     ~PanelPopover() override;
 
     /// Shows itself at the anchor, with the keyboard.
@@ -26,6 +30,8 @@ public:
     bool wentByThatClick() const;
     /// Where it belongs on the screens as they are now, if it is there.
     void layOut();
+    /// Empty while it isn't there.
+    QRect place() const;
 
     /// Called when it is no longer visible.
     std::function<void()> onHidden;
@@ -54,8 +60,13 @@ protected:
 private:
     void dropContent();
     void noteMove();
+    void placeAt(const QRect& frame);
 
     std::function<std::optional<QRect>()> anchor_;
+    Overlays& overlays_;
+    std::unique_ptr<OverlaySurface> surface_; ///< null where windows place themselves
+    QRect place_;                             ///< on that
+    std::unique_ptr<QObject> elsewhere_;      ///< hears of clicks beside it, while it is there
     QScrollArea* area_;
     QPointer<QWidget> content_;
     QElapsedTimer sinceLeft_; ///< since it went because the keyboard did

@@ -25,14 +25,18 @@ QString qt(const std::string& text) {
 
 } // namespace
 
-StatusItemController::StatusItemController(AppModel& model, AppPicture picture, Actions actions)
+StatusItemController::StatusItemController(AppModel& model, AppPicture picture, Actions actions,
+                                           Overlays* overlays)
     : model_(model),
       actions_(std::move(actions)),
-      noticePanel_(
-          model.notices, [this] { return place(); }, std::move(picture)) {
-    noticePanel_.openPanel = [this] {
-        return panel_ && panel_->isVisible() ? panel_->geometry() : QRect();
-    };
+      overlays_(overlays ? *overlays : placedOverlays()) {
+    if (overlays) {
+        noticePanel_ = std::make_unique<NoticePanelController>(
+            model.notices, [this] { return place(); }, std::move(picture), *overlays);
+        noticePanel_->openPanel = [this] {
+            return panel_ ? panel_->place() : QRect();
+        };
+    }
     makeMenu();
     qApp->installEventFilter(this);
     stranded_.setSingleShot(true);
@@ -102,7 +106,11 @@ void StatusItemController::makeMenu() {
     };
     // Some trays open the menu alone, whatever is clicked.
     add(words().text("Show Velmoran"), actions_.showMain);
-    newest_ = add(words().text("Go to the newest notice"), [this] { noticePanel_.takeKeyboard(); });
+    newest_ = add(words().text("Go to the newest notice"), [this] {
+        if (noticePanel_) {
+            noticePanel_->takeKeyboard();
+        }
+    });
     menu_.addSeparator();
     stop_ = add(words().text("Stop camera and microphone"), actions_.stopEverything);
     unmute_ = add(words().text("Unmute microphone"), [this] { model_.unmuteMicrophone(); });
@@ -129,7 +137,7 @@ void StatusItemController::refreshMenu() {
     // Also while nothing is on: it mutes the microphones, before anybody turns one on.
     stop_->setEnabled(!*model_.isStopping);
     unmute_->setVisible(*model_.settings.microphoneMuted);
-    newest_->setVisible(!model_.notices.items().empty());
+    newest_->setVisible(noticePanel_ && !model_.notices.items().empty());
 }
 
 void StatusItemController::dock() {
@@ -189,9 +197,15 @@ bool StatusItemController::eventFilter(QObject* watched, QEvent* event) {
     if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange) {
         shown_.reset();
         refreshIcon();
-        noticePanel_.redraw();
+        redrawCards();
     }
     return QObject::eventFilter(watched, event);
+}
+
+void StatusItemController::redrawCards() {
+    if (noticePanel_) {
+        noticePanel_->redraw();
+    }
 }
 
 void StatusItemController::togglePanel() {
@@ -200,15 +214,17 @@ void StatusItemController::togglePanel() {
         return;
     }
     if (!panel_) {
-        panel_ = std::make_unique<PanelPopover>([this] {
-            const auto known = place();
-            return known || !click_ ? known : std::optional(QRect(*click_, QSize(1, 1)));
-        });
+        panel_ = std::make_unique<PanelPopover>(
+            [this] {
+                const auto known = place();
+                return known || !click_ ? known : std::optional(QRect(*click_, QSize(1, 1)));
+            },
+            overlays_);
         panel_->onMoved = [this] {
-            noticePanel_.redraw();
+            redrawCards();
         };
         panel_->onHidden = [this] {
-            noticePanel_.redraw();
+            redrawCards();
             if (onPanelClosed) {
                 onPanelClosed();
             }
@@ -220,7 +236,7 @@ void StatusItemController::togglePanel() {
 }
 
 void StatusItemController::layOut() {
-    noticePanel_.redraw();
+    redrawCards();
     if (panel_) {
         panel_->layOut();
     }

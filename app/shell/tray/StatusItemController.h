@@ -38,8 +38,10 @@ public:
             };
     };
 
-    /// The model outlives the controller.
-    StatusItemController(AppModel& model, AppPicture picture, Actions actions);
+    /// The model and the overlays outlive the controller. Without overlays there are no cards of
+    /// our own.
+    StatusItemController(AppModel& model, AppPicture picture, Actions actions,
+                         Overlays* overlays = &placedOverlays());
 
     /// A click on the icon: shows the panel, or takes it away.
     void togglePanel();
@@ -59,7 +61,10 @@ public:
     /// How long a bar that is only started again may be away.
     static constexpr int trayPatienceMilliseconds = 2000;
 
-    NoticePanelController& noticePanel() { return noticePanel_; }
+    /// There must be overlays.
+    NoticePanelController& noticePanel() { return *noticePanel_; }
+    /// From now on others show the notices.
+    void dropCards() { noticePanel_.reset(); }
     /// Null before it was shown once.
     PanelPopover* panel() const { return panel_.get(); }
     /// Puts the icon into the tray now, if that wasn't done yet.
@@ -79,6 +84,7 @@ private:
     void refreshToolTip();
     std::optional<QRect> place() const;
     void noteClick();
+    void redrawCards();
     bool isStranded() const;
     static bool isNotifierItem();
 
@@ -93,7 +99,8 @@ private:
     std::optional<StatusIconState> shown_;
     std::vector<Device> shownUnwatched_; ///< in the tool tip
     std::vector<AppIdentity> listeners_; ///< likewise: the system's own
-    NoticePanelController noticePanel_;
+    Overlays& overlays_;
+    std::unique_ptr<NoticePanelController> noticePanel_; ///< null: no cards of our own
     std::unique_ptr<PanelPopover> panel_;
     std::vector<Subscription> watching_;
     std::unique_ptr<TrayArrival> arrival_;
