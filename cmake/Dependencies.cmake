@@ -17,7 +17,18 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     pkg_check_modules(Canberra REQUIRED IMPORTED_TARGET libcanberra)
     pkg_check_modules(Xcb REQUIRED IMPORTED_TARGET xcb xcb-shape)
     pkg_check_modules(XcbRes REQUIRED IMPORTED_TARGET xcb xcb-res)
+    pkg_check_modules(Wayland IMPORTED_TARGET wayland-client>=1.20)
     pkg_check_modules(XcbInput REQUIRED IMPORTED_TARGET xcb xcb-xinput)
+endif()
+
+# Qt's own headers are there only where somebody has installed them.
+find_path(qt_platform_headers qpa/qplatformnativeinterface.h NO_DEFAULT_PATH NO_CACHE
+    PATHS ${Qt6Gui_INCLUDE_DIRS} ${Qt6Gui_PRIVATE_INCLUDE_DIRS})
+if(Wayland_FOUND AND qt_platform_headers)
+    option(VELMORAN_LAYERS "Let cards stand on layers of Wayland compositors" ON)
+else()
+    set(VELMORAN_LAYERS OFF)
+    message(STATUS "Without libwayland-dev and qt6-base-private-dev: no layers of Wayland compositors")
 endif()
 
 if(VELMORAN_TESTS)

@@ -34,12 +34,15 @@ Picker<bool> standardNotices() {
                         {true, words().text("Stay until closed")}}};
 }
 
-std::vector<Toggle> quickStop(bool shortcutUnavailable) {
+std::vector<Toggle> quickStop(bool shortcutUnavailable, bool buttonUnavailable) {
     return {
         {&SettingsStore::floatingStopButton, words().text("Floating stop button"),
-         words().text(
-             "A small button appears on screen while the camera or microphone is on. One "
-             "click stops them, like the button in the panel. Drag it where you want it.")},
+         buttonUnavailable
+             ? words().text("This desktop has no place for the button: it lets no program stand "
+                            "above the windows of others.")
+             : words().text(
+                   "A small button appears on screen while the camera or microphone is on. One "
+                   "click stops them, like the button in the panel. Drag it where you want it.")},
         {&SettingsStore::confirmClosingBrowser, words().text("Ask before closing a browser"),
          words().text(
              "Stopping a web browser closes all its tabs. When on, Velmoran asks first, so "

@@ -48,7 +48,7 @@ Picker<std::string> languages();
 
 Toggle warningSound();
 Picker<bool> standardNotices();
-std::vector<Toggle> quickStop(bool shortcutUnavailable);
+std::vector<Toggle> quickStop(bool shortcutUnavailable, bool buttonUnavailable = false);
 std::vector<Toggle> watching();
 /// The away watch, with a note on what it can't notice here; and what of it isn't counted.
 Toggle awayWatch(bool readsLid, const AwayGaps& gaps);

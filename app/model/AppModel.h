@@ -80,6 +80,7 @@ public:
         std::make_shared<const std::vector<AwayReport>>()};
     Observable<bool> isStopping;              ///< a stop is under way
     Observable<bool> stopShortcutUnavailable; ///< the system refused the stop shortcut
+    Observable<bool> floatingStopUnavailable; ///< nothing here can carry the floating button
     /// When something last took the view of the sound system away, in this run.
     Observable<std::optional<Timestamp>> sightTaken;
 

@@ -229,20 +229,22 @@ void SettingsView::addQuickStop() {
     auto* section = new FormSection({}, column_->parentWidget());
     section->setAccessibleName(title->text());
     group->addWidget(section);
-    FormRow* shortcut = nullptr;
-    for (const auto& toggle : SettingsContent::quickStop(*model_.stopShortcutUnavailable)) {
-        auto* row = addToggle(*section, toggle)->parentWidget();
-        if (toggle.field == &SettingsStore::stopShortcutOn) {
-            shortcut = dynamic_cast<FormRow*>(row);
-        }
+    const auto toggles = [this] {
+        return SettingsContent::quickStop(*model_.stopShortcutUnavailable,
+                                          *model_.floatingStopUnavailable);
+    };
+    std::vector<FormRow*> rows;
+    for (const auto& toggle : toggles()) {
+        rows.push_back(dynamic_cast<FormRow*>(addToggle(*section, toggle)->parentWidget()));
     }
-    watching_.push_back(model_.stopShortcutUnavailable.subscribe([shortcut](bool unavailable) {
-        for (const auto& toggle : SettingsContent::quickStop(unavailable)) {
-            if (toggle.field == &SettingsStore::stopShortcutOn) {
-                shortcut->setNote(qt(toggle.note));
-            }
+    const auto noteAnew = [rows, toggles](bool) {
+        const auto now = toggles();
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            rows[i]->setNote(qt(now[i].note));
         }
-    }));
+    };
+    watching_.push_back(model_.stopShortcutUnavailable.subscribe(noteAnew));
+    watching_.push_back(model_.floatingStopUnavailable.subscribe(noteAnew));
 }
 
 void SettingsView::showQuickStopNote(QWidget* at) {

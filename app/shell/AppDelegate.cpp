@@ -1,7 +1,11 @@
 #include "app/shell/AppDelegate.h"
 
+#include "app/shell/layers/LayeredOverlays.h"
+#include "app/shell/notifications/DesktopNotices.h"
+
 #include <QDesktopServices>
 #include <QUrl>
+#include <cstdio>
 #include <utility>
 
 namespace velmoran {
@@ -31,11 +35,14 @@ void openInBrowser(const std::string& address) {
 
 } // namespace
 
-AppDelegate::AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside)
+AppDelegate::AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside,
+                         Desktop desktop)
     : around_(atTheScreen(std::move(surroundings), browserDialog_, screens_)),
       picture_(std::move(picture)),
       outside_(std::move(outside)),
-      model_(around_) {
+      model_(around_),
+      desktop_(desktop),
+      stopShortcut_(desktop.handsOutKeys) {
     screens_.begin({.model = model_,
                     .scheduler = around_.scheduler,
                     .picture = picture_,
@@ -53,7 +60,21 @@ void AppDelegate::didFinishLaunching(const Launch& launch) {
     showFirstWindow(launch);
 }
 
+Overlays* AppDelegate::findOverlays() {
+    switch (desktop_.notices) {
+    case NoticeForm::placed:
+        return &placedOverlays();
+    case NoticeForm::layered:
+        layers_ = layeredOverlays();
+        return layers_.get();
+    case NoticeForm::byDesktop:
+        break;
+    }
+    return nullptr;
+}
+
 void AppDelegate::makeStatusItem() {
+    auto* overlays = findOverlays();
     const auto stop = [this] {
         model_.stopEverything();
     };
@@ -69,19 +90,61 @@ void AppDelegate::makeStatusItem() {
                                       .showHistory = opening(WindowID::history),
                                       .showSettings = opening(WindowID::settings),
                                       .quit = outside_.quit,
-                                      .makePanel = [this](const auto& leave) {
-                                          return screens_.makePanel(leave);
-                                      }});
-    floatingStop_ = std::make_unique<FloatingStopButton>(model_, around_.scheduler, stop);
-    statusItem_->noticePanel().obstacle = [this] {
-        return floatingStop_->frame();
-    };
+                                      .makePanel =
+                                          [this](const auto& leave) {
+                                              return screens_.makePanel(leave);
+                                          }},
+        overlays);
+    if (overlays) {
+        floatingStop_ =
+            std::make_unique<FloatingStopButton>(model_, around_.scheduler, stop, *overlays);
+        floatingStop_->onLost = [this] {
+            model_.floatingStopUnavailable.set(true);
+        };
+        statusItem_->noticePanel().obstacle = [this] {
+            return floatingStop_->frame();
+        };
+        // Later, since whoever tells of the loss is what goes.
+        statusItem_->noticePanel().onLost = [this] {
+            around_.scheduler.post([this] {
+                std::fputs("velmoran: cards can't stand on this desktop any more\n", stderr);
+                statusItem_->dropCards();
+                tellByTheDesktop();
+            });
+        };
+    } else {
+        tellByTheDesktop();
+    }
     screenChanges_ = std::make_unique<ScreenChanges>([this] {
-        floatingStop_->layOut();
+        if (floatingStop_) {
+            floatingStop_->layOut();
+        }
         // Second, since the cards keep clear of it.
         statusItem_->layOut();
         screens_.windows().layOut();
     });
+    if (layers_) {
+        layers_->onAreasChanged = [this] {
+            screenChanges_->note();
+        };
+    }
+}
+
+/// Nothing of ours stays in sight there.
+void AppDelegate::tellByTheDesktop() {
+    model_.floatingStopUnavailable.set(true);
+    std::fputs("velmoran: notices are told by the desktop's notifications here\n", stderr);
+    notifications_ = std::make_unique<DesktopNotices>(
+        model_.notices,
+        DesktopNotices::Options{.opened = [this] { screens_.show(WindowID::main); },
+                                .complain =
+                                    [](const std::string& why) {
+                                        std::fprintf(
+                                            stderr,
+                                            "velmoran: notices can't be shown: %s; velmoranctl "
+                                            "watch tells them in a terminal\n",
+                                            why.c_str());
+                                    }});
 }
 
 void AppDelegate::watchShortcut() {
@@ -125,7 +188,12 @@ bool AppDelegate::isLookedAt() const {
     return screens_.windows().isAnyOpen() || (panel && panel->isVisible());
 }
 
-void AppDelegate::reopen(std::string_view window) {
+void AppDelegate::reopen(std::string_view wish) {
+    const auto window = wish.substr(0, wish.find('\t'));
+    if (window.size() + 1 < wish.size()) {
+        const auto token = wish.substr(window.size() + 1);
+        qputenv("XDG_ACTIVATION_TOKEN", QByteArray(token.data(), static_cast<int>(token.size())));
+    }
     if (statusItem_ && window != nothing) {
         screens_.show(canBeAskedFor(window) ? window : WindowID::main);
     }

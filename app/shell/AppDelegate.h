@@ -6,6 +6,7 @@
 #include "app/model/LoginItem.h"
 #include "app/screens/BrowserDialog.h"
 #include "app/screens/Screens.h"
+#include "app/shell/DisplayChoice.h"
 #include "app/shell/ScreenChanges.h"
 #include "app/shell/floating/FloatingStopButton.h"
 #include "app/shell/shortcut/StopShortcut.h"
@@ -15,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace velmoran {
 
@@ -32,6 +34,12 @@ public:
         LoginItem* loginItem = nullptr; ///< null: one that is forgotten at the end
     };
 
+    /// What the program runs on.
+    struct Desktop {
+        NoticeForm notices = NoticeForm::placed;
+        bool handsOutKeys = false; ///< it does, and lets nobody take them
+    };
+
     /// How the program was started.
     struct Launch {
         bool isLogin = false;   ///< the desktop did it, at login: no window
@@ -42,15 +50,19 @@ public:
 
     /// The surroundings outlive the delegate. Whom the model asks about browsers is the person at
     /// the screen, and its windows are the program's, whatever the surroundings say.
-    AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside);
+    AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside,
+                Desktop desktop);
+    AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside)
+        : AppDelegate(std::move(surroundings), std::move(picture), std::move(outside), Desktop()) {}
     ~AppDelegate() { screens_.end(); }
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
 
     void didFinishLaunching(const Launch& launch);
     /// Somebody started the program a second time, and wants to see that window; the main one if
-    /// there is none of that name.
-    void reopen(std::string_view window);
+    /// there is none of that name. Behind a tab may stand what lets it come to the front, as the
+    /// desktop has given it to that start.
+    void reopen(std::string_view wish);
     /// What a second start wishes that is there for nobody to see.
     static constexpr std::string_view nothing = "nothing";
 
@@ -61,6 +73,7 @@ public:
     Screens& screens() { return screens_; }
     /// Null before the launch.
     StatusItemController* statusItem() const { return statusItem_.get(); }
+    /// Null before the launch, and where nothing can carry it.
     FloatingStopButton* floatingStop() const { return floatingStop_.get(); }
     BrowserDialog& browserDialog() { return browserDialog_; }
 
@@ -78,7 +91,10 @@ private:
         bool isOn_ = false;
     };
 
+    /// Null where there are none.
+    Overlays* findOverlays();
     void makeStatusItem();
+    void tellByTheDesktop();
     void watchShortcut();
     void showFirstWindow(const Launch& launch);
 
@@ -89,6 +105,9 @@ private:
     AppPicture picture_;
     Outside outside_;
     AppModel model_;
+    Desktop desktop_;
+    std::unique_ptr<Overlays> layers_;
+    std::unique_ptr<NoticeSurface> notifications_;     ///< in place of cards
     std::unique_ptr<FloatingStopButton> floatingStop_; ///< the status item's cards ask where it is
     std::unique_ptr<StatusItemController> statusItem_;
     std::unique_ptr<ScreenChanges> screenChanges_;

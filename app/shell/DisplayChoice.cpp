@@ -1,5 +1,8 @@
 #include "app/shell/DisplayChoice.h"
 
+#include "app/shell/CompositorWord.h"
+#include "app/shell/layers/LayeredOverlays.h"
+
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QDir>
@@ -9,16 +12,10 @@
 #include <QLibraryInfo>
 #include <QPluginLoader>
 #include <QStringList>
-#include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
+#include <memory>
 #include <optional>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -47,36 +44,6 @@ bool xAnswers() {
     while (asking > 0 && ::waitpid(asking, &status, 0) < 0 && errno == EINTR) {
     }
     return asking > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-/// Whether the compositor at that socket answers wl_display.sync, its protocol's question for a
-/// sign of life. A connection alone may be one to a socket that nobody serves any more.
-bool waylandAnswers(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.empty() || path.size() >= sizeof address.sun_path) {
-        return false;
-    }
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    // Not blocking: with a full queue the connection itself would wait.
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (socket < 0) {
-        return false;
-    }
-    constexpr std::uint32_t display = 1;
-    constexpr std::uint32_t sizeAndSync = 12U << 16U;
-    constexpr std::uint32_t callback = 2;
-    const std::array<std::uint32_t, 3> question{display, sizeAndSync, callback};
-    bool answers = false;
-    if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-        ::send(socket, question.data(), sizeof question, MSG_NOSIGNAL) == sizeof question) {
-        pollfd reply{.fd = socket, .events = POLLIN, .revents = 0};
-        std::array<std::byte, 8> header{};
-        answers = ::poll(&reply, 1, patienceSeconds * 1000) > 0 &&
-                  ::recv(socket, header.data(), header.size(), 0) > 0;
-    }
-    ::close(socket);
-    return answers;
 }
 
 std::string waylandSocket(const std::string& display) {
@@ -123,6 +90,13 @@ auto once(std::function<bool()> ask) {
     };
 }
 
+/// GNOME has no layers, and KDE gives a layer that is clicked the keyboard, or puts it below
+/// windows that fill the screen.
+bool isBetterOnX(const std::string& desktop) {
+    const auto names = QString::fromStdString(desktop).split(':');
+    return names.contains(QLatin1String("GNOME")) || names.contains(QLatin1String("KDE"));
+}
+
 std::string why(const DisplayFacts& facts, bool xAnswers, bool waylandAnswers) {
     const auto x = "the display \"" + facts.xDisplay + '"';
     const auto wayland = "the Wayland display \"" + facts.waylandDisplay + '"';
@@ -149,19 +123,36 @@ std::string why(const DisplayFacts& facts, bool xAnswers, bool waylandAnswers) {
 DisplayChoice chooseDisplay(const DisplayFacts& facts) {
     auto x = once([&] { return !facts.xDisplay.empty() && facts.xAnswers(); });
     auto wayland = once([&] { return !facts.waylandDisplay.empty() && facts.waylandAnswers(); });
+    auto layers = once([&] { return facts.hasLayers && facts.hasLayers(); });
+    const auto isWayland = [](const std::string& platform) {
+        return platform.starts_with("wayland");
+    };
     const auto usable = [&](const std::string& platform) {
-        return (platform != "xcb" || x()) && (!platform.starts_with("wayland") || wayland()) &&
+        return (platform != "xcb" || x()) && (!isWayland(platform) || wayland()) &&
                facts.hasPlatform(platform);
+    };
+    const auto chosen = [&](const std::string& platform) -> DisplayChoice {
+        return {.platform = platform,
+                .problem = {},
+                .notices = !isWayland(platform) ? NoticeForm::placed
+                           : layers()           ? NoticeForm::layered
+                                                : NoticeForm::byDesktop};
     };
     for (const auto& one : QString::fromStdString(facts.wanted).split(';', Qt::SkipEmptyParts)) {
         // After a colon stand the platform's own options.
         if (usable(one.section(':', 0, 0).toStdString())) {
-            return {.platform = one.toStdString(), .problem = {}};
+            return chosen(one.toStdString());
         }
+    }
+    if (isBetterOnX(facts.desktop) && usable("xcb")) {
+        return chosen("xcb");
+    }
+    if (wayland() && layers() && usable("wayland")) {
+        return chosen("wayland");
     }
     for (const char* platform : {"xcb", "wayland"}) {
         if (usable(platform)) {
-            return {.platform = platform, .problem = {}};
+            return chosen(platform);
         }
     }
     return {.platform = {}, .problem = why(facts, x(), wayland())};
@@ -179,12 +170,28 @@ DisplayFacts displayFacts() {
                                                ::access(waylandSocket(first).c_str(), F_OK) == 0) {
         facts.waylandDisplay = first;
     }
+    facts.desktop = qgetenv("XDG_CURRENT_DESKTOP").toStdString();
+    facts.sessionType = qgetenv("XDG_SESSION_TYPE").toStdString();
     facts.xAnswers = xAnswers;
-    facts.waylandAnswers = [display = facts.waylandDisplay] {
-        return waylandAnswers(waylandSocket(display));
+    const auto word = [display = facts.waylandDisplay,
+                       heard = std::make_shared<std::optional<CompositorWord>>()]() -> auto& {
+        if (!*heard) {
+            *heard = askCompositor(waylandSocket(display), patienceSeconds * 1000);
+        }
+        return **heard;
+    };
+    facts.waylandAnswers = [word] {
+        return word().answers;
+    };
+    facts.hasLayers = [word] {
+        return isBuiltWithLayers() && word().protocols.contains("zwlr_layer_shell_v1");
     };
     facts.hasPlatform = hasPlatform;
     return facts;
+}
+
+bool isWaylandDesktop(const DisplayFacts& facts, bool isXReal) {
+    return !facts.waylandDisplay.empty() || facts.sessionType == "wayland" || !isXReal;
 }
 
 } // namespace velmoran

@@ -16,9 +16,11 @@ public:
     /// Calls that later, when all of a change has been heard of.
     explicit ScreenChanges(std::function<void()> changed);
 
+    /// Something else has told it.
+    void note() { later_.start(); }
+
 private:
     void watch(const QScreen* screen);
-    void note() { later_.start(); }
 
     QTimer later_;
 };

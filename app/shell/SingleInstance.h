@@ -45,7 +45,7 @@ public:
     /// user's can bring any text.
     void onShow(std::function<void(const std::string& wish)> show) { show_ = std::move(show); }
 
-    static constexpr std::size_t longestWish = 64;
+    static constexpr std::size_t longestWish = 256;
     /// So many starts may be about to say what they wish.
     static constexpr std::size_t mostWishing = 8;
 

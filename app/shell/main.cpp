@@ -11,6 +11,7 @@
 #include "app/shell/DisplayChoice.h"
 #include "app/shell/HangingBus.h"
 #include "app/shell/ProgramOptions.h"
+#include "app/shell/QtOnWayland.h"
 #include "app/shell/RestartWhenIdle.h"
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
@@ -77,8 +78,12 @@ bool isLoginStart(const ProgramOptions& given) {
     return given.isLoginStart || qGuiApp->isSessionRestored();
 }
 
+/// What the first start is told, which shows it in our place.
 std::string wishOf(const ProgramOptions& given) {
-    return given.show ? *given.show : std::string(isLoginStart(given) ? AppDelegate::nothing : "");
+    const auto window =
+        given.show ? *given.show : std::string(isLoginStart(given) ? AppDelegate::nothing : "");
+    const auto token = qgetenv("XDG_ACTIVATION_TOKEN").toStdString();
+    return token.empty() ? window : window + '\t' + token;
 }
 
 /// A tray of the other kind gets the icon from a program that is started anew: nobody watches for
@@ -99,7 +104,7 @@ void followTray(StatusItemController& item, RestartWhenIdle& restart, QtEventLoo
 }
 
 End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given,
-            bool hasNoBusInQt) {
+            AppDelegate::Desktop desktop, bool hasNoBusInQt) {
     SingleInstance instance("org.velmoran.Velmoran", wishOf(given));
     if (instance.role() == SingleInstance::Role::second) {
         std::cerr << "velmoran: it is running already, and shows itself now\n";
@@ -130,7 +135,8 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
                                   next = Next::again;
                                   app.quit();
                               },
-                          .loginItem = &loginItem});
+                          .loginItem = &loginItem},
+                         desktop);
     instance.onShow([&](const std::string& wish) { delegate.reopen(wish); });
     delegate.didFinishLaunching({.isLogin = isLoginStart(given),
                                  .isUnasked = given.isStartedAnew,
@@ -190,7 +196,8 @@ int startAnew(std::vector<std::string> arguments, Next next) {
     return complain("it can't be started anew", 1);
 }
 
-int runDemo(QApplication& app, SignalWatch& signals, const ProgramOptions& given) {
+int runDemo(QApplication& app, SignalWatch& signals, const ProgramOptions& given,
+            AppDelegate::Desktop desktop) {
     const auto& file = given.recording;
     auto recording = file ? std::make_unique<std::ifstream>(file->toStdString(), std::ios::binary)
                           : builtInRecording();
@@ -216,7 +223,8 @@ int runDemo(QApplication& app, SignalWatch& signals, const ProgramOptions& given
                           .refusesShortcut =
                               [&stage] {
                                   return stage.machine.script.shortcutRefused;
-                              }});
+                              }},
+                         desktop);
     delegate.didFinishLaunching(
         {.isUnasked = true, .show = given.show, .showWindow = given.showWindow});
     signals.start();
@@ -239,7 +247,12 @@ int runDemo(QApplication& app, SignalWatch& signals, const ProgramOptions& given
 int main(int argc, char** argv) {
     fillStandardStreams();
     const std::vector<std::string> given(argv, argv + argc);
-    const auto display = chooseDisplay(displayFacts());
+    const auto facts = displayFacts();
+    const auto display = chooseDisplay(facts);
+    const bool isOnWayland = display.platform.starts_with("wayland");
+    if (isOnWayland) {
+        prepareQtForWayland();
+    }
     // One that shows nothing is enough to read the arguments.
     qputenv("QT_QPA_PLATFORM",
             display.platform.empty() ? "minimal" : QByteArray::fromStdString(display.platform));
@@ -248,6 +261,13 @@ int main(int argc, char** argv) {
     HangingBus hangingBus(sessionBusAddress());
     QApplication app(argc, argv);
     hangingBus.giveBack();
+    if (isOnWayland) {
+        settleQtOnWayland();
+    }
+    // What is started from here, and what runs in this one's place, chooses for itself.
+    qputenv("QT_QPA_PLATFORM", QByteArray::fromStdString(facts.wanted));
+    const AppDelegate::Desktop desktop{.notices = display.notices,
+                                       .handsOutKeys = isWaylandDesktop(facts, knowsTheMouse())};
     QApplication::setApplicationName(QStringLiteral("Velmoran"));
     QApplication::setApplicationVersion(QStringLiteral(VELMORAN_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("org.velmoran.Velmoran"));
@@ -270,9 +290,9 @@ int main(int argc, char** argv) {
     }
     try {
         if (options.task == ProgramOptions::Task::demo) {
-            return runDemo(app, signals, options);
+            return runDemo(app, signals, options, desktop);
         }
-        const auto end = runReal(app, signals, options, hangingBus.isHidden());
+        const auto end = runReal(app, signals, options, desktop, hangingBus.isHidden());
         return end.next == Next::nothing ? end.status : startAnew(given, end.next);
     } catch (const std::exception& error) {
         return complain(error.what(), 1);

@@ -32,8 +32,7 @@ bool StopShortcut::set(bool enabled, std::function<void()> action) {
             },
             Qt::QueuedConnection);
     };
-    // A Wayland desktop lets X11 programs have its keys only while one of them has the focus.
-    if (x11Connection() && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+    if (x11Connection() && !desktopHandsOutKeys_) {
         auto grab = std::make_unique<X11KeyGrab>(pressed, lost);
         if (!grab->acquire()) {
             return false;

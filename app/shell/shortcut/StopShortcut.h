@@ -11,6 +11,11 @@ namespace velmoran {
 
 class StopShortcut final : public QObject {
 public:
+    /// Whether the desktop alone hands out keys, as Wayland ones do: their X server lets programs
+    /// have them only while one of its own has the focus.
+    explicit StopShortcut(bool desktopHandsOutKeys = false)
+        : desktopHandsOutKeys_(desktopHandsOutKeys) {}
+
     /// Switches the shortcut on, with what a press does from now on, or off. False if it can't be
     /// had: another program has the keys, or there is no way to ask the desktop. A press that was
     /// on its way when it was switched off does nothing.
@@ -24,6 +29,7 @@ public:
 private:
     void lose();
 
+    const bool desktopHandsOutKeys_;
     std::function<void()> action_;
     int timesSet_ = 0;                ///< what is told of an earlier time doesn't count any more
     std::unique_ptr<QObject> source_; ///< what the presses come from; null while it is off

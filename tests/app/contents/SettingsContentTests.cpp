@@ -82,6 +82,10 @@ TEST(SettingsContent, HasTheQuickStopInItsOrder) {
                     "Press Control, Option, Command and the . key to stop the camera and "
                     "microphone from any app."));
     EXPECT_EQ(SettingsContent::quickStop(false).back().field, &SettingsStore::stopShortcutOn);
+    EXPECT_EQ(
+        SettingsContent::quickStop(false, true).front().note,
+        "This desktop has no place for the button: it lets no program stand above the windows "
+        "of others.");
     EXPECT_EQ(SettingsContent::quickStop(true).back().note,
               "macOS didn't give Velmoran this shortcut. Another app may be using it.");
 }

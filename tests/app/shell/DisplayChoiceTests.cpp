@@ -1,4 +1,6 @@
 #include "app/shell/DisplayChoice.h"
+
+#include "app/shell/CompositorWord.h"
 #include "support/TemporaryDirectory.h"
 
 #include <QByteArray>
@@ -7,6 +9,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <optional>
@@ -16,6 +19,7 @@
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace velmoran {
 namespace {
@@ -23,6 +27,7 @@ namespace {
 struct Choice : ::testing::Test {
     bool x = false;
     bool wayland = false;
+    bool layers = false;
     std::set<std::string> plugins{"xcb", "offscreen"};
     int questions = 0;
     DisplayFacts facts;
@@ -37,6 +42,9 @@ struct Choice : ::testing::Test {
         facts.waylandAnswers = [this] {
             ++questions;
             return wayland;
+        };
+        facts.hasLayers = [this] {
+            return layers;
         };
         facts.hasPlatform = [this](const std::string& name) {
             return plugins.contains(name);
@@ -58,6 +66,55 @@ TEST_F(Choice, IsXWhereverThatAnswers) {
     EXPECT_EQ(questions, 1);
     wayland = false;
     EXPECT_EQ(platform(), "xcb");
+}
+
+TEST_F(Choice, IsWaylandWithLayersButOnDesktopsThatDoBetterByX) {
+    x = wayland = layers = true;
+    plugins.insert("wayland");
+    EXPECT_EQ(
+        chooseDisplay(facts),
+        (DisplayChoice{.platform = "wayland", .problem = {}, .notices = NoticeForm::layered}));
+    EXPECT_EQ(questions, 1) << "X isn't asked";
+    for (const auto* desktop : {"GNOME", "ubuntu:GNOME", "KDE"}) {
+        facts.desktop = desktop;
+        EXPECT_EQ(chooseDisplay(facts), (DisplayChoice{.platform = "xcb", .problem = {}}));
+    }
+    x = false;
+    EXPECT_EQ(chooseDisplay(facts).notices, NoticeForm::layered);
+    facts.desktop = "sway";
+    x = true;
+    plugins.erase("wayland");
+    EXPECT_EQ(chooseDisplay(facts), (DisplayChoice{.platform = "xcb", .problem = {}}));
+}
+
+TEST_F(Choice, TellsByTheDesktopWhereNothingOfOursCanStand) {
+    wayland = true;
+    plugins.insert("wayland");
+    facts.desktop = "GNOME";
+    EXPECT_EQ(
+        chooseDisplay(facts),
+        (DisplayChoice{.platform = "wayland", .problem = {}, .notices = NoticeForm::byDesktop}));
+    // Also where somebody wishes it so.
+    x = true;
+    facts.wanted = "wayland";
+    EXPECT_EQ(chooseDisplay(facts).notices, NoticeForm::byDesktop);
+    layers = true;
+    EXPECT_EQ(chooseDisplay(facts).notices, NoticeForm::layered);
+    facts.wanted = "xcb";
+    EXPECT_EQ(chooseDisplay(facts).notices, NoticeForm::placed);
+}
+
+TEST_F(Choice, KnowsAWaylandDesktopByEachOfItsSigns) {
+    facts.waylandDisplay.clear();
+    EXPECT_FALSE(isWaylandDesktop(facts, true));
+    EXPECT_TRUE(isWaylandDesktop(facts, false));
+    facts.sessionType = "x11";
+    EXPECT_FALSE(isWaylandDesktop(facts, true));
+    facts.sessionType = "wayland";
+    EXPECT_TRUE(isWaylandDesktop(facts, true));
+    facts.sessionType.clear();
+    facts.waylandDisplay = "wayland-1";
+    EXPECT_TRUE(isWaylandDesktop(facts, true));
 }
 
 TEST_F(Choice, IsWaylandBesideADeadXAndWithoutOne) {
@@ -116,8 +173,9 @@ TEST_F(Choice, NeedsNoServerForAPlatformWithoutOne) {
 /// path that begins with a zero stands in no folder.
 class Server {
 public:
-    Server(const std::string& path, bool answers)
-        : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    Server(const std::string& path, bool answers, std::string globals = {})
+        : globals_(std::move(globals)),
+          socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         EXPECT_LT(path.size(), sizeof address.sun_path);
@@ -141,18 +199,22 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    std::array<std::uint32_t, 3> asked{};
+    std::array<std::uint32_t, 6> asked{};
 
 private:
     void answer() {
         const int client = ::accept(socket_, nullptr, nullptr);
         if (client >= 0 && ::read(client, asked.data(), sizeof asked) == sizeof asked) {
-            const std::array<std::uint32_t, 3> done{2, 12U << 16U, 0};
+            const std::array<std::uint32_t, 3> done{3, 12U << 16U, 0};
+            for (const char byte : globals_) {
+                EXPECT_EQ(::write(client, &byte, 1), 1);
+            }
             EXPECT_EQ(::write(client, done.data(), sizeof done), ssize_t{sizeof done});
         }
         ::close(client);
     }
 
+    const std::string globals_;
     int socket_;
     std::optional<std::thread> thread_;
 };
@@ -179,7 +241,40 @@ struct Environment : ::testing::Test {
 TEST_F(Environment, HasACompositorThatAnswers) {
     const Server compositor(socket, true);
     EXPECT_TRUE(displayFacts().waylandAnswers());
-    EXPECT_EQ(compositor.asked, (std::array<std::uint32_t, 3>{1, 12U << 16U, 2}));
+    EXPECT_EQ(compositor.asked,
+              (std::array<std::uint32_t, 6>{1, 12U << 16U | 1U, 2, 1, 12U << 16U, 3}));
+}
+
+/// What a compositor says of one thing that it offers.
+std::string global(std::uint32_t name, const std::string& interface) {
+    const auto number = [](std::uint32_t value) {
+        std::string bytes(sizeof value, '\0');
+        std::memcpy(bytes.data(), &value, sizeof value);
+        return bytes;
+    };
+    auto text = interface + '\0';
+    const auto length = static_cast<std::uint32_t>(text.size());
+    text.resize((text.size() + 3) / 4 * 4);
+    const auto body = number(name) + number(length) + text + number(4);
+    return number(2) + number(static_cast<std::uint32_t>(body.size() + 8) << 16U) + body;
+}
+
+TEST_F(Environment, HasTheLayersOfItsCompositor) {
+    const Server compositor(socket, true,
+                            global(1, "wl_compositor") + global(2, "zwlr_layer_shell_v1"));
+    EXPECT_EQ(
+        askCompositor(socket, 3000),
+        (CompositorWord{.answers = true, .protocols = {"wl_compositor", "zwlr_layer_shell_v1"}}));
+}
+
+TEST_F(Environment, BelievesNothingThatMakesNoSense) {
+    std::string broken = global(1, "wl_compositor") + global(2, "zwlr_layer_shell_v1");
+    broken[broken.size() - 28] = '\x7f'; // a length beyond the message
+    const Server compositor(socket, true, broken);
+    const auto word = askCompositor(socket, 3000);
+    EXPECT_TRUE(word.answers);
+    EXPECT_TRUE(word.protocols.contains("wl_compositor"));
+    EXPECT_FALSE(word.protocols.contains("zwlr_layer_shell_v1"));
 }
 
 TEST_F(Environment, HasNoneWhereNobodyAnswersWhoeverListens) {

@@ -1,0 +1,44 @@
+#include "app/shell/QtOnWayland.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QWidget>
+
+namespace velmoran {
+
+namespace {
+
+constexpr const char* buffers = "QT_WAYLAND_CLIENT_BUFFER_INTEGRATION";
+constexpr const char* noRoles = "QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT";
+QtMessageHandler usual = nullptr;
+bool isOurChoice = false;
+
+/// Qt says that it misses what it was told to leave out.
+void withoutThat(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (!text.contains(QLatin1String("client buffer integration"))) {
+        usual(type, context, text);
+    }
+}
+
+} // namespace
+
+void prepareQtForWayland() {
+    qputenv(noRoles, "1");
+    isOurChoice = qEnvironmentVariableIsEmpty(buffers);
+    if (isOurChoice) {
+        qputenv(buffers, "none");
+    }
+}
+
+void settleQtOnWayland() {
+    if (!isOurChoice) {
+        return;
+    }
+    usual = qInstallMessageHandler(withoutThat);
+    // With the first window it decides.
+    QWidget().winId();
+    qInstallMessageHandler(usual);
+    qunsetenv(buffers);
+}
+
+} // namespace velmoran
