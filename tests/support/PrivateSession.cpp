@@ -101,9 +101,9 @@ PrivateSession::~PrivateSession() {
 }
 
 void PrivateSession::enter() const {
-    for (const char* name :
-         {"DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "XDG_SESSION_ID",
-          "PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR", "PULSE_SERVER"}) {
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS",
+                             "XDG_SESSION_ID", "XDG_SESSION_TYPE", "XDG_CURRENT_DESKTOP",
+                             "PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR", "PULSE_SERVER"}) {
         unsetenv(name); // NOLINT(concurrency-mt-unsafe)
     }
     for (const auto& [name, value] : environment_) {

@@ -1,0 +1,282 @@
+// Cards, button, panel and question where a compositor places them.
+#include "app/model/ModelFixture.h"
+#include "app/qtbase/QtEventLoop.h"
+#include "app/shell/AppDelegate.h"
+#include "app/shell/cards/NoticePanelController.h"
+#include "integration/layers/Layers.h"
+#include "support/AccessibleButton.h"
+#include "support/Sway.h"
+
+#include <QGuiApplication>
+#include <QLabel>
+#include <QPushButton>
+#include <QScreen>
+
+namespace velmoran {
+namespace {
+
+struct CardsOnLayers : ::testing::Test, OnLayers {
+    QtEventLoop loop;
+    NoticeCenter notices{loop};
+    NoticePanelController controller{notices, [] { return std::nullopt; }, AppPicture(), overlays};
+    int presses = 0;
+
+    const NoticePanel& panel() { return controller.panel(); }
+
+    void show(const std::string& title = "Zoom turned on the camera") {
+        NoticeItem card;
+        card.id = Uuid::random();
+        card.title = title;
+        card.timeText = "Just now";
+        card.buttons.push_back({.title = "Stop", .action = [this] {
+                                    ++presses;
+                                }});
+        notices.show(card);
+        ASSERT_TRUE(eventually([&] { return panel().isVisible(); }));
+    }
+    QPoint placeOf(const std::string& button) {
+        return support::centerOf(*support::buttonNamed(panel(), button));
+    }
+    void closeByTheMouse() {
+        clickAt(placeOf("Close"));
+        EXPECT_TRUE(eventually([&] { return notices.items().empty() && !panel().isVisible(); }));
+    }
+};
+
+TEST_F(CardsOnLayers, StandAtTheTopRightWithoutTheKeyboard) {
+    startEditor();
+    expectTyped("a", "a");
+    show();
+    EXPECT_EQ(panel().frame().topRight() + QPoint(1, 0), QPoint(1280 - 4, 2));
+    expectTyped("ab", "b");
+    clickAt(placeOf("Stop"));
+    EXPECT_TRUE(eventually([&] { return presses == 1; }));
+    expectTyped("abc", "c");
+    closeByTheMouse();
+    expectTyped("abcd", "d");
+}
+
+TEST_F(CardsOnLayers, StandAboveAWindowThatFillsTheScreen) {
+    startEditor(true);
+    // The second time too.
+    for (int time = 0; time < 2; ++time) {
+        show();
+        closeByTheMouse();
+    }
+    expectTyped("a", "a");
+}
+
+TEST_F(CardsOnLayers, LeaveTheClickBesideThemToWhatIsBelow) {
+    startEditor(true);
+    show();
+    clickAt(panel().frame().topLeft() + QPoint(3, 3));
+    EXPECT_TRUE(eventually([&] { return editorHas() == "!"; })) << editorHas();
+    clickAt(panel().frame().center() - QPoint(0, 200 - 400));
+    EXPECT_TRUE(eventually([&] { return editorHas() == "!!"; })) << editorHas();
+}
+
+TEST_F(CardsOnLayers, StandBelowABarAndAreLaidOutAnewWhenItGoes) {
+    overlays.onAreasChanged = [this] {
+        controller.redraw();
+    };
+    show();
+    session.start("bar", {"swaybar", "-b", "bar-0"});
+    sway({"bar", "bar-0", "mode", "dock"});
+    ASSERT_TRUE(eventually([&] { return overlays.areas().front().visible.height() < 800; }))
+        << session.logs();
+    const int bar = 800 - overlays.areas().front().visible.height();
+    // What is known of a place is counted from below the bar.
+    const auto below = [&](QPoint place) {
+        return place + QPoint(0, bar);
+    };
+    clickAt(below(placeOf("Stop")));
+    EXPECT_TRUE(eventually([&] { return presses == 1; }));
+    session.stop("bar");
+    ASSERT_TRUE(eventually([&] { return overlays.areas().front().visible.height() == 800; }));
+    clickAt(placeOf("Stop"));
+    EXPECT_TRUE(eventually([&] { return presses == 2; }));
+    overlays.onAreasChanged = [] {
+    };
+}
+
+TEST_F(CardsOnLayers, StayOnAScreenWhoseScaleOrSizeChanges) {
+    overlays.onAreasChanged = [this] {
+        controller.redraw();
+    };
+    show();
+    for (const auto& [scale, width] : std::vector<std::pair<std::string, int>>{
+             {"2", 640}, {"1.25", 1024}, {"1.5", 853}, {"1", 1280}}) {
+        sway({"output", "HEADLESS-1", "scale", scale});
+        ASSERT_TRUE(eventually([&] {
+            return std::abs(panel().frame().right() + 1 - (width - 4)) <= 1;
+        })) << scale
+            << ": " << panel().frame().right();
+        const int before = presses;
+        const double factor = std::stod(scale);
+        // The hand is told in the desktop's own points.
+        hand({"desktop " + std::to_string(width) + ' ' +
+              std::to_string(static_cast<int>(800 / factor))});
+        clickAt(placeOf("Stop"));
+        EXPECT_TRUE(eventually([&] { return presses == before + 1; })) << scale;
+    }
+    sway({"output", "HEADLESS-1", "resolution", "1024x600"});
+    EXPECT_TRUE(eventually([&] { return panel().frame().right() + 1 == 1024 - 4; }));
+    sway({"output", "HEADLESS-1", "resolution", "1280x800"});
+    EXPECT_TRUE(eventually([&] { return panel().frame().right() + 1 == 1280 - 4; }));
+    overlays.onAreasChanged = [] {
+    };
+}
+
+TEST_F(CardsOnLayers, GoOnOnAnotherScreenWhenTheirsGoes) {
+    overlays.onAreasChanged = [this] {
+        controller.redraw();
+    };
+    int lost = 0;
+    controller.onLost = [&] {
+        ++lost;
+    };
+    show();
+    sway({"create_output"});
+    ASSERT_TRUE(eventually([&] { return overlays.areas().size() == 2; }));
+    const auto names = support::askSway(session, {"-t", "get_outputs", "-r"});
+    const auto at = names.find("HEADLESS-", names.find("HEADLESS-1") + 10);
+    ASSERT_NE(at, std::string::npos) << names;
+    const auto second = names.substr(at, names.find('"', at) - at);
+    sway({"output", "HEADLESS-1", "disable"});
+    EXPECT_TRUE(eventually([&] {
+        return panel().isVisible() && overlays.areas().size() == 1 &&
+               overlays.areas().front().visible.contains(panel().frame());
+    })) << session.logs();
+    sway({"output", "HEADLESS-1", "enable"});
+    sway({"output", second, "disable"});
+    EXPECT_TRUE(eventually([&] {
+        return panel().isVisible() && overlays.areas().size() == 1 &&
+               panel().frame().right() + 1 == 1280 - 4;
+    })) << session.logs();
+    EXPECT_EQ(lost, 0);
+    EXPECT_EQ(notices.items().size(), 1U);
+    overlays.onAreasChanged = [] {
+    };
+}
+
+TEST_F(CardsOnLayers, TakeTheKeyboardWhereSomebodyWishesItAndGiveItBack) {
+    startEditor();
+    expectTyped("a", "a");
+    show();
+    controller.takeKeyboard();
+    ASSERT_TRUE(eventually([&] { return panel().isActiveWindow(); }));
+    hand({"key Return"});
+    EXPECT_TRUE(eventually([&] { return presses == 1; }));
+    hand({"key Escape"});
+    EXPECT_TRUE(eventually([&] { return !panel().isActiveWindow(); }));
+    expectTyped("ab", "b");
+    EXPECT_EQ(notices.items().size(), 1U) << "it stays";
+}
+
+struct DelegateOnLayers : testing::ModelFixture, OnLayers {
+    QtEventLoop loop;
+    std::unique_ptr<AppDelegate> delegate;
+
+    void launchThere() {
+        settings.setBoolean("floatingStopButton", true);
+        settings.setBoolean("onboardingDone", true);
+        delegate = std::make_unique<AppDelegate>(
+            ModelSurroundings{machine, loop, loop, settings,
+                              [this] {
+                                  return store;
+                              }},
+            AppPicture(), AppDelegate::Outside{},
+            AppDelegate::Desktop{.notices = NoticeForm::layered, .handsOutKeys = true});
+        delegate->didFinishLaunching({.isUnasked = true});
+        delegate->model().receive({});
+    }
+    void turnOn() {
+        delegate->model().receive(microphone({testing::appRef("Zoom")}));
+        ASSERT_TRUE(eventually([&] { return button().panel() && button().panel()->isVisible(); }));
+    }
+    FloatingStopButton& button() { return *delegate->floatingStop(); }
+    bool hasStopped() {
+        const auto& items = delegate->model().notices.items();
+        return !items.empty() && items.back().title == "Microphone muted. Zoom was closed.";
+    }
+};
+
+TEST_F(DelegateOnLayers, TheButtonStopsByAClickAboveAFullScreenWindow) {
+    startEditor(true);
+    launchThere();
+    turnOn();
+    clickAt(button().frame().center());
+    EXPECT_TRUE(eventually([&] { return hasStopped(); }));
+    EXPECT_EQ(editorHas(), "");
+    expectTyped("a", "a");
+}
+
+TEST_F(DelegateOnLayers, TheButtonIsDraggedAndStaysThere) {
+    startEditor();
+    launchThere();
+    turnOn();
+    ASSERT_TRUE(eventually([&] { return !button().expanded(); }));
+    const auto from = button().frame().center();
+    moveTo(from);
+    hand({"press"});
+    for (int step = 1; step <= 8; ++step) {
+        moveTo(from + QPoint(-60, 40) * step);
+    }
+    ASSERT_TRUE(eventually([&] { return button().frame().contains(from + QPoint(-480, 320)); }));
+    hand({"release"});
+    const auto& kept = delegate->model().settings.floatingStopPlace;
+    ASSERT_TRUE(eventually([&] { return (*kept).has_value(); }));
+    const auto to = from + QPoint(-480, 320);
+    EXPECT_TRUE(eventually([&] { return button().frame().contains(to); }));
+    EXPECT_NEAR((**kept).y, to.y(), 2);
+    EXPECT_FALSE(hasStopped());
+    // The mouse is still known there, and where it was nothing is.
+    ASSERT_TRUE(eventually([&] { return button().panel()->view().isVisible(); }));
+    clickAt(to);
+    EXPECT_TRUE(eventually([&] { return hasStopped(); }));
+    expectTyped("a", "a");
+}
+
+TEST_F(DelegateOnLayers, ThePanelGoesByEscapeAndByAClickElsewhere) {
+    startEditor();
+    launchThere();
+    auto& item = *delegate->statusItem();
+    const auto isOpen = [&] {
+        return item.panel() && item.panel()->isVisible() && item.panel()->isActiveWindow();
+    };
+    const auto isGone = [&] {
+        return !item.panel()->isVisible();
+    };
+    item.togglePanel();
+    ASSERT_TRUE(eventually(isOpen));
+    EXPECT_EQ(item.panel()->geometry().right() + 1, 1280 - 4);
+    EXPECT_EQ(item.panel()->geometry().top(), 2);
+    hand({"key Escape"});
+    EXPECT_TRUE(eventually(isGone));
+    expectTyped("a", "a");
+    item.togglePanel();
+    ASSERT_TRUE(eventually(isOpen));
+    ASSERT_TRUE(eventually([&] { return session.child("hand")->running(); }));
+    clickAt({100, 700});
+    EXPECT_TRUE(eventually(isGone));
+    expectTyped("ab", "b");
+    item.togglePanel();
+    ASSERT_TRUE(eventually(isOpen));
+    item.togglePanel();
+    EXPECT_TRUE(eventually(isGone));
+}
+
+TEST_F(DelegateOnLayers, TheQuestionComesAsAWindowWithTheKeyboard) {
+    startEditor();
+    launchThere();
+    machine.script.browsers = {"org.example.Surf"};
+    delegate->model().receive(camera({testing::appRef("Surf")}));
+    delegate->model().stopEverything();
+    ASSERT_TRUE(delegate->browserDialog().window());
+    ASSERT_TRUE(eventually([&] { return delegate->browserDialog().window()->isActiveWindow(); }));
+    hand({"key Escape"});
+    EXPECT_TRUE(eventually([&] { return !delegate->browserDialog().window(); }));
+}
+
+} // namespace
+} // namespace velmoran

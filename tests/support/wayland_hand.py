@@ -1,0 +1,149 @@
+"""A person's hand on a Wayland desktop: a mouse and a keyboard that the compositor takes for real ones.
+
+usage: wayland_hand.py FIFO
+
+Reads lines from the FIFO: "move X Y" in points of the whole desktop, whose size is said by "desktop W H";
+"press", "release", "click"; "key NAME" with a letter, "Escape", "Tab" or "Return". Writes a dot for each
+line once the compositor has had it. Speaks zwlr_virtual_pointer_manager_v1 and
+zwp_virtual_keyboard_manager_v1 over the socket itself.
+"""
+import os
+import socket
+import struct
+import sys
+import time
+
+KEYS = {"a": 30, "b": 48, "c": 46, "d": 32, "e": 18, "f": 33, "Escape": 1, "Tab": 15, "Return": 28}
+NAMES = {"Escape": "ESC", "Tab": "TAB", "Return": "RTRN"}
+LEFT_BUTTON = 0x110
+
+
+def keymap():
+    codes = "".join(f"<{NAMES.get(k, k.upper() * 2)}> = {n + 8};\n" for k, n in KEYS.items())
+    symbols = "".join(f"key <{NAMES.get(k, k.upper() * 2)}> {{ [ {k} ] }};\n" for k in KEYS)
+    return (
+        'xkb_keymap {\nxkb_keycodes "hand" {\nminimum = 8;\nmaximum = 255;\n' + codes + "};\n"
+        'xkb_types "hand" { include "complete" };\nxkb_compatibility "hand" { include "complete" };\n'
+        'xkb_symbols "hand" {\n' + symbols + "};\n};\n"
+    ).encode() + b"\0"
+
+
+class Wire:
+    def __init__(self):
+        path = os.environ["WAYLAND_DISPLAY"]
+        if not path.startswith("/"):
+            path = os.path.join(os.environ["XDG_RUNTIME_DIR"], path)
+        self.socket = socket.socket(socket.AF_UNIX)
+        self.socket.connect(path)
+        self.bytes = b""
+        self.last = 1
+
+    def new(self):
+        self.last += 1
+        return self.last
+
+    def send(self, target, opcode, body=b"", descriptors=()):
+        message = struct.pack("<II", target, (8 + len(body)) << 16 | opcode) + body
+        socket.send_fds(self.socket, [message], list(descriptors))
+
+    def events(self):
+        while True:
+            while len(self.bytes) >= 8:
+                target, word = struct.unpack("<II", self.bytes[:8])
+                size = word >> 16
+                if len(self.bytes) < size:
+                    break
+                body, self.bytes = self.bytes[8:size], self.bytes[size:]
+                yield target, word & 0xFFFF, body
+            more = self.socket.recv(65536)
+            if not more:
+                sys.exit("the compositor has gone")
+            self.bytes += more
+
+    def had(self):
+        """Waits until the compositor has had all that was sent; gives what it said meanwhile."""
+        callback = self.new()
+        self.send(1, 0, struct.pack("<I", callback))
+        said = []
+        for target, opcode, body in self.events():
+            if target == 1 and opcode == 0:
+                sys.exit("the compositor refuses: " + repr(body))
+            if target == callback:
+                return said
+            said.append((target, opcode, body))
+
+
+def text(value):
+    raw = value.encode() + b"\0"
+    return struct.pack("<I", len(raw)) + raw + b"\0" * (-len(raw) % 4)
+
+
+wire = Wire()
+registry = wire.new()
+wire.send(1, 1, struct.pack("<I", registry))
+offered = {}
+for target, opcode, body in wire.had():
+    if target == registry and opcode == 0:
+        name, length = struct.unpack("<II", body[:8])
+        offered[body[8 : 8 + length - 1].decode()] = name
+
+
+def bind(interface, version):
+    made = wire.new()
+    wire.send(
+        registry, 0, struct.pack("<I", offered[interface]) + text(interface) + struct.pack("<II", version, made)
+    )
+    return made
+
+
+seat = bind("wl_seat", 1)
+pointers = bind("zwlr_virtual_pointer_manager_v1", 1)
+keyboards = bind("zwp_virtual_keyboard_manager_v1", 1)
+pointer = wire.new()
+wire.send(pointers, 0, struct.pack("<II", seat, pointer))
+keyboard = wire.new()
+wire.send(keyboards, 0, struct.pack("<II", seat, keyboard))
+layout = keymap()
+memory = os.memfd_create("keymap")
+os.write(memory, layout)
+wire.send(keyboard, 0, struct.pack("<II", 1, len(layout)), [memory])
+wire.had()
+begun = time.monotonic()
+size = (1280, 800)
+
+
+def now():
+    return int((time.monotonic() - begun) * 1000) & 0xFFFFFFFF
+
+
+def button(down):
+    wire.send(pointer, 2, struct.pack("<III", now(), LEFT_BUTTON, down))
+    wire.send(pointer, 4)
+
+
+def key(name):
+    for down in (1, 0):
+        wire.send(keyboard, 1, struct.pack("<III", now(), KEYS[name], down))
+        wire.had()
+
+
+os.mkfifo(sys.argv[1])
+print("ready", flush=True)
+while True:
+    with open(sys.argv[1], encoding="utf-8") as lines:
+        for line in lines:
+            words = line.split()
+            if words[0] == "desktop":
+                size = (int(words[1]), int(words[2]))
+            elif words[0] == "move":
+                wire.send(pointer, 1, struct.pack("<IIIII", now(), int(words[1]), int(words[2]), *size))
+                wire.send(pointer, 4)
+            elif words[0] == "key":
+                key(words[1])
+            else:
+                if words[0] in ("press", "click"):
+                    button(1)
+                if words[0] in ("release", "click"):
+                    button(0)
+            wire.had()
+            print(".", end="", flush=True)
