@@ -35,8 +35,9 @@ std::uint32_t numberAt(std::string_view bytes) {
     return number;
 }
 
-/// Takes whole messages off the front; false when the answer is complete, or makes no sense.
-bool take(std::string& bytes, CompositorWord& word) {
+} // namespace
+
+bool hearCompositor(std::string& bytes, CompositorWord& word) {
     while (bytes.size() >= headerBytes) {
         const std::string_view all = bytes;
         const auto object = numberAt(all);
@@ -59,8 +60,6 @@ bool take(std::string& bytes, CompositorWord& word) {
     }
     return true;
 }
-
-} // namespace
 
 CompositorWord askCompositor(const std::string& socketPath, int milliseconds) {
     CompositorWord word;
@@ -95,7 +94,7 @@ CompositorWord askCompositor(const std::string& socketPath, int milliseconds) {
             word.answers = true;
             total += static_cast<std::size_t>(count);
             heard.append(room.data(), static_cast<std::size_t>(count));
-            more = take(heard, word);
+            more = hearCompositor(heard, word);
         }
     }
     ::close(socket);

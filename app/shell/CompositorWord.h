@@ -14,6 +14,10 @@ struct CompositorWord {
     bool operator==(const CompositorWord&) const = default;
 };
 
+/// Takes whole messages off the front of what a compositor answers. False when the answer is
+/// complete, or makes no sense.
+bool hearCompositor(std::string& bytes, CompositorWord& word);
+
 /// Waits so long at most, all in all.
 CompositorWord askCompositor(const std::string& socket, int milliseconds);
 

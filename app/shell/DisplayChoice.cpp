@@ -13,10 +13,12 @@
 #include <QPluginLoader>
 #include <QStringList>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <memory>
 #include <optional>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <xcb/xcb.h>
@@ -188,6 +190,22 @@ DisplayFacts displayFacts() {
     };
     facts.hasPlatform = hasPlatform;
     return facts;
+}
+
+DisplayChoice chooseDisplayAfterLoss() {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    do {
+        if (auto choice = chooseDisplay(displayFacts()); !choice.platform.empty()) {
+            return choice;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    } while (std::chrono::steady_clock::now() < deadline);
+    return {.platform = "offscreen", .problem = {}, .notices = NoticeForm::byDesktop};
+}
+
+bool isDisplayBack() {
+    constexpr int moment = 200;
+    return askCompositor(waylandSocket(qgetenv("WAYLAND_DISPLAY").toStdString()), moment).answers;
 }
 
 bool isWaylandDesktop(const DisplayFacts& facts, bool isXReal) {

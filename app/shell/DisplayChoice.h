@@ -47,6 +47,13 @@ DisplayChoice chooseDisplay(const DisplayFacts& facts);
 /// there, since a process of its own asks the X server.
 DisplayFacts displayFacts();
 
+/// For a program whose display has gone: the first choice that works within two seconds, since what
+/// has died may be started again at once. Else a platform without a display, where the desktop's
+/// notifications tell, if there are any.
+DisplayChoice chooseDisplayAfterLoss();
+/// Whether a compositor is there again. Waits for a moment at most.
+bool isDisplayBack();
+
 /// Whether the desktop is a Wayland one, also for a program that is on its X server: no key can be
 /// taken for oneself there. `isXReal` is whether that server has the screen to itself.
 bool isWaylandDesktop(const DisplayFacts& facts, bool isXReal);

@@ -49,7 +49,8 @@ ProgramOptions ProgramOptions::from(const QStringList& arguments) {
     const auto devices = hidden(QStringLiteral("device-folder"), QStringLiteral("DIR"));
     const auto resumed = hidden(named(nothingWasOn));
     const auto login = hidden(named(loginStart));
-    parser.addOptions({demo, show, showWindow, devices, resumed, login});
+    const auto lost = hidden(named(displayLost));
+    parser.addOptions({demo, show, showWindow, devices, resumed, login, lost});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("A recording to play with --demo."),
                                  QStringLiteral("[FILE]"));
@@ -94,6 +95,7 @@ ProgramOptions ProgramOptions::from(const QStringList& arguments) {
     options.deviceFolder = parser.value(devices);
     options.isLoginStart = parser.isSet(login);
     options.isStartedAnew = parser.isSet(resumed);
+    options.hasLostDisplay = parser.isSet(lost);
     return options;
 }
 
@@ -109,7 +111,8 @@ std::vector<std::string> argumentsToRunAgain(const std::vector<std::string>& arg
         if (isForOneStart(name)) {
             ++i; // its value comes after it
         } else if (!isForOneStart(name.substr(0, name.find('='))) &&
-                   each != ProgramOptions::loginStart && each != ProgramOptions::nothingWasOn) {
+                   each != ProgramOptions::loginStart && each != ProgramOptions::nothingWasOn &&
+                   each != ProgramOptions::displayLost) {
             kept.push_back(each);
         }
     }

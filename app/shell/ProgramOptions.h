@@ -22,6 +22,7 @@ struct ProgramOptions {
     bool isLoginStart = false;
     /// This process has taken the place of one with no bus in Qt, when nothing was on.
     bool isStartedAnew = false;
+    bool hasLostDisplay = false; ///< this process has taken the place of one whose display went
     QString help;
     QString error; ///< empty if there is none; then nothing else counts
 
@@ -31,6 +32,7 @@ struct ProgramOptions {
     /// By which the desktop says that it is the login that starts the program.
     static constexpr const char* loginStart = "--login-start";
     static constexpr const char* nothingWasOn = "--nothing-was-on";
+    static constexpr const char* displayLost = "--display-lost";
 };
 
 /// What a start with these arguments is begun anew with: those that say how the program runs,

@@ -9,6 +9,7 @@
 #include "app/replay/RecordingPlayer.h"
 #include "app/shell/AppDelegate.h"
 #include "app/shell/DisplayChoice.h"
+#include "app/shell/DisplayLoss.h"
 #include "app/shell/HangingBus.h"
 #include "app/shell/ProgramOptions.h"
 #include "app/shell/QtOnWayland.h"
@@ -23,6 +24,9 @@
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QTimer>
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <fstream>
@@ -66,7 +70,7 @@ void sayWhoIsInTheWay(const SingleInstance& instance) {
 }
 
 /// What begins in this process's place when this program has ended.
-enum class Next { nothing, again, againUnnoticed };
+enum class Next { nothing, again, againUnnoticed, afterLoss };
 
 struct End {
     int status = 0;
@@ -158,6 +162,17 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
         // Later, since what closes it may be about to open a window.
         loop.post([&restart] { restart.lookAgain(); });
     };
+    QTimer display;
+    if (given.hasLostDisplay && desktop.notices == NoticeForm::byDesktop) {
+        // What is on is told again then, where it can be seen.
+        display.callOnTimeout([&app, &next] {
+            if (isDisplayBack()) {
+                next = Next::againUnnoticed;
+                app.quit();
+            }
+        });
+        display.start(std::chrono::seconds(5));
+    }
     BusService::Options service;
     // Once: nobody watches meanwhile, and a bus can hang as often as somebody wants it to.
     if (hasNoBusInQt && given.isStartedAnew) {
@@ -182,8 +197,11 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
 /// In this process's place, which leaves ours to the next one. Returns only if that fails.
 int startAnew(std::vector<std::string> arguments, Next next) {
     arguments = argumentsToRunAgain(arguments);
-    if (next == Next::againUnnoticed) {
+    if (next == Next::againUnnoticed || next == Next::afterLoss) {
         arguments.emplace_back(ProgramOptions::nothingWasOn);
+    }
+    if (next == Next::afterLoss) {
+        arguments.emplace_back(ProgramOptions::displayLost);
     }
     std::vector<char*> pointers;
     for (auto& argument : arguments) {
@@ -248,7 +266,9 @@ int main(int argc, char** argv) {
     fillStandardStreams();
     const std::vector<std::string> given(argv, argv + argc);
     const auto facts = displayFacts();
-    const auto display = chooseDisplay(facts);
+    const bool hasLostDisplay =
+        std::find(given.begin(), given.end(), ProgramOptions::displayLost) != given.end();
+    const auto display = hasLostDisplay ? chooseDisplayAfterLoss() : chooseDisplay(facts);
     const bool isOnWayland = display.platform.starts_with("wayland");
     if (isOnWayland) {
         prepareQtForWayland();
@@ -264,6 +284,10 @@ int main(int argc, char** argv) {
     if (isOnWayland) {
         settleQtOnWayland();
     }
+    onDisplayLoss([&given] {
+        std::cerr << "velmoran: the display has gone; Velmoran goes on with what there is\n";
+        (void)startAnew(given, Next::afterLoss);
+    });
     // What is started from here, and what runs in this one's place, chooses for itself.
     qputenv("QT_QPA_PLATFORM", QByteArray::fromStdString(facts.wanted));
     const AppDelegate::Desktop desktop{.notices = display.notices,

@@ -1,0 +1,17 @@
+// The display goes while the program runs: a compositor or an X server has died. Qt ends the
+// process then, whatever it is doing, and says so just before: that is where somebody else can take
+// over. Used by `main` alone; main thread.
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+namespace velmoran {
+
+/// Whether Qt says with these words that its connection to the display is no more.
+bool tellsOfDisplayLoss(std::string_view words);
+
+/// `act` is called at that moment, and may put another program into this process. Once at most.
+void onDisplayLoss(std::function<void()> act);
+
+} // namespace velmoran
