@@ -35,8 +35,13 @@ void settleQtOnWayland() {
         return;
     }
     usual = qInstallMessageHandler(withoutThat);
-    // With the first window it decides.
-    QWidget().winId();
+    // With the first window that is shown it decides. This one gets no role, so nobody sees it.
+    QWidget first(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
+    first.setAttribute(Qt::WA_ShowWithoutActivating);
+    first.setAttribute(Qt::WA_QuitOnClose, false);
+    first.resize(1, 1);
+    first.show();
+    first.hide();
     qInstallMessageHandler(usual);
     qunsetenv(buffers);
 }

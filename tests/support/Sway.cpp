@@ -30,7 +30,9 @@ void startSway(PrivateSession& session, bool withX) {
     const auto shown = session.file("x-display");
     std::string configuration = "output HEADLESS-1 resolution 1280x800 position 0 0\n"
                                 "focus_follows_mouse no\n"
-                                "default_border none\n";
+                                "default_border none\n"
+                                // Whoever wants the bar starts it.
+                                "bar {\n id bar-0\n position top\n swaybar_command true\n}\n";
     configuration += withX ? "xwayland enable\nexec echo \"$DISPLAY\" > " + shown.string() + "\n"
                            : "xwayland disable\n";
     writeFile(session.file("sway.conf"), configuration);

@@ -9,10 +9,7 @@ namespace velmoran {
 
 NoticePanel::NoticePanel(Overlays& overlays) : OverlayPanel(QStringLiteral("notices"), overlays) {
     setWindowTitle(QStringLiteral("Velmoran"));
-    winId();
-    if (windowHandle()) {
-        windowHandle()->create();
-    }
+    surface().prepare();
 }
 
 void NoticePanel::warmUp() {

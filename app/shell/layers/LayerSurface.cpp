@@ -77,6 +77,7 @@ void LayerSurface::present(const QRect& frame, const QRegion& shape, bool) {
     }
     frame_ = frame;
     shape_ = shape;
+    isWanted_ = true;
     const auto output = compositor_.outputAt(frame.center());
     if (role_ && screen_ != output.screen) {
         endSurface();
@@ -97,10 +98,31 @@ void LayerSurface::present(const QRect& frame, const QRegion& shape, bool) {
         compositor_.setInput(surface(), shape_);
     }
     // Another size comes with the picture in it: Qt's next commit takes all of this along.
-    if (!isConfigured_ || !isResized) {
+    if (isConfigured_ && !window_.isVisible()) {
+        window_.show();
+    } else if (!isConfigured_ || !isResized) {
         wl_surface_commit(surface());
     }
+    if (!isConfigured_ && !due_.isActive()) {
+        due_.start();
+    }
     compositor_.flush();
+}
+
+void LayerSurface::prepare() {
+    keepsReady_ = true;
+    makeReady();
+}
+
+void LayerSurface::makeReady() {
+    if (!keepsReady_ || role_ || isWanted_) {
+        return;
+    }
+    const auto outputs = compositor_.outputs();
+    if (!outputs.empty()) {
+        frame_ = QRect(outputs.front().area.visible.topLeft(), QSize(1, 1));
+        makeRole(outputs.front());
+    }
 }
 
 bool LayerSurface::makeRole(const Compositor::Output& output) {
@@ -137,7 +159,9 @@ bool LayerSurface::makeRole(const Compositor::Output& output) {
     // counts.
     wl_surface_commit(own);
     compositor_.flush();
-    due_.start();
+    if (isWanted_) {
+        due_.start();
+    }
     return true;
 }
 
@@ -161,8 +185,9 @@ void LayerSurface::configured(std::uint32_t serial, QSize size) {
         shape_ = QRegion(QRect(QPoint(), size));
         compositor_.setInput(surface(), shape_);
     }
-    if (!std::exchange(isConfigured_, true)) {
-        due_.stop();
+    due_.stop();
+    isConfigured_ = true;
+    if (isWanted_ && !window_.isVisible()) {
         compositor_.setInput(surface(), shape_);
         window_.show();
     }
@@ -172,6 +197,9 @@ void LayerSurface::configured(std::uint32_t serial, QSize size) {
 /// The screen goes, or the compositor doesn't want it any more.
 void LayerSurface::closed() {
     endSurface();
+    if (!isWanted_) {
+        return;
+    }
     if (sinceClosed_.isValid() && sinceClosed_.elapsed() < closedAgainMilliseconds) {
         lose();
         return;
@@ -179,7 +207,7 @@ void LayerSurface::closed() {
     sinceClosed_.start();
     // Later, when it is known which screens are left.
     QTimer::singleShot(0, this, [this] {
-        if (!role_ && !frame_.isNull()) {
+        if (!role_ && isWanted_) {
             present(frame_, shape_, false);
         }
     });
@@ -200,7 +228,9 @@ void LayerSurface::dropRole() {
 }
 
 void LayerSurface::takeAway() {
-    frame_ = {};
+    if (!std::exchange(isWanted_, false)) {
+        return;
+    }
     if (std::exchange(picture_, nullptr)) {
         onDraws(true);
     }
@@ -214,7 +244,10 @@ void LayerSurface::endSurface() {
     compositor_.flush();
     isStale_ = window_.windowHandle() != nullptr;
     // Later, since the window may be on its way through a click or its own closing.
-    QTimer::singleShot(0, this, &LayerSurface::dropStale);
+    QTimer::singleShot(0, this, [this] {
+        dropStale();
+        makeReady();
+    });
 }
 
 void LayerSurface::dropStale() {

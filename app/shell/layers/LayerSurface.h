@@ -21,6 +21,8 @@ public:
 
     void present(const QRect& frame, const QRegion& shape, bool cut) override;
     void takeAway() override;
+    /// Has the compositor's first word before there is anything to show.
+    void prepare() override;
     /// The window itself stays where the mouse has pressed it, since compositors don't agree on
     /// where the mouse is in a window that moves below it. A picture of it is moved instead.
     void dragTo(const QPoint& place) override;
@@ -44,6 +46,7 @@ private:
     void dropRole();
     void endSurface();
     void dropStale();
+    void makeReady();
     void configured(std::uint32_t serial, QSize size);
     void closed();
     void lose();
@@ -56,6 +59,8 @@ private:
     wl_proxy* role_ = nullptr;
     const QScreen* screen_ = nullptr; ///< of the role
     bool isConfigured_ = false;
+    bool isWanted_ = false;   ///< presented, and not taken away
+    bool keepsReady_ = false; ///< has a role also while it isn't
     bool coversAll_ = false;
     bool isStale_ = false; ///< the window's own surface, which has had its role
     QRect frame_;

@@ -36,6 +36,12 @@ public:
         window_.raise();
     }
     void takeAway() override { window_.hide(); }
+    void prepare() override {
+        window_.winId();
+        if (window_.windowHandle()) {
+            window_.windowHandle()->create();
+        }
+    }
     void dragTo(const QPoint& place) override { window_.move(place); }
     void raise() override { window_.raise(); }
 

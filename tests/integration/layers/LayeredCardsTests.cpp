@@ -81,7 +81,6 @@ TEST_F(CardsOnLayers, StandBelowABarAndAreLaidOutAnewWhenItGoes) {
     };
     show();
     session.start("bar", {"swaybar", "-b", "bar-0"});
-    sway({"bar", "bar-0", "mode", "dock"});
     ASSERT_TRUE(eventually([&] { return overlays.areas().front().visible.height() < 800; }))
         << session.logs();
     const int bar = 800 - overlays.areas().front().visible.height();
