@@ -16,7 +16,8 @@ inline constexpr const char* activationName = "xdg_activation_v1";
 extern const wl_interface activationInterface;
 
 enum Edge : std::uint32_t { top = 1, bottom = 2, left = 4, right = 8 };
-enum class Layer : std::uint32_t { background = 0, overlay = 3 };
+/// Of two surfaces in one layer compositors don't agree on which is above.
+enum class Layer : std::uint32_t { background = 0, top = 2, overlay = 3 };
 /// `onDemand` since version 4: whoever is clicked has it.
 enum class Keyboard : std::uint32_t { none = 0, exclusive = 1, onDemand = 2 };
 

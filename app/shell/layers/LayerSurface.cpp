@@ -147,7 +147,8 @@ bool LayerSurface::makeRole(const Compositor::Output& output) {
             },
         .closed = [](void* data, wl_proxy*) { static_cast<LayerSurface*>(data)->closed(); },
     };
-    role_ = makeLayerSurface(compositor_.shell(), own, output.output, Layer::overlay,
+    role_ = makeLayerSurface(compositor_.shell(), own, output.output,
+                             coversAll_ ? Layer::top : Layer::overlay,
                              window_.objectName().toUtf8().constData(), events, this);
     if (!role_) {
         return false;

@@ -30,7 +30,7 @@ public:
     void giveKeyboardBack() override;
     void noteKeyboardGone() override;
 
-    /// Over all of its screen, bars too.
+    /// Over all of its screen, bars too, and below all others of this kind.
     void coverAll() { coversAll_ = true; }
 
     /// How long a compositor may take to let a surface come.

@@ -265,6 +265,18 @@ TEST_F(DelegateOnLayers, ThePanelGoesByEscapeAndByAClickElsewhere) {
     EXPECT_TRUE(eventually(isGone));
 }
 
+TEST_F(DelegateOnLayers, APressInThePanelBringsItsWindow) {
+    launchThere();
+    auto& item = *delegate->statusItem();
+    item.togglePanel();
+    ASSERT_TRUE(eventually([&] { return item.panel() && item.panel()->isActiveWindow(); }));
+    clickAt(support::centerOf(*support::buttonNamed(*item.panel(), "History")));
+    EXPECT_TRUE(eventually([&] {
+        const auto* window = delegate->screens().windows().window("history");
+        return window && window->isActiveWindow() && !item.panel()->isVisible();
+    }));
+}
+
 TEST_F(DelegateOnLayers, TheQuestionComesAsAWindowWithTheKeyboard) {
     startEditor();
     launchThere();
