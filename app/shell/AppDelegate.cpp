@@ -169,7 +169,7 @@ void AppDelegate::showFirstWindow(const Launch& launch) {
         screens_.show(WindowID::main);
     }
     if (launch.show) {
-        reopen(*launch.show);
+        reopen({.window = *launch.show, .token = {}});
     }
     auto wanted = launch.showWindow;
     if (!wanted && !launch.isUnasked) {
@@ -188,15 +188,21 @@ bool AppDelegate::isLookedAt() const {
     return screens_.windows().isAnyOpen() || (panel && panel->isVisible());
 }
 
-void AppDelegate::reopen(std::string_view wish) {
-    const auto window = wish.substr(0, wish.find('\t'));
-    if (window.size() + 1 < wish.size()) {
-        const auto token = wish.substr(window.size() + 1);
-        qputenv("XDG_ACTIVATION_TOKEN", QByteArray(token.data(), static_cast<int>(token.size())));
+void AppDelegate::takeToken(const Wish& wish) {
+    if (!wish.token.empty()) {
+        qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(wish.token));
     }
-    if (statusItem_ && window != nothing) {
-        screens_.show(canBeAskedFor(window) ? window : WindowID::main);
+}
+
+void AppDelegate::reopen(const Wish& wish) {
+    takeToken(wish);
+    if (statusItem_ && wish.window != nothing) {
+        screens_.show(windowFor(wish.window));
     }
+}
+
+std::string AppDelegate::windowFor(std::string_view window) {
+    return std::string(canBeAskedFor(window) ? window : WindowID::main);
 }
 
 } // namespace velmoran

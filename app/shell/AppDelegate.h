@@ -8,6 +8,7 @@
 #include "app/screens/Screens.h"
 #include "app/shell/DisplayChoice.h"
 #include "app/shell/ScreenChanges.h"
+#include "app/shell/Wish.h"
 #include "app/shell/floating/FloatingStopButton.h"
 #include "app/shell/shortcut/StopShortcut.h"
 #include "app/shell/tray/StatusItemController.h"
@@ -60,9 +61,12 @@ public:
 
     void didFinishLaunching(const Launch& launch);
     /// Somebody started the program a second time, and wants to see that window; the main one if
-    /// there is none of that name. Behind a tab may stand what lets it come to the front, as the
-    /// desktop has given it to that start.
-    void reopen(std::string_view wish);
+    /// there is none of that name.
+    void reopen(const Wish& wish);
+    /// Which one that is.
+    static std::string windowFor(std::string_view window);
+    /// Lets the next window that is shown come to the front, if the desktop gave a token for it.
+    static void takeToken(const Wish& wish);
     /// What a second start wishes that is there for nobody to see.
     static constexpr std::string_view nothing = "nothing";
 

@@ -11,6 +11,7 @@
 #include "app/shell/DisplayChoice.h"
 #include "app/shell/DisplayLoss.h"
 #include "app/shell/HangingBus.h"
+#include "app/shell/OwnFile.h"
 #include "app/shell/ProgramOptions.h"
 #include "app/shell/QtOnWayland.h"
 #include "app/shell/RestartWhenIdle.h"
@@ -75,6 +76,7 @@ enum class Next { nothing, again, againUnnoticed, afterLoss };
 struct End {
     int status = 0;
     Next next = Next::nothing;
+    std::optional<std::string> show = {}; ///< what the next one is asked for
 };
 
 /// Also where the session is brought back in which the program ran.
@@ -84,10 +86,10 @@ bool isLoginStart(const ProgramOptions& given) {
 
 /// What the first start is told, which shows it in our place.
 std::string wishOf(const ProgramOptions& given) {
-    const auto window =
-        given.show ? *given.show : std::string(isLoginStart(given) ? AppDelegate::nothing : "");
-    const auto token = qgetenv("XDG_ACTIVATION_TOKEN").toStdString();
-    return token.empty() ? window : window + '\t' + token;
+    return Wish{.window = given.show ? *given.show
+                                     : std::string(isLoginStart(given) ? AppDelegate::nothing : ""),
+                .token = qgetenv("XDG_ACTIVATION_TOKEN").toStdString()}
+        .text();
 }
 
 /// A tray of the other kind gets the icon from a program that is started anew: nobody watches for
@@ -127,7 +129,9 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
     const auto machine = makeMachine(std::move(options));
     AutostartEntry loginItem(QApplication::applicationFilePath(),
                              QString::fromLatin1(ProgramOptions::loginStart));
-    auto next = Next::nothing;
+    const OwnFile ownFile(QFile::encodeName(QApplication::applicationFilePath()).toStdString());
+    End end;
+    auto& next = end.next;
     AppDelegate delegate({*machine, loop, loop, settings,
                           [] {
                               return openUserHistory(WhenKept::share);
@@ -141,7 +145,19 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
                               },
                           .loginItem = &loginItem},
                          desktop);
-    instance.onShow([&](const std::string& wish) { delegate.reopen(wish); });
+    instance.onShow([&](const std::string& text) {
+        const auto wish = Wish::from(text);
+        // After an upgrade who starts the program wants the new one.
+        if (wish.window != AppDelegate::nothing && ownFile.isReplaced() &&
+            !delegate.model().isBusyStopping() && !delegate.model().historyIsBehind()) {
+            AppDelegate::takeToken(wish);
+            next = Next::again;
+            end.show = AppDelegate::windowFor(wish.window);
+            app.quit();
+            return;
+        }
+        delegate.reopen(wish);
+    });
     delegate.didFinishLaunching({.isLogin = isLoginStart(given),
                                  .isUnasked = given.isStartedAnew,
                                  .show = given.show,
@@ -189,19 +205,22 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
     followTray(*delegate.statusItem(), restart, loop, given.isStartedAnew);
     const BusService bus(delegate.model(), loop, std::move(service));
     signals.start();
-    const int status = QApplication::exec();
+    end.status = QApplication::exec();
     delegate.model().stopMonitor();
-    return {.status = status, .next = next};
+    return end;
 }
 
 /// In this process's place, which leaves ours to the next one. Returns only if that fails.
-int startAnew(std::vector<std::string> arguments, Next next) {
+int startAnew(std::vector<std::string> arguments, const End& end) {
     arguments = argumentsToRunAgain(arguments);
-    if (next == Next::againUnnoticed || next == Next::afterLoss) {
+    if (end.next == Next::againUnnoticed || end.next == Next::afterLoss) {
         arguments.emplace_back(ProgramOptions::nothingWasOn);
     }
-    if (next == Next::afterLoss) {
+    if (end.next == Next::afterLoss) {
         arguments.emplace_back(ProgramOptions::displayLost);
+    }
+    if (end.show) {
+        arguments.emplace_back("--show=" + *end.show);
     }
     std::vector<char*> pointers;
     for (auto& argument : arguments) {
@@ -317,7 +336,7 @@ int main(int argc, char** argv) {
             return runDemo(app, signals, options, desktop);
         }
         const auto end = runReal(app, signals, options, desktop, hangingBus.isHidden());
-        return end.next == Next::nothing ? end.status : startAnew(given, end.next);
+        return end.next == Next::nothing ? end.status : startAnew(given, end);
     } catch (const std::exception& error) {
         return complain(error.what(), 1);
     }

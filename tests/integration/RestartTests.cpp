@@ -6,6 +6,7 @@
 #include "support/PrivateSession.h"
 #include "support/XServer.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -41,8 +42,8 @@ protected:
         settings.onboardingDone.set(true);
     }
 
-    void start() {
-        session_.start("velmoran", {VELMORAN, "--login-start"});
+    void start(const std::string& program = VELMORAN) {
+        session_.start("velmoran", {program, "--login-start"});
         ASSERT_TRUE(waitUntil([&] {
             return display_->dockedIcons().size() == 1 && !busOwner().empty();
         })) << session_.logs();
@@ -137,6 +138,46 @@ TEST_F(RestartNow, SpeaksTheNewLanguageAndKeepsAMuteAndTrust) {
     EXPECT_TRUE(waitUntil([&] { return isMuted(); })) << session_.logs();
     ask({"unmute"});
     EXPECT_TRUE(waitUntil([&] { return !isMuted(); })) << session_.logs();
+    EXPECT_EQ(program.stop(), 0) << session_.logs();
+}
+
+/// What a package does: the new file takes the old one's name, and the old one is open without one.
+TEST_F(RestartNow, IsDoneByASecondStartAfterAnUpgrade) {
+    namespace fs = std::filesystem;
+    const auto installed = session_.folder() / "velmoran";
+    const auto unpacked = session_.folder() / "velmoran.dpkg-new";
+    fs::copy_file(VELMORAN, installed);
+    start(installed.string());
+    auto& program = *session_.child("velmoran");
+    const auto owner = busOwner();
+    const auto runs = [&program] {
+        return fs::read_symlink("/proc/" + std::to_string(program.pid()) + "/exe").string();
+    };
+    ask({"--velmoran", installed.string(), "stop"});
+    ASSERT_TRUE(waitUntil([&] { return isMuted(); })) << session_.logs();
+
+    fs::copy_file(VELMORAN, unpacked);
+    fs::rename(unpacked, installed);
+    EXPECT_EQ(runs(), installed.string() + " (deleted)");
+    EXPECT_EQ(session_.run({installed.string(), "--login-start"}).status, 0);
+    EXPECT_EQ(busOwner(), owner) << "a login asks for nothing";
+
+    EXPECT_EQ(session_.run({installed.string(), "--show", "history"}).status, 0);
+    EXPECT_TRUE(waitUntil([&] { return window("History") != 0; })) << session_.logs();
+    EXPECT_TRUE(program.running()) << "the new one has its place";
+    EXPECT_EQ(runs(), installed.string());
+    EXPECT_TRUE(waitUntil([&] {
+        const auto now = busOwner();
+        return !now.empty() && now != owner && display_->dockedIcons().size() == 1;
+    })) << session_.logs();
+    EXPECT_TRUE(isMuted());
+
+    // From here on nothing is new.
+    const auto next = busOwner();
+    EXPECT_EQ(session_.run({installed.string(), "--show", "settings"}).status, 0);
+    EXPECT_TRUE(waitUntil([&] { return window("Settings") != 0; })) << session_.logs();
+    EXPECT_NE(window("History"), 0U);
+    EXPECT_EQ(busOwner(), next);
     EXPECT_EQ(program.stop(), 0) << session_.logs();
 }
 

@@ -178,15 +178,15 @@ TEST_F(Delegate, AReopenBeforeTheStartDoesNothing) {
 
 TEST_F(Delegate, ASecondStartShowsTheMainWindowHoweverOftenItComes) {
     delegate.didFinishLaunching({.isLogin = true});
-    delegate.reopen("nothing");
+    delegate.reopen(Wish::from("nothing"));
     EXPECT_THAT(openWindows(), IsEmpty());
-    delegate.reopen("");
-    delegate.reopen("");
+    delegate.reopen(Wish::from(""));
+    delegate.reopen(Wish::from(""));
     EXPECT_THAT(openWindows(), ElementsAre("main"));
     EXPECT_THAT(delegate.model().notices.items(), SizeIs(0));
-    delegate.reopen("history");
+    delegate.reopen(Wish::from("history"));
     EXPECT_THAT(openWindows(), ElementsAre("main", "history"));
-    delegate.reopen(std::string("\xff\x01 what nobody knows"));
+    delegate.reopen(Wish::from("\xff\x01 what nobody knows"));
     EXPECT_THAT(openWindows(), ElementsAre("main", "history"));
 }
 
