@@ -50,7 +50,8 @@ ProgramOptions ProgramOptions::from(const QStringList& arguments) {
     const auto resumed = hidden(named(nothingWasOn));
     const auto login = hidden(named(loginStart));
     const auto lost = hidden(named(displayLost));
-    parser.addOptions({demo, show, showWindow, devices, resumed, login, lost});
+    const auto unit = hidden(named(unitStart));
+    parser.addOptions({demo, show, showWindow, devices, resumed, login, lost, unit});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("A recording to play with --demo."),
                                  QStringLiteral("[FILE]"));
@@ -93,7 +94,8 @@ ProgramOptions ProgramOptions::from(const QStringList& arguments) {
         options.recording = files.first();
     }
     options.deviceFolder = parser.value(devices);
-    options.isLoginStart = parser.isSet(login);
+    options.isLoginStart = parser.isSet(login) || parser.isSet(unit);
+    options.canBeHandedOver = parser.isSet(login) && arguments.size() == 2;
     options.isStartedAnew = parser.isSet(resumed);
     options.hasLostDisplay = parser.isSet(lost);
     return options;
@@ -111,8 +113,8 @@ std::vector<std::string> argumentsToRunAgain(const std::vector<std::string>& arg
         if (isForOneStart(name)) {
             ++i; // its value comes after it
         } else if (!isForOneStart(name.substr(0, name.find('='))) &&
-                   each != ProgramOptions::loginStart && each != ProgramOptions::nothingWasOn &&
-                   each != ProgramOptions::displayLost) {
+                   each != ProgramOptions::loginStart && each != ProgramOptions::unitStart &&
+                   each != ProgramOptions::nothingWasOn && each != ProgramOptions::displayLost) {
             kept.push_back(each);
         }
     }

@@ -20,6 +20,9 @@ struct ProgramOptions {
     /// The same, beside that window and of any text; goes before the setting of that name.
     std::optional<std::string> showWindow;
     bool isLoginStart = false;
+    /// The desktop has started it at login, by nothing but that: the user's systemd may do it
+    /// instead.
+    bool canBeHandedOver = false;
     /// This process has taken the place of one with no bus in Qt, when nothing was on.
     bool isStartedAnew = false;
     bool hasLostDisplay = false; ///< this process has taken the place of one whose display went
@@ -31,6 +34,8 @@ struct ProgramOptions {
 
     /// By which the desktop says that it is the login that starts the program.
     static constexpr const char* loginStart = "--login-start";
+    /// The same from the user's systemd.
+    static constexpr const char* unitStart = "--unit-start";
     static constexpr const char* nothingWasOn = "--nothing-was-on";
     static constexpr const char* displayLost = "--display-lost";
 };

@@ -18,6 +18,7 @@
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
 #include "app/shell/login/AutostartEntry.h"
+#include "app/shell/login/UserUnit.h"
 #include "app/shell/surface/X11Window.h"
 #include "system/MakeMachine.h"
 #include "system/MakeSounds.h"
@@ -210,6 +211,20 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
     return end;
 }
 
+std::vector<std::string> ownEnvironment() {
+    std::vector<std::string> environment;
+    for (char** each = environ; *each != nullptr; ++each) {
+        environment.emplace_back(*each);
+    }
+    return environment;
+}
+
+bool isRunByUserUnit(const std::vector<std::string>& environment) {
+    const UserUnit unit(QFile::encodeName(QApplication::applicationFilePath()).toStdString(),
+                        qgetenv("XDG_RUNTIME_DIR").toStdString());
+    return unit.start(environment);
+}
+
 /// In this process's place, which leaves ours to the next one. Returns only if that fails.
 int startAnew(std::vector<std::string> arguments, const End& end) {
     arguments = argumentsToRunAgain(arguments);
@@ -284,6 +299,7 @@ int runDemo(QApplication& app, SignalWatch& signals, const ProgramOptions& given
 int main(int argc, char** argv) {
     fillStandardStreams();
     const std::vector<std::string> given(argv, argv + argc);
+    const auto environment = ownEnvironment(); // before it is changed for this process alone
     const auto facts = displayFacts();
     const bool hasLostDisplay =
         std::find(given.begin(), given.end(), ProgramOptions::displayLost) != given.end();
@@ -334,6 +350,9 @@ int main(int argc, char** argv) {
     try {
         if (options.task == ProgramOptions::Task::demo) {
             return runDemo(app, signals, options, desktop);
+        }
+        if (options.canBeHandedOver && isRunByUserUnit(environment)) {
+            return 0;
         }
         const auto end = runReal(app, signals, options, desktop, hangingBus.isHidden());
         return end.next == Next::nothing ? end.status : startAnew(given, end);

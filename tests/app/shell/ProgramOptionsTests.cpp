@@ -41,6 +41,14 @@ TEST(ProgramOptions, TakeASettingForOneStart) {
 TEST(ProgramOptions, KnowALoginAndAStartInAnothersPlace) {
     EXPECT_TRUE(options({"--login-start"}).isLoginStart);
     EXPECT_TRUE(options({"--nothing-was-on"}).isStartedAnew);
+    EXPECT_TRUE(options({"--unit-start"}).isLoginStart);
+}
+
+TEST(ProgramOptions, AreHandedOverOnlyByAPlainLogin) {
+    EXPECT_TRUE(options({"--login-start"}).canBeHandedOver);
+    EXPECT_FALSE(options({}).canBeHandedOver);
+    EXPECT_FALSE(options({"--unit-start"}).canBeHandedOver) << "it would go round";
+    EXPECT_FALSE(options({"--login-start", "--device-folder", "/x"}).canBeHandedOver);
 }
 
 TEST(ProgramOptions, TellWhatThereIs) {
