@@ -44,7 +44,7 @@ std::string tellingOf(const NoticeItem& item) {
 } // namespace
 
 DesktopNotices::DesktopNotices(NoticeCenter& notices, Options options)
-    : notices_(notices),
+    : notices_(notices, [this] { update(); }),
       options_(std::move(options)) {
     again_.setSingleShot(true);
     again_.setInterval(options_.pause);
@@ -52,7 +52,6 @@ DesktopNotices::DesktopNotices(NoticeCenter& notices, Options options)
     due_.setSingleShot(true);
     due_.setInterval(options_.patience);
     due_.callOnTimeout(this, [this] { complain("the desktop's notifications don't answer"); });
-    changes_ = notices_.onChange.subscribe([this] { update(); });
     connect();
 }
 
@@ -202,7 +201,7 @@ void DesktopNotices::ownerChanged(sd_bus_message* signal) {
 }
 
 void DesktopNotices::update() {
-    const auto& items = notices_.items();
+    const auto items = notices_.items();
     std::erase_if(shown_, [&](const Shown& shown) {
         const bool isThere = std::any_of(items.begin(), items.end(), [&](const NoticeItem& item) {
             return item.id == shown.notice;

@@ -1,14 +1,14 @@
 // The notices as the desktop's notifications, by org.freedesktop.Notifications: where no surface of
 // our own can stand. Urgent, so that they stay, show their buttons and come over full-screen
-// windows; worded and buttoned as the cards are, and taken back when the card would go. Never waits
-// for the bus or the desktop: an answer that is late counts when it comes, and what was sent isn't
-// sent a second time meanwhile. A notification that the desktop has closed by itself isn't shown
-// again, unless its notice changes; when the desktop's service begins anew, all are. Owned by the
-// application delegate; main thread.
+// windows; worded and buttoned as the cards are, one for each app, and taken back when the card
+// would go. Never waits for the bus or the desktop: an answer that is late counts when it comes,
+// and what was sent isn't sent a second time meanwhile. A notification that the desktop has closed
+// by itself isn't shown again, unless its notice changes; when the desktop's service begins anew,
+// all are. Owned by the application delegate; main thread.
 #pragma once
 
 #include "app/bus/BusLink.h"
-#include "app/notices/NoticeCenter.h"
+#include "app/notices/JoinedNotices.h"
 #include "app/shell/cards/NoticeSurface.h"
 
 #include <QObject>
@@ -85,7 +85,7 @@ private:
     /// Not from the service itself.
     bool isForeign(sd_bus_message* signal) const;
 
-    NoticeCenter& notices_;
+    JoinedNotices notices_;
     Options options_;
     std::unique_ptr<BusLink> link_;
     std::optional<bool> hasMarkup_; ///< nothing until the service has said what it can
@@ -96,7 +96,6 @@ private:
     bool hasComplained_ = false;
     QTimer again_;
     QTimer due_; ///< an answer
-    Subscription changes_;
 };
 
 } // namespace velmoran

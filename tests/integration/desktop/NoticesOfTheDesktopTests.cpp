@@ -135,6 +135,26 @@ TEST_F(NoticesOfTheDesktop, AreTakenBackWhenTheirCardWouldGo) {
     EXPECT_EQ(asked("close").front()["close"], 1);
 }
 
+TEST_F(NoticesOfTheDesktop, AreOneForEachApp) {
+    startService("plain");
+    begin();
+    const AppIdentity zoom{.id = "zoom", .name = "Zoom", .bundleID = {}, .path = {}, .teamID = {}};
+    for (const auto* title : {"Zoom turned on the camera", "Zoom turned on the microphone"}) {
+        auto card = item(title);
+        card.app = zoom;
+        notices.show(card);
+    }
+    // The older one goes as soon as its number is known.
+    ASSERT_TRUE(eventually([&] {
+        return !asked("notify").empty() &&
+               asked("notify").back()["notify"] == "Zoom turned on the microphone" &&
+               asked("notify").size() == asked("close").size() + 1;
+    }));
+    notices.show(item("Another"));
+    ASSERT_TRUE(eventually([&] { return asked("notify").back()["notify"] == "Another"; }));
+    EXPECT_EQ(notices.items().size(), 3U);
+}
+
 TEST_F(NoticesOfTheDesktop, HearPressesClicksAndClosing) {
     startService("plain");
     begin();
