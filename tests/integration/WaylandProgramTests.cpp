@@ -43,7 +43,7 @@ TEST_F(WaylandProgram, StandsOnLayersWithoutLoadingWhatItDoesNotDrawWith) {
 
 TEST_F(WaylandProgram, LeavesAnXServerAloneWhereThereAreLayers) {
     session_.startSound();
-    support::startSway(session_, true);
+    support::startSway(session_, support::SwayWith::x);
     startVelmoran();
     EXPECT_TRUE(hasLoaded("libqwayland"));
     EXPECT_FALSE(hasLoaded("libqxcb"));
@@ -51,7 +51,7 @@ TEST_F(WaylandProgram, LeavesAnXServerAloneWhereThereAreLayers) {
 
 TEST_F(WaylandProgram, StandsOnXWhereItsDesktopDoesBetterByThat) {
     session_.startSound();
-    support::startSway(session_, true);
+    support::startSway(session_, support::SwayWith::x);
     session_.environment()["XDG_CURRENT_DESKTOP"] = "GNOME";
     startVelmoran();
     EXPECT_TRUE(hasLoaded("libqxcb"));

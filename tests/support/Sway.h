@@ -7,9 +7,17 @@
 
 namespace velmoran::support {
 
-/// A screen of 1280 x 800, "HEADLESS-1". Where `withX`, sway starts an X server for those who want
-/// one, and DISPLAY names it. Throws as the session's own starts do.
-void startSway(PrivateSession& session, bool withX = false);
+enum class SwayWith {
+    nothing,
+    x,       ///< it starts an X server for those who want one, and DISPLAY names that
+    screens, ///< those that "create_output" makes can be unplugged: it is a window of another sway
+};
+
+/// A screen of 1280 x 800, "HEADLESS-1". Throws as the session's own starts do.
+void startSway(PrivateSession& session, SwayWith with = SwayWith::nothing);
+
+/// Takes away a screen that was made.
+void unplugFromSway(PrivateSession& session, const std::string& screen);
 
 /// What swaymsg answers to these words; empty if it fails.
 std::string askSway(PrivateSession& session, const std::vector<std::string>& words);

@@ -128,6 +128,7 @@ Compositor::Compositor()
     connect(qGuiApp, &QGuiApplication::screenAdded, this, &Compositor::watch);
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* screen) {
         std::erase_if(probes_, [&](const auto& probe) { return probe->screen() == screen; });
+        onAreasChanged();
     });
     flush();
 }

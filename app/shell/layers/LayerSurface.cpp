@@ -12,6 +12,8 @@ namespace {
 
 /// Closed twice within this time, it is not wanted there.
 constexpr qint64 closedAgainMilliseconds = 2000;
+/// A surface is closed before its screen is said to be gone.
+constexpr int goneMilliseconds = 200;
 
 } // namespace
 
@@ -197,20 +199,23 @@ void LayerSurface::configured(std::uint32_t serial, QSize size) {
 
 /// The screen goes, or the compositor doesn't want it any more.
 void LayerSurface::closed() {
+    const QPointer<QScreen> screen = screen_;
     endSurface();
     if (!isWanted_) {
         return;
     }
-    if (sinceClosed_.isValid() && sinceClosed_.elapsed() < closedAgainMilliseconds) {
-        lose();
-        return;
-    }
-    sinceClosed_.start();
-    // Later, when it is known which screens are left.
-    QTimer::singleShot(0, this, [this] {
-        if (!role_ && isWanted_) {
-            present(frame_, shape_, false);
+    QTimer::singleShot(goneMilliseconds, this, [this, screen] {
+        if (role_ || !isWanted_) {
+            return;
         }
+        if (screen) {
+            if (sinceClosed_.isValid() && sinceClosed_.elapsed() < closedAgainMilliseconds) {
+                lose();
+                return;
+            }
+            sinceClosed_.start();
+        }
+        present(frame_, shape_, false);
     });
 }
 

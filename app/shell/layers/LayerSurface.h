@@ -57,7 +57,7 @@ private:
     QWidget& window_;
     Compositor& compositor_;
     wl_proxy* role_ = nullptr;
-    const QScreen* screen_ = nullptr; ///< of the role
+    QPointer<QScreen> screen_; ///< of the role
     bool isConfigured_ = false;
     bool isWanted_ = false;   ///< presented, and not taken away
     bool keepsReady_ = false; ///< has a role also while it isn't

@@ -29,7 +29,7 @@ int main(int argc, char** argv) {
     session.emplace();
     try {
         session->startBus();
-        velmoran::support::startSway(*session);
+        velmoran::support::startSway(*session, velmoran::support::SwayWith::screens);
         // Before any client, which would else have to notice a mouse that comes later.
         const auto ready = [] {
             return session->child("hand")->output().starts_with("ready");
