@@ -321,7 +321,7 @@ int main(int argc, char** argv) {
     }
     onDisplayLoss([&given] {
         std::cerr << "velmoran: the display has gone; Velmoran goes on with what there is\n";
-        (void)startAnew(given, Next::afterLoss);
+        (void)startAnew(given, {.next = Next::afterLoss});
     });
     // What is started from here, and what runs in this one's place, chooses for itself.
     qputenv("QT_QPA_PLATFORM", QByteArray::fromStdString(facts.wanted));
