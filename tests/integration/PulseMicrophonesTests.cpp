@@ -144,6 +144,10 @@ protected:
         ASSERT_TRUE(waitUntil([&] { return set(true).outcome.mutedCount == count; }))
             << session_.logs();
         ASSERT_EQ(set(false).outcome.mutedCount, count);
+        ASSERT_TRUE(waitUntil([&] {
+            const auto sources = session_.run({"pactl", "list", "sources"}).output;
+            return sources.find("Mute: yes") == std::string::npos;
+        }));
         arrivals_ = lateMutes_ = 0;
     }
     /// The names, as far as that is known.

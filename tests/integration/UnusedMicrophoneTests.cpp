@@ -149,10 +149,10 @@ TEST_F(UnusedMicrophone, IsHeardAfterTheUnmuteOfAMuteOfWhichNobodyKnowsWhatItMut
 }
 
 TEST_F(UnusedMicrophone, IsUnmutedAfterARestartThatRemembersIt) {
-    startWithMicrophone();
     run({"pactl", "load-module", "module-null-sink", "media.class=Audio/Source/Virtual",
          "sink_name=users"});
     run({"pactl", "set-source-mute", "users", "1"});
+    startWithMicrophone();
     mute();
     EXPECT_TRUE(isSaidToBe(true));
     EXPECT_TRUE(becomes([&] { return settings_.bytes("mutedByVelmoran").has_value(); }));

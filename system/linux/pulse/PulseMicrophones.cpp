@@ -67,8 +67,6 @@ void PulseMicrophones::recall(const std::optional<MutedPlaces>& muted, bool stan
     });
 }
 
-// MARK: - The mirror
-
 void PulseMicrophones::connected() {
     sources_.clear();
     wishes_.clear();
@@ -154,14 +152,15 @@ void PulseMicrophones::store(const pa_source_info& info) {
     const bool wasMuted = known.isMuted;
     known = std::move(source);
     if (isMuteWanted_ && !known.isMuted) {
-        if (wasMuted && !hasArrived) {
+        if (wasMuted && !hasArrived && !isBeingWritten(info.index)) {
             mutedHere_.add(known.place()); // whoever had muted it before wants it no longer
         }
         // One that is new has to be noted as muted here before it is.
         if (!hasArrived || mutedHere_.contains(known.place())) {
             hold_.unmuted(info.index);
         }
-        if (wasMuted) {
+        // Answers come in the order of the questions: this one was asked before that write.
+        if (wasMuted && !isBeingWritten(info.index)) {
             unmutes_();
         }
     } else if (!isMuteWanted_ && known.isMuted && wishes_.mayRepeat(info.index)) {
@@ -196,7 +195,13 @@ void PulseMicrophones::tellOfMutedHere() {
     }
 }
 
-// MARK: - The calls
+bool PulseMicrophones::isBeingWritten(std::uint32_t index) const {
+    const auto isOpen = [&](const Write& write) {
+        return write.index == index && write.operation;
+    };
+    return std::ranges::any_of(
+        calls_, [&](const Call& call) { return std::ranges::any_of(call.writes, isOpen); });
+}
 
 bool PulseMicrophones::isMuted(std::uint32_t index, const Source& source) const {
     return wishes_.wanted(index).value_or(source.isMuted);

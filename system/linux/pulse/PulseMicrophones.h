@@ -111,6 +111,8 @@ private:
     void tellOfMutedHere();
     bool isConcerned(const Call& call, std::uint32_t index, const Source& source) const;
     bool isMuted(std::uint32_t index, const Source& source) const;
+    /// The server hasn't answered a write to it yet.
+    bool isBeingWritten(std::uint32_t index) const;
     void beginWaiting();
     void begin(Call& call);
     void sent(Write& write, pa_operation* operation);
