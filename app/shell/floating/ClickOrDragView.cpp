@@ -19,7 +19,7 @@ ClickOrDragView::ClickOrDragView(QWidget* parent) : QAbstractButton(parent) {
 void ClickOrDragView::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) {
         start_ = event->globalPosition().toPoint();
-        windowStart_ = window()->pos();
+        windowStart_ = place ? place() : window()->pos();
         dragged_ = false;
     }
     event->accept();

@@ -18,6 +18,8 @@ public:
     /// Where the window belongs by the mouse that holds it.
     std::function<void(const QPoint& place)> onDrag;
     std::function<void(bool inside)> onHover;
+    /// Where the window is, in the plane of `onDrag`; as Qt has it while unset.
+    std::function<QPoint()> place;
 
     /// A drag is under way: the mouse has been moved too far for a click and is still down.
     bool dragged() const { return dragged_; }

@@ -9,6 +9,10 @@ FloatingPanel::FloatingPanel(Overlays& overlays)
     mouse_->onDrag = [this](const QPoint& place) {
         dragTo(place);
     };
+    // On Wayland Qt takes every window for one at the corner.
+    mouse_->place = [this] {
+        return frame().topLeft();
+    };
 }
 
 void FloatingPanel::showAt(const QRect& frame, FloatingStopView::Content content) {

@@ -183,6 +183,8 @@ struct DelegateOnLayers : testing::ModelFixture, OnLayers {
     std::unique_ptr<AppDelegate> delegate;
 
     void launchThere() {
+        // Where nothing comes under it, as it may by an earlier case.
+        moveTo(QPoint(640, 700));
         settings.setBoolean("floatingStopButton", true);
         settings.setBoolean("onboardingDone", true);
         delegate = std::make_unique<AppDelegate>(
@@ -222,6 +224,12 @@ TEST_F(DelegateOnLayers, TheButtonIsDraggedAndStaysThere) {
     turnOn();
     ASSERT_TRUE(eventually([&] { return !button().expanded(); }));
     const auto from = button().frame().center();
+    // It grows under the hand, which comes on it before it presses.
+    int trembling = 0;
+    ASSERT_TRUE(eventually([&] {
+        moveTo(from + QPoint(0, 5 + ++trembling % 2));
+        return button().expanded();
+    }));
     moveTo(from);
     hand({"press"});
     for (int step = 1; step <= 8; ++step) {
