@@ -1,7 +1,12 @@
 #include "app/shell/DisplayLoss.h"
 
+#include "app/bus/BusLink.h"
+
 #include <QByteArray>
 #include <QString>
+#include <cstdlib>
+#include <memory>
+#include <systemd/sd-login.h>
 #include <utility>
 
 namespace velmoran {
@@ -25,6 +30,23 @@ void listen(QtMsgType type, const QMessageLogContext& context, const QString& te
 bool tellsOfDisplayLoss(std::string_view words) {
     return words.starts_with("The Wayland connection ") ||
            words.starts_with("The X11 connection broke");
+}
+
+bool isLoginOver(const std::string& sessionBus) {
+    if (!BusLink::open(sessionBus, {.lost = [] {}})) {
+        return true;
+    }
+    char* session = nullptr;
+    if (::sd_pid_get_session(0, &session) < 0) {
+        return false; // run by the user's manager, which ends it itself
+    }
+    const std::unique_ptr<char, decltype(&std::free)> name(session, &std::free);
+    char* state = nullptr;
+    if (::sd_session_get_state(session, &state) < 0) {
+        return true;
+    }
+    const std::unique_ptr<char, decltype(&std::free)> word(state, &std::free);
+    return std::string_view(state) == "closing";
 }
 
 void onDisplayLoss(std::function<void()> act) {

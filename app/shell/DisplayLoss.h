@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <string_view>
 
 namespace velmoran {
@@ -13,5 +14,9 @@ bool tellsOfDisplayLoss(std::string_view words);
 
 /// `act` is called at that moment, and may put another program into this process. Once at most.
 void onDisplayLoss(std::function<void()> act);
+
+/// Whether the display went because the person has logged out: the session bus is gone, or the
+/// login manager says that the session of this process ends. Nobody is left then to be told.
+bool isLoginOver(const std::string& sessionBus);
 
 } // namespace velmoran

@@ -186,6 +186,8 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
             if (isDisplayBack()) {
                 next = Next::againUnnoticed;
                 app.quit();
+            } else if (isLoginOver(sessionBusAddress())) {
+                app.quit();
             }
         });
         display.start(std::chrono::seconds(5));
