@@ -3,23 +3,27 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace velmoran {
 namespace {
 
-/// A docked icon as the server shows it: a square of points with four bytes each, of which the
-/// first three are colours.
+/// A docked icon as the server shows it: points with four bytes each, of which the first three are
+/// colours.
 class Shown {
 public:
-    explicit Shown(std::string pixels) : pixels_(std::move(pixels)) {}
+    Shown(const support::XServer& server, std::uint32_t icon)
+        : pixels_(server.picture(icon)),
+          width_(server.width(icon)) {}
 
-    [[nodiscard]] bool isThere() const { return pixels_.size() >= 4; }
+    [[nodiscard]] bool isThere() const { return width_ > 0 && pixels_.size() >= 4 * width_; }
     /// From 0 (black) to 1 (white), as the eye has it.
     [[nodiscard]] double middle() const {
-        const auto side = static_cast<std::size_t>(std::sqrt(double(pixels_.size()) / 4));
-        return luminance(side / 2 * side + side / 2);
+        const auto rows = pixels_.size() / 4 / width_;
+        return luminance(rows / 2 * width_ + width_ / 2);
     }
     /// The best ratio of contrast between any point and the ground in the corner (WCAG 2).
     [[nodiscard]] double contrast() const {
@@ -42,6 +46,7 @@ private:
     }
 
     std::string pixels_;
+    std::size_t width_;
 };
 
 TEST_F(Desktop, TheIconDocksIntoATrayThatComesLate) {
@@ -60,23 +65,19 @@ TEST_F(Desktop, TheIconTakesTheColourThatTheTraySaysWhileItRuns) {
     startVelmoran();
     ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; })) << session_.logs();
     const auto icon = display_->dockedIcons().front();
-    const auto say = [&](const std::string& part) {
-        const auto one = part + ", " + part + ", " + part;
-        const auto finished = session_.run(
-            {"xprop", "-id", std::to_string(display_->trayOwner()), "-f", "_NET_SYSTEM_TRAY_COLORS",
-             "32c", "-set", "_NET_SYSTEM_TRAY_COLORS", one + ", " + one + ", " + one + ", " + one});
-        ASSERT_TRUE(finished.succeeded()) << finished.errors;
+    const auto say = [&](std::uint32_t part) {
+        display_->sayTrayColors(std::vector<std::uint32_t>(12, part));
     };
     const auto dotIs = [&](double least, double most) {
         return waitUntil([&] {
-            const Shown shown(display_->picture(icon));
+            const Shown shown(*display_, icon);
             return shown.isThere() && shown.middle() >= least && shown.middle() <= most;
         });
     };
     for (int time = 0; time < 2; ++time) {
-        say("65535");
+        say(65535);
         EXPECT_TRUE(dotIs(0.9, 1)) << session_.logs();
-        say("0");
+        say(0);
         EXPECT_TRUE(dotIs(0, 0.1)) << session_.logs();
     }
 }
@@ -93,7 +94,7 @@ TEST_F(Desktop, TheIconCanBeReadWhateverColourThePanelHas) {
             << session_.logs();
         const auto icon = display_->dockedIcons().front();
         EXPECT_TRUE(waitUntil([&] {
-            const Shown shown(display_->picture(icon));
+            const Shown shown(*display_, icon);
             return shown.isThere() && shown.contrast() >= 3;
         })) << tint;
         session_.stop("velmoran");

@@ -50,6 +50,13 @@ std::uint32_t XServer::trayOwner() const {
     return reply ? reply->owner : 0;
 }
 
+void XServer::sayTrayColors(const std::vector<std::uint32_t>& parts) const {
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, trayOwner(),
+                        atom("_NET_SYSTEM_TRAY_COLORS"), XCB_ATOM_CARDINAL, 32,
+                        static_cast<std::uint32_t>(parts.size()), parts.data());
+    xcb_flush(connection_);
+}
+
 bool XServer::hasTray() const {
     return trayOwner() != 0;
 }
@@ -112,6 +119,12 @@ std::vector<std::uint32_t> XServer::visibleWindows(const std::string& windowClas
         }
     }
     return result;
+}
+
+std::size_t XServer::width(std::uint32_t window) const {
+    const Reply<xcb_get_geometry_reply_t> reply(
+        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+    return reply ? reply->width : 0;
 }
 
 bool XServer::isEmbedded(std::uint32_t window) const {

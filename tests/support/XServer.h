@@ -2,6 +2,7 @@
 // stand on it. One connection, closed with the object; on the thread that made it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -26,10 +27,14 @@ public:
     [[nodiscard]] std::vector<std::uint32_t> visibleWindows(const std::string& windowClass) const;
     /// The tray's own window; 0 where there is none.
     [[nodiscard]] std::uint32_t trayOwner() const;
+    /// Has the tray say in which colour icons show up on it: four colours of three parts each.
+    void sayTrayColors(const std::vector<std::uint32_t>& parts) const;
     /// Windows that have put themselves into the tray.
     [[nodiscard]] std::vector<std::uint32_t> dockedIcons() const;
     /// What a window shows, as the server's raw pixels; empty if it can't be seen.
     [[nodiscard]] std::string picture(std::uint32_t window) const;
+    /// How many points such a picture has beside each other; 0 without one.
+    [[nodiscard]] std::size_t width(std::uint32_t window) const;
     /// Whether the window stands in another program's, as a tray icon does.
     [[nodiscard]] bool isEmbedded(std::uint32_t window) const;
     [[nodiscard]] xcb_connection_t* connection() const { return connection_; }
