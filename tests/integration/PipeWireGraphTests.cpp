@@ -92,14 +92,14 @@ TEST_F(PipeWireGraphWithServers, NamesANativeAndAPulseRecorderByTheirExecutables
     EXPECT_TRUE(watcher.connects());
     EXPECT_THAT(watcher.now().microphone, IsEmpty());
     auto& native = session.start("native", {"pw-record", session.file("a.wav")});
-    EXPECT_TRUE(becomes(watcher, "pw-record"));
+    EXPECT_TRUE(becomes(watcher, "pw-cat"));
     auto& pulse = session.start("pulse recorder", pulseRecorder());
-    EXPECT_TRUE(becomes(watcher, "parecord"));
+    EXPECT_TRUE(becomes(watcher, "pacat"));
     native.stop();
     pulse.stop();
-    EXPECT_TRUE(becomes(watcher, "pw-record", false));
-    EXPECT_TRUE(becomes(watcher, "parecord", false));
-    EXPECT_THAT(watcher.everHeard(), UnorderedElementsAre("pw-record", "parecord"));
+    EXPECT_TRUE(becomes(watcher, "pw-cat", false));
+    EXPECT_TRUE(becomes(watcher, "pacat", false));
+    EXPECT_THAT(watcher.everHeard(), UnorderedElementsAre("pw-cat", "pacat"));
 }
 
 TEST_F(PipeWireGraphWithServers, FindsAtItsStartWhatIsGoingOn) {
@@ -107,19 +107,18 @@ TEST_F(PipeWireGraphWithServers, FindsAtItsStartWhatIsGoingOn) {
         GraphWatcher first;
         session.start("native", {"pw-record", session.file("a.wav")});
         session.start("pulse recorder", pulseRecorder());
-        ASSERT_TRUE(becomes(first, "pw-record"));
-        ASSERT_TRUE(becomes(first, "parecord"));
+        ASSERT_TRUE(becomes(first, "pw-cat"));
+        ASSERT_TRUE(becomes(first, "pacat"));
     }
     GraphWatcher watcher;
-    EXPECT_THAT(watcher.history().front().microphone,
-                UnorderedElementsAre("pw-record", "parecord"));
+    EXPECT_THAT(watcher.history().front().microphone, UnorderedElementsAre("pw-cat", "pacat"));
 }
 
 TEST_F(PipeWireGraphWithServers, TellsThePlayerOfASound) {
     GraphWatcher watcher;
     auto& player = session.start("player", {"paplay", "--raw", "/dev/zero"});
     EXPECT_TRUE(waitUntil([&] {
-        return watcher.now().speaker == std::vector<std::string>{"paplay"};
+        return watcher.now().speaker == std::vector<std::string>{"pacat"};
     })) << session.logs();
     player.stop();
     EXPECT_TRUE(waitUntil([&] { return watcher.now().speaker.empty(); }));
@@ -166,12 +165,12 @@ TEST_F(PipeWireGraphWithServers, IsNotDeceivedByAFalseProcessId) {
         "application.process.id=1 application.process.binary=firefox application.name=Firefox "
         "application.id=org.mozilla.firefox client.api=x";
     session.start("pulse liar", pulseRecorder());
-    EXPECT_TRUE(becomes(watcher, "parecord"));
+    EXPECT_TRUE(becomes(watcher, "pacat"));
     session.start("native liar", {graphClient, "--prop", "application.process.id=1", "--prop",
                                   "pipewire.sec.pid=1", "--prop", "application.name=Firefox",
                                   "--prop", "application.id=org.mozilla.firefox"});
     EXPECT_TRUE(becomes(watcher, "graph-client"));
-    EXPECT_THAT(watcher.everHeard(), UnorderedElementsAre("parecord", "graph-client"));
+    EXPECT_THAT(watcher.everHeard(), UnorderedElementsAre("pacat", "graph-client"));
 }
 
 TEST_F(PipeWireGraphWithServers, IsNotDeceivedByTheProcessIdOfAnotherClient) {
@@ -183,10 +182,10 @@ TEST_F(PipeWireGraphWithServers, IsNotDeceivedByTheProcessIdOfAnotherClient) {
     }));
     session.environment()["PULSE_PROP"] = "application.process.id=" + std::to_string(honest.pid());
     session.start("first liar", pulseRecorder());
-    EXPECT_TRUE(becomes(watcher, "parecord"));
+    EXPECT_TRUE(becomes(watcher, "pacat"));
     session.start("second liar", pulseRecorder());
     EXPECT_TRUE(waitUntil([&] { return watcher.now().microphone.size() == 2; }));
-    EXPECT_THAT(watcher.everHeard(), ElementsAre("parecord"));
+    EXPECT_THAT(watcher.everHeard(), ElementsAre("pacat"));
 }
 
 TEST_F(PipeWireGraphWithServers, NamesNoLiarFalselyThatWasThereBefore) {
@@ -200,14 +199,14 @@ TEST_F(PipeWireGraphWithServers, NamesNoLiarFalselyThatWasThereBefore) {
         session.environment()["PULSE_PROP"] =
             "application.process.id=" + std::to_string(honest.pid());
         session.start("first liar", pulseRecorder());
-        ASSERT_TRUE(becomes(first, "parecord"));
+        ASSERT_TRUE(becomes(first, "pacat"));
         session.start("second liar", pulseRecorder());
         ASSERT_TRUE(waitUntil([&] { return first.now().microphone.size() == 2; }));
     }
     GraphWatcher watcher;
     EXPECT_EQ(watcher.now().microphone.size(), 2U);
     for (const auto& name : watcher.everHeard()) {
-        EXPECT_TRUE(name == "parecord" || name == unknown) << name;
+        EXPECT_TRUE(name == "pacat" || name == unknown) << name;
     }
 }
 
@@ -227,7 +226,7 @@ TEST_F(PipeWireGraphWithServers, TellsAFilterWithoutAClassThatIsLinkedByHand) {
 TEST_F(PipeWireGraphWithServers, TellsWhoeverTapsAnotherAppsStream) {
     GraphWatcher watcher;
     session.start("native", {"pw-record", "--channels", "1", session.file("a.wav")});
-    ASSERT_TRUE(becomes(watcher, "pw-record"));
+    ASSERT_TRUE(becomes(watcher, "pw-cat"));
     session.start("tap", {graphClient, "--filter", "tap"});
     ASSERT_TRUE(waitUntil([&] {
         return session.run({"pw-link", "pw-record:monitor_MONO", "tap:in"}).succeeded();
@@ -247,7 +246,7 @@ TEST_F(PipeWireGraphWithServers, TellsWhoeverListensToALoopback) {
         waitUntil([&] { return session.graph().find("\"loop-source\"") != std::string::npos; }));
     session.start("listener",
                   {"parecord", "--raw", "--latency-msec=20", "--device=loop-source", "/dev/null"});
-    EXPECT_TRUE(becomes(watcher, "parecord"));
+    EXPECT_TRUE(becomes(watcher, "pacat"));
 }
 
 TEST_F(PipeWireGraphWithServers, NamesNoGiverOfAConnectionThatAnotherUses) {
@@ -283,7 +282,7 @@ TEST_F(PipeWireGraphWithServers, NamesARecorderThatLivesForMoments) {
     // Killed as soon as it is told, and without waiting for that.
     for (const auto& command :
          {std::vector<std::string>{"pw-record", session.file("a.wav")}, pulseRecorder()}) {
-        const std::string& name = command.front();
+        const std::string name = command.front() == "pw-record" ? "pw-cat" : "pacat";
         auto& recorder = session.start("short", command);
         ASSERT_TRUE(becomes(watcher, name));
         recorder.signal(SIGKILL);
@@ -296,8 +295,8 @@ TEST_F(PipeWireGraphWithServers, NamesARecorderThatLivesForMoments) {
         session.stop("shorter");
     }
     // On a busy machine the short ones can be gone before anybody could look at them.
-    EXPECT_THAT(watcher.everHeard(), IsSubsetOf(std::vector<std::string>{"pw-record", "parecord",
-                                                                         "graph-client", unknown}));
+    EXPECT_THAT(watcher.everHeard(),
+                IsSubsetOf(std::vector<std::string>{"pw-cat", "pacat", "graph-client", unknown}));
 }
 
 TEST_F(PipeWireGraphWithServers, TellsAPulseRecorderThatIsGoneBeforeItCounts) {
@@ -323,7 +322,7 @@ TEST_F(PipeWireGraphWithServers, CannotNameAProcessThatForbidsToBeLookedAt) {
     EXPECT_TRUE(becomes(watcher, unknown));
     EXPECT_THAT(watcher.everHeard(), ElementsAre(unknown));
     session.start("native", withoutRights({"pw-record", session.file("a.wav")}));
-    EXPECT_TRUE(becomes(watcher, "pw-record"));
+    EXPECT_TRUE(becomes(watcher, "pw-cat"));
 }
 
 // A new sound server with all that belongs to it, as a restart of the session's services gives.
@@ -372,7 +371,7 @@ protected:
         session.stop("survivor");
         EXPECT_TRUE(becomes(watcher, "graph-client", false));
         session.start("native", {"pw-record", session.file("a.wav")});
-        EXPECT_TRUE(becomes(watcher, "pw-record"));
+        EXPECT_TRUE(becomes(watcher, "pw-cat"));
     }
 };
 
@@ -387,11 +386,11 @@ TEST_F(PipeWireGraphWithRestarts, TellsNothingNewWhenTheSessionManagerGoesFirst)
 TEST_F(PipeWireGraphWithRestarts, EndsTheUseOfARecorderThatDiesWithTheServer) {
     GraphWatcher watcher({.absence = 1000, .settling = 1000});
     session.start("native", {"pw-record", session.file("a.wav")});
-    ASSERT_TRUE(becomes(watcher, "pw-record"));
+    ASSERT_TRUE(becomes(watcher, "pw-cat"));
     session.child("pipewire")->signal(SIGKILL);
     ASSERT_TRUE(waitUntil([&] { return !watcher.connects(); }));
     session.child("native")->signal(SIGKILL);
-    EXPECT_TRUE(becomes(watcher, "pw-record", false));
+    EXPECT_TRUE(becomes(watcher, "pw-cat", false));
 }
 
 TEST_F(PipeWireGraphWithRestarts, EndsWhatDoesNotComeBackInTime) {
@@ -399,7 +398,7 @@ TEST_F(PipeWireGraphWithRestarts, EndsWhatDoesNotComeBackInTime) {
     // It lives on, but gives up its stream.
     session.start("native",
                   {"sh", "-c", "pw-record \"$1\"; exec sleep 1000", "sh", session.file("a.wav")});
-    ASSERT_TRUE(becomes(watcher, "pw-record"));
+    ASSERT_TRUE(becomes(watcher, "pw-cat"));
     session.start("survivor", {graphClient, "--reconnect"});
     ASSERT_TRUE(becomes(watcher, "graph-client"));
     stopServers({});
@@ -412,7 +411,7 @@ TEST_F(PipeWireGraphWithRestarts, KeepsUsesUntilANewSessionManagerHasSettled) {
     GraphWatcher watcher({.absence = 20, .settling = 0.2});
     session.start("native", {"pw-record", session.file("a.wav")});
     session.start("pulse recorder", {pulseClient});
-    ASSERT_TRUE(becomes(watcher, "pw-record"));
+    ASSERT_TRUE(becomes(watcher, "pw-cat"));
     ASSERT_TRUE(becomes(watcher, "pulse-client"));
     watcher.forget();
     session.stop("wireplumber"); // and with it the links that it has made
@@ -421,7 +420,7 @@ TEST_F(PipeWireGraphWithRestarts, KeepsUsesUntilANewSessionManagerHasSettled) {
                std::string::npos;
     }));
     for (const auto& picture : watcher.history()) {
-        EXPECT_THAT(picture.microphone, UnorderedElementsAre("pw-record", "pulse-client"));
+        EXPECT_THAT(picture.microphone, UnorderedElementsAre("pw-cat", "pulse-client"));
     }
     // WirePlumber 0.4 links no stream that was there before it, so they record no more.
     session.startWirePlumber();
@@ -440,7 +439,7 @@ TEST_F(PipeWireGraphWithRestarts, FindsAServerThatWasNotThereAtFirst) {
     startServers();
     EXPECT_TRUE(waitUntil([&] { return watcher.connects(); }));
     session.start("native", {"pw-record", session.file("a.wav")});
-    EXPECT_TRUE(becomes(watcher, "pw-record"));
+    EXPECT_TRUE(becomes(watcher, "pw-cat"));
 }
 
 TEST_F(PipeWireGraphWithServers, LeavesNothingBehindAfterHundredsOfClients) {

@@ -63,9 +63,13 @@ TEST_F(Choice, IsXWhereverThatAnswers) {
     x = wayland = true;
     plugins.insert("wayland");
     EXPECT_EQ(platform(), "xcb");
-    EXPECT_EQ(questions, 1);
     wayland = false;
     EXPECT_EQ(platform(), "xcb");
+    questions = 0;
+    plugins.erase("wayland");
+    facts.desktop = "GNOME";
+    EXPECT_EQ(platform(), "xcb");
+    EXPECT_EQ(questions, 1) << "nobody else is asked";
 }
 
 TEST_F(Choice, IsWaylandWithLayersButOnDesktopsThatDoBetterByX) {

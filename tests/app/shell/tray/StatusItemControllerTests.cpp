@@ -133,7 +133,7 @@ TEST_F(StatusItem, NamesALevelMeterAsSuch) {
     EXPECT_EQ(toolTip(), "Velmoran: Only macOS itself is listening: siri");
     auto both = microphone({meter, testing::appRef("Zoom")});
     receive(both);
-    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use");
+    EXPECT_EQ(toolTip(), "Velmoran: camera or microphone in use\nZoom is using the microphone");
     both = microphone({meter});
     both.unwatched = {Device::camera};
     receive(both);
@@ -233,15 +233,22 @@ TEST_F(StatusItem, ThePanelStaysForItsOwnMenusAndForCards) {
     EXPECT_TRUE(isPanelOpen());
 }
 
-TEST_F(StatusItem, AClickLeavesTheCardsWhereTheyAre) {
+TEST_F(StatusItem, AClickPutsThePanelBesideTheCardsAndTheNextTakesItAway) {
     receive(recordedBy("Zoom"));
     ASSERT_THAT(model->notices.items(), SizeIs(1));
     const auto place = cards().geometry();
     item->togglePanel();
     EXPECT_THAT(model->notices.items(), SizeIs(1));
-    EXPECT_EQ(cards().geometry(), place);
+    ASSERT_TRUE(isPanelOpen());
+    constexpr int shadow = NoticeStackView::padding;
+    EXPECT_FALSE(cards()
+                     .geometry()
+                     .adjusted(shadow, shadow, -shadow, -shadow)
+                     .intersects(item->panel()->geometry()));
+    EXPECT_EQ(cards().y(), place.y());
     item->togglePanel();
     EXPECT_TRUE(cards().isVisible());
+    EXPECT_EQ(cards().geometry(), place);
 }
 
 TEST_F(StatusItem, CardsGrowWithTheDesktopsLetters) {
