@@ -36,13 +36,13 @@ void openInBrowser(const std::string& address) {
 } // namespace
 
 AppDelegate::AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside,
-                         Desktop desktop)
+                         DesktopAbilities desktop)
     : around_(atTheScreen(std::move(surroundings), browserDialog_, screens_)),
       picture_(std::move(picture)),
       outside_(std::move(outside)),
       model_(around_),
-      desktop_(desktop),
-      stopShortcut_(desktop.handsOutKeys) {
+      desktop_(std::move(desktop)),
+      stopShortcut_(desktop_.handsOutKeys) {
     screens_.begin({.model = model_,
                     .scheduler = around_.scheduler,
                     .picture = picture_,
@@ -94,7 +94,7 @@ void AppDelegate::makeStatusItem() {
                                           [this](const auto& leave) {
                                               return screens_.makePanel(leave);
                                           }},
-        overlays);
+        overlays, desktop_.names);
     if (overlays) {
         floatingStop_ =
             std::make_unique<FloatingStopButton>(model_, around_.scheduler, stop, *overlays);

@@ -6,11 +6,11 @@
 #include "app/model/LoginItem.h"
 #include "app/screens/BrowserDialog.h"
 #include "app/screens/Screens.h"
-#include "app/shell/DisplayChoice.h"
 #include "app/shell/ScreenChanges.h"
 #include "app/shell/Wish.h"
 #include "app/shell/floating/FloatingStopButton.h"
 #include "app/shell/shortcut/StopShortcut.h"
+#include "app/shell/surface/DesktopAbilities.h"
 #include "app/shell/tray/StatusItemController.h"
 
 #include <functional>
@@ -35,12 +35,6 @@ public:
         LoginItem* loginItem = nullptr; ///< null: one that is forgotten at the end
     };
 
-    /// What the program runs on.
-    struct Desktop {
-        NoticeForm notices = NoticeForm::placed;
-        bool handsOutKeys = false; ///< it does, and lets nobody take them
-    };
-
     /// How the program was started.
     struct Launch {
         bool isLogin = false;   ///< the desktop did it, at login: no window
@@ -52,9 +46,10 @@ public:
     /// The surroundings outlive the delegate. Whom the model asks about browsers is the person at
     /// the screen, and its windows are the program's, whatever the surroundings say.
     AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside,
-                Desktop desktop);
+                DesktopAbilities desktop);
     AppDelegate(ModelSurroundings surroundings, AppPicture picture, Outside outside)
-        : AppDelegate(std::move(surroundings), std::move(picture), std::move(outside), Desktop()) {}
+        : AppDelegate(std::move(surroundings), std::move(picture), std::move(outside),
+                      DesktopAbilities()) {}
     ~AppDelegate() { screens_.end(); }
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
@@ -109,7 +104,7 @@ private:
     AppPicture picture_;
     Outside outside_;
     AppModel model_;
-    Desktop desktop_;
+    DesktopAbilities desktop_;
     std::unique_ptr<Overlays> layers_;
     std::unique_ptr<NoticeSurface> notifications_;     ///< in place of cards
     std::unique_ptr<FloatingStopButton> floatingStop_; ///< the status item's cards ask where it is

@@ -4,6 +4,8 @@
 // the desktops that have it and X do it better by X. Values; made once, by `main`.
 #pragma once
 
+#include "app/shell/surface/DesktopAbilities.h"
+
 #include <functional>
 #include <string>
 
@@ -22,13 +24,6 @@ struct DisplayFacts {
     std::function<bool()> hasLayers;
     /// Whether Qt has a plug-in for the platform of that name.
     std::function<bool(const std::string&)> hasPlatform;
-};
-
-/// What a person is told of notices by.
-enum class NoticeForm {
-    placed,    ///< cards in windows that place themselves
-    layered,   ///< cards on layers of the compositor
-    byDesktop, ///< the desktop's own notifications
 };
 
 struct DisplayChoice {

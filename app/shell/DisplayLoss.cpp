@@ -33,7 +33,8 @@ bool tellsOfDisplayLoss(std::string_view words) {
 }
 
 bool isLoginOver(const std::string& sessionBus) {
-    if (!BusLink::open(sessionBus, {.lost = [] {}})) {
+    if (!BusLink::open(sessionBus, {.lost = [] {
+                       }})) {
         return true;
     }
     char* session = nullptr;

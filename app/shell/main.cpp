@@ -111,7 +111,7 @@ void followTray(StatusItemController& item, RestartWhenIdle& restart, QtEventLoo
 }
 
 End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given,
-            AppDelegate::Desktop desktop, bool hasNoBusInQt) {
+            const DesktopAbilities& desktop, bool hasNoBusInQt) {
     SingleInstance instance("org.velmoran.Velmoran", wishOf(given));
     if (instance.role() == SingleInstance::Role::second) {
         std::cerr << "velmoran: it is running already, and shows itself now\n";
@@ -129,7 +129,7 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
     }
     const auto machine = makeMachine(std::move(options));
     AutostartEntry loginItem(QApplication::applicationFilePath(),
-                             QString::fromLatin1(ProgramOptions::loginStart));
+                             QString::fromLatin1(ProgramOptions::loginStart), desktop.names);
     const OwnFile ownFile(QFile::encodeName(QApplication::applicationFilePath()).toStdString());
     End end;
     auto& next = end.next;
@@ -251,7 +251,7 @@ int startAnew(std::vector<std::string> arguments, const End& end) {
 }
 
 int runDemo(QApplication& app, SignalWatch& signals, const ProgramOptions& given,
-            AppDelegate::Desktop desktop) {
+            const DesktopAbilities& desktop) {
     const auto& file = given.recording;
     auto recording = file ? std::make_unique<std::ifstream>(file->toStdString(), std::ios::binary)
                           : builtInRecording();
@@ -327,8 +327,9 @@ int main(int argc, char** argv) {
     });
     // What is started from here, and what runs in this one's place, chooses for itself.
     qputenv("QT_QPA_PLATFORM", QByteArray::fromStdString(facts.wanted));
-    const AppDelegate::Desktop desktop{.notices = display.notices,
-                                       .handsOutKeys = isWaylandDesktop(facts, knowsTheMouse())};
+    const DesktopAbilities desktop{.notices = display.notices,
+                                   .handsOutKeys = isWaylandDesktop(facts, knowsTheMouse()),
+                                   .names = facts.desktop};
     QApplication::setApplicationName(QStringLiteral("Velmoran"));
     QApplication::setApplicationVersion(QStringLiteral(VELMORAN_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("org.velmoran.Velmoran"));

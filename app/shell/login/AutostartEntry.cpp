@@ -49,11 +49,6 @@ bool canRun(const std::string& program) {
                                  : !QStandardPaths::findExecutable(name).isEmpty();
 }
 
-bool isOnBy(const QByteArray& text) {
-    return startsSomething(text.toStdString(), qgetenv("XDG_CURRENT_DESKTOP").toStdString(),
-                           canRun);
-}
-
 bool write(const QString& path, const std::string& text) {
     if (!QDir().mkpath(QFileInfo(path).path())) {
         return false;
@@ -67,9 +62,10 @@ bool write(const QString& path, const std::string& text) {
 
 } // namespace
 
-AutostartEntry::AutostartEntry(QString program, QString arguments)
+AutostartEntry::AutostartEntry(QString program, QString arguments, std::string desktop)
     : program_(std::move(program)),
       arguments_(std::move(arguments)),
+      desktop_(std::move(desktop)),
       path_(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
             QLatin1String(inFolder)) {
     for (const auto& folder :
@@ -78,6 +74,10 @@ AutostartEntry::AutostartEntry(QString program, QString arguments)
             others_.append(path);
         }
     }
+}
+
+bool AutostartEntry::isOnBy(const QByteArray& text) const {
+    return startsSomething(text.toStdString(), desktop_, canRun);
 }
 
 bool AutostartEntry::isOn() const {

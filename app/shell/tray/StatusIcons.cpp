@@ -217,8 +217,8 @@ QString statusIconName(StatusIconState state) {
 std::string statusIconLabel(StatusIconState state, const std::vector<Device>& unwatched,
                             const std::vector<UsageSession>& uses,
                             const std::vector<AppIdentity>& listeners) {
-    auto label = labelOf(state, unwatched.empty(),
-                         uses.empty() ? listeners : std::vector<AppIdentity>());
+    auto label =
+        labelOf(state, unwatched.empty(), uses.empty() ? listeners : std::vector<AppIdentity>());
     for (const auto& use : UseWording::lines(uses)) {
         label += '\n' + withoutMarkup(use);
     }

@@ -26,9 +26,10 @@ QString qt(const std::string& text) {
 } // namespace
 
 StatusItemController::StatusItemController(AppModel& model, AppPicture picture, Actions actions,
-                                           Overlays* overlays)
+                                           Overlays* overlays, std::string desktop)
     : model_(model),
       actions_(std::move(actions)),
+      desktop_(std::move(desktop)),
       overlays_(overlays ? *overlays : placedOverlays()) {
     if (overlays) {
         noticePanel_ = std::make_unique<NoticePanelController>(
@@ -165,7 +166,7 @@ void StatusItemController::refreshIcon() {
         return;
     }
     shown_ = state;
-    item_->setIcon(statusIcon(state, currentTrayInk()));
+    item_->setIcon(statusIcon(state, currentTrayInk(desktop_)));
     refreshToolTip();
 }
 

@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace velmoran {
@@ -39,9 +40,9 @@ public:
     };
 
     /// The model and the overlays outlive the controller. Without overlays there are no cards of
-    /// our own.
+    /// our own. `desktop` is what the desktop calls itself, as XDG_CURRENT_DESKTOP.
     StatusItemController(AppModel& model, AppPicture picture, Actions actions,
-                         Overlays* overlays = &placedOverlays());
+                         Overlays* overlays = &placedOverlays(), std::string desktop = {});
 
     /// A click on the icon: shows the panel, or takes it away.
     void togglePanel();
@@ -90,6 +91,7 @@ private:
 
     AppModel& model_;
     Actions actions_;
+    std::string desktop_;
     QMenu menu_;
     QAction* stop_ = nullptr;
     QAction* unmute_ = nullptr;             ///< there while a stop's mute is in force

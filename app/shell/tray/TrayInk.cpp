@@ -47,8 +47,8 @@ IconInk outlined(const QColor& ink) {
     return {.ink = isLight ? Qt::white : Qt::black, .outline = outline};
 }
 
-IconInk currentTrayInk() {
-    return outlined(trayInk(xembedTrayForeground(), qgetenv("XDG_CURRENT_DESKTOP").toStdString(),
+IconInk currentTrayInk(std::string_view desktop) {
+    return outlined(trayInk(xembedTrayForeground(), desktop,
                             QGuiApplication::palette().color(QPalette::WindowText)));
 }
 

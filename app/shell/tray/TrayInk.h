@@ -21,6 +21,6 @@ QColor trayInk(std::optional<QColor> foreground, std::string_view desktop,
                const QColor& windowText);
 
 /// For the tray and the desktop that the program runs on.
-IconInk currentTrayInk();
+IconInk currentTrayInk(std::string_view desktop);
 
 } // namespace velmoran

@@ -193,7 +193,7 @@ struct DelegateOnLayers : testing::ModelFixture, OnLayers {
                                   return store;
                               }},
             AppPicture(), AppDelegate::Outside{},
-            AppDelegate::Desktop{.notices = NoticeForm::layered, .handsOutKeys = true});
+            DesktopAbilities{.notices = NoticeForm::layered, .handsOutKeys = true});
         delegate->didFinishLaunching({.isUnasked = true});
         delegate->model().receive({});
     }
