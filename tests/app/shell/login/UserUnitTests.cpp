@@ -96,6 +96,9 @@ private:
     }
 
     int answer(sd_bus_message* call) {
+        if (sd_bus_message_is_method_call(call, nullptr, nullptr) <= 0) {
+            return 1; // the library's own word that the other has hung up
+        }
         const std::string member = sd_bus_message_get_member(call);
         const char* first = "";
         sd_bus_message_read(call, "s", &first);
