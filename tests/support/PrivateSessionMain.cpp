@@ -1,6 +1,7 @@
 // private-session: runs a command inside a session with real servers of its own. The benchmarks
 // stand on it, and `./run` on a machine that has no sound server.
 #include "support/PrivateSession.h"
+#include "support/Sway.h"
 
 #include <cerrno>
 #include <csignal>
@@ -29,6 +30,7 @@ constexpr const char* usage = R"(usage: private-session [OPTION]… -- COMMAND [
   --camera       a virtual camera
   --display      Xvfb with openbox
   --tray         a tray on that display
+  --sway         sway without a screen and without XWayland, beside that display if there is one
   --keep-home    COMMAND keeps its caller's home, display and bus; only the sound server is private
   --reachable    exit status 0 if a sound server answers in the caller's own session
 )";
@@ -39,6 +41,7 @@ struct Wishes {
     bool camera = false;
     bool display = false;
     bool tray = false;
+    bool sway = false;
     bool keepHome = false;
     std::vector<std::string> command;
 };
@@ -121,6 +124,8 @@ std::optional<Wishes> read(int count, char** arguments) {
             wishes.sound = wishes.camera = true;
         } else if (argument == "--display") {
             wishes.display = true;
+        } else if (argument == "--sway") {
+            wishes.sway = true;
         } else if (argument == "--tray") {
             wishes.display = wishes.tray = true;
         } else if (argument == "--keep-home") {
@@ -190,6 +195,9 @@ int main(int count, char** arguments) {
         }
         if (wishes->tray) {
             session.startTray();
+        }
+        if (wishes->sway) {
+            startSway(session);
         }
         if (wishes->sound) {
             session.startSound();

@@ -8,10 +8,11 @@ line once the compositor has had it. Speaks zwlr_virtual_pointer_manager_v1 and
 zwp_virtual_keyboard_manager_v1 over the socket itself.
 """
 import os
-import socket
 import struct
 import sys
 import time
+
+from wayland_wire import Wire
 
 KEYS = {"a": 30, "b": 48, "c": 46, "d": 32, "e": 18, "f": 33, "Escape": 1, "Tab": 15, "Return": 28}
 NAMES = {"Escape": "ESC", "Tab": "TAB", "Return": "RTRN"}
@@ -28,77 +29,10 @@ def keymap():
     ).encode() + b"\0"
 
 
-class Wire:
-    def __init__(self):
-        path = os.environ["WAYLAND_DISPLAY"]
-        if not path.startswith("/"):
-            path = os.path.join(os.environ["XDG_RUNTIME_DIR"], path)
-        self.socket = socket.socket(socket.AF_UNIX)
-        self.socket.connect(path)
-        self.bytes = b""
-        self.last = 1
-
-    def new(self):
-        self.last += 1
-        return self.last
-
-    def send(self, target, opcode, body=b"", descriptors=()):
-        message = struct.pack("<II", target, (8 + len(body)) << 16 | opcode) + body
-        socket.send_fds(self.socket, [message], list(descriptors))
-
-    def events(self):
-        while True:
-            while len(self.bytes) >= 8:
-                target, word = struct.unpack("<II", self.bytes[:8])
-                size = word >> 16
-                if len(self.bytes) < size:
-                    break
-                body, self.bytes = self.bytes[8:size], self.bytes[size:]
-                yield target, word & 0xFFFF, body
-            more = self.socket.recv(65536)
-            if not more:
-                sys.exit("the compositor has gone")
-            self.bytes += more
-
-    def had(self):
-        """Waits until the compositor has had all that was sent; gives what it said meanwhile."""
-        callback = self.new()
-        self.send(1, 0, struct.pack("<I", callback))
-        said = []
-        for target, opcode, body in self.events():
-            if target == 1 and opcode == 0:
-                sys.exit("the compositor refuses: " + repr(body))
-            if target == callback:
-                return said
-            said.append((target, opcode, body))
-
-
-def text(value):
-    raw = value.encode() + b"\0"
-    return struct.pack("<I", len(raw)) + raw + b"\0" * (-len(raw) % 4)
-
-
 wire = Wire()
-registry = wire.new()
-wire.send(1, 1, struct.pack("<I", registry))
-offered = {}
-for target, opcode, body in wire.had():
-    if target == registry and opcode == 0:
-        name, length = struct.unpack("<II", body[:8])
-        offered[body[8 : 8 + length - 1].decode()] = name
-
-
-def bind(interface, version):
-    made = wire.new()
-    wire.send(
-        registry, 0, struct.pack("<I", offered[interface]) + text(interface) + struct.pack("<II", version, made)
-    )
-    return made
-
-
-seat = bind("wl_seat", 1)
-pointers = bind("zwlr_virtual_pointer_manager_v1", 1)
-keyboards = bind("zwp_virtual_keyboard_manager_v1", 1)
+seat = wire.bind("wl_seat", 1)
+pointers = wire.bind("zwlr_virtual_pointer_manager_v1", 1)
+keyboards = wire.bind("zwp_virtual_keyboard_manager_v1", 1)
 pointer = wire.new()
 wire.send(pointers, 0, struct.pack("<II", seat, pointer))
 keyboard = wire.new()
