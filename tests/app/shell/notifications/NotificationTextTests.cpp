@@ -25,6 +25,14 @@ TEST(NotificationText, HasNothingThatLooksLikeAnAddress) {
     }
 }
 
+TEST(NotificationText, HasNoAddressWithoutASchemeEither) {
+    const std::string joiner = "\u2060";
+    EXPECT_EQ(notificationBody("a.example/x WWW2.b", false),
+              "a" + joiner + ".example/x WWW2" + joiner + ".b");
+    const std::string noAddress = "take.py (~/bin) ended. 1.5 / 2, v.1/2";
+    EXPECT_EQ(notificationBody(noAddress, false), noAddress);
+}
+
 TEST(NotificationText, IsOneLineInATitle) {
     EXPECT_EQ(notificationTitle("Zoom\nturned  on\tthe camera"), "Zoom turned on the camera");
 }
