@@ -284,6 +284,13 @@ void DesktopNotices::sent(Shown& shown, sd_bus_message* reply) {
         takeBack(shown.id);
     }
     shown.id = id;
+    // A desktop that has room for one shows this in the other's place: a press is this one's.
+    for (auto& other : shown_) {
+        if (&other != &shown && other.id == id) {
+            other.id = 0;
+            other.isClosed = true;
+        }
+    }
     hasComplained_ = false;
     // It may have gone meanwhile, or say something else.
     update();

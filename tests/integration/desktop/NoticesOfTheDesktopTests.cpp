@@ -254,6 +254,29 @@ TEST_F(NoticesOfTheDesktop, AreOnlyComplainedOfOnceWhereTheAnswerIsWrong) {
     EXPECT_EQ(notices.items().size(), 1U);
 }
 
+TEST_F(NoticesOfTheDesktop, APressIsOfTheOneThatWasShownInTheOthersPlace) {
+    startService("single");
+    begin();
+    int newest = 0;
+    auto second = item("Meet turned on the camera");
+    second.buttons.front().action = [&newest] {
+        ++newest;
+    };
+    const auto first = item("Zoom turned on the camera");
+    notices.show(first);
+    ASSERT_TRUE(comes("notify", 1));
+    notices.show(second);
+    ASSERT_TRUE(comes("notify", 2));
+    ASSERT_TRUE(eventually([&] {
+        tell("Press", {"1", "0"});
+        return newest > 0 || presses > 0;
+    }));
+    EXPECT_EQ(presses, 0);
+    notices.dismiss(first.id);
+    notices.dismiss(second.id);
+    EXPECT_TRUE(comes("close", 1));
+}
+
 TEST_F(NoticesOfTheDesktop, AnotherProgramsWordIsNothing) {
     startService("plain");
     begin();

@@ -1,9 +1,10 @@
 """A desktop's notifications, as org.freedesktop.Notifications.
 
-usage: fake_notifications.py markup|plain|late|error|wrong
+usage: fake_notifications.py markup|plain|late|error|wrong|single
 
 "markup" reads markup, "plain" doesn't. "late" answers Notify only when it is told
-to (Answer), "error" refuses the first Notify, "wrong" answers with a number that no notification has. Says on its output what it is asked for, a line each. Its methods Press (id, action),
+to (Answer), "error" refuses the first Notify, "wrong" answers with a number that no notification has, "single"
+gives all the same one. Says on its output what it is asked for, a line each. Its methods Press (id, action),
 Dismiss (id) and Expire (id) of org.velmoran.FakeNotifications do what a person or the time does.
 """
 import json
@@ -50,7 +51,7 @@ class Notifications(dbus.service.Object):
             self.refused = True
             fail(dbus.exceptions.DBusException("too many"))
             return
-        if int(replaces) == 0:
+        if int(replaces) == 0 and (MANNER != "single" or self.last == 0):
             self.last += 1
         number = dbus.UInt32(int(replaces) or self.last)
         if MANNER == "wrong":
