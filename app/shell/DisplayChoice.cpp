@@ -200,6 +200,10 @@ DisplayChoice chooseDisplayAfterLoss() {
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     } while (std::chrono::steady_clock::now() < deadline);
+    return noDisplay();
+}
+
+DisplayChoice noDisplay() {
     return {.platform = "offscreen", .problem = {}, .notices = NoticeForm::byDesktop};
 }
 

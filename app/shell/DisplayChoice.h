@@ -46,6 +46,8 @@ DisplayFacts displayFacts();
 /// has died may be started again at once. Else a platform without a display, where the desktop's
 /// notifications tell, if there are any.
 DisplayChoice chooseDisplayAfterLoss();
+/// For one whose display goes again and again: none, for a while.
+DisplayChoice noDisplay();
 /// Whether a compositor is there again. Waits for a moment at most.
 bool isDisplayBack();
 

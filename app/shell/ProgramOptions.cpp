@@ -50,8 +50,9 @@ ProgramOptions ProgramOptions::from(const QStringList& arguments) {
     const auto resumed = hidden(named(nothingWasOn));
     const auto login = hidden(named(loginStart));
     const auto lost = hidden(named(displayLost));
+    const auto lostAgain = hidden(named(displayLostAgain));
     const auto unit = hidden(named(unitStart));
-    parser.addOptions({demo, show, showWindow, devices, resumed, login, lost, unit});
+    parser.addOptions({demo, show, showWindow, devices, resumed, login, lost, lostAgain, unit});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("A recording to play with --demo."),
                                  QStringLiteral("[FILE]"));
@@ -97,7 +98,8 @@ ProgramOptions ProgramOptions::from(const QStringList& arguments) {
     options.isLoginStart = parser.isSet(login) || parser.isSet(unit);
     options.canBeHandedOver = parser.isSet(login) && arguments.size() == 2;
     options.isStartedAnew = parser.isSet(resumed);
-    options.hasLostDisplay = parser.isSet(lost);
+    options.hasLostAnother = parser.isSet(lostAgain);
+    options.hasLostDisplay = parser.isSet(lost) || options.hasLostAnother;
     return options;
 }
 
@@ -114,7 +116,8 @@ std::vector<std::string> argumentsToRunAgain(const std::vector<std::string>& arg
             ++i; // its value comes after it
         } else if (!isForOneStart(name.substr(0, name.find('='))) &&
                    each != ProgramOptions::loginStart && each != ProgramOptions::unitStart &&
-                   each != ProgramOptions::nothingWasOn && each != ProgramOptions::displayLost) {
+                   each != ProgramOptions::nothingWasOn && each != ProgramOptions::displayLost &&
+                   each != ProgramOptions::displayLostAgain) {
             kept.push_back(each);
         }
     }

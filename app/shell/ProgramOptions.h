@@ -26,6 +26,8 @@ struct ProgramOptions {
     /// This process has taken the place of one with no bus in Qt, when nothing was on.
     bool isStartedAnew = false;
     bool hasLostDisplay = false; ///< this process has taken the place of one whose display went
+    bool hasLostAnother =
+        false; ///< and of one before, shortly before: it goes by what is done there
     QString help;
     QString error; ///< empty if there is none; then nothing else counts
 
@@ -38,6 +40,7 @@ struct ProgramOptions {
     static constexpr const char* unitStart = "--unit-start";
     static constexpr const char* nothingWasOn = "--nothing-was-on";
     static constexpr const char* displayLost = "--display-lost";
+    static constexpr const char* displayLostAgain = "--display-lost-again";
 };
 
 /// What a start with these arguments is begun anew with: those that say how the program runs,

@@ -17,6 +17,7 @@
 #include "app/shell/RestartWhenIdle.h"
 #include "app/shell/SignalWatch.h"
 #include "app/shell/SingleInstance.h"
+#include "app/shell/WaitForDisplay.h"
 #include "app/shell/login/AutostartEntry.h"
 #include "app/shell/login/UserUnit.h"
 #include "app/shell/surface/X11Window.h"
@@ -26,7 +27,6 @@
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QFile>
-#include <QTimer>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -72,7 +72,10 @@ void sayWhoIsInTheWay(const SingleInstance& instance) {
 }
 
 /// What begins in this process's place when this program has ended.
-enum class Next { nothing, again, againUnnoticed, afterLoss };
+enum class Next { nothing, again, againUnnoticed, afterLoss, afterAnotherLoss };
+
+/// A display that goes within this time, and went before, goes by what is done there.
+constexpr std::chrono::seconds soon(10);
 
 struct End {
     int status = 0;
@@ -148,9 +151,19 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
                          desktop);
     instance.onShow([&](const std::string& text) {
         const auto wish = Wish::from(text);
+        const bool isBusy = delegate.model().isBusyStopping() || delegate.model().historyIsBehind();
+        // Who starts the program has a display, which may be the one that went.
+        if (given.hasLostDisplay && WaitForDisplay::isBlind() && !isBusy) {
+            next = Next::afterLoss;
+            if (wish.window != AppDelegate::nothing) {
+                AppDelegate::takeToken(wish);
+                end.show = AppDelegate::windowFor(wish.window);
+            }
+            app.quit();
+            return;
+        }
         // After an upgrade who starts the program wants the new one.
-        if (wish.window != AppDelegate::nothing && ownFile.isReplaced() &&
-            !delegate.model().isBusyStopping() && !delegate.model().historyIsBehind()) {
+        if (wish.window != AppDelegate::nothing && ownFile.isReplaced() && !isBusy) {
             AppDelegate::takeToken(wish);
             next = Next::again;
             end.show = AppDelegate::windowFor(wish.window);
@@ -179,18 +192,16 @@ End runReal(QApplication& app, SignalWatch& signals, const ProgramOptions& given
         // Later, since what closes it may be about to open a window.
         loop.post([&restart] { restart.lookAgain(); });
     };
-    QTimer display;
+    std::optional<WaitForDisplay> display;
     if (given.hasLostDisplay && desktop.notices == NoticeForm::byDesktop) {
-        // What is on is told again then, where it can be seen.
-        display.callOnTimeout([&app, &next] {
-            if (isDisplayBack()) {
-                next = Next::againUnnoticed;
-                app.quit();
-            } else if (isLoginOver(sessionBusAddress())) {
-                app.quit();
-            }
+        const auto wait = std::chrono::seconds(given.hasLostAnother ? 60 : 0);
+        display.emplace(delegate.model(), sessionBusAddress(), wait, [&app, &next](bool isBack) {
+            // What is on is told again then, where it can be seen. It may be gone by then.
+            next = !isBack                     ? Next::nothing
+                   : WaitForDisplay::isBlind() ? Next::afterLoss
+                                               : Next::againUnnoticed;
+            app.quit();
         });
-        display.start(std::chrono::seconds(5));
     }
     BusService::Options service;
     // Once: nobody watches meanwhile, and a bus can hang as often as somebody wants it to.
@@ -230,11 +241,13 @@ bool isRunByUserUnit(const std::vector<std::string>& environment) {
 /// In this process's place, which leaves ours to the next one. Returns only if that fails.
 int startAnew(std::vector<std::string> arguments, const End& end) {
     arguments = argumentsToRunAgain(arguments);
-    if (end.next == Next::againUnnoticed || end.next == Next::afterLoss) {
+    if (end.next != Next::again) {
         arguments.emplace_back(ProgramOptions::nothingWasOn);
     }
     if (end.next == Next::afterLoss) {
         arguments.emplace_back(ProgramOptions::displayLost);
+    } else if (end.next == Next::afterAnotherLoss) {
+        arguments.emplace_back(ProgramOptions::displayLostAgain);
     }
     if (end.show) {
         arguments.emplace_back("--show=" + *end.show);
@@ -303,9 +316,14 @@ int main(int argc, char** argv) {
     const std::vector<std::string> given(argv, argv + argc);
     const auto environment = ownEnvironment(); // before it is changed for this process alone
     const auto facts = displayFacts();
-    const bool hasLostDisplay =
-        std::find(given.begin(), given.end(), ProgramOptions::displayLost) != given.end();
-    const auto display = hasLostDisplay ? chooseDisplayAfterLoss() : chooseDisplay(facts);
+    const auto isGiven = [&given](const char* option) {
+        return std::find(given.begin(), given.end(), option) != given.end();
+    };
+    const bool hasLostDisplay = isGiven(ProgramOptions::displayLost);
+    const auto display = isGiven(ProgramOptions::displayLostAgain) ? noDisplay()
+                         : hasLostDisplay                          ? chooseDisplayAfterLoss()
+                                                                   : chooseDisplay(facts);
+    const QDeadlineTimer known(soon);
     const bool isOnWayland = display.platform.starts_with("wayland");
     if (isOnWayland) {
         prepareQtForWayland();
@@ -321,9 +339,10 @@ int main(int argc, char** argv) {
     if (isOnWayland) {
         settleQtOnWayland();
     }
-    onDisplayLoss([&given] {
+    onDisplayLoss([&given, known, hasLostDisplay] {
         std::cerr << "velmoran: the display has gone; Velmoran goes on with what there is\n";
-        (void)startAnew(given, {.next = Next::afterLoss});
+        const bool isAgain = hasLostDisplay && !known.hasExpired();
+        (void)startAnew(given, {.next = isAgain ? Next::afterAnotherLoss : Next::afterLoss});
     });
     // What is started from here, and what runs in this one's place, chooses for itself.
     qputenv("QT_QPA_PLATFORM", QByteArray::fromStdString(facts.wanted));

@@ -15,13 +15,17 @@ using support::waitUntil;
 
 class WaylandProgram : public ::testing::Test {
 protected:
-    void startVelmoran() {
+    void startVelmoran(const std::string& how = "--login-start") {
         std::filesystem::create_directories(session_.file("dev"));
-        session_.start("velmoran", {VELMORAN, "--login-start", "--device-folder",
-                                    session_.file("dev").string()});
+        session_.start("velmoran",
+                       {VELMORAN, how, "--device-folder", session_.file("dev").string()});
         ASSERT_TRUE(waitUntil([&] { return answers(); })) << session_.logs();
     }
     bool answers() { return session_.run({VELMORANCTL, "status"}).succeeded(); }
+    std::string arguments() {
+        return support::readFile("/proc/" + std::to_string(session_.child("velmoran")->pid()) +
+                                 "/cmdline");
+    }
     /// A file of that name is part of the running program.
     bool hasLoaded(const std::string& name) {
         const auto maps = "/proc/" + std::to_string(session_.child("velmoran")->pid()) + "/maps";
@@ -82,6 +86,28 @@ TEST_F(WaylandProgram, TellsByTheDesktopWhenItsCompositorHasDied) {
     support::startSway(session_);
     EXPECT_TRUE(waitUntil([&] { return hasLoaded("libqwayland") && answers(); }))
         << session_.logs();
+}
+
+TEST_F(WaylandProgram, KeepsAwayForAWhileFromADisplayThatGoesAgainAtOnce) {
+    session_.startSound();
+    support::startSway(session_);
+    startVelmoran("--display-lost");
+    ASSERT_TRUE(hasLoaded("libqwayland"));
+    session_.stop("sway");
+    EXPECT_TRUE(waitUntil([&] {
+        return arguments().find("display-lost-again") != std::string::npos;
+    })) << session_.logs();
+}
+
+TEST_F(WaylandProgram, ASecondStartBringsItBackToADisplay) {
+    session_.startSound();
+    support::startSway(session_);
+    startVelmoran("--display-lost-again");
+    ASSERT_FALSE(hasLoaded("libqwayland"));
+    EXPECT_TRUE(session_.run({VELMORAN, "--show", "history"}).succeeded());
+    EXPECT_TRUE(waitUntil([&] { return hasLoaded("libqwayland") && answers(); }))
+        << session_.logs();
+    EXPECT_NE(arguments().find("--show=history"), std::string::npos);
 }
 
 TEST_F(WaylandProgram, EndsWithTheLoginOfWhichTheCompositorWasAPart) {

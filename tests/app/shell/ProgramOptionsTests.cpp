@@ -61,6 +61,14 @@ TEST(ProgramOptions, TellWhatThereIs) {
     EXPECT_EQ(help.find("showWindow"), std::string::npos);
 }
 
+TEST(ProgramOptions, KnowWhetherTheDisplayWasLostOnceOrAgain) {
+    EXPECT_FALSE(options({}).hasLostDisplay);
+    EXPECT_TRUE(options({"--display-lost"}).hasLostDisplay);
+    EXPECT_FALSE(options({"--display-lost"}).hasLostAnother);
+    EXPECT_TRUE(options({"--display-lost-again"}).hasLostDisplay);
+    EXPECT_TRUE(options({"--display-lost-again"}).hasLostAnother);
+}
+
 TEST(ProgramOptions, RunAgainWithoutTheSessionThatWasBroughtBack) {
     EXPECT_THAT(argumentsToRunAgain(
                     {"velmoran", "-session", "10f_1", "--device-folder", "session", "-session=2"}),
@@ -70,7 +78,7 @@ TEST(ProgramOptions, RunAgainWithoutTheSessionThatWasBroughtBack) {
 TEST(ProgramOptions, RunAgainWithoutWhatWasToBeShownAtOnce) {
     EXPECT_THAT(argumentsToRunAgain({"velmoran", "--login-start", "--device-folder", "/dev",
                                      "--show", "history", "-showWindow", "settings", "--show=main",
-                                     "--nothing-was-on"}),
+                                     "--nothing-was-on", "--display-lost", "--display-lost-again"}),
                 ElementsAre("velmoran", "--device-folder", "/dev"));
     EXPECT_THAT(argumentsToRunAgain({"velmoran"}), ElementsAre("velmoran"));
     EXPECT_THAT(argumentsToRunAgain({"velmoran", "", "-"}), ElementsAre("velmoran", "", "-"));
