@@ -117,7 +117,7 @@ void LayerSurface::prepare() {
 }
 
 void LayerSurface::makeReady() {
-    if (!keepsReady_ || role_ || isWanted_) {
+    if (!keepsReady_ || isRefused_ || role_ || isWanted_) {
         return;
     }
     const auto outputs = compositor_.outputs();
@@ -190,6 +190,7 @@ void LayerSurface::configured(std::uint32_t serial, QSize size) {
     }
     due_.stop();
     isConfigured_ = true;
+    isRefused_ = isRefused_ && !isWanted_;
     if (isWanted_ && !window_.isVisible()) {
         compositor_.setInput(surface(), shape_);
         window_.show();
@@ -200,6 +201,11 @@ void LayerSurface::configured(std::uint32_t serial, QSize size) {
 /// The screen goes, or the compositor doesn't want it any more.
 void LayerSurface::closed() {
     const QPointer<QScreen> screen = screen_;
+    if (!isWanted_) {
+        isRefused_ =
+            sinceReadyClosed_.isValid() && sinceReadyClosed_.elapsed() < closedAgainMilliseconds;
+        sinceReadyClosed_.start();
+    }
     endSurface();
     if (!isWanted_) {
         return;

@@ -61,13 +61,15 @@ private:
     bool isConfigured_ = false;
     bool isWanted_ = false;   ///< presented, and not taken away
     bool keepsReady_ = false; ///< has a role also while it isn't
+    bool isRefused_ = false;  ///< that is closed, as often as it is made, until one was shown
     bool coversAll_ = false;
     bool isStale_ = false; ///< the window's own surface, which has had its role
     QRect frame_;
     QRegion shape_;
     Keyboard keyboard_ = Keyboard::none;
-    QTimer due_;                ///< the compositor's first word
-    QElapsedTimer sinceClosed_; ///< by the compositor, while there was a screen for it
+    QTimer due_;                     ///< the compositor's first word
+    QElapsedTimer sinceClosed_;      ///< by the compositor, while there was a screen for it
+    QElapsedTimer sinceReadyClosed_; ///< the same while it wasn't presented
     std::unique_ptr<DragPicture> picture_;
 };
 
