@@ -92,7 +92,8 @@ std::optional<std::string> mountedImage(const ProcFs& proc, pid_t pid, const std
         if (!program || !serving.hasDoor || !serving.holdsItself) {
             continue; // one that serves another's file has that open, not its own
         }
-        if (serving.connections.contains(fuseConnection(*mount))) {
+        // With a second one it may have been handed the door to another's files.
+        if (serving.connections == std::set{fuseConnection(*mount)}) {
             return program;
         }
         if (serving.connections.empty()) {

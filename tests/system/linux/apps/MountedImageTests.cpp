@@ -86,6 +86,14 @@ TEST_F(MountedImageTest, TakesTheKernelsWordForWhoServesIt) {
     EXPECT_EQ(identify(11), outside("Meet.AppImage", "~/thief", thief));
     serve(20, thief, thief, "fuse_connection:\t999998\n");
     EXPECT_EQ(identify(11).path, program) << "neither of them does";
+    serve(10, image, image, connection());
+    ASSERT_EQ(identify(11).path, image);
+    world.proc.add(10, {.executable = image,
+                        .arguments = {image},
+                        .descriptors = {{.link = "/dev/fuse", .info = connection()},
+                                        {.link = "/dev/fuse", .info = "fuse_connection:\t7\n"},
+                                        {.link = image, .info = ""}}});
+    EXPECT_EQ(identify(11).path, program) << "it was handed the door of another's";
 }
 
 TEST_F(MountedImageTest, GuessesNothingWhereTheKernelDoesNotTell) {
