@@ -35,8 +35,8 @@ std::string FloatingStopButton::label(const SystemSnapshot& snapshot) {
 
 QRect FloatingStopButton::frame() const {
     constexpr int margin = FloatingStopView::margin;
-    return visible_ && panel_ ? panel_->frame().adjusted(margin, margin, -margin, -margin)
-                              : QRect();
+    const bool isThere = visible_ && panel_ && panel_->isPresented();
+    return isThere ? panel_->frame().adjusted(margin, margin, -margin, -margin) : QRect();
 }
 
 void FloatingStopButton::refresh() {
