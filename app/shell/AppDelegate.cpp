@@ -1,5 +1,6 @@
 #include "app/shell/AppDelegate.h"
 
+#include "app/shell/QtOnWayland.h"
 #include "app/shell/layers/LayeredOverlays.h"
 #include "app/shell/notifications/DesktopNotices.h"
 
@@ -29,7 +30,7 @@ bool canBeAskedFor(std::string_view window) {
 void openInBrowser(const std::string& address) {
     const QUrl url(QString::fromStdString(address), QUrl::StrictMode);
     if (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http")) {
-        QDesktopServices::openUrl(url);
+        withoutQtsWishes([&url] { QDesktopServices::openUrl(url); });
     }
 }
 

@@ -46,4 +46,14 @@ void settleQtOnWayland() {
     qunsetenv(buffers);
 }
 
+void withoutQtsWishes(const std::function<void()>& start) {
+    const bool isSet = qEnvironmentVariableIsSet(noRoles);
+    const auto wish = qgetenv(noRoles);
+    qunsetenv(noRoles);
+    start();
+    if (isSet) {
+        qputenv(noRoles, wish);
+    }
+}
+
 } // namespace velmoran

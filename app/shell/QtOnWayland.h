@@ -1,5 +1,7 @@
-// What Qt's Wayland is told before it is there, by its own variables. Used by `main` alone.
+// What Qt's Wayland is told by its own variables. Main thread.
 #pragma once
+
+#include <functional>
 
 namespace velmoran {
 
@@ -11,5 +13,9 @@ void prepareQtForWayland();
 /// Has Qt read it now, and takes it out of the environment again, for what is started from here.
 /// After the application.
 void settleQtOnWayland();
+
+/// Without what Qt asks for anew with each window: another program that is started there by Qt
+/// would have windows without a role.
+void withoutQtsWishes(const std::function<void()>& start);
 
 } // namespace velmoran
