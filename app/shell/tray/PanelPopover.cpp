@@ -56,6 +56,9 @@ PanelPopover::PanelPopover(std::function<std::optional<QRect>()> anchor, Overlay
         surface_ = overlays_.surfaceOf(*this);
         surface_->onLost = [this] {
             close();
+            if (onLost) {
+                onLost();
+            }
         };
     }
     auto* layout = new QVBoxLayout(this);
@@ -148,6 +151,7 @@ void PanelPopover::placeAt(const QRect& frame) {
 }
 
 void PanelPopover::dropContent() {
+    content_ = nullptr; // laid out no more
     if (auto* last = area_->takeWidget()) {
         // Later, since a click in it may have closed the panel.
         last->hide();

@@ -35,6 +35,8 @@ public:
 
     /// Called when it is no longer visible.
     std::function<void()> onHidden;
+    /// Called when the desktop doesn't let it stand there.
+    std::function<void()> onLost;
     /// Called when it has come, or takes another place or size.
     std::function<void()> onMoved;
 

@@ -61,9 +61,8 @@ StatusItemController::StatusItemController(AppModel& model, AppPicture picture, 
 void StatusItemController::awaitTray() {
     arrival_ = std::make_unique<TrayArrival>([this](TrayArrival::Outcome outcome) {
         if (outcome != TrayArrival::Outcome::there) {
-            std::fputs("velmoran: there is no tray on this desktop; cards appear at the top right "
-                       "of the screen\n",
-                       stderr);
+            std::fprintf(stderr, "velmoran: there is no tray on this desktop%s\n",
+                         noticePanel_ ? "; cards appear at the top right of the screen" : "");
         }
         if (outcome == TrayArrival::Outcome::there) {
             dock();
@@ -221,6 +220,9 @@ void StatusItemController::togglePanel() {
                 return known || !click_ ? known : std::optional(QRect(*click_, QSize(1, 1)));
             },
             overlays_);
+        panel_->onLost = [this] {
+            actions_.showMain();
+        };
         panel_->onMoved = [this] {
             redrawCards();
         };

@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QPointer>
 #include <QScreen>
+#include <QTimer>
 #include <gmock/gmock.h>
 
 namespace velmoran {
@@ -332,6 +333,38 @@ TEST_F(StatusItemAtAnUnknownPlace, DoesNotTakeAMouseInTheMiddleOfTheScreenForACl
     ASSERT_TRUE(isPanelOpen());
     EXPECT_LT(item->panel()->geometry().top(), screen.top() + 20);
     EXPECT_GT(item->panel()->geometry().right(), screen.right() - 20);
+}
+
+/// A desktop that lets nothing stand on what it offers.
+struct RefusingOverlays final : Overlays {
+    struct Surface final : OverlaySurface {
+        void present(const QRect&, const QRegion&, bool) override {
+            QTimer::singleShot(0, [this] { onLost(); });
+        }
+        void takeAway() override {}
+        void dragTo(const QPoint&) override {}
+        void takeKeyboard() override {}
+        void giveKeyboardBack() override {}
+        void noteKeyboardGone() override {}
+    };
+    std::unique_ptr<OverlaySurface> surfaceOf(QWidget&) override {
+        return std::make_unique<Surface>();
+    }
+    std::vector<ScreenArea> areas() const override { return placedOverlays().areas(); }
+    bool blends() const override { return true; }
+    bool placesWindows() const override { return false; }
+    std::unique_ptr<QObject> catchClicks(std::function<void()>) override { return nullptr; }
+};
+
+TEST_F(StatusItem, ShowsTheWindowWhereThePanelCannotStand) {
+    RefusingOverlays overlays;
+    item = std::make_unique<StatusItemController>(*model, AppPicture(), actions(), &overlays);
+    item->dock();
+    item->togglePanel();
+    settle();
+    EXPECT_THAT(done, ElementsAre("main"));
+    EXPECT_FALSE(isPanelOpen());
+    item.reset();
 }
 
 TEST_F(StatusItem, HasAMenuInWhichEverythingWorks) {
