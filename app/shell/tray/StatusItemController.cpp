@@ -30,6 +30,7 @@ StatusItemController::StatusItemController(AppModel& model, AppPicture picture, 
     : model_(model),
       actions_(std::move(actions)),
       desktop_(std::move(desktop)),
+      hasOverlays_(overlays != nullptr),
       overlays_(overlays ? *overlays : placedOverlays()) {
     if (overlays) {
         noticePanel_ = std::make_unique<NoticePanelController>(
@@ -209,6 +210,10 @@ void StatusItemController::redrawCards() {
 }
 
 void StatusItemController::togglePanel() {
+    if (!hasOverlays_) {
+        actions_.showMain();
+        return;
+    }
     if (panel_ && (panel_->isVisible() || panel_->wentByThatClick())) {
         panel_->close();
         return;

@@ -101,6 +101,7 @@ private:
     std::optional<StatusIconState> shown_;
     std::vector<Device> shownUnwatched_; ///< in the tool tip
     std::vector<AppIdentity> listeners_; ///< likewise: the system's own
+    const bool hasOverlays_; ///< else a panel could stand anywhere, so there is a window instead
     Overlays& overlays_;
     std::unique_ptr<NoticePanelController> noticePanel_; ///< null: no cards of our own
     std::unique_ptr<PanelPopover> panel_;

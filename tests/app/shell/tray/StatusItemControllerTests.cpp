@@ -367,6 +367,14 @@ TEST_F(StatusItem, ShowsTheWindowWhereThePanelCannotStand) {
     item.reset();
 }
 
+TEST_F(StatusItem, ShowsTheWindowWhereNothingOfOursStands) {
+    item = std::make_unique<StatusItemController>(*model, AppPicture(), actions(), nullptr);
+    item->dock();
+    item->togglePanel();
+    EXPECT_THAT(done, ElementsAre("main"));
+    EXPECT_EQ(item->panel(), nullptr);
+}
+
 TEST_F(StatusItem, HasAMenuInWhichEverythingWorks) {
     EXPECT_THAT(menu(), ElementsAre("Show Velmoran", "-", "Stop camera and microphone", "-",
                                     "History", "Settings", "-", "Quit Velmoran"));
