@@ -2,7 +2,7 @@
 
 _velmoranctl() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local command="" part="" word words="" i
+    local command="" part="" name="" word words="" i
     for ((i = 1; i < COMP_CWORD; ++i)); do
         word=${COMP_WORDS[i]}
         case $word in
@@ -12,6 +12,8 @@ _velmoranctl() {
                     command=$word
                 elif [ -z "$part" ]; then
                     part=$word
+                elif [ -z "$name" ]; then
+                    name=$word
                 fi
                 ;;
         esac
@@ -51,7 +53,7 @@ _velmoranctl() {
                     get/get | set/set) words=$(_velmoranctl_settings) ;;
                     set/language) words="system en de" ;;
                     set/retentionDays) words="30 90 365" ;;
-                    set/*) words="true false" ;;
+                    set/"$name") words="true false" ;;
                     get/*) words="--help" ;;
                 esac
                 ;;

@@ -5,7 +5,8 @@ set -l settings retentionDays language warningSoundOn standardNoticesStay speake
     hideSystemSounds ignoreSystemListening floatingStopButton stopShortcutOn confirmClosingBrowser \
     ignoreOwnReturn awayWatchOnLock
 set -l none "not __fish_seen_subcommand_from $commands"
-set -l change "__fish_seen_subcommand_from settings; and __fish_seen_subcommand_from set"
+# Behind the name of a setting, and no further.
+set -l change "__fish_seen_subcommand_from settings; and __fish_seen_subcommand_from set; and test (count (commandline -opc)) -eq 4"
 
 complete -c velmoranctl -f
 complete -c velmoranctl -s h -l help -d "Print a help"
