@@ -6,6 +6,7 @@
 #include <QString>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <systemd/sd-login.h>
 #include <utility>
 
@@ -14,10 +15,15 @@ namespace velmoran {
 namespace {
 
 std::function<void()> action;
+// Qt says it on the thread that reads from a compositor and on the main one, and ends the process
+// on either: the one that is second waits for what the first does about it.
+std::recursive_mutex acting;
 QtMessageHandler usualMessages = nullptr;
 
 void listen(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    std::unique_lock lock(acting, std::defer_lock);
     if (tellsOfDisplayLoss(text.toStdString())) {
+        lock.lock();
         if (const auto act = std::exchange(action, nullptr)) {
             act();
         }

@@ -334,18 +334,23 @@ int main(int argc, char** argv) {
     // Before any other thread, so that all of them leave these signals to the main one.
     SignalWatch signals([] { QApplication::quit(); });
     HangingBus hangingBus(sessionBusAddress());
-    QApplication app(argc, argv);
-    hangingBus.giveBack();
-    if (isOnWayland) {
-        settleQtOnWayland();
-    }
-    onDisplayLoss([&given, known, hasLostDisplay] {
+    // What is started from here, and what runs in this one's place, chooses for itself.
+    const auto giveChoiceBack = [&] {
+        hangingBus.giveBack();
+        qputenv("QT_QPA_PLATFORM", QByteArray::fromStdString(facts.wanted));
+    };
+    // It may go already while Qt comes to it.
+    onDisplayLoss([&] {
         std::cerr << "velmoran: the display has gone; Velmoran goes on with what there is\n";
+        giveChoiceBack();
         const bool isAgain = hasLostDisplay && !known.hasExpired();
         (void)startAnew(given, {.next = isAgain ? Next::afterAnotherLoss : Next::afterLoss});
     });
-    // What is started from here, and what runs in this one's place, chooses for itself.
-    qputenv("QT_QPA_PLATFORM", QByteArray::fromStdString(facts.wanted));
+    QApplication app(argc, argv);
+    giveChoiceBack();
+    if (isOnWayland) {
+        settleQtOnWayland();
+    }
     const DesktopAbilities desktop{.notices = display.notices,
                                    .handsOutKeys = isWaylandDesktop(facts, knowsTheMouse()),
                                    .names = facts.desktop};
