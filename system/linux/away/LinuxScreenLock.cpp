@@ -132,8 +132,8 @@ private:
         }
     }
 
-    void say(LockState::Voice voice, bool locked) {
-        state_.say(voice, locked);
+    void say(LockState::Voice voice, bool isLocked) {
+        state_.say(voice, isLocked);
         update();
     }
 
