@@ -39,6 +39,7 @@ int main(int argc, char** argv) {
     Window window;
     window.setWindowTitle(QStringLiteral("editor"));
     window.resize(400, 300);
+    window.setPalette(QColor(0, 64, 0)); // nothing else on a desktop has that colour
     if (argc > 1) {
         window.showFullScreen();
     } else {
