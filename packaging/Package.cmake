@@ -46,6 +46,14 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+if(VELMORAN_LAYERS)
+    # They go by a private header of Qt's, which holds for one version: its library has a name for that.
+    execute_process(COMMAND dpkg-query -W -f "\${Provides}\n" "libqt6core6*"
+        OUTPUT_VARIABLE provided ERROR_QUIET)
+    if(provided MATCHES "qt6-base-[a-z-]*abi \\(= [0-9.]+\\)")
+        set(CPACK_DEBIAN_PACKAGE_DEPENDS "${CMAKE_MATCH_0}")
+    endif()
+endif()
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
     "libcanberra-pulse, libqt6svg6, qt6-wayland, sound-theme-freedesktop")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "xdg-desktop-portal")
