@@ -2,6 +2,7 @@
 
 #include "app/bus/BusProperties.h"
 #include "app/shell/notifications/NotificationText.h"
+#include "core/text/Localizer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -32,7 +33,18 @@ bool isError(sd_bus_message* reply) {
     return sd_bus_message_is_method_error(reply, nullptr) != 0;
 }
 
-/// All that a person would see of it.
+/// With how often, where it stands for several.
+std::string messageOf(const NoticeItem& item) {
+    auto message = item.message.value_or("");
+    if (!item.older.empty()) {
+        message += message.empty() ? "" : "\n";
+        message += words().text("%lld times", {std::to_string(item.older.size() + 1)});
+    }
+    return message;
+}
+
+/// What is news to a person: that there are fewer of its app is none, and another one is a notice
+/// of its own.
 std::string tellingOf(const NoticeItem& item) {
     std::string all = item.title + '\n' + item.message.value_or("");
     for (const auto& button : item.buttons) {
@@ -239,7 +251,7 @@ void DesktopNotices::send(Shown& shown, const NoticeItem& item) {
     shown.told = tellingOf(item);
     shown.buttons.clear();
     const auto title = bus::busText(notificationTitle(item.title));
-    const auto body = bus::busText(notificationBody(item.message.value_or(""), *hasMarkup_));
+    const auto body = bus::busText(notificationBody(messageOf(item), *hasMarkup_));
     sd_bus_message_append(message, "susss", "Velmoran", shown.isClosed ? 0U : shown.id, iconName,
                           title.c_str(), body.c_str());
     shown.isClosed = false;

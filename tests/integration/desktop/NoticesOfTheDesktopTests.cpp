@@ -150,6 +150,7 @@ TEST_F(NoticesOfTheDesktop, AreOneForEachApp) {
                asked("notify").back()["notify"] == "Zoom turned on the microphone" &&
                asked("notify").size() == asked("close").size() + 1;
     }));
+    EXPECT_EQ(asked("notify").back()["body"], "2 times");
     notices.show(item("Another"));
     ASSERT_TRUE(eventually([&] { return asked("notify").back()["notify"] == "Another"; }));
     EXPECT_EQ(notices.items().size(), 3U);
