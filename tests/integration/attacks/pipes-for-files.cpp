@@ -2,6 +2,7 @@
 // its settings, its history and the desktop entries.
 #include "integration/attacks/Attack.h"
 
+#include <cstdio>
 #include <sys/stat.h>
 
 namespace velmoran::attacks {
@@ -10,8 +11,10 @@ namespace {
 
 void pipeInPlaceOf(const std::filesystem::path& file) {
     std::filesystem::create_directories(file.parent_path());
-    std::filesystem::remove(file);
-    if (mkfifo(file.c_str(), 0600) != 0) {
+    // At once, since Velmoran may be writing the file.
+    auto beside = file;
+    beside += ".pipe";
+    if (mkfifo(beside.c_str(), 0600) != 0 || std::rename(beside.c_str(), file.c_str()) != 0) {
         throw std::runtime_error("no named pipe");
     }
 }
