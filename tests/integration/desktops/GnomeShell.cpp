@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <sstream>
+#include <string_view>
 
 namespace velmoran {
 

@@ -1,9 +1,7 @@
 // KDE's compositor alone, without its panel: what stands on it, not what is in its tray.
 #include "integration/desktops/WholeDesktop.h"
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 

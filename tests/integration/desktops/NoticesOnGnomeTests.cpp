@@ -1,8 +1,11 @@
 // GNOME without an X server: no surface of our own, so its notifications, and no tray.
 #include "integration/desktops/WholeDesktop.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sstream>
+#include <utility>
 
 namespace velmoran {
 namespace {
