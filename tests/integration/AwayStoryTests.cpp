@@ -57,7 +57,9 @@ protected:
         session_.start("velmoran", {VELMORAN, "--login-start"});
         ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; }))
             << session_.logs();
-        ask("status"); // all of it runs
+        // All of it runs.
+        ASSERT_TRUE(waitUntil([&] { return session_.run({VELMORANCTL, "status"}).succeeded(); }))
+            << session_.logs();
     }
     void lock() {
         // The program asks for the session's lock anew when the bus has told it of that.

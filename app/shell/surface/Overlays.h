@@ -36,7 +36,8 @@ public:
     /// nothing is drawn.
     virtual void present(const QRect& frame, const QRegion& shape, bool cut) = 0;
     virtual void takeAway() = 0;
-    /// Whatever can be done before the window is presented, each time anew, so that it comes at once.
+    /// Whatever can be done before the window is presented, each time anew, so that it comes at
+    /// once.
     virtual void prepare() {}
     /// Where the mouse that holds the window has taken it. It stands there when it is presented
     /// there.
