@@ -22,8 +22,12 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
 endif()
 
 # Qt's own headers are there only where somebody has installed them.
+set(qt_private_folders)
+if(TARGET Qt6::GuiPrivate)
+    get_target_property(qt_private_folders Qt6::GuiPrivate INTERFACE_INCLUDE_DIRECTORIES)
+endif()
 find_path(qt_platform_headers qpa/qplatformnativeinterface.h NO_DEFAULT_PATH NO_CACHE
-    PATHS ${Qt6Gui_INCLUDE_DIRS} ${Qt6Gui_PRIVATE_INCLUDE_DIRS})
+    PATHS ${qt_private_folders})
 if(Wayland_FOUND AND qt_platform_headers)
     option(VELMORAN_LAYERS "Let cards stand on layers of Wayland compositors" ON)
 else()
