@@ -21,10 +21,12 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     pkg_check_modules(XcbInput REQUIRED IMPORTED_TARGET xcb xcb-xinput)
 endif()
 
-# Qt's own headers are there only where somebody has installed them.
+# Qt's own headers are there only where somebody has installed them. Newer versions say where, if at all, in an
+# expression that is no folder yet.
 set(qt_private_folders)
 if(TARGET Qt6::GuiPrivate)
     get_target_property(qt_private_folders Qt6::GuiPrivate INTERFACE_INCLUDE_DIRECTORIES)
+    string(REGEX MATCHALL "/[^;>]+" qt_private_folders "${qt_private_folders}")
 endif()
 find_path(qt_platform_headers qpa/qplatformnativeinterface.h NO_DEFAULT_PATH NO_CACHE
     PATHS ${qt_private_folders})
