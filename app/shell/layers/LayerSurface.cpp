@@ -303,6 +303,14 @@ void LayerSurface::noteKeyboardGone() {
 }
 
 bool LayerSurface::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == &window_ && event->type() == QEvent::Close && role_) {
+        // As all are closed when the program ends. Qt ends the surface with that, and newer
+        // compositors end the connection of whoever does so before the role.
+        isWanted_ = false;
+        dropRole();
+        compositor_.flush();
+        isStale_ = true;
+    }
     if (watched == &window_ && event->type() == QEvent::WindowActivate &&
         keyboard_ == Keyboard::exclusive && role_ && wl_proxy_get_version(role_) >= 4) {
         // It has it, and a click elsewhere may take it again.
