@@ -7,10 +7,12 @@
 #include "support/AccessibleButton.h"
 #include "support/Sway.h"
 
+#include <QApplication>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
+#include <QWindow>
 
 namespace velmoran {
 namespace {
@@ -19,6 +21,15 @@ namespace {
 QPoint inWindow(const QWidget& widget, const QRect& window) {
     return window.topLeft() + widget.mapTo(widget.window(), widget.rect().center());
 }
+
+/// Counts the frames that the compositor asks a window for, which it does after it has shown one.
+struct Frames final : QObject {
+    int count = 0;
+    bool eventFilter(QObject*, QEvent* event) override {
+        count += event->type() == QEvent::UpdateRequest ? 1 : 0;
+        return false;
+    }
+};
 
 struct CardsOnLayers : ::testing::Test, OnLayers {
     QtEventLoop loop;
@@ -39,6 +50,11 @@ struct CardsOnLayers : ::testing::Test, OnLayers {
                                 }});
         notices.show(card);
         ASSERT_TRUE(eventually([&] { return panel().isVisible(); }));
+        // For the compositor too.
+        Frames frames;
+        panel().windowHandle()->installEventFilter(&frames);
+        panel().windowHandle()->requestUpdate();
+        ASSERT_TRUE(eventually([&] { return frames.count > 0; }));
     }
     QPoint placeOf(const std::string& button) {
         return inWindow(*support::buttonNamed(panel(), button), panel().frame());
@@ -162,6 +178,16 @@ TEST_F(CardsOnLayers, GoOnOnAnotherScreenWhenTheirsGoes) {
     EXPECT_EQ(notices.items().size(), 1U);
     overlays.onAreasChanged = [] {
     };
+}
+
+TEST_F(CardsOnLayers, MayBeClosedWithAllWindowsWhileTheyStand) {
+    show();
+    QApplication::closeAllWindows();
+    EXPECT_FALSE(panel().isVisible());
+    // The compositor has taken no offence.
+    startEditor();
+    expectTyped("a", "a");
+    EXPECT_EQ(overlays.areas().size(), 1U);
 }
 
 TEST_F(CardsOnLayers, TakeTheKeyboardWhereSomebodyWishesItAndGiveItBack) {
