@@ -58,8 +58,9 @@ protected:
         ASSERT_TRUE(waitUntil([&] { return display_->dockedIcons().size() == 1; }))
             << session_.logs();
         // All of it runs.
-        ASSERT_TRUE(waitUntil([&] { return session_.run({VELMORANCTL, "status"}).succeeded(); }))
-            << session_.logs();
+        ASSERT_TRUE(waitUntil([&] {
+            return session_.run({VELMORANCTL, "status"}).succeeded();
+        })) << session_.logs();
     }
     void lock() {
         // The program asks for the session's lock anew when the bus has told it of that.
