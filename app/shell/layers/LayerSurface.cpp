@@ -311,11 +311,6 @@ bool LayerSurface::eventFilter(QObject* watched, QEvent* event) {
         compositor_.flush();
         isStale_ = true;
     }
-    if (watched == &window_ && event->type() == QEvent::WindowActivate &&
-        keyboard_ == Keyboard::exclusive && role_ && wl_proxy_get_version(role_) >= 4) {
-        // It has it, and a click elsewhere may take it again.
-        setKeyboardWish(Keyboard::onDemand);
-    }
     return QObject::eventFilter(watched, event);
 }
 

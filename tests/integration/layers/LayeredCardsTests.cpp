@@ -226,6 +226,10 @@ struct DelegateOnLayers : testing::ModelFixture, OnLayers {
     void turnOn() {
         delegate->model().receive(microphone({testing::appRef("Zoom")}));
         ASSERT_TRUE(eventually([&] { return button().panel() && button().panel()->isVisible(); }));
+        Frames frames;
+        button().panel()->windowHandle()->installEventFilter(&frames);
+        button().panel()->windowHandle()->requestUpdate();
+        ASSERT_TRUE(eventually([&] { return frames.count > 0; }));
     }
     FloatingStopButton& button() { return *delegate->floatingStop(); }
     bool hasStopped() {
